@@ -1,0 +1,127 @@
+#include "router_link/message.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "common/check.h"
+
+constexpr std::size_t FRAME_BUFFER_SIZE = 1024;
+constexpr std::size_t LAST_POSITION = FRAME_BUFFER_SIZE - 1;
+constexpr std::size_t PARAMETER_MARGIN = 8; // kept free behind every parameter
+
+namespace {
+struct frame_buffer {
+    char bytes[FRAME_BUFFER_SIZE];
+    std::size_t position = 0; // of the next byte
+};
+} // namespace
+
+// The position is tested before the byte is stored, so that a mistake never overruns the buffer.
+static void put(frame_buffer& buffer, char byte)
+{
+    const std::size_t w = buffer.position + 1;
+    const std::size_t f = LAST_POSITION;
+    CHECK(w <= f);
+    buffer.bytes[buffer.position] = byte;
+    buffer.position = w;
+}
+
+static bool put_parameter(frame_buffer& buffer, const std::string& parameter)
+{
+    if (parameter.empty()) return true;
+    if (buffer.position + parameter.size() + PARAMETER_MARGIN > LAST_POSITION) return false;
+    std::memcpy(buffer.bytes + buffer.position, parameter.data(), parameter.size());
+    buffer.position += parameter.size();
+    return true;
+}
+
+static void put_hex(frame_buffer& buffer, unsigned value, int digit_count)
+{
+    for (int shift = 4 * (digit_count - 1); shift >= 0; shift -= 4)
+        put(buffer, "0123456789ABCDEF"[value >> shift & 0xF]);
+}
+
+void router_message_clear(router_message& message)
+{
+    message.protocol = 0;
+    message.seq = '0';
+    message.request.fill('\0');
+    message.parameters.clear();
+    message.ok = false;
+    message.ack = false;
+    message.nak = false;
+    message.err = false;
+    message.nakerr = -1;
+    message.raw.clear();
+}
+
+router_message make_request(const char* mnemonic, std::initializer_list<std::string> parameters)
+{
+    router_message message;
+    message.protocol = 'N';
+    message.request = {mnemonic[0], mnemonic[1], '\0'};
+    message.parameters = parameters;
+    return message;
+}
+
+std::uint8_t router_checksum(std::string_view bytes)
+{
+    unsigned sum = 0;
+    for (const char byte : bytes)
+        sum += static_cast<unsigned char>(byte);
+    return static_cast<std::uint8_t>(256 - sum % 256);
+}
+
+bool encode_router_message(const router_message& message, std::string& frame)
+{
+    frame_buffer buffer;
+    if (message.ack) {
+        put(buffer, ACK);
+    } else if (message.nak) {
+        put(buffer, NAK);
+        put_hex(buffer, static_cast<unsigned>(message.nakerr), 4);
+        put(buffer, EOT);
+    } else {
+        put(buffer, SOH);
+        put(buffer, message.protocol);
+        put(buffer, message.seq);
+        put(buffer, message.request[0]);
+        put(buffer, message.request[1]);
+        for (const std::string& parameter : message.parameters) {
+            put(buffer, TAB);
+            if (!put_parameter(buffer, parameter)) return false;
+        }
+        put_hex(buffer, router_checksum({buffer.bytes + 1, buffer.position - 1}), 2);
+        put(buffer, EOT);
+    }
+    frame.assign(buffer.bytes, strnlen(buffer.bytes, buffer.position));
+    return true;
+}
+
+std::string router_message_text(const router_message& message)
+{
+    std::string text;
+    if (message.ok) text += "[OK] ";
+    if (message.ack) text += "[ACK] ";
+    if (message.nak) text += "[NAK] ";
+    if (message.err) text += "[ERR] ";
+    text += "request=";
+    text += mnemonic_of(message);
+    text += " protocol=";
+    text += message.protocol;
+    text += " seq=";
+    text += message.seq;
+    text += ' ';
+    if (message.nakerr >= 0) {
+        char code[24];
+        std::snprintf(code, sizeof code, "nakerr=%04x ", static_cast<unsigned>(message.nakerr));
+        text += code;
+    }
+    const char* separator = "param=";
+    for (const std::string& parameter : message.parameters) {
+        text += separator;
+        text += parameter;
+        separator = ",";
+    }
+    return text;
+}

@@ -1,0 +1,153 @@
+#include "router_link/receive_parser.h"
+
+#include "common/log.h"
+#include "common/numbers.h"
+
+constexpr std::size_t MAX_FRAME_BYTES = 4096; // between start and end byte
+constexpr std::size_t CHECKSUM_DIGITS = 2;
+constexpr std::size_t HEADER_BYTES = 4; // protocol, seq and the two characters of the mnemonic
+
+ParseState parse_state = ParseState::Idle;
+router_message incoming_message;
+std::deque<router_message> router_rx_queue;
+us_time_t last_router_activity = 0;
+
+void reset_receive_parser()
+{
+    router_message_clear(incoming_message);
+    parse_state = ParseState::Idle;
+}
+
+// Any other character than a digit counts as 0.
+static unsigned checksum_digit(char digit)
+{
+    const int value = hex_digit_value(digit);
+    return value < 0 ? 0 : static_cast<unsigned>(value);
+}
+
+static bool checksum_is_right(std::string_view raw)
+{
+    const std::size_t position = raw.size() - CHECKSUM_DIGITS;
+    const unsigned want = checksum_digit(raw[position]) * 16 + checksum_digit(raw[position + 1]);
+    const unsigned got = router_checksum(raw.substr(0, position));
+    if (want == got) return true;
+    log_debug("Message rejected, invalid checksum (want=%02x got=%02x)", want, got);
+    return false;
+}
+
+// The header is read without regard to where the checksum begins: in a short frame the checksum
+// characters land in it. There are at least those two.
+static void read_header(std::string_view raw)
+{
+    incoming_message.protocol = raw[0];
+    incoming_message.seq = raw[1];
+    raw.copy(incoming_message.request.data(), 2, 2);
+}
+
+// A TAB directly before the checksum adds no empty last parameter.
+static void read_parameters(std::string_view raw)
+{
+    const std::string_view body = raw.substr(0, raw.size() - CHECKSUM_DIGITS);
+    std::size_t tab = body.find(TAB, HEADER_BYTES);
+    while (tab != std::string_view::npos && tab + 1 < body.size()) {
+        const std::size_t begin = tab + 1;
+        tab = body.find(TAB, begin);
+        incoming_message.parameters.emplace_back(body.substr(begin, tab - begin));
+    }
+}
+
+// An error reply without a code keeps the code -1 and is an error too.
+static void read_error_reply()
+{
+    if (!incoming_message.parameters.empty())
+        incoming_message.nakerr =
+            static_cast<std::int32_t>(leading_hex_digits(incoming_message.parameters[0]));
+    if (incoming_message.nakerr != 0) {
+        incoming_message.ok = false;
+        incoming_message.err = true;
+    }
+}
+
+// Returns whether the frame opened by SOH is a good message.
+static bool read_message()
+{
+    const std::string& raw = incoming_message.raw;
+    log_debug("Router: MSG %s", raw.c_str());
+    if (raw.size() < CHECKSUM_DIGITS) {
+        log_debug("Message rejected, no checksum field");
+        return false;
+    }
+    if (!checksum_is_right(raw)) return false;
+    read_header(raw);
+    read_parameters(raw);
+    if (mnemonic_of(incoming_message) == "ER") read_error_reply();
+    return true;
+}
+
+static void complete_frame()
+{
+    bool deliver = true;
+    if (incoming_message.nak) {
+        log_debug("Router: NAK %s", incoming_message.raw.c_str());
+        incoming_message.nakerr =
+            static_cast<std::int32_t>(leading_hex_digits(incoming_message.raw));
+    } else if (!incoming_message.ack) {
+        deliver = read_message();
+    }
+    if (deliver) router_rx_queue.push_back(incoming_message);
+    reset_receive_parser();
+    last_router_activity = now_us();
+}
+
+static void start_frame(char byte)
+{
+    router_message_clear(incoming_message);
+    parse_state = ParseState::InMessage;
+    if (byte == NAK) {
+        incoming_message.nak = true;
+        return;
+    }
+    incoming_message.ok = true;
+    if (byte == ACK) {
+        log_debug("Router: ACK");
+        incoming_message.ack = true;
+        complete_frame();
+    }
+}
+
+static void parse_frame_byte(char byte, std::string_view read_bytes)
+{
+    if (byte == EOT) {
+        complete_frame();
+    } else if (byte == '\0') {
+        log_debug("Unexpected NUL in response from router switcher, ignoring response");
+        log_debug("Response: %.*s", static_cast<int>(read_bytes.find('\0')), read_bytes.data());
+        parse_state = ParseState::SkipToEnd;
+    } else if (incoming_message.raw.size() < MAX_FRAME_BYTES) {
+        incoming_message.raw += byte;
+    } else {
+        log_warning("Over-long rambling response from router switcher");
+        reset_receive_parser();
+    }
+}
+
+void parse_router_bytes(std::string_view read_bytes)
+{
+    for (const char byte : read_bytes) {
+        switch (parse_state) {
+        case ParseState::Idle:
+            if (byte == SOH || byte == ACK || byte == NAK) {
+                start_frame(byte);
+            } else {
+                log_untagged("Discarding unexpected byte %02x", static_cast<unsigned char>(byte));
+            }
+            break;
+        case ParseState::InMessage:
+            parse_frame_byte(byte, read_bytes);
+            break;
+        case ParseState::SkipToEnd:
+            if (byte == EOT) reset_receive_parser();
+            break;
+        }
+    }
+}
