@@ -1,0 +1,246 @@
+#include "support/backend_test.h"
+
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "control/commands.h"
+#include "frame/main_loop.h"
+#include "parent/channel.h"
+#include "router_link/connection.h"
+#include "router_link/receive_parser.h"
+#include "support/backend_state.h"
+
+std::string frame(std::string_view body)
+{
+    unsigned sum = 0;
+    for (const char byte : body)
+        sum += static_cast<unsigned char>(byte);
+    char checksum[3];
+    std::snprintf(checksum, sizeof checksum, "%02X", (0x100 - (sum & 0xFF)) & 0xFF);
+    return "\x01" + std::string(body) + checksum + "\x04";
+}
+
+std::string body(std::string_view mnemonic, const std::vector<std::string>& parameters, char seq)
+{
+    std::string text = "N";
+    text += seq;
+    text += mnemonic;
+    for (const std::string& parameter : parameters)
+        text += "\t" + parameter;
+    return text;
+}
+
+router_message received(std::string_view mnemonic, const std::vector<std::string>& parameters,
+                        char seq)
+{
+    router_message message;
+    message.protocol = 'N';
+    message.seq = seq;
+    message.request = {mnemonic[0], mnemonic[1], '\0'};
+    message.parameters = parameters;
+    message.ok = true;
+    const std::string whole = frame(body(mnemonic, parameters, seq));
+    message.raw = whole.substr(1, whole.size() - 2);
+    return message;
+}
+
+void BackendTest::SetUp()
+{
+    reset_backend_state();
+    reset_fake_clock();
+    reset_faults();
+    int input[2];
+    int output[2];
+    ASSERT_EQ(pipe(input), 0);
+    ASSERT_EQ(pipe(output), 0);
+    const int diagnostics_file = memfd_create("diagnostics", 0);
+    ASSERT_GE(diagnostics_file, 0);
+    for (int descriptor = 0; descriptor < 3; ++descriptor)
+        saved_descriptors[descriptor] = fcntl(descriptor, F_DUPFD_CLOEXEC, 10);
+    dup2(input[0], STDIN_FILENO);
+    dup2(output[1], STDOUT_FILENO);
+    dup2(diagnostics_file, STDERR_FILENO);
+    close(input[0]);
+    close(output[1]);
+    close(diagnostics_file);
+    fcntl(STDIN_FILENO, F_SETFL, O_NONBLOCK);
+    fcntl(STDOUT_FILENO, F_SETFL, O_NONBLOCK);
+    parent_input_end = input[1];
+    parent_output_end = output[0];
+    fcntl(parent_output_end, F_SETFL, O_NONBLOCK);
+    on_fake_wait = [this] {
+        serve_router();
+    };
+}
+
+void BackendTest::TearDown()
+{
+    if (HasFailure()) std::printf("standard error of the backend:\n%s\n", diagnostics().c_str());
+    on_fake_wait = nullptr;
+    if (router_fd >= 0) close(router_fd);
+    router_fd = -1;
+    router_closes();
+    for (int descriptor = 0; descriptor < 3; ++descriptor) {
+        dup2(saved_descriptors[descriptor], descriptor);
+        close(saved_descriptors[descriptor]);
+    }
+    parent_closes();
+    parent_closes_output();
+}
+
+void BackendTest::parent_says(const std::string& lines)
+{
+    parent_says_bytes(lines + "\n\n");
+}
+
+void BackendTest::parent_says_bytes(std::string_view bytes)
+{
+    ASSERT_EQ(write(parent_input_end, bytes.data(), bytes.size()),
+              static_cast<ssize_t>(bytes.size()));
+}
+
+static void close_if_open(int& descriptor)
+{
+    if (descriptor >= 0) close(descriptor);
+    descriptor = -1;
+}
+
+void BackendTest::parent_closes()
+{
+    close_if_open(parent_input_end);
+}
+
+void BackendTest::parent_closes_output()
+{
+    close_if_open(parent_output_end);
+}
+
+static std::string read_all(int descriptor)
+{
+    std::string bytes;
+    char buffer[65536];
+    for (;;) {
+        const ssize_t count = read(descriptor, buffer, sizeof buffer);
+        if (count <= 0) return bytes;
+        bytes.append(buffer, static_cast<std::size_t>(count));
+    }
+}
+
+std::string BackendTest::parent_hears()
+{
+    return read_all(parent_output_end);
+}
+
+std::string BackendTest::diagnostics()
+{
+    std::string text;
+    char buffer[65536];
+    for (;;) {
+        const ssize_t count = pread(STDERR_FILENO, buffer, sizeof buffer, diagnostics_read);
+        if (count <= 0) return text;
+        text.append(buffer, static_cast<std::size_t>(count));
+        diagnostics_read += count;
+    }
+}
+
+void BackendTest::connect_router()
+{
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);
+    router_fd = ends[0];
+    router_end = ends[1];
+    connect_in_progress = false;
+    last_router_activity = fake_now_us;
+}
+
+void BackendTest::router_says(std::string_view mnemonic, const std::vector<std::string>& parameters,
+                              char seq)
+{
+    router_says_bytes(frame(body(mnemonic, parameters, seq)));
+}
+
+void BackendTest::router_says_bytes(std::string_view bytes)
+{
+    ASSERT_EQ(send(router_end, bytes.data(), bytes.size(), MSG_NOSIGNAL),
+              static_cast<ssize_t>(bytes.size()));
+}
+
+void BackendTest::router_closes()
+{
+    close_if_open(router_end);
+}
+
+static std::string readable_request(const std::string& framed)
+{
+    const std::string inside = framed.substr(1, framed.size() - 2);
+    if (framed[0] != '\x01' || inside.size() < 6 ||
+        frame(inside.substr(0, inside.size() - 2)) != framed || inside.substr(0, 2) != "N0")
+        return "bad frame";
+    std::string text = inside.substr(2, inside.size() - 4);
+    for (char& character : text)
+        if (character == '\t') character = ' ';
+    return text;
+}
+
+void BackendTest::serve_router()
+{
+    if (router_end < 0) return;
+    const std::string bytes = read_all(router_end);
+    router_heard_bytes += bytes;
+    router_pending_bytes += bytes;
+    for (;;) {
+        const std::size_t end = router_pending_bytes.find('\x04');
+        if (end == std::string::npos) return;
+        const std::string request = readable_request(router_pending_bytes.substr(0, end + 1));
+        router_pending_bytes.erase(0, end + 1);
+        router_heard.push_back(request);
+        for (const auto& [awaited, answer] : answers)
+            if (awaited == request && router_end >= 0) router_says_bytes(answer);
+    }
+}
+
+std::vector<std::string> BackendTest::router_hears()
+{
+    serve_router();
+    return std::exchange(router_heard, {});
+}
+
+std::string BackendTest::router_hears_bytes()
+{
+    serve_router();
+    return std::exchange(router_heard_bytes, {});
+}
+
+void BackendTest::router_answers(const std::string& request, const std::string& bytes)
+{
+    answers.emplace_back(request, bytes);
+}
+
+void BackendTest::handle_parent_input()
+{
+    for (;;) {
+        ParentRecord* const record = next_parent_record();
+        if (record != nullptr) return handle_parent_record(*record);
+        ASSERT_TRUE(!parent_line.empty() || !record_reset_pending) << "no record to handle";
+    }
+}
+
+void BackendTest::install_commands()
+{
+    set_parent_record_handler(handle_parent_record);
+}
+
+void BackendTest::run_passes(int count)
+{
+    for (int i = 0; i < count; ++i)
+        ASSERT_TRUE(main_loop_pass());
+}
+
+void BackendTest::run_until(us_time_t time)
+{
+    while (fake_now_us < time)
+        ASSERT_TRUE(main_loop_pass());
+}

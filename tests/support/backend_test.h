@@ -1,0 +1,81 @@
+// The fixture of the in-process tests: the whole backend between a parent and a router that the
+// test plays, under the fake clock. Descriptors 0 and 1 are the parent's pipes, descriptor 2 is a
+// file in memory, the router link is one end of a socket pair.
+#pragma once
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "router_link/message.h"
+#include "support/fake_clock.h"
+#include "support/faults.h"
+
+// The hand-written framing of the tests, so that a mistake in the encoder cannot hide: SOH, the
+// body, its checksum, EOT.
+std::string frame(std::string_view body);
+
+// A frame's body from its pieces: protocol N, then seq, mnemonic and tab-separated parameters.
+std::string body(std::string_view mnemonic, const std::vector<std::string>& parameters = {},
+                 char seq = '0');
+
+// The same pieces as a received, good message, raw included.
+router_message received(std::string_view mnemonic, const std::vector<std::string>& parameters = {},
+                        char seq = '0');
+
+class BackendTest : public testing::Test {
+  protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // --- the parent's side ---
+    // Lines joined by newlines; the empty line that ends the record is added.
+    void parent_says(const std::string& lines);
+    void parent_says_bytes(std::string_view bytes);
+    void parent_closes();        // end of file on descriptor 0
+    void parent_closes_output(); // nobody reads descriptor 1 any more
+    std::string parent_hears();  // everything written to descriptor 1 since the last call
+    std::string diagnostics();   // everything written to descriptor 2 since the last call
+
+    // --- the router's side ---
+    // Gives the backend an established connection; discovery is not requested.
+    void connect_router();
+    void router_says(std::string_view mnemonic, const std::vector<std::string>& parameters = {},
+                     char seq = '0');
+    void router_says_bytes(std::string_view bytes);
+    void router_closes();
+    // Every request received since the last call, one line each: mnemonic and parameters, a blank
+    // between two ("TI 0 5"). An ill-formed frame shows as "bad frame".
+    std::vector<std::string> router_hears();
+    std::string router_hears_bytes();
+
+    // From now on a request that reads like this (as router_hears shows it) is answered, as soon as
+    // the backend pauses or waits, by these bytes. Requests without an answer stay unanswered; all
+    // show in router_hears.
+    void router_answers(const std::string& request, const std::string& bytes);
+    // Reads what the backend has sent and answers it. Called at each pause and wait by itself.
+    void serve_router();
+
+    // --- driving ---
+    // Handles one complete record as the main loop does, reading it to its end.
+    void handle_parent_input();
+    // Lets the handler of the backend's commands take parent records, as start-up does.
+    void install_commands();
+    void run_passes(int count);
+    // Passes until the fake clock has reached the time.
+    void run_until(us_time_t time);
+
+    int router_end = -1; // the router's end of the link
+
+  private:
+    int parent_input_end = -1;
+    int parent_output_end = -1;
+    int saved_descriptors[3] = {-1, -1, -1};
+    off_t diagnostics_read = 0;
+    std::string router_pending_bytes; // received by the router, not yet cut into frames
+    std::string router_heard_bytes;
+    std::vector<std::string> router_heard;
+    std::vector<std::pair<std::string, std::string>> answers;
+};

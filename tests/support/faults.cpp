@@ -1,0 +1,156 @@
+#include "support/faults.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <deque>
+#include <map>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <utility>
+
+namespace {
+struct forced_result {
+    ssize_t result = 0;
+    int error_number = 0;
+    std::size_t limit = 0; // 0: the result is forced; else the call is made with this length
+};
+
+struct call_statistics {
+    std::size_t count = 0;
+    std::size_t greatest_length = 0;
+};
+
+using call_key = std::pair<SystemCall, int>;
+} // namespace
+
+static std::map<call_key, std::deque<forced_result>> forced_results;
+static std::map<call_key, call_statistics> statistics;
+
+void force_result(SystemCall call, int descriptor, ssize_t result, int error_number)
+{
+    forced_results[{call, descriptor}].push_back({.result = result, .error_number = error_number});
+}
+
+void limit_next_write(SystemCall call, int descriptor, std::size_t byte_count)
+{
+    forced_results[{call, descriptor}].push_back({.limit = byte_count});
+}
+
+std::size_t call_count(SystemCall call, int descriptor)
+{
+    return statistics[{call, descriptor}].count;
+}
+
+std::size_t greatest_length(SystemCall call, int descriptor)
+{
+    return statistics[{call, descriptor}].greatest_length;
+}
+
+void reset_faults()
+{
+    forced_results.clear();
+    statistics.clear();
+}
+
+// Counts the call and takes what is forced on it. Returns whether the call must not be made.
+static bool intercept(SystemCall call, int descriptor, std::size_t& length, ssize_t& result)
+{
+    call_statistics& counted = statistics[{call, descriptor}];
+    ++counted.count;
+    counted.greatest_length = std::max(counted.greatest_length, length);
+    for (const int key : {descriptor, ANY_DESCRIPTOR}) {
+        const auto found = forced_results.find({call, key});
+        if (found == forced_results.end() || found->second.empty()) continue;
+        const forced_result forced = found->second.front();
+        found->second.pop_front();
+        if (forced.limit != 0) {
+            length = std::min(length, forced.limit);
+            return false;
+        }
+        errno = forced.error_number;
+        result = forced.result;
+        return true;
+    }
+    return false;
+}
+
+template <typename Real, typename... Arguments>
+static int intercept_plain(SystemCall call, int descriptor, Real real, Arguments... arguments)
+{
+    std::size_t length = 0;
+    ssize_t result = 0;
+    if (intercept(call, descriptor, length, result)) return static_cast<int>(result);
+    return real(arguments...);
+}
+
+// The linker sends the calls of the whole program here (--wrap).
+extern "C" {
+ssize_t __real_read(int, void*, std::size_t);
+ssize_t __real_write(int, const void*, std::size_t);
+ssize_t __real_send(int, const void*, std::size_t, int);
+int __real_close(int);
+int __real_connect(int, const sockaddr*, socklen_t);
+int __real_socket(int, int, int);
+int __real_fcntl(int, int, ...);
+int __real_fstat(int, struct stat*);
+int __real_flock(int, int);
+
+ssize_t __wrap_read(int descriptor, void* bytes, std::size_t length)
+{
+    ssize_t result = 0;
+    if (intercept(SystemCall::Read, descriptor, length, result)) return result;
+    return __real_read(descriptor, bytes, length);
+}
+
+ssize_t __wrap_write(int descriptor, const void* bytes, std::size_t length)
+{
+    ssize_t result = 0;
+    if (intercept(SystemCall::Write, descriptor, length, result)) return result;
+    return __real_write(descriptor, bytes, length);
+}
+
+ssize_t __wrap_send(int descriptor, const void* bytes, std::size_t length, int flags)
+{
+    ssize_t result = 0;
+    if (intercept(SystemCall::Send, descriptor, length, result)) return result;
+    return __real_send(descriptor, bytes, length, flags);
+}
+
+int __wrap_close(int descriptor)
+{
+    return intercept_plain(SystemCall::Close, descriptor, __real_close, descriptor);
+}
+
+int __wrap_connect(int descriptor, const sockaddr* address, socklen_t size)
+{
+    return intercept_plain(SystemCall::Connect, descriptor, __real_connect, descriptor, address,
+                           size);
+}
+
+int __wrap_socket(int domain, int type, int protocol)
+{
+    return intercept_plain(SystemCall::Socket, ANY_DESCRIPTOR, __real_socket, domain, type,
+                           protocol);
+}
+
+int __wrap_fcntl(int descriptor, int command, ...)
+{
+    va_list arguments;
+    va_start(arguments, command);
+    const long argument = va_arg(arguments, long);
+    va_end(arguments);
+    return intercept_plain(SystemCall::Fcntl, descriptor, __real_fcntl, descriptor, command,
+                           argument);
+}
+
+int __wrap_fstat(int descriptor, struct stat* status)
+{
+    return intercept_plain(SystemCall::Fstat, descriptor, __real_fstat, descriptor, status);
+}
+
+int __wrap_flock(int descriptor, int operation)
+{
+    return intercept_plain(SystemCall::Flock, descriptor, __real_flock, descriptor, operation);
+}
+}
