@@ -1,0 +1,33 @@
+# shellcheck shell=bash
+# Installs the Debian packages that the commands of this project need. Sourced by ./run and ./test.
+
+# install_missing PACKAGE... : installs those that are not there; ends the script when it cannot.
+install_missing() {
+    if ! command -v dpkg-query >/dev/null; then
+        printf 'No Debian system; assuming that the equivalents of these are here: %s\n' "$*"
+        return
+    fi
+    local package missing=() as_root=()
+    for package in "$@"; do
+        dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed ||
+            missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return
+    [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+    local install=("${as_root[@]}" apt-get install -y --no-install-recommends "${missing[@]}")
+    printf 'Installing what is missing: %s\n' "${install[*]}"
+    if ! "${as_root[@]}" apt-get update -q || ! DEBIAN_FRONTEND=noninteractive "${install[@]}"; then
+        printf 'Cannot install packages here. Run this yourself, then start again:\n  %s\n' \
+            "${install[*]}" >&2
+        exit 1
+    fi
+}
+
+install_build_packages() {
+    install_missing g++ cmake ninja-build libcli11-dev libedit-dev
+}
+
+install_test_packages() {
+    install_missing libgtest-dev libgmock-dev librapidcheck-dev clang-format clang-tidy cppcheck \
+        shellcheck procps
+}
