@@ -1,0 +1,33 @@
+// The assertions are expected to work in spite of this.
+#ifndef NDEBUG
+#define NDEBUG
+#endif
+
+#include "common/check.h"
+
+#include <gtest/gtest.h>
+
+static void require_positive(int number)
+{
+    CHECK(number > 0);
+}
+
+TEST(CheckDeathTest, PrintsConditionFileLineAndFunctionAndAborts)
+{
+    EXPECT_EXIT(require_positive(0), testing::KilledBySignal(SIGABRT),
+                "^tests/unit/common/check_test\\.cpp:12: require_positive: "
+                "Assertion `number > 0' failed\\.\n$");
+}
+
+TEST(CheckDeathTest, PrintsTheTextGivenForACondition)
+{
+    EXPECT_EXIT(CHECK_NAMED(1 > 2, "one > two"), testing::KilledBySignal(SIGABRT),
+                "Assertion `one > two' failed\\.\n$");
+}
+
+TEST(Check, LetsATrueConditionPassAndEvaluatesItOnce)
+{
+    int evaluated = 0;
+    CHECK(++evaluated == 1);
+    EXPECT_EQ(evaluated, 1);
+}
