@@ -1,5 +1,6 @@
 #include "support/backend_test.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -80,6 +81,7 @@ void BackendTest::TearDown()
 {
     if (HasFailure()) std::printf("standard error of the backend:\n%s\n", diagnostics().c_str());
     on_fake_wait = nullptr;
+    on_connect = nullptr;
     if (router_fd >= 0) close(router_fd);
     router_fd = -1;
     router_closes();
@@ -100,6 +102,15 @@ void BackendTest::parent_says_bytes(std::string_view bytes)
 {
     ASSERT_EQ(write(parent_input_end, bytes.data(), bytes.size()),
               static_cast<ssize_t>(bytes.size()));
+}
+
+// A carriage return is read and ignored, and each dispatch reads two bytes.
+void BackendTest::parent_says_at_dispatch(int n, const std::string& lines)
+{
+    const std::size_t ignored = 2 * static_cast<std::size_t>(n - 1);
+    parent_says_bytes(lines + "\n" + std::string(ignored, '\r') + "\n");
+    for (std::size_t i = 0; i < lines.size() + 1; ++i)
+        read_parent_byte();
 }
 
 static void close_if_open(int& descriptor)
@@ -154,6 +165,21 @@ void BackendTest::connect_router()
     router_end = ends[1];
     connect_in_progress = false;
     last_router_activity = fake_now_us;
+}
+
+void BackendTest::router_accepts_connections()
+{
+    on_connect = [this](int descriptor, const sockaddr_in&) {
+        int ends[2];
+        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends) != 0)
+            return -1;
+        dup2(ends[0], descriptor);
+        close(ends[0]);
+        router_closes();
+        router_end = ends[1];
+        errno = EINPROGRESS;
+        return -1;
+    };
 }
 
 void BackendTest::router_says(std::string_view mnemonic, const std::vector<std::string>& parameters,

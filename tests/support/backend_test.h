@@ -34,6 +34,9 @@ class BackendTest : public testing::Test {
     // Lines joined by newlines; the empty line that ends the record is added.
     void parent_says(const std::string& lines);
     void parent_says_bytes(std::string_view bytes);
+    // The record is handed out at the n-th dispatch from now; 1: at the next. Everything said
+    // before must have been taken.
+    void parent_says_at_dispatch(int n, const std::string& lines);
     void parent_closes();        // end of file on descriptor 0
     void parent_closes_output(); // nobody reads descriptor 1 any more
     std::string parent_hears();  // everything written to descriptor 1 since the last call
@@ -42,6 +45,8 @@ class BackendTest : public testing::Test {
     // --- the router's side ---
     // Gives the backend an established connection; discovery is not requested.
     void connect_router();
+    // From now on every connection attempt finds the router, with a link of its own.
+    void router_accepts_connections();
     void router_says(std::string_view mnemonic, const std::vector<std::string>& parameters = {},
                      char seq = '0');
     void router_says_bytes(std::string_view bytes);

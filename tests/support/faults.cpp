@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
+#include <cstring>
 #include <deque>
 #include <map>
 #include <sys/socket.h>
@@ -23,6 +24,8 @@ struct call_statistics {
 
 using call_key = std::pair<SystemCall, int>;
 } // namespace
+
+std::function<int(int, const sockaddr_in&)> on_connect;
 
 static std::map<call_key, std::deque<forced_result>> forced_results;
 static std::map<call_key, call_statistics> statistics;
@@ -51,6 +54,7 @@ void reset_faults()
 {
     forced_results.clear();
     statistics.clear();
+    on_connect = nullptr;
 }
 
 // Counts the call and takes what is forced on it. Returns whether the call must not be made.
@@ -124,8 +128,13 @@ int __wrap_close(int descriptor)
 
 int __wrap_connect(int descriptor, const sockaddr* address, socklen_t size)
 {
-    return intercept_plain(SystemCall::Connect, descriptor, __real_connect, descriptor, address,
-                           size);
+    const auto attempt = [&] {
+        if (!on_connect) return __real_connect(descriptor, address, size);
+        sockaddr_in internet_address{};
+        std::memcpy(&internet_address, address, sizeof internet_address);
+        return on_connect(descriptor, internet_address);
+    };
+    return intercept_plain(SystemCall::Connect, descriptor, attempt);
 }
 
 int __wrap_socket(int domain, int type, int protocol)

@@ -4,6 +4,8 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
+#include <netinet/in.h>
 #include <sys/types.h>
 
 enum class SystemCall { Read, Write, Send, Close, Connect, Socket, Fcntl, Fstat, Flock };
@@ -22,5 +24,8 @@ void limit_next_write(SystemCall call, int descriptor, std::size_t byte_count);
 // that it was given.
 std::size_t call_count(SystemCall call, int descriptor);
 std::size_t greatest_length(SystemCall call, int descriptor);
+
+// Called in place of connect, when set, unless a result is forced; returns what connect returns.
+extern std::function<int(int descriptor, const sockaddr_in& address)> on_connect;
 
 void reset_faults();
