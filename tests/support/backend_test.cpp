@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -48,6 +47,15 @@ router_message received(std::string_view mnemonic, const std::vector<std::string
     return message;
 }
 
+static void close_if_open(int& descriptor)
+{
+    if (descriptor >= 0) close(descriptor);
+    descriptor = -1;
+}
+
+// Diagnostics that a test may leave unread: writing them blocks, as it does for the backend.
+constexpr int DIAGNOSTICS_CAPACITY = 1 << 20;
+
 void BackendTest::SetUp()
 {
     reset_backend_state();
@@ -57,21 +65,24 @@ void BackendTest::SetUp()
     int output[2];
     ASSERT_EQ(pipe(input), 0);
     ASSERT_EQ(pipe(output), 0);
-    const int diagnostics_file = memfd_create("diagnostics", 0);
-    ASSERT_GE(diagnostics_file, 0);
+    int diagnostics_pipe[2];
+    ASSERT_EQ(pipe(diagnostics_pipe), 0);
+    ASSERT_GE(fcntl(diagnostics_pipe[1], F_SETPIPE_SZ, DIAGNOSTICS_CAPACITY), DIAGNOSTICS_CAPACITY);
     for (int descriptor = 0; descriptor < 3; ++descriptor)
         saved_descriptors[descriptor] = fcntl(descriptor, F_DUPFD_CLOEXEC, 10);
     dup2(input[0], STDIN_FILENO);
     dup2(output[1], STDOUT_FILENO);
-    dup2(diagnostics_file, STDERR_FILENO);
+    dup2(diagnostics_pipe[1], STDERR_FILENO);
     close(input[0]);
     close(output[1]);
-    close(diagnostics_file);
+    close(diagnostics_pipe[1]);
     fcntl(STDIN_FILENO, F_SETFL, O_NONBLOCK);
     fcntl(STDOUT_FILENO, F_SETFL, O_NONBLOCK);
     parent_input_end = input[1];
     parent_output_end = output[0];
     fcntl(parent_output_end, F_SETFL, O_NONBLOCK);
+    diagnostics_end = diagnostics_pipe[0];
+    fcntl(diagnostics_end, F_SETFL, O_NONBLOCK);
     on_fake_wait = [this] {
         serve_router();
     };
@@ -91,6 +102,7 @@ void BackendTest::TearDown()
     }
     parent_closes();
     parent_closes_output();
+    close_if_open(diagnostics_end);
 }
 
 void BackendTest::parent_says(const std::string& lines)
@@ -111,12 +123,6 @@ void BackendTest::parent_says_at_dispatch(int n, const std::string& lines)
     parent_says_bytes(lines + "\n" + std::string(ignored, '\r') + "\n");
     for (std::size_t i = 0; i < lines.size() + 1; ++i)
         read_parent_byte();
-}
-
-static void close_if_open(int& descriptor)
-{
-    if (descriptor >= 0) close(descriptor);
-    descriptor = -1;
 }
 
 void BackendTest::parent_closes()
@@ -147,14 +153,7 @@ std::string BackendTest::parent_hears()
 
 std::string BackendTest::diagnostics()
 {
-    std::string text;
-    char buffer[65536];
-    for (;;) {
-        const ssize_t count = pread(STDERR_FILENO, buffer, sizeof buffer, diagnostics_read);
-        if (count <= 0) return text;
-        text.append(buffer, static_cast<std::size_t>(count));
-        diagnostics_read += count;
-    }
+    return read_all(diagnostics_end);
 }
 
 void BackendTest::connect_router()

@@ -1,6 +1,6 @@
 // The fixture of the in-process tests: the whole backend between a parent and a router that the
-// test plays, under the fake clock. Descriptors 0 and 1 are the parent's pipes, descriptor 2 is a
-// file in memory, the router link is one end of a socket pair.
+// test plays, under the fake clock. Descriptors 0 to 2 are pipes to the parent, the router link is
+// one end of a socket pair.
 #pragma once
 
 #include <functional>
@@ -78,7 +78,7 @@ class BackendTest : public testing::Test {
     int parent_input_end = -1;
     int parent_output_end = -1;
     int saved_descriptors[3] = {-1, -1, -1};
-    off_t diagnostics_read = 0;
+    int diagnostics_end = -1;
     std::string router_pending_bytes; // received by the router, not yet cut into frames
     std::string router_heard_bytes;
     std::vector<std::string> router_heard;
