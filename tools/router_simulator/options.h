@@ -1,0 +1,21 @@
+// The command line of the program.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "router_simulator/router.h"
+
+struct simulator_options {
+    std::string listen = "127.0.0.1";
+    std::uint16_t port = 12345; // 0: any free one
+    std::string names_file;     // empty: none
+    bool trace = false;
+    router_options router;
+};
+
+// Fills in the options. Returns nothing when the program is to run; otherwise, once help or an
+// error has been printed, the status it is to end with.
+std::optional<int> parse_options(int argument_count, const char* const* arguments,
+                                 simulator_options& options);
