@@ -1,0 +1,296 @@
+#include "parent_link/parent_link.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+
+#include "support/temporary_directory.h"
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// Far beyond what any step takes; only a failure lasts that long.
+static constexpr auto patience = 60s;
+// For a wait that must end at once: the test's own time limit is reached first.
+static constexpr auto for_ever = 24h;
+
+class ParentLink : public testing::Test {
+  protected:
+    temporary_directory directory;
+    parent_link link;
+
+    void start_with_config(const std::string& text)
+    {
+        const std::string config = directory.file("router.conf", text);
+        ASSERT_EQ(start_backend(link, BACKEND_PROGRAM, {"--file", config}), 0);
+    }
+
+    void start_shell(const std::string& script)
+    {
+        ASSERT_EQ(start_backend(link, "/bin/sh", {"-c", script}), 0);
+    }
+
+    ParentRecord hear()
+    {
+        ParentRecord record;
+        if (!wait_until(link, patience, [this] { return !link.records.empty(); })) return record;
+        record = link.records.front();
+        link.records.pop_front();
+        return record;
+    }
+
+    bool wait_for_end()
+    {
+        return wait_until(link, patience, [this] { return link.ended; });
+    }
+};
+
+static ParentRecord request(const std::string& command, const std::string& id)
+{
+    ParentRecord record;
+    record.type = "command";
+    record.command = command;
+    record.id = id;
+    return record;
+}
+
+static std::string text(const ParentRecord& record)
+{
+    std::string result;
+    encode_record(record, result);
+    return result;
+}
+
+TEST_F(ParentLink, HandsOutInfoRecordOnStart)
+{
+    start_with_config("inputs=4\noutputs=3\n");
+    const ParentRecord info = hear();
+    EXPECT_EQ(info.command, "info");
+    EXPECT_EQ(info.type, "message");
+    EXPECT_EQ(info.fields.at("inputs"), "4");
+    EXPECT_EQ(info.fields.at("outputs"), "3");
+}
+
+TEST_F(ParentLink, HandsOutReplyToCommand)
+{
+    start_with_config("");
+    ASSERT_EQ(hear().command, "info");
+    send_record(link, request("dance", "17"));
+    EXPECT_EQ(text(hear()),
+              "*COMMAND=dance\n*ERROR=Unknown command dance\n*TYPE=reply\n*ID=17\n\n");
+}
+
+TEST_F(ParentLink, HandsOutReplyWithoutCommand)
+{
+    start_with_config("");
+    ASSERT_EQ(hear().command, "info");
+    ParentRecord report = request("report", "");
+    report.fields["what"] = "inputs";
+    send_record(link, report);
+    EXPECT_EQ(text(hear()), "*TYPE=reply\n\n");
+}
+
+TEST_F(ParentLink, SendsRawBytes)
+{
+    start_with_config("");
+    ASSERT_EQ(hear().command, "info");
+    send_bytes(link, "*COMMAND=si");
+    send_bytes(link, "ng\r\n*TYPE=message\n\n");
+    EXPECT_EQ(hear().error, "Message sing ignored");
+}
+
+TEST_F(ParentLink, HandsOutDiagnosticsLines)
+{
+    start_with_config("inputs=4\noutputs=3\n");
+    ASSERT_TRUE(wait_until(link, patience, [this] { return link.diagnostics.size() >= 2; }));
+    EXPECT_THAT(link.diagnostics, ElementsAre("<DBG>Changing number of inputs to 4",
+                                              "<DBG>Changing number of outputs to 3"));
+}
+
+TEST_F(ParentLink, EndOfInputEndsBackendWithStatusZero)
+{
+    start_with_config("");
+    ASSERT_EQ(hear().command, "info");
+    end_input(link);
+    ASSERT_TRUE(wait_for_end());
+    EXPECT_EQ(link.exit_status, 0);
+    EXPECT_EQ(link.end_signal, 0);
+    EXPECT_EQ(describe_end(link), "exited with status 0");
+}
+
+TEST_F(ParentLink, EndOfInputComesAfterQueuedBytes)
+{
+    start_shell("count=$(wc -c); echo count=$count; echo");
+    send_bytes(link, std::string(1000000, 'x'));
+    end_input(link);
+    send_bytes(link, "too late");
+    EXPECT_EQ(hear().fields["count"], "1000000");
+}
+
+TEST_F(ParentLink, TerminationSignalEndsBackend)
+{
+    start_with_config("");
+    ASSERT_EQ(hear().command, "info");
+    send_signal(link, SIGTERM);
+    ASSERT_TRUE(wait_for_end());
+    EXPECT_EQ(link.exit_status, 0);
+}
+
+TEST_F(ParentLink, NoticesSignalThatKilled)
+{
+    start_with_config("");
+    send_signal(link, SIGKILL);
+    ASSERT_TRUE(wait_for_end());
+    EXPECT_EQ(link.exit_status, -1);
+    EXPECT_EQ(link.end_signal, SIGKILL);
+    EXPECT_EQ(describe_end(link), "was ended by signal 9 (Killed)");
+}
+
+TEST_F(ParentLink, NoticesStartUpFailure)
+{
+    ASSERT_EQ(start_backend(link, BACKEND_PROGRAM, {"--help"}), 0);
+    ASSERT_TRUE(wait_for_end());
+    EXPECT_EQ(link.exit_status, 1);
+    EXPECT_THAT(link.diagnostics, ElementsAre("Grass Valley routing switcher backend process.",
+                                              BACKEND_PROGRAM ": [options]", " --file <path>"));
+}
+
+TEST_F(ParentLink, ReportsProgramThatDoesNotExist)
+{
+    EXPECT_EQ(start_backend(link, (directory.path / "nothing").string(), {}), ENOENT);
+    EXPECT_EQ(describe_end(link), "has not been started");
+    EXPECT_FALSE(wait_for_event(link, for_ever));
+    std::vector<pollfd> descriptors;
+    add_poll_descriptors(link, descriptors);
+    EXPECT_THAT(descriptors, IsEmpty());
+}
+
+TEST_F(ParentLink, StartsAgainAfterEnd)
+{
+    ASSERT_EQ(start_backend(link, BACKEND_PROGRAM, {"--help"}), 0);
+    ASSERT_TRUE(wait_for_end());
+    start_with_config("inputs=5\n");
+    EXPECT_EQ(hear().fields["inputs"], "5");
+    EXPECT_FALSE(link.ended);
+    EXPECT_EQ(describe_end(link), "runs");
+}
+
+TEST_F(ParentLink, CarriesLargeBacklogBothWays)
+{
+    static constexpr int requests = 20000;
+    start_with_config("");
+    for (int id = 0; id < requests; ++id)
+        send_record(link, request("dance", std::to_string(id)));
+    ASSERT_EQ(hear().command, "info");
+    for (int id = 0; id < requests; ++id)
+        ASSERT_EQ(hear().id, std::to_string(id));
+    EXPECT_EQ(link.unsent, "");
+}
+
+TEST_F(ParentLink, HandsOutEverythingWrittenBeforeEnd)
+{
+    start_shell("i=0; while [ $i -lt 300 ]; do i=$((i+1)); echo a=$i; echo; done;"
+                "echo last >&2; printf words >&2; exit 7");
+    ASSERT_TRUE(wait_for_end());
+    EXPECT_EQ(link.exit_status, 7);
+    EXPECT_FALSE(wait_until(link, for_ever, [] { return false; }));
+    ASSERT_EQ(link.records.size(), 300U);
+    EXPECT_EQ(link.records.back().fields["a"], "300");
+    EXPECT_THAT(link.diagnostics, ElementsAre("last", "words"));
+}
+
+TEST_F(ParentLink, WritingToBackendThatHasGoneIsHarmless)
+{
+    start_shell("exec <&-; echo closed=1; echo; read forever <&2");
+    ASSERT_EQ(hear().fields["closed"], "1");
+    send_bytes(link, "nobody reads this");
+    EXPECT_EQ(link.input_fd, -1);
+    EXPECT_EQ(link.unsent, "");
+    send_bytes(link, "nor this");
+    EXPECT_EQ(link.unsent, "");
+}
+
+TEST_F(ParentLink, ClosedOutputEndsBackend)
+{
+    start_with_config("");
+    ASSERT_EQ(hear().command, "info");
+    close_output(link);
+    send_record(link, request("dance", "1"));
+    ASSERT_TRUE(wait_for_end());
+    EXPECT_EQ(link.exit_status, 0);
+}
+
+TEST_F(ParentLink, ClosedDiagnosticsIsSeenByWriter)
+{
+    start_shell("trap '' PIPE; read go; { echo words >&2; } || { echo failed=1; echo; }");
+    close_diagnostics(link);
+    send_bytes(link, "go\n");
+    EXPECT_EQ(hear().fields["failed"], "1");
+}
+
+TEST_F(ParentLink, WaitForEventEndsWithTimeOut)
+{
+    start_shell("read forever");
+    EXPECT_FALSE(wait_for_event(link, 0ms));
+    EXPECT_FALSE(wait_for_event(link, 1ms));
+    EXPECT_FALSE(link.ended);
+}
+
+TEST_F(ParentLink, WaitForEventSeesRecordLineAndEnd)
+{
+    start_shell("echo a=1; echo; read go; echo words >&2; read go; exit 3");
+    ASSERT_TRUE(wait_for_event(link, patience));
+    EXPECT_EQ(link.records.size(), 1U);
+    send_bytes(link, "go\n");
+    ASSERT_TRUE(wait_for_event(link, patience));
+    EXPECT_THAT(link.diagnostics, ElementsAre("words"));
+    send_bytes(link, "go\n");
+    ASSERT_TRUE(wait_for_event(link, patience));
+    EXPECT_EQ(link.exit_status, 3);
+    EXPECT_FALSE(wait_for_event(link, for_ever));
+}
+
+TEST_F(ParentLink, CloseKillsAndReaps)
+{
+    start_shell("trap '' TERM; echo ready=1; echo; while :; do read x || :; done");
+    ASSERT_EQ(hear().fields["ready"], "1");
+    const pid_t process = link.process;
+    close_backend(link);
+    EXPECT_EQ(link.end_signal, SIGKILL);
+    EXPECT_EQ(waitpid(process, nullptr, WNOHANG), -1);
+    EXPECT_EQ(errno, ECHILD);
+    EXPECT_EQ(link.input_fd, -1);
+    EXPECT_EQ(link.output_fd, -1);
+}
+
+// A second backend that held the first one's pipes would keep its input from ever ending.
+TEST_F(ParentLink, BackendInheritsNoPipeOfAnother)
+{
+    start_with_config("");
+    ASSERT_EQ(hear().command, "info");
+    parent_link other;
+    ASSERT_EQ(start_backend(other, "/bin/sh", {"-c", "read forever"}), 0);
+    end_input(link);
+    ASSERT_TRUE(wait_for_end());
+    EXPECT_EQ(link.exit_status, 0);
+    EXPECT_EQ(describe_end(other), "runs");
+}
+
+TEST_F(ParentLink, BackendHasDefaultSignals)
+{
+    start_shell("kill -PIPE $$; exit 3");
+    ASSERT_TRUE(wait_for_end());
+    EXPECT_EQ(link.end_signal, SIGPIPE);
+}
+
+TEST_F(ParentLink, BackendHasProcessGroupOfItsOwn)
+{
+    start_shell("echo ready=1; echo; read forever");
+    ASSERT_EQ(hear().fields["ready"], "1");
+    EXPECT_EQ(getpgid(link.process), link.process);
+}
