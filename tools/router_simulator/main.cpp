@@ -7,7 +7,7 @@
 #include <unistd.h>
 
 #include "router_simulator/commands.h"
-#include "router_simulator/names.h"
+#include "router_simulator/names_file.h"
 #include "router_simulator/options.h"
 #include "router_simulator/server.h"
 
