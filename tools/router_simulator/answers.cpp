@@ -1,5 +1,6 @@
 #include "router_simulator/answers.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "common/numbers.h"

@@ -1,5 +1,6 @@
 #include "router_simulator/server.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
 #include <cstdio>
