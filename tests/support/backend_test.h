@@ -12,16 +12,9 @@
 #include "router_link/message.h"
 #include "support/fake_clock.h"
 #include "support/faults.h"
+#include "support/frames.h"
 
-// The hand-written framing of the tests, so that a mistake in the encoder cannot hide: SOH, the
-// body, its checksum, EOT.
-std::string frame(std::string_view body);
-
-// A frame's body from its pieces: protocol N, then seq, mnemonic and tab-separated parameters.
-std::string body(std::string_view mnemonic, const std::vector<std::string>& parameters = {},
-                 char seq = '0');
-
-// The same pieces as a received, good message, raw included.
+// The pieces of a frame as a received, good message, raw included.
 router_message received(std::string_view mnemonic, const std::vector<std::string>& parameters = {},
                         char seq = '0');
 
