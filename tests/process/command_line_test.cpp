@@ -1,0 +1,164 @@
+// The command line and the path that it gives, on the real program: what is said and the status.
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include "support/process_test.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+class CommandLine : public ProcessTest {
+  protected:
+    // Starts the backend with these arguments, waits for its end and returns how it ended.
+    std::string run(const std::vector<std::string>& arguments)
+    {
+        EXPECT_EQ(start_backend(backend, BACKEND_PROGRAM, arguments), 0);
+        end_input(backend);
+        return end();
+    }
+
+    // The path is refused as one that is no file.
+    void expect_refused(const std::string& path)
+    {
+        EXPECT_EQ(run({"--file", path}), "exited with status 1");
+        EXPECT_THAT(backend.diagnostics,
+                    ElementsAre("File path '" + path +
+                                "' is not valid. Must exist and it must be a file."));
+        EXPECT_THAT(backend.records, IsEmpty());
+    }
+};
+
+class CommandLineHelp : public CommandLine, public testing::WithParamInterface<const char*> {};
+} // namespace
+
+TEST_P(CommandLineHelp, ShowsThreeLinesAndFails)
+{
+    EXPECT_EQ(run({GetParam()}), "exited with status 1");
+    EXPECT_THAT(backend.diagnostics, ElementsAre("Grass Valley routing switcher backend process.",
+                                                 BACKEND_PROGRAM ": [options]", " --file <path>"));
+    EXPECT_THAT(backend.records, IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(EverySpelling, CommandLineHelp,
+                         testing::Values("--help", "-h", "---help", "-help", "--h"));
+
+TEST_F(CommandLine, HelpComesBeforeLaterMistakes)
+{
+    EXPECT_EQ(run({"--help", "-x"}), "exited with status 1");
+    EXPECT_EQ(backend.diagnostics.size(), 3U);
+}
+
+TEST_F(CommandLine, RefusesUnknownSwitch)
+{
+    EXPECT_EQ(run({"-x"}), "exited with status 1");
+    EXPECT_THAT(backend.diagnostics, ElementsAre("Unknown switch 'x'"));
+}
+
+TEST_F(CommandLine, RefusesLoneHyphens)
+{
+    EXPECT_EQ(run({"--"}), "exited with status 1");
+    EXPECT_THAT(backend.diagnostics, ElementsAre("Unknown switch ''"));
+    EXPECT_EQ(run({"-"}), "exited with status 1");
+    EXPECT_THAT(backend.diagnostics, ElementsAre("Unknown switch ''"));
+}
+
+TEST_F(CommandLine, RefusesSwitchThatOnlyBeginsRight)
+{
+    EXPECT_EQ(run({"--files", "a"}), "exited with status 1");
+    EXPECT_THAT(backend.diagnostics, ElementsAre("Unknown switch 'files'"));
+}
+
+TEST_F(CommandLine, UnknownArgumentIsPassedOver)
+{
+    const std::string config = directory.file("a.conf", "inputs=4\n");
+    EXPECT_EQ(run({"foo", "--file", config}), "exited with status 0");
+    EXPECT_THAT(backend.diagnostics,
+                ElementsAre("Unknown argument 'foo'", "<DBG>Changing number of inputs to 4"));
+}
+
+TEST_F(CommandLine, AcceptsAnyNumberOfHyphensBeforeFile)
+{
+    const std::string config = directory.file("a.conf", "inputs=4\n");
+    for (const char* spelling : {"-file", "--file", "---file"}) {
+        EXPECT_EQ(run({spelling, config}), "exited with status 0");
+        EXPECT_THAT(backend.diagnostics, ElementsAre("<DBG>Changing number of inputs to 4"));
+    }
+}
+
+TEST_F(CommandLine, FileSwitchWithoutPathFailsSilently)
+{
+    EXPECT_EQ(run({"--file"}), "exited with status 1");
+    EXPECT_THAT(backend.diagnostics, IsEmpty());
+    EXPECT_THAT(backend.records, IsEmpty());
+}
+
+TEST_F(CommandLine, NoPathIsRefused)
+{
+    const std::string line = "No file path specified, use --file option. See --help for details";
+    EXPECT_EQ(run({}), "exited with status 1");
+    EXPECT_THAT(backend.diagnostics, ElementsAre(line));
+    EXPECT_EQ(run({"--file", ""}), "exited with status 1");
+    EXPECT_THAT(backend.diagnostics, ElementsAre(line));
+}
+
+TEST_F(CommandLine, ArgumentWithoutPathShowsBoth)
+{
+    EXPECT_EQ(run({"foo"}), "exited with status 1");
+    EXPECT_THAT(backend.diagnostics,
+                ElementsAre("Unknown argument 'foo'",
+                            "No file path specified, use --file option. See --help for details"));
+}
+
+TEST_F(CommandLine, LaterFileReplacesEarlier)
+{
+    const std::string a = directory.file("a.conf", "inputs=4\n");
+    const std::string b = directory.file("b.conf", "inputs=5\n");
+    EXPECT_EQ(run({"--file", a, "--file", b}), "exited with status 0");
+    EXPECT_THAT(backend.diagnostics, ElementsAre("<DBG>Changing number of inputs to 5"));
+}
+
+TEST_F(CommandLine, RefusesDirectory)
+{
+    expect_refused(directory.path.string());
+}
+
+TEST_F(CommandLine, RefusesDevice)
+{
+    expect_refused("/dev/null");
+}
+
+TEST_F(CommandLine, RefusesNamedPipe)
+{
+    const std::string path = directory.path / "pipe";
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    expect_refused(path);
+}
+
+TEST_F(CommandLine, RefusesMissingFile)
+{
+    expect_refused(directory.path / "nothing.conf");
+}
+
+TEST_F(CommandLine, RefusesSymbolicLinkToFile)
+{
+    const std::string config = directory.file("a.conf", "inputs=4\n");
+    const std::string path = directory.path / "link.conf";
+    std::filesystem::create_symlink(config, path);
+    expect_refused(path);
+}
+
+// The system finds that such a path cannot name a file before the metadata directory is looked at.
+TEST_F(CommandLine, RefusesFileWithSlashBehindItsName)
+{
+    expect_refused(directory.file("a.conf", "inputs=4\n") + "/");
+}
+
+TEST_F(CommandLine, AcceptsHardLinkAndRelativePath)
+{
+    const std::string config = directory.file("a.conf", "inputs=4\n");
+    std::filesystem::create_hard_link(config, directory.path / "link.conf");
+    EXPECT_EQ(run({"--file", std::filesystem::relative(directory.path / "link.conf")}),
+              "exited with status 0");
+    EXPECT_THAT(backend.diagnostics, ElementsAre("<DBG>Changing number of inputs to 4"));
+}

@@ -1,0 +1,165 @@
+#include "support/process_test.h"
+
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+
+using std::chrono::steady_clock;
+
+// Far beyond what any step takes; only a failure lasts that long.
+static constexpr auto patience = std::chrono::seconds(60);
+// Between two looks at what shows itself without an event at a descriptor.
+static constexpr int look_again_ms = 20;
+
+static std::string text_of(const ParentRecord& record)
+{
+    std::string text;
+    encode_record(record, text);
+    return text;
+}
+
+void ProcessTest::TearDown()
+{
+    if (!HasFailure()) return;
+    serve_backend(backend);
+    std::printf("The backend %s. Its diagnostics:\n", describe_end(backend).c_str());
+    for (const std::string& line : backend.diagnostics)
+        std::printf("  %s\n", line.c_str());
+}
+
+void ProcessTest::start(const std::string& settings)
+{
+    const std::string config = directory.file("router.conf", settings);
+    ASSERT_EQ(start_backend(backend, BACKEND_PROGRAM, {"--file", config}), 0);
+}
+
+void ProcessTest::start_on_router(const std::string& settings)
+{
+    if (!router.listening) listen_for_client(router);
+    start("ip address = 127.0.0.1\nport = " + std::to_string(router.port) + "\n" + settings);
+}
+
+void ProcessTest::start_connected()
+{
+    router.answers = healthy_answers();
+    start_on_router();
+    ASSERT_TRUE(until([this] { return count_requests(router, "QD") >= 2; }));
+}
+
+void ProcessTest::start_simulator(const std::vector<std::string>& options)
+{
+    // It outlives the end of its input, so it is told to end with the test.
+    std::vector<std::string> words = {"setpriv",         "--pdeathsig", "TERM",
+                                      SIMULATOR_PROGRAM, "--port",      "0"};
+    words.insert(words.end(), options.begin(), options.end());
+    start_line_program(simulator, words);
+    ASSERT_TRUE(until([this] { return !simulator.lines.empty(); }));
+    const std::string& line = simulator.lines.front(); // Listening on 127.0.0.1:40123
+    simulator_port = line.substr(line.rfind(':') + 1);
+}
+
+void ProcessTest::start_on_simulator(parent_link& link, const std::string& settings)
+{
+    const std::string config = directory.file(
+        "simulator.conf", "ip address = 127.0.0.1\nport = " + simulator_port + "\n" + settings);
+    ASSERT_EQ(start_backend(link, BACKEND_PROGRAM, {"--file", config}), 0);
+}
+
+bool ProcessTest::until(const std::function<bool()>& done)
+{
+    const auto deadline = steady_clock::now() + patience;
+    while (!done()) {
+        if (steady_clock::now() > deadline) return false;
+        std::vector<pollfd> descriptors;
+        add_poll_descriptors(backend, descriptors);
+        add_poll_descriptors(second_backend, descriptors);
+        add_poll_descriptors(router, descriptors);
+        add_poll_descriptor(simulator, descriptors);
+        poll(descriptors.data(), descriptors.size(), look_again_ms);
+        serve_backend(backend);
+        serve_backend(second_backend);
+        serve_router(router);
+        serve_line_program(simulator);
+    }
+    return true;
+}
+
+std::string ProcessTest::hear_line(parent_link& link, const std::string& line)
+{
+    std::string text;
+    until([&] {
+        for (; !link.records.empty(); link.records.pop_front()) {
+            text = text_of(link.records.front());
+            if (("\n" + text).find("\n" + line + "\n") == std::string::npos) continue;
+            link.records.pop_front();
+            return true;
+        }
+        text.clear();
+        return link.ended;
+    });
+    return text;
+}
+
+std::string ProcessTest::hear(parent_link& link, const std::string& command)
+{
+    return hear_line(link, "*COMMAND=" + command);
+}
+
+void ProcessTest::say(const std::string& lines)
+{
+    send_bytes(backend, lines + "\n\n");
+}
+
+void ProcessTest::take(parent_link& link, int output, int input)
+{
+    send_bytes(link, "*COMMAND=route output\n*TYPE=command\nqueue=add\nto output=" +
+                         std::to_string(output) + "\nfrom input=" + std::to_string(input) +
+                         "\n\n*COMMAND=route output\n*TYPE=command\nqueue=flush\n\n");
+}
+
+// Whether the line stands at or after the position, which then moves behind it, otherwise to the
+// end.
+static bool find_line(const std::deque<std::string>& lines, std::size_t& position,
+                      const std::string& line)
+{
+    while (position < lines.size())
+        if (lines[position++] == line) return true;
+    return false;
+}
+
+bool ProcessTest::logs(const std::string& line)
+{
+    bool there = false;
+    until([&] {
+        there = find_line(backend.diagnostics, diagnostics_seen, line);
+        return there || backend.ended;
+    });
+    return there;
+}
+
+bool ProcessTest::simulator_prints(const std::string& line)
+{
+    return until([&] { return find_line(simulator.lines, simulator_lines_seen, line); });
+}
+
+std::string ProcessTest::end()
+{
+    until([this] { return backend.ended; });
+    return describe_end(backend);
+}
+
+std::string ProcessTest::last_line() const
+{
+    return backend.diagnostics.empty() ? "" : backend.diagnostics.back();
+}
+
+long voluntary_switches(pid_t process)
+{
+    std::ifstream status("/proc/" + std::to_string(process) + "/status");
+    const std::string name = "voluntary_ctxt_switches:";
+    for (std::string word; status >> word;) {
+        long count = 0;
+        if (word == name && status >> count) return count;
+    }
+    return -1;
+}

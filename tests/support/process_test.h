@@ -1,0 +1,73 @@
+// The fixture of the tests that run the real backend: between a parent (parent_link) and a router
+// that the test plays, or the simulator as a program. Everything waits for events; a wait fails
+// only when a minute has passed.
+#pragma once
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "parent_link/parent_link.h"
+#include "support/child_process.h"
+#include "support/tcp_router.h"
+#include "support/temporary_directory.h"
+
+class ProcessTest : public testing::Test {
+  protected:
+    temporary_directory directory;
+    tcp_router router;
+    line_program simulator;
+    std::string simulator_port;
+    parent_link backend;
+    parent_link second_backend; // of another operator
+
+    void TearDown() override; // shows the diagnostics of a test that has failed
+
+    // Starts the backend with these lines as its configuration file.
+    void start(const std::string& settings);
+    // Starts it on the test's own router, which listens.
+    void start_on_router(const std::string& settings = "");
+    // Starts it on a healthy router and waits until the status request goes round.
+    void start_connected();
+    void start_simulator(const std::vector<std::string>& options = {});
+    void start_on_simulator(parent_link& link, const std::string& settings = "");
+
+    // Serves everybody until done() holds. False when the time is over first.
+    bool until(const std::function<bool()>& done);
+
+    // The next record with this command, as text; those before it are dropped. "" when none comes.
+    std::string hear(parent_link& link, const std::string& command);
+    std::string hear(const std::string& command)
+    {
+        return hear(backend, command);
+    }
+    // The same for a record that holds this line.
+    std::string hear_line(parent_link& link, const std::string& line);
+    std::string hear_line(const std::string& line)
+    {
+        return hear_line(backend, line);
+    }
+
+    // Lines joined by newlines; the empty line that ends the record is added.
+    void say(const std::string& lines);
+    // Stages and flushes one route change.
+    void take(parent_link& link, int output, int input);
+
+    // Whether the line comes among the diagnostics, after the one that was found last.
+    bool logs(const std::string& line);
+    // The same for what the simulator prints.
+    bool simulator_prints(const std::string& line);
+
+    // Waits for the backend's end: "exited with status 0".
+    std::string end();
+    // The last of the diagnostics.
+    std::string last_line() const;
+
+  private:
+    std::size_t diagnostics_seen = 0;
+    std::size_t simulator_lines_seen = 0;
+};
+
+// How often the process has slept. -1 when there is no such process.
+long voluntary_switches(pid_t process);

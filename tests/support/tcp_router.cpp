@@ -1,0 +1,146 @@
+#include "support/tcp_router.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <cerrno>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <system_error>
+#include <unistd.h>
+
+#include "support/frames.h"
+
+static int checked(int result)
+{
+    if (result < 0) throw std::system_error(errno, std::generic_category());
+    return result;
+}
+
+static void close_if_open(int& descriptor)
+{
+    if (descriptor >= 0) close(descriptor);
+    descriptor = -1;
+}
+
+tcp_router::~tcp_router()
+{
+    close_if_open(client);
+    close_if_open(listener);
+}
+
+static std::string name_answer(const char* kind, std::vector<std::string> entries)
+{
+    entries.insert(entries.begin(), kind);
+    return frame(body("NQ", entries));
+}
+
+std::map<std::string, std::string> healthy_answers()
+{
+    return {
+        {"BK N", frame(body("KB", {"N", "TX4"}))},
+        {"BK R", frame(body("KB", {"R", "r7"}))},
+        {"BK T", frame(body("KB", {"T", "Suite 2"}))},
+        {"QN L", name_answer("L", {"1", "VIDEO", "0", "0"})},
+        {"QN IS", name_answer("S", {"4", "CAM 1", "1", "0", "0", "CAM 2", "2", "0", "0", //
+                                    "CAM 3", "3", "0", "0", "CAM 4", "4", "0", "0"})},
+        {"QN ID", name_answer("D", {"2", "MON 1", "1", "0", "0", "MON 2", "2", "0", "0"})},
+        {"QI 1 0", frame(body("IQ", {"1", "0", "N", "N", "3"}))},
+        {"QI 2 0", frame(body("IQ", {"2", "0", "N", "N", "3"}))},
+        {"BK F", frame(body("KB", {"F", "0"}))},
+        {"BK f 0", frame(body("ER", {"00", "BK"}))},
+        {"QD", frame(body("ER", {"00", "QD"}))},
+    };
+}
+
+void reserve_port(tcp_router& router)
+{
+    router.listener = checked(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    const int on = 1;
+    checked(setsockopt(router.listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(router.port);
+    auto* const generic = reinterpret_cast<sockaddr*>(&address);
+    socklen_t size = sizeof address;
+    checked(bind(router.listener, generic, size));
+    checked(getsockname(router.listener, generic, &size));
+    router.port = ntohs(address.sin_port);
+}
+
+void listen_for_client(tcp_router& router, int backlog)
+{
+    if (router.listener < 0) reserve_port(router);
+    checked(listen(router.listener, backlog));
+    router.listening = true;
+}
+
+void send_bytes(tcp_router& router, std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t count = send(router.client, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (count < 0) return; // the client has gone, which the next receive shows
+        bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+}
+
+void close_client(tcp_router& router)
+{
+    close_if_open(router.client);
+    router.unread.clear();
+}
+
+void reset_client(tcp_router& router)
+{
+    const linger at_once = {.l_onoff = 1, .l_linger = 0};
+    checked(setsockopt(router.client, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once));
+    close_client(router);
+}
+
+long count_requests(const tcp_router& router, const std::string& request)
+{
+    return std::count(router.requests.begin(), router.requests.end(), request);
+}
+
+void add_poll_descriptors(const tcp_router& router, std::vector<pollfd>& descriptors)
+{
+    if (router.listening && router.client < 0)
+        descriptors.push_back({router.listener, POLLIN, 0});
+    if (router.client >= 0 && router.reads) descriptors.push_back({router.client, POLLIN, 0});
+}
+
+static void accept_client(tcp_router& router)
+{
+    router.client = accept4(router.listener, nullptr, nullptr, SOCK_CLOEXEC);
+    if (router.client >= 0) ++router.connections;
+}
+
+static void take_requests(tcp_router& router)
+{
+    for (std::size_t end = 0; (end = router.unread.find('\x04')) != std::string::npos;) {
+        const std::string request = readable_request(router.unread.substr(0, end + 1));
+        router.unread.erase(0, end + 1);
+        router.requests.push_back(request);
+        const auto answer = router.answers.find(request);
+        if (answer != router.answers.end()) send_bytes(router, answer->second);
+    }
+}
+
+static void receive_requests(tcp_router& router)
+{
+    char bytes[4096];
+    const ssize_t count = recv(router.client, bytes, sizeof bytes, MSG_DONTWAIT);
+    if (count > 0) {
+        router.unread.append(bytes, static_cast<std::size_t>(count));
+        take_requests(router);
+    } else if (count == 0 || errno != EAGAIN) {
+        close_client(router);
+        ++router.endings;
+    }
+}
+
+void serve_router(tcp_router& router)
+{
+    if (router.listening && router.client < 0) accept_client(router);
+    if (router.client >= 0 && router.reads) receive_requests(router);
+}

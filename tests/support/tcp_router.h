@@ -1,0 +1,49 @@
+// A router on 127.0.0.1 that a test plays: one client at a time, whose requests are kept as
+// readable text and answered from a table. Nothing here waits.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <poll.h>
+#include <string>
+#include <string_view>
+#include <vector>
+
+struct tcp_router {
+    int listener = -1;
+    bool listening = false;
+    int client = -1;                  // -1: nobody is connected
+    std::uint16_t port = 0;           // stays the same when the router listens again
+    bool reads = true;                // clear: what the client sends is left in the socket
+    int connections = 0;              // how many were accepted so far
+    int endings = 0;                  // how many of them the client has ended
+    std::string unread;               // the beginning of a frame
+    std::deque<std::string> requests; // oldest first; the test may take entries out
+    std::map<std::string, std::string> answers; // bytes sent at once for a request
+
+    tcp_router() = default;
+    tcp_router(const tcp_router&) = delete;
+    tcp_router& operator=(const tcp_router&) = delete;
+    ~tcp_router();
+};
+
+// The answers of a healthy router with sources CAM 1 to CAM 4 and destinations MON 1 and MON 2,
+// indexes from 1, source 3 on both.
+std::map<std::string, std::string> healthy_answers();
+
+// Takes a port, a free one the first time, without listening: connections are refused.
+void reserve_port(tcp_router& router);
+// Listens on the port; a backlog of 0 lets one connection wait for accept.
+void listen_for_client(tcp_router& router, int backlog = 8);
+
+void send_bytes(tcp_router& router, std::string_view bytes);
+void close_client(tcp_router& router); // in order, after everything sent
+void reset_client(tcp_router& router); // the client sees "Connection reset by peer"
+
+// How often the request has been received and not been taken out.
+long count_requests(const tcp_router& router, const std::string& request);
+
+void add_poll_descriptors(const tcp_router& router, std::vector<pollfd>& descriptors);
+// Accepts, receives and answers what is there.
+void serve_router(tcp_router& router);
