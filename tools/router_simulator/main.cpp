@@ -3,6 +3,7 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
+#include <iostream>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -79,7 +80,8 @@ static bool report_fault(const std::string& fault)
 int main(int argument_count, char** arguments)
 {
     simulator_options options;
-    if (const auto status = parse_options(argument_count, arguments, options)) return *status;
+    if (const auto status = parse_options(argument_count, arguments, options, std::cout, std::cerr))
+        return *status;
     simulator_server server{.router = make_router(options.router),
                             .print = [](const std::string& line) { print_text(line + "\n"); },
                             .trace = options.trace};

@@ -95,7 +95,8 @@ static void add_manner_options(CLI::App& app, router_options& router)
 }
 
 std::optional<int> parse_options(int argument_count, const char* const* arguments,
-                                 simulator_options& options)
+                                 simulator_options& options, std::ostream& output,
+                                 std::ostream& errors)
 {
     CLI::App app("A simulated video router that speaks the Grass Valley Native Protocol over TCP.",
                  "router_simulator");
@@ -108,7 +109,7 @@ std::optional<int> parse_options(int argument_count, const char* const* argument
     try {
         app.parse(argument_count, arguments);
     } catch (const CLI::ParseError& outcome) {
-        return app.exit(outcome) == 0 ? 0 : 1;
+        return app.exit(outcome, output, errors) == 0 ? 0 : 1;
     }
     return std::nullopt;
 }

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <ostream>
 #include <string>
 
 #include "router_simulator/router.h"
@@ -15,7 +16,8 @@ struct simulator_options {
     router_options router;
 };
 
-// Fills in the options. Returns nothing when the program is to run; otherwise, once help or an
-// error has been printed, the status it is to end with.
+// Fills in the options. Returns nothing when the program is to run; otherwise, once help has been
+// printed to `output` or what is wrong to `errors`, the status it is to end with.
 std::optional<int> parse_options(int argument_count, const char* const* arguments,
-                                 simulator_options& options);
+                                 simulator_options& options, std::ostream& output,
+                                 std::ostream& errors);
