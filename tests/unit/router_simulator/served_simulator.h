@@ -1,0 +1,52 @@
+// A simulated router served in-process, with clients that the test holds the other end of.
+#pragma once
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "router_simulator/server.h"
+#include "support/backend_test.h"
+
+class ServedSimulator : public testing::Test {
+  protected:
+    void TearDown() override
+    {
+        stop_server(server);
+        for (const int end : ends)
+            close(end);
+    }
+
+    // A new client; returns the test's end of its connection.
+    int connect_client()
+    {
+        int pair[2];
+        EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, pair), 0);
+        add_client(server, pair[0], "test");
+        ends.push_back(pair[1]);
+        return pair[1];
+    }
+
+    void says(int end, std::string_view bytes)
+    {
+        EXPECT_EQ(send(end, bytes.data(), bytes.size(), MSG_NOSIGNAL),
+                  static_cast<ssize_t>(bytes.size()));
+        serve(server, 0);
+    }
+
+    static std::string hears(int end)
+    {
+        std::string bytes;
+        char buffer[65536];
+        for (ssize_t count = recv(end, buffer, sizeof buffer, MSG_DONTWAIT); count > 0;
+             count = recv(end, buffer, sizeof buffer, MSG_DONTWAIT))
+            bytes.append(buffer, static_cast<std::size_t>(count));
+        return bytes;
+    }
+
+    std::vector<std::string> printed;
+    std::vector<int> ends;
+    simulator_server server{.router = make_router({.sources = 4, .destinations = 3}),
+                            .print = [this](const std::string& line) {
+                                printed.push_back(line);
+                            }};
+};
