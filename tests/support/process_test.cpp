@@ -33,10 +33,15 @@ void ProcessTest::start(const std::string& settings)
     ASSERT_EQ(start_backend(backend, BACKEND_PROGRAM, {"--file", config}), 0);
 }
 
+std::string ProcessTest::router_settings() const
+{
+    return "ip address = 127.0.0.1\nport = " + std::to_string(router.port) + "\n";
+}
+
 void ProcessTest::start_on_router(const std::string& settings)
 {
     if (!router.listening) listen_for_client(router);
-    start("ip address = 127.0.0.1\nport = " + std::to_string(router.port) + "\n" + settings);
+    start(router_settings() + settings);
 }
 
 void ProcessTest::start_connected()

@@ -26,7 +26,9 @@ class ProcessTest : public testing::Test {
 
     // Starts the backend with these lines as its configuration file.
     void start(const std::string& settings);
-    // Starts it on the test's own router, which listens.
+    // The address of the test's own router, as lines of a configuration file.
+    std::string router_settings() const;
+    // Starts it on this router, which listens.
     void start_on_router(const std::string& settings = "");
     // Starts it on a healthy router and waits until the status request goes round.
     void start_connected();

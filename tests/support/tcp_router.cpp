@@ -52,19 +52,27 @@ std::map<std::string, std::string> healthy_answers()
     };
 }
 
-void reserve_port(tcp_router& router)
+static sockaddr* generic(sockaddr_in& address)
 {
-    router.listener = checked(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    const int on = 1;
-    checked(setsockopt(router.listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on));
+    return reinterpret_cast<sockaddr*>(&address); // the socket interface's own cast
+}
+
+static sockaddr_in loopback(std::uint16_t port)
+{
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(router.port);
-    auto* const generic = reinterpret_cast<sockaddr*>(&address);
+    address.sin_port = htons(port);
+    return address;
+}
+
+void reserve_port(tcp_router& router)
+{
+    router.listener = checked(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    sockaddr_in address = loopback(0);
     socklen_t size = sizeof address;
-    checked(bind(router.listener, generic, size));
-    checked(getsockname(router.listener, generic, &size));
+    checked(bind(router.listener, generic(address), size));
+    checked(getsockname(router.listener, generic(address), &size));
     router.port = ntohs(address.sin_port);
 }
 
@@ -73,6 +81,14 @@ void listen_for_client(tcp_router& router, int backlog)
     if (router.listener < 0) reserve_port(router);
     checked(listen(router.listener, backlog));
     router.listening = true;
+}
+
+int connect_to(const tcp_router& router)
+{
+    const int descriptor = checked(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_in address = loopback(router.port);
+    checked(connect(descriptor, generic(address), sizeof address));
+    return descriptor;
 }
 
 void send_bytes(tcp_router& router, std::string_view bytes)
@@ -104,8 +120,7 @@ long count_requests(const tcp_router& router, const std::string& request)
 
 void add_poll_descriptors(const tcp_router& router, std::vector<pollfd>& descriptors)
 {
-    if (router.listening && router.client < 0)
-        descriptors.push_back({router.listener, POLLIN, 0});
+    if (router.listening && router.client < 0) descriptors.push_back({router.listener, POLLIN, 0});
     if (router.client >= 0 && router.reads) descriptors.push_back({router.client, POLLIN, 0});
 }
 

@@ -32,10 +32,14 @@ struct tcp_router {
 // indexes from 1, source 3 on both.
 std::map<std::string, std::string> healthy_answers();
 
-// Takes a port, a free one the first time, without listening: connections are refused.
+// Takes a free port without listening: connections are refused.
 void reserve_port(tcp_router& router);
-// Listens on the port; a backlog of 0 lets one connection wait for accept.
+// Listens, on a free port unless one is reserved. A backlog of 0 lets one connection wait for
+// accept and leaves any other without an answer.
 void listen_for_client(tcp_router& router, int backlog = 8);
+
+// Connects to it like any client. The descriptor is the caller's.
+int connect_to(const tcp_router& router);
 
 void send_bytes(tcp_router& router, std::string_view bytes);
 void close_client(tcp_router& router); // in order, after everything sent

@@ -1,0 +1,191 @@
+// The parent's side of the real program: records, diagnostics and the ways in which it ends.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include "support/process_test.h"
+
+using testing::Contains;
+using testing::ElementsAre;
+
+namespace {
+class Parent : public ProcessTest {
+  protected:
+    // Sends a piece and waits until the backend has taken it, so that the next comes on its own.
+    bool say_piece(const std::string& bytes)
+    {
+        send_bytes(backend, bytes);
+        return until([this] {
+            int waiting = -1;
+            return ioctl(backend.input_fd, FIONREAD, &waiting) == 0 && waiting == 0;
+        });
+    }
+};
+} // namespace
+
+static const std::string info_of_four_inputs =
+    "*COMMAND=info\n*TYPE=message\ncompany=Grass Valley\n"
+    "copyright=Copyright (C) 2026 the routing switcher backend's authors\nfirmware version=\n"
+    "inputs=4\nmodel=\noutput routing controls=all\noutputs=3\n"
+    "product=Grass Valley Native Protocol switcher or compatible\n\n";
+
+TEST_F(Parent, HearsInfoFirst)
+{
+    start("inputs=4\noutputs=3\n");
+    ASSERT_TRUE(until([this] { return !backend.records.empty(); }));
+    EXPECT_EQ(hear("info"), info_of_four_inputs);
+    EXPECT_THAT(backend.diagnostics, ElementsAre("<DBG>Changing number of inputs to 4",
+                                                 "<DBG>Changing number of outputs to 3"));
+}
+
+TEST_F(Parent, RecordMayComeInPieces)
+{
+    start("");
+    ASSERT_TRUE(say_piece("*COMMAND=da"));
+    ASSERT_TRUE(say_piece("nce\n*TYPE=comm"));
+    ASSERT_TRUE(say_piece("and\n"));
+    ASSERT_TRUE(say_piece("*ID=7\n"));
+    send_bytes(backend, "\n");
+    EXPECT_EQ(hear("dance"),
+              "*COMMAND=dance\n*ERROR=Unknown command dance\n*TYPE=reply\n*ID=7\n\n");
+}
+
+TEST_F(Parent, LinesMayEndWithCarriageReturns)
+{
+    start("");
+    send_bytes(backend, "*COMMAND=dance\r\n*TYPE=command\r\n*ID=7\r\n\r\n");
+    EXPECT_EQ(hear("dance"),
+              "*COMMAND=dance\n*ERROR=Unknown command dance\n*TYPE=reply\n*ID=7\n\n");
+}
+
+TEST_F(Parent, EmptyLinesBeforeRecordAreNoRecord)
+{
+    start("");
+    send_bytes(backend, "\n\n*ID=7\n\n*COMMAND=dance\n*TYPE=command\n\n");
+    EXPECT_EQ(hear("dance"),
+              "*COMMAND=dance\n*ERROR=Unknown command dance\n*TYPE=reply\n*ID=7\n\n");
+}
+
+TEST_F(Parent, EveryCommandIsAnswered)
+{
+    start("inputs=4\noutputs=3\n");
+    say("*COMMAND=route output\n*TYPE=command\n*ID=1\nqueue=add\nto output=1\nfrom input=2");
+    EXPECT_EQ(hear("route output"), "*COMMAND=route output\n*TYPE=reply\n*ID=1\n\n");
+    say("*COMMAND=report\n*TYPE=command\n*ID=2\nwhat=outputs");
+    EXPECT_EQ(hear_line("*ID=2"), "*TYPE=reply\n*ID=2\n\n");
+    say("*COMMAND=report\n*TYPE=command\n*ID=3\nwhat=inputs");
+    EXPECT_EQ(hear_line("*ID=3"), "*TYPE=reply\n*ID=3\n\n");
+    say("*COMMAND=report\n*TYPE=command\n*ID=4\nwhat=weather");
+    EXPECT_EQ(hear("report"), "*COMMAND=report\n*ERROR=I do not recognize what you are asking for\n"
+                              "*TYPE=reply\n*ID=4\n\n");
+    say("*COMMAND=sing\n*TYPE=message\n*ID=5");
+    EXPECT_EQ(hear("sing"), "*COMMAND=sing\n*ERROR=Message sing ignored\n*TYPE=reply\n*ID=5\n\n");
+}
+
+TEST_F(Parent, SettingShowsInDiagnosticsAndInfo)
+{
+    start("outputs=3\n");
+    ASSERT_NE(hear("info"), "");
+    say("*COMMAND=set\n*TYPE=message\nname=inputs\nvalue=4");
+    EXPECT_EQ(hear("info"), info_of_four_inputs);
+    EXPECT_TRUE(logs("<DBG>Changing number of inputs to 4"));
+}
+
+TEST_F(Parent, EndOfInputEndsTheProcess)
+{
+    start("");
+    ASSERT_NE(hear("info"), "");
+    end_input(backend);
+    EXPECT_EQ(end(), "exited with status 0");
+    EXPECT_EQ(last_line(), "");
+}
+
+TEST_F(Parent, EndOfInputClosesConnection)
+{
+    start_connected();
+    end_input(backend);
+    EXPECT_EQ(end(), "exited with status 0");
+    EXPECT_EQ(last_line(), "<NOTE>Connection to router closed");
+    EXPECT_TRUE(until([this] { return router.endings == 1; }));
+}
+
+TEST_F(Parent, RecordBeforeEndOfInputIsAnswered)
+{
+    start("");
+    say("*COMMAND=dance\n*TYPE=command\n*ID=7");
+    end_input(backend);
+    EXPECT_EQ(end(), "exited with status 0");
+    EXPECT_NE(hear_line("*ID=7"), "");
+}
+
+TEST_F(Parent, RecordCutShortByEndOfInputIsDropped)
+{
+    start("");
+    send_bytes(backend, "*COMMAND=dance\n*TYPE=command\n*ID=7\n");
+    end_input(backend);
+    EXPECT_EQ(end(), "exited with status 0");
+    EXPECT_EQ(hear_line("*ID=7"), "");
+}
+
+TEST_F(Parent, ClosedReaderOfRecordsEndsTheProcess)
+{
+    start_connected();
+    close_output(backend);
+    say("*COMMAND=dance\n*TYPE=command");
+    EXPECT_EQ(end(), "exited with status 0");
+    EXPECT_EQ(last_line(), "<NOTE>Connection to router closed");
+}
+
+TEST_F(Parent, ClosedReaderOfDiagnosticsEndsTheProcess)
+{
+    start_connected(); // every request is logged
+    close_diagnostics(backend);
+    EXPECT_EQ(end(), "exited with status 0");
+    EXPECT_TRUE(until([this] { return router.endings == 1; }));
+}
+
+// Counts that go round, so that each makes a report of its own.
+static int nth_count(int n)
+{
+    return 1 + n % 200;
+}
+
+// Reads until so many records have come and returns their numbers of inputs.
+static std::vector<int> read_counts(int descriptor, std::size_t records)
+{
+    std::string text;
+    char bytes[4096];
+    std::vector<int> counts;
+    while (counts.size() < records) {
+        const ssize_t count = read(descriptor, bytes, sizeof bytes);
+        if (count <= 0) break;
+        text.append(bytes, static_cast<std::size_t>(count));
+        for (std::size_t end = 0; (end = text.find("\n\n")) != std::string::npos;) {
+            const std::size_t number = text.find("\ninputs=") + 8;
+            counts.push_back(std::stoi(text.substr(number, end - number)));
+            text.erase(0, end + 2);
+        }
+    }
+    return counts;
+}
+
+TEST_F(Parent, ReportsWaitForParentThatDoesNotRead)
+{
+    static constexpr int reports = 3000; // far more than a pipe holds
+    descriptor_pair input = pipe_to_child();
+    descriptor_pair output = pipe_from_child();
+    const owned_descriptor null(open("/dev/null", O_WRONLY | O_CLOEXEC));
+    child_process child;
+    start_child(child, {BACKEND_PROGRAM, "--file", directory.file("a.conf", "")},
+                {input.childs.number, output.childs.number, null.number});
+    std::vector<int> expected = {0};
+    for (int i = 0; i < reports; ++i) {
+        expected.push_back(nth_count(i));
+        write_all(input.ours.number, "*COMMAND=set\n*TYPE=message\nname=inputs\nvalue=" +
+                                         std::to_string(nth_count(i)) + "\n\n");
+    }
+    EXPECT_EQ(read_counts(output.ours.number, expected.size()), expected);
+    input.ours.reset();
+    EXPECT_EQ(status_at_end(child), 0);
+}
