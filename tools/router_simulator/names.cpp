@@ -26,19 +26,19 @@ static std::string letters(std::size_t number)
     return number < 26 ? text : letters(number / 26 - 1) + text;
 }
 
+static std::string name_in_group(const name_group& group, std::size_t number)
+{
+    return std::string(group.word) + " " +
+           (group.letters ? letters(number) : std::to_string(number + 1));
+}
+
 static std::string generated_name(std::span<const name_group> groups, std::size_t position)
 {
-    std::size_t cycle_length = 0;
-    for (const name_group& group : groups)
-        cycle_length += group.size;
-    const std::size_t cycle = position / cycle_length;
-    std::size_t place = position % cycle_length;
-    const name_group* group = groups.data();
-    for (; place >= group->size; ++group)
-        place -= group->size;
-    const std::size_t number = cycle * group->size + place;
-    return std::string(group->word) + " " +
-           (group->letters ? letters(number) : std::to_string(number + 1));
+    for (std::size_t cycle = 0;; ++cycle)
+        for (const name_group& group : groups) {
+            if (position < group.size) return name_in_group(group, cycle * group.size + position);
+            position -= group.size;
+        }
 }
 
 std::string generated_source_name(std::size_t position)

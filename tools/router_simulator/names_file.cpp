@@ -106,7 +106,9 @@ std::string read_names(simulated_router& router, std::istream& file, const std::
         if (line.ends_with('\r')) line.pop_back();
         if (line.empty() || line.front() == '#' || line == "kind,index,name") continue;
         const std::string fault = set_name(router, line, named_in, number);
-        if (!fault.empty()) return file_name + ":" + std::to_string(number) + ": " + fault;
+        if (fault.empty()) continue;
+        return std::string(file_name).append(":").append(std::to_string(number)).append(": ") +
+               fault;
     }
     return file.bad() ? file_name + ": cannot be read: " + std::strerror(errno) : "";
 }

@@ -186,8 +186,7 @@ static void accept_clients(simulator_server& server)
             add_client(server, descriptor, address_text(address));
             continue;
         }
-        if (errno == ECONNABORTED || errno == EINTR) continue;
-        if (errno != EAGAIN) {
+        if (errno == EMFILE || errno == ENFILE) {
             // The client stays waiting, and would keep the loop turning.
             server.accepting = false;
             server.print(std::string("Cannot accept a client: ") + std::strerror(errno));

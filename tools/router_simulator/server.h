@@ -15,7 +15,7 @@
 #include "router_simulator/router.h"
 
 // Bytes that may wait for a client that does not read; beyond, it is dropped.
-constexpr std::size_t MAX_WAITING_OUTPUT = 4 * 1024 * 1024;
+constexpr std::size_t MAX_WAITING_OUTPUT = 4'194'304;
 
 struct client_link {
     int descriptor = -1;

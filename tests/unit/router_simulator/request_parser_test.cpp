@@ -140,7 +140,7 @@ RC_GTEST_PROP(SimulatorParser, FindsTheSameInWhateverPiecesBytesCome, ())
     RC_ASSERT(pieces.content == whole.content);
 }
 
-RC_GTEST_PROP(SimulatorParser, FindsEveryGoodFrameBehindAnyBytes, (std::string noise))
+RC_GTEST_PROP(SimulatorParser, FindsEveryGoodFrameBehindAnyBytes, (const std::string& noise))
 {
     request_parser parser;
     parse_requests(parser, noise);
