@@ -29,5 +29,5 @@ install_build_packages() {
 
 install_test_packages() {
     install_missing libgtest-dev libgmock-dev librapidcheck-dev clang-format clang-tidy cppcheck \
-        shellcheck procps
+        shellcheck procps python3
 }

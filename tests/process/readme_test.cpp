@@ -1,0 +1,39 @@
+// The parent that README.md shows, run as it stands there.
+
+#include "support/process_test.h"
+
+namespace {
+class Readme : public ProcessTest {};
+} // namespace
+
+// The fenced block of this language.
+static std::string code_of(const std::string& document, const std::string& language)
+{
+    std::ifstream file(document);
+    std::string code;
+    bool inside = false;
+    for (std::string line; std::getline(file, line);) {
+        if (inside && line == "```") break;
+        if (inside) code += line + "\n";
+        if (line == "```" + language) inside = true;
+    }
+    return code;
+}
+
+TEST_F(Readme, ParentRoutes)
+{
+    start_simulator();
+    const std::string code = code_of(PROJECT_DIRECTORY "/README.md", "python");
+    ASSERT_NE(code, "");
+    const std::string script = directory.file("parent.py", code);
+    const std::string config =
+        directory.file("router.conf", "ip address = 127.0.0.1\nport = " + simulator_port + "\n");
+    line_program parent;
+    start_line_program(parent, {"python3", script, BACKEND_PROGRAM, "--file", config});
+    EXPECT_EQ(status_at_end(parent.child), 0);
+    serve_line_program(parent);
+    ASSERT_FALSE(parent.lines.empty());
+    EXPECT_EQ(parent.lines.back(), "routed");
+    write_all(simulator.input.number, "routes\n");
+    EXPECT_TRUE(simulator_prints("1 MON B <- 3 CAM 4"));
+}
