@@ -1,11 +1,15 @@
 #include "frame/config_file.h"
 
+#include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <sys/file.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
@@ -229,6 +233,40 @@ TEST_F(ConfigFile, IsReadOnceNobodyElseHoldsALock)
     close(other);
     reader.join();
     EXPECT_EQ(config, (ConfigMap{{"a", "2"}}));
+}
+
+static void do_nothing(int)
+{
+}
+
+// A pipe in the file's place, whose reading a signal interrupts once its one line has been taken.
+TEST_F(ConfigFile, FailsWhenReadingFailsAfterSomeLines)
+{
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    const int writer = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(write(writer, "a=1\n", 4), 4);
+    struct sigaction interrupting {};
+    struct sigaction previous {};
+    interrupting.sa_handler = do_nothing; // without SA_RESTART
+    sigaction(SIGUSR1, &interrupting, &previous);
+    ConfigMap config;
+    int result = 0;
+    std::atomic<bool> finished = false;
+    std::thread reader([&] {
+        result = read_config_file(path, config);
+        finished = true;
+    });
+    while (!finished) {
+        int unread = 0;
+        ioctl(writer, FIONREAD, &unread);
+        if (unread == 0) pthread_kill(reader.native_handle(), SIGUSR1);
+        std::this_thread::yield();
+    }
+    reader.join();
+    sigaction(SIGUSR1, &previous, nullptr);
+    close(writer);
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(config, (ConfigMap{{"a", "1"}}));
 }
 
 TEST_F(ConfigFile, GivesTheSettingsOfEveryLineKind)

@@ -58,8 +58,9 @@ TEST(RecordLine, FillsTheReservedMembers)
 
 TEST(RecordLine, ComparesReservedNamesExactly)
 {
-    const ParentRecord record = decoded({"*command=a", "*COMMANDS=b", "*COMMAN=c", " *ID=d",
-                                         "*ID =e", "*TYPE2=f", "*ERR=g", "COMMAND=h", "*FOO=i"});
+    const ParentRecord record =
+        decoded({"*command=a", "*COMMANDS=b", "*COMMAN=c", " *ID=d", "*ID =e", "*TYPE2=f", "*ERR=g",
+                 "*ERRORS=j", "COMMAND=h", "*FOO=i"});
     EXPECT_EQ(record.command + record.error + record.type + record.id, "");
     EXPECT_EQ(record.fields, (Fields{{"*command", "a"},
                                      {"*COMMANDS", "b"},
@@ -68,6 +69,7 @@ TEST(RecordLine, ComparesReservedNamesExactly)
                                      {"*ID ", "e"},
                                      {"*TYPE2", "f"},
                                      {"*ERR", "g"},
+                                     {"*ERRORS", "j"},
                                      {"COMMAND", "h"},
                                      {"*FOO", "i"}}));
 }
@@ -171,7 +173,7 @@ TEST(RecordText, RepeatsTheNameOfAReservedMemberWithSeveralLines)
     EXPECT_EQ(encoded({"", "a\nb", "", "", {}}), "*ERROR=a\n*ERROR=b\n\n");
 }
 
-TEST(RecordField, HasALinePerPieceOfItsValue)
+TEST(RecordField, HasOneLinePerPieceOfItsValue)
 {
     EXPECT_EQ(encoded_field("x", ""), "x=\n");
     EXPECT_EQ(encoded_field("x", "a"), "x=a\n");
