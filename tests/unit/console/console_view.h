@@ -1,0 +1,42 @@
+// A router view for the tests: two outputs, three inputs and their names, as the backend tells
+// them.
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "console/router_view.h"
+
+inline ParentRecord backend_report(const std::string& command,
+                                   const std::map<std::string, std::string>& fields)
+{
+    ParentRecord record;
+    record.type = "message";
+    record.command = command;
+    record.fields = fields;
+    return record;
+}
+
+inline news diagnose(router_view& view, const std::string& text)
+{
+    news told;
+    take_diagnostics(view, text, told);
+    return told;
+}
+
+inline router_view known_router()
+{
+    router_view view;
+    diagnose(view, "<NOTE>Connection sucessful.");
+    diagnose(view, "<DBG>Router finished returning levels, sources, destinations");
+    take_record(view, backend_report("info", {{"inputs", "3"},
+                                              {"outputs", "2"},
+                                              {"model", "Box"},
+                                              {"firmware version", ""},
+                                              {"product", "Switcher"},
+                                              {"company", "Maker"}}));
+    take_record(view, backend_report("inputs", {{"i0.name", "CAM 1"}, {"i1.name", "CAM 2"}}));
+    take_record(view, backend_report("outputs", {{"o0.name", "MON A"}, {"o1.name", "MON B"}}));
+    take_record(view, backend_report("outputs", {{"o0.input.all", "1"}, {"o1.input.all", "none"}}));
+    return view;
+}

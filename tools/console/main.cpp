@@ -1,0 +1,74 @@
+// A terminal for a person, on top of a backend that it starts.
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <clocale>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+#include "console/script.h"
+#include "console/session.h"
+#include "console/terminal.h"
+
+static constexpr const char* footer =
+    "Exit status: 0 when all went well; 1 when it could not start; 2 when a script's route was "
+    "not\n"
+    "confirmed or a command of it was refused; 3 when the backend ended by itself.\n"
+    "Without a terminal, commands are read from standard input; \"help\" lists them.";
+
+static std::string backend_beside_console()
+{
+    std::error_code error;
+    const std::filesystem::path console = std::filesystem::read_symlink("/proc/self/exe", error);
+    return (console.parent_path() / "routing_switcher_backend").string();
+}
+
+static void print_plain(const std::string& text)
+{
+    std::fputs(text.c_str(), stdout);
+    std::fflush(stdout);
+}
+
+// Characters are UTF-8 also where the environment says nothing.
+static void choose_characters()
+{
+    const char* const chosen = std::setlocale(LC_CTYPE, "");
+    if (chosen == nullptr || std::string(chosen) == "C") std::setlocale(LC_CTYPE, "C.UTF-8");
+}
+
+static int run(const std::string& backend, const std::string& config_path)
+{
+    console_session session;
+    session.print = print_plain;
+    if (!start_session(session, backend, config_path)) return exit_not_started;
+    const bool terminal = isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0;
+    if (terminal)
+        run_terminal(session);
+    else
+        run_script(session);
+    session.print = print_plain;
+    const int status = close_session(session);
+    if (status != exit_good || terminal) return status;
+    return session.unconfirmed || session.refused ? exit_not_confirmed : exit_good;
+}
+
+int main(int argument_count, char** arguments)
+{
+    choose_characters();
+    CLI::App app("A console for a video router, by way of the routing switcher backend.");
+    std::string config_path;
+    std::string backend = backend_beside_console();
+    app.add_option("--file", config_path, "configuration file of the backend")
+        ->required()
+        ->type_name("PATH");
+    app.add_option("--backend", backend, "the backend's program; default: beside this one")
+        ->type_name("PATH");
+    app.footer(footer);
+    try {
+        app.parse(argument_count, arguments);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? exit_good : exit_not_started;
+    }
+    return run(backend, config_path);
+}

@@ -1,0 +1,83 @@
+// What a person at the console may know of the router: built from nothing but the backend's records
+// and diagnostics lines and from what the person has asked for.
+//
+// A route that was asked for is pending until a report shows the input asked for on its output;
+// when none has after confirmation_limit_us it is unconfirmed, until a report shows that input
+// after all, shows another change of that output, or the route is asked for anew.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "common/clock.h"
+#include "parent/record.h"
+
+constexpr us_time_t confirmation_limit_us = 3'000'000;
+
+enum class link_state { down, connecting, discovering, ready };
+enum class request_state { none, pending, unconfirmed };
+
+constexpr int input_unknown = -2;
+constexpr int input_none = -1;
+
+struct route_view {
+    int shown = input_unknown; // the input that the last report named
+    int asked = input_unknown; // meaningful unless request is none
+    request_state request = request_state::none;
+    us_time_t asked_at = 0;
+};
+
+struct router_view {
+    std::map<std::string, std::string> identity; // the fields of the last info record
+    int inputs = 0; // how many can be routed; the tables of names may be longer or shorter
+    int outputs = 0;
+    std::vector<std::string> input_names; // control characters replaced by "?"
+    std::vector<std::string> output_names;
+    std::vector<route_view> routes;          // one per output
+    std::vector<std::pair<int, int>> staged; // output and input, oldest first
+
+    link_state link = link_state::down;
+    std::string link_problem;   // why it is down, or what is amiss; may be empty
+    std::string link_announced; // the last link state that became news
+
+    bool inputs_named = false; // a report of that kind has come
+    bool outputs_named = false;
+    bool routes_reported = false;
+};
+
+// Lines for the person, without line ends.
+using news = std::vector<std::string>;
+
+news take_record(router_view& view, const ParentRecord& record);
+
+// Returns whether the line was about the link, and so has become news if it is any.
+bool take_diagnostics(router_view& view, const std::string& line, news& told);
+
+// Notes that the route was staged; with the next flush it is asked for.
+void note_staged(router_view& view, int output, int input);
+void note_flushed(router_view& view, us_time_t now);
+void note_discarded(router_view& view);
+
+// Makes pending routes unconfirmed whose time is over.
+news expire_requests(router_view& view, us_time_t now);
+
+// How long until expire_requests has something to do; no_expiry when no route is pending.
+constexpr us_time_t no_expiry = ~us_time_t{0};
+us_time_t time_to_expiry(const router_view& view, us_time_t now);
+
+bool any_pending(const router_view& view);
+
+// "not connected", "not connected (Connection refused)", "ready" ...
+std::string link_text(const router_view& view);
+
+// Position and name, such as "3 CAM 4"; the position alone when there is no name. For an input also
+// "no input" and "?", when it is none or unknown.
+std::string input_label(const router_view& view, int input);
+std::string output_label(const router_view& view, int output);
+
+// The backend has told all that a command can refer to: names and routes.
+bool fully_reported(const router_view& view);

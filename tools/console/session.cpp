@@ -1,0 +1,118 @@
+#include "console/session.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "common/clock.h"
+
+using namespace std::chrono_literals;
+
+static constexpr std::size_t kept_diagnostics = 5;
+
+// For what a healthy backend does at once.
+static constexpr auto farewell_time = 1s;
+
+static constexpr auto no_time_limit = 24h;
+
+bool start_session(console_session& session, const std::string& backend,
+                   const std::string& config_path)
+{
+    const int error = start_backend(session.link, backend, {"--file", config_path});
+    if (error == 0) return true;
+    session.print("Cannot run " + backend + ": " + std::strerror(error) + '\n');
+    return false;
+}
+
+static void print_news(const console_session& session, const news& told)
+{
+    std::string text;
+    for (const std::string& line : told)
+        text += line + '\n';
+    if (!text.empty()) session.print(text);
+}
+
+static void take_diagnostics_line(console_session& session, const std::string& line)
+{
+    session.last_diagnostics.push_back(line);
+    if (session.last_diagnostics.size() > kept_diagnostics) session.last_diagnostics.pop_front();
+    news told;
+    const bool about_link = take_diagnostics(session.state.view, line, told);
+    if (is_shown(session.state.log, line, about_link)) session.print(line + '\n');
+    print_news(session, told);
+}
+
+void serve_session(console_session& session)
+{
+    serve_backend(session.link);
+    std::deque<std::string> lines;
+    lines.swap(session.link.diagnostics);
+    for (const std::string& line : lines)
+        take_diagnostics_line(session, line);
+    std::deque<ParentRecord> records;
+    records.swap(session.link.records);
+    session.came_up = session.came_up || !records.empty();
+    for (const ParentRecord& record : records)
+        print_news(session, take_record(session.state.view, record));
+    const news expired = expire_requests(session.state.view, now_us());
+    session.unconfirmed = session.unconfirmed || !expired.empty();
+    print_news(session, expired);
+}
+
+void wait_session(console_session& session, std::span<pollfd> watched,
+                  std::chrono::milliseconds time_out)
+{
+    std::vector<pollfd> descriptors(watched.begin(), watched.end());
+    add_poll_descriptors(session.link, descriptors);
+    const us_time_t expiry = time_to_expiry(session.state.view, now_us());
+    if (expiry != no_expiry)
+        time_out = std::min(time_out, std::chrono::milliseconds(expiry / 1000 + 1));
+    poll(descriptors.data(), descriptors.size(), static_cast<int>(time_out.count()));
+    std::copy_n(descriptors.begin(), watched.size(), watched.begin());
+    serve_session(session);
+}
+
+void wait_for_routes(console_session& session)
+{
+    while (any_pending(session.state.view) && !session.link.ended)
+        wait_session(session, {}, no_time_limit);
+}
+
+static void run_words(console_session& session, const std::vector<word>& words)
+{
+    const command_result result = run_command(session.state, words, now_us());
+    if (!result.text.empty()) session.print(result.text);
+    for (const ParentRecord& record : result.records)
+        send_record(session.link, record);
+    session.refused = session.refused || result.refused;
+    session.quit = result.quit;
+    if (result.wait) wait_for_routes(session);
+}
+
+void run_line(console_session& session, std::string_view line)
+{
+    const split_line split = split_words(line);
+    if (split.open_quote) {
+        session.print("A quote is not closed.\n");
+        session.refused = true;
+        return;
+    }
+    for (const std::vector<word>& words : split.commands) {
+        if (session.quit || session.link.ended) return;
+        run_words(session, words);
+    }
+}
+
+int close_session(console_session& session)
+{
+    if (!session.link.ended) {
+        end_input(session.link);
+        wait_until(session.link, farewell_time, [&] { return session.link.ended; });
+        close_backend(session.link);
+        return exit_good;
+    }
+    std::string text = "The backend " + describe_end(session.link) + ". Its last diagnostics:\n";
+    for (const std::string& line : session.last_diagnostics)
+        text += "  " + line + '\n';
+    session.print(text);
+    return session.came_up ? exit_backend_ended : exit_not_started;
+}
