@@ -1,0 +1,151 @@
+#include <filesystem>
+#include <gmock/gmock.h>
+
+#include "support/process_test.h"
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+class Console : public ProcessTest {
+  protected:
+    child_process console;
+    std::string output; // all that it printed
+
+    // Plays the script and returns the exit status.
+    int play(const std::vector<std::string>& options, const std::string& script)
+    {
+        descriptor_pair input = pipe_to_child();
+        descriptor_pair printed = pipe_from_child();
+        run(options, {input.childs.number, printed.childs.number, printed.childs.number});
+        input.childs.reset();
+        printed.childs.reset();
+        write_all(input.ours.number, script);
+        input.ours.reset();
+        output = read_to_end(printed.ours.number);
+        return status_at_end(console);
+    }
+
+    int play_on_simulator(const std::string& script)
+    {
+        start_simulator({"--source-base", "1", "--destination-base", "1"});
+        return play({"--file", simulator_config()}, script);
+    }
+
+    int type_on_terminal(const std::string& keys)
+    {
+        start_simulator();
+        descriptor_pair terminal = pseudo_terminal();
+        run({"--file", simulator_config()},
+            {terminal.childs.number, terminal.childs.number, terminal.childs.number});
+        terminal.childs.reset();
+        write_all(terminal.ours.number, keys);
+        output = read_to_end(terminal.ours.number);
+        return status_at_end(console);
+    }
+
+    // A program in the backend's place.
+    std::string script_backend(const std::string& text)
+    {
+        const std::string path = directory.file("backend", "#!/bin/sh\n" + text);
+        std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+        return path;
+    }
+
+  private:
+    std::string simulator_config()
+    {
+        return directory.file("console.conf",
+                              "ip address=127.0.0.1\nport=" + simulator_port + "\n");
+    }
+
+    void run(const std::vector<std::string>& options, const std::array<int, 3>& descriptors)
+    {
+        std::vector<std::string> words = {CONSOLE_PROGRAM};
+        words.insert(words.end(), options.begin(), options.end());
+        start_child(console, words, descriptors);
+    }
+};
+
+TEST_F(Console, ScriptTakesRoutesByNumberAndName)
+{
+    EXPECT_EQ(play_on_simulator("take 0 4\ntake \"mon b\" 'VTR 2'; wait\nroutes"), 0);
+    EXPECT_THAT(output, AllOf(HasSubstr("0 MON A now shows 4 CAM 5: confirmed\n"),
+                              HasSubstr("1 MON B now shows"), HasSubstr("VTR 2: confirmed\n"),
+                              HasSubstr("#  output"), Not(HasSubstr("pending"))));
+}
+
+TEST_F(Console, StagedRoutesAreTakenByFlush)
+{
+    EXPECT_EQ(play_on_simulator("stage 2 7; stage 3 8; flush; wait"), 0);
+    EXPECT_THAT(output, AllOf(HasSubstr("2 MON C now shows 7 CAM 8: confirmed\n"),
+                              HasSubstr("3 MON D now shows 8 ")));
+}
+
+TEST_F(Console, EndOfScriptWaitsForRoutes)
+{
+    EXPECT_EQ(play_on_simulator("take 0 4"), 0);
+    EXPECT_THAT(output, HasSubstr("0 MON A now shows 4 CAM 5: confirmed\n"));
+}
+
+TEST_F(Console, UnconfirmedRouteGivesStatusTwo)
+{
+    EXPECT_EQ(play_on_simulator("set \"ip address\" ''; take 0 4; wait; routes; quit\n"), 2);
+    EXPECT_THAT(output, AllOf(HasSubstr("0 MON A: 4 CAM 5 was not confirmed within 3 s\n"),
+                              HasSubstr("unconfirmed: 4 CAM 5\n")));
+}
+
+TEST_F(Console, RefusedCommandGivesStatusTwo)
+{
+    EXPECT_EQ(play_on_simulator("take nowhere 1; info\n"), 2);
+    EXPECT_THAT(output, AllOf(HasSubstr("There is no output \"nowhere\""),
+                              HasSubstr("Model     Simulated router\n")));
+    EXPECT_EQ(play_on_simulator("take 'nowhere\n"), 2);
+    EXPECT_THAT(output, HasSubstr("A quote is not closed.\n"));
+}
+
+TEST_F(Console, BackendThatDoesNotComeUpGivesStatusOne)
+{
+    const std::string config = (directory.path / "nothing").string();
+    EXPECT_EQ(play({"--file", config}, ""), 1);
+    EXPECT_EQ(output, "The backend exited with status 1. Its last diagnostics:\n"
+                      "  File path '" +
+                          config + "' is not valid. Must exist and it must be a file.\n");
+}
+
+TEST_F(Console, BackendThatCannotBeRunGivesStatusOne)
+{
+    const std::string program = (directory.path / "nothing").string();
+    EXPECT_EQ(play({"--file", "any", "--backend", program}, ""), 1);
+    EXPECT_EQ(output, "Cannot run " + program + ": No such file or directory\n");
+}
+
+TEST_F(Console, BackendThatEndsByItselfGivesStatusThree)
+{
+    const std::string program =
+        script_backend("echo '*COMMAND=info'; echo; echo '<ERR>out of luck' >&2; exit 5\n");
+    EXPECT_EQ(play({"--file", "any", "--backend", program}, ""), 3);
+    EXPECT_EQ(output, "<ERR>out of luck\n"
+                      "The backend exited with status 5. Its last diagnostics:\n"
+                      "  <ERR>out of luck\n");
+}
+
+TEST_F(Console, HelpGivesStatusZeroAndMissingFileStatusOne)
+{
+    EXPECT_EQ(play({"--help"}, ""), 0);
+    EXPECT_THAT(output,
+                AllOf(HasSubstr("--file"), HasSubstr("--backend"), HasSubstr("Exit status")));
+    EXPECT_EQ(play({}, ""), 1);
+}
+
+TEST_F(Console, TerminalCompletesAndQuits)
+{
+    EXPECT_EQ(type_on_terminal("he\t\rq\t\r"), 0);
+    EXPECT_THAT(output, AllOf(HasSubstr("\"help\" lists the commands."), HasSubstr("router> "),
+                              HasSubstr("route an input to an output now")));
+}
+
+TEST_F(Console, EndOfInputLeavesTerminal)
+{
+    EXPECT_EQ(type_on_terminal("\x04"), 0);
+}
