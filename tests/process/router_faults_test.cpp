@@ -1,5 +1,6 @@
 // Routers that misbehave, or are not there, as the real program meets them.
 #include <gmock/gmock.h>
+#include <sys/socket.h>
 
 #include "support/frames.h"
 #include "support/process_test.h"
@@ -113,7 +114,7 @@ TEST_F(RouterFaults, GarbageBetweenFramesIsDropped)
 TEST_F(RouterFaults, ParentIsServedWhileRouterSaysNothing)
 {
     start_on_router();
-    ASSERT_TRUE(until([this] { return count_requests(router, "QN ID") == 1; }));
+    ASSERT_TRUE(until([this] { return count_requests(router, "QN ID") >= 1; }));
     say("*COMMAND=dance\n*TYPE=command\n*ID=7");
     ASSERT_NE(hear_line("*ID=7"), ""); // before the router has answered anything
     for (const char* request : {"BK N", "BK R", "BK T", "QN L", "QN IS", "QN ID"})
@@ -141,12 +142,30 @@ TEST_F(RouterFaults, RouterThatStopsAnsweringIsGivenUpAndMetAgain)
     EXPECT_EQ(router.connections, 2);
 }
 
+// What the router sent last keeps the backend from seeing the end before it writes; a write to a
+// connection that is gone may raise a signal, which would end the process.
+TEST_F(RouterFaults, RouterThatGoesDuringBurstDoesNotEndTheProcess)
+{
+    router.answers = healthy_answers();
+    start_on_router("outputs=256\n");
+    ASSERT_TRUE(until([this] { return count_requests(router, "QD") >= 1; }));
+    for (int id = 1; id <= 3000; ++id)
+        say("*COMMAND=report\n*TYPE=command\nwhat=outputs\n*ID=" + std::to_string(id));
+    ASSERT_TRUE(until([this] { return count_requests(router, "QI 80 0") >= 2; }));
+    send_bytes(router, std::string(16384, '\x06'));
+    ASSERT_EQ(shutdown(router.client, SHUT_WR), 0);
+    reset_client(router);
+    ASSERT_TRUE(logs("<NOTE>Connection to router closed"));
+    say("*COMMAND=dance\n*TYPE=command\n*ID=3001");
+    EXPECT_NE(hear_line("*ID=3001"), "");
+}
+
 // Far more requests than the sockets hold: they wait, the parent does not, and none is torn.
 TEST_F(RouterFaults, RouterThatDoesNotReadHoldsNobodyUp)
 {
     router.answers = healthy_answers();
     start_on_router("outputs=256\n");
-    ASSERT_TRUE(until([this] { return count_requests(router, "QD") == 1; }));
+    ASSERT_TRUE(until([this] { return count_requests(router, "QD") >= 1; }));
     router.reads = false;
     for (int id = 1; id <= 300; ++id)
         say("*COMMAND=report\n*TYPE=command\nwhat=outputs\n*ID=" + std::to_string(id));

@@ -53,7 +53,7 @@ TEST_P(Signals, WhileConnecting)
 TEST_P(Signals, DuringDiscovery)
 {
     start_on_router(); // which says nothing
-    ASSERT_TRUE(until([this] { return count_requests(router, "QN ID") == 1; }));
+    ASSERT_TRUE(until([this] { return count_requests(router, "QN ID") >= 1; }));
     expect_end_with_connection();
     EXPECT_THAT(backend.diagnostics, Each(Not("<ERR>Timeout during query (d=0 s=0 l=0)")));
 }
@@ -70,7 +70,7 @@ TEST_P(Signals, DuringStatusRequest)
     router.answers = healthy_answers();
     router.answers.erase("BK F");
     start_on_router();
-    ASSERT_TRUE(until([this] { return count_requests(router, "BK F") == 1; }));
+    ASSERT_TRUE(until([this] { return count_requests(router, "BK F") >= 1; }));
     expect_end_with_connection();
 }
 
@@ -78,7 +78,7 @@ TEST_P(Signals, DuringQueryOfOutputs)
 {
     router.answers = healthy_answers();
     start_on_router("outputs=256\n");
-    ASSERT_TRUE(until([this] { return count_requests(router, "QI 40 0") == 1; }));
+    ASSERT_TRUE(until([this] { return count_requests(router, "QI 40 0") >= 1; }));
     expect_end_with_connection();
 }
 
@@ -86,11 +86,11 @@ TEST_P(Signals, DuringBurstOfRouteChanges)
 {
     router.answers = healthy_answers();
     start_on_router("outputs=256\n");
-    ASSERT_TRUE(until([this] { return count_requests(router, "QD") == 1; }));
+    ASSERT_TRUE(until([this] { return count_requests(router, "QD") >= 1; }));
     for (int output = 0; output < 256; ++output)
         say("*COMMAND=route output\n*TYPE=command\nqueue=add\nfrom input=0\nto output=" +
             std::to_string(output));
     say("*COMMAND=route output\n*TYPE=command\nqueue=flush");
-    ASSERT_TRUE(until([this] { return count_requests(router, "TI 41 1") == 1; }));
+    ASSERT_TRUE(until([this] { return count_requests(router, "TI 41 1") >= 1; }));
     expect_end_with_connection();
 }
