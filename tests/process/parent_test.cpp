@@ -6,7 +6,6 @@
 
 #include "support/process_test.h"
 
-using testing::Contains;
 using testing::ElementsAre;
 
 namespace {
