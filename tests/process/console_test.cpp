@@ -47,7 +47,7 @@ class Console : public ProcessTest {
     // A program in the backend's place.
     std::string script_backend(const std::string& text)
     {
-        const std::string path = directory.file("backend", "#!/bin/sh\n" + text);
+        std::string path = directory.file("backend", "#!/bin/sh\n" + text);
         std::filesystem::permissions(path, std::filesystem::perms::owner_all);
         return path;
     }
