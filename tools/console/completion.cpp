@@ -63,7 +63,7 @@ static std::string common_beginning(const std::vector<std::string>& choices)
 // As far as the choices agree, with a quote left open where the rest may need it.
 static std::string unfinished_word(const std::vector<std::string>& choices, bool quoted)
 {
-    const std::string beginning = common_beginning(choices);
+    std::string beginning = common_beginning(choices);
     if (!quoted && quote_word(beginning) == beginning) return beginning;
     return (beginning.find('"') == std::string::npos ? '"' : '\'') + beginning;
 }

@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <clocale>
 #include <cstdio>
+#include <exception>
 #include <filesystem>
 #include <string>
 
@@ -53,9 +54,8 @@ static int run(const std::string& backend, const std::string& config_path)
     return session.unconfirmed || session.refused ? exit_not_confirmed : exit_good;
 }
 
-int main(int argument_count, char** arguments)
+static int run_program(int argument_count, const char* const* arguments)
 {
-    choose_characters();
     CLI::App app("A console for a video router, by way of the routing switcher backend.");
     std::string config_path;
     std::string backend = backend_beside_console();
@@ -71,4 +71,15 @@ int main(int argument_count, char** arguments)
         return app.exit(error) == 0 ? exit_good : exit_not_started;
     }
     return run(backend, config_path);
+}
+
+int main(int argument_count, char** arguments)
+{
+    choose_characters();
+    try {
+        return run_program(argument_count, arguments);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "router_console: %s\n", error.what());
+        return exit_not_started;
+    }
 }

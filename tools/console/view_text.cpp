@@ -40,6 +40,7 @@ static std::string names_text(const std::vector<std::string>& names, int count,
 {
     if (count == 0) return "No " + title + "s are known yet.\n";
     std::vector<std::vector<std::string>> rows;
+    rows.reserve(static_cast<std::size_t>(count));
     for (int position = 0; position < count; ++position)
         rows.push_back({std::to_string(position), name_at(names, position)});
     return format_table({"#", title}, rows);

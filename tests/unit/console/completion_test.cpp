@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -37,6 +38,12 @@ TEST_F(ConsoleCompletion, ListsCommandsThatBeginAlike)
     EXPECT_THAT(complete(view, "re").choices, ElementsAre("refresh"));
     EXPECT_THAT(complete(view, "in").choices, ElementsAre("inputs", "info"));
     EXPECT_EQ(completed("in"), "in");
+}
+
+TEST_F(ConsoleCompletion, BeginsAnewAfterSemicolon)
+{
+    EXPECT_THAT(complete(view, "log debug;").choices, Contains("take"));
+    EXPECT_THAT(complete(view, "log ;").choices, Contains("take"));
 }
 
 TEST_F(ConsoleCompletion, CompletesOutputThenInput)
