@@ -1,5 +1,6 @@
 // The main loop's flags, one byte each: raised by whoever notices that something is due, consumed
-// by the main loop at a fixed place of its pass.
+// by the main loop at a fixed place of its pass. Discovery, which sends the info report itself,
+// consumes io_counts_changed and info_report_pending as well.
 #pragma once
 
 #include <atomic>
@@ -12,7 +13,7 @@ extern std::atomic<bool> quit_requested;
 extern bool disconnect_requested;
 
 // A connection has just been established and its router is unknown. Set by the connection, which
-// clears it on every close.
+// clears it on every close; discovery lowers it while it sends what was held back for its sake.
 extern bool discovery_needed;
 
 // The effective counts must be recomputed. Initially set; set by apply_setting and name updates.

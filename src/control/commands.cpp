@@ -69,13 +69,11 @@ static void handle_route_output(const ParentRecord& record)
     send_parent_record(reply);
 }
 
-// Outputs are numbered from 1 here whatever the router's index base; the answers come as ordinary
-// messages.
+// The answers come as ordinary messages.
 static void query_output_status()
 {
     for (std::uint64_t i = 0; i < number_of_outputs; ++i) {
-        const router_message query =
-            make_request("QI", {upper_hex(static_cast<std::uint32_t>(i + 1)), "0"});
+        const router_message query = make_status_query(static_cast<std::uint32_t>(i + 1));
         service_router_connection();
         service_parent_and_dispatch();
         connection_sendmsg(query);
@@ -87,7 +85,7 @@ static void handle_report(const ParentRecord& record)
     const std::string& what = field(record, "what");
     if (what == "outputs") {
         const ParentRecord reply = make_reply(record, "");
-        if (router_fd >= 0 && !connect_in_progress && !discovery_needed) query_output_status();
+        if (router_link_is_up() && !discovery_needed) query_output_status();
         send_parent_record(reply);
     } else if (what == "inputs") {
         send_parent_record(make_reply(record, ""));

@@ -23,12 +23,10 @@ bool parent_input_ended = false;
 std::string parent_output;
 std::size_t parent_output_written = 0;
 int active_record_handlers = 0;
+bool output_is_null_device = false;
+bool diagnostics_are_null_device = false;
 
 static parent_record_handler record_handler = nullptr;
-
-// The null device is readable at any time; in the read set it would keep a core busy.
-static bool output_is_null_device = false;
-static bool diagnostics_are_null_device = false;
 
 static bool is_null_device(int descriptor)
 {

@@ -22,6 +22,8 @@ extern bool parent_input_ended;           // the last read met end of file or a 
 extern std::string parent_output;         // encoded records not yet fully written
 extern std::size_t parent_output_written; // bytes at the front of parent_output already written
 extern int active_record_handlers;        // record handlers now running, one inside the other
+extern bool output_is_null_device;        // descriptor 1, likewise 2: left out of the wait's read
+extern bool diagnostics_are_null_device;  // set, where the null device would end every wait at once
 
 // Checks that descriptors 0, 1 and 2 are pipes, character devices or sockets, makes 0 and 1
 // non-blocking and standard error unbuffered. Returns 0 or -1.

@@ -28,6 +28,11 @@ us_time_t next_connect_attempt = 0;
 std::string router_tx_buffer;
 std::size_t router_tx_offset = 0;
 
+bool router_link_is_up()
+{
+    return router_fd >= 0 && !connect_in_progress;
+}
+
 static sockaddr* generic(sockaddr_in& address)
 {
     return reinterpret_cast<sockaddr*>(&address); // the socket interface's own cast
@@ -43,6 +48,15 @@ static int create_router_socket()
     return -1;
 }
 
+// Returns false when the configured text is no address.
+static bool read_router_address(sockaddr_in& address)
+{
+    const int port = router_port >= 1 ? router_port : DEFAULT_ROUTER_PORT;
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<std::uint16_t>(port));
+    return inet_aton(router_ip_address.c_str(), &address.sin_addr) != 0;
+}
+
 static void start_connect_attempt()
 {
     const us_time_t now = now_us();
@@ -52,10 +66,7 @@ static void start_connect_attempt()
     last_router_activity = now;
 
     sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port =
-        htons(static_cast<std::uint16_t>(router_port >= 1 ? router_port : DEFAULT_ROUTER_PORT));
-    if (inet_aton(router_ip_address.c_str(), &address.sin_addr) == 0) {
+    if (!read_router_address(address)) {
         log_error("Cannot connect, cannot parse IP address");
         return;
     }
@@ -115,7 +126,11 @@ static void handle_link_result(ssize_t result)
 
 void receive_from_router()
 {
-    if (router_fd < 0 || router_rx_queue.size() >= MAX_QUEUED_MESSAGES) return;
+    if (router_fd < 0) return;
+    if (router_rx_queue.size() >= MAX_QUEUED_MESSAGES) {
+        last_router_activity = now_us(); // it is we who do not listen; the router is not silent
+        return;
+    }
     char bytes[READ_SIZE];
     const ssize_t count = read(router_fd, bytes, READ_SIZE);
     if (count > 0) {
@@ -169,7 +184,7 @@ void close_router_connection()
 
 bool connection_sendmsg(const router_message& message)
 {
-    if (router_fd < 0 || connect_in_progress) return false;
+    if (!router_link_is_up()) return false;
     std::string frame;
     if (!encode_router_message(message, frame)) return false;
     router_tx_buffer += frame;

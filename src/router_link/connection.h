@@ -16,6 +16,9 @@ extern us_time_t next_connect_attempt; // no new attempt before this time
 extern std::string router_tx_buffer;   // bytes for the router, not all written yet
 extern std::size_t router_tx_offset;   // how many of them have been written
 
+// Whether there is an established connection.
+bool router_link_is_up();
+
 // Starts an attempt when one is due and an address is set, and checks the progress of a pending
 // one. A completed connection sets discovery_needed.
 void connect_to_router();

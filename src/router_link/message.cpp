@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "common/check.h"
+#include "common/numbers.h"
 
 constexpr std::size_t FRAME_BUFFER_SIZE = 1024;
 constexpr std::size_t LAST_POSITION = FRAME_BUFFER_SIZE - 1;
@@ -19,11 +20,8 @@ struct frame_buffer {
 // The position is tested before the byte is stored, so that a mistake never overruns the buffer.
 static void put(frame_buffer& buffer, char byte)
 {
-    const std::size_t w = buffer.position + 1;
-    const std::size_t f = LAST_POSITION;
-    CHECK(w <= f);
-    buffer.bytes[buffer.position] = byte;
-    buffer.position = w;
+    CHECK_NAMED(buffer.position < LAST_POSITION, "w <= f");
+    buffer.bytes[buffer.position++] = byte;
 }
 
 static bool put_parameter(frame_buffer& buffer, const std::string& parameter)
@@ -62,6 +60,11 @@ router_message make_request(const char* mnemonic, std::initializer_list<std::str
     message.request = {mnemonic[0], mnemonic[1], '\0'};
     message.parameters = parameters;
     return message;
+}
+
+router_message make_status_query(std::uint32_t router_index)
+{
+    return make_request("QI", {upper_hex(router_index), "0"});
 }
 
 std::uint8_t router_checksum(std::string_view bytes)

@@ -39,6 +39,11 @@ void router_message_clear(router_message& message);
 router_message make_request(const char* mnemonic,
                             std::initializer_list<std::string> parameters = {});
 
+// The request for the route of the destination with this router index, on level 0. Whoever queries
+// all outputs or the changed ones numbers them from 1, whatever the router's index base is; only
+// the query after a take goes by the base.
+router_message make_status_query(std::uint32_t router_index);
+
 inline std::string_view mnemonic_of(const router_message& message)
 {
     return message.request.data();

@@ -23,7 +23,7 @@ extern router_message incoming_message; // the frame being received; its raw col
 extern std::deque<router_message> router_rx_queue;
 
 // When the last frame was completed, good or bad; the connection also sets it when an attempt
-// starts.
+// starts and while it does not read because the queue is full.
 extern us_time_t last_router_activity;
 
 // Runs the bytes of one read through the parser. They must be all that the read returned: the log

@@ -1,6 +1,8 @@
 #include "router_link/status_request.h"
 
 #include <cstdlib>
+#include <optional>
+#include <utility>
 
 #include "common/log.h"
 #include "common/loop_flags.h"
@@ -25,11 +27,6 @@ constexpr int MAX_DRAINED_MESSAGES = 4096;
 
 us_time_t next_status_request = 0;
 
-static bool link_is_up()
-{
-    return router_fd >= 0 && !connect_in_progress;
-}
-
 static void refresh_names(const char* kind, void (*update)(const std::vector<router_message>&))
 {
     const us_time_t deadline = now_us() + UPDATE_DEADLINE_US;
@@ -40,6 +37,14 @@ static void refresh_names(const char* kind, void (*update)(const std::vector<rou
     update(response);
 }
 
+static std::optional<std::uint64_t> change_flags_in(const std::vector<router_message>& response)
+{
+    if (response.size() != 1 || mnemonic_of(response[0]) != "KB") return std::nullopt;
+    const std::vector<std::string>& answer = response[0].parameters;
+    if (answer.size() < 2 || answer[0] != "F") return std::nullopt;
+    return hex_number(answer[1]);
+}
+
 // Asks for the change flags, reads names again where they say so and clears them. Returns false
 // when the router did not answer.
 static bool request_change_flags()
@@ -48,16 +53,13 @@ static bool request_change_flags()
     if (!do_timeout_send_and_recv(make_request("BK", {"F"}), response,
                                   now_us() + STATUS_DEADLINE_US))
         return false;
-    if (response.size() != 1 || mnemonic_of(response[0]) != "KB") return true;
-    const std::vector<std::string>& answer = response[0].parameters;
-    if (answer.size() < 2 || answer[0] != "F") return true;
-    const std::uint64_t flags = hex_number(answer[1]);
-
-    if ((flags & SOURCE_NAMES_CHANGED) != 0) refresh_names("IS", update_sources_info);
-    if ((flags & DESTINATION_NAMES_CHANGED) != 0) refresh_names("ID", update_dest_info);
-    do_timeout_send_and_recv(
-        make_request("BK", {"f", upper_hex(static_cast<std::uint32_t>(flags))}), response,
-        now_us() + UPDATE_DEADLINE_US);
+    const std::optional<std::uint64_t> flags = change_flags_in(response);
+    if (!flags) return true;
+    if ((*flags & SOURCE_NAMES_CHANGED) != 0) refresh_names("IS", update_sources_info);
+    if ((*flags & DESTINATION_NAMES_CHANGED) != 0) refresh_names("ID", update_dest_info);
+    const std::string cleared = upper_hex(static_cast<std::uint32_t>(*flags));
+    do_timeout_send_and_recv(make_request("BK", {"f", cleared}), response,
+                             now_us() + UPDATE_DEADLINE_US);
     return true;
 }
 
@@ -75,7 +77,7 @@ static void query_changed_outputs(const std::vector<bool>& changed)
         if (!changed[i]) continue;
         service_router_connection();
         service_parent_and_dispatch();
-        connection_sendmsg(make_request("QI", {upper_hex(static_cast<std::uint32_t>(i + 1)), "0"}));
+        connection_sendmsg(make_status_query(static_cast<std::uint32_t>(i + 1)));
     }
 }
 
@@ -118,9 +120,9 @@ static void drain_received_messages()
 
 void periodic_status_request()
 {
-    if (!link_is_up()) return;
+    if (!router_link_is_up()) return;
     service_router_connection();
-    if (!link_is_up()) return;
+    if (!router_link_is_up()) return;
     const bool due =
         next_status_request != 0 && now_us() >= next_status_request && !discovery_needed;
     if (due && !run_status_cycle()) return;

@@ -9,6 +9,6 @@
 extern us_time_t next_status_request;
 
 // Runs a status cycle when one is due on an established connection, then handles the messages that
-// wait in the queue. A cycle waits for the router and so may dispatch parent records. Called once
-// per pass of the main loop.
+// wait in the queue. Both dispatch parent records; a cycle waits for the router, 13 s at most.
+// Called once per pass of the main loop.
 void periodic_status_request();

@@ -6,6 +6,9 @@
 #include "common/numbers.h"
 #include "router_model/state.h"
 
+// Stands for an index base while no entry has been read that would set it.
+constexpr std::uint64_t UNKNOWN_INDEX_BASE = UINT64_MAX;
+
 constexpr std::uint64_t INDEX_LIMIT = 1024; // of router indexes, and of positions above the base
 constexpr std::size_t FIRST_ENTRY = 2;      // parameter where the entries begin
 constexpr std::size_t ENTRY_PARAMETERS = 4;
@@ -79,26 +82,26 @@ static void rebuild_table(const name_table<Info>& table, const std::vector<route
 
 void update_sources_info(const std::vector<router_message>& answers)
 {
-    const name_table<InputInfo> sources = {"S",
-                                           "IS",
-                                           router_inputs_info,
-                                           input_index_base,
-                                           discovered_inputs,
-                                           inputs_report_pending,
-                                           "Inputs",
-                                           "index < router_inputs_info.size()"};
-    rebuild_table(sources, answers);
+    rebuild_table(name_table<InputInfo>{.kind = "S",
+                                        .other_kind = "IS",
+                                        .entries = router_inputs_info,
+                                        .base = input_index_base,
+                                        .discovered_count = discovered_inputs,
+                                        .report_pending = inputs_report_pending,
+                                        .title = "Inputs",
+                                        .store_assertion = "index < router_inputs_info.size()"},
+                  answers);
 }
 
 void update_dest_info(const std::vector<router_message>& answers)
 {
-    const name_table<OutputInfo> destinations = {"D",
-                                                 "ID",
-                                                 router_outputs_info,
-                                                 output_index_base,
-                                                 discovered_outputs,
-                                                 outputs_report_pending,
-                                                 "Outputs",
-                                                 "index < router_outputs_info.size()"};
-    rebuild_table(destinations, answers);
+    rebuild_table(name_table<OutputInfo>{.kind = "D",
+                                         .other_kind = "ID",
+                                         .entries = router_outputs_info,
+                                         .base = output_index_base,
+                                         .discovered_count = discovered_outputs,
+                                         .report_pending = outputs_report_pending,
+                                         .title = "Outputs",
+                                         .store_assertion = "index < router_outputs_info.size()"},
+                  answers);
 }

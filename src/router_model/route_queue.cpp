@@ -1,5 +1,7 @@
 #include "router_model/route_queue.h"
 
+#include <vector>
+
 #include "common/log.h"
 #include "common/loop_flags.h"
 #include "common/numbers.h"
@@ -31,32 +33,32 @@ static std::vector<RouteChange> drain_into_slots()
 }
 
 // The bases are read for each message: a parent record or an update may come in between.
-static std::string output_index(const RouteChange& change)
+static std::uint32_t output_index(const RouteChange& change)
 {
-    return upper_hex(static_cast<std::uint32_t>(change.output) +
-                     static_cast<std::uint32_t>(output_index_base));
+    return static_cast<std::uint32_t>(change.output) +
+           static_cast<std::uint32_t>(output_index_base);
 }
 
-static std::string input_index(const RouteChange& change)
+static std::uint32_t input_index(const RouteChange& change)
 {
-    return upper_hex(static_cast<std::uint32_t>(change.input) +
-                     static_cast<std::uint32_t>(input_index_base));
+    return static_cast<std::uint32_t>(change.input) + static_cast<std::uint32_t>(input_index_base);
 }
 
 static void send_route_change(const RouteChange& change)
 {
     service_router_connection();
     service_parent_and_dispatch();
-    connection_sendmsg(make_request("TI", {output_index(change), input_index(change)}));
+    connection_sendmsg(
+        make_request("TI", {upper_hex(output_index(change)), upper_hex(input_index(change))}));
     service_router_connection();
     service_parent_and_dispatch();
-    connection_sendmsg(make_request("QI", {output_index(change), "0"}));
+    connection_sendmsg(make_status_query(output_index(change)));
     flush_allow_time += PACING_PER_CHANGE_US;
 }
 
 void send_route_changes()
 {
-    if (router_fd < 0 || connect_in_progress || discovery_needed || number_of_outputs == 0 ||
+    if (!router_link_is_up() || discovery_needed || number_of_outputs == 0 ||
         pending_route_changes.empty())
         return;
     const us_time_t start = now_us();

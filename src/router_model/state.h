@@ -10,9 +10,6 @@
 #include <string>
 #include <vector>
 
-// Stands for an index base while no entry has been read that would set it.
-constexpr std::uint64_t UNKNOWN_INDEX_BASE = UINT64_MAX;
-
 struct InputInfo {
     std::string name;            // empty: the router did not name this position
     std::uint32_t attribute = 0; // stored as the router gave it

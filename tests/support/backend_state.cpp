@@ -32,6 +32,8 @@ void reset_backend_state()
     parent_output.clear();
     parent_output_written = 0;
     active_record_handlers = 0;
+    output_is_null_device = false;
+    diagnostics_are_null_device = false;
     set_parent_record_handler(nullptr);
 
     reset_receive_parser();
