@@ -1,5 +1,8 @@
 #include "router_link/transaction.h"
 
+#include <optional>
+#include <utility>
+
 #include "common/check.h"
 #include "common/log.h"
 #include "common/numbers.h"
@@ -56,43 +59,48 @@ static bool ends_reply(const router_message& message, const std::vector<router_m
                                   message.protocol != response.front().protocol));
 }
 
+// Takes the next message that may belong to a reply, pausing 10 ms where there is none.
+static std::optional<router_message> take_reply_message()
+{
+    if (router_rx_queue.empty()) {
+        pause_us(POLLING_PAUSE_US);
+        return std::nullopt;
+    }
+    router_message message = std::move(router_rx_queue.front());
+    router_rx_queue.pop_front();
+    if (message.raw.empty()) { // a bare ACK
+        pause_us(POLLING_PAUSE_US);
+        return std::nullopt;
+    }
+    return message;
+}
+
+// Logs the failure, closes the connection and is false.
+static bool fail_transaction(const char* reason)
+{
+    log_error("%s", reason);
+    close_router_connection();
+    return false;
+}
+
 bool do_timeout_send_and_recv(const router_message& request, std::vector<router_message>& response,
                               us_time_t deadline)
 {
     response.clear();
     service_router_connection();
     discard_stale_messages(deadline);
-    if (!connection_sendmsg(request)) {
-        log_error("Unable to send message");
-        close_router_connection();
-        return false;
-    }
-    for (;;) {
-        if (now_us() >= deadline) {
-            log_error("Timeout receiving message");
-            close_router_connection();
-            return false;
-        }
+    if (!connection_sendmsg(request)) return fail_transaction("Unable to send message");
+    for (bool ended = false; !ended;) {
+        if (now_us() >= deadline) return fail_transaction("Timeout receiving message");
         service_parent_and_dispatch();
         service_router_connection();
         receive_from_router();
-        if (router_rx_queue.empty()) {
-            pause_us(POLLING_PAUSE_US);
-            continue;
-        }
-        router_message message = std::move(router_rx_queue.front());
-        router_rx_queue.pop_front();
-        if (message.raw.empty()) { // a bare ACK
-            pause_us(POLLING_PAUSE_US);
-            continue;
-        }
-        if (response.empty() && is_late_status_error(message, request)) continue;
-        const bool ended = ends_reply(message, response);
-        handle_router_message(message);
-        response.push_back(std::move(message));
-        if (ended) break;
+        std::optional<router_message> message = take_reply_message();
+        if (!message || (response.empty() && is_late_status_error(*message, request))) continue;
+        ended = ends_reply(*message, response);
+        handle_router_message(*message);
+        if (response.size() < MAX_REPLY_MESSAGES) response.push_back(std::move(*message));
     }
-    // NOLINTNEXTLINE(readability-container-size-empty): the text is what the log is searched for
-    CHECK(!response.empty() && response.size() > 0);
+    CHECK_NAMED(!response.empty(), "!response.empty() && response.size() > 0");
     return true;
 }

@@ -12,6 +12,7 @@
 #include "router_link/connection.h"
 #include "router_link/receive_parser.h"
 #include "router_link/status_request.h"
+#include "router_link/transaction.h"
 #include "router_model/names.h"
 #include "router_model/route_queue.h"
 #include "router_model/state.h"
@@ -130,7 +131,7 @@ static void read_identity(const std::vector<std::string>& answer)
 static void add_answer(answer_set& set, const router_message& message,
                        void (*update)(const std::vector<router_message>&))
 {
-    set.answers.push_back(message);
+    if (set.answers.size() < MAX_REPLY_MESSAGES) set.answers.push_back(message);
     if (message.seq != '0') return;
     update(set.answers);
     set.answers.clear();
@@ -217,19 +218,17 @@ static void send_waiting_route_changes()
     discovery_needed = router_fd >= 0;
 }
 
-// Outputs are numbered from 1 here whatever the router's index base.
 static bool query_all_outputs()
 {
     for (std::uint64_t i = 1; i <= number_of_outputs; ++i)
-        if (!send_request(make_request("QI", {upper_hex(static_cast<std::uint32_t>(i)), "0"})))
-            return false;
+        if (!send_request(make_status_query(static_cast<std::uint32_t>(i)))) return false;
     return true;
 }
 
 void run_discovery()
 {
     discard_stale_messages();
-    if (router_fd < 0 || connect_in_progress) {
+    if (!router_link_is_up()) {
         close_router_connection();
         return;
     }
