@@ -148,7 +148,8 @@ static void set_up_editor(History* lines)
     el_set(editor, EL_SIGNAL, 1);
     el_set(editor, EL_HIST, history, lines);
     el_set(editor, EL_GETCFN, next_key);
-    el_set(editor, EL_ADDFN, "complete-word", "completes the word", complete_word);
+    // The narrow form would copy the texts and never free them.
+    el_wset(editor, EL_ADDFN, L"complete-word", L"completes the word", complete_word);
     el_set(editor, EL_BIND, "^I", "complete-word", nullptr);
 }
 
