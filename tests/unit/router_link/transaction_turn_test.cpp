@@ -91,8 +91,14 @@ class RoutingStatus : public BackendTest {
 
 TEST_F(TransactionTurn, ServesTheParentBeforeTheRouter)
 {
-    when_dispatched(1, [this] { router_says("DQ"); });
+    const std::size_t before = call_count(SystemCall::Read, router_fd);
+    std::size_t reads = 0;
+    when_dispatched(1, [&] {
+        reads = call_count(SystemCall::Read, router_fd) - before;
+        router_says("DQ");
+    });
     EXPECT_TRUE(ask());
+    EXPECT_EQ(reads, 1U); // the one before the request was sent
     EXPECT_EQ(fake_now_us, FAKE_START_US);
 }
 
