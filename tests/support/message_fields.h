@@ -20,6 +20,7 @@ template <typename Messages>
 std::vector<message_fields> all_fields(const Messages& messages)
 {
     std::vector<message_fields> all;
+    all.reserve(messages.size());
     for (const router_message& message : messages)
         all.push_back(fields(message));
     return all;

@@ -13,6 +13,12 @@ using namespace std::string_literals;
 using Messages = std::vector<message_fields>;
 
 namespace {
+struct outcome {
+    Messages messages;
+    std::string log;
+    bool operator==(const outcome&) const = default;
+};
+
 class ParsedStream : public BackendTest {
   protected:
     Messages take_messages()
@@ -21,49 +27,48 @@ class ParsedStream : public BackendTest {
         router_rx_queue.clear();
         return messages;
     }
-};
 
-struct outcome {
-    Messages messages;
-    std::string log;
+    // What becomes of these reads.
+    outcome parsed(const std::vector<std::string>& reads)
+    {
+        for (const std::string& bytes : reads)
+            parse_router_bytes(bytes);
+        return {take_messages(), diagnostics()};
+    }
 };
 } // namespace
 
 static const std::vector<std::string> valid_frames = {
-    "\x06",
-    "\x15\x04",
-    "\x15"
-    "1A2B\x04",
-    "\x01N0QDED\x04",
-    "\x01N0QD\ta\t\tb0F\x04",
-    "\x01N0QD\tE4\x04",
-    "\x01"
-    "00\x04",
-    "\x01"
-    "ABF\x04",
-    "\x01N0ER\t057D\x04",
-    "\x01N0EREB\x04",
-    "\x01N0QD\t\x01\x06\x15"
-    "C8\x04",
+    "\x06"s,
+    "\x15\x04"s,
+    "\x15"s + "1A2B\x04",
+    "\x01N0QDED\x04"s,
+    "\x01N0QD\ta\t\tb0F\x04"s,
+    "\x01N0QD\tE4\x04"s,
+    "\x01"s + "00\x04",
+    "\x01"s + "ABF\x04",
+    "\x01N0ER\t057D\x04"s,
+    "\x01N0EREB\x04"s,
+    "\x01N0QD\t\x01\x06\x15"s + "C8\x04",
 };
 
 TEST_F(ParsedStream, GivesTheSameMessageHoweverAFrameIsCut)
 {
     for (const std::string& bytes : valid_frames) {
-        parse_router_bytes(bytes);
-        const Messages whole = take_messages();
-        const std::string log = diagnostics();
-        ASSERT_EQ(whole.size(), 1U);
-        for (std::size_t cut = 0; cut <= bytes.size(); ++cut) {
-            parse_router_bytes(bytes.substr(0, cut));
-            parse_router_bytes(bytes.substr(cut));
-            EXPECT_EQ(take_messages(), whole);
-            EXPECT_EQ(diagnostics(), log);
-        }
+        const outcome whole = parsed({bytes});
+        ASSERT_EQ(whole.messages.size(), 1U);
+        for (std::size_t cut = 0; cut <= bytes.size(); ++cut)
+            EXPECT_EQ(parsed({bytes.substr(0, cut), bytes.substr(cut)}), whole);
+    }
+}
+
+TEST_F(ParsedStream, GivesTheSameMessageByteByByte)
+{
+    for (const std::string& bytes : valid_frames) {
+        std::vector<std::string> pieces;
         for (const char byte : bytes)
-            parse_router_bytes({&byte, 1});
-        EXPECT_EQ(take_messages(), whole);
-        EXPECT_EQ(diagnostics(), log);
+            pieces.emplace_back(1, byte);
+        EXPECT_EQ(parsed(pieces), parsed({bytes}));
     }
 }
 

@@ -296,10 +296,10 @@ TEST_F(Transaction, DropsNoOtherMessage)
         {"ER", {"05", "QD"}},       {"ER", {"00"}},
         {"ER", {"00", "QN"}},       {"ER", {"00", "QDX"}},
         {"ER", {"00", "QN", "QD"}}, {"NQ", {"00", "QD"}}};
-    for (const auto& [mnemonic, parameters] : kept) {
-        at_us(fake_now_us + 1, [&] { router_says(mnemonic, parameters); });
+    for (const auto& message : kept) {
+        at_us(fake_now_us + 1, [&] { router_says(message.first, message.second); });
         EXPECT_TRUE(ask(make_request("QN"), fake_now_us + 1'000'000));
-        EXPECT_EQ(collected(true), Raws{raw_of(mnemonic, parameters)});
+        EXPECT_EQ(collected(true), Raws{raw_of(message.first, message.second)});
     }
 }
 
