@@ -118,7 +118,7 @@ TEST(SimulatorParser, HandsTheBytesOfARejectedFrameBack)
 static rc::Gen<std::string> likely_bytes()
 {
     return rc::gen::container<std::string>(
-        rc::gen::oneOf(rc::gen::elementOf(std::string("\x01\x01\x04\x04\x06\x09\x15\0N0QDED", 15)),
+        rc::gen::oneOf(rc::gen::elementOf(std::string("\x01\x01\x04\x04\x06\x09\x15\0N0QDED", 14)),
                        rc::gen::arbitrary<char>()));
 }
 
