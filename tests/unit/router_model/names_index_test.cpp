@@ -76,9 +76,9 @@ TEST_P(NameIndexes, LeaveGapsUnnamed)
 
 TEST_P(NameIndexes, OverwriteWhatTheSameIndexStoredBefore)
 {
-    update({answer("2", {"A", "3", "x", "1", "B", "3", "x", "2"})});
-    EXPECT_EQ(names(), (Names{"B"}));
-    EXPECT_EQ(attributes(), (std::vector<std::uint32_t>{2}));
+    update({answer("3", {"A", "3", "x", "1", "B", "3", "x", "2", "C", "3", "x", "0"})});
+    EXPECT_EQ(names(), (Names{"C"}));
+    EXPECT_EQ(attributes(), (std::vector<std::uint32_t>{0}));
     EXPECT_EQ(discovered_count(), 1U);
 }
 
