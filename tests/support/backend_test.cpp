@@ -33,7 +33,8 @@ static void close_if_open(int& descriptor)
     descriptor = -1;
 }
 
-// Diagnostics that a test may leave unread: writing them blocks, as it does for the backend.
+// Diagnostics that a test may leave unread. Where they do not fit, the test fails: it would wait
+// for ever if writing them blocked.
 constexpr int DIAGNOSTICS_CAPACITY = 1 << 20;
 
 void BackendTest::SetUp()
@@ -58,6 +59,8 @@ void BackendTest::SetUp()
     close(diagnostics_pipe[1]);
     fcntl(STDIN_FILENO, F_SETFL, O_NONBLOCK);
     fcntl(STDOUT_FILENO, F_SETFL, O_NONBLOCK);
+    fcntl(STDERR_FILENO, F_SETFL, O_NONBLOCK);
+    std::clearerr(stderr);
     parent_input_end = input[1];
     parent_output_end = output[0];
     fcntl(parent_output_end, F_SETFL, O_NONBLOCK);
@@ -70,6 +73,7 @@ void BackendTest::SetUp()
 
 void BackendTest::TearDown()
 {
+    EXPECT_EQ(std::ferror(stderr), 0) << "more diagnostics than fit unread";
     if (HasFailure()) std::printf("standard error of the backend:\n%s\n", diagnostics().c_str());
     on_fake_wait = nullptr;
     on_connect = nullptr;

@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -289,6 +290,7 @@ TEST_F(MainLoopOrder, ClearsTheReportFlagsBeforeAndTheOthersAfterTheirStep)
     EXPECT_FALSE(main_loop_pass()); // the parent cannot be written to
     std::signal(SIGPIPE, previous);
     dup2(diagnostics_file, STDERR_FILENO);
+    std::clearerr(stderr);
     close(diagnostics_file);
     close(broken_pipe[1]);
 
