@@ -102,6 +102,11 @@ void send_bytes(tcp_router& router, std::string_view bytes)
 
 void close_client(tcp_router& router)
 {
+    shutdown(router.client, SHUT_WR);
+}
+
+static void forget_client(tcp_router& router)
+{
     close_if_open(router.client);
     router.unread.clear();
 }
@@ -110,7 +115,7 @@ void reset_client(tcp_router& router)
 {
     const linger at_once = {.l_onoff = 1, .l_linger = 0};
     checked(setsockopt(router.client, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once));
-    close_client(router);
+    forget_client(router);
 }
 
 long count_requests(const tcp_router& router, const std::string& request)
@@ -149,7 +154,7 @@ static void receive_requests(tcp_router& router)
         router.unread.append(bytes, static_cast<std::size_t>(count));
         take_requests(router);
     } else if (count == 0 || errno != EAGAIN) {
-        close_client(router);
+        forget_client(router);
         ++router.endings;
     }
 }

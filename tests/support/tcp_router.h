@@ -42,7 +42,8 @@ void listen_for_client(tcp_router& router, int backlog = 8);
 int connect_to(const tcp_router& router);
 
 void send_bytes(tcp_router& router, std::string_view bytes);
-void close_client(tcp_router& router); // in order, after everything sent
+// In order, after everything sent. What the client sends until it closes too is still received.
+void close_client(tcp_router& router);
 void reset_client(tcp_router& router); // the client sees "Connection reset by peer"
 
 // How often the request has been received and not been taken out.
