@@ -1,0 +1,79 @@
+// The simulated router as a program: its first line, its commands and the ways in which it ends.
+#include <csignal>
+#include <gmock/gmock.h>
+
+#include "support/process_test.h"
+
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+namespace {
+class SimulatorProgram : public ProcessTest {
+  protected:
+    // Serves it until its output has ended, which it has when the program has.
+    int status_of_simulator()
+    {
+        EXPECT_TRUE(until([this] { return simulator.output.number < 0; }));
+        return status_at_end(simulator.child);
+    }
+};
+
+class SimulatorProgramSignals : public SimulatorProgram, public testing::WithParamInterface<int> {};
+} // namespace
+
+TEST_F(SimulatorProgram, FirstLineTellsTheAddress)
+{
+    start_simulator();
+    EXPECT_THAT(simulator.lines.front(), MatchesRegex("Listening on 127\\.0\\.0\\.1:[0-9]+"));
+    router.port = static_cast<std::uint16_t>(std::stoi(simulator_port));
+    const owned_descriptor client(connect_to(router));
+    ASSERT_TRUE(until([this] { return simulator.lines.size() >= 2; }));
+    EXPECT_THAT(simulator.lines[1], StartsWith("client 1 connected from 127.0.0.1:"));
+}
+
+TEST_F(SimulatorProgram, CommandIsAnswered)
+{
+    start_simulator({"--sources", "2", "--destinations", "1"});
+    write_all(simulator.input.number, "take 0 1\nroutes\n");
+    EXPECT_TRUE(simulator_prints("0 MON A <- 1 CAM 2"));
+}
+
+TEST_F(SimulatorProgram, EndOfInputRunsTheLastLineAndDoesNotEndIt)
+{
+    start_simulator({"--sources", "2", "--destinations", "1"});
+    write_all(simulator.input.number, "routes");
+    simulator.input.reset();
+    EXPECT_TRUE(simulator_prints("0 MON A <- 0 CAM 1"));
+    start_on_simulator(backend);
+    EXPECT_NE(hear_line("model=Simulated router"), "");
+}
+
+TEST_P(SimulatorProgramSignals, EndItWithStatusZero)
+{
+    start_simulator();
+    start_on_simulator(backend);
+    ASSERT_NE(hear_line("model=Simulated router"), "");
+    kill(simulator.child.process, GetParam());
+    EXPECT_EQ(status_of_simulator(), 0);
+    EXPECT_TRUE(logs("<NOTE>Connection to router closed"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, SimulatorProgramSignals, testing::Values(SIGINT, SIGTERM));
+
+TEST_F(SimulatorProgram, PortInUseIsReported)
+{
+    listen_for_client(router);
+    const std::string port = std::to_string(router.port);
+    descriptor_pair printed = pipe_from_child();
+    descriptor_pair faults = pipe_from_child();
+    const descriptor_pair input = pipe_to_child();
+    child_process program;
+    start_child(program, {SIMULATOR_PROGRAM, "--port", port},
+                {input.childs.number, printed.childs.number, faults.childs.number});
+    printed.childs.reset();
+    faults.childs.reset();
+    EXPECT_EQ(read_to_end(faults.ours.number),
+              "Cannot listen on 127.0.0.1:" + port + ": Address already in use\n");
+    EXPECT_EQ(read_to_end(printed.ours.number), "");
+    EXPECT_EQ(status_at_end(program), 1);
+}
