@@ -106,7 +106,11 @@ TEST_F(RouterFaults, GarbageBetweenFramesIsDropped)
                             "0005\x04" +
                             frame(body("IQ", {"1", "0", "N", "N", "2"}));
     start_on_router();
-    EXPECT_EQ(hear_line("o0.input.all=1"), "*COMMAND=outputs\n*TYPE=message\no0.input.all=1\n\n");
+    std::string report; // the first may hold the answers to the discovery's own queries too
+    do
+        report = hear_line("o0.input.all=1");
+    while (report.find("\no1.input.all=2\n") != std::string::npos);
+    EXPECT_EQ(report, "*COMMAND=outputs\n*TYPE=message\no0.input.all=1\n\n");
     EXPECT_EQ(router.connections, 1);
     EXPECT_THAT(backend.diagnostics, Not(Contains("<NOTE>Connection to router closed")));
 }
@@ -166,12 +170,14 @@ TEST_F(RouterFaults, RouterThatDoesNotReadHoldsNobodyUp)
     router.answers = healthy_answers();
     start_on_router("outputs=256\n");
     ASSERT_TRUE(until([this] { return count_requests(router, "QD") >= 1; }));
+    const long earlier = count_requests(router, "QD");
     router.reads = false;
     for (int id = 1; id <= 300; ++id)
         say("*COMMAND=report\n*TYPE=command\nwhat=outputs\n*ID=" + std::to_string(id));
     EXPECT_NE(hear_line("*ID=300"), "");
     router.reads = true;
-    ASSERT_TRUE(until([this] { return router.requests.back() == "QD" || router.endings == 1; }));
+    ASSERT_TRUE(
+        until([&] { return count_requests(router, "QD") > earlier || router.endings == 1; }));
     EXPECT_EQ(count_requests(router, "bad frame"), 0);
     end_input(backend);
     EXPECT_EQ(end(), "exited with status 0");

@@ -21,7 +21,7 @@ TEST_F(Simulator, IsDiscovered)
 {
     start_simulator({"--sources", "4", "--destinations", "3", "--destination-base", "1"});
     start_on_simulator(backend);
-    EXPECT_EQ(hear("info"),
+    EXPECT_EQ(hear_line("model=Simulated router"),
               "*COMMAND=info\n*TYPE=message\ncompany=Grass Valley\n"
               "copyright=Copyright (C) 2026 the routing switcher backend's authors\n"
               "firmware version=Router simulator 1.0 [r1]\ninputs=4\nmodel=Simulated router\n"
@@ -128,7 +128,6 @@ TEST_F(Simulator, DroppedBackendComesBackAndDiscoversAgain)
     start_on_simulator(backend);
     ASSERT_NE(hear_line("o31.input.all=31"), "");
     tell_simulator("drop");
-    ASSERT_TRUE(logs("<NOTE>Connection suddenly dropped"));
     ASSERT_TRUE(logs("<NOTE>Connection to router closed"));
     tell_simulator("take 1 9");
     tell_simulator("rename source 0 Newcomer");
@@ -152,7 +151,8 @@ TEST_F(Simulator, OfFullSizeIsDiscoveredAndRouted)
     start_simulator({"--sources", "256", "--destinations", "256", "--destination-base", "1",
                      "--sequence", "counting"});
     start_on_simulator(backend);
-    EXPECT_THAT(hear("info"), AllOf(HasSubstr("\ninputs=256\n"), HasSubstr("\noutputs=256\n")));
+    EXPECT_THAT(hear_line("model=Simulated router"),
+                AllOf(HasSubstr("\ninputs=256\n"), HasSubstr("\noutputs=256\n")));
     EXPECT_NE(hear_line("o255.input.all=255"), "");
     take(backend, 255, 17);
     EXPECT_NE(hear_line("o255.input.all=17"), "");
@@ -163,7 +163,8 @@ TEST_F(Simulator, BeyondFullSizeIsDiscoveredAndRouted)
 {
     start_simulator({"--sources", "1024", "--destinations", "1024", "--destination-base", "1"});
     start_on_simulator(backend);
-    EXPECT_THAT(hear("info"), AllOf(HasSubstr("\ninputs=256\n"), HasSubstr("\noutputs=256\n")));
+    EXPECT_THAT(hear_line("model=Simulated router"),
+                AllOf(HasSubstr("\ninputs=256\n"), HasSubstr("\noutputs=256\n")));
     EXPECT_THAT(hear("inputs"), HasSubstr("\ni1023.name="));
     EXPECT_THAT(hear("outputs"),
                 AllOf(HasSubstr("\no1022.name="), Not(HasSubstr("\no1023.name="))));
