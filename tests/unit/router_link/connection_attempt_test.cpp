@@ -153,6 +153,18 @@ TEST_F(ConnectionAttempt, WaitsAMillisecondForProgressInEachCall)
     EXPECT_EQ(fake_now_us, FAKE_START_US + 2'000);
 }
 
+TEST_F(ConnectionAttempt, StaysPendingWhenTheWaitForProgressFails)
+{
+    leave_attempts_pending();
+    connect_to_router();
+    diagnostics();
+    close(router_fd); // the wait's only error that can be had at will
+    connect_to_router();
+    EXPECT_EQ(diagnostics(), "");
+    EXPECT_TRUE(connect_in_progress);
+    EXPECT_FALSE(discovery_needed);
+}
+
 TEST_F(ConnectionAttempt, SucceedsAfterProgress)
 {
     leave_attempts_pending();
@@ -283,6 +295,7 @@ TEST_F(ConnectionAttempt, NeverComesWithoutAnAddress)
     EXPECT_EQ(last_router_activity, 0U);
     EXPECT_TRUE(connect_in_progress);
     EXPECT_EQ(call_count(SystemCall::Socket, ANY_DESCRIPTOR), 0U);
+    EXPECT_TRUE(recorded_waits.empty());
     router_ip_address = "127.0.0.1";
     force_result(SystemCall::Connect, ANY_DESCRIPTOR, 0);
     connect_to_router();

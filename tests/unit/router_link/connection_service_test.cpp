@@ -234,6 +234,16 @@ TEST_F(ConnectionService, ReadsNothingIntoAFullQueue)
     EXPECT_EQ(diagnostics(), dropped);
 }
 
+TEST_F(ConnectionService, CountsNoSilenceWhileItDoesNotListen)
+{
+    router_rx_queue.resize(4096);
+    advance_us(20'000'000);
+    service_router_connection();
+    EXPECT_EQ(diagnostics(), "");
+    EXPECT_GE(router_fd, 0);
+    EXPECT_EQ(last_router_activity, FAKE_START_US + 20'000'000);
+}
+
 TEST_F(ConnectionService, LeavesAFloodInTheSocketAndLosesNothing)
 {
     constexpr std::size_t flood = 12'000;
