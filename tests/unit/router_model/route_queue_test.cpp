@@ -1,6 +1,7 @@
 #include "router_model/route_queue.h"
 
 #include "common/loop_flags.h"
+#include "parent/channel.h"
 #include "router_link/connection.h"
 #include "router_link/receive_parser.h"
 #include "support/backend_test.h"
@@ -232,6 +233,36 @@ TEST_F(RouteQueue, ServesBothSidesBeforeEachMessageAndAtTheEnd)
         close_router_connection();
         router_closes();
     }
+}
+
+static std::size_t reads_when_handled;
+
+static void note_reads(ParentRecord&)
+{
+    reads_when_handled = call_count(SystemCall::Read, router_fd);
+}
+
+TEST_F(RouteQueue, ServesTheRouterBeforeTheParentEachTime)
+{
+    connect_router();
+    set_parent_record_handler(note_reads);
+    for (int dispatch = 1; dispatch <= 5; ++dispatch) {
+        const std::size_t before = call_count(SystemCall::Read, router_fd);
+        flush_allow_time = 0;
+        make_pending(2);
+        parent_says_at_dispatch(dispatch, "*TYPE=command\n*COMMAND=x");
+        send_route_changes();
+        EXPECT_EQ(reads_when_handled, before + static_cast<std::size_t>(dispatch));
+    }
+}
+
+TEST_F(RouteQueue, SendsTheHighestOutputThatThereIs)
+{
+    connect_router();
+    number_of_outputs = 256;
+    pending_route_changes = {{.input = 1, .output = 255}, {.input = 1, .output = 256}};
+    send_route_changes();
+    EXPECT_EQ(router_hears(), (Requests{"TI FF 1", "QI FF 0"}));
 }
 
 TEST_F(RouteQueue, LeavesASixthDispatchToOthers)
