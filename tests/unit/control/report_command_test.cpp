@@ -119,6 +119,20 @@ TEST_F(ReportCommand, ServesTheRouterBeforeEachQuery)
     EXPECT_TRUE(accepted_route_changes.empty());
 }
 
+TEST_F(ReportCommand, ServesTheRouterBeforeTheParentEachTime)
+{
+    number_of_outputs = 3;
+    static std::size_t reads_when_handled;
+    set_parent_record_handler(
+        [](ParentRecord&) { reads_when_handled = call_count(SystemCall::Read, router_fd); });
+    for (int dispatch = 1; dispatch <= 3; ++dispatch) {
+        const std::size_t before = call_count(SystemCall::Read, router_fd);
+        parent_says_at_dispatch(dispatch, "*TYPE=command\n*COMMAND=x");
+        ask_for_outputs_directly();
+        EXPECT_EQ(reads_when_handled, before + static_cast<std::size_t>(dispatch));
+    }
+}
+
 TEST_F(ReportCommand, TakesOneParentRecordBeforeEachQuery)
 {
     number_of_outputs = 3;

@@ -85,6 +85,14 @@ INSTANTIATE_TEST_SUITE_P(
                     position_case{"9223372036854775807", -1},
                     position_case{"99999999999999999999", -1}));
 
+TEST_F(RouteOutput, TakesEveryDigitAtTheStart)
+{
+    number_of_inputs = 100;
+    command("queue=add\nto output=0\nfrom input=9");
+    command("queue=add\nto output=0\nfrom input=99");
+    EXPECT_EQ(staged(), (Texts{"0<9", "0<99"}));
+}
+
 TEST_F(RouteOutput, StagesNoSourceForAMissingInput)
 {
     command("queue=add\nto output=0");
