@@ -55,22 +55,12 @@ INSTANTIATE_TEST_SUITE_P(EachOfNine, FailedDiscoveryRequest, testing::Range(1, 1
 
 TEST_F(DiscoveryRequests, ServeTheRouterBeforeTheParent)
 {
-    static std::function<void()> on_record;
-    std::size_t queued = 0;
-    on_record = [&] {
-        router_says("KB", {"N", "M"});
-        on_record = [&] {
-            queued = router_rx_queue.size();
-        };
-        parent_says_at_dispatch(1, "*TYPE=command\n*COMMAND=second");
-    };
-    set_parent_record_handler([](ParentRecord&) {
-        const auto event = on_record;
-        event();
-    });
-    parent_says_at_dispatch(1, "*TYPE=command\n*COMMAND=first");
+    static std::size_t reads_when_handled;
+    set_parent_record_handler(
+        [](ParentRecord&) { reads_when_handled = call_count(SystemCall::Read, router_fd); });
+    parent_says_at_dispatch(2, "*TYPE=command\n*COMMAND=x");
     run_discovery();
-    EXPECT_EQ(queued, 1U);
+    EXPECT_EQ(reads_when_handled, 3U) << "one for stale input and one before each of two requests";
 }
 
 TEST_F(DiscoveryRequests, FollowTheDiscardOfStaleInput)
@@ -88,6 +78,14 @@ TEST_F(DiscoveryRequests, FollowTheDiscardOfStaleInput)
     EXPECT_EQ(device_model, "");
     EXPECT_TRUE(logged("<ERR>Timeout during query (d=0 s=0 l=0)"));
     EXPECT_EQ(fake_now_us, DEADLINE + 30'000);
+}
+
+TEST_F(DiscoveryRequests, LeaveToTheCollectionWhatComesInTheLastPauseOfTheDiscard)
+{
+    router_says("KB", {"N", "Old"});
+    at_us(FAKE_START_US + 5'000, [this] { router_says("KB", {"N", "New"}); });
+    run_discovery();
+    EXPECT_EQ(device_model, "New");
 }
 
 TEST_F(DiscoveryRequests, DoNotWaitForEverForARouterThatKeepsSending)
