@@ -80,6 +80,11 @@ TEST_F(StatusOutputs, NeedsGoodMessagesOfTwoParameters)
         Requests{});
 }
 
+TEST_F(StatusOutputs, TakesAMessageOfMoreParameters)
+{
+    EXPECT_EQ(queries_after(framed("DQ", {"B", "x", "y"})), Requests{"QI 2 0"});
+}
+
 TEST_F(StatusOutputs, DoesNotUseAMessageThatIsNotGood)
 {
     router_answers("BK F", framed("XX", {}));
@@ -178,12 +183,17 @@ TEST_F(StatusOutputs, GivesUpTwoSecondsAfterAskingForDestinations)
 
 TEST_F(StatusOutputs, IsDueAgainAfterTheProductOfTwoDraws)
 {
-    std::srand(1);
-    const auto first = static_cast<unsigned>(std::rand());
-    const auto second = static_cast<unsigned>(std::rand());
-    std::srand(1);
-    queries_after(framed("ER", {"00", "QD"}));
-    EXPECT_EQ(next_status_request, fake_now_us + (first * second & 0xFFF) + 350'000);
+    answer_flags("0", "0");
+    router_answers("QD", framed("ER", {"00", "QD"}));
+    for (unsigned seed = 1; seed <= 20; ++seed) { // enough to set and clear every bit
+        std::srand(seed);
+        const auto first = static_cast<unsigned>(std::rand());
+        const auto second = static_cast<unsigned>(std::rand());
+        std::srand(seed);
+        fake_now_us = last_router_activity = next_status_request;
+        periodic_status_request();
+        EXPECT_EQ(next_status_request, fake_now_us + (first * second & 0xFFF) + 350'000);
+    }
 }
 
 TEST_F(StatusOutputs, IsDueAgainBetween350000And354095Microseconds)
@@ -222,6 +232,13 @@ TEST_F(StatusDrain, HandlesMessagesInOrder)
     EXPECT_EQ(accepted_route_changes[0].output, 3);
     EXPECT_EQ(accepted_route_changes[1].output, 1);
     EXPECT_EQ(accepted_route_changes[2].output, 2);
+}
+
+TEST_F(StatusDrain, HandlesAMessageThatTakesTwoReads)
+{
+    router_says("IQ", {"1", "", "", "", "0", std::string(4082, 'x')});
+    periodic_status_request();
+    EXPECT_EQ(accepted_route_changes.size(), 1U);
 }
 
 TEST_F(StatusDrain, RunsAfterACycle)

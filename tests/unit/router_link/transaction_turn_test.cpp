@@ -171,6 +171,13 @@ TEST_F(TransactionTurn, EndsAtSeqZeroOrNul)
     EXPECT_EQ(reply_length({nul, received("NQ")}), 1U);
 }
 
+TEST_F(TransactionTurn, Keeps4096MessagesOfALongerReply)
+{
+    std::vector<router_message> messages(4100, received("DQ", {}, '1'));
+    messages.push_back(received("DQ"));
+    EXPECT_EQ(reply_length(messages), 4096U);
+}
+
 TEST_F(TransactionTurn, EndsAtAMessageThatIsNotGood)
 {
     router_message bad = received("NQ", {}, '1');
@@ -225,6 +232,13 @@ TEST_F(RoutingStatus, LogsABareNakUpToItsNul)
     nak.raw = "0012";
     handle_router_message(nak);
     EXPECT_EQ(diagnostics(), "<DBG>Router message(raw): '0012' [NAK] request= protocol=\n");
+}
+
+TEST_F(RoutingStatus, IsNotReadFromALikeMessage)
+{
+    for (const char* const mnemonic : {"IX", "XQ"})
+        handle_router_message(received(mnemonic, {"1", "", "", "", "0"}));
+    EXPECT_TRUE(accepted_route_changes.empty());
 }
 
 TEST_F(RoutingStatus, IsAcceptedAndNotLogged)
