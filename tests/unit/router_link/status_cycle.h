@@ -3,6 +3,7 @@
 #pragma once
 
 #include "common/loop_flags.h"
+#include "parent/channel.h"
 #include "router_link/connection.h"
 #include "router_link/receive_parser.h"
 #include "router_link/status_request.h"
@@ -20,6 +21,8 @@ inline std::string framed(std::string_view mnemonic, const std::vector<std::stri
     return frame(body(mnemonic, parameters, seq));
 }
 
+inline std::function<void()> on_record; // what the parent's next record does
+
 class StatusCycle : public BackendTest {
   protected:
     void SetUp() override
@@ -32,6 +35,20 @@ class StatusCycle : public BackendTest {
         router_inputs_info.emplace_back().name = "In";
         discovered_inputs = 1;
         discovered_outputs = number_of_outputs = 6;
+    }
+
+    void TearDown() override
+    {
+        on_record = nullptr;
+        BackendTest::TearDown();
+    }
+
+    // The event happens in the handler of a record that is handed out at the n-th dispatch.
+    void when_dispatched(int n, std::function<void()> event)
+    {
+        on_record = std::move(event);
+        set_parent_record_handler([](ParentRecord&) { on_record(); });
+        parent_says_at_dispatch(n, "a=b");
     }
 
     // Every request of a cycle is answered; the change flags are these.

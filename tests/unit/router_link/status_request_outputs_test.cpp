@@ -4,34 +4,12 @@
 #include <cstdlib>
 #include <sys/socket.h>
 
-#include "parent/channel.h"
 #include "unit/router_link/status_cycle.h"
 
 constexpr us_time_t PAUSE_US = 10'000;
 
-static std::function<void()> on_record; // what the parent's next record does
-
-static void run_on_record(ParentRecord&)
-{
-    on_record();
-}
-
 namespace {
-class StatusOutputs : public StatusCycle {
-  protected:
-    void TearDown() override
-    {
-        on_record = nullptr;
-        StatusCycle::TearDown();
-    }
-
-    void when_dispatched(int n, std::function<void()> event)
-    {
-        on_record = std::move(event);
-        set_parent_record_handler(run_on_record);
-        parent_says_at_dispatch(n, "a=b");
-    }
-};
+class StatusOutputs : public StatusCycle {};
 
 class StatusDrain : public StatusOutputs {
   protected:

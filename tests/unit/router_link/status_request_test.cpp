@@ -1,34 +1,12 @@
 // When a status cycle runs, and what it makes of the change flags.
 #include "router_link/status_request.h"
 
-#include "parent/channel.h"
 #include "unit/router_link/status_cycle.h"
 
 constexpr us_time_t PAUSE_US = 10'000;
 
-static std::function<void()> on_record; // what the parent's next record does
-
-static void run_on_record(ParentRecord&)
-{
-    on_record();
-}
-
 namespace {
-class StatusRequest : public StatusCycle {
-  protected:
-    void TearDown() override
-    {
-        on_record = nullptr;
-        StatusCycle::TearDown();
-    }
-
-    void when_dispatched(int n, std::function<void()> event)
-    {
-        on_record = std::move(event);
-        set_parent_record_handler(run_on_record);
-        parent_says_at_dispatch(n, "a=b");
-    }
-};
+class StatusRequest : public StatusCycle {};
 
 struct flag_text {
     const char* received;
