@@ -7,6 +7,7 @@
 #include <sstream>
 #include <utility>
 
+#include "router_simulator/link_faults.h"
 #include "router_simulator/names.h"
 #include "router_simulator/trace.h"
 
@@ -14,6 +15,7 @@ const char* const COMMAND_HELP =
     "  take DESTINATION SOURCE              route a source to a destination\n"
     "  rename source INDEX NAME             give a source another name\n"
     "  rename destination INDEX NAME        give a destination another name\n"
+    "  do NAME                              do the steps of this name of the scenario\n"
     "  drop                                 close the connections of all clients\n"
     "  routes                               show what is routed where\n"
     "  clients                              show who is connected\n"
@@ -83,7 +85,9 @@ static std::string run_take(simulator_server& server, const std::vector<std::str
     if (!destination) return fault;
     const auto source = find_port(router.sources, "source", words[2], fault);
     if (!source) return fault;
-    send_messages(server, take_route(router, *destination, *source));
+    const std::vector<addressed_message> told = take_route(router, *destination, *source);
+    print_takes(server, "command");
+    send_messages(server, told);
     return route_text(router, *destination);
 }
 
@@ -102,6 +106,7 @@ static std::string run_rename(simulator_server& server, const std::vector<std::s
     fault = name_fault(name);
     if (!fault.empty()) return "The name " + fault + ".\n";
     (is_source ? rename_source : rename_destination)(server.router, *position, name);
+    print_rename(server, is_source, *position);
     return words[1] + " " + port_text(ports, *position) + "\n";
 }
 
@@ -137,6 +142,8 @@ std::string run_command(simulator_server& server, const std::string& line)
     const std::string& command = words[0];
     if (command == "take") return run_take(server, words);
     if (command == "rename") return run_rename(server, words);
+    if (command == "do" && words.size() == 2) return do_named_faults(server, words[1]);
+    if (command == "do") return "Usage: do NAME\n";
     if (command == "drop") return run_drop(server);
     if (command == "routes") return routes_text(server.router);
     if (command == "clients") return clients_text(server);

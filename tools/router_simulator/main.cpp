@@ -10,6 +10,7 @@
 #include "router_simulator/commands.h"
 #include "router_simulator/names_file.h"
 #include "router_simulator/options.h"
+#include "router_simulator/scenario_file.h"
 #include "router_simulator/server.h"
 
 constexpr std::size_t MAX_COMMAND_LINE = 4096;
@@ -77,6 +78,20 @@ static bool report_fault(const std::string& fault)
     return true;
 }
 
+// Returns false when the scenario cannot be read, which is then said.
+static bool prepare_scenario(const simulated_router& router, const simulator_options& options,
+                             std::optional<scenario>& plan)
+{
+    if (options.scenario_file.empty()) return true;
+    plan.emplace();
+    if (report_fault(read_scenario_file(*plan, options.scenario_file, router))) return false;
+    if (options.seed) {
+        plan->seed = *options.seed;
+        start_scenario(*plan);
+    }
+    return true;
+}
+
 int main(int argument_count, char** arguments)
 {
     simulator_options options;
@@ -88,9 +103,12 @@ int main(int argument_count, char** arguments)
     if (!options.names_file.empty() &&
         report_fault(read_names_file(server.router, options.names_file)))
         return 1;
+    std::optional<scenario> plan;
+    if (!prepare_scenario(server.router, options, plan)) return 1;
     if (report_fault(start_listening(server, options.listen, options.port))) return 1;
     const int signals = watch_signals();
     print_text("Listening on " + listening_address(server) + "\n");
+    if (plan) begin_scenario(server, *plan);
     run_until_signal(server, signals);
     stop_server(server);
     return 0;

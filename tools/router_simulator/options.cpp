@@ -78,6 +78,17 @@ static std::string choose_style(const std::string& word, router_options& router)
     return "";
 }
 
+static void add_scenario_options(CLI::App& app, simulator_options& options)
+{
+    CLI::Option* const scenario = app.add_option("--scenario", options.scenario_file,
+                                                 "JSON file of what goes wrong, and when");
+    scenario->type_name("FILE");
+    app.add_option("--seed", options.seed,
+                   "what the scenario's draws start from, in place of its own")
+        ->type_name("N")
+        ->needs(scenario);
+}
+
 static void add_manner_options(CLI::App& app, router_options& router)
 {
     add_number<std::size_t>(app, "--entries-per-answer", router.entries_per_answer, 1, MAX_PORTS,
@@ -104,6 +115,7 @@ std::optional<int> parse_options(int argument_count, const char* const* argument
     add_size_options(app, options.router);
     add_text_options(app, options);
     add_manner_options(app, options.router);
+    add_scenario_options(app, options);
     app.footer(std::string("Commands on standard input:\n") + COMMAND_HELP +
                "SIGINT and SIGTERM end the program; the end of standard input does not.");
     try {

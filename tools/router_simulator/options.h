@@ -10,8 +10,10 @@
 
 struct simulator_options {
     std::string listen = "127.0.0.1";
-    std::uint16_t port = 12345; // 0: any free one
-    std::string names_file;     // empty: none
+    std::uint16_t port = 12345;        // 0: any free one
+    std::string names_file;            // empty: none
+    std::string scenario_file;         // empty: none
+    std::optional<std::uint64_t> seed; // in place of the scenario's
     bool trace = false;
     router_options router;
 };

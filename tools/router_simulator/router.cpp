@@ -52,6 +52,7 @@ std::vector<addressed_message> take_route(simulated_router& router, std::size_t 
                                           std::size_t source)
 {
     router.routes[destination] = source;
+    router.takes.push_back({destination, source});
     std::vector<addressed_message> announcements;
     for (auto& [number, view] : router.clients) {
         view.changed_destinations.insert(destination);

@@ -47,6 +47,12 @@ struct client_view {
     std::set<std::size_t> changed_destinations{}; // positions
 };
 
+// Positions.
+struct made_take {
+    std::size_t destination = 0;
+    std::size_t source = 0;
+};
+
 struct simulated_router {
     router_options options;
     port_list sources;
@@ -54,6 +60,7 @@ struct simulated_router {
     std::vector<std::string> levels;
     std::vector<std::size_t> routes; // source position per destination position; 0 without sources
     std::map<int, client_view> clients; // by client number
+    std::vector<made_take> takes;       // not told to people yet; whoever tells empties it
 };
 
 // A message and the client it is for.

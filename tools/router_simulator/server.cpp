@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -11,12 +10,11 @@
 #include <unistd.h>
 #include <utility>
 
-#include "common/check.h"
-#include "router_simulator/answers.h"
-#include "router_simulator/trace.h"
+#include "router_simulator/exchange.h"
+#include "router_simulator/link_faults.h"
 
 constexpr std::size_t READ_SIZE = 4096;
-constexpr int WAITING_CONNECTIONS = 64; // not accepted yet
+constexpr us_time_t LONGEST_WAIT_MS = 3'600'000;
 
 static sockaddr* generic(sockaddr_in& address)
 {
@@ -30,6 +28,42 @@ static std::string address_text(const sockaddr_in& address)
     return std::string(text) + ":" + std::to_string(ntohs(address.sin_port));
 }
 
+// Returns -1, with errno set, when there is none. The address has the real port afterwards.
+static int bound_socket(sockaddr_in& address)
+{
+    const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (descriptor < 0) return -1;
+    const int on = 1;
+    setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    socklen_t size = sizeof address;
+    if (bind(descriptor, generic(address), size) == 0) {
+        getsockname(descriptor, generic(address), &size);
+        return descriptor;
+    }
+    const int error = errno;
+    close(descriptor);
+    errno = error;
+    return -1;
+}
+
+// A socket that has asked for its port by number keeps it while it does not listen.
+static int listening_socket(sockaddr_in& address)
+{
+    const bool any_port = address.sin_port == 0;
+    int descriptor = bound_socket(address);
+    if (descriptor < 0) return -1;
+    if (any_port) {
+        const int reserving = std::exchange(descriptor, bound_socket(address));
+        close(reserving);
+        if (descriptor < 0) return -1;
+    }
+    if (listen(descriptor, MAX_WAITING_CONNECTIONS) == 0) return descriptor;
+    const int error = errno;
+    close(descriptor);
+    errno = error;
+    return -1;
+}
+
 std::string start_listening(simulator_server& server, const std::string& address,
                             std::uint16_t port)
 {
@@ -39,18 +73,8 @@ std::string start_listening(simulator_server& server, const std::string& address
     bound.sin_port = htons(port);
     if (inet_pton(AF_INET, address.c_str(), &bound.sin_addr) != 1)
         return failure + "not an IPv4 address";
-    const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (descriptor < 0) return failure + std::strerror(errno);
-    const int on = 1;
-    setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    if (bind(descriptor, generic(bound), sizeof bound) != 0 ||
-        listen(descriptor, WAITING_CONNECTIONS) != 0) {
-        const int error = errno;
-        close(descriptor);
-        return failure + std::strerror(error);
-    }
-    server.listener = descriptor;
-    return "";
+    server.listener = listening_socket(bound);
+    return server.listener >= 0 ? "" : failure + std::strerror(errno);
 }
 
 std::string listening_address(const simulator_server& server)
@@ -61,48 +85,18 @@ std::string listening_address(const simulator_server& server)
     return address_text(address);
 }
 
-static std::string client_text(int number)
-{
-    return "client " + std::to_string(number);
-}
-
-// `direction` is > for what a client sent and < for what it is sent.
-static void trace_line(const simulator_server& server, int client, char direction,
-                       const std::string& text)
-{
-    if (!server.trace) return;
-    const us_time_t elapsed = now_us() - server.started;
-    char time[32];
-    std::snprintf(time, sizeof time, "%4llu.%06llu ",
-                  static_cast<unsigned long long>(elapsed / 1'000'000),
-                  static_cast<unsigned long long>(elapsed % 1'000'000));
-    server.print(time + client_text(client) + " " + direction + " " + text);
-}
-
 int add_client(simulator_server& server, int descriptor, const std::string& peer)
 {
-    const int number = ++server.last_client;
-    client_link& link = server.links[number];
-    link.descriptor = descriptor;
-    link.peer = peer;
-    server.router.clients[number] = {};
-    server.print(client_text(number) + " connected from " + peer);
+    const int number = add_link(server, descriptor, peer);
+    do_connection_faults(server, number);
     return number;
 }
 
-static void remove_client(simulator_server& server, int number, const std::string& reason)
+void begin_scenario(simulator_server& server, const scenario& plan)
 {
-    close(server.links.at(number).descriptor);
-    server.links.erase(number);
-    server.router.clients.erase(number);
-    server.accepting = true;
-    server.print(client_text(number) + " " + reason);
-}
-
-void drop_clients(simulator_server& server)
-{
-    while (!server.links.empty())
-        remove_client(server, server.links.begin()->first, "dropped");
+    server.plan = plan;
+    server.started = now_us();
+    print_event(server, "start seed=" + std::to_string(plan.seed));
 }
 
 void stop_server(simulator_server& server)
@@ -110,47 +104,6 @@ void stop_server(simulator_server& server)
     drop_clients(server);
     if (server.listener >= 0) close(server.listener);
     server.listener = -1;
-}
-
-// A failure other than a full socket shows again, as the end of the stream, when reading.
-static void write_output(client_link& link)
-{
-    if (link.output.empty()) return;
-    const ssize_t count =
-        send(link.descriptor, link.output.data(), link.output.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-    if (count > 0) link.output.erase(0, static_cast<std::size_t>(count));
-}
-
-void send_messages(simulator_server& server, const std::vector<addressed_message>& messages)
-{
-    for (const auto& [number, message] : messages) {
-        const auto found = server.links.find(number);
-        if (found == server.links.end()) continue;
-        std::string frame;
-        const bool fits = encode_router_message(message, frame);
-        CHECK(fits);
-        trace_line(server, number, '<', readable_message(message));
-        found->second.output += frame;
-    }
-    for (const auto& [number, message] : messages) {
-        const auto found = server.links.find(number);
-        if (found == server.links.end()) continue;
-        write_output(found->second);
-        if (found->second.output.size() > MAX_WAITING_OUTPUT)
-            remove_client(server, number, "dropped: it does not read what it is sent");
-    }
-}
-
-static void answer_bytes(simulator_server& server, int number, std::string_view bytes)
-{
-    std::vector<addressed_message> answers;
-    const std::vector<parsed_frame> frames = parse_requests(server.links.at(number).parser, bytes);
-    for (const parsed_frame& frame : frames) {
-        // An earlier answer may have been the one too many.
-        if (!server.links.contains(number)) return;
-        trace_line(server, number, '>', readable_frame(frame));
-        send_messages(server, answer_frame(server.router, number, frame));
-    }
 }
 
 static void read_requests(simulator_server& server, int number)
@@ -195,29 +148,60 @@ static void accept_clients(simulator_server& server)
     }
 }
 
+static short awaited_events(const client_link& link)
+{
+    if (is_under(link, fault_kind::half_open)) return POLLRDHUP;
+    const int reading = is_deaf(link) ? 0 : POLLIN;
+    const int writing = link.output.ready.empty() ? 0 : POLLOUT;
+    return static_cast<short>(reading | writing);
+}
+
+static void serve_client(simulator_server& server, int number, int ready)
+{
+    if (is_under(server.links.at(number), fault_kind::half_open))
+        return remove_client(server, number, "closed its half of a forgotten connection");
+    if ((ready & POLLOUT) != 0) write_output(server, number);
+    if ((ready & ~POLLOUT) != 0 && server.links.contains(number)) read_requests(server, number);
+}
+
+// Poll passes over -1. A listener that refuses would report that it has ended.
+static int awaited_listener(const simulator_server& server)
+{
+    const bool refuses = server.lasting.contains(fault_kind::refuse);
+    return server.accepting && !refuses ? server.listener : -1;
+}
+
+// No longer than until something is due.
+static int bounded_wait(const simulator_server& server, int wait_ms)
+{
+    const us_time_t due = next_due_fault(server);
+    if (due == NEVER) return wait_ms;
+    const us_time_t now = now_us();
+    const us_time_t until_due = due <= now ? 0 : (due - now + 999) / 1000;
+    if (wait_ms >= 0 && until_due > static_cast<us_time_t>(wait_ms)) return wait_ms;
+    return static_cast<int>(std::min<us_time_t>(until_due, LONGEST_WAIT_MS));
+}
+
 void serve(simulator_server& server, int wait_ms, std::span<pollfd> also_watched)
 {
+    do_due_faults(server);
     std::vector<pollfd> watched(also_watched.begin(), also_watched.end());
-    const int listener = server.accepting ? server.listener : -1; // poll passes over -1
-    watched.push_back({.fd = listener, .events = POLLIN, .revents = 0});
+    watched.push_back({.fd = awaited_listener(server), .events = POLLIN, .revents = 0});
     std::vector<int> numbers;
     for (const auto& [number, link] : server.links) {
-        const auto events = static_cast<short>(link.output.empty() ? POLLIN : POLLIN | POLLOUT);
-        watched.push_back({.fd = link.descriptor, .events = events, .revents = 0});
+        watched.push_back({.fd = link.descriptor, .events = awaited_events(link), .revents = 0});
         numbers.push_back(number);
     }
     // Interrupted by a signal, poll leaves the results as they were.
-    if (poll(watched.data(), watched.size(), wait_ms) < 0)
+    if (poll(watched.data(), watched.size(), bounded_wait(server, wait_ms)) < 0)
         for (pollfd& each : watched)
             each.revents = 0;
     std::copy_n(watched.begin(), also_watched.size(), also_watched.begin());
     for (std::size_t i = 0; i < numbers.size(); ++i) {
         const short ready = watched[also_watched.size() + 1 + i].revents;
         // The answers to another client may have ended this one.
-        const auto found = server.links.find(numbers[i]);
-        if (ready == 0 || found == server.links.end()) continue;
-        if ((ready & POLLOUT) != 0) write_output(found->second);
-        if ((ready & ~POLLOUT) != 0) read_requests(server, numbers[i]);
+        if (ready != 0 && server.links.contains(numbers[i]))
+            serve_client(server, numbers[i], ready);
     }
     if (watched[also_watched.size()].revents != 0) accept_clients(server);
 }

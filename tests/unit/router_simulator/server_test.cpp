@@ -164,9 +164,9 @@ TEST_F(SimulatorServer, SendsTheRestOnceTheClientReads)
     for (int i = 0; i < 30; ++i)
         queries += frame("N0QN\tIS");
     says(end, queries);
-    EXPECT_FALSE(server.links.at(1).output.empty());
+    EXPECT_FALSE(server.links.at(1).output.ready.empty());
     std::string heard;
-    while (!server.links.at(1).output.empty()) {
+    while (!server.links.at(1).output.ready.empty()) {
         heard += hears(end);
         serve(server, 0);
     }

@@ -1,0 +1,139 @@
+#include "router_simulator/exchange.h"
+
+#include <utility>
+
+#include "router_simulator/answers.h"
+#include "router_simulator/link_faults.h"
+#include "router_simulator/trace.h"
+
+namespace {
+// What the scenario says of one reply.
+struct reply_plan {
+    us_time_t delay_us = 0;
+    std::optional<std::size_t> fault; // the step
+};
+} // namespace
+
+static std::string request_text(const router_message& request)
+{
+    std::string text(mnemonic_of(request));
+    for (const std::string& parameter : request.parameters)
+        text += " " + parameter;
+    return text;
+}
+
+static std::string fault_line(const scenario_step& step, int number, const std::string& request)
+{
+    return std::string(fault_name(step.fault)) + " client=" + std::to_string(number) +
+           " request=" + quoted_text(request);
+}
+
+// Tells of a delay at once; the other fault may have more to tell.
+static reply_plan plan_reply(simulator_server& server, int number, const std::string& request)
+{
+    reply_plan plan;
+    if (!server.plan) return plan;
+    for (const std::size_t index : reply_steps(*server.plan, request)) {
+        const scenario_step& step = server.plan->steps[index];
+        if (step.fault != fault_kind::delay) {
+            plan.fault = index;
+            continue;
+        }
+        const us_time_t delay_us = draw(server.plan->states[index].random, step.delay_us);
+        plan.delay_us += delay_us;
+        print_event(server,
+                    fault_line(step, number, request) + " ms=" + std::to_string(delay_us / 1000));
+    }
+    return plan;
+}
+
+static std::vector<router_message> take_reply(std::vector<addressed_message>& answers, int number)
+{
+    std::vector<router_message> reply;
+    for (const addressed_message& each : answers)
+        if (each.client == number) reply.push_back(each.message);
+    std::erase_if(answers,
+                  [number](const addressed_message& each) { return each.client == number; });
+    return reply;
+}
+
+// The destination counts as changed for the client, which can so find out what is true. Returns
+// what there is to tell of it.
+static std::string contradict_reply(simulator_server& server, std::mt19937_64& random, int number,
+                                    const router_message& request,
+                                    std::vector<router_message>& reply)
+{
+    simulated_router& router = server.router;
+    const auto shown = contradict(router, random, request, reply);
+    if (!shown) return "";
+    router.clients.at(number).changed_destinations.insert(shown->destination);
+    return " destination=" + std::to_string(index_of(router.destinations, shown->destination)) +
+           " source=" + std::to_string(index_of(router.sources, shown->source));
+}
+
+static shaped_reply spoil_reply(simulator_server& server, std::size_t index, int number,
+                                const router_message& request, std::vector<router_message>& reply)
+{
+    const scenario_step& step = server.plan->steps[index];
+    std::mt19937_64& random = server.plan->states[index].random;
+    std::string line = fault_line(step, number, request_text(request));
+    if (step.fault == fault_kind::contradict)
+        line += contradict_reply(server, random, number, request, reply);
+    print_event(server, line);
+    if (step.fault == fault_kind::endless && !reply.empty()) {
+        reply[0].seq = '1';
+        start_stream(server, index, number, plain_reply({reply[0]}).pieces[0].bytes);
+    }
+    return faulty_reply(step, random, reply);
+}
+
+static std::vector<addressed_message> answer_or_refuse(simulator_server& server, int number,
+                                                       const parsed_frame& frame,
+                                                       const reply_plan& plan)
+{
+    if (plan.fault) {
+        const scenario_step& step = server.plan->steps[*plan.fault];
+        if (refuses_request(step.fault))
+            return {{number, refusal(step, mnemonic_of(frame.request))}};
+    }
+    return answer_frame(server.router, number, frame);
+}
+
+static void answer_request(simulator_server& server, int number, const parsed_frame& frame)
+{
+    reply_plan plan;
+    if (frame.fault == frame_fault::none)
+        plan = plan_reply(server, number, request_text(frame.request));
+    std::vector<addressed_message> others = answer_or_refuse(server, number, frame, plan);
+    print_takes(server, client_text(number));
+    std::vector<router_message> reply = take_reply(others, number);
+    const shaped_reply shaped = plan.fault
+                                    ? spoil_reply(server, *plan.fault, number, frame.request, reply)
+                                    : plain_reply(reply);
+    for (const router_message& message : reply)
+        trace_line(server, number, '<', readable_message(message));
+    send_reply(server, number, shaped, plan.delay_us);
+    send_messages(server, others);
+}
+
+static void handle_frame(simulator_server& server, int number, const parsed_frame& frame)
+{
+    trace_line(server, number, '>', readable_frame(frame));
+    if (frame.fault == frame_fault::none) {
+        do_request_faults(server, number, request_text(frame.request));
+    } else {
+        print_event(server, "bad frame client=" + std::to_string(number) +
+                                " reason=" + quoted_text(fault_text(frame.fault)));
+    }
+    const auto found = server.links.find(number);
+    if (found == server.links.end() || is_mute(found->second)) return;
+    answer_request(server, number, frame);
+}
+
+void answer_bytes(simulator_server& server, int number, std::string_view bytes)
+{
+    const std::vector<parsed_frame> frames = parse_requests(server.links.at(number).parser, bytes);
+    // An earlier frame may have ended the client.
+    for (const parsed_frame& frame : frames)
+        if (server.links.contains(number)) handle_frame(server, number, frame);
+}

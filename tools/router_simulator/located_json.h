@@ -1,0 +1,52 @@
+// JSON whose keys know their lines, so that whatever is wrong with one can be said with its place.
+// A file is an object whose lists hold objects; what lies deeper has the line of the key above it.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <string>
+#include <vector>
+
+using key_lines = std::map<std::string, std::size_t>;
+
+// What is wrong, and in which line. Thrown by everything here.
+struct file_fault {
+    std::size_t line;
+    std::string reason;
+};
+
+// Where things stand in the text.
+struct text_positions {
+    std::size_t line = 1;               // of the byte read last
+    key_lines keys{};                   // of the file's object
+    std::vector<std::size_t> members{}; // the objects in its lists
+    std::vector<key_lines> member_keys{};
+};
+
+// One object of the file and where its keys stand.
+struct located_object {
+    const nlohmann::json& object;
+    std::size_t line;
+    const key_lines& lines;
+    std::set<std::string> used{}; // keys that have been asked for
+};
+
+nlohmann::json parse_located(const std::string& text, text_positions& seen);
+
+[[noreturn]] void refuse(std::size_t line, const std::string& reason);
+
+// Says that the key's value is not what is expected.
+[[noreturn]] void refuse_key(const located_object& from, const std::string& key,
+                             const std::string& expected);
+
+// Refuses the first key that nobody has asked for.
+void refuse_unused_keys(const located_object& from);
+
+std::size_t line_of(const located_object& from, const std::string& key);
+
+// Null when there is no such key.
+const nlohmann::json* find(located_object& from, const std::string& key);
+
+const nlohmann::json& need(located_object& from, const std::string& key);
