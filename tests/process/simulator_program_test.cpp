@@ -16,6 +16,24 @@ class SimulatorProgram : public ProcessTest {
         EXPECT_TRUE(until([this] { return simulator.output.number < 0; }));
         return status_at_end(simulator.child);
     }
+
+    // What the program says of these arguments, which it must refuse.
+    static std::string refusal_of(std::vector<std::string> words)
+    {
+        words.insert(words.begin(), SIMULATOR_PROGRAM);
+        descriptor_pair printed = pipe_from_child();
+        descriptor_pair faults = pipe_from_child();
+        const descriptor_pair input = pipe_to_child();
+        child_process program;
+        start_child(program, words,
+                    {input.childs.number, printed.childs.number, faults.childs.number});
+        printed.childs.reset();
+        faults.childs.reset();
+        const std::string refusal = read_to_end(faults.ours.number);
+        EXPECT_EQ(read_to_end(printed.ours.number), "");
+        EXPECT_EQ(status_at_end(program), 1);
+        return refusal;
+    }
 };
 
 class SimulatorProgramSignals : public SimulatorProgram, public testing::WithParamInterface<int> {};
@@ -60,20 +78,32 @@ TEST_P(SimulatorProgramSignals, EndItWithStatusZero)
 
 INSTANTIATE_TEST_SUITE_P(Each, SimulatorProgramSignals, testing::Values(SIGINT, SIGTERM));
 
+TEST_F(SimulatorProgram, ScenarioIsPlayed)
+{
+    const std::string file = directory.file("scenario.json", R"({"seed": 7, "steps": [
+        {"at": 0, "fault": "take", "destination": 1, "source": 3},
+        {"name": "end it", "fault": "close"}]})");
+    start_simulator({"--scenario", file, "--seed", "12"});
+    ASSERT_TRUE(until([this] { return simulator.lines.size() >= 3; }));
+    EXPECT_THAT(simulator.lines[1], MatchesRegex("@ 0\\.[0-9]{6} start seed=12"));
+    EXPECT_THAT(simulator.lines[2],
+                MatchesRegex("@ 0\\.[0-9]{6} take destination=1 source=3 by=scenario"));
+    start_on_simulator(backend);
+    ASSERT_NE(hear_line("model=Simulated router"), "");
+    write_all(simulator.input.number, "do \"end it\"\n");
+    EXPECT_TRUE(logs("<NOTE>Connection to router closed"));
+}
+
+TEST_F(SimulatorProgram, FaultyScenarioIsReported)
+{
+    const std::string file = directory.file("scenario.json", "{\"steps\":\n[{\"at\": 1}]}");
+    EXPECT_EQ(refusal_of({"--port", "0", "--scenario", file}), file + ":2: \"fault\" is missing\n");
+}
+
 TEST_F(SimulatorProgram, PortInUseIsReported)
 {
     listen_for_client(router);
     const std::string port = std::to_string(router.port);
-    descriptor_pair printed = pipe_from_child();
-    descriptor_pair faults = pipe_from_child();
-    const descriptor_pair input = pipe_to_child();
-    child_process program;
-    start_child(program, {SIMULATOR_PROGRAM, "--port", port},
-                {input.childs.number, printed.childs.number, faults.childs.number});
-    printed.childs.reset();
-    faults.childs.reset();
-    EXPECT_EQ(read_to_end(faults.ours.number),
+    EXPECT_EQ(refusal_of({"--port", port}),
               "Cannot listen on 127.0.0.1:" + port + ": Address already in use\n");
-    EXPECT_EQ(read_to_end(printed.ours.number), "");
-    EXPECT_EQ(status_at_end(program), 1);
 }

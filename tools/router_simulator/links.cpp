@@ -121,19 +121,18 @@ void write_output(simulator_server& server, int number)
 
 static void queue_reply(client_link& link, const shaped_reply& reply, us_time_t delay_us)
 {
-    us_time_t due = now_us() + delay_us;
-    if (reply.late_us != 0) due += reply.late_us;
+    us_time_t due = now_us() + delay_us + reply.late_us;
     for (const auto& [pause_us, bytes] : reply.pieces) {
-        if (reply.behind_next) {
+        if (reply.behind_next)
             link.behind_next += bytes;
-        } else if (reply.late_us != 0) {
+        else if (reply.late_us != 0)
             queue_late(link.output, due, bytes);
-        } else {
+        else
             due = queue_in_order(link.output, due + pause_us, bytes);
-        }
     }
-    if (reply.pieces.empty() || reply.behind_next) return;
-    queue_in_order(link.output, due, std::exchange(link.behind_next, {}));
+    const bool is_passed_by_it = !reply.pieces.empty() && !reply.behind_next;
+    if (is_passed_by_it && !link.behind_next.empty())
+        queue_in_order(link.output, now_us(), std::exchange(link.behind_next, {}));
 }
 
 void send_reply(simulator_server& server, int number, const shaped_reply& reply, us_time_t delay_us)

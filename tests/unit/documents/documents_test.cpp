@@ -13,6 +13,7 @@
 #include "router_link/receive_parser.h"
 #include "router_model/route_queue.h"
 #include "router_model/state.h"
+#include "router_simulator/scenario_file.h"
 #include "support/backend_test.h"
 
 namespace {
@@ -230,4 +231,37 @@ TEST_F(Documents, ShowWhatASilentRouterLooksLike)
     for (const std::string& line : example_lines("docs/behaviour.md", "diagnostics"))
         documented += line + "\n";
     EXPECT_EQ(shown, documented);
+}
+
+TEST_F(Documents, ShowScenariosThatAreRead)
+{
+    const simulated_router router = make_router({});
+    for (const example& shown : examples_in("docs/scenarios.md")) {
+        ASSERT_EQ(shown.kind, "json");
+        scenario plan;
+        EXPECT_EQ(read_scenario(plan, shown.text, router, "example"), "");
+        EXPECT_FALSE(plan.steps.empty());
+    }
+}
+
+// The first column of the tables under the headings that begin so.
+static std::set<std::string> documented_names(const std::string& document,
+                                              const std::string& heading)
+{
+    std::ifstream file(PROJECT_DIRECTORY "/" + document);
+    std::set<std::string> names;
+    bool inside = false;
+    for (std::string line; std::getline(file, line);) {
+        if (line.starts_with("#")) inside = line.starts_with(heading);
+        if (inside && line.starts_with("| `")) names.insert(line.substr(3, line.find("` |") - 3));
+    }
+    return names;
+}
+
+TEST_F(Documents, DescribeEveryFaultOfTheSimulator)
+{
+    std::set<std::string> names;
+    for (int i = 0; i <= static_cast<int>(fault_kind::rename); ++i)
+        names.insert(fault_name(static_cast<fault_kind>(i)));
+    EXPECT_EQ(documented_names("docs/scenarios.md", "## Faults of"), names);
 }

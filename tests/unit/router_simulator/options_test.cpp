@@ -110,3 +110,17 @@ TEST_F(SimulatorOptions, AreExplained)
     EXPECT_THAT(output.str(), EndsWith("the end of standard input does not.\n"));
     EXPECT_EQ(errors.str(), "");
 }
+
+TEST_F(SimulatorOptions, SetTheScenario)
+{
+    EXPECT_EQ(parse({"--scenario", "storm.json"}), std::nullopt);
+    EXPECT_EQ(options.scenario_file, "storm.json");
+    EXPECT_EQ(options.seed, std::nullopt);
+    EXPECT_EQ(parse({"--scenario", "storm.json", "--seed", "18446744073709551615"}), std::nullopt);
+    EXPECT_EQ(options.seed, UINT64_MAX);
+}
+
+TEST_F(SimulatorOptions, SeedIsOfAScenario)
+{
+    EXPECT_EQ(refusal({"--seed", "1"}), "--seed requires --scenario");
+}

@@ -1,6 +1,7 @@
 // A simulated router served in-process, with clients that the test holds the other end of.
 #pragma once
 
+#include <arpa/inet.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -24,6 +25,32 @@ class ServedSimulator : public testing::Test {
         add_client(server, pair[0], "test");
         ends.push_back(pair[1]);
         return pair[1];
+    }
+
+    void listen_anywhere()
+    {
+        EXPECT_EQ(start_listening(server, "127.0.0.1", 0), "");
+    }
+
+    // What a connection to the listening address ends with: 0 or the error.
+    int try_to_connect()
+    {
+        const std::string address = listening_address(server);
+        const std::size_t colon = address.find(':');
+        sockaddr_in target{};
+        target.sin_family = AF_INET;
+        target.sin_port = htons(static_cast<std::uint16_t>(std::stoi(address.substr(colon + 1))));
+        inet_pton(AF_INET, address.substr(0, colon).c_str(), &target.sin_addr);
+        ends.push_back(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        const auto* const generic = reinterpret_cast<const sockaddr*>(&target);
+        return connect(ends.back(), generic, sizeof target) == 0 ? 0 : errno;
+    }
+
+    // A TCP connection to the listening address; the server has not seen it yet.
+    int connect_over_tcp()
+    {
+        EXPECT_EQ(try_to_connect(), 0);
+        return ends.back();
     }
 
     void says(int end, std::string_view bytes)

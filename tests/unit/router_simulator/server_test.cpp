@@ -1,6 +1,5 @@
 #include "router_simulator/server.h"
 
-#include <arpa/inet.h>
 #include <gmock/gmock.h>
 #include <rapidcheck/gtest.h>
 
@@ -12,26 +11,6 @@ using testing::StartsWith;
 namespace {
 class SimulatorServer : public ServedSimulator {
   protected:
-    void listen_anywhere()
-    {
-        EXPECT_EQ(start_listening(server, "127.0.0.1", 0), "");
-    }
-
-    // A TCP connection to the listening address; the server has not seen it yet.
-    int connect_over_tcp()
-    {
-        const std::string address = listening_address(server);
-        const std::size_t colon = address.find(':');
-        sockaddr_in target{};
-        target.sin_family = AF_INET;
-        target.sin_port = htons(static_cast<std::uint16_t>(std::stoi(address.substr(colon + 1))));
-        inet_pton(AF_INET, address.substr(0, colon).c_str(), &target.sin_addr);
-        const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        EXPECT_EQ(connect(descriptor, reinterpret_cast<sockaddr*>(&target), sizeof target), 0);
-        ends.push_back(descriptor);
-        return descriptor;
-    }
-
     // What comes next on a TCP connection, once the server has had its step.
     std::string awaits(int end)
     {
