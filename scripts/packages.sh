@@ -31,3 +31,8 @@ install_test_packages() {
     install_missing libgtest-dev libgmock-dev librapidcheck-dev clang-format clang-tidy cppcheck \
         shellcheck procps python3
 }
+
+# The compiler that has libFuzzer, and its runtime.
+install_fuzz_packages() {
+    install_missing clang-14 libclang-rt-14-dev
+}
