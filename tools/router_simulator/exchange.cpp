@@ -101,9 +101,7 @@ static std::vector<addressed_message> answer_or_refuse(simulator_server& server,
 
 static void answer_request(simulator_server& server, int number, const parsed_frame& frame)
 {
-    reply_plan plan;
-    if (frame.fault == frame_fault::none)
-        plan = plan_reply(server, number, request_text(frame.request));
+    const reply_plan plan = plan_reply(server, number, request_text(frame.request));
     std::vector<addressed_message> others = answer_or_refuse(server, number, frame, plan);
     print_takes(server, client_text(number));
     std::vector<router_message> reply = take_reply(others, number);
@@ -116,18 +114,32 @@ static void answer_request(simulator_server& server, int number, const parsed_fr
     send_messages(server, others);
 }
 
-static void handle_frame(simulator_server& server, int number, const parsed_frame& frame)
+static void handle_request(simulator_server& server, int number, const parsed_frame& frame)
 {
-    trace_line(server, number, '>', readable_frame(frame));
-    if (frame.fault == frame_fault::none) {
-        do_request_faults(server, number, request_text(frame.request));
-    } else {
-        print_event(server, "bad frame client=" + std::to_string(number) +
-                                " reason=" + quoted_text(fault_text(frame.fault)));
-    }
+    const std::string request = request_text(frame.request);
+    do_request_faults(server, number, request, false);
     const auto found = server.links.find(number);
     if (found == server.links.end() || is_mute(found->second)) return;
     answer_request(server, number, frame);
+    if (server.links.contains(number)) do_request_faults(server, number, request, true);
+}
+
+static void handle_bad_frame(simulator_server& server, int number, const parsed_frame& frame)
+{
+    print_event(server, "bad frame client=" + std::to_string(number) +
+                            " reason=" + quoted_text(fault_text(frame.fault)));
+    send_messages(server, answer_frame(server.router, number, frame));
+}
+
+static void handle_frame(simulator_server& server, int number, const parsed_frame& frame)
+{
+    trace_line(server, number, '>', readable_frame(frame));
+    if (is_mute(server.links.at(number))) return;
+    if (frame.fault == frame_fault::none) {
+        handle_request(server, number, frame);
+    } else {
+        handle_bad_frame(server, number, frame);
+    }
 }
 
 void answer_bytes(simulator_server& server, int number, std::string_view bytes)

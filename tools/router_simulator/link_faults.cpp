@@ -175,9 +175,10 @@ void do_connection_faults(simulator_server& server, int number)
     do_steps(server, connection_steps(*server.plan, number), number);
 }
 
-void do_request_faults(simulator_server& server, int number, const std::string& request)
+void do_request_faults(simulator_server& server, int number, const std::string& request,
+                       bool answered)
 {
-    if (server.plan) do_steps(server, request_steps(*server.plan, request), number);
+    if (server.plan) do_steps(server, request_steps(*server.plan, request, answered), number);
 }
 
 std::string do_named_faults(simulator_server& server, const std::string& name)

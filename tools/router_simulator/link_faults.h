@@ -13,9 +13,10 @@ void do_due_faults(simulator_server& server);
 us_time_t next_due_fault(const simulator_server& server);
 
 // Does what the scenario says of a client that has connected, and of a request that has come from
-// it, answers aside. The client may be gone afterwards, and its number was good before.
+// it or has been answered, its reply aside. The client may be gone afterwards.
 void do_connection_faults(simulator_server& server, int number);
-void do_request_faults(simulator_server& server, int number, const std::string& request);
+void do_request_faults(simulator_server& server, int number, const std::string& request,
+                       bool answered);
 
 // Does the steps of this name. Returns "" or why not, a line.
 std::string do_named_faults(simulator_server& server, const std::string& name);

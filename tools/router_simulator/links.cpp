@@ -137,9 +137,7 @@ static void queue_reply(client_link& link, const shaped_reply& reply, us_time_t 
 
 void send_reply(simulator_server& server, int number, const shaped_reply& reply, us_time_t delay_us)
 {
-    client_link& link = server.links.at(number);
-    if (is_mute(link)) return;
-    queue_reply(link, reply, delay_us);
+    queue_reply(server.links.at(number), reply, delay_us);
     write_output(server, number);
 }
 

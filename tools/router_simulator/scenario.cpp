@@ -128,12 +128,13 @@ static bool is_met_by(const scenario_step& step, std::string_view request)
     return step.trigger == trigger_kind::request && request.starts_with(step.request);
 }
 
-std::vector<std::size_t> request_steps(scenario& plan, std::string_view request)
+std::vector<std::size_t> request_steps(scenario& plan, std::string_view request, bool answered)
 {
     std::vector<std::size_t> steps;
     for (std::size_t i = 0; i < plan.steps.size(); ++i) {
         const scenario_step& step = plan.steps[i];
         if (concerns_reply(step.fault) || !is_met_by(step, request)) continue;
+        if (step.answered != answered) continue;
         if (is_done_now(step, plan.states[i])) steps.push_back(i);
     }
     return steps;

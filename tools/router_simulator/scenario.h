@@ -64,6 +64,7 @@ struct scenario_step {
     number_range every_us;
     int connection = 0; // 0: any
     std::string request;
+    bool answered = false; // the fault of the connection comes behind the request's answer
     std::uint64_t after = 0;
     std::optional<std::uint64_t> times; // nothing: as often as it comes
     double chance = 1;
@@ -104,11 +105,11 @@ void start_scenario(scenario& plan);
 std::uint64_t draw(std::mt19937_64& random, number_range range);
 
 // The steps that this brings, in the file's order; each counts as done. `elapsed` is the time since
-// the start. Of the faults of replies only `reply_steps` tells: the first that applies, and every
-// delay.
+// the start, `answered` whether the request has been. Of the faults of replies only `reply_steps`
+// tells: the first that applies, and every delay.
 std::vector<std::size_t> timed_steps(scenario& plan, us_time_t elapsed);
 std::vector<std::size_t> connection_steps(scenario& plan, int client);
-std::vector<std::size_t> request_steps(scenario& plan, std::string_view request);
+std::vector<std::size_t> request_steps(scenario& plan, std::string_view request, bool answered);
 std::vector<std::size_t> reply_steps(scenario& plan, std::string_view request);
 
 // The same for the command, whatever else is said of a step. A reply's fault waits for its next

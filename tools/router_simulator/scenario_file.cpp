@@ -259,6 +259,15 @@ static void read_name(step_reader& reader)
     if (reader.step.name.empty()) refuse_key(reader.from, "name", "a text with something in it");
 }
 
+static void read_order(step_reader& reader)
+{
+    if (concerns_reply(reader.step.fault) || reader.step.trigger != trigger_kind::request) return;
+    const json* const value = find(reader.from, "answered");
+    if (value == nullptr) return;
+    if (!value->is_boolean()) refuse_key(reader.from, "answered", "true or false");
+    reader.step.answered = value->get<bool>();
+}
+
 static void read_limits(step_reader& reader)
 {
     located_object& from = reader.from;
@@ -279,6 +288,7 @@ static scenario_step read_step(located_object from, const simulated_router& rout
     read_trigger(reader);
     read_limits(reader);
     read_fault(reader);
+    read_order(reader);
     read_keys_of_fault(reader);
     refuse_unused_keys(from);
     return step;

@@ -144,6 +144,15 @@ TEST_F(LinkFaults, RequestThatClosesIsNotAnswered)
     EXPECT_FALSE(has_ended(other));
 }
 
+TEST_F(LinkFaults, FaultBehindTheAnswerLetsItPass)
+{
+    begin(R"({"request": "BK", "answered": true, "fault": "close"})");
+    const int end = connect_client();
+    says(end, ask_revision);
+    EXPECT_EQ(hears(end), revision);
+    EXPECT_TRUE(has_ended(end));
+}
+
 TEST_F(LinkFaults, ConnectionFaultMeetsTheClientOfItsNumber)
 {
     begin(R"({"connection": 2, "fault": "close"})");

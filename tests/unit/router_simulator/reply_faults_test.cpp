@@ -113,8 +113,12 @@ TEST_F(ReplyFaults, ReorderedMessageComesBehindTheNextReply)
 
 TEST_F(ReplyFaults, ChecksumIsWrong)
 {
-    EXPECT_EQ(revision_under(R"("fault": "checksum")"), "\x01N0KB\tR\tr1E0\x04");
     EXPECT_TRUE(revision.ends_with("EE\x04"));
+    EXPECT_EQ(revision_under(R"("fault": "checksum")"), "\x01N0KB\tR\tr1E0\x04");
+    stop_server(server);
+    server.router.options.revision = "r?";
+    EXPECT_TRUE(frame("N0KB\tR\tr?").ends_with("E0\x04"));
+    EXPECT_EQ(revision_under(R"("fault": "checksum")"), "\x01N0KB\tR\tr?E1\x04");
 }
 
 TEST_F(ReplyFaults, NakStandsForARequestThatIsNotCarriedOut)
@@ -176,13 +180,15 @@ TEST_F(ReplyFaults, FrameHoldsANul)
 
 TEST_F(ReplyFaults, CutReplyComesInPieces)
 {
-    const int end = client_under(R"("fault": "cut", "at": [1, 5, 999], "ms": 20)");
+    const int end = client_under(R"("fault": "cut", "at": [1, 5, 9, 999], "ms": 20)");
     says(end, ask_revision + ask_route);
     EXPECT_EQ(hears(end), revision.substr(0, 1));
     pass_ms(20);
     EXPECT_EQ(hears(end), revision.substr(1, 4));
     pass_ms(20);
-    EXPECT_EQ(hears(end), revision.substr(5) + route);
+    EXPECT_EQ(hears(end), revision.substr(5, 4));
+    pass_ms(20);
+    EXPECT_EQ(hears(end), revision.substr(9) + route);
 }
 
 TEST_F(ReplyFaults, ContradictedStatusShowsAnotherSource)

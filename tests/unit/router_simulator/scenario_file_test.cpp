@@ -62,6 +62,8 @@ TEST_F(ScenarioFile, TakesEveryTrigger)
     EXPECT_EQ(plan.steps[0].trigger, trigger_kind::connection);
     EXPECT_EQ(step(R"("request": "QN L", "fault": "close")").request, "QN L");
     EXPECT_EQ(plan.steps[0].trigger, trigger_kind::request);
+    EXPECT_FALSE(plan.steps[0].answered);
+    EXPECT_TRUE(step(R"("request": "", "fault": "close", "answered": true)").answered);
     EXPECT_EQ(step(R"("name": "now", "fault": "close")").name, "now");
     EXPECT_EQ(plan.steps[0].trigger, trigger_kind::command);
 }
@@ -227,6 +229,10 @@ INSTANTIATE_TEST_SUITE_P(
         wrong_step{"NoFor", R"("at": 1, "fault": "silence")", "2: \"for\" is missing"},
         wrong_step{"ForTooLong", R"("at": 1, "fault": "silence", "for": 31536001)",
                    "2: \"for\" is not a number of seconds, 0 to a year"},
+        wrong_step{"Answered", R"("request": "", "fault": "close", "answered": 1)",
+                   "2: \"answered\" is not true or false"},
+        wrong_step{"AnsweredWithoutRequest", R"("at": 1, "fault": "close", "answered": true)",
+                   "2: unknown key \"answered\""},
         wrong_step{"Inside", R"("at": 1, "fault": "reset", "inside": 1)",
                    "2: \"inside\" is not true or false"},
         wrong_step{"Destination", R"("at": 1, "fault": "take", "destination": 3)",

@@ -64,6 +64,15 @@ TEST(Scenario, DrawsOfOneStepDoNotDependOnAnother)
     }
 }
 
+TEST(Scenario, StepsOfOneKindDrawApart)
+{
+    scenario_step step = on_request("QI");
+    step.chance = 0.5;
+    scenario_step never = step;
+    never.times = 0;
+    EXPECT_NE(marks(started({step, never}), 200), marks(started({never, step}), 200));
+}
+
 TEST(Scenario, ChanceIsMetAboutAsOftenAsItSays)
 {
     scenario_step step = on_request("QI");
@@ -113,7 +122,16 @@ TEST(Scenario, ConnectionFaultsOfARequestAreAllDone)
 {
     scenario plan = started({on_request("QI", fault_kind::take), on_request("QI", fault_kind::lose),
                              on_request("QI", fault_kind::reset)});
-    EXPECT_THAT(request_steps(plan, "QI 1 0"), ElementsAre(0, 2));
+    EXPECT_THAT(request_steps(plan, "QI 1 0", false), ElementsAre(0, 2));
+}
+
+TEST(Scenario, FaultBehindTheAnswerWaitsForIt)
+{
+    scenario_step behind = on_request("QI", fault_kind::close);
+    behind.answered = true;
+    scenario plan = started({behind, on_request("QI", fault_kind::take)});
+    EXPECT_THAT(request_steps(plan, "QI 1 0", false), ElementsAre(1));
+    EXPECT_THAT(request_steps(plan, "QI 1 0", true), ElementsAre(0));
 }
 
 TEST(Scenario, TimedStepIsDoneOnce)
