@@ -1,11 +1,13 @@
 // What the backend's descriptors 0, 1 and 2 may be: each kind on the real program.
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include "support/process_test.h"
 
+using testing::Each;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -192,4 +194,81 @@ TEST_F(NullDevice, AsDiagnosticsCostsNoCore)
     ASSERT_EQ(read(output.ours.number, &byte, 1), 1);
     const long begin = voluntary_switches(child.process);
     EXPECT_TRUE(until([&] { return voluntary_switches(child.process) >= begin + 4; }));
+}
+
+namespace {
+class FewDescriptors : public ProcessTest {
+  protected:
+    static rlimit limit_of(pid_t process)
+    {
+        rlimit limit{};
+        EXPECT_EQ(prlimit(process, RLIMIT_NOFILE, nullptr, &limit), 0);
+        return limit;
+    }
+
+    static void set_limit(pid_t process, const rlimit& limit)
+    {
+        ASSERT_EQ(prlimit(process, RLIMIT_NOFILE, &limit, nullptr), 0);
+    }
+
+    void expect_dance_answered()
+    {
+        say("*COMMAND=dance\n*TYPE=command\n*ID=7");
+        EXPECT_EQ(hear("dance"),
+                  "*COMMAND=dance\n*ERROR=Unknown command dance\n*TYPE=reply\n*ID=7\n\n");
+    }
+};
+
+// Descriptors that every child inherits, more than select can watch.
+struct leaked_descriptors {
+    rlimit limit{};
+    std::vector<owned_descriptor> descriptors;
+
+    leaked_descriptors()
+    {
+        getrlimit(RLIMIT_NOFILE, &limit);
+        const rlimit raised = {4096, limit.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &raised);
+        for (int i = 0; i < 2000; ++i)
+            descriptors.emplace_back(dup(STDIN_FILENO));
+    }
+
+    ~leaked_descriptors()
+    {
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
+};
+} // namespace
+
+TEST_F(FewDescriptors, ConnectionIsMadeOnceThereIsOne)
+{
+    router.answers = healthy_answers();
+    listen_for_client(router);
+    start("port = " + std::to_string(router.port) + "\n");
+    ASSERT_NE(hear("info"), "");
+    const rlimit limit = limit_of(backend.process);
+    set_limit(backend.process, {3, limit.rlim_max});
+    say("*COMMAND=set\n*TYPE=message\nname=ip address\nvalue=127.0.0.1");
+    ASSERT_TRUE(logs("<ERR>Cannot connect, cannot create socket"));
+    expect_dance_answered();
+    ASSERT_TRUE(logs("<ERR>Cannot connect, cannot create socket")); // five seconds later
+    EXPECT_THAT(backend.diagnostics, Each("<ERR>Cannot connect, cannot create socket"));
+    set_limit(backend.process, limit);
+    ASSERT_TRUE(logs("<NOTE>Connection sucessful."));
+    EXPECT_NE(hear_line("model=TX4"), "");
+}
+
+TEST_F(FewDescriptors, SocketAboveLeakedOnesIsRefused)
+{
+    const leaked_descriptors leaked; // first: no lower number is free
+    listen_for_client(router);
+    ASSERT_GT(leaked.descriptors.back().number, FD_SETSIZE);
+    start(router_settings());
+    ASSERT_TRUE(logs("<ERR>Cannot connect, cannot create socket"));
+    expect_dance_answered();
+    ASSERT_TRUE(logs("<ERR>Cannot connect, cannot create socket"));
+    end_input(backend);
+    EXPECT_EQ(end(), "exited with status 0");
+    EXPECT_THAT(backend.diagnostics, Each("<ERR>Cannot connect, cannot create socket"));
+    EXPECT_EQ(router.connections, 0);
 }

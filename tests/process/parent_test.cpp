@@ -1,8 +1,6 @@
 // The parent's side of the real program: records, diagnostics and the ways in which it ends.
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/ioctl.h>
-#include <unistd.h>
 
 #include "support/process_test.h"
 
@@ -91,24 +89,6 @@ TEST_F(Parent, SettingShowsInDiagnosticsAndInfo)
     EXPECT_TRUE(logs("<DBG>Changing number of inputs to 4"));
 }
 
-TEST_F(Parent, EndOfInputEndsTheProcess)
-{
-    start("");
-    ASSERT_NE(hear("info"), "");
-    end_input(backend);
-    EXPECT_EQ(end(), "exited with status 0");
-    EXPECT_EQ(last_line(), "");
-}
-
-TEST_F(Parent, EndOfInputClosesConnection)
-{
-    start_connected();
-    end_input(backend);
-    EXPECT_EQ(end(), "exited with status 0");
-    EXPECT_EQ(last_line(), "<NOTE>Connection to router closed");
-    EXPECT_TRUE(until([this] { return router.endings == 1; }));
-}
-
 TEST_F(Parent, RecordBeforeEndOfInputIsAnswered)
 {
     start("");
@@ -125,66 +105,4 @@ TEST_F(Parent, RecordCutShortByEndOfInputIsDropped)
     end_input(backend);
     EXPECT_EQ(end(), "exited with status 0");
     EXPECT_EQ(hear_line("*ID=7"), "");
-}
-
-TEST_F(Parent, ClosedReaderOfRecordsEndsTheProcess)
-{
-    start_connected();
-    close_output(backend);
-    say("*COMMAND=dance\n*TYPE=command");
-    EXPECT_EQ(end(), "exited with status 0");
-    EXPECT_EQ(last_line(), "<NOTE>Connection to router closed");
-}
-
-TEST_F(Parent, ClosedReaderOfDiagnosticsEndsTheProcess)
-{
-    start_connected(); // every request is logged
-    close_diagnostics(backend);
-    EXPECT_EQ(end(), "exited with status 0");
-    EXPECT_TRUE(until([this] { return router.endings == 1; }));
-}
-
-// Counts that go round, so that each makes a report of its own.
-static int nth_count(int n)
-{
-    return 1 + n % 200;
-}
-
-// Reads until so many records have come and returns their numbers of inputs.
-static std::vector<int> read_counts(int descriptor, std::size_t records)
-{
-    std::string text;
-    char bytes[4096];
-    std::vector<int> counts;
-    while (counts.size() < records) {
-        const ssize_t count = read(descriptor, bytes, sizeof bytes);
-        if (count <= 0) break;
-        text.append(bytes, static_cast<std::size_t>(count));
-        for (std::size_t end = 0; (end = text.find("\n\n")) != std::string::npos;) {
-            const std::size_t number = text.find("\ninputs=") + 8;
-            counts.push_back(std::stoi(text.substr(number, end - number)));
-            text.erase(0, end + 2);
-        }
-    }
-    return counts;
-}
-
-TEST_F(Parent, ReportsWaitForParentThatDoesNotRead)
-{
-    static constexpr int reports = 3000; // far more than a pipe holds
-    descriptor_pair input = pipe_to_child();
-    descriptor_pair output = pipe_from_child();
-    const owned_descriptor null(open("/dev/null", O_WRONLY | O_CLOEXEC));
-    child_process child;
-    start_child(child, {BACKEND_PROGRAM, "--file", directory.file("a.conf", "")},
-                {input.childs.number, output.childs.number, null.number});
-    std::vector<int> expected = {0};
-    for (int i = 0; i < reports; ++i) {
-        expected.push_back(nth_count(i));
-        write_all(input.ours.number, "*COMMAND=set\n*TYPE=message\nname=inputs\nvalue=" +
-                                         std::to_string(nth_count(i)) + "\n\n");
-    }
-    EXPECT_EQ(read_counts(output.ours.number, expected.size()), expected);
-    input.ours.reset();
-    EXPECT_EQ(status_at_end(child), 0);
 }

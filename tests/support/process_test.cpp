@@ -158,13 +158,22 @@ std::string ProcessTest::last_line() const
     return backend.diagnostics.empty() ? "" : backend.diagnostics.back();
 }
 
-long voluntary_switches(pid_t process)
+static long status_figure(pid_t process, const std::string& name)
 {
     std::ifstream status("/proc/" + std::to_string(process) + "/status");
-    const std::string name = "voluntary_ctxt_switches:";
     for (std::string word; status >> word;) {
-        long count = 0;
-        if (word == name && status >> count) return count;
+        long figure = 0;
+        if (word == name && status >> figure) return figure;
     }
     return -1;
+}
+
+long voluntary_switches(pid_t process)
+{
+    return status_figure(process, "voluntary_ctxt_switches:");
+}
+
+long resident_kb(pid_t process)
+{
+    return status_figure(process, "VmRSS:");
 }

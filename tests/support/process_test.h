@@ -71,5 +71,7 @@ class ProcessTest : public testing::Test {
     std::size_t simulator_lines_seen = 0;
 };
 
-// How often the process has slept. -1 when there is no such process.
+// How often the process has slept, and what it holds of the machine's memory. -1 when there is no
+// such process.
 long voluntary_switches(pid_t process);
+long resident_kb(pid_t process);
