@@ -1,0 +1,225 @@
+// Every fault that the simulator knows, in every phase of the backend that it can strike, on the
+// real programs. Whatever happens, the parent is answered, the backend comes back when it has lost
+// the router, what has changed meanwhile is found out, a route is taken, and the diagnostics are
+// those that belong to the fault: all of them but the debugging ones, compared as a whole.
+#include <gmock/gmock.h>
+#include <map>
+#include <set>
+
+#include "support/fault_matrix.h"
+#include "support/process_test.h"
+
+using testing::AnyOfArray;
+
+namespace {
+class FaultMatrix : public ProcessTest, public testing::WithParamInterface<matrix_cell> {
+  protected:
+    std::map<std::string, std::string> known; // of the parent: the last value of each field
+    int reports_of_inputs = 0;
+    std::set<std::string> replied; // identifiers
+    std::size_t lines_searched = 0;
+
+    void start_under_fault(const matrix_cell& cell);
+    void await_fault(const matrix_cell& cell);
+    void expect_reply(const std::string& command, const std::string& id);
+    void expect_return(const matrix_cell& cell);
+    void repeat_until_learnt();
+    void expect_take(int client);
+    void expect_true_routes();
+    void expect_whole_status_cycle();
+    Lines diagnostics_but(const std::function<bool(const std::string&)>& left_out) const;
+
+    void tell_simulator(const std::string& line)
+    {
+        write_all(simulator.input.number, line + "\n");
+    }
+
+    // Whether the simulator prints an event with this text, after the one that was found last.
+    bool simulator_tells(const std::string& text);
+    // Whether the parent comes to know all of these.
+    bool learns(const std::map<std::string, std::string>& values);
+
+  private:
+    void learn();
+    bool knows(const std::map<std::string, std::string>& values);
+    long status_requests() const;
+};
+} // namespace
+
+// One set of names is two messages.
+void FaultMatrix::start_under_fault(const matrix_cell& cell)
+{
+    start_simulator({"--sources", "8", "--destinations", "8", "--source-base", "1",
+                     "--destination-base", "1", "--entries-per-answer", "5", "--trace",
+                     "--scenario", directory.file("scenario.json", scenario_of(cell))});
+    if (is_refused_at_first(cell)) {
+        ASSERT_TRUE(simulator_tells(" refuse"));
+    }
+    start_on_simulator(backend);
+    if (cell.struck != phase::burst && cell.struck != phase::query) return;
+    ASSERT_TRUE(learns({{"o7.input.all", "7"}})) << "all routes are known";
+    if (cell.struck == phase::query)
+        return say("*COMMAND=report\n*TYPE=command\n*ID=query\nwhat=outputs");
+    for (int output = 0; output < 6; ++output)
+        say("*COMMAND=route output\n*TYPE=command\nqueue=add\nfrom input=4\nto output=" +
+            std::to_string(output));
+    say("*COMMAND=route output\n*TYPE=command\n*ID=burst\nqueue=flush");
+}
+
+bool FaultMatrix::simulator_tells(const std::string& text)
+{
+    return until([&] {
+        while (lines_searched < simulator.lines.size()) {
+            const std::string& line = simulator.lines[lines_searched++];
+            if (line.starts_with("@ ") && line.find(text) != std::string::npos) return true;
+        }
+        return false;
+    });
+}
+
+void FaultMatrix::learn()
+{
+    for (; !backend.records.empty(); backend.records.pop_front()) {
+        const ParentRecord& record = backend.records.front();
+        if (record.type == "reply") replied.insert(record.id);
+        reports_of_inputs += record.fields.contains("i0.name") ? 1 : 0;
+        for (const auto& [name, value] : record.fields)
+            known[name] = value;
+    }
+}
+
+bool FaultMatrix::knows(const std::map<std::string, std::string>& values)
+{
+    return std::all_of(values.begin(), values.end(),
+                       [this](const auto& each) { return known[each.first] == each.second; });
+}
+
+bool FaultMatrix::learns(const std::map<std::string, std::string>& values)
+{
+    return until([&] {
+        learn();
+        return knows(values);
+    });
+}
+
+void FaultMatrix::await_fault(const matrix_cell& cell)
+{
+    if (is_refused_at_first(cell)) return;
+    ASSERT_TRUE(simulator_tells(" " + fault_of(cell)));
+}
+
+void FaultMatrix::expect_reply(const std::string& command, const std::string& id)
+{
+    say(command + "\n*TYPE=command\n*ID=" + id);
+    EXPECT_TRUE(until([&] {
+        learn();
+        return replied.contains(id);
+    })) << id;
+}
+
+// The names of the sources are told to the parent by discovery alone here.
+void FaultMatrix::expect_return(const matrix_cell& cell)
+{
+    if (!is_lost(cell.end)) return;
+    const char* client = is_refused_at_first(cell) ? "1" : "2";
+    ASSERT_TRUE(simulator_tells(std::string(" connected client=") + client));
+    const int discoveries = cell.struck == phase::connecting ? 1 : 2;
+    EXPECT_TRUE(until([&] {
+        learn();
+        return reports_of_inputs >= discoveries;
+    }));
+}
+
+long FaultMatrix::status_requests() const
+{
+    return std::count_if(simulator.lines.begin(), simulator.lines.end(),
+                         [](const auto& line) { return line.ends_with(" > QD"); });
+}
+
+// What comes unasked can stand in for the reply to a status request, whose news is then lost: the
+// router takes it for told. The operator has to repeat it.
+void FaultMatrix::repeat_until_learnt()
+{
+    const std::map<std::string, std::string> news = {{"o1.input.all", "6"}, {"o4.name", "STRUCK"}};
+    ASSERT_TRUE(simulator_tells(" end of burst"));
+    EXPECT_TRUE(until([&, next = 0L]() mutable {
+        learn();
+        if (knows(news)) return true;
+        if (status_requests() < next) return false;
+        tell_simulator("take 2 7\nrename destination 5 STRUCK");
+        next = status_requests() + 4;
+        return false;
+    }));
+}
+
+// Said twice: what is staged five seconds after a burst is dropped, once.
+void FaultMatrix::expect_take(int client)
+{
+    take(backend, 6, 2);
+    take(backend, 6, 2);
+    EXPECT_TRUE(learns({{"o6.input.all", "2"}}));
+    EXPECT_TRUE(
+        simulator_tells(" take destination=7 source=3 by=client " + std::to_string(client)));
+}
+
+// The parent knows what the router really has routed.
+void FaultMatrix::expect_true_routes()
+{
+    tell_simulator("routes");
+    std::map<std::string, std::string> routes;
+    ASSERT_TRUE(until([&] {
+        for (; lines_searched < simulator.lines.size(); ++lines_searched) {
+            const std::string& line = simulator.lines[lines_searched]; // 1 MON A <- 1 CAM 1
+            const std::size_t arrow = line.find(" <- ");
+            if (arrow == std::string::npos) continue;
+            routes["o" + std::to_string(std::stoi(line) - 1) + ".input.all"] =
+                std::to_string(std::stoi(line.substr(arrow + 4)) - 1);
+        }
+        return routes.size() == 8;
+    }));
+    EXPECT_TRUE(learns(routes));
+}
+
+void FaultMatrix::expect_whole_status_cycle()
+{
+    tell_simulator("rename source 1 LAST");
+    EXPECT_TRUE(learns({{"i0.name", "LAST"}}));
+}
+
+Lines FaultMatrix::diagnostics_but(const std::function<bool(const std::string&)>& left_out) const
+{
+    Lines lines;
+    for (const std::string& line : backend.diagnostics)
+        if (!line.starts_with("<DBG>") && !left_out(line)) lines.push_back(line);
+    return lines;
+}
+
+TEST_P(FaultMatrix, IsOvercome)
+{
+    const matrix_cell& cell = GetParam();
+    start_under_fault(cell);
+    await_fault(cell);
+    expect_reply("*COMMAND=dance", "during");
+    expect_return(cell);
+    if (fault_of(cell) == "burst") repeat_until_learnt();
+    EXPECT_TRUE(learns(
+        {{"o4.name", "STRUCK"}, {"outputs", "8"}, {"inputs", "8"}, {"model", "Simulated router"}}));
+    // Without destinations discovery has asked for no routes.
+    if (cell.struck == phase::discovery && !is_lost(cell.end))
+        expect_reply("*COMMAND=report\nwhat=outputs", "after");
+    expect_take(is_lost(cell.end) && !is_refused_at_first(cell) ? 2 : 1);
+    expect_true_routes();
+    expect_whole_status_cycle();
+    end_input(backend);
+    EXPECT_EQ(end(), "exited with status 0");
+    const bool garbles = fault_of(cell) == "garbage";
+    const Lines others = diagnostics_but([&](const std::string& line) {
+        return tells_identity(line) || (garbles && line.starts_with("Discarding unexpected byte "));
+    });
+    EXPECT_THAT(with_one_refusal(others), AnyOfArray(accepted_diagnostics(cell)));
+    EXPECT_EQ(diagnostics_but([](const std::string& line) { return !tells_identity(line); }),
+              identity_lines(cell));
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, FaultMatrix, testing::ValuesIn(all_cells()),
+                         [](const auto& each) { return each.param.name; });

@@ -1,0 +1,343 @@
+#include "support/fault_matrix.h"
+
+#include <algorithm>
+#include <map>
+
+namespace {
+struct matrix_row {
+    const char* name;
+    const char* keys; // of the scenario's step, beside its trigger
+    std::map<phase, ending> endings;
+};
+
+} // namespace
+
+bool is_lost(ending end)
+{
+    return end != ending::stays && end != ending::rambling && end != ending::incomplete;
+}
+
+bool is_refused_at_first(const matrix_cell& cell)
+{
+    return cell.struck == phase::connecting && cell.end == ending::refused;
+}
+
+static constexpr phase CONNECTING = phase::connecting;
+static constexpr phase DISCOVERY = phase::discovery;
+static constexpr phase IDLE = phase::idle;
+static constexpr phase TRANSACTION = phase::transaction;
+static constexpr phase BURST = phase::burst;
+static constexpr phase QUERY = phase::query;
+
+// A fault of the connection that ends in the same way whatever it strikes.
+static std::map<phase, ending> everywhere(ending end)
+{
+    return {{CONNECTING, end},  {DISCOVERY, end}, {IDLE, end},
+            {TRANSACTION, end}, {BURST, end},     {QUERY, end}};
+}
+
+// A router that says nothing any more. Discovery is not broken off for it.
+static std::map<phase, ending> muteness()
+{
+    return {{CONNECTING, ending::mute},  {DISCOVERY, ending::mute},
+            {IDLE, ending::unanswered},  {TRANSACTION, ending::unanswered},
+            {BURST, ending::unanswered}, {QUERY, ending::unanswered}};
+}
+
+// A reply is part of an exchange: there is none while connecting and none in an idle moment. A
+// burst and a query do not wait for their replies, and lose nothing but news that the next status
+// request brings.
+static std::map<phase, ending> of_reply(ending in_discovery, ending in_transaction,
+                                        ending elsewhere = ending::stays)
+{
+    return {{DISCOVERY, in_discovery},
+            {TRANSACTION, in_transaction},
+            {BURST, elsewhere},
+            {QUERY, elsewhere}};
+}
+
+// A reply that is not understood is one that has not come.
+static const std::vector<matrix_row>& reply_rows()
+{
+    using enum ending;
+    static const std::vector<matrix_row> rows = {
+        {"Delay", R"("fault": "delay", "ms": [300, 300])", of_reply(stays, stays)},
+        {"Lose", R"("fault": "lose")", of_reply(incomplete, unanswered)},
+        {"LateInTime", R"("fault": "late", "ms": [300, 300])", of_reply(stays, stays)},
+        {"TooLate", R"("fault": "late", "ms": [7500, 7500])", of_reply(incomplete, unanswered)},
+        {"Duplicate", R"("fault": "duplicate")", of_reply(stays, stays)},
+        // A single message waits for the next reply, which the backend asks for only after it.
+        {"Reorder", R"("fault": "reorder")", of_reply(stays, unanswered)},
+        {"Checksum", R"("fault": "checksum")", of_reply(incomplete, unanswered)},
+        {"Nak", R"("fault": "nak")", of_reply(incomplete, stays)},
+        {"Error", R"("fault": "error", "code": "05")", of_reply(incomplete, stays)},
+        // The rest of the set completes the frame, whose checksum is then wrong.
+        {"Truncate", R"("fault": "truncate", "bytes": 4)", of_reply(incomplete, unanswered)},
+        {"LengthBelowLimit", R"("fault": "length", "bytes": 4095)", of_reply(stays, stays)},
+        {"LengthAtLimit", R"("fault": "length", "bytes": 4096)", of_reply(stays, stays)},
+        {"LengthAboveLimit", R"("fault": "length", "bytes": 4097)",
+         of_reply(rambling, rambling_unanswered, rambling)},
+        // The set's last message completes it without the first.
+        {"Nul", R"("fault": "nul")", of_reply(stays, unanswered)},
+        {"Cut", R"("fault": "cut", "at": [1, 3, 11], "ms": 100)", of_reply(stays, stays)},
+        {"Endless", R"("fault": "endless", "messages": 1000000, "rate": 1000)",
+         of_reply(mute, unanswered, unanswered)},
+        // No reply to a status request shows a route.
+        {"Contradict",
+         R"("fault": "contradict")",
+         {{DISCOVERY, stays}, {BURST, stays}, {QUERY, stays}}},
+    };
+    return rows;
+}
+
+static const std::vector<matrix_row>& connection_rows()
+{
+    using enum ending;
+    static const std::vector<matrix_row> rows = {
+        // These bytes of the generator end outside a frame,
+        {"Garbage", R"("fault": "garbage", "bytes": 300)", everywhere(stays)},
+        // and these inside one, which swallows the next. While connecting that is any answer.
+        {"GarbageThatOpensAFrame",
+         R"("fault": "garbage", "bytes": 383)",
+         {{DISCOVERY, stays},
+          {IDLE, unanswered},
+          {TRANSACTION, unanswered},
+          {BURST, stays},
+          {QUERY, stays}}},
+        {"Silence", R"("fault": "silence", "for": 60)", muteness()},
+        {"HalfOpen", R"("fault": "half-open")", muteness()},
+        {"Ignore", R"("fault": "ignore", "for": 60)", muteness()},
+        // What has been read is answered, so discovery ends well, and the flags tell of a new name.
+        {"StopReading",
+         R"("fault": "stop reading", "for": 60)",
+         {{CONNECTING, mute},
+          {DISCOVERY, unanswered},
+          {IDLE, unanswered},
+          {TRANSACTION, names_unanswered},
+          {BURST, unanswered},
+          {QUERY, unanswered}}},
+        {"Close", R"("fault": "close")", everywhere(closed)},
+        {"Reset", R"("fault": "reset")", everywhere(reset)},
+        {"ResetInsideFrame", R"("fault": "reset", "inside": true)", everywhere(reset)},
+        {"Refuse", R"("fault": "refuse", "for": 8)", everywhere(refused)},
+        {"Burst", R"("fault": "burst", "messages": 100, "rate": 2000)", everywhere(stays)},
+        {"Take", R"("fault": "take", "destination": 3, "source": 1)", everywhere(stays)},
+        {"Rename", R"("fault": "rename", "source": 2, "to": "NEWCOMER")", everywhere(stays)},
+    };
+    return rows;
+}
+
+static std::string phase_name(phase struck)
+{
+    switch (struck) {
+    case phase::connecting:
+        return "Connecting";
+    case phase::discovery:
+        return "Discovery";
+    case phase::idle:
+        return "Idle";
+    case phase::transaction:
+        return "Transaction";
+    case phase::burst:
+        return "Burst";
+    case phase::query:
+        return "Query";
+    }
+    return "";
+}
+
+std::vector<matrix_cell> all_cells()
+{
+    std::vector<matrix_cell> cells;
+    for (const auto* rows : {&reply_rows(), &connection_rows()})
+        for (const matrix_row& row : *rows)
+            for (const auto& [struck, end] : row.endings)
+                cells.push_back({struck, end, row.name + ("In" + phase_name(struck)), row.keys,
+                                 rows == &reply_rows()});
+    return cells;
+}
+
+// When the backend is in the phase. Discovery asks for the eight routes first, so that the query's
+// are the next ones. The last of discovery's nine requests is struck: all have been sent then.
+static std::string trigger(const matrix_cell& cell)
+{
+    const bool contradicts = cell.name.starts_with("Contradict");
+    switch (cell.struck) {
+    case phase::connecting:
+        // The backend starts when the simulator has told that it refuses.
+        return cell.end == ending::refused ? R"("at": 0)" : R"("connection": 1)";
+    case phase::discovery:
+        return contradicts ? R"("request": "QI", "times": 1)" : R"("request": "QN ID", "times": 1)";
+    case phase::idle:
+        return R"("request": "QD", "after": 1, "times": 1, "answered": true)";
+    case phase::transaction:
+        return R"("request": "BK F", "after": 2, "times": 1)";
+    case phase::burst:
+        return cell.of_reply ? R"("request": "QI", "after": 8, "times": 1)"
+                             : R"("request": "TI", "after": 2, "times": 1)";
+    case phase::query:
+        return R"("request": "QI", "after": 10, "times": 1)";
+    }
+    return "";
+}
+
+// Another operator takes and renames at the very moment.
+std::string scenario_of(const matrix_cell& cell)
+{
+    matrix_cell operators = cell;
+    operators.of_reply = false;
+    const std::string when = trigger(operators);
+    return R"({"seed": 7, "steps": [
+{)" + when +
+           R"(, "fault": "take", "destination": 2, "source": 7},
+{)" + when +
+           R"(, "fault": "rename", "destination": 5, "to": "STRUCK"},
+{)" + trigger(cell) +
+           ", " + cell.keys + "}]}\n";
+}
+
+std::string fault_of(const matrix_cell& cell)
+{
+    const std::string& keys = cell.keys;
+    const std::string before = R"("fault": ")";
+    const std::size_t start = keys.find(before) + before.size();
+    return keys.substr(start, keys.find('"', start) - start);
+}
+
+bool tells_identity(const std::string& line)
+{
+    return line.starts_with("<NOTE>Device is ") || line.starts_with("<NOTE>S/W ") ||
+           line.starts_with("<NOTE>Firmware: ");
+}
+
+static Lines operator+(Lines lines, const Lines& more)
+{
+    lines.insert(lines.end(), more.begin(), more.end());
+    return lines;
+}
+
+static const std::string CLOSED = "<NOTE>Connection to router closed";
+static const std::string DROPPED = "<NOTE>Connection suddenly dropped";
+static const std::string RESET = "<NOTE>Connection problem, Connection reset by peer";
+static const std::string BROKEN = "<NOTE>Connection problem, Broken pipe";
+static const std::string UNABLE = "<ERR>Unable to send message";
+static const std::string UNANSWERED = "<ERR>Timeout receiving message";
+static const Lines CONNECTED = {"<NOTE>Trying to connect to router...",
+                                "<NOTE>Connection sucessful."};
+static const Lines REFUSED = {"<NOTE>Trying to connect to router...",
+                              "<ERR>Connection failed, Connection refused", CLOSED};
+static const Lines RAMBLING = {"<WARN>Over-long rambling response from router switcher",
+                               "Discarding unexpected byte 04"};
+
+// Sources and levels are answered before the destinations are asked for.
+static std::string unfinished(phase struck)
+{
+    return struck == phase::connecting ? "<ERR>Timeout during query (d=0 s=0 l=0)"
+                                       : "<ERR>Timeout during query (d=0 s=1 l=1)";
+}
+
+// A burst or a query may begin while a status request waits, which then goes on: it waits for its
+// reply, or cannot send what is left of its cycle.
+static bool may_be_in_a_cycle(phase struck)
+{
+    return struck == phase::burst || struck == phase::query;
+}
+
+// The loss is seen by a read, or by a write when that comes first, which is a matter of moments.
+// While connecting it may come before, between and behind the requests of discovery; a discovery
+// that has sent them all waits for its answers to the end.
+static std::vector<Lines> losses(phase struck, const std::vector<std::string>& causes)
+{
+    std::vector<Lines> all;
+    for (const std::string& cause : causes) {
+        const Lines loss = {cause, CLOSED};
+        const Lines waited = {unfinished(struck), UNABLE};
+        if (struck == phase::discovery) all.push_back(loss + waited);
+        if (struck == phase::transaction) all.push_back(loss + Lines{UNANSWERED});
+        if (struck == phase::idle) all.push_back(loss);
+        if (may_be_in_a_cycle(struck))
+            all.insert(all.end(), {loss, loss + Lines{UNANSWERED}, loss + Lines{UNABLE},
+                                   loss + Lines{UNABLE, UNABLE}});
+        if (struck == phase::connecting)
+            all.insert(all.end(), {loss, loss + Lines{UNABLE}, loss + waited});
+    }
+    return all;
+}
+
+// What is logged behind the first connection's two lines, up to the next connection if it is lost.
+static std::vector<Lines> accepted_ends(const matrix_cell& cell)
+{
+    const bool writes = cell.struck != phase::idle && cell.struck != phase::transaction &&
+                        cell.struck != phase::discovery;
+    switch (cell.end) {
+    case ending::stays:
+        return {{}};
+    case ending::rambling:
+        return {RAMBLING};
+    case ending::incomplete:
+        return {{unfinished(cell.struck)}};
+    case ending::unanswered:
+        if (may_be_in_a_cycle(cell.struck))
+            return {{UNANSWERED, CLOSED}, {UNANSWERED, CLOSED, UNABLE}};
+        return {{UNANSWERED, CLOSED}};
+    case ending::names_unanswered:
+        return {{UNANSWERED, CLOSED, UNABLE, UNABLE}};
+    case ending::rambling_unanswered:
+        return {RAMBLING + Lines{UNANSWERED, CLOSED}};
+    case ending::mute:
+        return {{unfinished(cell.struck), UNANSWERED, CLOSED}};
+    case ending::closed:
+        return losses(cell.struck, writes ? Lines{DROPPED, BROKEN} : Lines{DROPPED});
+    case ending::reset:
+    case ending::refused:
+        return losses(cell.struck, {RESET});
+    }
+    return {};
+}
+
+std::vector<Lines> accepted_diagnostics(const matrix_cell& cell)
+{
+    const Lines end = {CLOSED};
+    if (cell.end == ending::refused && cell.struck == phase::connecting)
+        return {REFUSED + CONNECTED + end};
+    std::vector<Lines> accepted;
+    for (const Lines& lines : accepted_ends(cell)) {
+        if (cell.end == ending::refused)
+            accepted.push_back(CONNECTED + lines + REFUSED + CONNECTED + end);
+        else
+            accepted.push_back(CONNECTED + lines + (is_lost(cell.end) ? CONNECTED : Lines{}) + end);
+    }
+    // The reset may come before the backend has seen that it is connected.
+    if (cell.end == ending::reset && cell.struck == phase::connecting)
+        accepted.push_back(
+            Lines{CONNECTED[0], "<ERR>Connection failed, Connection reset by peer", CLOSED} +
+            CONNECTED + end);
+    return accepted;
+}
+
+Lines with_one_refusal(Lines lines)
+{
+    const auto next = [&lines](auto from) {
+        return std::search(from, lines.end(), REFUSED.begin(), REFUSED.end());
+    };
+    for (auto found = next(lines.begin()); found != lines.end();) {
+        const auto second = next(found + 3);
+        if (second != found + 3) break;
+        found = next(lines.erase(second, second + 3) - 3);
+    }
+    return lines;
+}
+
+// A discovery that is broken off does not come to the firmware, and one without answers to nothing.
+Lines identity_lines(const matrix_cell& cell)
+{
+    const Lines answers = {"<NOTE>Device is a \"Simulated router\"", "<NOTE>S/W revision \"r1\"",
+                           "<NOTE>S/W title with version \"Router simulator 1.0\""};
+    const Lines all = answers + Lines{"<NOTE>Firmware: Router simulator 1.0 [r1]"};
+    if (!is_lost(cell.end)) return all;
+    if (cell.struck == phase::connecting) return all;
+    const bool broken_off =
+        cell.struck == phase::discovery &&
+        (cell.end == ending::closed || cell.end == ending::reset || cell.end == ending::refused);
+    return (broken_off ? answers : all) + all;
+}
