@@ -146,7 +146,7 @@ void set_router_size(unsigned sources, unsigned destinations, unsigned base)
     router.sources = sources;
     router.base = base;
     router.routes.assign(destinations, 0);
-    router.changed.assign(destinations, true);
+    router.changed.assign(destinations, false);
     router.flags |= SOURCE_NAMES_CHANGED | DESTINATION_NAMES_CHANGED;
 }
 

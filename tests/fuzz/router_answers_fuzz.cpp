@@ -1,16 +1,19 @@
-// The name and level answers: the tables made of any list of answers are the model's, whatever
-// answers came before.
+// The name, level and route answers: the tables made of any list of answers are the model's,
+// whatever answers came before, and routes are accepted by them.
 //
 // The input is the answers, each ended by EOT: one byte that tells whether it is ok (unless it is
 // "-"), then mnemonic and parameters with a TAB between two.
 
 #include <cstdlib>
 #include <map>
+#include <optional>
 #include <set>
+#include <utility>
 
 #include "common/loop_flags.h"
 #include "fuzz/fuzz_input.h"
 #include "fuzz/property.h"
+#include "router_link/transaction.h"
 #include "router_model/discovery.h"
 #include "router_model/names.h"
 #include "router_model/state.h"
@@ -174,6 +177,35 @@ static void check_levels(const std::vector<router_message>& answers)
     require(logged_lines.empty() && !io_counts_changed, "levels are nobody else's concern");
 }
 
+// The position in a table, or none.
+static std::optional<std::int32_t> position_in(const table_model& table, const std::string& index)
+{
+    const std::uint64_t number = hexadecimal(index);
+    if (number < table.base || number >= table.base + table.size()) return std::nullopt;
+    return static_cast<std::int32_t>(number - table.base);
+}
+
+static void check_routes(const std::vector<router_message>& answers)
+{
+    const table_model sources = modelled_table(answers, {"S", "IS"});
+    const table_model destinations = modelled_table(answers, {"D", "ID"});
+    std::vector<std::pair<std::int32_t, std::int32_t>> expected;
+    std::vector<std::pair<std::int32_t, std::int32_t>> accepted;
+    accepted_route_changes.clear();
+    recompute_io_counts();
+    for (const router_message& answer : answers) {
+        handle_router_message(answer);
+        const std::vector<std::string>& said = answer.parameters;
+        if (!answer.ok || mnemonic_of(answer) != "IQ" || said.size() < 5) continue;
+        const auto output = position_in(destinations, said[0]);
+        const auto input = position_in(sources, said[4]);
+        if (output && input && *output < 256) expected.emplace_back(*input, *output);
+    }
+    for (const RouteChange& change : accepted_route_changes)
+        accepted.emplace_back(change.input, change.output);
+    require(accepted == expected, "a route is accepted where both its ends are known");
+}
+
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
     capture_diagnostics();
@@ -189,6 +221,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         check_sources(list);
         check_destinations(list);
         check_levels(list);
+        check_routes(list);
     }
     return 0;
 }

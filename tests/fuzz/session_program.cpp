@@ -219,7 +219,8 @@ static void shorten_calls()
 {
     world.router.input.longest_read = number() + 1;
     world.router.output.longest_write = number() + 1;
-    world.parent.output.longest_write = number() + 1;
+    const std::size_t length = number();
+    world.parent.output.longest_write = length * length + 1;
 }
 
 // The parent does not read: the pipe takes so many more bytes.
