@@ -30,6 +30,14 @@ void parent_sends(const std::string& bytes)
     world.parent.input.bytes += bytes;
 }
 
+void set_attempt(connect_outcome outcome)
+{
+    if (world.open_sockets.empty()) return;
+    world.attempt = outcome;
+    if (outcome == connect_outcome::at_once || outcome == connect_outcome::later)
+        world.established = true;
+}
+
 void router_sends(const std::string& bytes)
 {
     if (world.established) world.router.input.bytes += bytes;
@@ -64,7 +72,7 @@ static bool readable_now(int descriptor)
 
 static bool writable_now(int descriptor)
 {
-    return is_played_socket(descriptor) && world.connecting != connect_outcome::never;
+    return is_played_socket(descriptor) && world.attempt != connect_outcome::never;
 }
 
 static int keep_ready(fd_set* set, int descriptor_count, bool (*ready)(int))
@@ -239,7 +247,7 @@ int __wrap_connect(int descriptor, const sockaddr*, socklen_t)
 
 int __wrap_getsockopt(int, int, int, void* value, socklen_t*)
 {
-    const int error = world.connecting == connect_outcome::refused_later ? ECONNREFUSED : 0;
+    const int error = world.attempt == connect_outcome::refused_later ? ECONNREFUSED : 0;
     std::memcpy(value, &error, sizeof error);
     return 0;
 }

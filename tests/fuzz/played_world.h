@@ -54,7 +54,8 @@ struct played_world {
     std::vector<std::string> earlier_output;     // to the router, of each earlier connection
     std::set<int> open_sockets;
     int sockets_made = 0;
-    connect_outcome connecting = connect_outcome::later;
+    connect_outcome connecting = connect_outcome::later; // of the attempts to come
+    connect_outcome attempt = connect_outcome::later;    // of the last one
     bool established = false;
     int failing_closes = 0;
     int interrupted_waits = 0;
@@ -66,6 +67,9 @@ struct played_world {
 extern played_world world;
 
 void parent_sends(const std::string& bytes);
+
+// What becomes of the connection attempt that is under way, if there is one.
+void set_attempt(connect_outcome outcome);
 
 // Nothing is sent without an established connection.
 void router_sends(const std::string& bytes);

@@ -231,7 +231,10 @@ static void fill_pipe()
 
 static void change_connecting()
 {
-    world.connecting = static_cast<connect_outcome>(number() % 6);
+    const unsigned choice = number();
+    const auto outcome = static_cast<connect_outcome>(choice % 6);
+    world.connecting = outcome;
+    if (choice / 6 % 2 == 1) set_attempt(outcome);
 }
 
 static void end_link()
