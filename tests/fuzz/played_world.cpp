@@ -32,10 +32,9 @@ void parent_sends(const std::string& bytes)
 
 void set_attempt(connect_outcome outcome)
 {
-    if (world.open_sockets.empty()) return;
+    if (world.open_sockets.empty() || world.established) return;
     world.attempt = outcome;
-    if (outcome == connect_outcome::at_once || outcome == connect_outcome::later)
-        world.established = true;
+    world.established = outcome == connect_outcome::at_once || outcome == connect_outcome::later;
 }
 
 void router_sends(const std::string& bytes)
@@ -183,8 +182,7 @@ static int make_socket()
 
 static int start_connecting()
 {
-    world.established =
-        world.connecting == connect_outcome::at_once || world.connecting == connect_outcome::later;
+    set_attempt(world.connecting);
     if (world.connecting == connect_outcome::at_once) return 0;
     errno = world.connecting == connect_outcome::refused_at_once ? ENETUNREACH : EINPROGRESS;
     return -1;
@@ -214,7 +212,7 @@ ssize_t __wrap_send(int descriptor, const void* bytes, std::size_t length, int f
     require(is_played_socket(descriptor), "the router is written to through its own socket");
     require((flags & MSG_NOSIGNAL) != 0, "a broken link raises no signal");
     const ssize_t count = write_to(world.router.output, bytes, length);
-    if (count > 0)
+    if (count > 0 && world.established)
         world.router_hears({static_cast<const char*>(bytes), static_cast<std::size_t>(count)});
     return count;
 }

@@ -12,6 +12,9 @@
 // Programs that sleep for hours would only be slow.
 constexpr us_time_t LONGEST_PLAY_US = 40'000'000;
 
+// A silent router and thousands of unread bytes make it long; usually it is a few milliseconds.
+constexpr us_time_t LONGEST_END_US = 60'000'000;
+
 // Commands of which each asks for all outputs, up to 256: more than can be nested, not much more.
 constexpr unsigned MOST_QUERIES = 80;
 
@@ -203,7 +206,7 @@ static void fail_parent_reads()
 {
     constexpr int ERRORS[] = {EINTR, EAGAIN, EIO};
     const int error = ERRORS[number() % 3];
-    if (error == EIO) program.told_to_end = true;
+    if (error == EIO) program.may_end = true;
     fail_later(world.parent.input.errors, error);
 }
 
@@ -211,7 +214,7 @@ static void fail_parent_writes()
 {
     constexpr int ERRORS[] = {EINTR, EAGAIN, EPIPE, WRITES_NOTHING};
     const int error = ERRORS[number() % 4];
-    if (error == EPIPE || error == WRITES_NOTHING) program.told_to_end = true;
+    if (error == EPIPE || error == WRITES_NOTHING) program.may_end = true;
     fail_later(world.parent.output.errors, error);
 }
 
@@ -242,6 +245,12 @@ static void end_link()
     world.router.input.ended = true;
 }
 
+// Half-open: what is sent is lost, and nothing comes any more.
+static void lose_link()
+{
+    world.established = false;
+}
+
 static void fail_close()
 {
     world.failing_closes = static_cast<int>(number() % 4);
@@ -256,7 +265,8 @@ static void end_session()
 {
     const unsigned choice = number();
     if (choice != 'q' && choice != 'e') return; // seldom: nothing comes after it
-    program.told_to_end = true;
+    program.may_end = true;
+    program.must_end_by = world.now + LONGEST_END_US;
     if (choice == 'q') {
         quit_requested = true;
     } else {
@@ -289,6 +299,7 @@ static void (*const STEPS[])() = {
     fail_close,
     interrupt_waits,
     end_session,
+    lose_link,
 };
 
 bool program_is_over()

@@ -16,8 +16,9 @@ struct session_program {
     us_time_t next_step_at = 0;
     us_time_t played_time = 0; // passed by its steps
     unsigned commands_sent = 0;
-    unsigned queries = 0;     // of them, those for the status of all outputs
-    bool told_to_end = false; // by a signal, or because the parent is gone
+    unsigned queries = 0; // of them, those for the status of all outputs
+    bool may_end = false; // the parent has become unreliable, or the backend has been told to end
+    us_time_t must_end_by = UINT64_MAX;
 };
 
 extern session_program program;
