@@ -141,7 +141,7 @@ static void send_bad_frame()
     case 4:
         return router_sends(std::string(1, SOH) + '\0' + content);
     default:
-        return router_sends(std::string(choice, ACK));
+        return router_sends(std::string(std::size_t{choice} * 16, ACK));
     }
 }
 
