@@ -128,11 +128,12 @@ static void do_link_fault(simulator_server& server, std::size_t index, int numbe
         server.links.at(number).lasting[step.fault] = end_of(step);
 }
 
-// The listener stays bound, so that nobody else can have its port meanwhile.
+// The listener stays bound, so that nobody else can have its port meanwhile. From the event on,
+// nobody connects.
 static void refuse_connections(simulator_server& server, us_time_t until)
 {
-    print_fault(server, fault_kind::refuse, ALL_CLIENTS);
     if (server.listener >= 0) shutdown(server.listener, SHUT_RDWR);
+    print_fault(server, fault_kind::refuse, ALL_CLIENTS);
     server.lasting[fault_kind::refuse] = until;
     while (!server.links.empty())
         reset_connection(server, server.links.begin()->first, false);
