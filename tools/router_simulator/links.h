@@ -47,10 +47,11 @@ struct simulator_server {
     simulated_router router;
     std::function<void(const std::string&)> print; // takes one line about what happens
     bool trace = false;                            // every frame is a line
-    us_time_t started = now_us();                  // where the trace counts from
-    int listener = -1;                             // -1: clients come by add_client alone
-    bool accepting = true; // clear while there is no descriptor for another client
-    int last_client = 0;   // clients are numbered from 1
+    int receive_buffer = 0;       // bytes of each client's socket; 0: as the system has it
+    us_time_t started = now_us(); // where the trace counts from
+    int listener = -1;            // -1: clients come by add_client alone
+    bool accepting = true;        // clear while there is no descriptor for another client
+    int last_client = 0;          // clients are numbered from 1
     std::map<int, client_link> links{};
     std::optional<scenario> plan{}; // with one, every event is a line
     lasting_faults lasting{};       // of the listener

@@ -8,6 +8,7 @@
 constexpr std::size_t MAX_PORTS = 1024; // sources or destinations
 constexpr std::size_t MAX_LEVELS = 32;  // bits of a level mask
 constexpr std::uint32_t MAX_BASE = 65535;
+constexpr int MAX_RECEIVE_BUFFER = 1'000'000'000;
 constexpr std::size_t MAX_IDENTITY_LENGTH = 200; // in one message with room to spare
 
 // The help shows the name and the default of a value; its range stands in the description.
@@ -30,6 +31,12 @@ static void add_network_options(CLI::App& app, simulator_options& options)
         ->capture_default_str();
     add_number<std::uint16_t>(app, "--port", options.port, 0, UINT16_MAX,
                               "TCP port to listen on, 0 for any free one");
+    app.add_option("--receive-buffer", options.receive_buffer,
+                   "most bytes of a client that wait unread in its socket, doubled by the system; "
+                   "0: as the system has it")
+        ->check(CLI::Range(0, MAX_RECEIVE_BUFFER).description(""))
+        ->type_name("N")
+        ->capture_default_str();
     app.add_flag("--trace", options.trace,
                  "print every frame: seconds, client, > received or < sent, message");
 }

@@ -14,6 +14,7 @@ struct simulator_options {
     std::string names_file;            // empty: none
     std::string scenario_file;         // empty: none
     std::optional<std::uint64_t> seed; // in place of the scenario's
+    int receive_buffer = 0;            // bytes of a client's socket; 0: as the system has it
     bool trace = false;
     router_options router;
 };

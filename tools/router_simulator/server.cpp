@@ -46,8 +46,17 @@ static int bound_socket(sockaddr_in& address)
     return -1;
 }
 
+// For the clients of this listener. The room that a client has for what it sends grows with the
+// segment, so that is the least there is.
+static void make_room_small(int listener, int receive_buffer)
+{
+    setsockopt(listener, SOL_SOCKET, SO_RCVBUF, &receive_buffer, sizeof receive_buffer);
+    const int segment = 88;
+    setsockopt(listener, IPPROTO_TCP, TCP_MAXSEG, &segment, sizeof segment);
+}
+
 // A socket that has asked for its port by number keeps it while it does not listen.
-static int listening_socket(sockaddr_in& address)
+static int listening_socket(sockaddr_in& address, int receive_buffer)
 {
     const bool any_port = address.sin_port == 0;
     int descriptor = bound_socket(address);
@@ -57,6 +66,7 @@ static int listening_socket(sockaddr_in& address)
         close(reserving);
         if (descriptor < 0) return -1;
     }
+    if (receive_buffer > 0) make_room_small(descriptor, receive_buffer);
     if (listen(descriptor, MAX_WAITING_CONNECTIONS) == 0) return descriptor;
     const int error = errno;
     close(descriptor);
@@ -73,7 +83,7 @@ std::string start_listening(simulator_server& server, const std::string& address
     bound.sin_port = htons(port);
     if (inet_pton(AF_INET, address.c_str(), &bound.sin_addr) != 1)
         return failure + "not an IPv4 address";
-    server.listener = listening_socket(bound);
+    server.listener = listening_socket(bound, server.receive_buffer);
     return server.listener >= 0 ? "" : failure + std::strerror(errno);
 }
 

@@ -45,10 +45,13 @@ TEST_F(SimulatorOptions, DescribeARouterOnLoopback)
 
 TEST_F(SimulatorOptions, SetTheNetworkSide)
 {
-    EXPECT_EQ(parse({"--listen", "127.0.0.2", "--port", "0", "--trace"}), std::nullopt);
+    EXPECT_EQ(
+        parse({"--listen", "127.0.0.2", "--port", "0", "--trace", "--receive-buffer", "2048"}),
+        std::nullopt);
     EXPECT_EQ(options.listen, "127.0.0.2");
     EXPECT_EQ(options.port, 0);
     EXPECT_TRUE(options.trace);
+    EXPECT_EQ(options.receive_buffer, 2048);
 }
 
 TEST_F(SimulatorOptions, SetTheRouter)
