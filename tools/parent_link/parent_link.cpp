@@ -27,6 +27,7 @@ static void reset(parent_link& link)
     close_backend(link);
     link.unsent.clear();
     link.input_ending = false;
+    link.reads_output = true;
     link.partial_output.clear();
     link.partial_diagnostics.clear();
     clear(link.partial_record);
@@ -161,7 +162,7 @@ void add_poll_descriptors(const parent_link& link, std::vector<pollfd>& descript
 {
     if (link.process < 0) return;
     descriptors.push_back({link.process_fd, POLLIN, 0});
-    if (link.output_fd >= 0) descriptors.push_back({link.output_fd, POLLIN, 0});
+    if (link.output_fd >= 0 && link.reads_output) descriptors.push_back({link.output_fd, POLLIN, 0});
     if (link.diagnostics_fd >= 0) descriptors.push_back({link.diagnostics_fd, POLLIN, 0});
     if (!link.unsent.empty()) descriptors.push_back({link.input_fd, POLLOUT, 0});
 }
@@ -259,7 +260,7 @@ void serve_backend(parent_link& link)
 {
     if (link.process < 0) return;
     flush_input(link);
-    read_output(link);
+    if (link.reads_output) read_output(link);
     read_diagnostics(link);
     int status = 0;
     if (waitpid(link.process, &status, WNOHANG) != link.process) return;

@@ -27,6 +27,7 @@ struct parent_link {
     int diagnostics_fd = -1;   // reads the backend's standard error, -1 when closed
     std::string unsent;        // bytes that the backend has not taken yet
     bool input_ending = false; // close input_fd as soon as unsent is empty
+    bool reads_output = true;  // clear: the backend's records stay in its pipe until it ends
 
     std::string partial_output;      // the beginning of a line, without its end
     std::string partial_diagnostics; // likewise

@@ -1,0 +1,160 @@
+#include "soak/conduct.h"
+
+constexpr us_time_t SECOND = 1'000'000;
+constexpr us_time_t CALM_US = 12 * SECOND;
+constexpr us_time_t QUERY_AT_US = SECOND / 2;  // in a calm phase
+constexpr us_time_t TAKE_AT_US = 7 * SECOND;   // when nothing earlier waits for its expiry
+constexpr us_time_t QUERY_SETTLES_US = SECOND; // from its reply to the last answer's report
+constexpr us_time_t TAKE_MUST_SHOW_US = 4 * SECOND;
+
+static void send_command(parent_conduct& conduct, parent_tools tools, const parent_command& command,
+                         us_time_t now)
+{
+    const expected_reply reply{command.command, command.error, command.reaches_router, now};
+    if (command.replied) expect_reply(tools.replies, std::to_string(conduct.last_id), reply);
+    if (command.reaches_router || !command.replied) note_disturbance(tools.routes, now);
+    send_bytes(tools.backend, command.bytes);
+}
+
+static std::string next_id(parent_conduct& conduct)
+{
+    return std::to_string(++conduct.last_id);
+}
+
+static void begin_phase(parent_conduct& conduct, parent_tools tools, us_time_t now)
+{
+    conduct.calm = !conduct.calm && conduct.phase_began != 0;
+    conduct.phase_began = now;
+    conduct.queried = conduct.taken = false;
+    random_source& random = conduct.random;
+    if (conduct.calm) {
+        conduct.phase_ends = now + CALM_US;
+        return;
+    }
+    const int seconds = draw(random, 4, 12);
+    conduct.phase_ends = now + static_cast<us_time_t>(seconds) * SECOND;
+    if (chance(random, 0.2)) {
+        tools.backend.reads_output = false;
+        conduct.reads_again = now + static_cast<us_time_t>(draw(random, 1, seconds - 1)) * SECOND;
+    }
+    if (chance(random, 0.3))
+        for (int left = draw(random, 100, 3000); left > 0; --left)
+            send_command(conduct, tools, random_command(random, next_id(conduct)), now);
+    if (chance(random, 0.05)) {
+        send_command(conduct, tools, set_setting("port", "1"), now);
+        conduct.port_returns = now + SECOND;
+    }
+}
+
+static void restore_port(parent_conduct& conduct, parent_tools tools, us_time_t now)
+{
+    send_command(conduct, tools, set_setting("port", conduct.port), now);
+    conduct.port_returns = 0;
+}
+
+static void read_again(parent_tools tools, us_time_t now)
+{
+    if (!tools.backend.reads_output) restart_waits(tools.replies, now);
+    tools.backend.reads_output = true;
+}
+
+void send_proof_query(parent_conduct& conduct, parent_tools tools, us_time_t now)
+{
+    if (!conduct.query.id.empty()) return;
+    const std::string id = next_id(conduct);
+    send_command(conduct, tools, query_outputs(id), now);
+    conduct.query = {.id = id, .sent = now, .answered = 0};
+}
+
+static void send_proof_take(parent_conduct& conduct, parent_tools tools, us_time_t now)
+{
+    const int outputs = static_cast<int>(tools.routes.destinations.size());
+    conduct.take = {.id = "",
+                    .output = draw(conduct.random, 0, outputs - 1),
+                    .input = draw(conduct.random, 0, outputs - 1),
+                    .sent = now,
+                    .made = false};
+    const proof_take& take = conduct.take;
+    send_command(conduct, tools, add_route(next_id(conduct), take.output, take.input), now);
+    const std::string id = next_id(conduct);
+    send_command(conduct, tools, flush_routes(id), now);
+    conduct.take.id = id;
+}
+
+static void act_calmly(parent_conduct& conduct, parent_tools tools, bool link_up, us_time_t now)
+{
+    const us_time_t elapsed = now - conduct.phase_began;
+    if (!conduct.queried && elapsed >= QUERY_AT_US) {
+        send_proof_query(conduct, tools, now);
+        conduct.queried = true;
+    }
+    if (conduct.taken || elapsed < TAKE_AT_US) return;
+    conduct.taken = true;
+    if (link_up && undisturbed_since(tools.routes, now - DISTURBANCE_LASTS_US))
+        send_proof_take(conduct, tools, now);
+}
+
+static void send_random_command(parent_conduct& conduct, parent_tools tools, us_time_t now)
+{
+    const std::string id = next_id(conduct);
+    const auto make = conduct.calm ? random_quiet_command : random_command;
+    send_command(conduct, tools, make(conduct.random, id), now);
+    const int least_ms = conduct.calm ? 200 : 5;
+    const int most_ms = conduct.calm ? 800 : 200;
+    conduct.next_command =
+        now + static_cast<us_time_t>(draw(conduct.random, least_ms, most_ms)) * 1000;
+}
+
+void act(parent_conduct& conduct, parent_tools tools, bool link_up, us_time_t now)
+{
+    if (now >= conduct.reads_again) read_again(tools, now);
+    if (now >= conduct.phase_ends) begin_phase(conduct, tools, now);
+    if (conduct.port_returns != 0 && now >= conduct.port_returns) restore_port(conduct, tools, now);
+    if (conduct.calm) act_calmly(conduct, tools, link_up, now);
+    if (now >= conduct.next_command) send_random_command(conduct, tools, now);
+}
+
+void stop_acting(parent_conduct& conduct, parent_tools tools, us_time_t now)
+{
+    read_again(tools, now);
+    restore_port(conduct, tools, now);
+}
+
+bool note_proof_reply(parent_conduct& conduct, const std::string& id, us_time_t now)
+{
+    if (id == conduct.query.id) conduct.query.answered = now;
+    return id == conduct.query.id || id == conduct.take.id;
+}
+
+void note_take(parent_conduct& conduct, int output, int input)
+{
+    proof_take& take = conduct.take;
+    if (take.output == output && take.input == input) take.made = true;
+}
+
+static void judge_query(parent_conduct& conduct, route_ledger& routes, us_time_t now)
+{
+    proof_query& query = conduct.query;
+    if (query.answered == 0 || now - query.answered < QUERY_SETTLES_US) return;
+    if (undisturbed_since(routes, query.sent + 1)) {
+        note_query(routes, query.sent);
+        ++conduct.proved_queries;
+    }
+    query = {};
+}
+
+std::string judge_proofs(parent_conduct& conduct, route_ledger& routes, us_time_t now)
+{
+    judge_query(conduct, routes, now);
+    proof_take& take = conduct.take;
+    if (take.output < 0 || now - take.sent < TAKE_MUST_SHOW_US) return "";
+    const proof_take judged = take;
+    take = {};
+    if (!undisturbed_since(routes, judged.sent + 1)) return "";
+    if (judged.made) {
+        ++conduct.proved_takes;
+        return "";
+    }
+    return "a take did not reach the router: output " + std::to_string(judged.output) + " input " +
+           std::to_string(judged.input);
+}

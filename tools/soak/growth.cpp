@@ -1,0 +1,83 @@
+#include "soak/growth.h"
+
+#include <algorithm>
+#include <array>
+
+constexpr double ALLOWED_GROWTH_KIB = 256;
+constexpr std::size_t LEAST_SAMPLES = 8;
+constexpr std::size_t SPARKLINE_WIDTH = 60;
+
+static double value_of(const cost_sample& sample, std::uint64_t process_cost::*count)
+{
+    return static_cast<double>(sample.cost.*count);
+}
+
+static double median(const std::vector<cost_sample>& samples, std::size_t from, std::size_t to,
+                     std::uint64_t process_cost::*count)
+{
+    std::vector<double> values;
+    for (std::size_t i = from; i < to; ++i)
+        values.push_back(value_of(samples[i], count));
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+static double slope_per_second(const std::vector<cost_sample>& samples, std::size_t from,
+                               std::uint64_t process_cost::*count)
+{
+    const auto number = static_cast<double>(samples.size() - from);
+    double sum_x = 0;
+    double sum_y = 0;
+    double sum_xx = 0;
+    double sum_xy = 0;
+    for (std::size_t i = from; i < samples.size(); ++i) {
+        const double x = samples[i].seconds;
+        const double y = value_of(samples[i], count);
+        sum_x += x;
+        sum_y += y;
+        sum_xx += x * x;
+        sum_xy += x * y;
+    }
+    const double spread = number * sum_xx - sum_x * sum_x;
+    return spread > 0 ? (number * sum_xy - sum_x * sum_y) / spread : 0;
+}
+
+growth_figures measure_growth(const std::vector<cost_sample>& samples,
+                              std::uint64_t process_cost::*count)
+{
+    const std::size_t quarter = samples.size() / 4;
+    if (samples.size() < LEAST_SAMPLES) return {};
+    return {slope_per_second(samples, quarter, count) * 3600,
+            median(samples, samples.size() - quarter, samples.size(), count) -
+                median(samples, quarter, 2 * quarter, count)};
+}
+
+std::string growth_fault(const std::vector<cost_sample>& samples)
+{
+    const auto memory =
+        static_cast<long>(measure_growth(samples, &process_cost::pss_kib).growth_kib);
+    if (static_cast<double>(memory) > ALLOWED_GROWTH_KIB)
+        return "memory has grown by " + std::to_string(memory) + " KiB";
+    const growth_figures descriptors = measure_growth(samples, &process_cost::descriptors);
+    if (descriptors.growth_kib > 1) return "the number of open descriptors has grown";
+    return "";
+}
+
+std::string sparkline(const std::vector<cost_sample>& samples, std::uint64_t process_cost::*count)
+{
+    constexpr std::array<const char*, 8> bars = {"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
+    if (samples.empty()) return "";
+    const auto less = [count](const cost_sample& a, const cost_sample& b) {
+        return a.cost.*count < b.cost.*count;
+    };
+    const auto [least, most] = std::minmax_element(samples.begin(), samples.end(), less);
+    const double span = std::max(1.0, value_of(*most, count) - value_of(*least, count));
+    const std::size_t width = std::min(SPARKLINE_WIDTH, samples.size());
+    std::string line;
+    for (std::size_t i = 0; i < width; ++i) {
+        const double part =
+            (value_of(samples[i * samples.size() / width], count) - value_of(*least, count)) / span;
+        line += bars[static_cast<std::size_t>(part * 7.99)];
+    }
+    return line;
+}

@@ -1,0 +1,147 @@
+#include "soak/random_commands.h"
+
+#include <array>
+#include <utility>
+
+constexpr int PORTS = 70; // a few more than the router has
+constexpr int LONGEST_WORD = 40;
+constexpr int LONGEST_VALUE = 200'000; // now and then
+
+int draw(random_source& random, int least, int most)
+{
+    const auto count = static_cast<std::uint64_t>(most - least) + 1;
+    return least + static_cast<int>(random.generator() % count);
+}
+
+bool chance(random_source& random, double probability)
+{
+    return static_cast<double>(random.generator() >> 11) * 0x1p-53 < probability;
+}
+
+static std::string record(const std::string& id, const std::string& lines)
+{
+    return (id.empty() ? "" : "*ID=" + id + "\n") + lines + "\n\n";
+}
+
+static parent_command route_command(const std::string& id, const std::string& lines)
+{
+    return {.bytes = record(id, "*COMMAND=route output\n*TYPE=command\n" + lines),
+            .command = "route output",
+            .error = ""};
+}
+
+parent_command add_route(const std::string& id, int output, int input)
+{
+    return route_command(id, "queue=add\nto output=" + std::to_string(output) +
+                                 "\nfrom input=" + std::to_string(input));
+}
+
+parent_command flush_routes(const std::string& id)
+{
+    parent_command command = route_command(id, "queue=flush");
+    command.reaches_router = true;
+    return command;
+}
+
+static parent_command report(const std::string& id, const std::string& what)
+{
+    return {.bytes = record(id, "*COMMAND=report\n*TYPE=command\nwhat=" + what),
+            .command = "",
+            .error = ""};
+}
+
+parent_command query_outputs(const std::string& id)
+{
+    parent_command command = report(id, "outputs");
+    command.reaches_router = true;
+    return command;
+}
+
+parent_command set_setting(const std::string& name, const std::string& value)
+{
+    return {.bytes = record("", "*COMMAND=set\n*TYPE=message\nname=" + name + "\nvalue=" + value),
+            .command = "",
+            .error = "",
+            .replied = false};
+}
+
+// Any bytes but those that end a line or are taken out of it.
+static std::string random_word(random_source& random, int longest)
+{
+    std::string word;
+    for (int left = draw(random, 1, longest); left > 0; --left) {
+        const char byte = static_cast<char>(draw(random, 1, 255));
+        word += byte == '\n' || byte == '\r' ? '.' : byte;
+    }
+    return word;
+}
+
+static parent_command unknown_command(random_source& random, const std::string& id)
+{
+    const std::string word = random_word(random, LONGEST_WORD);
+    const bool message = chance(random, 0.5);
+    const std::string value = random_word(random, chance(random, 0.01) ? LONGEST_VALUE : 100);
+    return {.bytes =
+                record(id, "*COMMAND=" + word + (message ? "\n*TYPE=message" : "\n*TYPE=command") +
+                               "\nnote=" + value),
+            .command = word,
+            .error = message ? "Message " + word + " ignored" : "Unknown command " + word};
+}
+
+static parent_command unknown_report(random_source& random, const std::string& id)
+{
+    parent_command command = report(id, "x" + random_word(random, LONGEST_WORD));
+    command.command = "report";
+    command.error = "I do not recognize what you are asking for";
+    return command;
+}
+
+static parent_command unanswered_record(random_source& random, const std::string& id)
+{
+    parent_command command = unknown_command(random, id);
+    command.bytes = record(id, "*COMMAND=route output\n*TYPE=reply\nqueue=flush");
+    command.replied = false;
+    return command;
+}
+
+static parent_command odd_route(random_source& random, const std::string& id)
+{
+    constexpr std::array<const char*, 5> odd = {"queue=add\nto output=x", "queue=", "to output=3",
+                                                "queue=add\nto output=-1\nfrom input=2",
+                                                "queue=add\nto output=4294967301"};
+    return route_command(id, odd[static_cast<std::size_t>(draw(random, 0, 4))]);
+}
+
+// Those that make no difference to the routes of this router.
+static parent_command random_setting(random_source& random)
+{
+    constexpr std::array<std::pair<const char*, const char*>, 6> settings = {{{"inputs", "0"},
+                                                                              {"inputs", "64"},
+                                                                              {"outputs", "0"},
+                                                                              {"outputs", "256"},
+                                                                              {"ip", "router"},
+                                                                              {"", "4"}}};
+    const auto& [name, value] = settings[static_cast<std::size_t>(draw(random, 0, 5))];
+    return set_setting(name, value);
+}
+
+parent_command random_quiet_command(random_source& random, const std::string& id)
+{
+    const int kind = draw(random, 1, 100);
+    if (kind <= 40) return add_route(id, draw(random, 0, PORTS), draw(random, 0, PORTS));
+    if (kind <= 50) return route_command(id, "queue=discard");
+    if (kind <= 60) return odd_route(random, id);
+    if (kind <= 70) return report(id, "inputs");
+    if (kind <= 78) return unknown_report(random, id);
+    if (kind <= 82) return unanswered_record(random, id);
+    if (kind <= 84) return random_setting(random);
+    return unknown_command(random, id);
+}
+
+parent_command random_command(random_source& random, const std::string& id)
+{
+    const int kind = draw(random, 1, 100);
+    if (kind <= 15) return flush_routes(id);
+    if (kind <= 19) return query_outputs(id);
+    return random_quiet_command(random, id);
+}

@@ -1,0 +1,49 @@
+#include "soak/reply_ledger.h"
+
+#include <algorithm>
+
+void expect_reply(reply_ledger& ledger, const std::string& id, const expected_reply& reply)
+{
+    ledger.open[id] = reply;
+    ++ledger.sent;
+}
+
+const expected_reply* find_reply(const reply_ledger& ledger, const std::string& id)
+{
+    const auto found = ledger.open.find(id);
+    return found == ledger.open.end() ? nullptr : &found->second;
+}
+
+std::string take_reply(reply_ledger& ledger, const ParentRecord& reply, us_time_t now)
+{
+    const auto found = ledger.open.find(reply.id);
+    if (found == ledger.open.end())
+        return "reply to nothing, or a second one: id " + reply.id + ", " + reply.command;
+    const expected_reply expected = found->second;
+    ledger.open.erase(found);
+    ++ledger.replied;
+    ledger.longest_wait_us = std::max(ledger.longest_wait_us, now - expected.sent);
+    if (reply.command == expected.command && reply.error == expected.error && reply.fields.empty())
+        return "";
+    return "wrong reply to " + reply.id + ": command \"" + reply.command + "\" error \"" +
+           reply.error + "\" in place of \"" + expected.command + "\" \"" + expected.error + "\"";
+}
+
+void restart_waits(reply_ledger& ledger, us_time_t now)
+{
+    for (auto& [id, expected] : ledger.open)
+        expected.sent = now;
+}
+
+std::string take_overdue_reply(reply_ledger& ledger, us_time_t now)
+{
+    const auto overdue =
+        std::find_if(ledger.open.begin(), ledger.open.end(), [&](const auto& each) {
+            return now - each.second.sent > LONGEST_ALLOWED_WAIT_US;
+        });
+    if (overdue == ledger.open.end()) return "";
+    const std::string text = "no reply within 15 s: id " + overdue->first + ", " +
+                             overdue->second.command + " " + overdue->second.error;
+    ledger.open.erase(overdue);
+    return text;
+}

@@ -1,0 +1,227 @@
+#include "soak/run.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <unistd.h>
+
+#include "soak/plot.h"
+#include "soak/summary.h"
+
+constexpr int DESTINATIONS = 64;
+constexpr int WAIT_MS = 20;
+constexpr us_time_t SECOND = 1'000'000;
+constexpr us_time_t LONGEST_SETTLING_US = 180 * SECOND;
+constexpr us_time_t LONGEST_END_US = 20 * SECOND; // a status request is finished first
+constexpr us_time_t CHECK_US = SECOND / 10;
+
+struct soak_run {
+    soak_options options;
+    soak_watch watch;
+    parent_link backend;
+    std::string partial_line; // of the router's lines
+    bool router_ended = false;
+    us_time_t began = now_us();
+    us_time_t next_check = 0;
+    us_time_t next_sample = 0;
+    us_time_t next_line = 0;
+    std::vector<cost_sample> samples;
+    std::vector<double> reconnections; // seconds since the start
+};
+
+static volatile std::sig_atomic_t interrupted = 0;
+
+static void interrupt(int /*signal*/)
+{
+    interrupted = 1;
+}
+
+static double seconds_since_start(const soak_run& run)
+{
+    return static_cast<double>(now_us() - run.began) / static_cast<double>(SECOND);
+}
+
+static soak_result result_of(const soak_run& run)
+{
+    return {.watch = run.watch,
+            .samples = run.samples,
+            .seconds = seconds_since_start(run),
+            .seed = run.options.seed};
+}
+
+// "Listening on 127.0.0.1:4567", the router's first line: the port, "" when it is another line.
+static std::string read_port()
+{
+    std::string line;
+    for (char byte = 0; read(STDIN_FILENO, &byte, 1) == 1 && byte != '\n';)
+        line += byte;
+    const std::size_t colon = line.rfind(':');
+    return line.starts_with("Listening on ") && colon != std::string::npos ? line.substr(colon + 1)
+                                                                           : "";
+}
+
+static void read_router_lines(soak_run& run)
+{
+    std::array<char, 65536> bytes{};
+    const ssize_t count = read(STDIN_FILENO, bytes.data(), bytes.size());
+    if (count <= 0) {
+        run.router_ended = count == 0;
+        return;
+    }
+    run.partial_line.append(bytes.data(), static_cast<std::size_t>(count));
+    std::size_t begin = 0;
+    for (std::size_t end = run.partial_line.find('\n'); end != std::string::npos;
+         end = run.partial_line.find('\n', begin)) {
+        const auto event =
+            parse_event(std::string_view(run.partial_line).substr(begin, end - begin));
+        if (event) take_event(run.watch, *event, now_us());
+        begin = end + 1;
+    }
+    run.partial_line.erase(0, begin);
+}
+
+static void read_backend(soak_run& run)
+{
+    serve_backend(run.backend);
+    const us_time_t now = now_us();
+    const std::uint64_t connections = run.watch.link.connections;
+    for (; !run.backend.diagnostics.empty(); run.backend.diagnostics.pop_front())
+        take_diagnostics(run.watch, run.backend.diagnostics.front(), now);
+    for (; !run.backend.records.empty(); run.backend.records.pop_front())
+        take_record(run.watch, run.backend.records.front(), now);
+    if (run.watch.link.connections > connections && connections > 0)
+        run.reconnections.push_back(seconds_since_start(run));
+}
+
+static void take_sample(soak_run& run)
+{
+    const auto cost = read_process_cost(run.backend.process);
+    if (cost) run.samples.push_back({seconds_since_start(run), *cost});
+}
+
+static void check(soak_run& run, us_time_t now)
+{
+    if (now < run.next_check) return;
+    run.next_check = now + CHECK_US;
+    judge(run.watch, run.backend.reads_output, now);
+    if (now >= run.next_sample) {
+        take_sample(run);
+        run.next_sample = now + SECOND;
+    }
+    if (now >= run.next_line) {
+        std::printf("%s\n", progress_line(result_of(run)).c_str());
+        std::fflush(stdout);
+        run.next_line = now + (run.options.seconds > 120 ? 30 : 5) * SECOND;
+    }
+}
+
+// Waits a moment, then takes in what everybody has said. The router's lines come first: it writes
+// of what it does before it answers.
+static void step(soak_run& run)
+{
+    std::vector<pollfd> watched = {{.fd = STDIN_FILENO, .events = POLLIN, .revents = 0}};
+    add_poll_descriptors(run.backend, watched);
+    poll(watched.data(), watched.size(), WAIT_MS);
+    if ((watched[0].revents & (POLLIN | POLLHUP)) != 0) read_router_lines(run);
+    read_backend(run);
+    check(run, now_us());
+}
+
+static bool goes_on(const soak_run& run)
+{
+    return interrupted == 0 && !run.router_ended && !run.backend.ended;
+}
+
+static parent_tools tools_of(soak_run& run)
+{
+    return {run.backend, run.watch.replies, run.watch.routes};
+}
+
+static void be_busy(soak_run& run)
+{
+    const us_time_t end = run.began + run.options.seconds * SECOND;
+    while (goes_on(run) && now_us() < end) {
+        act(run.watch.conduct, tools_of(run), run.watch.link.up, now_us());
+        step(run);
+    }
+}
+
+// Asks until everything is known, or for too long.
+static void settle(soak_run& run)
+{
+    stop_acting(run.watch.conduct, tools_of(run), now_us());
+    const us_time_t end = now_us() + LONGEST_SETTLING_US;
+    while (goes_on(run) && !all_settled(run.watch)) {
+        if (now_us() > end) {
+            run.watch.faults.emplace_back("not all was known three minutes after the last command");
+            return;
+        }
+        send_proof_query(run.watch.conduct, tools_of(run), now_us());
+        step(run);
+    }
+}
+
+static void end_backend(soak_run& run)
+{
+    end_input(run.backend);
+    const us_time_t end = now_us() + LONGEST_END_US;
+    while (!run.backend.ended && now_us() < end)
+        step(run);
+    if (!run.backend.ended || run.backend.exit_status != 0)
+        run.watch.faults.emplace_back("the backend " + describe_end(run.backend));
+}
+
+static int finish(soak_run& run)
+{
+    if (run.router_ended) run.watch.faults.emplace_back("the simulated router ended");
+    const std::string growth = growth_fault(run.samples);
+    if (!growth.empty()) run.watch.faults.push_back(growth);
+    const soak_result result = result_of(run);
+    const std::filesystem::path folder = run.options.output_folder;
+    std::ofstream(folder / "soak.json") << summary_json(result);
+    std::ofstream plot(folder / "soak.svg");
+    write_plot(plot, run.samples, run.reconnections);
+    std::printf("\n%s%s and soak.json are in %s\n", summary_text(result).c_str(), "soak.svg",
+                folder.c_str());
+    return run.watch.faults.empty() ? 0 : 1;
+}
+
+static bool start(soak_run& run)
+{
+    const std::filesystem::path folder = run.options.output_folder;
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    const std::filesystem::path configuration = folder / "soak.conf";
+    std::ofstream(configuration) << "ip address = 127.0.0.1\nport = " << run.watch.conduct.port
+                                 << "\n";
+    const int failure = start_backend(run.backend, run.options.backend,
+                                      {"--file", std::filesystem::absolute(configuration)});
+    if (failure == 0) return true;
+    std::fprintf(stderr, "Cannot start %s: %s\n", run.options.backend.c_str(),
+                 std::strerror(failure));
+    return false;
+}
+
+int run_soak(const soak_options& options)
+{
+    soak_run run;
+    run.options = options;
+    run.watch.conduct.random.generator.seed(options.seed);
+    run.watch.conduct.port = read_port();
+    run.watch.routes = make_route_ledger(DESTINATIONS, now_us());
+    if (run.watch.conduct.port.empty()) {
+        std::fputs("The simulated router's lines are expected on standard input.\n", stderr);
+        return 2;
+    }
+    if (!start(run)) return 2;
+    std::signal(SIGINT, interrupt);
+    std::signal(SIGTERM, interrupt);
+    be_busy(run);
+    settle(run);
+    end_backend(run);
+    return finish(run);
+}

@@ -1,0 +1,110 @@
+#include "soak/summary.h"
+
+#include <cmath>
+#include <iomanip>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+static process_cost last_cost(const soak_result& result)
+{
+    return result.samples.empty() ? process_cost{} : result.samples.back().cost;
+}
+
+static double milliseconds(us_time_t time)
+{
+    return static_cast<double>(time) / 1000;
+}
+
+std::string progress_line(const soak_result& result)
+{
+    const soak_watch& watch = result.watch;
+    const process_cost cost = last_cost(result);
+    std::ostringstream text;
+    text << std::setw(6) << std::lround(result.seconds) << " s  " << watch.replies.replied << " of "
+         << watch.replies.sent << " answered, " << watch.routes.changes << " changes, "
+         << watch.link.connections << " connections, longest wait "
+         << std::lround(milliseconds(watch.replies.longest_wait_us)) << " ms, PSS " << cost.pss_kib
+         << " heap " << cost.heap_kib << " KiB, " << cost.descriptors << " descriptors, "
+         << watch.faults.size() << " faults";
+    return text.str();
+}
+
+static void add_count(std::ostream& text, const char* what, std::uint64_t count)
+{
+    text << "  " << std::left << std::setw(44) << what << count << "\n";
+}
+
+static void add_growth(std::ostream& text, const char* what,
+                       const std::vector<cost_sample>& samples, std::uint64_t process_cost::*count)
+{
+    const growth_figures figures = measure_growth(samples, count);
+    text << "  " << what << "  " << sparkline(samples, count) << "  slope "
+         << std::lround(figures.slope_kib_per_hour) << " KiB/h, growth "
+         << std::lround(figures.growth_kib) << " KiB\n";
+}
+
+static void add_table(std::ostream& text, const char* title,
+                      const std::map<std::string, std::uint64_t>& counts)
+{
+    text << title << "\n";
+    for (const auto& [what, count] : counts)
+        text << "  " << std::right << std::setw(8) << count << "  " << what << "\n";
+}
+
+std::string summary_text(const soak_result& result)
+{
+    const soak_watch& watch = result.watch;
+    std::ostringstream text;
+    text << "Seed " << result.seed << ", " << std::lround(result.seconds) << " s\n";
+    add_count(text, "commands sent", watch.replies.sent);
+    add_count(text, "replied, each once", watch.replies.replied);
+    text << "  " << std::left << std::setw(44) << "longest wait for a reply, ms"
+         << std::lround(milliseconds(watch.replies.longest_wait_us)) << "\n";
+    add_count(text, "route changes that the router made", watch.routes.changes);
+    add_count(text, "  known to the parent by polling", watch.routes.known_by_polling);
+    add_count(text, "  known after a disturbance", watch.routes.known_by_query);
+    add_count(text, "route changes accepted by the backend", watch.reports.accepted);
+    add_count(text, "routes reported to the parent", watch.reports.reported);
+    add_count(text, "undisturbed queries of all outputs", watch.conduct.proved_queries);
+    add_count(text, "undisturbed takes, all made and reported", watch.conduct.proved_takes);
+    add_count(text, "connections", watch.link.connections);
+    add_count(text, "open descriptors at the end", last_cost(result).descriptors);
+    add_growth(text, "PSS ", result.samples, &process_cost::pss_kib);
+    add_growth(text, "heap", result.samples, &process_cost::heap_kib);
+    add_table(text, "What the router did:", watch.events);
+    add_table(text, "What the backend wrote to standard error, but for DBG:", watch.complaints);
+    for (const std::string& fault : watch.faults)
+        text << "FAULT: " << fault << "\n";
+    text << (watch.faults.empty() ? "Nothing was lost, nothing grew.\n" : "FAILED\n");
+    return text.str();
+}
+
+static nlohmann::json growth_json(const std::vector<cost_sample>& samples,
+                                  std::uint64_t process_cost::*count)
+{
+    const growth_figures figures = measure_growth(samples, count);
+    return {{"slope_kib_per_hour", figures.slope_kib_per_hour}, {"growth_kib", figures.growth_kib}};
+}
+
+std::string summary_json(const soak_result& result)
+{
+    const soak_watch& watch = result.watch;
+    const nlohmann::json json = {{"seed", result.seed},
+                                 {"seconds", result.seconds},
+                                 {"commands_sent", watch.replies.sent},
+                                 {"commands_replied", watch.replies.replied},
+                                 {"longest_wait_ms", milliseconds(watch.replies.longest_wait_us)},
+                                 {"route_changes", watch.routes.changes},
+                                 {"known_by_polling", watch.routes.known_by_polling},
+                                 {"known_after_disturbance", watch.routes.known_by_query},
+                                 {"accepted", watch.reports.accepted},
+                                 {"reported", watch.reports.reported},
+                                 {"undisturbed_queries", watch.conduct.proved_queries},
+                                 {"undisturbed_takes", watch.conduct.proved_takes},
+                                 {"connections", watch.link.connections},
+                                 {"pss", growth_json(result.samples, &process_cost::pss_kib)},
+                                 {"heap", growth_json(result.samples, &process_cost::heap_kib)},
+                                 {"events", watch.events},
+                                 {"faults", watch.faults}};
+    return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+}
