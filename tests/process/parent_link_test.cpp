@@ -192,6 +192,20 @@ TEST_F(ParentLink, CarriesLargeBacklogBothWays)
     EXPECT_EQ(link.unsent, "");
 }
 
+TEST_F(ParentLink, LeavesRecordsInThePipeWhileItDoesNotRead)
+{
+    start_shell("echo a=1; echo; echo written >&2; read line; echo b=2; echo");
+    link.reads_output = false;
+    ASSERT_TRUE(wait_until(link, patience, [this] { return !link.diagnostics.empty(); }));
+    EXPECT_THAT(link.records, IsEmpty());
+    link.reads_output = true;
+    EXPECT_EQ(hear().fields.count("a"), 1U);
+    link.reads_output = false;
+    send_bytes(link, "go\n");
+    ASSERT_TRUE(wait_until(link, patience, [this] { return link.ended; }));
+    EXPECT_EQ(hear().fields.count("b"), 1U); // nothing is lost with its end
+}
+
 TEST_F(ParentLink, HandsOutEverythingWrittenBeforeEnd)
 {
     start_shell("i=0; while [ $i -lt 300 ]; do i=$((i+1)); echo a=$i; echo; done;"

@@ -1,18 +1,19 @@
 #include "soak/conduct.h"
 
 constexpr us_time_t SECOND = 1'000'000;
+constexpr int LARGEST_FLOOD = 3000;
 constexpr us_time_t CALM_US = 12 * SECOND;
 constexpr us_time_t QUERY_AT_US = SECOND / 2;  // in a calm phase
 constexpr us_time_t TAKE_AT_US = 7 * SECOND;   // when nothing earlier waits for its expiry
 constexpr us_time_t QUERY_SETTLES_US = SECOND; // from its reply to the last answer's report
 constexpr us_time_t TAKE_MUST_SHOW_US = 4 * SECOND;
 
-static void send_command(parent_conduct& conduct, parent_tools tools, const parent_command& command,
-                         us_time_t now)
+static void send_command(parent_conduct& conduct, const parent_tools& tools,
+                         const parent_command& command, us_time_t now)
 {
     const expected_reply reply{command.command, command.error, command.reaches_router, now};
     if (command.replied) expect_reply(tools.replies, std::to_string(conduct.last_id), reply);
-    if (command.reaches_router || !command.replied) note_disturbance(tools.routes, now);
+    if (command.reaches_router) note_disturbance(tools.routes, now);
     send_bytes(tools.backend, command.bytes);
 }
 
@@ -21,44 +22,61 @@ static std::string next_id(parent_conduct& conduct)
     return std::to_string(++conduct.last_id);
 }
 
-static void begin_phase(parent_conduct& conduct, parent_tools tools, us_time_t now)
-{
-    conduct.calm = !conduct.calm && conduct.phase_began != 0;
-    conduct.phase_began = now;
-    conduct.queried = conduct.taken = false;
-    random_source& random = conduct.random;
-    if (conduct.calm) {
-        conduct.phase_ends = now + CALM_US;
-        return;
-    }
-    const int seconds = draw(random, 4, 12);
-    conduct.phase_ends = now + static_cast<us_time_t>(seconds) * SECOND;
-    if (chance(random, 0.2)) {
-        tools.backend.reads_output = false;
-        conduct.reads_again = now + static_cast<us_time_t>(draw(random, 1, seconds - 1)) * SECOND;
-    }
-    if (chance(random, 0.3))
-        for (int left = draw(random, 100, 3000); left > 0; --left)
-            send_command(conduct, tools, random_command(random, next_id(conduct)), now);
-    if (chance(random, 0.05)) {
-        send_command(conduct, tools, set_setting("port", "1"), now);
-        conduct.port_returns = now + SECOND;
-    }
-}
-
-static void restore_port(parent_conduct& conduct, parent_tools tools, us_time_t now)
+static void restore_port(parent_conduct& conduct, const parent_tools& tools, us_time_t now)
 {
     send_command(conduct, tools, set_setting("port", conduct.port), now);
     conduct.port_returns = 0;
 }
 
-static void read_again(parent_tools tools, us_time_t now)
+static void leave_router_for_a_while(parent_conduct& conduct, const parent_tools& tools,
+                                     us_time_t now)
+{
+    send_command(conduct, tools, set_setting("port", "1"), now);
+    conduct.port_returns = now + SECOND;
+}
+
+static void send_flood(parent_conduct& conduct, const parent_tools& tools, int commands,
+                       us_time_t now)
+{
+    for (int left = commands; left > 0; --left)
+        send_command(conduct, tools, random_command(conduct.random, next_id(conduct)), now);
+}
+
+// The second phase, when the router is known, is the worst there is, so that memory has soon met
+// what it will ever meet.
+static void begin_busy_phase(parent_conduct& conduct, const parent_tools& tools, us_time_t now)
+{
+    random_source& random = conduct.random;
+    const bool worst = ++conduct.busy_phases == 2;
+    const auto length = static_cast<us_time_t>(draw(random, 4, 12)) * SECOND;
+    conduct.phase_ends = now + length;
+    if (worst || chance(random, 0.2)) {
+        tools.backend.reads_output = false;
+        conduct.reads_again = now + length / 2;
+    }
+    if (worst || chance(random, 0.3))
+        send_flood(conduct, tools, worst ? LARGEST_FLOOD : draw(random, 100, LARGEST_FLOOD), now);
+    if (chance(random, 0.05)) leave_router_for_a_while(conduct, tools, now);
+}
+
+static void begin_phase(parent_conduct& conduct, const parent_tools& tools, us_time_t now)
+{
+    conduct.calm = !conduct.calm && conduct.phase_began != 0;
+    conduct.phase_began = now;
+    conduct.queried = conduct.taken = false;
+    if (conduct.calm)
+        conduct.phase_ends = now + CALM_US;
+    else
+        begin_busy_phase(conduct, tools, now);
+}
+
+static void read_again(const parent_tools& tools, us_time_t now)
 {
     if (!tools.backend.reads_output) restart_waits(tools.replies, now);
     tools.backend.reads_output = true;
 }
 
-void send_proof_query(parent_conduct& conduct, parent_tools tools, us_time_t now)
+void send_proof_query(parent_conduct& conduct, const parent_tools& tools, us_time_t now)
 {
     if (!conduct.query.id.empty()) return;
     const std::string id = next_id(conduct);
@@ -66,7 +84,7 @@ void send_proof_query(parent_conduct& conduct, parent_tools tools, us_time_t now
     conduct.query = {.id = id, .sent = now, .answered = 0};
 }
 
-static void send_proof_take(parent_conduct& conduct, parent_tools tools, us_time_t now)
+static void send_proof_take(parent_conduct& conduct, const parent_tools& tools, us_time_t now)
 {
     const int outputs = static_cast<int>(tools.routes.destinations.size());
     conduct.take = {.id = "",
@@ -81,7 +99,8 @@ static void send_proof_take(parent_conduct& conduct, parent_tools tools, us_time
     conduct.take.id = id;
 }
 
-static void act_calmly(parent_conduct& conduct, parent_tools tools, bool link_up, us_time_t now)
+static void act_calmly(parent_conduct& conduct, const parent_tools& tools, bool link_up,
+                       us_time_t now)
 {
     const us_time_t elapsed = now - conduct.phase_began;
     if (!conduct.queried && elapsed >= QUERY_AT_US) {
@@ -94,7 +113,7 @@ static void act_calmly(parent_conduct& conduct, parent_tools tools, bool link_up
         send_proof_take(conduct, tools, now);
 }
 
-static void send_random_command(parent_conduct& conduct, parent_tools tools, us_time_t now)
+static void send_random_command(parent_conduct& conduct, const parent_tools& tools, us_time_t now)
 {
     const std::string id = next_id(conduct);
     const auto make = conduct.calm ? random_quiet_command : random_command;
@@ -105,7 +124,7 @@ static void send_random_command(parent_conduct& conduct, parent_tools tools, us_
         now + static_cast<us_time_t>(draw(conduct.random, least_ms, most_ms)) * 1000;
 }
 
-void act(parent_conduct& conduct, parent_tools tools, bool link_up, us_time_t now)
+void act(parent_conduct& conduct, const parent_tools& tools, bool link_up, us_time_t now)
 {
     if (now >= conduct.reads_again) read_again(tools, now);
     if (now >= conduct.phase_ends) begin_phase(conduct, tools, now);
@@ -114,7 +133,7 @@ void act(parent_conduct& conduct, parent_tools tools, bool link_up, us_time_t no
     if (now >= conduct.next_command) send_random_command(conduct, tools, now);
 }
 
-void stop_acting(parent_conduct& conduct, parent_tools tools, us_time_t now)
+void stop_acting(parent_conduct& conduct, const parent_tools& tools, us_time_t now)
 {
     read_again(tools, now);
     restore_port(conduct, tools, now);

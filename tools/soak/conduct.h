@@ -33,6 +33,7 @@ struct parent_conduct {
     std::string port; // the router's
     std::uint64_t last_id = 0;
     bool calm = false;
+    int busy_phases = 0;
     us_time_t phase_began = 0;
     us_time_t phase_ends = 0;
     us_time_t next_command = 0;
@@ -54,13 +55,13 @@ struct parent_tools {
 };
 
 // Says whatever is due now. `link_up`: the backend is connected and has learnt the router.
-void act(parent_conduct& conduct, parent_tools tools, bool link_up, us_time_t now);
+void act(parent_conduct& conduct, const parent_tools& tools, bool link_up, us_time_t now);
 
 // Reads again and sets the right port: the end of random conduct.
-void stop_acting(parent_conduct& conduct, parent_tools tools, us_time_t now);
+void stop_acting(parent_conduct& conduct, const parent_tools& tools, us_time_t now);
 
 // A query, however busy the parent is, unless one is under way.
-void send_proof_query(parent_conduct& conduct, parent_tools tools, us_time_t now);
+void send_proof_query(parent_conduct& conduct, const parent_tools& tools, us_time_t now);
 
 // Returns whether the reply with this id belongs to a proof.
 bool note_proof_reply(parent_conduct& conduct, const std::string& id, us_time_t now);

@@ -2,8 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
-constexpr double ALLOWED_GROWTH_KIB = 256;
+constexpr double ALLOWED_HEAP_KIB = 512;
+constexpr double ALLOWED_PSS_KIB = 2048;
+constexpr double ALLOWED_IN_SHORT_RUN_KIB = 16384;
+constexpr double SHORT_RUN_SECONDS = 300;
 constexpr std::size_t LEAST_SAMPLES = 8;
 constexpr std::size_t SPARKLINE_WIDTH = 60;
 
@@ -52,12 +56,20 @@ growth_figures measure_growth(const std::vector<cost_sample>& samples,
                 median(samples, quarter, 2 * quarter, count)};
 }
 
+static std::string kib_text(double kib)
+{
+    return std::to_string(std::lround(kib)) + " KiB";
+}
+
 std::string growth_fault(const std::vector<cost_sample>& samples)
 {
-    const auto memory =
-        static_cast<long>(measure_growth(samples, &process_cost::pss_kib).growth_kib);
-    if (static_cast<double>(memory) > ALLOWED_GROWTH_KIB)
-        return "memory has grown by " + std::to_string(memory) + " KiB";
+    const double heap = measure_growth(samples, &process_cost::heap_kib).growth_kib;
+    const double pss = measure_growth(samples, &process_cost::pss_kib).growth_kib;
+    const bool is_short = samples.empty() || samples.back().seconds < SHORT_RUN_SECONDS;
+    if (heap > (is_short ? ALLOWED_IN_SHORT_RUN_KIB : ALLOWED_HEAP_KIB))
+        return "the heap has grown by " + kib_text(heap);
+    if (pss > (is_short ? ALLOWED_IN_SHORT_RUN_KIB : ALLOWED_PSS_KIB))
+        return "memory has grown by " + kib_text(pss);
     const growth_figures descriptors = measure_growth(samples, &process_cost::descriptors);
     if (descriptors.growth_kib > 1) return "the number of open descriptors has grown";
     return "";

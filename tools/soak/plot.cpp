@@ -34,7 +34,7 @@ static plot_scale scale_for(const std::vector<cost_sample>& samples)
         scale.seconds = std::max(scale.seconds, sample.seconds);
         scale.kib = std::max(scale.kib, static_cast<double>(sample.cost.pss_kib));
     }
-    const double step = std::pow(10, std::floor(std::log10(scale.kib)));
+    const double step = std::pow(10, std::floor(std::log10(scale.kib))) / 2;
     scale.kib = std::ceil(scale.kib * 1.1 / step) * step;
     return scale;
 }

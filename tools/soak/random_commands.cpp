@@ -62,7 +62,8 @@ parent_command set_setting(const std::string& name, const std::string& value)
     return {.bytes = record("", "*COMMAND=set\n*TYPE=message\nname=" + name + "\nvalue=" + value),
             .command = "",
             .error = "",
-            .replied = false};
+            .replied = false,
+            .reaches_router = name == "port"};
 }
 
 // Any bytes but those that end a line or are taken out of it.

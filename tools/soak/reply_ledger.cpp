@@ -42,8 +42,8 @@ std::string take_overdue_reply(reply_ledger& ledger, us_time_t now)
             return now - each.second.sent > LONGEST_ALLOWED_WAIT_US;
         });
     if (overdue == ledger.open.end()) return "";
-    const std::string text = "no reply within 15 s: id " + overdue->first + ", " +
-                             overdue->second.command + " " + overdue->second.error;
+    std::string text = "no reply within 15 s: id " + overdue->first + ", " +
+                       overdue->second.command + " " + overdue->second.error;
     ledger.open.erase(overdue);
     return text;
 }

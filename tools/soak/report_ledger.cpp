@@ -63,7 +63,7 @@ static std::string fault_of(int destination, destination_reports& reports, us_ti
 std::string take_report_fault(report_ledger& ledger, us_time_t now)
 {
     for (auto& [destination, reports] : ledger.destinations) {
-        const std::string fault = fault_of(destination, reports, now);
+        std::string fault = fault_of(destination, reports, now);
         if (!fault.empty()) return fault;
     }
     return "";

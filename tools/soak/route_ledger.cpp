@@ -130,7 +130,7 @@ static bool must_be_known(const destination_state& state, us_time_t now)
 
 std::string take_route_fault(route_ledger& ledger, us_time_t now)
 {
-    const std::string invention = take_invention(ledger, now);
+    std::string invention = take_invention(ledger, now);
     if (!invention.empty()) return invention;
     for (std::size_t i = 0; i < ledger.destinations.size(); ++i) {
         destination_state& state = ledger.destinations[i];

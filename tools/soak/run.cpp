@@ -29,6 +29,7 @@ struct soak_run {
     us_time_t next_check = 0;
     us_time_t next_sample = 0;
     us_time_t next_line = 0;
+    std::size_t faults_told = 0;
     std::vector<cost_sample> samples;
     std::vector<double> reconnections; // seconds since the start
 };
@@ -103,11 +104,20 @@ static void take_sample(soak_run& run)
     if (cost) run.samples.push_back({seconds_since_start(run), *cost});
 }
 
+static void tell_faults(soak_run& run)
+{
+    const std::vector<std::string>& faults = run.watch.faults;
+    for (; run.faults_told < faults.size(); ++run.faults_told)
+        std::printf("%6.0f s  FAULT: %s\n", seconds_since_start(run),
+                    faults[run.faults_told].c_str());
+}
+
 static void check(soak_run& run, us_time_t now)
 {
     if (now < run.next_check) return;
     run.next_check = now + CHECK_US;
     judge(run.watch, run.backend.reads_output, now);
+    tell_faults(run);
     if (now >= run.next_sample) {
         take_sample(run);
         run.next_sample = now + SECOND;
@@ -157,7 +167,7 @@ static void settle(soak_run& run)
     const us_time_t end = now_us() + LONGEST_SETTLING_US;
     while (goes_on(run) && !all_settled(run.watch)) {
         if (now_us() > end) {
-            run.watch.faults.emplace_back("not all was known three minutes after the last command");
+            note_fault(run.watch, "not all was known three minutes after the last command");
             return;
         }
         send_proof_query(run.watch.conduct, tools_of(run), now_us());
@@ -172,14 +182,13 @@ static void end_backend(soak_run& run)
     while (!run.backend.ended && now_us() < end)
         step(run);
     if (!run.backend.ended || run.backend.exit_status != 0)
-        run.watch.faults.emplace_back("the backend " + describe_end(run.backend));
+        note_fault(run.watch, "the backend " + describe_end(run.backend));
 }
 
 static int finish(soak_run& run)
 {
-    if (run.router_ended) run.watch.faults.emplace_back("the simulated router ended");
-    const std::string growth = growth_fault(run.samples);
-    if (!growth.empty()) run.watch.faults.push_back(growth);
+    if (run.router_ended) note_fault(run.watch, "the simulated router ended");
+    note_fault(run.watch, growth_fault(run.samples));
     const soak_result result = result_of(run);
     const std::filesystem::path folder = run.options.output_folder;
     std::ofstream(folder / "soak.json") << summary_json(result);

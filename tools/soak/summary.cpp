@@ -25,7 +25,7 @@ std::string progress_line(const soak_result& result)
          << watch.link.connections << " connections, longest wait "
          << std::lround(milliseconds(watch.replies.longest_wait_us)) << " ms, PSS " << cost.pss_kib
          << " heap " << cost.heap_kib << " KiB, " << cost.descriptors << " descriptors, "
-         << watch.faults.size() << " faults";
+         << watch.fault_count << " faults";
     return text.str();
 }
 
@@ -72,10 +72,11 @@ std::string summary_text(const soak_result& result)
     add_growth(text, "PSS ", result.samples, &process_cost::pss_kib);
     add_growth(text, "heap", result.samples, &process_cost::heap_kib);
     add_table(text, "What the router did:", watch.events);
-    add_table(text, "What the backend wrote to standard error, but for DBG:", watch.complaints);
+    add_table(text, "What the backend complained of on standard error:", watch.complaints);
     for (const std::string& fault : watch.faults)
         text << "FAULT: " << fault << "\n";
-    text << (watch.faults.empty() ? "Nothing was lost, nothing grew.\n" : "FAILED\n");
+    text << (watch.fault_count == 0 ? "Nothing was lost, nothing grew.\n"
+                                    : std::to_string(watch.fault_count) + " faults: FAILED\n");
     return text.str();
 }
 
@@ -105,6 +106,7 @@ std::string summary_json(const soak_result& result)
                                  {"pss", growth_json(result.samples, &process_cost::pss_kib)},
                                  {"heap", growth_json(result.samples, &process_cost::heap_kib)},
                                  {"events", watch.events},
+                                 {"fault_count", watch.fault_count},
                                  {"faults", watch.faults}};
     return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }

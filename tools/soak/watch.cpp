@@ -1,17 +1,35 @@
 #include "soak/watch.h"
 
-#include <cstdio>
+#include <algorithm>
+#include <charconv>
+#include <optional>
+#include <string_view>
 
-// Names that have been spoilt on the way stay wrong until the next connection, and with them the
-// positions of all that is reported.
-static bool is_misled(const link_watch& link)
+constexpr std::size_t FAULTS_TOLD = 50; // what follows is the same over and over
+
+static const std::set<std::string> LASTING_FAULTS = {"silence", "stop reading", "refuse",
+                                                     "ignore",  "burst",        "endless"};
+
+// A report of wrong positions may still be on its way when the right names have come.
+constexpr us_time_t DOUBT_LASTS_US = 2'000'000;
+
+static bool is_misled(const link_watch& link, us_time_t now)
 {
-    return link.misled == link.client;
+    return !link.up || !link.knows_inputs || !link.knows_outputs || link.misled == link.client ||
+           now - link.learnt < DOUBT_LASTS_US;
 }
 
-static void note_fault(soak_watch& watch, const std::string& fault)
+static void learn(link_watch& link, bool& fact, bool holds, us_time_t now)
 {
-    if (!fault.empty()) watch.faults.push_back(fault);
+    if (holds && !fact) link.learnt = now;
+    fact = holds;
+}
+
+void note_fault(soak_watch& watch, const std::string& fault)
+{
+    if (fault.empty()) return;
+    ++watch.fault_count;
+    if (watch.faults.size() < FAULTS_TOLD) watch.faults.push_back(fault);
 }
 
 static int client_of(const event_line& event, int otherwise)
@@ -20,9 +38,23 @@ static int client_of(const event_line& event, int otherwise)
     return found == event.values.end() ? otherwise : std::stoi(found->second);
 }
 
+// A fault of a connection ends with it, at the latest; 0 stands for all connections.
+static void take_lasting(soak_watch& watch, const event_line& event)
+{
+    const int client = client_of(event, 0);
+    const bool of_all = event.what == "refuse" || event.what == "ignore";
+    if (event.what == "gone")
+        std::erase_if(watch.lasting, [client](const auto& each) { return each.second == client; });
+    else if (event.what.starts_with("end of "))
+        watch.lasting.erase({event.what.substr(7), client});
+    else if (LASTING_FAULTS.contains(event.what) && (client != 0 || of_all))
+        watch.lasting.insert({event.what, client});
+}
+
 static void take_disturbance(soak_watch& watch, const event_line& event, us_time_t now)
 {
     note_disturbance(watch.routes, now);
+    take_lasting(watch, event);
     if (event.what == "connected") watch.link.client = client_of(event, watch.link.client);
     const auto request = event.values.find("request");
     if (request != event.values.end() && request->second.starts_with("\"QN"))
@@ -42,28 +74,64 @@ void take_event(soak_watch& watch, const event_line& event, us_time_t now)
     }
     if (event.what == "contradict" && destination && source)
         router_claims(watch.routes, *destination, *source, now);
-    if (event.what != "start") take_disturbance(watch, event, now);
+    if (event.what != "start" && event.what != "delay") take_disturbance(watch, event, now);
+}
+
+// Takes the decimal number that the text begins with off its front.
+static std::optional<int> take_number(std::string_view& text)
+{
+    int number = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (result.ec != std::errc()) return std::nullopt;
+    text.remove_prefix(static_cast<std::size_t>(result.ptr - text.data()));
+    return number;
+}
+
+static bool take_prefix(std::string_view& text, std::string_view prefix)
+{
+    if (!text.starts_with(prefix)) return false;
+    text.remove_prefix(prefix.size());
+    return true;
+}
+
+static std::optional<int> output_of(std::string_view name)
+{
+    if (!take_prefix(name, "o")) return std::nullopt;
+    const auto output = take_number(name);
+    return name == ".input.all" ? output : std::nullopt;
 }
 
 static void take_reported_routes(soak_watch& watch, const ParentRecord& record, us_time_t now)
 {
     for (const auto& [name, value] : record.fields) {
-        int output = 0;
-        int length = 0;
-        if (std::sscanf(name.c_str(), "o%d.input.all%n", &output, &length) != 1 ||
-            static_cast<std::size_t>(length) != name.size())
-            continue;
-        const int input = value == "none" ? -1 : std::stoi(value);
-        take_reported(watch.reports, output, input, now);
-        const auto tell = is_misled(watch.link) ? parent_may_be_told_wrong : parent_is_told;
-        tell(watch.routes, output, input, now);
+        const auto output = output_of(name);
+        if (!output) continue;
+        std::string_view text = value;
+        const int input = take_number(text).value_or(-1); // "none"
+        take_reported(watch.reports, *output, input, now);
+        const auto tell = is_misled(watch.link, now) ? parent_may_be_told_wrong : parent_is_told;
+        tell(watch.routes, *output, input, now);
     }
+}
+
+// Every report of names holds all of them: as many as the router has, when nothing is missing.
+static void take_names(soak_watch& watch, const ParentRecord& record, us_time_t now)
+{
+    const auto named = [](const auto& field) {
+        return field.first.ends_with(".name") && !field.second.empty();
+    };
+    if (!record.fields.empty() && !record.fields.begin()->first.ends_with(".name")) return;
+    const auto count = std::count_if(record.fields.begin(), record.fields.end(), named);
+    const bool whole = static_cast<std::size_t>(count) == watch.routes.destinations.size();
+    link_watch& link = watch.link;
+    learn(link, record.command == "inputs" ? link.knows_inputs : link.knows_outputs, whole, now);
 }
 
 void take_record(soak_watch& watch, const ParentRecord& record, us_time_t now)
 {
     if (record.type != "reply") {
         if (record.command == "outputs") take_reported_routes(watch, record, now);
+        if (record.command != "info") take_names(watch, record, now);
         return;
     }
     const expected_reply* const expected = find_reply(watch.replies, record.id);
@@ -73,29 +141,32 @@ void take_record(soak_watch& watch, const ParentRecord& record, us_time_t now)
     note_fault(watch, take_reply(watch.replies, record, now));
 }
 
-static void take_accepted_line(soak_watch& watch, const std::string& line, us_time_t now)
+static void take_accepted_line(soak_watch& watch, std::string_view line, us_time_t now)
 {
-    int output = 0;
-    int input = 0;
-    if (std::sscanf(line.c_str(), "<DBG>Accepting route change output=%d input=%d", &output,
-                    &input) == 2)
-        take_accepted(watch.reports, output, input, now);
+    if (!take_prefix(line, "<DBG>Accepting route change output=")) return;
+    const auto output = take_number(line);
+    const auto input = take_prefix(line, " input=") ? take_number(line) : std::nullopt;
+    if (output && input) take_accepted(watch.reports, *output, *input, now);
 }
 
 void take_diagnostics(soak_watch& watch, const std::string& line, us_time_t now)
 {
     take_accepted_line(watch, line, now);
-    if (!line.starts_with("<DBG>")) ++watch.complaints[line];
+    // Garbage in a line of DBG may hold line ends of its own.
+    for (const char* level : {"<NOTE>", "<WARN>", "<ERR>"})
+        if (line.starts_with(level)) ++watch.complaints[line];
     link_watch& link = watch.link;
     if (line == "<NOTE>Connection sucessful.") ++link.connections;
     if (line == "<NOTE>Connection to router closed") link.up = false;
     if (line.starts_with("<ERR>Timeout during query")) link.misled = link.client;
-    if (line == "<DBG>Router finished returning levels, sources, destinations") link.up = true;
+    if (line == "<DBG>Router finished returning levels, sources, destinations")
+        learn(link, link.up, true, now);
 }
 
 void judge(soak_watch& watch, bool reading, us_time_t now)
 {
-    if (!watch.link.up || is_misled(watch.link) || !reading) note_disturbance(watch.routes, now);
+    if (is_misled(watch.link, now) || !watch.lasting.empty() || !reading)
+        note_disturbance(watch.routes, now);
     note_fault(watch, judge_proofs(watch.conduct, watch.routes, now));
     if (!reading) {
         restart_lags(watch.reports, now);

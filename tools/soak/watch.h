@@ -4,7 +4,9 @@
 
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "parent/record.h"
@@ -14,10 +16,15 @@
 #include "soak/report_ledger.h"
 #include "soak/route_ledger.h"
 
+// Names that were spoilt on the way, or cut short by a message that came between them, stay so for
+// a while, and with them the positions of all that is reported.
 struct link_watch {
-    bool up = false; // connected, and the router has been learnt
-    int client = 0;  // the simulated router's number for the connection made last
-    int misled = -1; // the connection on which names were spoilt
+    bool up = false;            // connected, and the router has been learnt
+    bool knows_inputs = false;  // all of their names
+    bool knows_outputs = false; // likewise
+    us_time_t learnt = 0;       // when the last of these became true
+    int client = 0;             // the simulated router's number for the connection made last
+    int misled = -1;            // the connection on which names were spoilt
     std::uint64_t connections = 0;
 };
 
@@ -27,10 +34,15 @@ struct soak_watch {
     report_ledger reports;
     route_ledger routes;
     link_watch link;
+    std::set<std::pair<std::string, int>> lasting;   // faults under way, with their connection
     std::map<std::string, std::uint64_t> events;     // of the simulated router, by what
     std::map<std::string, std::uint64_t> complaints; // lines of NOTE, WARN and ERR
-    std::vector<std::string> faults;                 // what must not be
+    std::vector<std::string> faults;                 // what must not be: the first of them
+    std::uint64_t fault_count = 0;
 };
+
+// Nothing when the text is empty.
+void note_fault(soak_watch& watch, const std::string& fault);
 
 void take_event(soak_watch& watch, const event_line& event, us_time_t now);
 void take_record(soak_watch& watch, const ParentRecord& record, us_time_t now);

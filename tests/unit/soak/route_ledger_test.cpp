@@ -1,0 +1,112 @@
+#include "soak/route_ledger.h"
+
+#include <gtest/gtest.h>
+
+constexpr us_time_t START = 1'000'000'000;
+constexpr us_time_t SECOND = 1'000'000;
+
+namespace {
+class RouteLedger : public testing::Test {
+  protected:
+    route_ledger ledger = make_route_ledger(4, START);
+    us_time_t quiet = START + 100 * SECOND; // long after any disturbance
+
+    void SetUp() override
+    {
+        for (int i = 0; i < 4; ++i)
+            parent_is_told(ledger, i, i, START + SECOND);
+        EXPECT_EQ(take_route_fault(ledger, quiet), "");
+    }
+};
+} // namespace
+
+TEST_F(RouteLedger, AllIsKnownOnceTold)
+{
+    EXPECT_TRUE(all_known(ledger));
+    router_shows(ledger, 2, 3, quiet);
+    EXPECT_FALSE(all_known(ledger));
+    parent_is_told(ledger, 2, 3, quiet + 1);
+    EXPECT_TRUE(all_known(ledger));
+    EXPECT_EQ(ledger.known_by_polling, 1U);
+    EXPECT_EQ(take_route_fault(ledger, quiet + 100 * SECOND), "");
+}
+
+TEST_F(RouteLedger, UndisturbedChangeMustBecomeKnownByPolling)
+{
+    router_shows(ledger, 2, 3, quiet);
+    EXPECT_EQ(take_route_fault(ledger, quiet + POLLING_MUST_SHOW_US), "");
+    EXPECT_EQ(take_route_fault(ledger, quiet + POLLING_MUST_SHOW_US + 1),
+              "changed by the router, unknown to the parent after 5 s of polling: output 2 input "
+              "3, told 2");
+    EXPECT_EQ(take_route_fault(ledger, quiet + POLLING_MUST_SHOW_US + 1), "");
+}
+
+TEST_F(RouteLedger, DisturbedChangeMustBecomeKnownByThreeQueries)
+{
+    router_shows(ledger, 2, 3, quiet);
+    note_disturbance(ledger, quiet + 1);
+    for (int i = 0; i < 2; ++i)
+        note_query(ledger, quiet + 1);
+    EXPECT_EQ(take_route_fault(ledger, quiet + 100 * SECOND), "");
+    note_query(ledger, quiet + 1);
+    EXPECT_EQ(take_route_fault(ledger, quiet + 100 * SECOND),
+              "changed by the router, unknown to the parent after three undisturbed queries: "
+              "output 2 input 3, told 2");
+}
+
+TEST_F(RouteLedger, DisturbanceShortlyBeforeExcusesToo)
+{
+    note_disturbance(ledger, quiet - DISTURBANCE_LASTS_US);
+    router_shows(ledger, 2, 3, quiet);
+    EXPECT_EQ(take_route_fault(ledger, quiet + 100 * SECOND), "");
+    parent_is_told(ledger, 2, 3, quiet + 100 * SECOND);
+    EXPECT_EQ(ledger.known_by_query, 5U); // the four at the start as well
+}
+
+TEST_F(RouteLedger, QueryBeforeTheChangeProvesNothing)
+{
+    router_shows(ledger, 2, 3, quiet);
+    note_disturbance(ledger, quiet);
+    for (int i = 0; i < 3; ++i)
+        note_query(ledger, quiet);
+    EXPECT_EQ(take_route_fault(ledger, quiet + 100 * SECOND), "");
+}
+
+TEST_F(RouteLedger, ToldAndNeverShownIsAFault)
+{
+    parent_is_told(ledger, 2, 1, quiet);
+    EXPECT_EQ(take_route_fault(ledger, quiet + 3 * SECOND),
+              "told, but never shown by the router: output 2 input 1");
+}
+
+TEST_F(RouteLedger, ToldBeforeTheRoutersOwnLineIsRight)
+{
+    parent_is_told(ledger, 2, 1, quiet);
+    router_shows(ledger, 2, 1, quiet + 1);
+    EXPECT_EQ(take_route_fault(ledger, quiet + 3 * SECOND), "");
+    EXPECT_TRUE(all_known(ledger));
+}
+
+TEST_F(RouteLedger, OutputBeyondTheRouterIsNeverShown)
+{
+    parent_is_told(ledger, 4, 1, quiet);
+    EXPECT_EQ(take_route_fault(ledger, quiet + 3 * SECOND),
+              "told, but never shown by the router: output 4 input 1");
+}
+
+TEST_F(RouteLedger, FalseClaimMayBeToldButMustBePutRight)
+{
+    router_claims(ledger, 2, 1, quiet);
+    parent_is_told(ledger, 2, 1, quiet);
+    EXPECT_EQ(take_route_fault(ledger, quiet + 3 * SECOND), "");
+    EXPECT_FALSE(all_known(ledger));
+    EXPECT_NE(take_route_fault(ledger, quiet + 6 * SECOND), "");
+}
+
+TEST_F(RouteLedger, MisledBackendMayTellWhatNeverWas)
+{
+    parent_may_be_told_wrong(ledger, 2, 1, quiet);
+    EXPECT_FALSE(all_known(ledger));
+    parent_is_told(ledger, 2, 2, quiet);
+    EXPECT_EQ(take_route_fault(ledger, quiet + 3 * SECOND), "");
+}

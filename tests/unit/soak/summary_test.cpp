@@ -1,0 +1,101 @@
+#include "soak/summary.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "soak/plot.h"
+
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+class Summary : public testing::Test {
+  protected:
+    soak_watch watch;
+    std::vector<cost_sample> samples;
+
+    void SetUp() override
+    {
+        watch.replies.sent = 12;
+        watch.replies.replied = 11;
+        watch.replies.longest_wait_us = 34'000;
+        watch.events["reset"] = 3;
+        watch.complaints["<ERR>Timeout receiving message"] = 2;
+        for (int i = 0; i < 700; ++i)
+            samples.push_back(
+                {static_cast<double>(i), {.pss_kib = 900, .heap_kib = 100, .descriptors = 6}});
+    }
+    soak_result result() const
+    {
+        return {.watch = watch, .samples = samples, .seconds = 700, .seed = 4};
+    }
+};
+} // namespace
+
+TEST_F(Summary, SaysWhatWasCounted)
+{
+    const std::string text = summary_text(result());
+    EXPECT_THAT(text, HasSubstr("Seed 4, 700 s\n  commands sent                               12\n"
+                                "  replied, each once                          11\n"
+                                "  longest wait for a reply, ms                34\n"));
+    EXPECT_THAT(text, HasSubstr("What the router did:\n         3  reset\n"));
+    EXPECT_THAT(text, HasSubstr("         2  <ERR>Timeout receiving message\n"));
+    EXPECT_THAT(text, HasSubstr("\nNothing was lost, nothing grew.\n"));
+}
+
+TEST_F(Summary, SaysWhatFailed)
+{
+    note_fault(watch, "something is missing");
+    note_fault(watch, "");
+    const std::string text = summary_text(result());
+    EXPECT_THAT(text, HasSubstr("\nFAULT: something is missing\n1 faults: FAILED\n"));
+    EXPECT_THAT(text, Not(HasSubstr("Nothing was lost")));
+}
+
+TEST_F(Summary, KeepsTheFirstFaultsAndCountsAll)
+{
+    for (int i = 0; i < 60; ++i)
+        note_fault(watch, std::to_string(i));
+    EXPECT_EQ(watch.faults.size(), 50U);
+    EXPECT_THAT(progress_line(result()), HasSubstr(", 60 faults"));
+}
+
+TEST_F(Summary, ProgressIsOneLine)
+{
+    EXPECT_EQ(progress_line(result()),
+              "   700 s  11 of 12 answered, 0 changes, 0 connections, longest wait 34 ms, PSS 900 "
+              "heap 100 KiB, 6 descriptors, 0 faults");
+}
+
+TEST_F(Summary, JsonHoldsTheSame)
+{
+    watch.complaints["\xff"] = 1;
+    note_fault(watch, "odd byte \xff");
+    const auto json = nlohmann::json::parse(summary_json(result()));
+    EXPECT_EQ(json["commands_sent"], 12);
+    EXPECT_EQ(json["longest_wait_ms"], 34);
+    EXPECT_EQ(json["events"]["reset"], 3);
+    EXPECT_EQ(json["fault_count"], 1);
+    EXPECT_EQ(json["heap"]["growth_kib"], 0);
+}
+
+TEST_F(Summary, PlotShowsBothLinesAndReconnections)
+{
+    std::ostringstream plot;
+    write_plot(plot, samples, {350});
+    const std::string text = plot.str();
+    EXPECT_THAT(text, HasSubstr("points=\"70.0,"));   // two lines from the left edge
+    EXPECT_THAT(text, HasSubstr("880.0,79.0 \"/>"));  // PSS to the right one: 900 of 1000
+    EXPECT_THAT(text, HasSubstr("880.0,311.0 \"/>")); // heap: 100 of 1000
+    EXPECT_THAT(text, HasSubstr("<line stroke=\"#999\" x1=\"475.6\""));
+    EXPECT_THAT(text, HasSubstr(">minutes</text>"));
+    EXPECT_TRUE(text.ends_with("</svg>\n"));
+}
+
+TEST_F(Summary, PlotWithoutSamplesIsEmpty)
+{
+    std::ostringstream plot;
+    write_plot(plot, {}, {});
+    EXPECT_THAT(plot.str(), HasSubstr(">seconds</text>"));
+}

@@ -1,0 +1,246 @@
+#include "soak/watch.h"
+
+#include <gmock/gmock.h>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr us_time_t SECOND = 1'000'000;
+constexpr us_time_t START = 1'000 * SECOND;
+
+namespace {
+class Watch : public testing::Test {
+  protected:
+    soak_watch watch;
+    us_time_t now = START;
+
+    // A connected backend that knows all of a router with two destinations, long undisturbed.
+    void SetUp() override
+    {
+        watch.routes = make_route_ledger(2, now);
+        event("@ 0 connected client=1");
+        diagnostics("<NOTE>Connection sucessful.");
+        diagnostics("<DBG>Router finished returning levels, sources, destinations");
+        names("inputs", {{"i0.name", "CAM"}, {"i1.name", "VTR"}});
+        names("outputs", {{"o0.name", "MON"}, {"o1.name", "PGM"}});
+        told(0, 0);
+        told(1, 1);
+        pass(100 * SECOND);
+        ASSERT_THAT(watch.faults, IsEmpty());
+        ASSERT_TRUE(all_settled(watch));
+    }
+    void event(const std::string& line)
+    {
+        const auto parsed = parse_event(line);
+        ASSERT_TRUE(parsed);
+        take_event(watch, *parsed, now);
+    }
+    void diagnostics(const std::string& line)
+    {
+        take_diagnostics(watch, line, now);
+    }
+    void reported(int output, const std::string& input)
+    {
+        take_record(
+            watch,
+            {"outputs", "", "message", "", {{"o" + std::to_string(output) + ".input.all", input}}},
+            now);
+    }
+    void names(const std::string& command, const std::map<std::string, std::string>& fields)
+    {
+        take_record(watch, {command, "", "message", "", fields}, now);
+    }
+    void told(int output, int input)
+    {
+        diagnostics("<DBG>Accepting route change output=" + std::to_string(output) +
+                    " input=" + std::to_string(input));
+        reported(output, std::to_string(input));
+    }
+    void pass(us_time_t time, bool reading = true)
+    {
+        for (const us_time_t end = now + time; now < end; now += SECOND / 10)
+            judge(watch, reading, now);
+    }
+};
+} // namespace
+
+TEST_F(Watch, ChangeThatIsToldIsRight)
+{
+    event("@ 1 take destination=2 source=5 by=scenario");
+    told(1, 4);
+    pass(20 * SECOND);
+    EXPECT_THAT(watch.faults, IsEmpty());
+    EXPECT_EQ(watch.routes.known_by_polling, 1U);
+    EXPECT_EQ(watch.events.at("take"), 1U);
+}
+
+TEST_F(Watch, ChangeThatIsNotToldIsAFault)
+{
+    event("@ 1 take destination=2 source=5 by=scenario");
+    pass(20 * SECOND);
+    EXPECT_THAT(watch.faults,
+                ElementsAre("changed by the router, unknown to the parent after 5 s of polling: "
+                            "output 1 input 4, told 1"));
+    EXPECT_EQ(watch.fault_count, 1U);
+}
+
+TEST_F(Watch, AcceptedChangeWithoutReportIsAFault)
+{
+    event("@ 1 take destination=2 source=5 by=scenario");
+    event("@ 1 lose client=1 request=\"QI 2 0\"");
+    diagnostics("<DBG>Accepting route change output=1 input=4");
+    pass(20 * SECOND);
+    EXPECT_THAT(watch.faults, ElementsAre("accepted but never reported: output 1 input 4"));
+}
+
+TEST_F(Watch, ReportThatNobodyMadeIsAFault)
+{
+    reported(0, "1");
+    pass(3 * SECOND);
+    EXPECT_THAT(watch.faults, ElementsAre("told, but never shown by the router: output 0 input 1"));
+}
+
+TEST_F(Watch, NoneIsNoRoute)
+{
+    told(0, -1);
+    reported(0, "none");
+    pass(3 * SECOND);
+    EXPECT_THAT(watch.faults, testing::Each("told, but never shown by the router: output 0 input "
+                                            "-1"));
+    EXPECT_EQ(watch.fault_count, 2U);
+}
+
+TEST_F(Watch, NamesAreNoRoutes)
+{
+    names("outputs", {{"o0.name", "MON"}, {"o1.input.allx", "7"}});
+    EXPECT_EQ(watch.reports.reported, 2U); // those of the beginning
+}
+
+TEST_F(Watch, ContradictionMayBeTold)
+{
+    event("@ 1 contradict client=1 destination=2 source=9");
+    told(1, 8);
+    pass(3 * SECOND);
+    EXPECT_THAT(watch.faults, IsEmpty());
+    EXPECT_FALSE(all_settled(watch));
+    told(1, 1);
+    EXPECT_TRUE(all_settled(watch));
+}
+
+TEST_F(Watch, FaultThatLastsExcusesToItsEnd)
+{
+    event("@ 1 burst client=1");
+    pass(20 * SECOND);
+    event("@ 1 take destination=2 source=5 by=scenario");
+    pass(20 * SECOND);
+    EXPECT_THAT(watch.faults, IsEmpty());
+    event("@ 1 end of burst client=1");
+    told(1, 4);
+    pass(20 * SECOND);
+    event("@ 1 take destination=2 source=6 by=scenario");
+    pass(20 * SECOND);
+    EXPECT_EQ(watch.fault_count, 1U);
+}
+
+TEST_F(Watch, FaultOfAConnectionEndsWithIt)
+{
+    event("@ 1 silence client=1");
+    event("@ 1 refuse");
+    event("@ 1 gone client=1");
+    EXPECT_THAT(watch.lasting, ElementsAre(std::pair("refuse", 0)));
+}
+
+TEST_F(Watch, LostConnectionExcusesUntilTheRouterIsLearnt)
+{
+    diagnostics("<NOTE>Connection to router closed");
+    event("@ 1 take destination=2 source=5 by=scenario");
+    pass(60 * SECOND);
+    EXPECT_THAT(watch.faults, IsEmpty());
+    event("@ 1 connected client=2");
+    diagnostics("<NOTE>Connection sucessful.");
+    diagnostics("<DBG>Router finished returning levels, sources, destinations");
+    told(1, 4);
+    pass(60 * SECOND);
+    EXPECT_TRUE(all_settled(watch));
+    EXPECT_EQ(watch.link.connections, 2U);
+    EXPECT_EQ(watch.complaints.at("<NOTE>Connection sucessful."), 2U);
+}
+
+TEST_F(Watch, SpoiltNamesExcuseUntilTheNextConnection)
+{
+    event("@ 1 checksum client=1 request=\"QN ID\"");
+    told(0, 1); // a position that has moved
+    pass(60 * SECOND);
+    EXPECT_THAT(watch.faults, IsEmpty());
+    event("@ 1 connected client=2");
+    told(0, 0);
+    pass(60 * SECOND);
+    event("@ 1 take destination=2 source=5 by=scenario");
+    pass(60 * SECOND);
+    EXPECT_EQ(watch.fault_count, 1U);
+}
+
+TEST_F(Watch, MissingNamesExcuseUntilTheyAreKnownAgain)
+{
+    names("outputs", {{"o0.name", "MON"}});
+    told(0, 1);
+    pass(60 * SECOND);
+    names("outputs", {{"o0.name", "MON"}, {"o1.name", ""}});
+    told(0, 1);
+    pass(60 * SECOND);
+    names("inputs", {});
+    names("outputs", {{"o0.name", "MON"}, {"o1.name", "PGM"}});
+    told(0, 1);
+    pass(60 * SECOND);
+    names("inputs", {{"i0.name", "CAM"}, {"i1.name", "VTR"}});
+    told(0, 0); // on its way since before
+    pass(60 * SECOND);
+    EXPECT_THAT(watch.faults, IsEmpty());
+    told(0, 1);
+    pass(60 * SECOND);
+    EXPECT_THAT(watch.faults,
+                testing::Contains("told, but never shown by the router: output 0 input 1"));
+}
+
+TEST_F(Watch, TimedOutNamesExcuseUntilTheNextConnection)
+{
+    diagnostics("<ERR>Timeout during query (d=0 s=1 l=1)");
+    event("@ 1 take destination=2 source=5 by=scenario");
+    pass(60 * SECOND);
+    EXPECT_THAT(watch.faults, IsEmpty());
+}
+
+TEST_F(Watch, OnlyComplaintsAreCounted)
+{
+    for (const char* line : {"<ERR>Timeout receiving message", "<DBG>'garbage", "more garbage"})
+        diagnostics(line);
+    EXPECT_THAT(watch.complaints, ElementsAre(testing::Pair("<ERR>Timeout receiving message", 1),
+                                              testing::Pair("<NOTE>Connection sucessful.", 1)));
+}
+
+TEST_F(Watch, CommandThatReachesTheRouterDisturbs)
+{
+    expect_reply(watch.replies, "7", {"route output", "", true, now});
+    pass(2 * SECOND);
+    event("@ 1 take destination=2 source=5 by=scenario");
+    take_record(watch, {"route output", "", "reply", "7", {}}, now);
+    pass(60 * SECOND);
+    EXPECT_THAT(watch.faults, IsEmpty());
+}
+
+TEST_F(Watch, LateReplyIsAFault)
+{
+    expect_reply(watch.replies, "7", {"dance", "", false, now});
+    EXPECT_FALSE(all_settled(watch));
+    pass(16 * SECOND);
+    EXPECT_THAT(watch.faults, ElementsAre("no reply within 15 s: id 7, dance "));
+}
+
+TEST_F(Watch, ParentThatDoesNotReadMissesNothing)
+{
+    expect_reply(watch.replies, "7", {"dance", "", false, now});
+    event("@ 1 take destination=2 source=5 by=scenario");
+    diagnostics("<DBG>Accepting route change output=1 input=4");
+    pass(60 * SECOND, false);
+    EXPECT_THAT(watch.faults, IsEmpty());
+}
