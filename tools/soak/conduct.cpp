@@ -39,7 +39,7 @@ static void send_flood(parent_conduct& conduct, const parent_tools& tools, int c
                        us_time_t now)
 {
     for (int left = commands; left > 0; --left)
-        send_command(conduct, tools, random_command(conduct.random, next_id(conduct)), now);
+        send_command(conduct, tools, random_flood_command(conduct.random, next_id(conduct)), now);
 }
 
 // The second phase, when the router is known, is the worst there is, so that memory has soon met
@@ -54,7 +54,7 @@ static void begin_busy_phase(parent_conduct& conduct, const parent_tools& tools,
         tools.backend.reads_output = false;
         conduct.reads_again = now + length / 2;
     }
-    if (worst || chance(random, 0.3))
+    if (worst || chance(random, 0.2))
         send_flood(conduct, tools, worst ? LARGEST_FLOOD : draw(random, 100, LARGEST_FLOOD), now);
     if (chance(random, 0.05)) leave_router_for_a_while(conduct, tools, now);
 }

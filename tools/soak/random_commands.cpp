@@ -5,7 +5,7 @@
 
 constexpr int PORTS = 70; // a few more than the router has
 constexpr int LONGEST_WORD = 40;
-constexpr int LONGEST_VALUE = 200'000; // now and then
+constexpr int LONGEST_VALUE = 50'000; // now and then
 
 int draw(random_source& random, int least, int most)
 {
@@ -141,8 +141,10 @@ parent_command random_quiet_command(random_source& random, const std::string& id
 
 parent_command random_command(random_source& random, const std::string& id)
 {
-    const int kind = draw(random, 1, 100);
-    if (kind <= 15) return flush_routes(id);
-    if (kind <= 19) return query_outputs(id);
-    return random_quiet_command(random, id);
+    return chance(random, 0.15) ? flush_routes(id) : random_quiet_command(random, id);
+}
+
+parent_command random_flood_command(random_source& random, const std::string& id)
+{
+    return chance(random, 0.04) ? query_outputs(id) : random_command(random, id);
 }

@@ -29,4 +29,7 @@ parent_command set_setting(const std::string& name, const std::string& value);
 
 // One that never reaches the router.
 parent_command random_quiet_command(random_source& random, const std::string& id);
+// As well flushes, but no query of all outputs: that would soon put right whatever was lost.
 parent_command random_command(random_source& random, const std::string& id);
+// Any.
+parent_command random_flood_command(random_source& random, const std::string& id);

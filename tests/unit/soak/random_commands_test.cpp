@@ -34,7 +34,7 @@ TEST_F(RandomCommands, AreAnsweredAsExpected)
 {
     for (int i = 1; i <= 3000; ++i) {
         const std::string id = std::to_string(i);
-        const parent_command command = random_command(random, id);
+        const parent_command command = random_flood_command(random, id);
         ASSERT_EQ(answer_to(command), expected_answer(command, id)) << command.bytes;
         diagnostics();
     }
@@ -44,7 +44,7 @@ TEST_F(RandomCommands, HoldEveryKind)
 {
     std::map<std::string, int> kinds;
     for (int i = 1; i <= 3000; ++i) {
-        const parent_command command = random_command(random, "1");
+        const parent_command command = random_flood_command(random, "1");
         ++kinds[!command.replied        ? "unanswered"
                 : command.error.empty() ? command.command
                                         : command.error.substr(0, 7)];
@@ -74,9 +74,9 @@ TEST_F(RandomCommands, AreTheSameFromTheSameSeed)
     std::string two;
     std::string three;
     for (int i = 0; i < 100; ++i) {
-        one += random_command(first, "1").bytes;
-        two += random_command(second, "1").bytes;
-        three += random_command(third, "1").bytes;
+        one += random_flood_command(first, "1").bytes;
+        two += random_flood_command(second, "1").bytes;
+        three += random_flood_command(third, "1").bytes;
     }
     EXPECT_EQ(one, two);
     EXPECT_NE(one, three);
