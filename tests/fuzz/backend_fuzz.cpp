@@ -83,22 +83,28 @@ static void recover()
     set_router_size(4, 4, 1);
 }
 
+static bool router_is_known()
+{
+    return router_link_is_up() && !discovery_needed && input_index_base == 1 &&
+           output_index_base == 1 && number_of_inputs == 4 && number_of_outputs == 4;
+}
+
 // Everything said has been heard on both sides, and the router is known as it is.
 static bool is_at_rest()
 {
-    const bool router_is_known = router_link_is_up() && !discovery_needed && router.flags == 0 &&
-                                 input_index_base == 1 && output_index_base == 1 &&
-                                 number_of_inputs == 4 && number_of_outputs == 4;
-    return router_is_known && world.parent.input.bytes.empty() && !record_complete &&
-           !parent_output_pending() && accepted_route_changes.empty();
+    return router_is_known() && router.flags == 0 && world.parent.input.bytes.empty() &&
+           !record_complete && !parent_output_pending() && accepted_route_changes.empty();
 }
 
+// An answer that was late may have been taken for the names, which the router then believes read:
+// only when it announces them again are they asked for again.
 static void run_until_rest()
 {
     const us_time_t latest = world.now + LONGEST_RECOVERY_US;
     do {
         require(world.now < latest, "the backend recovers in time");
         pass();
+        if (router.flags == 0 && !router_is_known()) announce_names();
     } while (!is_at_rest());
 }
 

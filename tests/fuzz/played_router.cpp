@@ -147,6 +147,11 @@ void set_router_size(unsigned sources, unsigned destinations, unsigned base)
     router.base = base;
     router.routes.assign(destinations, 0);
     router.changed.assign(destinations, false);
+    announce_names();
+}
+
+void announce_names()
+{
     router.flags |= SOURCE_NAMES_CHANGED | DESTINATION_NAMES_CHANGED;
 }
 

@@ -32,7 +32,11 @@ void played_router_hears(const std::string& bytes);
 // Sends the answers that are due.
 void send_due_answers();
 
+// With names that have to be read again.
 void set_router_size(unsigned sources, unsigned destinations, unsigned base);
+
+// Says, when asked, that names have changed.
+void announce_names();
 
 // Another operator's take.
 void change_route(unsigned destination, unsigned source);
