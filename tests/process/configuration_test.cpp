@@ -67,7 +67,7 @@ TEST_F(Configuration, FileWithCarriageReturnsReachesRouter)
 // A process may not read its own memory from its beginning: opened, but every read fails.
 TEST_F(Configuration, ReadErrorIsRefused)
 {
-    ASSERT_EQ(start_backend(backend, BACKEND_PROGRAM, {"--file", "/proc/self/mem"}), 0);
+    ASSERT_EQ(start_backend(backend, backend_program(), {"--file", "/proc/self/mem"}), 0);
     EXPECT_EQ(end(), "exited with status 1");
     EXPECT_THAT(backend.diagnostics, ElementsAre("<ERR>Failure to read configuration"));
     EXPECT_THAT(backend.records, IsEmpty());
@@ -79,7 +79,7 @@ TEST_F(Configuration, FileWithoutReadPermissionIsRefused)
     const std::string config = directory.file("router.conf", "inputs=4\n");
     ASSERT_EQ(chmod(config.c_str(), 0), 0);
     std::vector<std::string> words = {"--file", config};
-    std::string program = BACKEND_PROGRAM;
+    std::string program = backend_program();
     if (geteuid() == 0) {
         words.insert(words.begin(), {"--bounding-set", "-dac_override,-dac_read_search", program});
         program = "/usr/bin/setpriv";
@@ -105,7 +105,7 @@ TEST_F(Configuration, WaitsWhileAnotherProcessHoldsTheLock)
     const std::string config = directory.file("router.conf", "inputs=4\n");
     const owned_descriptor file(open(config.c_str(), O_RDWR | O_CLOEXEC));
     ASSERT_EQ(flock(file.number, LOCK_EX), 0);
-    ASSERT_EQ(start_backend(backend, BACKEND_PROGRAM, {"--file", config}), 0);
+    ASSERT_EQ(start_backend(backend, backend_program(), {"--file", config}), 0);
     ASSERT_TRUE(
         until([this] { return waits_for_lock(backend.process) || !backend.records.empty(); }));
     EXPECT_THAT(backend.records, IsEmpty());

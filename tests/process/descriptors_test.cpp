@@ -21,7 +21,7 @@ class Descriptors : public ProcessTest {
     void start_on_ends()
     {
         const std::string config = directory.file("router.conf", "inputs=4\n");
-        start_child(child, {BACKEND_PROGRAM, "--file", config},
+        start_child(child, {backend_program(), "--file", config},
                     {ends[0].childs.number, ends[1].childs.number, ends[2].childs.number});
         for (descriptor_pair& end : ends)
             end.childs.reset();
@@ -174,7 +174,7 @@ TEST_F(NullDevice, AsOutputCostsNoCore)
     descriptor_pair diagnostics = pipe_from_child();
     const owned_descriptor null(open("/dev/null", O_WRONLY | O_CLOEXEC));
     child_process child;
-    start_child(child, {BACKEND_PROGRAM, "--file", directory.file("a.conf", "inputs=4\n")},
+    start_child(child, {backend_program(), "--file", directory.file("a.conf", "inputs=4\n")},
                 {input.childs.number, null.number, diagnostics.childs.number});
     char byte = 0;
     ASSERT_EQ(read(diagnostics.ours.number, &byte, 1), 1); // it has prepared its descriptors
@@ -188,7 +188,7 @@ TEST_F(NullDevice, AsDiagnosticsCostsNoCore)
     descriptor_pair output = pipe_from_child();
     const owned_descriptor null(open("/dev/null", O_WRONLY | O_CLOEXEC));
     child_process child;
-    start_child(child, {BACKEND_PROGRAM, "--file", directory.file("a.conf", "inputs=4\n")},
+    start_child(child, {backend_program(), "--file", directory.file("a.conf", "inputs=4\n")},
                 {input.childs.number, output.childs.number, null.number});
     char byte = 0;
     ASSERT_EQ(read(output.ours.number, &byte, 1), 1);

@@ -145,7 +145,7 @@ class UnreadOutput : public ParentFlood {
         // A sanitizer keeps what was freed, which must not count.
         start_child(child,
                     {"env", "ASAN_OPTIONS=quarantine_size_mb=0:thread_local_quarantine_size_kb=0",
-                     BACKEND_PROGRAM, "--file", directory.file("a.conf", "")},
+                     backend_program(), "--file", directory.file("a.conf", "")},
                     {input.childs.number, output.childs.number, null.number});
         ASSERT_EQ(hear_counts(1), std::vector<int>{0});
     }

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <csignal>
 
+#include "support/child_process.h"
 #include "support/temporary_directory.h"
 
 using namespace std::chrono_literals;
@@ -27,7 +28,7 @@ class ParentLink : public testing::Test {
     void start_with_config(const std::string& text)
     {
         const std::string config = directory.file("router.conf", text);
-        ASSERT_EQ(start_backend(link, BACKEND_PROGRAM, {"--file", config}), 0);
+        ASSERT_EQ(start_backend(link, backend_program(), {"--file", config}), 0);
     }
 
     void start_shell(const std::string& script)
@@ -153,7 +154,7 @@ TEST_F(ParentLink, NoticesSignalThatKilled)
 
 TEST_F(ParentLink, NoticesStartUpFailure)
 {
-    ASSERT_EQ(start_backend(link, BACKEND_PROGRAM, {"--help"}), 0);
+    ASSERT_EQ(start_backend(link, backend_program(), {"--help"}), 0);
     ASSERT_TRUE(wait_for_end());
     EXPECT_EQ(link.exit_status, 1);
     EXPECT_THAT(link.diagnostics, ElementsAre("Grass Valley routing switcher backend process.",
@@ -172,7 +173,7 @@ TEST_F(ParentLink, ReportsProgramThatDoesNotExist)
 
 TEST_F(ParentLink, StartsAgainAfterEnd)
 {
-    ASSERT_EQ(start_backend(link, BACKEND_PROGRAM, {"--help"}), 0);
+    ASSERT_EQ(start_backend(link, backend_program(), {"--help"}), 0);
     ASSERT_TRUE(wait_for_end());
     start_with_config("inputs=5\n");
     EXPECT_EQ(hear().fields["inputs"], "5");

@@ -137,6 +137,12 @@ void start_child(child_process& child, const std::vector<std::string>& words,
     if (error != 0) throw std::system_error(error, std::generic_category(), words[0]);
 }
 
+std::string backend_program()
+{
+    const char* const launcher = std::getenv("BACKEND_LAUNCHER");
+    return launcher == nullptr ? BACKEND_PROGRAM : launcher;
+}
+
 int status_at_end(child_process& child)
 {
     int status = 0;

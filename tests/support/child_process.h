@@ -51,6 +51,10 @@ struct child_process {
 void start_child(child_process& child, const std::vector<std::string>& words,
                  const std::array<int, 3>& descriptors);
 
+// The backend as the tests start it: the program itself, or in its place the one that the
+// environment names in BACKEND_LAUNCHER, which runs it (with a memory checker, say).
+std::string backend_program();
+
 // Waits for its end: the exit status, or the negated number of the signal that ended it.
 int status_at_end(child_process& child);
 

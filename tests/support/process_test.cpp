@@ -30,7 +30,7 @@ void ProcessTest::TearDown()
 void ProcessTest::start(const std::string& settings)
 {
     const std::string config = directory.file("router.conf", settings);
-    ASSERT_EQ(start_backend(backend, BACKEND_PROGRAM, {"--file", config}), 0);
+    ASSERT_EQ(start_backend(backend, backend_program(), {"--file", config}), 0);
 }
 
 std::string ProcessTest::router_settings() const
@@ -67,7 +67,7 @@ void ProcessTest::start_on_simulator(parent_link& link, const std::string& setti
 {
     const std::string config = directory.file(
         "simulator.conf", "ip address = 127.0.0.1\nport = " + simulator_port + "\n" + settings);
-    ASSERT_EQ(start_backend(link, BACKEND_PROGRAM, {"--file", config}), 0);
+    ASSERT_EQ(start_backend(link, backend_program(), {"--file", config}), 0);
 }
 
 bool ProcessTest::until(const std::function<bool()>& done)
