@@ -32,6 +32,14 @@ install_test_packages() {
         shellcheck procps python3
 }
 
+install_coverage_packages() {
+    install_missing gcovr
+}
+
+install_valgrind_packages() {
+    install_missing valgrind
+}
+
 # The compiler that has libFuzzer, and its runtime.
 install_fuzz_packages() {
     install_missing clang-14 libclang-rt-14-dev

@@ -27,8 +27,9 @@ using call_key = std::pair<SystemCall, int>;
 
 std::function<int(int, const sockaddr_in&)> on_connect;
 
-static std::map<call_key, std::deque<forced_result>> forced_results;
-static std::map<call_key, call_statistics> statistics;
+// Never destroyed: coverage counters are written, by these very calls, after the last destructor.
+static auto& forced_results = *new std::map<call_key, std::deque<forced_result>>;
+static auto& statistics = *new std::map<call_key, call_statistics>;
 
 void force_result(SystemCall call, int descriptor, ssize_t result, int error_number)
 {
