@@ -162,7 +162,8 @@ void add_poll_descriptors(const parent_link& link, std::vector<pollfd>& descript
 {
     if (link.process < 0) return;
     descriptors.push_back({link.process_fd, POLLIN, 0});
-    if (link.output_fd >= 0 && link.reads_output) descriptors.push_back({link.output_fd, POLLIN, 0});
+    if (link.output_fd >= 0 && link.reads_output)
+        descriptors.push_back({link.output_fd, POLLIN, 0});
     if (link.diagnostics_fd >= 0) descriptors.push_back({link.diagnostics_fd, POLLIN, 0});
     if (!link.unsent.empty()) descriptors.push_back({link.input_fd, POLLOUT, 0});
 }

@@ -1,41 +1,89 @@
 #include "soak/report_ledger.h"
 
-#include <algorithm>
+#include <utility>
 
-// The earliest accepted change that a report may show explains it, with all that it has overtaken.
-static void match_reports(destination_reports& reports)
+// Adds the places where the report may end that begins at `begin`.
+static void add_ends(const report_ledger& ledger, const routing_report& report, std::size_t begin,
+                     std::set<std::size_t>& ends)
 {
-    while (!reports.unexplained.empty()) {
-        const auto found = std::find(reports.accepted.begin(), reports.accepted.end(),
-                                     reports.unexplained.front().source);
-        if (found == reports.accepted.end()) return;
-        reports.accepted.erase(reports.accepted.begin(), found + 1);
-        reports.unexplained.pop_front();
+    std::size_t different = report.routes.size();
+    std::map<int, int> shown;
+    for (std::size_t i = begin; i < ledger.changes.size(); ++i) {
+        const accepted_change& change = ledger.changes[i];
+        const auto found = report.routes.find(change.destination);
+        if (found == report.routes.end()) return;
+        const auto previous = shown.find(change.destination);
+        const bool was_equal = previous != shown.end() && previous->second == found->second;
+        const bool is_equal = change.source == found->second;
+        shown[change.destination] = change.source;
+        different += static_cast<std::size_t>(was_equal) - static_cast<std::size_t>(is_equal);
+        if (different == 0) ends.insert(i + 1);
     }
+}
+
+// What lies before every cut is settled.
+static void drop_settled(report_ledger& ledger)
+{
+    const std::size_t settled = *ledger.cuts.begin();
+    ledger.changes.erase(ledger.changes.begin(),
+                         ledger.changes.begin() + static_cast<std::ptrdiff_t>(settled));
+    std::set<std::size_t> cuts;
+    for (const std::size_t cut : ledger.cuts)
+        cuts.insert(cut - settled);
+    ledger.cuts = std::move(cuts);
+}
+
+// The cuts behind the report, none when it is not what was accepted.
+static std::set<std::size_t> cuts_behind(const report_ledger& ledger, const routing_report& report)
+{
+    std::set<std::size_t> ends;
+    for (std::size_t i = 0; !ledger.aligned && i < ledger.changes.size(); ++i)
+        add_ends(ledger, report, i, ends);
+    for (const std::size_t cut : ledger.cuts)
+        add_ends(ledger, report, cut, ends);
+    return ends;
+}
+
+static void match_reports(report_ledger& ledger, us_time_t now)
+{
+    for (; !ledger.reports.empty(); ledger.reports.pop_front()) {
+        if (now - ledger.reports.front().when < REPORT_SETTLES_US) break;
+        std::set<std::size_t> ends = cuts_behind(ledger, ledger.reports.front());
+        if (ends.empty() && ledger.aligned) return;
+        if (ends.empty()) continue; // of what has been forgotten
+        ledger.cuts = std::move(ends);
+        ledger.aligned = true;
+    }
+    drop_settled(ledger);
 }
 
 void take_accepted(report_ledger& ledger, int destination, int source, us_time_t now)
 {
-    destination_reports& reports = ledger.destinations[destination];
-    reports.accepted.push_back(source);
-    reports.last_accepted = now;
+    ledger.changes.push_back({destination, source, now});
     ++ledger.accepted;
-    match_reports(reports);
 }
 
-void take_reported(report_ledger& ledger, int destination, int source, us_time_t now)
+void take_reported(report_ledger& ledger, const std::map<int, int>& routes, us_time_t now)
 {
-    destination_reports& reports = ledger.destinations[destination];
-    reports.unexplained.push_back({source, now});
-    reports.last_reported = source;
-    ++ledger.reported;
-    match_reports(reports);
+    ledger.reported += routes.size();
+    if (now >= ledger.resumes) ledger.reports.push_back({routes, now});
 }
 
 void restart_lags(report_ledger& ledger, us_time_t now)
 {
-    for (auto& [destination, reports] : ledger.destinations)
-        reports.last_accepted = now;
+    for (accepted_change& change : ledger.changes)
+        change.when = now;
+    for (routing_report& report : ledger.reports)
+        report.when = now;
+}
+
+void forget_reports(report_ledger& ledger, us_time_t now)
+{
+    ledger.changes.clear();
+    ledger.reports.clear();
+    ledger.cuts = {0};
+    ledger.aligned = false;
+    ledger.resumes = now + FORGOTTEN_LASTS_US;
 }
 
 static std::string route_text(int destination, int source)
@@ -43,28 +91,30 @@ static std::string route_text(int destination, int source)
     return "output " + std::to_string(destination) + " input " + std::to_string(source);
 }
 
-// Once all is quiet, what was accepted last must be what was reported last.
-static std::string fault_of(int destination, destination_reports& reports, us_time_t now)
+static std::string report_text(const routing_report& report)
 {
-    std::string fault;
-    if (!reports.unexplained.empty() && now - reports.unexplained.front().when > LONGEST_LAG_US) {
-        fault = "reported but never accepted: " +
-                route_text(destination, reports.unexplained.front().source);
-        reports.unexplained.pop_front();
-    } else if (!reports.accepted.empty() && now - reports.last_accepted > LONGEST_LAG_US) {
-        if (reports.accepted.back() != reports.last_reported)
-            fault =
-                "accepted but never reported: " + route_text(destination, reports.accepted.back());
-        reports.accepted.clear();
-    }
-    return fault;
+    std::string text;
+    for (const auto& [destination, source] : report.routes)
+        text += (text.empty() ? "" : ", ") + route_text(destination, source);
+    return text;
 }
 
 std::string take_report_fault(report_ledger& ledger, us_time_t now)
 {
-    for (auto& [destination, reports] : ledger.destinations) {
-        std::string fault = fault_of(destination, reports, now);
-        if (!fault.empty()) return fault;
+    if (ledger.changes.size() > MOST_OPEN_CHANGES) forget_reports(ledger, now);
+    match_reports(ledger, now);
+    std::string fault;
+    const std::size_t waiting = *ledger.cuts.rbegin();
+    if (!ledger.reports.empty() && now - ledger.reports.front().when > LONGEST_LAG_US) {
+        fault = "a report is not what was accepted: " + report_text(ledger.reports.front());
+        if (waiting < ledger.changes.size())
+            fault += "; accepted next: " + route_text(ledger.changes[waiting].destination,
+                                                      ledger.changes[waiting].source);
+    } else if (ledger.aligned && waiting < ledger.changes.size() &&
+               now - ledger.changes[waiting].when > LONGEST_LAG_US) {
+        fault = "accepted but never reported: " +
+                route_text(ledger.changes[waiting].destination, ledger.changes[waiting].source);
     }
-    return "";
+    if (!fault.empty()) forget_reports(ledger, now);
+    return fault;
 }

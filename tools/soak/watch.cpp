@@ -57,7 +57,8 @@ static void take_disturbance(soak_watch& watch, const event_line& event, us_time
     take_lasting(watch, event);
     if (event.what == "connected") watch.link.client = client_of(event, watch.link.client);
     const auto request = event.values.find("request");
-    if (request != event.values.end() && request->second.starts_with("\"QN"))
+    if (request != event.values.end() && request->second.starts_with("\"QN") &&
+        event.what != "cut") // which only takes time
         watch.link.misled = client_of(event, watch.link.client);
 }
 
@@ -103,15 +104,17 @@ static std::optional<int> output_of(std::string_view name)
 
 static void take_reported_routes(soak_watch& watch, const ParentRecord& record, us_time_t now)
 {
+    std::map<int, int> routes;
     for (const auto& [name, value] : record.fields) {
         const auto output = output_of(name);
         if (!output) continue;
         std::string_view text = value;
         const int input = take_number(text).value_or(-1); // "none"
-        take_reported(watch.reports, *output, input, now);
+        routes[*output] = input;
         const auto tell = is_misled(watch.link, now) ? parent_may_be_told_wrong : parent_is_told;
         tell(watch.routes, *output, input, now);
     }
+    if (!routes.empty()) take_reported(watch.reports, routes, now);
 }
 
 // Every report of names holds all of them: as many as the router has, when nothing is missing.
@@ -167,6 +170,7 @@ void judge(soak_watch& watch, bool reading, us_time_t now)
 {
     if (is_misled(watch.link, now) || !watch.lasting.empty() || !reading)
         note_disturbance(watch.routes, now);
+    if (is_misled(watch.link, now)) forget_reports(watch.reports, now);
     note_fault(watch, judge_proofs(watch.conduct, watch.routes, now));
     if (!reading) {
         restart_lags(watch.reports, now);
