@@ -1,6 +1,5 @@
 #include "soak/watch.h"
 
-#include <algorithm>
 #include <charconv>
 #include <optional>
 #include <string_view>
@@ -114,29 +113,51 @@ static void take_reported_routes(soak_watch& watch, const ParentRecord& record, 
         const auto tell = is_misled(watch.link, now) ? parent_may_be_told_wrong : parent_is_told;
         tell(watch.routes, *output, input, now);
     }
-    if (!routes.empty()) take_reported(watch.reports, routes, now);
+    take_reported(watch.reports, routes, now);
 }
 
-// Every report of names holds all of them: as many as the router has, when nothing is missing.
-static void take_names(soak_watch& watch, const ParentRecord& record, us_time_t now)
+// Whether the record tells of as many sources, or destinations, as the router has.
+static bool tells_all(const soak_watch& watch, const ParentRecord& info, const char* what)
 {
-    const auto named = [](const auto& field) {
-        return field.first.ends_with(".name") && !field.second.empty();
-    };
-    if (!record.fields.empty() && !record.fields.begin()->first.ends_with(".name")) return;
-    const auto count = std::count_if(record.fields.begin(), record.fields.end(), named);
-    const bool whole = static_cast<std::size_t>(count) == watch.routes.destinations.size();
+    const auto found = info.fields.find(what);
+    return found != info.fields.end() &&
+           found->second == std::to_string(watch.routes.destinations.size());
+}
+
+static void take_info(soak_watch& watch, const ParentRecord& info, us_time_t now)
+{
     link_watch& link = watch.link;
-    learn(link, record.command == "inputs" ? link.knows_inputs : link.knows_outputs, whole, now);
+    learn(link, link.knows_inputs, tells_all(watch, info, "inputs"), now);
+    learn(link, link.knows_outputs, tells_all(watch, info, "outputs"), now);
+}
+
+// Every report of names holds all of them.
+static void take_names(link_watch& link, const ParentRecord& record)
+{
+    for (const auto& [name, value] : record.fields)
+        if (name.ends_with(".name") && value.empty())
+            (record.command == "inputs" ? link.knows_inputs : link.knows_outputs) = false;
+}
+
+// Reports of names and of routes share their command; when there are no names, it is of names.
+static bool holds_routes(const soak_watch& watch, const ParentRecord& record)
+{
+    return record.fields.empty() ? watch.link.knows_outputs
+                                 : !record.fields.begin()->first.ends_with(".name");
+}
+
+static void take_message(soak_watch& watch, const ParentRecord& record, us_time_t now)
+{
+    if (record.command == "info") take_info(watch, record, now);
+    if (record.command == "outputs" && holds_routes(watch, record))
+        take_reported_routes(watch, record, now);
+    else
+        take_names(watch.link, record);
 }
 
 void take_record(soak_watch& watch, const ParentRecord& record, us_time_t now)
 {
-    if (record.type != "reply") {
-        if (record.command == "outputs") take_reported_routes(watch, record, now);
-        if (record.command != "info") take_names(watch, record, now);
-        return;
-    }
+    if (record.type != "reply") return take_message(watch, record, now);
     const expected_reply* const expected = find_reply(watch.replies, record.id);
     const bool reached_router = expected != nullptr && expected->reaches_router;
     if (!note_proof_reply(watch.conduct, record.id, now) && reached_router)

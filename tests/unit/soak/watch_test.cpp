@@ -21,8 +21,9 @@ class Watch : public testing::Test {
         event("@ 0 connected client=1");
         diagnostics("<NOTE>Connection sucessful.");
         diagnostics("<DBG>Router finished returning levels, sources, destinations");
-        names("inputs", {{"i0.name", "CAM"}, {"i1.name", "VTR"}});
-        names("outputs", {{"o0.name", "MON"}, {"o1.name", "PGM"}});
+        message("info", {{"inputs", "2"}, {"outputs", "2"}});
+        message("inputs", {{"i0.name", "CAM"}, {"i1.name", "VTR"}});
+        message("outputs", {{"o0.name", "MON"}, {"o1.name", "PGM"}});
         told(0, 0);
         told(1, 1);
         pass(100 * SECOND);
@@ -48,7 +49,7 @@ class Watch : public testing::Test {
             {"outputs", "", "message", "", {{"o" + std::to_string(output) + ".input.all", input}}},
             now);
     }
-    void names(const std::string& command, const std::map<std::string, std::string>& fields)
+    void message(const std::string& command, const std::map<std::string, std::string>& fields)
     {
         take_record(watch, {command, "", "message", "", fields}, now);
     }
@@ -114,7 +115,7 @@ TEST_F(Watch, NoneIsNoRoute)
 
 TEST_F(Watch, NamesAreNoRoutes)
 {
-    names("outputs", {{"o0.name", "MON"}, {"o1.input.allx", "7"}});
+    message("outputs", {{"o0.name", "MON"}, {"o1.input.allx", "7"}});
     EXPECT_EQ(watch.reports.reported, 3U); // those of the beginning
 }
 
@@ -185,17 +186,16 @@ TEST_F(Watch, SpoiltNamesExcuseUntilTheNextConnection)
 
 TEST_F(Watch, MissingNamesExcuseUntilTheyAreKnownAgain)
 {
-    names("outputs", {{"o0.name", "MON"}});
+    for (const char* count : {"1", "0"}) {
+        message("info", {{"inputs", "2"}, {"outputs", count}});
+        told(0, 1);
+        pass(60 * SECOND);
+    }
+    message("outputs", {}); // names
+    message("info", {{"inputs", "1"}, {"outputs", "2"}});
     told(0, 1);
     pass(60 * SECOND);
-    names("outputs", {{"o0.name", "MON"}, {"o1.name", ""}});
-    told(0, 1);
-    pass(60 * SECOND);
-    names("inputs", {});
-    names("outputs", {{"o0.name", "MON"}, {"o1.name", "PGM"}});
-    told(0, 1);
-    pass(60 * SECOND);
-    names("inputs", {{"i0.name", "CAM"}, {"i1.name", "VTR"}});
+    message("info", {{"inputs", "2"}, {"outputs", "2"}});
     told(0, 0); // on its way since before
     pass(60 * SECOND);
     EXPECT_THAT(watch.faults, IsEmpty());
@@ -203,6 +203,21 @@ TEST_F(Watch, MissingNamesExcuseUntilTheyAreKnownAgain)
     pass(60 * SECOND);
     EXPECT_THAT(watch.faults,
                 testing::Contains("told, but never shown by the router: output 0 input 1"));
+}
+
+TEST_F(Watch, PositionWithoutNameExcuses)
+{
+    message("inputs", {{"i0.name", "CAM"}, {"i1.name", ""}});
+    told(0, 1);
+    pass(60 * SECOND);
+    EXPECT_THAT(watch.faults, IsEmpty());
+}
+
+TEST_F(Watch, EmptyReportIsAFault)
+{
+    message("outputs", {});
+    pass(30 * SECOND);
+    EXPECT_THAT(watch.faults, ElementsAre("a report is not what was accepted: "));
 }
 
 TEST_F(Watch, TimedOutNamesExcuseUntilTheNextConnection)
