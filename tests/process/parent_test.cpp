@@ -36,6 +36,15 @@ TEST_F(Parent, HearsInfoFirst)
                                                  "<DBG>Changing number of outputs to 3"));
 }
 
+TEST_F(Parent, HearsNothingElseUnasked)
+{
+    start("");
+    say("*COMMAND=dance\n*TYPE=command");
+    ASSERT_TRUE(until(
+        [this] { return !backend.records.empty() && backend.records.back().command == "dance"; }));
+    EXPECT_EQ(backend.records.size(), 2U);
+}
+
 TEST_F(Parent, RecordMayComeInPieces)
 {
     start("");

@@ -216,6 +216,19 @@ TEST_F(ChannelOutput, DoesNotGrowForAParentThatIsAlwaysALittleBehind)
     EXPECT_EQ(heard.substr(998'000), "a=" + value + "\n\n");
 }
 
+// Such a parent never lets the output become empty.
+TEST_F(ChannelOutput, DoesNotGrowForAParentThatIsAlwaysBehind)
+{
+    force_result(SystemCall::Write, STDOUT_FILENO, -1, EAGAIN);
+    send_field("a", std::string(100'000, 'x'));
+    for (int i = 0; i < 100; ++i) {
+        limit_next_write(SystemCall::Write, STDOUT_FILENO, 20'004);
+        send_field("a", std::string(20'000, 'x'));
+        EXPECT_EQ(parent_hears().size(), 20'004U);
+        ASSERT_LT(parent_output.size(), 250'000U);
+    }
+}
+
 TEST_F(ChannelOutput, ArrivesWholeHoweverThePipeTakesIt)
 {
     EXPECT_TRUE(rc::check([this](const std::vector<std::string>& values) {

@@ -80,6 +80,14 @@ TEST_F(DiscoveryRequests, FollowTheDiscardOfStaleInput)
     EXPECT_EQ(fake_now_us, DEADLINE + 30'000);
 }
 
+TEST_F(DiscoveryRequests, FollowAfterSixSecondsOfStaleInput)
+{
+    router_rx_queue.assign(600, received("NQ", {"L", "1", "Old", "0", "x"}));
+    router_rx_queue.push_back(received("KB", {"N", "New"}));
+    run_discovery();
+    EXPECT_EQ(device_model, "New");
+}
+
 TEST_F(DiscoveryRequests, LeaveToTheCollectionWhatComesInTheLastPauseOfTheDiscard)
 {
     router_says("KB", {"N", "Old"});
