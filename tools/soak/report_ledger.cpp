@@ -44,6 +44,7 @@ static std::set<std::size_t> cuts_behind(const report_ledger& ledger, const rout
     return ends;
 }
 
+// Ends at a report that is not what was accepted, which stays the first.
 static void match_reports(report_ledger& ledger, us_time_t now)
 {
     for (; !ledger.reports.empty(); ledger.reports.pop_front()) {
@@ -105,7 +106,7 @@ std::string take_report_fault(report_ledger& ledger, us_time_t now)
     match_reports(ledger, now);
     std::string fault;
     const std::size_t waiting = *ledger.cuts.rbegin();
-    if (!ledger.reports.empty() && now - ledger.reports.front().when > LONGEST_LAG_US) {
+    if (!ledger.reports.empty() && now - ledger.reports.front().when >= REPORT_SETTLES_US) {
         fault = "a report is not what was accepted: " + report_text(ledger.reports.front());
         if (waiting < ledger.changes.size())
             fault += "; accepted next: " + route_text(ledger.changes[waiting].destination,

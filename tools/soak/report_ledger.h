@@ -16,12 +16,12 @@
 
 #include "common/clock.h"
 
-// How long one side may be ahead of the other: a status request keeps a report waiting for 13 s.
+// How long a report may wait for a status request, which lasts 13 s at most.
 constexpr us_time_t LONGEST_LAG_US = 20'000'000;
 // After a new beginning, reports of what went before are passed over for so long.
 constexpr us_time_t FORGOTTEN_LASTS_US = 3'000'000;
 // A report is judged so long after it was seen, when every change before it has been seen as well.
-constexpr us_time_t REPORT_SETTLES_US = 2'000'000;
+constexpr us_time_t REPORT_SETTLES_US = 4'000'000;
 // In a flood, too many cuts are possible to follow.
 constexpr std::size_t MOST_OPEN_CHANGES = 1000;
 
