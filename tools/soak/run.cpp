@@ -187,7 +187,8 @@ static void end_backend(soak_run& run)
 
 static int finish(soak_run& run)
 {
-    if (run.router_ended) note_fault(run.watch, "the simulated router ended");
+    // The keyboard's signal ends the router as well.
+    if (run.router_ended && interrupted == 0) note_fault(run.watch, "the simulated router ended");
     note_fault(run.watch, growth_fault(run.samples));
     const soak_result result = result_of(run);
     const std::filesystem::path folder = run.options.output_folder;
