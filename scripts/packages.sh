@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Installs the Debian packages that the commands of this project need. Sourced by ./run and ./test.
+# Installs the Debian packages that the commands of this project need. Sourced by them.
 
 # install_missing PACKAGE... : installs those that are not there; ends the script when it cannot.
 install_missing() {
@@ -40,7 +40,12 @@ install_valgrind_packages() {
     install_missing valgrind
 }
 
-# The compiler that has libFuzzer, and its runtime.
+# The compiler that has libFuzzer, its runtime, and the check of what is compiled with them.
 install_fuzz_packages() {
-    install_missing clang-14 libclang-rt-14-dev
+    install_missing clang-14 libclang-rt-14-dev clang-tidy
+}
+
+# The quickest linker: every mutant is linked anew.
+install_mutation_packages() {
+    install_missing lld
 }
