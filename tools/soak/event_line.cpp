@@ -22,13 +22,20 @@ std::optional<event_line> parse_event(std::string_view line)
     return event;
 }
 
-std::optional<int> position_value(const event_line& event, const std::string& key)
+std::optional<int> number_value(const event_line& event, const std::string& key)
 {
     const auto found = event.values.find(key);
     if (found == event.values.end()) return std::nullopt;
     const std::string& text = found->second;
-    int index = 0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), index);
-    if (result.ec != std::errc() || index < 1) return std::nullopt;
-    return index - 1;
+    int number = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (result.ec != std::errc()) return std::nullopt;
+    return number;
+}
+
+std::optional<int> position_value(const event_line& event, const std::string& key)
+{
+    const auto index = number_value(event, key);
+    if (!index || *index < 1) return std::nullopt;
+    return *index - 1;
 }

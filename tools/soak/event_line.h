@@ -15,5 +15,8 @@ struct event_line {
 // Nothing when the line is no event.
 std::optional<event_line> parse_event(std::string_view line);
 
+// The decimal number that the value of this key begins with.
+std::optional<int> number_value(const event_line& event, const std::string& key);
+
 // A decimal router index under this key, as the position from 0 of a router that counts from 1.
 std::optional<int> position_value(const event_line& event, const std::string& key);

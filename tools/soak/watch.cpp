@@ -31,16 +31,10 @@ void note_fault(soak_watch& watch, const std::string& fault)
     if (watch.faults.size() < FAULTS_TOLD) watch.faults.push_back(fault);
 }
 
-static int client_of(const event_line& event, int otherwise)
-{
-    const auto found = event.values.find("client");
-    return found == event.values.end() ? otherwise : std::stoi(found->second);
-}
-
 // A fault of a connection ends with it, at the latest; 0 stands for all connections.
 static void take_lasting(soak_watch& watch, const event_line& event)
 {
-    const int client = client_of(event, 0);
+    const int client = number_value(event, "client").value_or(0);
     const bool of_all = event.what == "refuse" || event.what == "ignore";
     if (event.what == "gone")
         std::erase_if(watch.lasting, [client](const auto& each) { return each.second == client; });
@@ -54,11 +48,12 @@ static void take_disturbance(soak_watch& watch, const event_line& event, us_time
 {
     note_disturbance(watch.routes, now);
     take_lasting(watch, event);
-    if (event.what == "connected") watch.link.client = client_of(event, watch.link.client);
+    if (event.what == "connected")
+        watch.link.client = number_value(event, "client").value_or(watch.link.client);
     const auto request = event.values.find("request");
     if (request != event.values.end() && request->second.starts_with("\"QN") &&
         event.what != "cut") // which only takes time
-        watch.link.misled = client_of(event, watch.link.client);
+        watch.link.misled = number_value(event, "client").value_or(watch.link.client);
 }
 
 void take_event(soak_watch& watch, const event_line& event, us_time_t now)
@@ -68,7 +63,8 @@ void take_event(soak_watch& watch, const event_line& event, us_time_t now)
     const auto source = position_value(event, "source");
     if (event.what == "take" && destination && source) {
         router_shows(watch.routes, *destination, *source, now);
-        if (event.values.at("by").starts_with("client"))
+        const auto by = event.values.find("by");
+        if (by != event.values.end() && by->second.starts_with("client"))
             note_take(watch.conduct, *destination, *source);
         return;
     }

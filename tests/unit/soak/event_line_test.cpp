@@ -37,6 +37,15 @@ TEST(EventLine, PassesOverOtherLines)
         EXPECT_FALSE(parse_event(line)) << line;
 }
 
+TEST(EventLine, NumbersAreDecimal)
+{
+    const auto event = parse_event("@ 1 reset client=12 source=x by=99999999999");
+    ASSERT_TRUE(event);
+    EXPECT_EQ(number_value(*event, "client"), 12);
+    for (const char* key : {"source", "by", "destination"})
+        EXPECT_EQ(number_value(*event, key), std::nullopt) << key;
+}
+
 TEST(EventLine, PositionsCountFromZero)
 {
     const auto event = parse_event("@ 1 take destination=1 source=x by=0");
