@@ -24,7 +24,7 @@ static int run_program(int argument_count, const char* const* arguments)
         ->type_name("FOLDER");
     app.footer(
         "Exit status: 0 when nothing was lost and nothing grew, 1 otherwise, 2 when it could "
-        "not start.\nSIGINT and SIGTERM end the run early; it is judged as usual.");
+        "not start.\nSIGINT and SIGTERM end the run early; what is open then is not judged.");
     try {
         app.parse(argument_count, arguments);
     } catch (const CLI::ParseError& error) {
