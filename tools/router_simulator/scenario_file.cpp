@@ -179,7 +179,7 @@ static void read_fault(step_reader& reader)
 {
     const std::string name = read_text(reader.from, "fault");
     const std::optional<fault_kind> kind = fault_named(name);
-    if (!kind) refuse_key(reader.from, "fault", "one that there is: \"" + name + "\"");
+    if (!kind) refuse(line_of(reader.from, "fault"), "unknown fault \"" + name + "\"");
     reader.step.fault = *kind;
     if (concerns_reply(*kind) && reader.step.trigger != trigger_kind::request)
         refuse(reader.from.line, "\"request\" is missing, \"" + name + "\" is of a reply");

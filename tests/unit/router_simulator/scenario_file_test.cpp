@@ -176,7 +176,7 @@ INSTANTIATE_TEST_SUITE_P(
                    "2: a second trigger, only one can be"},
         wrong_step{"NoFault", "\n\"at\": 1", "2: \"fault\" is missing"},
         wrong_step{"UnknownFault", "\"at\": 1,\n\"fault\": \"loose\"",
-                   "3: \"fault\" is not one that there is: \"loose\""},
+                   "3: unknown fault \"loose\""},
         wrong_step{"FaultNoText", R"("at": 1, "fault": 5)", "2: \"fault\" is not a text"},
         wrong_step{"ReplyFaultWithoutRequest", R"("at": 1, "fault": "lose")",
                    "2: \"request\" is missing, \"lose\" is of a reply"},
