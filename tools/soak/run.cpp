@@ -1,5 +1,6 @@
 #include "soak/run.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -18,6 +19,7 @@ constexpr us_time_t SECOND = 1'000'000;
 constexpr us_time_t LONGEST_SETTLING_US = 180 * SECOND;
 constexpr us_time_t LONGEST_END_US = 20 * SECOND; // a status request is finished first
 constexpr us_time_t CHECK_US = SECOND / 10;
+constexpr us_time_t MOST_SAMPLES = 600; // more than the picture can show
 
 struct soak_run {
     soak_options options;
@@ -120,7 +122,8 @@ static void check(soak_run& run, us_time_t now)
     tell_faults(run);
     if (now >= run.next_sample) {
         take_sample(run);
-        run.next_sample = now + SECOND;
+        run.next_sample =
+            now + std::max<us_time_t>(SECOND, run.options.seconds * SECOND / MOST_SAMPLES);
     }
     if (now >= run.next_line) {
         std::printf("%s\n", progress_line(result_of(run)).c_str());
