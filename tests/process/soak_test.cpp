@@ -14,23 +14,24 @@ class Soak : public ProcessTest {
     int status = -1;
 
     // Runs it on these lines of a router.
-    void run(const std::string& lines, const std::string& seconds)
+    void run(const std::string& lines, const std::string& seconds,
+             const std::string& program = backend_program())
     {
         descriptor_pair input = pipe_to_child();
         descriptor_pair output = pipe_from_child();
         descriptor_pair errors = pipe_from_child();
-        child_process program;
-        start_child(program,
-                    {SOAK_PROGRAM, "--seconds", seconds, "--backend", BACKEND_PROGRAM, "--output",
-                     directory.path},
-                    {input.childs.number, output.childs.number, errors.childs.number});
+        child_process soak;
+        start_child(
+            soak,
+            {SOAK_PROGRAM, "--seconds", seconds, "--backend", program, "--output", directory.path},
+            {input.childs.number, output.childs.number, errors.childs.number});
         input.childs.reset();
         output.childs.reset();
         errors.childs.reset();
         write_all(input.ours.number, lines);
         printed = read_to_end(output.ours.number);
         complaints = read_to_end(errors.ours.number);
-        status = status_at_end(program);
+        status = status_at_end(soak);
     }
 
     void run_on_simulator(const std::string& events)
@@ -48,6 +49,14 @@ TEST_F(Soak, LossIsFoundOut)
     EXPECT_THAT(printed, HasSubstr("FAULT: changed by the router, unknown to the parent after "
                                    "three undisturbed queries: output 2 input 8, told 2\n"));
     EXPECT_THAT(printed, HasSubstr("faults: FAILED\n"));
+    EXPECT_EQ(status, 1);
+}
+
+TEST_F(Soak, BackendThatEndsEarlyIsAFault)
+{
+    run("Listening on 127.0.0.1:1\n", "60", "/bin/true");
+    EXPECT_THAT(printed, HasSubstr("FAULT: the backend ended by itself\n"
+                                   "FAULT: the backend never reached the router\n"));
     EXPECT_EQ(status, 1);
 }
 

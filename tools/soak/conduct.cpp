@@ -46,7 +46,7 @@ static void send_flood(parent_conduct& conduct, const parent_tools& tools, int c
 // what it will ever meet.
 static void begin_busy_phase(parent_conduct& conduct, const parent_tools& tools, us_time_t now)
 {
-    random_source& random = conduct.random;
+    std::mt19937_64& random = conduct.random;
     const bool worst = ++conduct.busy_phases == 2;
     const auto length = static_cast<us_time_t>(draw(random, 4, 12)) * SECOND;
     conduct.phase_ends = now + length;

@@ -29,7 +29,7 @@ struct proof_take {
 };
 
 struct parent_conduct {
-    random_source random;
+    std::mt19937_64 random;
     std::string port; // the router's
     std::uint64_t last_id = 0;
     bool calm = false;

@@ -63,15 +63,15 @@ static std::string kib_text(double kib)
 
 std::string growth_fault(const std::vector<cost_sample>& samples)
 {
-    const double heap = measure_growth(samples, &process_cost::heap_kib).growth_kib;
-    const double pss = measure_growth(samples, &process_cost::pss_kib).growth_kib;
+    const double heap = measure_growth(samples, &process_cost::heap_kib).growth;
+    const double pss = measure_growth(samples, &process_cost::pss_kib).growth;
     const bool is_short = samples.empty() || samples.back().seconds < SHORT_RUN_SECONDS;
     if (heap > (is_short ? ALLOWED_IN_SHORT_RUN_KIB : ALLOWED_HEAP_KIB))
         return "the heap has grown by " + kib_text(heap);
     if (pss > (is_short ? ALLOWED_IN_SHORT_RUN_KIB : ALLOWED_PSS_KIB))
         return "memory has grown by " + kib_text(pss);
     const growth_figures descriptors = measure_growth(samples, &process_cost::descriptors);
-    if (descriptors.growth_kib > 1) return "the number of open descriptors has grown";
+    if (descriptors.growth > 1) return "the number of open descriptors has grown";
     return "";
 }
 

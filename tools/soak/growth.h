@@ -13,8 +13,8 @@ struct cost_sample {
 };
 
 struct growth_figures {
-    double slope_kib_per_hour = 0; // of the line through the samples behind the first quarter
-    double growth_kib = 0;         // from the median of the second quarter to that of the last
+    double slope_per_hour = 0; // of the line through the samples behind the first quarter
+    double growth = 0;         // from the median of the second quarter to that of the last
 };
 
 // Of one of the counts. All 0 with fewer than eight samples.

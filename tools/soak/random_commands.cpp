@@ -6,15 +6,15 @@ constexpr int PORTS = 70; // a few more than the router has
 constexpr int LONGEST_WORD = 40;
 constexpr int LONGEST_VALUE = 50'000; // now and then
 
-int draw(random_source& random, int least, int most)
+int draw(std::mt19937_64& random, int least, int most)
 {
     const auto count = static_cast<std::uint64_t>(most - least) + 1;
-    return least + static_cast<int>(random.generator() % count);
+    return least + static_cast<int>(random() % count);
 }
 
-bool chance(random_source& random, double probability)
+bool chance(std::mt19937_64& random, double probability)
 {
-    return static_cast<double>(random.generator() >> 11) * 0x1p-53 < probability;
+    return static_cast<double>(random() >> 11) * 0x1p-53 < probability;
 }
 
 static std::string record(const std::string& id, const std::string& lines)
@@ -66,7 +66,7 @@ parent_command set_setting(const std::string& name, const std::string& value)
 }
 
 // Any bytes but those that end a line or are taken out of it.
-static std::string random_word(random_source& random, int longest)
+static std::string random_word(std::mt19937_64& random, int longest)
 {
     std::string word;
     for (int left = draw(random, 1, longest); left > 0; --left) {
@@ -76,7 +76,7 @@ static std::string random_word(random_source& random, int longest)
     return word;
 }
 
-static parent_command unknown_command(random_source& random, const std::string& id)
+static parent_command unknown_command(std::mt19937_64& random, const std::string& id)
 {
     const std::string word = random_word(random, LONGEST_WORD);
     const bool message = chance(random, 0.5);
@@ -88,7 +88,7 @@ static parent_command unknown_command(random_source& random, const std::string& 
             .error = message ? "Message " + word + " ignored" : "Unknown command " + word};
 }
 
-static parent_command unknown_report(random_source& random, const std::string& id)
+static parent_command unknown_report(std::mt19937_64& random, const std::string& id)
 {
     parent_command command = report(id, "x" + random_word(random, LONGEST_WORD));
     command.command = "report";
@@ -96,7 +96,7 @@ static parent_command unknown_report(random_source& random, const std::string& i
     return command;
 }
 
-static parent_command unanswered_record(random_source& random, const std::string& id)
+static parent_command unanswered_record(std::mt19937_64& random, const std::string& id)
 {
     parent_command command = unknown_command(random, id);
     command.bytes = record(id, "*COMMAND=route output\n*TYPE=reply\nqueue=flush");
@@ -104,7 +104,7 @@ static parent_command unanswered_record(random_source& random, const std::string
     return command;
 }
 
-static parent_command odd_route(random_source& random, const std::string& id)
+static parent_command odd_route(std::mt19937_64& random, const std::string& id)
 {
     constexpr std::array<const char*, 5> odd = {"queue=add\nto output=x", "queue=", "to output=3",
                                                 "queue=add\nto output=-1\nfrom input=2",
@@ -113,13 +113,13 @@ static parent_command odd_route(random_source& random, const std::string& id)
 }
 
 // None of these is one that the backend has.
-static parent_command random_setting(random_source& random)
+static parent_command random_setting(std::mt19937_64& random)
 {
     constexpr std::array<const char*, 4> names = {"Port", "ip", "in puts", ""};
     return set_setting(names[static_cast<std::size_t>(draw(random, 0, 3))], "4");
 }
 
-parent_command random_quiet_command(random_source& random, const std::string& id)
+parent_command random_quiet_command(std::mt19937_64& random, const std::string& id)
 {
     const int kind = draw(random, 1, 100);
     if (kind <= 40) return add_route(id, draw(random, 0, PORTS), draw(random, 0, PORTS));
@@ -132,12 +132,12 @@ parent_command random_quiet_command(random_source& random, const std::string& id
     return unknown_command(random, id);
 }
 
-parent_command random_command(random_source& random, const std::string& id)
+parent_command random_command(std::mt19937_64& random, const std::string& id)
 {
     return chance(random, 0.15) ? flush_routes(id) : random_quiet_command(random, id);
 }
 
-parent_command random_flood_command(random_source& random, const std::string& id)
+parent_command random_flood_command(std::mt19937_64& random, const std::string& id)
 {
     return chance(random, 0.04) ? query_outputs(id) : random_command(random, id);
 }

@@ -6,13 +6,9 @@
 #include <random>
 #include <string>
 
-struct random_source {
-    std::mt19937_64 generator;
-};
-
 // Evenly from both ends inclusive; the same from the same seed on every system.
-int draw(random_source& random, int least, int most);
-bool chance(random_source& random, double probability);
+int draw(std::mt19937_64& random, int least, int most);
+bool chance(std::mt19937_64& random, double probability);
 
 struct parent_command {
     std::string bytes;           // the record, with its empty line
@@ -28,8 +24,8 @@ parent_command query_outputs(const std::string& id);
 parent_command set_setting(const std::string& name, const std::string& value);
 
 // One that never reaches the router.
-parent_command random_quiet_command(random_source& random, const std::string& id);
+parent_command random_quiet_command(std::mt19937_64& random, const std::string& id);
 // As well flushes, but no query of all outputs: that would soon put right whatever was lost.
-parent_command random_command(random_source& random, const std::string& id);
+parent_command random_command(std::mt19937_64& random, const std::string& id);
 // Any.
-parent_command random_flood_command(random_source& random, const std::string& id);
+parent_command random_flood_command(std::mt19937_64& random, const std::string& id);

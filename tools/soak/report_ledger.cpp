@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "soak/route_ledger.h"
+
 // Adds the places where the report may end that begins at `begin`.
 static void add_ends(const report_ledger& ledger, const routing_report& report, std::size_t begin,
                      std::set<std::size_t>& ends)
@@ -54,6 +56,7 @@ static void match_reports(report_ledger& ledger, us_time_t now)
         if (ends.empty()) continue; // of what has been forgotten
         ledger.cuts = std::move(ends);
         ledger.aligned = true;
+        ++ledger.judged;
     }
     drop_settled(ledger);
 }
@@ -67,6 +70,7 @@ void take_accepted(report_ledger& ledger, int destination, int source, us_time_t
 void take_reported(report_ledger& ledger, const std::map<int, int>& routes, us_time_t now)
 {
     ledger.reported += routes.size();
+    ++ledger.reports_seen;
     if (now >= ledger.resumes) ledger.reports.push_back({routes, now});
 }
 
@@ -85,11 +89,6 @@ void forget_reports(report_ledger& ledger, us_time_t now)
     ledger.cuts = {0};
     ledger.aligned = false;
     ledger.resumes = now + FORGOTTEN_LASTS_US;
-}
-
-static std::string route_text(int destination, int source)
-{
-    return "output " + std::to_string(destination) + " input " + std::to_string(source);
 }
 
 static std::string report_text(const routing_report& report)

@@ -44,6 +44,8 @@ struct report_ledger {
     us_time_t resumes = 0;               // until then reports are passed over
     std::uint64_t accepted = 0;
     std::uint64_t reported = 0;
+    std::uint64_t reports_seen = 0;
+    std::uint64_t judged = 0; // of these; the rest was passed over
 };
 
 void take_accepted(report_ledger& ledger, int destination, int source, us_time_t now);

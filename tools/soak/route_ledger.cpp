@@ -99,7 +99,7 @@ bool all_known(const route_ledger& ledger)
                        [](const destination_state& state) { return state.known; });
 }
 
-static std::string route_text(int destination, int source)
+std::string route_text(int destination, int source)
 {
     return "output " + std::to_string(destination) + " input " + std::to_string(source);
 }

@@ -17,6 +17,9 @@ constexpr us_time_t POLLING_MUST_SHOW_US = 5'000'000; // a dozen cycles
 constexpr us_time_t DISTURBANCE_LASTS_US = 1'000'000;
 constexpr int QUERIES_THAT_MAY_FAIL = 2;
 
+// "output 3 input 5", as faults name a route.
+std::string route_text(int destination, int source);
+
 struct shown_route {
     int source = -1;
     us_time_t since = 0;

@@ -180,6 +180,8 @@ static void settle(soak_run& run)
 
 static void end_backend(soak_run& run)
 {
+    // The keyboard's signal ends the backend as well.
+    if (run.backend.ended && interrupted == 0) note_fault(run.watch, "the backend ended by itself");
     end_input(run.backend);
     const us_time_t end = now_us() + LONGEST_END_US;
     while (!run.backend.ended && now_us() < end)
@@ -188,19 +190,35 @@ static void end_backend(soak_run& run)
         note_fault(run.watch, "the backend " + describe_end(run.backend));
 }
 
+// A run in which hardly anything happened proves nothing.
+static void judge_measuring(soak_run& run)
+{
+    if (run.watch.link.connections == 0)
+        note_fault(run.watch, "the backend never reached the router");
+    if (run.samples.empty()) note_fault(run.watch, "the memory could not be measured");
+}
+
+static bool write_files(const soak_run& run, const soak_result& result)
+{
+    const std::filesystem::path folder = run.options.output_folder;
+    std::ofstream json(folder / "soak.json");
+    json << summary_json(result);
+    std::ofstream plot(folder / "soak.svg");
+    write_plot(plot, run.samples, run.reconnections);
+    return json.flush() && plot.flush();
+}
+
 static int finish(soak_run& run)
 {
     // The keyboard's signal ends the router as well.
     if (run.router_ended && interrupted == 0) note_fault(run.watch, "the simulated router ended");
+    judge_measuring(run);
     note_fault(run.watch, growth_fault(run.samples));
     const soak_result result = result_of(run);
-    const std::filesystem::path folder = run.options.output_folder;
-    std::ofstream(folder / "soak.json") << summary_json(result);
-    std::ofstream plot(folder / "soak.svg");
-    write_plot(plot, run.samples, run.reconnections);
-    std::printf("\n%s%s and soak.json are in %s\n", summary_text(result).c_str(), "soak.svg",
-                folder.c_str());
-    return run.watch.faults.empty() ? 0 : 1;
+    const bool written = write_files(run, result);
+    std::printf("\n%ssoak.svg and soak.json %s %s\n", summary_text(result).c_str(),
+                written ? "are in" : "cannot be written to", run.options.output_folder.c_str());
+    return written && run.watch.fault_count == 0 ? 0 : 1;
 }
 
 static bool start(soak_run& run)
@@ -223,7 +241,7 @@ int run_soak(const soak_options& options)
 {
     soak_run run;
     run.options = options;
-    run.watch.conduct.random.generator.seed(options.seed);
+    run.watch.conduct.random.seed(options.seed);
     run.watch.conduct.port = read_port();
     run.watch.routes = make_route_ledger(DESTINATIONS, now_us());
     if (run.watch.conduct.port.empty()) {

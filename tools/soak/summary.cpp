@@ -39,8 +39,8 @@ static void add_growth(std::ostream& text, const char* what,
 {
     const growth_figures figures = measure_growth(samples, count);
     text << "  " << what << "  " << sparkline(samples, count) << "  slope "
-         << std::lround(figures.slope_kib_per_hour) << " KiB/h, growth "
-         << std::lround(figures.growth_kib) << " KiB\n";
+         << std::lround(figures.slope_per_hour) << " KiB/h, growth " << std::lround(figures.growth)
+         << " KiB\n";
 }
 
 static void add_table(std::ostream& text, const char* title,
@@ -65,6 +65,8 @@ std::string summary_text(const soak_result& result)
     add_count(text, "  known after a disturbance", watch.routes.known_by_query);
     add_count(text, "route changes accepted by the backend", watch.reports.accepted);
     add_count(text, "routes reported to the parent", watch.reports.reported);
+    add_count(text, "  in reports", watch.reports.reports_seen);
+    add_count(text, "  held against what was accepted", watch.reports.judged);
     add_count(text, "undisturbed queries of all outputs", watch.conduct.proved_queries);
     add_count(text, "undisturbed takes, all made and reported", watch.conduct.proved_takes);
     add_count(text, "connections", watch.link.connections);
@@ -84,7 +86,7 @@ static nlohmann::json growth_json(const std::vector<cost_sample>& samples,
                                   std::uint64_t process_cost::*count)
 {
     const growth_figures figures = measure_growth(samples, count);
-    return {{"slope_kib_per_hour", figures.slope_kib_per_hour}, {"growth_kib", figures.growth_kib}};
+    return {{"slope_kib_per_hour", figures.slope_per_hour}, {"growth_kib", figures.growth}};
 }
 
 std::string summary_json(const soak_result& result)
@@ -100,6 +102,9 @@ std::string summary_json(const soak_result& result)
                                  {"known_after_disturbance", watch.routes.known_by_query},
                                  {"accepted", watch.reports.accepted},
                                  {"reported", watch.reports.reported},
+                                 {"reports", watch.reports.reports_seen},
+                                 {"reports_judged", watch.reports.judged},
+                                 {"descriptors", last_cost(result).descriptors},
                                  {"undisturbed_queries", watch.conduct.proved_queries},
                                  {"undisturbed_takes", watch.conduct.proved_takes},
                                  {"connections", watch.link.connections},

@@ -15,7 +15,7 @@ static std::vector<cost_sample> samples_of(int count, const std::function<std::u
 TEST(Growth, SteadyMemoryDoesNotGrow)
 {
     const auto samples = samples_of(100, [](int i) { return i % 2 == 0 ? 100U : 104U; });
-    EXPECT_NEAR(measure_growth(samples, &process_cost::heap_kib).slope_kib_per_hour, 0, 50);
+    EXPECT_NEAR(measure_growth(samples, &process_cost::heap_kib).slope_per_hour, 0, 50);
     EXPECT_EQ(growth_fault(samples), "");
 }
 
@@ -24,8 +24,8 @@ TEST(Growth, StraightLineHasItsSlope)
     const auto samples =
         samples_of(100, [](int i) { return 1000U + 2 * static_cast<unsigned>(i); });
     const growth_figures figures = measure_growth(samples, &process_cost::heap_kib);
-    EXPECT_NEAR(figures.slope_kib_per_hour, 720, 0.01);
-    EXPECT_NEAR(figures.growth_kib, 100, 0.01);
+    EXPECT_NEAR(figures.slope_per_hour, 720, 0.01);
+    EXPECT_NEAR(figures.growth, 100, 0.01);
 }
 
 TEST(Growth, LeakIsFound)

@@ -11,7 +11,7 @@
 namespace {
 class RandomCommands : public BackendTest {
   protected:
-    random_source random;
+    std::mt19937_64 random;
 
     // What the backend writes in answer to the command: records as they stand.
     std::string answer_to(const parent_command& command)
@@ -67,9 +67,9 @@ TEST_F(RandomCommands, QuietOnesDoNotReachTheRouter)
 
 TEST_F(RandomCommands, AreTheSameFromTheSameSeed)
 {
-    random_source first{std::mt19937_64(7)};
-    random_source second{std::mt19937_64(7)};
-    random_source third{std::mt19937_64(8)};
+    std::mt19937_64 first(7);
+    std::mt19937_64 second(7);
+    std::mt19937_64 third(8);
     std::string one;
     std::string two;
     std::string three;
@@ -84,7 +84,7 @@ TEST_F(RandomCommands, AreTheSameFromTheSameSeed)
 
 TEST(RandomDraw, ReachesBothEndsAndNothingElse)
 {
-    random_source random;
+    std::mt19937_64 random;
     std::set<int> drawn;
     for (int i = 0; i < 1000; ++i)
         drawn.insert(draw(random, -1, 2));

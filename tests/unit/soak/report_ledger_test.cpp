@@ -41,6 +41,8 @@ TEST_F(ReportLedger, ReportOfEachChangeIsRight)
     EXPECT_EQ(fault_within(60), "");
     EXPECT_EQ(ledger.accepted, 3U);
     EXPECT_EQ(ledger.reported, 3U);
+    EXPECT_EQ(ledger.reports_seen, 2U);
+    EXPECT_EQ(ledger.judged, 2U);
     EXPECT_TRUE(ledger.changes.empty());
 }
 
@@ -141,6 +143,8 @@ TEST_F(ReportLedger, FindsItsPlaceAgainAfterForgetting)
     accepted(4, 6);
     EXPECT_EQ(fault_within(19), "");
     EXPECT_EQ(fault_within(5), "accepted but never reported: output 4 input 6");
+    EXPECT_EQ(ledger.reports_seen, 4U);
+    EXPECT_EQ(ledger.judged, 1U);
 }
 
 TEST_F(ReportLedger, FloodIsForgotten)
