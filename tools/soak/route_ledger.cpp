@@ -48,7 +48,8 @@ void router_shows(route_ledger& ledger, int destination, int source, us_time_t n
     destination_state* const state = find_state(ledger, destination);
     if (state == nullptr) return;
     state->shown.push_back({source, now});
-    while (now - state->shown.front().since > HISTORY_US && state->shown.size() > 2)
+    // Each was shown until the next one came.
+    while (state->shown.size() > 2 && now - state->shown[1].since > HISTORY_US)
         state->shown.pop_front();
     ++ledger.changes;
     become_unknown(ledger, *state, now);

@@ -94,6 +94,27 @@ TEST_F(RouteLedger, OutputBeyondTheRouterIsNeverShown)
               "told, but never shown by the router: output 4 input 1");
 }
 
+TEST_F(RouteLedger, WhatWasShownUntilJustNowMayBeTold)
+{
+    router_shows(ledger, 2, 3, quiet);
+    router_shows(ledger, 2, 0, quiet + 200 * SECOND);
+    router_shows(ledger, 2, 1, quiet + 201 * SECOND);
+    parent_is_told(ledger, 2, 3, quiet + 202 * SECOND);
+    parent_is_told(ledger, 2, 1, quiet + 202 * SECOND);
+    EXPECT_EQ(take_route_fault(ledger, quiet + 206 * SECOND), "");
+}
+
+TEST_F(RouteLedger, WhatWasShownLongAgoMayNotBeTold)
+{
+    router_shows(ledger, 2, 3, quiet);
+    for (const us_time_t later : {1U, 122U, 124U})
+        router_shows(ledger, 2, 0, quiet + later * SECOND);
+    parent_is_told(ledger, 2, 3, quiet + 124 * SECOND);
+    parent_is_told(ledger, 2, 0, quiet + 124 * SECOND);
+    EXPECT_EQ(take_route_fault(ledger, quiet + 128 * SECOND),
+              "told, but never shown by the router: output 2 input 3");
+}
+
 TEST_F(RouteLedger, FalseClaimMayBeToldButMustBePutRight)
 {
     router_claims(ledger, 2, 1, quiet);
