@@ -116,3 +116,29 @@ TEST_F(ScenarioFlood, ASetOfNamesIsKeptInBounds)
     ASSERT_EQ(router_inputs_info.size(), 1U);
     EXPECT_EQ(router_inputs_info[0].name, "CAM 1");
 }
+
+TEST_F(ScenarioFlood, ReportsWaitForAParentThatDoesNotReadForMinutes)
+{
+    start_session();
+    next_status_request = 0;
+    const us_time_t start = fake_now_us;
+    constexpr int REPORTS = 3000;
+    std::string expected;
+    for (int i = 0; i < REPORTS; ++i) {
+        const std::string source = std::to_string(i % 3 + 1);
+        at_us(start + 100'000U * static_cast<us_time_t>(i), [this, source] {
+            router_says("IQ", {"1", "0", "N", "N", source});
+        });
+        expected +=
+            "*COMMAND=outputs\n*TYPE=message\no0.input.all=" + std::to_string(i % 3) + "\n\n";
+    }
+    run_until(start + 300'000'000);
+    std::string heard;
+    for (std::string part = parent_hears(); !part.empty(); part = parent_hears()) {
+        heard += part;
+        run_passes(1);
+    }
+    EXPECT_EQ(heard, expected);
+    EXPECT_FALSE(parent_output_pending());
+    EXPECT_GE(router_fd, 0);
+}
