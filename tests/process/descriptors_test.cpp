@@ -1,6 +1,7 @@
 // What the backend's descriptors 0, 1 and 2 may be: each kind on the real program.
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <stdexcept>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -228,7 +229,8 @@ struct leaked_descriptors {
     {
         getrlimit(RLIMIT_NOFILE, &limit);
         const rlimit raised = {4096, limit.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &raised);
+        if (setrlimit(RLIMIT_NOFILE, &raised) != 0)
+            throw std::runtime_error("4096 descriptors are not allowed here");
         for (int i = 0; i < 2000; ++i)
             descriptors.emplace_back(dup(STDIN_FILENO));
     }

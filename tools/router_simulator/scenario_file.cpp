@@ -328,6 +328,8 @@ std::string read_scenario_file(scenario& plan, const std::string& path,
     std::ifstream file(path);
     if (!file) return path + ": cannot be opened: " + std::strerror(errno);
     std::ostringstream text;
+    errno = 0; // the streams tell an empty file and one that cannot be read by nothing else
     text << file.rdbuf();
+    if (errno != 0) return path + ": cannot be read: " + std::strerror(errno);
     return read_scenario(plan, text.str(), router, path);
 }

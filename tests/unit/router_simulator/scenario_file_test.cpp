@@ -156,10 +156,11 @@ TEST_F(ScenarioFile, TellsWhatIsWrongWithTheWhole)
               "FILE:2: \"seed\" stands here twice");
 }
 
-TEST_F(ScenarioFile, TellsOfAFileThatCannotBeOpened)
+TEST_F(ScenarioFile, TellsOfAFileThatCannotBeRead)
 {
     EXPECT_EQ(read_scenario_file(plan, "/nowhere/x.json", {}),
               "/nowhere/x.json: cannot be opened: No such file or directory");
+    EXPECT_EQ(read_scenario_file(plan, "/", {}), "/: cannot be read: Is a directory");
 }
 
 TEST_P(WrongStep, IsRefusedWithItsLineAndTheReason)
