@@ -74,14 +74,6 @@ void take_reported(report_ledger& ledger, const std::map<int, int>& routes, us_t
     if (now >= ledger.resumes) ledger.reports.push_back({routes, now});
 }
 
-void restart_lags(report_ledger& ledger, us_time_t now)
-{
-    for (accepted_change& change : ledger.changes)
-        change.when = now;
-    for (routing_report& report : ledger.reports)
-        report.when = now;
-}
-
 void forget_reports(report_ledger& ledger, us_time_t now)
 {
     ledger.changes.clear();

@@ -51,9 +51,6 @@ struct report_ledger {
 void take_accepted(report_ledger& ledger, int destination, int source, us_time_t now);
 void take_reported(report_ledger& ledger, const std::map<int, int>& routes, us_time_t now);
 
-// The parent itself did not read until now.
-void restart_lags(report_ledger& ledger, us_time_t now);
-
 // Judges nothing until a report can be told to be of changes since now.
 void forget_reports(report_ledger& ledger, us_time_t now);
 

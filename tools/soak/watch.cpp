@@ -1,5 +1,6 @@
 #include "soak/watch.h"
 
+#include <algorithm>
 #include <charconv>
 #include <optional>
 #include <string_view>
@@ -11,6 +12,7 @@ static const std::set<std::string> LASTING_FAULTS = {"silence", "stop reading", 
 
 // A report of wrong positions may still be on its way when the right names have come.
 constexpr us_time_t DOUBT_LASTS_US = 2'000'000;
+constexpr us_time_t LONGEST_PROMPT_WAIT_US = 1'000'000;
 
 static bool is_misled(const link_watch& link, us_time_t now)
 {
@@ -183,16 +185,22 @@ void take_diagnostics(soak_watch& watch, const std::string& line, us_time_t now)
         learn(link, link.up, true, now);
 }
 
+// Reports then come long after what they report.
+static bool backend_is_behind(const reply_ledger& replies, us_time_t now)
+{
+    return std::any_of(replies.open.begin(), replies.open.end(), [now](const auto& each) {
+        return now - each.second.sent > LONGEST_PROMPT_WAIT_US;
+    });
+}
+
 void judge(soak_watch& watch, bool reading, us_time_t now)
 {
     if (is_misled(watch.link, now) || !watch.lasting.empty() || !reading)
         note_disturbance(watch.routes, now);
-    if (is_misled(watch.link, now)) forget_reports(watch.reports, now);
+    if (!reading || is_misled(watch.link, now) || backend_is_behind(watch.replies, now))
+        forget_reports(watch.reports, now);
     note_fault(watch, judge_proofs(watch.conduct, watch.routes, now));
-    if (!reading) {
-        restart_lags(watch.reports, now);
-        return;
-    }
+    if (!reading) return;
     note_fault(watch, take_overdue_reply(watch.replies, now));
     note_fault(watch, take_report_fault(watch.reports, now));
     note_fault(watch, take_route_fault(watch.routes, now));

@@ -120,15 +120,6 @@ TEST_F(ReportLedger, RepeatedChangesMayBeCutAnywhere)
     EXPECT_TRUE(ledger.changes.empty());
 }
 
-TEST_F(ReportLedger, OwnPauseDoesNotCount)
-{
-    accepted(3, 5);
-    fault_within(15);
-    restart_lags(ledger, now);
-    EXPECT_EQ(fault_within(19), "");
-    EXPECT_NE(fault_within(5), "");
-}
-
 TEST_F(ReportLedger, FindsItsPlaceAgainAfterForgetting)
 {
     accepted(9, 9);

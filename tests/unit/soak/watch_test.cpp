@@ -254,6 +254,24 @@ TEST_F(Watch, LateReplyIsAFault)
     EXPECT_THAT(watch.faults, ElementsAre("no reply within 15 s: id 7, dance "));
 }
 
+TEST_F(Watch, ReportsOfABackendThatIsBehindAreNotJudged)
+{
+    expect_reply(watch.replies, "7", {"dance", "", false, now});
+    pass(2 * SECOND);
+    reported(0, "0"); // of a change before
+    take_record(watch, {"dance", "", "reply", "7", {}}, now);
+    pass(30 * SECOND);
+    EXPECT_THAT(watch.faults, IsEmpty());
+    reported(0, "0");
+    pass(30 * SECOND);
+    told(0, 0);
+    pass(30 * SECOND);
+    EXPECT_THAT(watch.faults, IsEmpty());
+    reported(0, "0");
+    pass(30 * SECOND);
+    EXPECT_THAT(watch.faults, ElementsAre("a report is not what was accepted: output 0 input 0"));
+}
+
 TEST_F(Watch, ParentThatDoesNotReadMissesNothing)
 {
     expect_reply(watch.replies, "7", {"dance", "", false, now});
