@@ -25,13 +25,14 @@ TEST_F(Backpressure, NoFrameIsTorn)
     start_simulator({"--sources", "8", "--destinations", "256", "--destination-base", "1",
                      "--receive-buffer", "2048", "--trace", "--scenario", scenario});
     start_on_simulator(backend);
-    ASSERT_NE(hear_line("o255.input.all=7"), "");
+    const std::string last_query = " > QI \"100\" \"0\"";
+    ASSERT_TRUE(until([&] { return simulator_lines(last_query) == 1; }));
     write_all(simulator.input.number, "do it\n");
     ASSERT_TRUE(until([this] { return simulator_lines(" stop reading client=1") == 1; }));
     const int reports = 100;
     for (int id = 1; id <= reports; ++id)
         say("*COMMAND=report\n*TYPE=command\nwhat=outputs\n*ID=" + std::to_string(id));
-    EXPECT_TRUE(until([&] { return simulator_lines(" > QI \"100\" \"0\"") == 1 + reports; }));
+    EXPECT_TRUE(until([&] { return simulator_lines(last_query) == 1 + reports; }));
     for (const char* output : {"1", "10", "FF"})
         EXPECT_EQ(simulator_lines(std::string(" > QI \"") + output + "\" \"0\""), 1 + reports);
     for (const std::string& line : simulator.lines)

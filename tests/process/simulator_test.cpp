@@ -112,8 +112,8 @@ TEST_F(Simulator, TwoBackendsSeeEachOthersTakes)
     start_simulator({"--destination-base", "1"});
     start_on_simulator(backend);
     start_on_simulator(second_backend);
-    ASSERT_NE(hear_line(backend, "o31.input.all=31"), "");
-    ASSERT_NE(hear_line(second_backend, "o31.input.all=31"), "");
+    ASSERT_NE(hear(backend, "inputs"), "");
+    ASSERT_NE(hear(second_backend, "inputs"), "");
     take(backend, 1, 20);
     EXPECT_NE(hear_line(backend, "o1.input.all=20"), "");
     EXPECT_NE(hear_line(second_backend, "o1.input.all=20"), "");
