@@ -1,0 +1,68 @@
+#include "bench/figure.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cmath>
+#include <random>
+
+constexpr int RESAMPLINGS = 1000;
+constexpr double SPREAD_LOW = 0.05;
+constexpr double SPREAD_HIGH = 0.95;
+
+static std::vector<double> resample(const std::vector<double>& values, std::mt19937_64& random)
+{
+    std::uniform_int_distribution<std::size_t> index(0, values.size() - 1);
+    std::vector<double> drawn(values.size());
+    std::generate(drawn.begin(), drawn.end(), [&] { return values[index(random)]; });
+    return drawn;
+}
+
+// Sides are drawn independently of each other. A draw whose floor is zero has no ratio.
+static std::vector<double> resampled_ratios(const paired_samples& samples, double quantile)
+{
+    std::mt19937_64 random;
+    std::vector<double> ratios;
+    for (int i = 0; i < RESAMPLINGS; ++i) {
+        const double ours = quantile_of(resample(samples.ours, random), quantile);
+        const double floor = quantile_of(resample(samples.floor, random), quantile);
+        if (floor > 0) ratios.push_back(ours / floor);
+    }
+    return ratios;
+}
+
+figure make_figure(const std::string& scenario, const std::string& measure, const std::string& unit,
+                   const paired_samples& samples, double quantile)
+{
+    figure made;
+    made.scenario = scenario;
+    made.measure = measure;
+    made.unit = unit;
+    made.ours = quantile_of(samples.ours, quantile);
+    if (samples.floor.empty()) return made;
+    made.floor = quantile_of(samples.floor, quantile);
+    const std::vector<double> ratios = resampled_ratios(samples, quantile);
+    if (*made.floor <= 0 || ratios.empty()) return made;
+    made.ratio = made.ours / *made.floor;
+    made.ratio_low = quantile_of(ratios, SPREAD_LOW);
+    made.ratio_high = quantile_of(ratios, SPREAD_HIGH);
+    return made;
+}
+
+bool meets_aim(const figure& figure)
+{
+    if (!figure.aim) return true;
+    if (!figure.ratio) return false;
+    return figure.direction == better::less ? *figure.ratio <= *figure.aim
+                                            : *figure.ratio >= *figure.aim;
+}
+
+double quantile_of(std::vector<double> values, double quantile)
+{
+    assert(!values.empty() && quantile >= 0 && quantile <= 1);
+    const double rank = quantile * static_cast<double>(values.size() - 1);
+    const auto below = values.begin() + static_cast<std::ptrdiff_t>(rank);
+    std::nth_element(values.begin(), below, values.end());
+    if (below + 1 == values.end()) return *below;
+    const double above = *std::min_element(below + 1, values.end());
+    return std::lerp(*below, above, rank - std::floor(rank));
+}
