@@ -28,8 +28,8 @@ install_build_packages() {
 }
 
 install_test_packages() {
-    install_missing libgtest-dev libgmock-dev librapidcheck-dev clang-format clang-tidy cppcheck \
-        shellcheck procps python3
+    install_missing libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev clang-format \
+        clang-tidy cppcheck shellcheck procps python3
 }
 
 install_coverage_packages() {
