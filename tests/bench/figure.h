@@ -21,14 +21,14 @@ struct figure {
     std::string measure;  // "p50"
     std::string unit;     // of ours and floor: "us", "KiB", "records/s", "calls"
     double ours = 0;
-    std::optional<double> floor;
+    std::optional<double> floor = std::nullopt;
     // With a floor above zero: ours / floor, and where it lies in 90 of 100 resamplings.
-    std::optional<double> ratio;
-    std::optional<double> ratio_low;
-    std::optional<double> ratio_high;
+    std::optional<double> ratio = std::nullopt;
+    std::optional<double> ratio_low = std::nullopt;
+    std::optional<double> ratio_high = std::nullopt;
     better direction = better::less;
     // Of the ratio: at most it, or at least it where more is better; none: reported only.
-    std::optional<double> aim;
+    std::optional<double> aim = std::nullopt;
 };
 
 // The quantile (0 to 1; 0.5 the median) of each side and their ratio; direction and aim are left

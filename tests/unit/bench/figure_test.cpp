@@ -100,8 +100,8 @@ TEST(Figure, HasNoSpreadWhereNothingVaries)
     EXPECT_EQ(made.ratio_high, 1.5);
 }
 
-// Of two coins each, one resampling in four has the lower value twice, and so on: 5 of 100 lie at
-// the lowest and the highest ratio.
+// One resampling in sixteen draws the lower value twice for one side and the higher twice for the
+// other.
 TEST(Figure, SpreadReachesWhatOneInTwentyResamplingsReaches)
 {
     const figure made = make_figure("take", "p50", "us", {{1, 3}, {1, 3}});
