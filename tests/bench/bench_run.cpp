@@ -1,0 +1,120 @@
+#include "bench/bench_run.h"
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sys/utsname.h>
+#include <thread>
+
+using json = nlohmann::ordered_json; // as it is read best, and changes least from run to run
+
+static std::string processor_name()
+{
+    std::ifstream file("/proc/cpuinfo");
+    for (std::string line; std::getline(file, line);)
+        if (line.rfind("model name", 0) == 0 && line.find(": ") != std::string::npos)
+            return line.substr(line.find(": ") + 2);
+    return "unknown";
+}
+
+machine_facts this_machine()
+{
+    utsname system = {};
+    uname(&system);
+    return {std::thread::hardware_concurrency(), processor_name(), system.release};
+}
+
+static void put(json& object, const char* key, const std::optional<double>& value)
+{
+    if (value) object[key] = *value;
+}
+
+static json figure_json(const figure& figure)
+{
+    json object = {{"scenario", figure.scenario},
+                   {"measure", figure.measure},
+                   {"unit", figure.unit},
+                   {"ours", figure.ours},
+                   {"better", figure.direction == better::less ? "less" : "more"}};
+    put(object, "floor", figure.floor);
+    put(object, "ratio", figure.ratio);
+    put(object, "ratio_low", figure.ratio_low);
+    put(object, "ratio_high", figure.ratio_high);
+    put(object, "aim", figure.aim);
+    return object;
+}
+
+static json table_json(const text_table& table)
+{
+    return {{"title", table.title}, {"columns", table.columns}, {"rows", table.rows}};
+}
+
+std::string run_json(const bench_run& run)
+{
+    json object = {{"commit", run.commit},
+                   {"machine",
+                    {{"cores", run.machine.cores},
+                     {"processor", run.machine.processor},
+                     {"kernel", run.machine.kernel}}},
+                   {"figures", json::array()},
+                   {"tables", json::array()}};
+    for (const figure& figure : run.figures)
+        object["figures"].push_back(figure_json(figure));
+    for (const text_table& table : run.tables)
+        object["tables"].push_back(table_json(table));
+    return object.dump(2, ' ', false, json::error_handler_t::replace) + "\n";
+}
+
+static std::optional<double> optional_number(const json& object, const char* key)
+{
+    if (!object.contains(key)) return std::nullopt;
+    return object.at(key).get<double>();
+}
+
+static figure figure_of(const json& object)
+{
+    figure figure;
+    object.at("scenario").get_to(figure.scenario);
+    object.at("measure").get_to(figure.measure);
+    object.at("unit").get_to(figure.unit);
+    object.at("ours").get_to(figure.ours);
+    figure.floor = optional_number(object, "floor");
+    figure.ratio = optional_number(object, "ratio");
+    figure.ratio_low = optional_number(object, "ratio_low");
+    figure.ratio_high = optional_number(object, "ratio_high");
+    figure.direction = object.at("better") == "more" ? better::more : better::less;
+    figure.aim = optional_number(object, "aim");
+    return figure;
+}
+
+static bench_run run_of(const json& object)
+{
+    bench_run run;
+    object.at("commit").get_to(run.commit);
+    const json& machine = object.at("machine");
+    machine.at("cores").get_to(run.machine.cores);
+    machine.at("processor").get_to(run.machine.processor);
+    machine.at("kernel").get_to(run.machine.kernel);
+    for (const json& figure : object.at("figures"))
+        run.figures.push_back(figure_of(figure));
+    for (const json& table : object.at("tables"))
+        run.tables.push_back({table.at("title").get<std::string>(),
+                              table.at("columns").get<std::vector<std::string>>(),
+                              table.at("rows").get<std::vector<std::vector<std::string>>>()});
+    return run;
+}
+
+std::optional<bench_run> load_run(const std::string& path, std::ostream& complaints)
+{
+    std::ifstream file(path);
+    if (!file) {
+        complaints << "There are no figures of a last run in " << path << ".\n";
+        return std::nullopt;
+    }
+    try {
+        return run_of(json::parse(file));
+    } catch (const json::exception& error) {
+        complaints << "Nothing is compared, for " << path << " is damaged: " << error.what()
+                   << "\n";
+        return std::nullopt;
+    }
+}

@@ -1,0 +1,38 @@
+// All that one run of the benchmarks has found, and the JSON file in which it is kept so that the
+// next run can be compared with it:
+//   {"commit": ..., "machine": {"cores": ..., "processor": ..., "kernel": ...},
+//    "figures": [{"scenario": ..., "measure": ..., "unit": ..., "ours": ..., "better": "less"}],
+//    "tables": [{"title": ..., "columns": [...], "rows": [[...]]}]}
+// A figure has "floor", "ratio", "ratio_low", "ratio_high" and "aim" where they are known.
+#pragma once
+
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "bench/figure.h"
+#include "bench/table.h"
+
+// What figures depend on, without anything that tells whose machine it is.
+struct machine_facts {
+    unsigned cores = 0;
+    std::string processor; // the model's name, "unknown" where the system tells none
+    std::string kernel;    // its release
+};
+
+struct bench_run {
+    std::string commit;
+    machine_facts machine;
+    std::vector<figure> figures;
+    std::vector<text_table> tables;
+};
+
+machine_facts this_machine();
+
+// Ends with a newline.
+std::string run_json(const bench_run& run);
+
+// The run kept in that file. Without the file, or when it is damaged, one line in `complaints`
+// says so and there is nothing to compare with.
+std::optional<bench_run> load_run(const std::string& path, std::ostream& complaints);
