@@ -29,7 +29,7 @@ install_build_packages() {
 
 install_test_packages() {
     install_missing libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev clang-format \
-        clang-tidy cppcheck shellcheck procps python3
+        clang-tidy cppcheck shellcheck procps python3 strace
 }
 
 install_coverage_packages() {

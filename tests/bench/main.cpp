@@ -1,0 +1,145 @@
+// The benchmarks as a program.
+#include <CLI/CLI.hpp>
+#include <array>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <unistd.h>
+
+#include "bench/bench_run.h"
+#include "bench/chart.h"
+#include "bench/scenarios/scenario.h"
+
+namespace {
+struct bench_options {
+    std::string programs;
+    std::string output_folder;
+    std::string last_run; // "": none
+    std::string commit;
+    std::vector<std::string> scenarios;
+    bool quick = false;
+};
+
+struct named_scenario {
+    const char* name;
+    findings (*measure)(const bench_plan& plan);
+};
+} // namespace
+
+constexpr std::array<named_scenario, 9> ALL_SCENARIOS = {{
+    {"take", measure_take},
+    {"commands", measure_commands},
+    {"status", measure_status},
+    {"discovery", measure_discovery},
+    {"report", measure_report},
+    {"start", measure_start},
+    {"memory", measure_memory},
+    {"fleet", measure_fleet},
+    {"pieces", measure_pieces},
+}};
+
+// On a terminal the line is written over and over.
+static void show_progress(const char* scenario, std::size_t done, std::size_t all)
+{
+    static const bool is_terminal = isatty(STDERR_FILENO) != 0;
+    if (is_terminal)
+        std::fprintf(stderr, "\r%-10s %zu of %zu %s", scenario, done, all, done == all ? "\n" : "");
+    else if (done == all)
+        std::fprintf(stderr, "%-10s %zu of %zu\n", scenario, done, all);
+}
+
+static bool is_wanted(const bench_options& options, const char* name)
+{
+    return options.scenarios.empty() ||
+           std::find(options.scenarios.begin(), options.scenarios.end(), name) !=
+               options.scenarios.end();
+}
+
+static bench_run measure(const bench_options& options)
+{
+    bench_run run{.commit = options.commit, .machine = this_machine(), .figures = {}, .tables = {}};
+    for (const named_scenario& scenario : ALL_SCENARIOS) {
+        if (!is_wanted(options, scenario.name)) continue;
+        const findings found = scenario.measure(
+            {.programs = {.backend = options.programs + "/routing_switcher_backend",
+                          .floor_folder = options.programs,
+                          .pieces = options.programs + "/bench_pieces"},
+             .quick = options.quick,
+             .progress = [&](std::size_t done, std::size_t all) {
+                 show_progress(scenario.name, done, all);
+             }});
+        run.figures.insert(run.figures.end(), found.figures.begin(), found.figures.end());
+        run.tables.insert(run.tables.end(), found.tables.begin(), found.tables.end());
+    }
+    return run;
+}
+
+static void write_files(const bench_run& run, const std::string& folder)
+{
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder + "/bench.json") << run_json(run);
+    std::ofstream chart(folder + "/bench.svg");
+    write_chart(chart, run.figures);
+    std::ofstream document(folder + "/bench.md");
+    document << markdown_text(figures_table(run.figures));
+    for (const text_table& table : run.tables)
+        document << '\n' << markdown_text(table);
+}
+
+static void print_run(const bench_run& run, const bench_options& options)
+{
+    std::vector<figure> last;
+    if (!options.last_run.empty())
+        if (const auto last_run = load_run(options.last_run, std::cerr)) last = last_run->figures;
+    std::cout << '\n' << terminal_text(figures_table(run.figures, last));
+    for (const text_table& table : run.tables)
+        std::cout << '\n' << terminal_text(table);
+}
+
+static int run_program(int argument_count, const char* const* arguments)
+{
+    CLI::App app("Measures the backend beside programs that make the same system calls and nothing "
+                 "else, in turns, and prints what is ours of the cost.",
+                 "router_bench");
+    bench_options options;
+    app.add_option("--programs", options.programs, "folder with the programs to measure")
+        ->required()
+        ->type_name("FOLDER");
+    app.add_option("--output", options.output_folder,
+                   "folder for bench.json, bench.svg and bench.md")
+        ->required()
+        ->type_name("FOLDER");
+    app.add_option("--last", options.last_run, "bench.json of a run to compare with")
+        ->type_name("FILE");
+    app.add_option("--commit", options.commit, "what is measured, for the file")->type_name("TEXT");
+    app.add_flag("--quick", options.quick, "few repetitions: shows that it works, not how fast");
+    std::vector<std::string> names;
+    for (const named_scenario& scenario : ALL_SCENARIOS)
+        names.emplace_back(scenario.name);
+    app.add_option("scenario", options.scenarios, "what to measure; everything")
+        ->check(CLI::IsMember(names));
+    app.footer("Exit status: 0 when all was measured, whatever came out; 2 otherwise.");
+    try {
+        app.parse(argument_count, arguments);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : 2;
+    }
+    std::signal(SIGPIPE, SIG_IGN);
+    const bench_run run = measure(options);
+    write_files(run, options.output_folder);
+    print_run(run, options);
+    return 0;
+}
+
+int main(int argument_count, char** arguments)
+{
+    try {
+        return run_program(argument_count, arguments);
+    } catch (const std::exception& fault) {
+        std::fprintf(stderr, "\n%s\n", fault.what());
+        return 2;
+    }
+}

@@ -1,0 +1,80 @@
+#include "bench/scenarios/scenario.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+constexpr std::size_t RECORDS = 20'000;
+constexpr std::size_t QUICK_RECORDS = 500;
+constexpr std::size_t ROUNDS = 9;
+constexpr double RATE_AIM = 0.85;
+constexpr const char* RECORD = "*COMMAND=report\n*TYPE=command\n*ID=12345\nwhat=inputs\n\n";
+
+namespace {
+struct command_cost {
+    double records_per_second = 0;
+    double cpu_us = 0; // per record
+};
+} // namespace
+
+static std::size_t take_replies(rig& rig)
+{
+    std::size_t count = 0;
+    std::size_t begin = 0;
+    for (std::size_t end = 0; (end = rig.heard.find("\n\n", begin)) != std::string::npos;) {
+        begin = end + 2;
+        ++count;
+    }
+    rig.heard.erase(0, begin);
+    return count;
+}
+
+// Writes as the pipe takes it and reads what comes, until each record has been answered.
+static command_cost answer_all(rig& rig, std::size_t records)
+{
+    std::string text;
+    for (std::size_t i = 0; i < records; ++i)
+        text += RECORD;
+    fcntl(rig.input.number, F_SETFL, O_NONBLOCK);
+    const double cpu_before = cpu_in_us(rig);
+    const double start = now_in_us();
+    std::string_view unsent = text;
+    std::size_t answered = 0;
+    serve_until({&rig}, [&] {
+        const ssize_t count = write(rig.input.number, unsent.data(), unsent.size());
+        if (count > 0) unsent.remove_prefix(static_cast<std::size_t>(count));
+        answered += take_replies(rig);
+        return answered >= records;
+    });
+    const auto all = static_cast<double>(records);
+    return {all / (now_in_us() - start) * 1e6, (cpu_in_us(rig) - cpu_before) / all};
+}
+
+findings measure_commands(const bench_plan& plan)
+{
+    rig ours;
+    rig floor;
+    start_program(ours,
+                  {plan.programs.backend, "--file", ours.directory.file("no_router.conf", "")});
+    start_program(floor, {plan.programs.floor_folder + "/floor_commands"});
+    serve_until({&ours}, [&] { return take_replies(ours) > 0; });
+    const std::size_t records = plan.quick ? QUICK_RECORDS : RECORDS;
+    const std::size_t rounds = plan.quick ? 1 : ROUNDS;
+    paired_samples rate;
+    paired_samples cpu;
+    for (std::size_t i = 0; i < rounds; ++i) {
+        const command_cost our_cost = answer_all(ours, records);
+        const command_cost floor_cost = answer_all(floor, records);
+        rate.ours.push_back(our_cost.records_per_second);
+        rate.floor.push_back(floor_cost.records_per_second);
+        cpu.ours.push_back(our_cost.cpu_us);
+        cpu.floor.push_back(floor_cost.cpu_us);
+        plan.progress(i + 1, rounds);
+    }
+    findings found;
+    found.figures = {make_figure("commands", "rate", "records/s", rate),
+                     make_figure("commands", "CPU per record", "us", cpu)};
+    found.figures[0].direction = better::more;
+    found.figures[0].aim = RATE_AIM;
+    return found;
+}

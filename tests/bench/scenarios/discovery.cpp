@@ -1,0 +1,95 @@
+#include "bench/scenarios/scenario.h"
+
+#include <algorithm>
+
+constexpr std::size_t ROUNDS = 25;
+constexpr std::size_t QUICK_ROUNDS = 1;
+constexpr double AIM = 1.2;
+constexpr double SLOW_ROUTER_MS = 2000;
+constexpr double QUICK_SLOW_ROUTER_MS = 100;
+
+static long count_answers(const std::map<std::string, std::string>& answers)
+{
+    long count = 0;
+    for (const char* request :
+         {"BK", "BK N", "BK R", "BK T", "BK I 15", "BK E ON", "QN L", "QN IS", "QN ID"}) {
+        const std::string& answer = answers.at(request);
+        count += std::count(answer.begin(), answer.end(), '\x04');
+    }
+    return count;
+}
+
+static void await_connection(rig& rig)
+{
+    serve_until({&rig}, [&] { return rig.router.connections == 1; });
+}
+
+static bool tells_identity(rig& rig)
+{
+    return hears(rig, "\nmodel=Bench router\n");
+}
+
+// From the connection on, in milliseconds.
+static double time_discovery(rig& rig)
+{
+    await_connection(rig);
+    const double start = now_in_us();
+    serve_until({&rig}, [&] { return tells_identity(rig); });
+    return (now_in_us() - start) / 1000;
+}
+
+static figure measure_size(const bench_plan& plan, std::size_t size)
+{
+    const auto answers = router_answers(size, size);
+    const std::string answer_count = std::to_string(count_answers(answers));
+    paired_samples samples;
+    const std::size_t rounds = plan.quick ? QUICK_ROUNDS : ROUNDS;
+    for (std::size_t i = 0; i < rounds; ++i) {
+        samples.ours.push_back(time_discovery(*start_backend_on(plan.programs, answers)));
+        samples.floor.push_back(
+            time_discovery(*start_floor_on(plan.programs, "discovery", answers, {answer_count})));
+        plan.progress(i + 1, rounds);
+    }
+    const std::string text = std::to_string(size);
+    figure measured = make_figure("discovery", text + "×" + text, "ms", samples);
+    measured.aim = AIM;
+    return measured;
+}
+
+// CPU of each second in which the router reads nothing, in milliseconds.
+static double wait_for_slow_router(rig& rig, double milliseconds)
+{
+    rig.router.reads = false;
+    await_connection(rig);
+    serve_for({&rig}, 20); // the requests are sent
+    const double before = cpu_in_us(rig);
+    serve_for({&rig}, milliseconds);
+    const double used = cpu_in_us(rig) - before;
+    rig.router.reads = true;
+    serve_until({&rig}, [&] { return tells_identity(rig); });
+    return used / milliseconds;
+}
+
+static figure measure_slow_router(const bench_plan& plan)
+{
+    const auto answers = router_answers(16, 16);
+    const std::string answer_count = std::to_string(count_answers(answers));
+    const double milliseconds = plan.quick ? QUICK_SLOW_ROUTER_MS : SLOW_ROUTER_MS;
+    const std::size_t rounds = plan.quick ? 1 : 3;
+    paired_samples cpu;
+    for (std::size_t i = 0; i < rounds; ++i) {
+        cpu.ours.push_back(
+            wait_for_slow_router(*start_backend_on(plan.programs, answers), milliseconds));
+        cpu.floor.push_back(wait_for_slow_router(
+            *start_floor_on(plan.programs, "discovery", answers, {answer_count}), milliseconds));
+        plan.progress(i + 1, rounds);
+    }
+    return make_figure("discovery", "CPU per second of waiting", "ms", cpu);
+}
+
+findings measure_discovery(const bench_plan& plan)
+{
+    findings found;
+    found.figures = {measure_size(plan, 256), measure_size(plan, 1024), measure_slow_router(plan)};
+    return found;
+}

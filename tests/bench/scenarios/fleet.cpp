@@ -1,0 +1,209 @@
+#include "bench/scenarios/scenario.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <random>
+#include <sys/resource.h>
+
+constexpr std::array<std::size_t, 5> SIZES = {1, 10, 50, 100, 200};
+constexpr std::array<std::size_t, 2> QUICK_SIZES = {1, 3};
+constexpr std::size_t WINDOWS = 10; // of a second each
+constexpr std::size_t QUICK_WINDOWS = 2;
+constexpr double WINDOW_US = 1'000'000;
+constexpr double TAKES_PER_SECOND = 25;      // of all together, at most
+constexpr double TAKE_INTERVAL_US = 100'000; // of one, at least
+constexpr double POLL_INTERVAL_US = 350'000;
+constexpr double CPU_AIM = 1.25;
+constexpr double PSS_AIM = 1.1;
+constexpr double CORES = 2;
+
+namespace {
+// One backend and what it is doing.
+struct fleet_member {
+    running_rig rig;
+    double cycle_end = 0; // the last polling cycle's, 0 before the first
+    double next_take = 0;
+    bool adding = false;    // the change has been said, the reply has not come
+    double flush_start = 0; // 0: no take is under way
+};
+
+struct fleet {
+    std::vector<fleet_member> members;
+    std::vector<rig*> rigs;
+    std::vector<double> take_us{};
+    double largest_poll_delay_us = 0;
+};
+
+struct fleet_cost {
+    std::vector<double> cpu_ms{}; // of each window, all together, for one second
+    double pss_kib = 0;
+    double take_p99_us = 0;
+    double largest_poll_delay_us = 0;
+};
+} // namespace
+
+static fleet start_fleet(const bench_plan& plan, std::size_t size)
+{
+    const auto answers = router_answers(64, 64);
+    fleet started;
+    for (std::size_t i = 0; i < size; ++i) {
+        started.members.push_back({.rig = start_backend_on(plan.programs, answers)});
+        started.rigs.push_back(started.members.back().rig.get());
+    }
+    for (rig* const each : started.rigs)
+        serve_until(started.rigs, [&] { return hears(*each, "\no0.name="); });
+    return started;
+}
+
+// Polls that have come and takes that have arrived.
+static void note_requests(fleet& fleet, fleet_member& member, double now)
+{
+    for (const std::string& request : member.rig->router.requests) {
+        if (request == "QD") member.cycle_end = now;
+        if (request == "BK F" && member.cycle_end > 0)
+            fleet.largest_poll_delay_us =
+                std::max(fleet.largest_poll_delay_us, now - member.cycle_end - POLL_INTERVAL_US);
+        if (request.starts_with("TI ") && member.flush_start > 0) {
+            fleet.take_us.push_back(now - member.flush_start);
+            member.flush_start = 0;
+        }
+    }
+    member.rig->router.requests.clear();
+}
+
+static void go_on_with_take(fleet_member& member, double now, double interval_us)
+{
+    if (member.adding && hears(*member.rig, "*TYPE=reply\n\n")) {
+        member.adding = false;
+        member.flush_start = now_in_us();
+        say(*member.rig, FLUSH_RECORD);
+    } else if (!member.adding && member.flush_start == 0 && now >= member.next_take) {
+        member.rig->heard.clear();
+        member.adding = true;
+        member.next_take += interval_us;
+        say(*member.rig, add_record(0, 1));
+    }
+}
+
+static double cpu_of(const fleet& fleet)
+{
+    double sum = 0;
+    for (const rig* const each : fleet.rigs)
+        sum += cpu_in_us(*each);
+    return sum;
+}
+
+static double pss_of(const fleet& fleet)
+{
+    double sum = 0;
+    for (const rig* const each : fleet.rigs)
+        sum += pss_in_kib(*each);
+    return sum;
+}
+
+// Polls go on, and each backend makes a take now and then, at any moment of its polling.
+static fleet_cost measure_size(const bench_plan& plan, std::size_t size)
+{
+    fleet fleet = start_fleet(plan, size);
+    const double interval_us =
+        std::max(TAKE_INTERVAL_US, static_cast<double>(size) / TAKES_PER_SECOND * 1e6);
+    std::mt19937_64 random(size);
+    const double start = now_in_us();
+    for (fleet_member& member : fleet.members)
+        member.next_take = start + std::uniform_real_distribution(0.0, interval_us)(random);
+    fleet_cost cost;
+    double cpu = cpu_of(fleet);
+    double window_start = start;
+    const std::size_t windows = plan.quick ? QUICK_WINDOWS : WINDOWS;
+    serve_until(fleet.rigs, [&] {
+        const double now = now_in_us();
+        for (fleet_member& member : fleet.members) {
+            note_requests(fleet, member, now);
+            go_on_with_take(member, now, interval_us);
+        }
+        if (now - window_start < WINDOW_US) return false;
+        const double cpu_now = cpu_of(fleet);
+        cost.cpu_ms.push_back((cpu_now - cpu) / (now - window_start) * 1000);
+        cpu = cpu_now;
+        window_start = now;
+        return cost.cpu_ms.size() == windows;
+    });
+    cost.pss_kib = pss_of(fleet);
+    cost.take_p99_us = fleet.take_us.empty() ? 0 : quantile_of(fleet.take_us, 0.99);
+    cost.largest_poll_delay_us = fleet.largest_poll_delay_us;
+    return cost;
+}
+
+static std::string rounded(double value, int decimals)
+{
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.*f", decimals, value);
+    return text.data();
+}
+
+static std::vector<std::string> row_of(std::size_t size, const fleet_cost& cost)
+{
+    const double cpu_ms = quantile_of(cost.cpu_ms, 0.5);
+    return {std::to_string(size),
+            rounded(cpu_ms, 1),
+            rounded(cpu_ms / static_cast<double>(size), 2),
+            rounded(cost.pss_kib / 1024, 1),
+            rounded(cost.take_p99_us / 1000, 1),
+            rounded(cost.largest_poll_delay_us / 1000, 0),
+            rounded(CORES * 1000 / (cpu_ms / static_cast<double>(size)), 0)};
+}
+
+static std::vector<double> divided(std::vector<double> values, std::size_t size)
+{
+    for (double& value : values)
+        value /= static_cast<double>(size);
+    return values;
+}
+
+// The growth from the smaller fleet to the larger, for each backend: 1 when it is linear.
+static std::vector<figure> growth_figures(std::size_t few, const fleet_cost& cost_of_few,
+                                          std::size_t many, const fleet_cost& cost_of_many)
+{
+    const std::string measure =
+        " per backend, " + std::to_string(many) + " against " + std::to_string(few);
+    figure cpu = make_figure(
+        "fleet", "CPU" + measure, "ms/s",
+        {.ours = divided(cost_of_many.cpu_ms, many), .floor = divided(cost_of_few.cpu_ms, few)});
+    cpu.aim = CPU_AIM;
+    figure pss = make_figure("fleet", "PSS" + measure, "KiB",
+                             {.ours = divided({cost_of_many.pss_kib}, many),
+                              .floor = divided({cost_of_few.pss_kib}, few)});
+    pss.aim = PSS_AIM;
+    return {cpu, pss};
+}
+
+// Each backend takes four descriptors here.
+static void allow_many_descriptors()
+{
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+findings measure_fleet(const bench_plan& plan)
+{
+    allow_many_descriptors();
+    const std::vector<std::size_t> sizes =
+        plan.quick ? std::vector<std::size_t>(QUICK_SIZES.begin(), QUICK_SIZES.end())
+                   : std::vector<std::size_t>(SIZES.begin(), SIZES.end());
+    findings found;
+    found.tables = {{.title = "Backends on one machine, each with a 64×64 router",
+                     .columns = {"backends", "CPU ms/s", "each", "PSS MiB", "take p99 ms",
+                                 "largest delay of a poll ms", "2 cores would carry"},
+                     .rows = {}}};
+    std::vector<fleet_cost> costs;
+    for (const std::size_t size : sizes) {
+        costs.push_back(measure_size(plan, size));
+        found.tables[0].rows.push_back(row_of(size, costs.back()));
+        plan.progress(costs.size(), sizes.size());
+    }
+    found.figures = growth_figures(sizes[1], costs[1], sizes.back(), costs.back());
+    return found;
+}

@@ -1,0 +1,37 @@
+#include "bench/scenarios/scenario.h"
+
+#include <array>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+
+static std::string output_of(const std::string& command)
+{
+    std::FILE* const pipe = popen(command.c_str(), "r"); // NOLINT(cert-env33-c): our own program
+    if (pipe == nullptr) throw std::runtime_error("Cannot run " + command);
+    const std::string text = read_to_end(fileno(pipe));
+    if (pclose(pipe) != 0) throw std::runtime_error(command + " has failed.");
+    return text;
+}
+
+static std::string rounded(double value)
+{
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.0f", value);
+    return text.data();
+}
+
+findings measure_pieces(const bench_plan& plan)
+{
+    const std::string command = "'" + plan.programs.pieces + "' --benchmark_format=json" +
+                                (plan.quick ? " --benchmark_min_time=0.001" : "");
+    const nlohmann::json measured = nlohmann::json::parse(output_of(command));
+    text_table table{
+        .title = "The pieces", .columns = {"piece", "CPU ns", "allocations"}, .rows = {}};
+    for (const nlohmann::json& piece : measured.at("benchmarks"))
+        table.rows.push_back({piece.at("name").get<std::string>(),
+                              rounded(piece.at("cpu_time").get<double>()),
+                              rounded(piece.at("allocations").get<double>())});
+    plan.progress(1, 1);
+    return {.figures = {}, .tables = {table}};
+}

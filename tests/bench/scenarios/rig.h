@@ -1,0 +1,78 @@
+// A program under measurement, the backend or the floor that it is held against, between a parent
+// and a router that the measuring program plays. Its standard error is the null device, so that
+// nobody's reading of log lines is measured.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "support/child_process.h"
+#include "support/tcp_router.h"
+#include "support/temporary_directory.h"
+
+// Where the programs are.
+struct program_paths {
+    std::string backend;
+    std::string floor_folder;
+    std::string pieces;
+};
+
+struct rig {
+    temporary_directory directory;
+    tcp_router router;
+    child_process program;
+    owned_descriptor input;  // writes to the program's standard input
+    owned_descriptor output; // reads its standard output, without waiting
+    std::string heard;       // what it has written and nobody has taken out
+};
+
+using running_rig = std::unique_ptr<rig>;
+
+// What a router with so many sources and destinations, all indexes from 1, answers at once:
+// nothing ever changes, every destination shows the first source.
+std::map<std::string, std::string> router_answers(std::size_t sources, std::size_t destinations);
+
+// Starts the words as a program between pipes, without a router.
+void start_program(rig& rig, const std::vector<std::string>& words);
+
+// Starts the backend on a router with these answers, which listens on a port of its own. The
+// launcher's words stand before its own.
+running_rig start_backend_on(const program_paths& programs,
+                             const std::map<std::string, std::string>& answers,
+                             const std::vector<std::string>& launcher = {});
+// The same for the floor of this name. It is told the port and then the arguments.
+running_rig start_floor_on(const program_paths& programs, const std::string& name,
+                           const std::map<std::string, std::string>& answers,
+                           const std::vector<std::string>& arguments = {},
+                           const std::vector<std::string>& launcher = {});
+
+// Serves routers and outputs until done() holds: asked first, then after each event and at least
+// once in a millisecond. Throws when a minute passes without.
+void serve_until(const std::vector<rig*>& rigs, const std::function<bool()>& done);
+void serve_for(const std::vector<rig*>& rigs, double milliseconds);
+
+void say(const rig& rig, std::string_view records);
+
+// The records of one route change, each to be said by itself.
+std::string add_record(int output, int input);
+extern const char* const FLUSH_RECORD;
+
+// Whether the text is among what has been heard; takes everything up to its end out.
+bool hears(rig& rig, std::string_view text);
+
+// Waits until the backend has learnt its router and told the names.
+void await_discovery(rig& rig);
+
+// Since some moment; for differences.
+double now_in_us();
+
+// Ends the program by the end of its input and waits for that.
+void end_program(rig& rig);
+
+// Of the program, since its start.
+double cpu_in_us(const rig& rig);
+
+// Memory of the program that is its own or its share, in KiB.
+double pss_in_kib(const rig& rig);

@@ -1,0 +1,50 @@
+// The scenarios that are measured. Each starts the backend and its floor anew and takes turns
+// between them; none depends on how fast the machine is. All of them throw when a program under
+// measurement ends or does not answer.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "bench/figure.h"
+#include "bench/scenarios/rig.h"
+#include "bench/table.h"
+
+struct bench_plan {
+    program_paths programs;
+    bool quick = false; // few repetitions: shows that it works, not how fast it is
+    std::function<void(std::size_t done, std::size_t all)> progress;
+};
+
+struct findings {
+    std::vector<figure> figures;
+    std::vector<text_table> tables;
+};
+
+// From the last byte of a flush to the route change at the router, the link being idle.
+findings measure_take(const bench_plan& plan);
+
+// Records answered in a second when they come as fast as they are taken, and what one costs.
+findings measure_commands(const bench_plan& plan);
+
+// What a polling cycle costs when nothing changes, and its system calls.
+findings measure_status(const bench_plan& plan);
+
+// From the connection to the record that tells what the router is, and what waiting for it costs.
+findings measure_discovery(const bench_plan& plan);
+
+// What 256 route changes at once cost until the parent has been told.
+findings measure_report(const bench_plan& plan);
+
+// From the start of the program to its first record.
+findings measure_start(const bench_plan& plan);
+
+// What the program holds, at rest and after the traffic of a day.
+findings measure_memory(const bench_plan& plan);
+
+// How cost grows with the number of backends on one machine.
+findings measure_fleet(const bench_plan& plan);
+
+// What the parts of the program cost by themselves, without any system call.
+findings measure_pieces(const bench_plan& plan);

@@ -1,0 +1,31 @@
+#include "bench/scenarios/scenario.h"
+
+constexpr std::size_t ROUNDS = 200;
+constexpr std::size_t QUICK_ROUNDS = 3;
+constexpr double AIM = 1.3;
+
+static double time_start(const std::vector<std::string>& words)
+{
+    rig started;
+    const double start = now_in_us();
+    start_program(started, words);
+    serve_until({&started}, [&] { return !started.heard.empty(); });
+    return now_in_us() - start;
+}
+
+findings measure_start(const bench_plan& plan)
+{
+    const temporary_directory directory;
+    const std::string settings = directory.file("no_router.conf", "");
+    paired_samples samples;
+    const std::size_t rounds = plan.quick ? QUICK_ROUNDS : ROUNDS;
+    for (std::size_t i = 0; i < rounds; ++i) {
+        samples.ours.push_back(time_start({plan.programs.backend, "--file", settings}));
+        samples.floor.push_back(time_start({plan.programs.floor_folder + "/floor_empty"}));
+        plan.progress(i + 1, rounds);
+    }
+    findings found;
+    found.figures = {make_figure("start", "first record", "us", samples)};
+    found.figures[0].aim = AIM;
+    return found;
+}

@@ -1,0 +1,92 @@
+#include "bench/scenarios/scenario.h"
+
+#include <algorithm>
+
+constexpr std::size_t TAKES = 1000;
+constexpr std::size_t QUICK_TAKES = 5;
+constexpr double PACING_US = 75'000; // between two flushes, a little more than the backend asks for
+constexpr double AIM = 1.25;
+
+// The part of a polling cycle in which the link is idle: from a little behind its last answer until
+// well before the next cycle can begin.
+constexpr double QUIET_FROM_US = 20'000;
+constexpr double QUIET_TO_US = 250'000;
+
+namespace {
+struct take_rigs {
+    running_rig ours;
+    running_rig floor;
+    double last_cycle = 0; // when the backend's last polling cycle ended
+    double last_flush = 0; // of the backend
+};
+} // namespace
+
+static bool took(rig& rig)
+{
+    const auto is_take = [](const std::string& request) {
+        return request.starts_with("TI ");
+    };
+    return std::any_of(rig.router.requests.begin(), rig.router.requests.end(), is_take);
+}
+
+// Notes when a polling cycle has ended, and forgets requests that mean nothing here.
+static void watch_cycle(take_rigs& rigs)
+{
+    if (count_requests(rigs.ours->router, "QD") > 0) rigs.last_cycle = now_in_us();
+    rigs.ours->router.requests.clear();
+}
+
+static void await_quiet(take_rigs& rigs)
+{
+    serve_until({rigs.ours.get(), rigs.floor.get()}, [&] {
+        watch_cycle(rigs);
+        const double now = now_in_us();
+        return now >= rigs.last_cycle + QUIET_FROM_US && now < rigs.last_cycle + QUIET_TO_US &&
+               now >= rigs.last_flush + PACING_US;
+    });
+}
+
+// From a flush to the route change at this rig's router, in microseconds.
+static double time_flush(take_rigs& rigs, rig& flushed)
+{
+    flushed.router.requests.clear();
+    const double start = now_in_us();
+    say(flushed, FLUSH_RECORD);
+    serve_until({rigs.ours.get(), rigs.floor.get()}, [&] { return took(flushed); });
+    return now_in_us() - start;
+}
+
+static double time_our_take(take_rigs& rigs, int input)
+{
+    rigs.ours->heard.clear();
+    say(*rigs.ours, add_record(1, input));
+    serve_until({rigs.ours.get()}, [&] { return hears(*rigs.ours, "*TYPE=reply\n\n"); });
+    await_quiet(rigs);
+    const double duration = time_flush(rigs, *rigs.ours);
+    rigs.last_flush = now_in_us();
+    return duration;
+}
+
+findings measure_take(const bench_plan& plan)
+{
+    const auto answers = router_answers(16, 16);
+    take_rigs rigs{.ours = start_backend_on(plan.programs, answers),
+                   .floor = start_floor_on(plan.programs, "take", answers)};
+    await_discovery(*rigs.ours);
+    paired_samples samples;
+    const std::size_t takes = plan.quick ? QUICK_TAKES : TAKES;
+    for (std::size_t i = 0; i < takes; ++i) {
+        await_quiet(rigs);
+        samples.ours.push_back(time_our_take(rigs, static_cast<int>(i % 16)));
+        serve_for({rigs.ours.get(), rigs.floor.get()}, 10);
+        watch_cycle(rigs);
+        samples.floor.push_back(time_flush(rigs, *rigs.floor));
+        plan.progress(i + 1, takes);
+    }
+    findings found;
+    for (const auto& [measure, quantile] : {std::pair{"p50", 0.5}, std::pair{"p99", 0.99}}) {
+        found.figures.push_back(make_figure("take", measure, "us", samples, quantile));
+        found.figures.back().aim = AIM;
+    }
+    return found;
+}
