@@ -2,24 +2,31 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
-static std::string line; // kept for its capacity
+// Kept between calls. Long enough for nearly every line, and for any once it has grown.
+static std::string line(256, '\0');
 
-// Tag, text and line end leave in one write, so that lines of several writers do not mix.
+// Tag, text and line end leave in one write, so that lines of several writers do not mix. The line
+// end takes the place of the text's NUL.
 [[gnu::format(printf, 2, 0)]] static void write_line(const char* tag, const char* format,
                                                      std::va_list arguments)
 {
-    std::va_list measured;
-    va_copy(measured, arguments);
-    const auto length = static_cast<std::size_t>(std::vsnprintf(nullptr, 0, format, measured));
-    va_end(measured);
-    line = tag;
-    const std::size_t text_begin = line.size();
-    line.resize(text_begin + length + 1);
-    std::vsnprintf(line.data() + text_begin, length + 1, format, arguments);
-    line.back() = '\n';
-    std::fwrite(line.data(), 1, line.size(), stderr);
+    std::va_list again;
+    va_copy(again, arguments);
+    const std::size_t tag_length = std::strlen(tag);
+    std::memcpy(line.data(), tag, tag_length);
+    const std::size_t room = line.size() - tag_length;
+    const auto length =
+        static_cast<std::size_t>(std::vsnprintf(line.data() + tag_length, room, format, arguments));
+    if (length >= room) {
+        line.resize(tag_length + length + 1);
+        std::vsnprintf(line.data() + tag_length, length + 1, format, again);
+    }
+    va_end(again);
+    line[tag_length + length] = '\n';
+    std::fwrite(line.data(), 1, tag_length + length + 1, stderr);
 }
 
 void log_debug(const char* format, ...)
