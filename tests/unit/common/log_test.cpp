@@ -43,6 +43,19 @@ TEST_F(Log, KeepsNothingOfTheLineBefore)
     EXPECT_EQ(diagnostics(), "<DBG>" + std::string(100, 'x') + "\nshort\n\n");
 }
 
+// Longer by one each time: every line is one more than there was room for, from the first on that
+// is longer than any before.
+TEST_F(Log, WritesLinesOfAnyLengthWhole)
+{
+    for (const std::size_t first : {200U, 30'000U}) {
+        for (std::size_t length = first; length < first + 70; ++length) {
+            const std::string text(length, 'z');
+            log_debug("%s", text.c_str());
+            EXPECT_EQ(diagnostics(), "<DBG>" + text + "\n");
+        }
+    }
+}
+
 // A datagram socket keeps the borders between the writes.
 TEST_F(Log, WritesEachLineAtOnceInASingleWrite)
 {
