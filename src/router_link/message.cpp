@@ -104,6 +104,7 @@ bool encode_router_message(const router_message& message, std::string& frame)
 std::string router_message_text(const router_message& message)
 {
     std::string text;
+    text.reserve(message.raw.size() + 64); // the parameters and what stands before them
     if (message.ok) text += "[OK] ";
     if (message.ack) text += "[ACK] ";
     if (message.nak) text += "[NAK] ";
