@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <unistd.h>
+#include <utility>
 
 #include "common/check.h"
 #include "common/log.h"
@@ -128,18 +129,20 @@ static void read_identity(const std::vector<std::string>& answer)
     }
 }
 
-static void add_answer(answer_set& set, const router_message& message,
+static void add_answer(answer_set& set, router_message& message,
                        void (*update)(const std::vector<router_message>&))
 {
-    if (set.answers.size() < MAX_REPLY_MESSAGES) set.answers.push_back(message);
-    if (message.seq != '0') return;
+    const bool last = message.seq == '0';
+    if (set.answers.size() < MAX_REPLY_MESSAGES) set.answers.push_back(std::move(message));
+    if (!last) return;
     update(set.answers);
     set.answers.clear();
     set.complete = true;
 }
 
-// Whatever is neither an identity nor a name answer, routing status included, is passed over.
-static void collect_message(collection& collected, const router_message& message)
+// Keeps the message itself when it is a name answer. Whatever is neither that nor an identity,
+// routing status included, is passed over.
+static void collect_message(collection& collected, router_message& message)
 {
     const std::vector<std::string>& parameters = message.parameters;
     if (mnemonic_of(message) == "KB" && parameters.size() >= 2) {
