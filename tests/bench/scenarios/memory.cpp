@@ -8,10 +8,10 @@ constexpr double REST_MS = 1500;
 constexpr std::size_t PORTS = 64;
 
 // The traffic of a busy day in so many parts, with memory measured after each.
-constexpr std::size_t PARTS = 24;
+constexpr std::size_t PARTS = 16;
 constexpr std::size_t QUICK_PARTS = 4;
 constexpr std::size_t COMMANDS_IN_PART = 1000;
-constexpr std::size_t FOREIGN_TAKES_IN_PART = 1000;
+constexpr std::uint32_t FOREIGN_SALVOS_IN_PART = 4;
 
 static void answer_commands(rig& rig)
 {
@@ -32,15 +32,17 @@ static void take_everywhere(rig& rig)
     serve_until({&rig}, [&] { return count_requests(rig.router, last_query) > 0; });
 }
 
-// Another operator's takes, as messages that nobody has asked for.
-static void show_foreign_takes(rig& rig, std::size_t part)
+// Another operator's salvos to all destinations, as messages that nobody has asked for.
+static void show_foreign_takes(rig& rig)
 {
-    const std::string source = upper_hex(static_cast<std::uint32_t>(1 + part));
-    for (std::size_t i = 0; i < FOREIGN_TAKES_IN_PART; ++i)
-        send_bytes(rig.router,
-                   frame(body("IQ", {upper_hex(static_cast<std::uint32_t>(1 + i % PORTS)), "0", "0",
-                                     "N", source})));
-    serve_until({&rig}, [&] { return hears(rig, "\no0.input.all="); });
+    std::string frames;
+    for (std::uint32_t source = 1; source <= FOREIGN_SALVOS_IN_PART; ++source)
+        for (std::uint32_t i = 1; i <= PORTS; ++i)
+            frames += frame(body("IQ", {upper_hex(i), "0", "0", "N", upper_hex(source)}));
+    await_end_of_cycle(rig);
+    rig.heard.clear();
+    send_bytes(rig.router, frames);
+    serve_until({&rig}, [&] { return hears(rig, ".input.all="); });
 }
 
 // The names of both kinds have changed.
@@ -64,7 +66,7 @@ static void live_through_part(rig& rig, std::size_t part)
 {
     answer_commands(rig);
     take_everywhere(rig);
-    show_foreign_takes(rig, part);
+    show_foreign_takes(rig);
     refresh_names(rig);
     if (part % 8 == 4) lose_connection(rig);
     rig.heard.clear();

@@ -25,14 +25,6 @@ static double report_cost(rig& rig, const std::string& frames)
     return cpu_in_us(rig) - before;
 }
 
-// Until a polling cycle has ended: the next begins well after the report.
-static void await_end_of_cycle(rig& rig)
-{
-    rig.router.requests.clear();
-    serve_until({&rig}, [&] { return count_requests(rig.router, "QD") > 0; });
-    serve_for({&rig}, 20);
-}
-
 findings measure_report(const bench_plan& plan)
 {
     const auto answers = router_answers(ROUTES, ROUTES);

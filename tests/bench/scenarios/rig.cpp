@@ -189,6 +189,13 @@ void await_discovery(rig& rig)
     serve_until({&rig}, [&] { return hears(rig, "\no0.name="); });
 }
 
+void await_end_of_cycle(rig& rig)
+{
+    rig.router.requests.clear();
+    serve_until({&rig}, [&] { return count_requests(rig.router, "QD") > 0; });
+    serve_for({&rig}, 20);
+}
+
 void end_program(rig& rig)
 {
     rig.input.reset();

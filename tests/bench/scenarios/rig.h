@@ -68,6 +68,10 @@ void await_discovery(rig& rig);
 // Since some moment; for differences.
 double now_in_us();
 
+// Waits until a polling cycle is well over: messages that a cycle finds at its beginning are thrown
+// away, and the next begins in a third of a second at the earliest.
+void await_end_of_cycle(rig& rig);
+
 // Ends the program by the end of its input and waits for that.
 void end_program(rig& rig);
 
