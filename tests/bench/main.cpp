@@ -1,5 +1,6 @@
 // The benchmarks as a program.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdio>
@@ -7,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <optional>
 #include <unistd.h>
 
 #include "bench/bench_run.h"
@@ -44,8 +46,7 @@ constexpr std::array<named_scenario, 9> ALL_SCENARIOS = {{
 // On a terminal the line is written over and over.
 static void show_progress(const char* scenario, std::size_t done, std::size_t all)
 {
-    static const bool is_terminal = isatty(STDERR_FILENO) != 0;
-    if (is_terminal)
+    if (isatty(STDERR_FILENO) != 0)
         std::fprintf(stderr, "\r%-10s %zu of %zu %s", scenario, done, all, done == all ? "\n" : "");
     else if (done == all)
         std::fprintf(stderr, "%-10s %zu of %zu\n", scenario, done, all);
@@ -91,10 +92,15 @@ static void write_files(const bench_run& run, const std::string& folder)
 
 static void print_run(const bench_run& run, const bench_options& options)
 {
-    std::vector<figure> last;
-    if (!options.last_run.empty())
-        if (const auto last_run = load_run(options.last_run, std::cerr)) last = last_run->figures;
-    std::cout << '\n' << terminal_text(figures_table(run.figures, last));
+    std::optional<bench_run> last;
+    if (!options.last_run.empty()) last = load_run(options.last_run, std::cerr);
+    std::cout << '\n'
+              << terminal_text(
+                     figures_table(run.figures, last ? last->figures : std::vector<figure>{}));
+    if (last)
+        std::cout << "\nThe last run was of " << last->commit << ", on " << last->machine.cores
+                  << " cores of " << last->machine.processor << ", Linux " << last->machine.kernel
+                  << ".\n";
     for (const text_table& table : run.tables)
         std::cout << '\n' << terminal_text(table);
 }

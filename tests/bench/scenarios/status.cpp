@@ -1,35 +1,40 @@
 #include "bench/scenarios/scenario.h"
 #include "bench/system_calls.h"
 
-#include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <set>
 
 constexpr std::size_t CYCLES = 60;
 constexpr std::size_t QUICK_CYCLES = 2;
 constexpr std::size_t TRACED_CYCLES = 6;
+constexpr std::size_t GROWTH_CYCLES = 12;
+constexpr std::array<std::size_t, 4> ROUTER_SIZES = {16, 64, 256, 1024};
 constexpr double AIM = 1.2;
 constexpr const char* CYCLE_MARK = "BK\\tFA6"; // as strace shows the request that begins one
 
-// CPU of whole cycles of both, each from one first request to the next.
+// Adds the CPU from one first request of a cycle to the next.
+static void note_cycle(rig& rig, std::vector<double>& samples, double& before)
+{
+    if (count_requests(rig.router, "BK F") == 0) return;
+    rig.router.requests.clear();
+    const double now = cpu_in_us(rig);
+    if (before > 0) samples.push_back(now - before);
+    before = now;
+}
+
 static paired_samples measure_cycles(const bench_plan& plan, rig& ours, rig& floor,
                                      std::size_t cycles)
 {
     paired_samples cpu;
-    const auto take_sample = [&](rig& rig, std::vector<double>& samples, double& before) {
-        if (count_requests(rig.router, "BK F") == 0) return;
-        rig.router.requests.clear();
-        const double now = cpu_in_us(rig);
-        if (before > 0) samples.push_back(now - before);
-        before = now;
-        plan.progress(std::min(cycles, cpu.ours.size()), cycles);
-    };
     double our_start = 0;
     double floor_start = 0;
     serve_until({&ours, &floor}, [&] {
-        take_sample(ours, cpu.ours, our_start);
-        take_sample(floor, cpu.floor, floor_start);
+        const std::size_t seen = cpu.ours.size();
+        note_cycle(ours, cpu.ours, our_start);
+        note_cycle(floor, cpu.floor, floor_start);
+        if (cpu.ours.size() > seen && seen < cycles) plan.progress(seen + 1, cycles);
         return cpu.ours.size() >= cycles && cpu.floor.size() >= cycles;
     });
     return cpu;
@@ -78,6 +83,37 @@ static text_table trace_both(const bench_plan& plan,
     return table;
 }
 
+// CPU of a cycle with routers of these sizes, side by side.
+static text_table measure_growth(const bench_plan& plan)
+{
+    std::vector<running_rig> sized;
+    std::vector<rig*> rigs;
+    std::vector<std::vector<double>> cpu(ROUTER_SIZES.size());
+    std::vector<double> before(ROUTER_SIZES.size());
+    for (const std::size_t size : ROUTER_SIZES) {
+        sized.push_back(start_backend_on(plan.programs, router_answers(size, size)));
+        rigs.push_back(sized.back().get());
+    }
+    const std::size_t cycles = plan.quick ? QUICK_CYCLES : GROWTH_CYCLES;
+    serve_until(rigs, [&] {
+        bool all = true;
+        for (std::size_t i = 0; i < rigs.size(); ++i) {
+            note_cycle(*rigs[i], cpu[i], before[i]);
+            all = all && cpu[i].size() >= cycles;
+        }
+        return all;
+    });
+    text_table table{.title = "A polling cycle by the size of the router",
+                     .columns = {"sources × destinations", "CPU us"},
+                     .rows = {}};
+    for (std::size_t i = 0; i < ROUTER_SIZES.size(); ++i) {
+        const std::string size = std::to_string(ROUTER_SIZES[i]);
+        table.rows.push_back(
+            {size + " × " + size, std::to_string(std::lround(quantile_of(cpu[i], 0.5)))});
+    }
+    return table;
+}
+
 findings measure_status(const bench_plan& plan)
 {
     const auto answers = router_answers(256, 256);
@@ -92,6 +128,6 @@ findings measure_status(const bench_plan& plan)
         found.figures = {make_figure("status", "CPU per cycle", "us", cpu)};
         found.figures[0].aim = AIM;
     }
-    found.tables = {trace_both(plan, answers)};
+    found.tables = {trace_both(plan, answers), measure_growth(plan)};
     return found;
 }

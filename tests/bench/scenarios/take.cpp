@@ -1,10 +1,17 @@
 #include "bench/scenarios/scenario.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "common/numbers.h"
 
 constexpr std::size_t TAKES = 1000;
 constexpr std::size_t QUICK_TAKES = 5;
 constexpr double PACING_US = 75'000; // between two flushes, a little more than the backend asks for
+constexpr std::array<std::size_t, 4> SALVOS = {1, 16, 64, 256};
+constexpr std::size_t SALVO_ROUNDS = 5;
+constexpr double LONGEST_PACING_MS = 760;
 constexpr double AIM = 1.25;
 
 // The part of a polling cycle in which the link is idle: from a little behind its last answer until
@@ -67,6 +74,42 @@ static double time_our_take(take_rigs& rigs, int input)
     return duration;
 }
 
+// CPU of the backend from the flush of so many changes until the router has all of them.
+static double salvo_cpu(rig& rig, std::size_t takes, std::size_t round)
+{
+    for (std::size_t output = 0; output < takes; ++output) {
+        say(rig, add_record(static_cast<int>(output), static_cast<int>((output + round) % 256)));
+        serve_until({&rig}, [&] { return hears(rig, "*TYPE=reply\n\n"); });
+    }
+    await_end_of_cycle(rig);
+    rig.router.requests.clear();
+    const double before = cpu_in_us(rig);
+    say(rig, FLUSH_RECORD);
+    const std::string last_query = "QI " + upper_hex(static_cast<std::uint32_t>(takes)) + " 0";
+    serve_until({&rig}, [&] { return count_requests(rig.router, last_query) > 0; });
+    return cpu_in_us(rig) - before;
+}
+
+static text_table measure_salvos(const bench_plan& plan)
+{
+    const running_rig ours = start_backend_on(plan.programs, router_answers(256, 256));
+    await_discovery(*ours);
+    text_table table{.title = "Route changes flushed at once",
+                     .columns = {"changes", "CPU us", "each"},
+                     .rows = {}};
+    for (const std::size_t takes : SALVOS) {
+        std::vector<double> cpu;
+        for (std::size_t round = 0; round < (plan.quick ? 1 : SALVO_ROUNDS); ++round) {
+            cpu.push_back(salvo_cpu(*ours, takes, round));
+            serve_for({ours.get()}, LONGEST_PACING_MS);
+        }
+        const double median = quantile_of(cpu, 0.5);
+        table.rows.push_back({std::to_string(takes), std::to_string(std::lround(median)),
+                              std::to_string(std::lround(median / static_cast<double>(takes)))});
+    }
+    return table;
+}
+
 findings measure_take(const bench_plan& plan)
 {
     const auto answers = router_answers(16, 16);
@@ -88,5 +131,6 @@ findings measure_take(const bench_plan& plan)
         found.figures.push_back(make_figure("take", measure, "us", samples, quantile));
         found.figures.back().aim = AIM;
     }
+    found.tables = {measure_salvos(plan)};
     return found;
 }
