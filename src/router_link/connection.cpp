@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -48,6 +49,14 @@ static int create_router_socket()
     return -1;
 }
 
+// Otherwise TCP keeps the second change of a burst back until the first has been acknowledged: some
+// 40 ms, more than a frame of video, where the router does not answer changes.
+static void send_without_delay(int descriptor)
+{
+    const int on = 1;
+    setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+}
+
 // Returns false when the configured text is no address.
 static bool read_router_address(sockaddr_in& address)
 {
@@ -75,6 +84,7 @@ static void start_connect_attempt()
         log_error("Cannot connect, cannot create socket");
         return;
     }
+    send_without_delay(router_fd);
     if (connect(router_fd, generic(address), sizeof address) == 0) {
         log_note("Connected to router, right away");
         discovery_needed = true;

@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <cstdlib>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/select.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -19,6 +20,8 @@ void connect_to_router(const char* port)
     address.sin_port = htons(static_cast<std::uint16_t>(std::atoi(port)));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     router_fd = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    const int on = 1;
+    setsockopt(router_fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     connect(router_fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
     fd_set writable;
     FD_ZERO(&writable);

@@ -4,6 +4,7 @@
 #include <arpa/inet.h>
 #include <cerrno>
 #include <fcntl.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 
@@ -340,6 +341,16 @@ TEST_F(ConnectionAttempt, OpensANonBlockingStreamThatNoChildInherits)
     EXPECT_EQ(type, SOCK_STREAM);
     EXPECT_NE(fcntl(router_fd, F_GETFL) & O_NONBLOCK, 0);
     EXPECT_NE(fcntl(router_fd, F_GETFD) & FD_CLOEXEC, 0);
+}
+
+TEST_F(ConnectionAttempt, MakesNoMessageWaitForTheOneBefore)
+{
+    choose_port(true);
+    connect_to_router();
+    int without_delay = 0;
+    socklen_t size = sizeof without_delay;
+    ASSERT_EQ(getsockopt(router_fd, IPPROTO_TCP, TCP_NODELAY, &without_delay, &size), 0);
+    EXPECT_NE(without_delay, 0);
 }
 
 TEST_F(ConnectionAttempt, IsNotMadeBesideAConnection)
