@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <random>
 #include <sys/resource.h>
+
+#include "bench/figure_text.h"
 
 constexpr std::array<std::size_t, 5> SIZES = {1, 10, 50, 100, 200};
 constexpr std::array<std::size_t, 2> QUICK_SIZES = {1, 3};
@@ -135,23 +136,16 @@ static fleet_cost measure_size(const bench_plan& plan, std::size_t size)
     return cost;
 }
 
-static std::string rounded(double value, int decimals)
-{
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.*f", decimals, value);
-    return text.data();
-}
-
 static std::vector<std::string> row_of(std::size_t size, const fleet_cost& cost)
 {
     const double cpu_ms = quantile_of(cost.cpu_ms, 0.5);
     return {std::to_string(size),
-            rounded(cpu_ms, 1),
-            rounded(cpu_ms / static_cast<double>(size), 2),
-            rounded(cost.pss_kib / 1024, 1),
-            rounded(cost.take_p99_us / 1000, 1),
-            rounded(cost.largest_poll_delay_us / 1000, 0),
-            rounded(CORES * 1000 / (cpu_ms / static_cast<double>(size)), 0)};
+            number_text(cpu_ms),
+            number_text(cpu_ms / static_cast<double>(size)),
+            number_text(cost.pss_kib / 1024),
+            number_text(cost.take_p99_us / 1000),
+            number_text(cost.largest_poll_delay_us / 1000),
+            number_text(CORES * 1000 / (cpu_ms / static_cast<double>(size)))};
 }
 
 static std::vector<double> divided(std::vector<double> values, std::size_t size)

@@ -1,9 +1,10 @@
 #include "bench/scenarios/scenario.h"
 
-#include <array>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
+
+#include "bench/figure_text.h"
 
 static std::string output_of(const std::string& command)
 {
@@ -12,13 +13,6 @@ static std::string output_of(const std::string& command)
     const std::string text = read_to_end(fileno(pipe));
     if (pclose(pipe) != 0) throw std::runtime_error(command + " has failed.");
     return text;
-}
-
-static std::string rounded(double value)
-{
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.0f", value);
-    return text.data();
 }
 
 findings measure_pieces(const bench_plan& plan)
@@ -30,8 +24,8 @@ findings measure_pieces(const bench_plan& plan)
         .title = "The pieces", .columns = {"piece", "CPU ns", "allocations"}, .rows = {}};
     for (const nlohmann::json& piece : measured.at("benchmarks"))
         table.rows.push_back({piece.at("name").get<std::string>(),
-                              rounded(piece.at("cpu_time").get<double>()),
-                              rounded(piece.at("allocations").get<double>())});
+                              number_text(piece.at("cpu_time").get<double>()),
+                              number_text(piece.at("allocations").get<double>())});
     plan.progress(1, 1);
     return {.figures = {}, .tables = {table}};
 }

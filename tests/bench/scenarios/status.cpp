@@ -1,10 +1,10 @@
 #include "bench/scenarios/scenario.h"
-#include "bench/system_calls.h"
 
 #include <array>
-#include <cmath>
-#include <cstdio>
 #include <set>
+
+#include "bench/figure_text.h"
+#include "bench/system_calls.h"
 
 constexpr std::size_t CYCLES = 60;
 constexpr std::size_t QUICK_CYCLES = 2;
@@ -53,9 +53,7 @@ static std::map<std::string, double> trace_cycles(rig& traced, const std::string
 static std::string count_text(const std::map<std::string, double>& calls, const std::string& name)
 {
     const auto found = calls.find(name);
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.1f", found == calls.end() ? 0 : found->second);
-    return text.data();
+    return number_text(found == calls.end() ? 0 : found->second);
 }
 
 static text_table trace_both(const bench_plan& plan,
@@ -108,8 +106,7 @@ static text_table measure_growth(const bench_plan& plan)
                      .rows = {}};
     for (std::size_t i = 0; i < ROUTER_SIZES.size(); ++i) {
         const std::string size = std::to_string(ROUTER_SIZES[i]);
-        table.rows.push_back(
-            {size + " × " + size, std::to_string(std::lround(quantile_of(cpu[i], 0.5)))});
+        table.rows.push_back({size + " × " + size, number_text(quantile_of(cpu[i], 0.5))});
     }
     return table;
 }
