@@ -40,9 +40,10 @@ figure make_figure(const std::string& scenario, const std::string& measure, cons
     made.ours = quantile_of(samples.ours, quantile);
     if (samples.floor.empty()) return made;
     made.floor = quantile_of(samples.floor, quantile);
-    const std::vector<double> ratios = resampled_ratios(samples, quantile);
-    if (*made.floor <= 0 || ratios.empty()) return made;
+    if (*made.floor <= 0) return made;
     made.ratio = made.ours / *made.floor;
+    if (samples.ours.size() < 2 || samples.floor.size() < 2) return made;
+    const std::vector<double> ratios = resampled_ratios(samples, quantile);
     made.ratio_low = quantile_of(ratios, SPREAD_LOW);
     made.ratio_high = quantile_of(ratios, SPREAD_HIGH);
     return made;

@@ -22,7 +22,8 @@ struct figure {
     std::string unit;     // of ours and floor: "us", "KiB", "records/s", "calls"
     double ours = 0;
     std::optional<double> floor = std::nullopt;
-    // With a floor above zero: ours / floor, and where it lies in 90 of 100 resamplings.
+    // With a floor above zero: ours / floor, and where it lies in 90 of 100 resamplings; that is
+    // unknown when either side has a single sample.
     std::optional<double> ratio = std::nullopt;
     std::optional<double> ratio_low = std::nullopt;
     std::optional<double> ratio_high = std::nullopt;

@@ -44,12 +44,13 @@ constexpr std::array<named_scenario, 9> ALL_SCENARIOS = {{
 }};
 
 // On a terminal the line is written over and over.
-static void show_progress(const char* scenario, std::size_t done, std::size_t all)
+static void show_progress(const char* scenario, const char* step, std::size_t done, std::size_t all)
 {
     if (isatty(STDERR_FILENO) != 0)
-        std::fprintf(stderr, "\r%-10s %zu of %zu %s", scenario, done, all, done == all ? "\n" : "");
+        std::fprintf(stderr, "\r%-10s %s: %zu of %zu %s", scenario, step, done, all,
+                     done == all ? "\n" : "");
     else if (done == all)
-        std::fprintf(stderr, "%-10s %zu of %zu\n", scenario, done, all);
+        std::fprintf(stderr, "%-10s %s: %zu of %zu\n", scenario, step, done, all);
 }
 
 static bool is_wanted(const bench_options& options, const char* name)
@@ -59,21 +60,31 @@ static bool is_wanted(const bench_options& options, const char* name)
                options.scenarios.end();
 }
 
-static bench_run measure(const bench_options& options)
+static findings measure_scenario(const named_scenario& scenario, const bench_options& options)
+{
+    return scenario.measure({.programs = {.backend = options.programs + "/routing_switcher_backend",
+                                          .floor_folder = options.programs,
+                                          .pieces = options.programs + "/bench_pieces"},
+                             .quick = options.quick,
+                             .progress = [&](const char* step, std::size_t done, std::size_t all) {
+                                 show_progress(scenario.name, step, done, all);
+                             }});
+}
+
+// What cannot be measured is said and left out; `complete` tells whether there was none.
+static bench_run measure(const bench_options& options, bool& complete)
 {
     bench_run run{.commit = options.commit, .machine = this_machine(), .figures = {}, .tables = {}};
     for (const named_scenario& scenario : ALL_SCENARIOS) {
         if (!is_wanted(options, scenario.name)) continue;
-        const findings found = scenario.measure(
-            {.programs = {.backend = options.programs + "/routing_switcher_backend",
-                          .floor_folder = options.programs,
-                          .pieces = options.programs + "/bench_pieces"},
-             .quick = options.quick,
-             .progress = [&](std::size_t done, std::size_t all) {
-                 show_progress(scenario.name, done, all);
-             }});
-        run.figures.insert(run.figures.end(), found.figures.begin(), found.figures.end());
-        run.tables.insert(run.tables.end(), found.tables.begin(), found.tables.end());
+        try {
+            const findings found = measure_scenario(scenario, options);
+            run.figures.insert(run.figures.end(), found.figures.begin(), found.figures.end());
+            run.tables.insert(run.tables.end(), found.tables.begin(), found.tables.end());
+        } catch (const std::exception& fault) {
+            std::fprintf(stderr, "\n%-10s cannot be measured: %s\n", scenario.name, fault.what());
+            complete = false;
+        }
     }
     return run;
 }
@@ -93,7 +104,7 @@ static void write_files(const bench_run& run, const std::string& folder)
 static void print_run(const bench_run& run, const bench_options& options)
 {
     std::optional<bench_run> last;
-    if (!options.last_run.empty()) last = load_run(options.last_run, std::cerr);
+    if (!options.last_run.empty() && !options.quick) last = load_run(options.last_run, std::cerr);
     std::cout << '\n'
               << terminal_text(
                      figures_table(run.figures, last ? last->figures : std::vector<figure>{}));
@@ -127,17 +138,19 @@ static int run_program(int argument_count, const char* const* arguments)
         names.emplace_back(scenario.name);
     app.add_option("scenario", options.scenarios, "what to measure; everything")
         ->check(CLI::IsMember(names));
-    app.footer("Exit status: 0 when all was measured, whatever came out; 2 otherwise.");
+    app.footer(
+        "Exit status: 0 when all was measured, whatever came out; 2 when something could not be.");
     try {
         app.parse(argument_count, arguments);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 2;
     }
     std::signal(SIGPIPE, SIG_IGN);
-    const bench_run run = measure(options);
+    bool complete = true;
+    const bench_run run = measure(options, complete);
     write_files(run, options.output_folder);
     print_run(run, options);
-    return 0;
+    return complete ? 0 : 2;
 }
 
 int main(int argument_count, char** arguments)

@@ -36,6 +36,7 @@ void connect_to_router(const char* port)
 std::string_view read_router()
 {
     const ssize_t count = read(router_fd, router_bytes, sizeof router_bytes);
+    if (count == 0) std::_Exit(0);
     return {router_bytes, count > 0 ? static_cast<std::size_t>(count) : 0};
 }
 

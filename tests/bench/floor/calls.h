@@ -1,6 +1,6 @@
 // The system calls of the backend's passes, for the floors: programs that make the calls of one
-// scenario in their order and do nothing else. Failures are not looked at, but the end of the
-// parent's bytes ends the program.
+// scenario in their order and do nothing else. Failures are not looked at, but the end of what
+// either side sends ends the program.
 #pragma once
 
 #include <string_view>

@@ -20,9 +20,12 @@ static void exchange(std::string_view request)
     for (;;) {
         read_parent();
         read_parent();
-        const bool answered = !read_router().empty();
-        if (answered) write_log("<DBG>Router: MSG N0KB\tF\t06D\n");
-        read_router();
+        bool answered = false;
+        for (int reads = 0; reads < 2; ++reads) {
+            if (read_router().empty()) continue;
+            write_log("<DBG>Router: MSG N0KB\tF\t06D\n");
+            answered = true;
+        }
         if (answered) break;
         usleep(10'000);
     }

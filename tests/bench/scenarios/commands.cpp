@@ -1,6 +1,5 @@
 #include "bench/scenarios/scenario.h"
 
-#include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -47,7 +46,8 @@ static command_cost answer_all(rig& rig, std::size_t records)
         return answered >= records;
     });
     const auto all = static_cast<double>(records);
-    return {all / (now_in_us() - start) * 1e6, (cpu_in_us(rig) - cpu_before) / all};
+    const double rate = all / (now_in_us() - start) * 1e6;
+    return {rate, (settled_cpu_in_us(rig) - cpu_before) / all};
 }
 
 findings measure_commands(const bench_plan& plan)
@@ -62,6 +62,7 @@ findings measure_commands(const bench_plan& plan)
     const std::size_t rounds = plan.quick ? 1 : ROUNDS;
     paired_samples rate;
     paired_samples cpu;
+    plan.progress("rounds", 0, rounds);
     for (std::size_t i = 0; i < rounds; ++i) {
         const command_cost our_cost = answer_all(ours, records);
         const command_cost floor_cost = answer_all(floor, records);
@@ -69,7 +70,7 @@ findings measure_commands(const bench_plan& plan)
         rate.floor.push_back(floor_cost.records_per_second);
         cpu.ours.push_back(our_cost.cpu_us);
         cpu.floor.push_back(floor_cost.cpu_us);
-        plan.progress(i + 1, rounds);
+        plan.progress("rounds", i + 1, rounds);
     }
     findings found;
     found.figures = {make_figure("commands", "rate", "records/s", rate),

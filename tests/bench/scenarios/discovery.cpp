@@ -44,14 +44,15 @@ static figure measure_size(const bench_plan& plan, std::size_t size)
     const std::string answer_count = std::to_string(count_answers(answers));
     paired_samples samples;
     const std::size_t rounds = plan.quick ? QUICK_ROUNDS : ROUNDS;
+    const std::string text = std::to_string(size) + "×" + std::to_string(size);
+    plan.progress(text.c_str(), 0, rounds);
     for (std::size_t i = 0; i < rounds; ++i) {
         samples.ours.push_back(time_discovery(*start_backend_on(plan.programs, answers)));
         samples.floor.push_back(
             time_discovery(*start_floor_on(plan.programs, "discovery", answers, {answer_count})));
-        plan.progress(i + 1, rounds);
+        plan.progress(text.c_str(), i + 1, rounds);
     }
-    const std::string text = std::to_string(size);
-    figure measured = make_figure("discovery", text + "×" + text, "ms", samples);
+    figure measured = make_figure("discovery", text, "ms", samples);
     measured.aim = AIM;
     return measured;
 }
@@ -77,12 +78,13 @@ static figure measure_slow_router(const bench_plan& plan)
     const double milliseconds = plan.quick ? QUICK_SLOW_ROUTER_MS : SLOW_ROUTER_MS;
     const std::size_t rounds = plan.quick ? 1 : 3;
     paired_samples cpu;
+    plan.progress("slow router", 0, rounds);
     for (std::size_t i = 0; i < rounds; ++i) {
         cpu.ours.push_back(
             wait_for_slow_router(*start_backend_on(plan.programs, answers), milliseconds));
         cpu.floor.push_back(wait_for_slow_router(
             *start_floor_on(plan.programs, "discovery", answers, {answer_count}), milliseconds));
-        plan.progress(i + 1, rounds);
+        plan.progress("slow router", i + 1, rounds);
     }
     return make_figure("discovery", "CPU per second of waiting", "ms", cpu);
 }

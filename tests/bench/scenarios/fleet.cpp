@@ -8,8 +8,8 @@
 #include "bench/figure_text.h"
 
 constexpr std::array<std::size_t, 5> SIZES = {1, 10, 50, 100, 200};
-constexpr std::array<std::size_t, 2> QUICK_SIZES = {1, 3};
-constexpr std::size_t WINDOWS = 10; // of a second each
+constexpr std::array<std::size_t, 3> QUICK_SIZES = {1, 2, 4};
+constexpr std::size_t WINDOWS = 8; // of a second each, first without takes, then with them
 constexpr std::size_t QUICK_WINDOWS = 2;
 constexpr double WINDOW_US = 1'000'000;
 constexpr double TAKES_PER_SECOND = 25;      // of all together, at most
@@ -23,7 +23,8 @@ namespace {
 // One backend and what it is doing.
 struct fleet_member {
     running_rig rig;
-    double cycle_end = 0; // the last polling cycle's, 0 before the first
+    double cycle_end = 0;     // the last polling cycle's, 0 before the first
+    double take_interval = 0; // 0: no takes
     double next_take = 0;
     bool adding = false;    // the change has been said, the reply has not come
     double flush_start = 0; // 0: no take is under way
@@ -51,6 +52,7 @@ static fleet start_fleet(const bench_plan& plan, std::size_t size)
     for (std::size_t i = 0; i < size; ++i) {
         started.members.push_back({.rig = start_backend_on(plan.programs, answers)});
         started.rigs.push_back(started.members.back().rig.get());
+        serve_for(started.rigs, 1); // nobody waits for long for its router
     }
     for (rig* const each : started.rigs)
         serve_until(started.rigs, [&] { return hears(*each, "\no0.name="); });
@@ -73,7 +75,7 @@ static void note_requests(fleet& fleet, fleet_member& member, double now)
     member.rig->router.requests.clear();
 }
 
-static void go_on_with_take(fleet_member& member, double now, double interval_us)
+static void go_on_with_take(fleet_member& member, double now)
 {
     if (member.adding && hears(*member.rig, "*TYPE=reply\n\n")) {
         member.adding = false;
@@ -82,7 +84,7 @@ static void go_on_with_take(fleet_member& member, double now, double interval_us
     } else if (!member.adding && member.flush_start == 0 && now >= member.next_take) {
         member.rig->heard.clear();
         member.adding = true;
-        member.next_take += interval_us;
+        member.next_take += member.take_interval;
         say(*member.rig, add_record(0, 1));
     }
 }
@@ -103,35 +105,65 @@ static double pss_of(const fleet& fleet)
     return sum;
 }
 
-// Polls go on, and each backend makes a take now and then, at any moment of its polling.
-static fleet_cost measure_size(const bench_plan& plan, std::size_t size)
+// Polls go on. Calls each_window with its length after every second.
+static void serve_fleet(fleet& fleet, std::size_t windows,
+                        const std::function<void(double us)>& each_window)
 {
-    fleet fleet = start_fleet(plan, size);
-    const double interval_us =
-        std::max(TAKE_INTERVAL_US, static_cast<double>(size) / TAKES_PER_SECOND * 1e6);
-    std::mt19937_64 random(size);
-    const double start = now_in_us();
-    for (fleet_member& member : fleet.members)
-        member.next_take = start + std::uniform_real_distribution(0.0, interval_us)(random);
-    fleet_cost cost;
-    double cpu = cpu_of(fleet);
-    double window_start = start;
-    const std::size_t windows = plan.quick ? QUICK_WINDOWS : WINDOWS;
+    double window_start = now_in_us();
+    std::size_t over = 0;
     serve_until(fleet.rigs, [&] {
         const double now = now_in_us();
         for (fleet_member& member : fleet.members) {
             note_requests(fleet, member, now);
-            go_on_with_take(member, now, interval_us);
+            if (member.take_interval > 0) go_on_with_take(member, now);
         }
         if (now - window_start < WINDOW_US) return false;
-        const double cpu_now = cpu_of(fleet);
-        cost.cpu_ms.push_back((cpu_now - cpu) / (now - window_start) * 1000);
-        cpu = cpu_now;
+        each_window(now - window_start);
         window_start = now;
-        return cost.cpu_ms.size() == windows;
+        return ++over == windows;
     });
+}
+
+// CPU in milliseconds of each second, all together, while nothing but polling goes on.
+static std::vector<double> measure_polling(fleet& fleet, std::size_t windows)
+{
+    std::vector<double> cpu_ms;
+    double cpu_before = cpu_of(fleet);
+    serve_fleet(fleet, windows, [&](double window_us) {
+        const double cpu = cpu_of(fleet);
+        cpu_ms.push_back((cpu - cpu_before) / window_us * 1000);
+        cpu_before = cpu;
+    });
+    return cpu_ms;
+}
+
+// Takes at any moment of the polling, each in microseconds; one that is under way at the end
+// counts as long as it has lasted.
+static std::vector<double> measure_takes(fleet& fleet, std::size_t windows)
+{
+    const auto size = static_cast<double>(fleet.members.size());
+    const double interval = std::max(TAKE_INTERVAL_US, size / TAKES_PER_SECOND * 1e6);
+    std::mt19937_64 random(fleet.members.size());
+    std::uniform_real_distribution phase(0.0, interval);
+    for (fleet_member& member : fleet.members) {
+        member.take_interval = interval;
+        member.next_take = now_in_us() + phase(random);
+    }
+    serve_fleet(fleet, windows, [](double) {});
+    for (const fleet_member& member : fleet.members)
+        if (member.flush_start > 0) fleet.take_us.push_back(now_in_us() - member.flush_start);
+    return fleet.take_us;
+}
+
+static fleet_cost measure_size(const bench_plan& plan, std::size_t size)
+{
+    fleet fleet = start_fleet(plan, size);
+    const std::size_t windows = plan.quick ? QUICK_WINDOWS : WINDOWS;
+    fleet_cost cost;
+    cost.cpu_ms = measure_polling(fleet, windows);
     cost.pss_kib = pss_of(fleet);
-    cost.take_p99_us = fleet.take_us.empty() ? 0 : quantile_of(fleet.take_us, 0.99);
+    const std::vector<double> takes = measure_takes(fleet, windows);
+    cost.take_p99_us = takes.empty() ? 0 : quantile_of(takes, 0.99);
     cost.largest_poll_delay_us = fleet.largest_poll_delay_us;
     return cost;
 }
@@ -193,10 +225,11 @@ findings measure_fleet(const bench_plan& plan)
                                  "largest delay of a poll ms", "2 cores would carry"},
                      .rows = {}}};
     std::vector<fleet_cost> costs;
+    plan.progress("fleets", 0, sizes.size());
     for (const std::size_t size : sizes) {
         costs.push_back(measure_size(plan, size));
         found.tables[0].rows.push_back(row_of(size, costs.back()));
-        plan.progress(costs.size(), sizes.size());
+        plan.progress("fleets", costs.size(), sizes.size());
     }
     found.figures = growth_figures(sizes[1], costs[1], sizes.back(), costs.back());
     return found;

@@ -19,6 +19,7 @@ findings measure_pieces(const bench_plan& plan)
 {
     const std::string command = "'" + plan.programs.pieces + "' --benchmark_format=json" +
                                 (plan.quick ? " --benchmark_min_time=0.001" : "");
+    plan.progress("pieces", 0, 1);
     const nlohmann::json measured = nlohmann::json::parse(output_of(command));
     text_table table{
         .title = "The pieces", .columns = {"piece", "CPU ns", "allocations"}, .rows = {}};
@@ -26,6 +27,6 @@ findings measure_pieces(const bench_plan& plan)
         table.rows.push_back({piece.at("name").get<std::string>(),
                               number_text(piece.at("cpu_time").get<double>()),
                               number_text(piece.at("allocations").get<double>())});
-    plan.progress(1, 1);
+    plan.progress("pieces", 1, 1);
     return {.figures = {}, .tables = {table}};
 }

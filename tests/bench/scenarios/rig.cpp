@@ -1,6 +1,6 @@
 #include "bench/scenarios/rig.h"
 
-#include <cerrno>
+#include <algorithm>
 #include <chrono>
 #include <fcntl.h>
 #include <fstream>
@@ -8,14 +8,16 @@
 #include <netinet/tcp.h>
 #include <stdexcept>
 #include <sys/socket.h>
-#include <system_error>
 #include <unistd.h>
 
 #include "common/numbers.h"
 #include "support/frames.h"
 
 constexpr double TIME_LIMIT_US = 60'000'000;
+constexpr double TAKES_MISSING_AFTER_US = 1'000'000; // after the reply to their flush
 constexpr std::size_t ENTRIES_PER_ANSWER = 16;
+constexpr int MOST_ATTEMPTS = 20;
+constexpr const char* REPLY = "*TYPE=reply\n\n";
 
 const char* const FLUSH_RECORD = "*COMMAND=route output\n*TYPE=command\nqueue=flush\n\n";
 
@@ -196,6 +198,70 @@ void await_end_of_cycle(rig& rig)
     serve_for({&rig}, 20);
 }
 
+double show_routes(rig& rig, const std::string& frames, const std::function<bool()>& told)
+{
+    for (int attempt = 0; attempt < MOST_ATTEMPTS; ++attempt) {
+        await_end_of_cycle(rig);
+        rig.heard.clear();
+        rig.router.requests.clear();
+        const double cpu_before = cpu_in_us(rig);
+        send_bytes(rig.router, frames);
+        bool is_told = false;
+        serve_until({&rig}, [&] {
+            is_told = told();
+            return is_told || count_requests(rig.router, "QD") > 0;
+        });
+        const double cpu = settled_cpu_in_us(rig) - cpu_before;
+        if (is_told && count_requests(rig.router, "BK F") == 0) return cpu;
+    }
+    throw std::runtime_error("The parent is never told of the routes.");
+}
+
+static void stage_changes(rig& rig, std::size_t takes, int input)
+{
+    std::string records;
+    for (std::size_t output = 0; output < takes; ++output)
+        records += add_record(static_cast<int>(output), input);
+    rig.heard.clear();
+    say(rig, records);
+    std::size_t replies = 0;
+    serve_until({&rig}, [&] {
+        while (hears(rig, REPLY))
+            ++replies;
+        return replies == takes;
+    });
+}
+
+static std::size_t count_takes(const rig& rig)
+{
+    const auto is_take = [](const std::string& request) {
+        return request.starts_with("TI ");
+    };
+    const auto& requests = rig.router.requests;
+    return static_cast<std::size_t>(std::count_if(requests.begin(), requests.end(), is_take));
+}
+
+salvo_cost take_salvo(rig& rig, std::size_t takes, int input)
+{
+    for (int attempt = 0; attempt < MOST_ATTEMPTS; ++attempt) {
+        stage_changes(rig, takes, input);
+        await_end_of_cycle(rig);
+        rig.router.requests.clear();
+        const double cpu_before = cpu_in_us(rig);
+        const double start = now_in_us();
+        say(rig, FLUSH_RECORD);
+        double last_take = 0;
+        double reply = 0;
+        serve_until({&rig}, [&] {
+            if (last_take == 0 && count_takes(rig) == takes) last_take = now_in_us();
+            if (reply == 0 && hears(rig, REPLY)) reply = now_in_us();
+            return reply > 0 && (last_take > 0 || now_in_us() > reply + TAKES_MISSING_AFTER_US);
+        });
+        if (last_take > 0) return {last_take - start, settled_cpu_in_us(rig) - cpu_before};
+    }
+    throw std::runtime_error("The changes of a salvo never reach the router together.");
+}
+
 void end_program(rig& rig)
 {
     rig.input.reset();
@@ -216,6 +282,12 @@ double cpu_in_us(const rig& rig)
     if (clock_getcpuclockid(rig.program.process, &clock) != 0 || clock_gettime(clock, &used) != 0)
         throw std::runtime_error("A program under measurement has ended by itself.");
     return static_cast<double>(used.tv_sec) * 1e6 + static_cast<double>(used.tv_nsec) / 1e3;
+}
+
+double settled_cpu_in_us(rig& rig)
+{
+    serve_for({&rig}, 2);
+    return cpu_in_us(rig);
 }
 
 double pss_in_kib(const rig& rig)

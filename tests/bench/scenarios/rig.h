@@ -72,11 +72,28 @@ double now_in_us();
 // away, and the next begins in a third of a second at the earliest.
 void await_end_of_cycle(rig& rig);
 
+// Sends routing status that nobody has asked for, and waits until told() holds. Returns the CPU of
+// the program meanwhile, in microseconds. Done again when a polling cycle has come in between.
+double show_routes(rig& rig, const std::string& frames, const std::function<bool()>& told);
+
+struct salvo_cost {
+    double us = 0;     // from the flush to the last change at the router
+    double cpu_us = 0; // of the program, until it has answered the flush
+};
+
+// Routes the input to so many outputs by one flush. Done again when the changes have not been sent
+// at once, because they were held back or had waited for too long.
+salvo_cost take_salvo(rig& rig, std::size_t takes, int input);
+
 // Ends the program by the end of its input and waits for that.
 void end_program(rig& rig);
 
-// Of the program, since its start.
+// Of the program, since its start. The system tells what it had used when it last waited.
 double cpu_in_us(const rig& rig);
+
+// The same of a program that has just done something, after serving it for the two milliseconds in
+// which it comes to its next wait.
+double settled_cpu_in_us(rig& rig);
 
 // Memory of the program that is its own or its share, in KiB.
 double pss_in_kib(const rig& rig);

@@ -1,6 +1,7 @@
 // The scenarios that are measured. Each starts the backend and its floor anew and takes turns
-// between them; none depends on how fast the machine is. All of them throw when a program under
-// measurement ends or does not answer.
+// between them, or has both do little at the same time; only fleets of different size follow each
+// other. None depends on how fast the machine is. All throw when a program cannot be started, ends
+// or does not answer.
 #pragma once
 
 #include <functional>
@@ -14,7 +15,8 @@
 struct bench_plan {
     program_paths programs;
     bool quick = false; // few repetitions: shows that it works, not how fast it is
-    std::function<void(std::size_t done, std::size_t all)> progress;
+    // For people: how far a step of the scenario is. Called at its beginning with 0.
+    std::function<void(const char* step, std::size_t done, std::size_t all)> progress;
 };
 
 struct findings {

@@ -19,10 +19,11 @@ findings measure_start(const bench_plan& plan)
     const std::string settings = directory.file("no_router.conf", "");
     paired_samples samples;
     const std::size_t rounds = plan.quick ? QUICK_ROUNDS : ROUNDS;
+    plan.progress("starts", 0, rounds);
     for (std::size_t i = 0; i < rounds; ++i) {
         samples.ours.push_back(time_start({plan.programs.backend, "--file", settings}));
         samples.floor.push_back(time_start({plan.programs.floor_folder + "/floor_empty"}));
-        plan.progress(i + 1, rounds);
+        plan.progress("starts", i + 1, rounds);
     }
     findings found;
     found.figures = {make_figure("start", "first record", "us", samples)};

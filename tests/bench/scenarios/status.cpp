@@ -2,6 +2,7 @@
 
 #include <array>
 #include <set>
+#include <stdexcept>
 
 #include "bench/figure_text.h"
 #include "bench/system_calls.h"
@@ -28,13 +29,14 @@ static paired_samples measure_cycles(const bench_plan& plan, rig& ours, rig& flo
                                      std::size_t cycles)
 {
     paired_samples cpu;
+    plan.progress("cycles", 0, cycles);
     double our_start = 0;
     double floor_start = 0;
     serve_until({&ours, &floor}, [&] {
         const std::size_t seen = cpu.ours.size();
         note_cycle(ours, cpu.ours, our_start);
         note_cycle(floor, cpu.floor, floor_start);
-        if (cpu.ours.size() > seen && seen < cycles) plan.progress(seen + 1, cycles);
+        if (cpu.ours.size() > seen && seen < cycles) plan.progress("cycles", seen + 1, cycles);
         return cpu.ours.size() >= cycles && cpu.floor.size() >= cycles;
     });
     return cpu;
@@ -44,10 +46,13 @@ static paired_samples measure_cycles(const bench_plan& plan, rig& ours, rig& flo
 static std::map<std::string, double> trace_cycles(rig& traced, const std::string& trace_file,
                                                   std::size_t cycles)
 {
-    serve_until({&traced},
-                [&] { return count_requests(traced.router, "BK F") > static_cast<long>(cycles); });
+    const auto wanted = static_cast<long>(cycles) + 1;
+    serve_until({&traced}, [&] { return count_requests(traced.router, "QD") >= wanted; });
     end_program(traced);
-    return calls_per_span(trace_file, CYCLE_MARK);
+    std::map<std::string, double> calls = calls_per_span(trace_file, CYCLE_MARK);
+    if (calls.empty())
+        throw std::runtime_error("strace shows no polling cycle; may it trace here?");
+    return calls;
 }
 
 static std::string count_text(const std::map<std::string, double>& calls, const std::string& name)
@@ -64,11 +69,14 @@ static text_table trace_both(const bench_plan& plan,
         return std::vector<std::string>{"strace", "-o", (directory.path / name).string()};
     };
     const std::size_t cycles = plan.quick ? QUICK_CYCLES : TRACED_CYCLES;
+    plan.progress("traces", 0, 2);
     const auto ours = trace_cycles(*start_backend_on(plan.programs, answers, launcher("ours")),
                                    directory.path / "ours", cycles);
+    plan.progress("traces", 1, 2);
     const auto floor =
         trace_cycles(*start_floor_on(plan.programs, "status", answers, {}, launcher("floor")),
                      directory.path / "floor", cycles);
+    plan.progress("traces", 2, 2);
     std::set<std::string> names;
     for (const auto* const calls : {&ours, &floor})
         for (const auto& [name, count] : *calls)
@@ -93,6 +101,7 @@ static text_table measure_growth(const bench_plan& plan)
         rigs.push_back(sized.back().get());
     }
     const std::size_t cycles = plan.quick ? QUICK_CYCLES : GROWTH_CYCLES;
+    plan.progress("sizes", 0, 1);
     serve_until(rigs, [&] {
         bool all = true;
         for (std::size_t i = 0; i < rigs.size(); ++i) {
@@ -101,6 +110,7 @@ static text_table measure_growth(const bench_plan& plan)
         }
         return all;
     });
+    plan.progress("sizes", 1, 1);
     text_table table{.title = "A polling cycle by the size of the router",
                      .columns = {"sources × destinations", "CPU us"},
                      .rows = {}};

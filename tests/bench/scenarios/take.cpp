@@ -4,7 +4,6 @@
 #include <array>
 
 #include "bench/figure_text.h"
-#include "common/numbers.h"
 
 constexpr std::size_t TAKES = 1000;
 constexpr std::size_t QUICK_TAKES = 5;
@@ -25,11 +24,6 @@ struct take_rigs {
     running_rig floor;
     double last_cycle = 0; // when the backend's last polling cycle ended
     double last_flush = 0; // of the backend
-};
-
-struct salvo_cost {
-    double us = 0;
-    double cpu_us = 0;
 };
 } // namespace
 
@@ -79,23 +73,6 @@ static double time_our_take(take_rigs& rigs, int input)
     return duration;
 }
 
-// From the flush of so many changes until the router has all of them.
-static salvo_cost measure_salvo(rig& rig, std::size_t takes, std::size_t round)
-{
-    for (std::size_t output = 0; output < takes; ++output) {
-        say(rig, add_record(static_cast<int>(output), static_cast<int>((output + round) % 256)));
-        serve_until({&rig}, [&] { return hears(rig, "*TYPE=reply\n\n"); });
-    }
-    await_end_of_cycle(rig);
-    rig.router.requests.clear();
-    const double cpu_before = cpu_in_us(rig);
-    const double start = now_in_us();
-    say(rig, FLUSH_RECORD);
-    const std::string last_query = "QI " + upper_hex(static_cast<std::uint32_t>(takes)) + " 0";
-    serve_until({&rig}, [&] { return count_requests(rig.router, last_query) > 0; });
-    return {.us = now_in_us() - start, .cpu_us = cpu_in_us(rig) - cpu_before};
-}
-
 // The routers here do not confirm takes.
 static text_table measure_salvos(const bench_plan& plan)
 {
@@ -104,11 +81,13 @@ static text_table measure_salvos(const bench_plan& plan)
     text_table table{.title = "Route changes flushed at once",
                      .columns = {"changes", "until the last us", "CPU us", "CPU us each"},
                      .rows = {}};
+    std::size_t done = 0;
+    plan.progress("salvos", done, SALVOS.size());
     for (const std::size_t takes : SALVOS) {
         std::vector<double> duration;
         std::vector<double> cpu;
         for (std::size_t round = 0; round < (plan.quick ? 1 : SALVO_ROUNDS); ++round) {
-            const salvo_cost cost = measure_salvo(*ours, takes, round);
+            const salvo_cost cost = take_salvo(*ours, takes, static_cast<int>(round));
             duration.push_back(cost.us);
             cpu.push_back(cost.cpu_us);
             serve_for({ours.get()}, LONGEST_PACING_MS);
@@ -116,6 +95,7 @@ static text_table measure_salvos(const bench_plan& plan)
         const double each = quantile_of(cpu, 0.5) / static_cast<double>(takes);
         table.rows.push_back({std::to_string(takes), number_text(quantile_of(duration, 0.5)),
                               number_text(quantile_of(cpu, 0.5)), number_text(each)});
+        plan.progress("salvos", ++done, SALVOS.size());
     }
     return table;
 }
@@ -128,13 +108,14 @@ findings measure_take(const bench_plan& plan)
     await_discovery(*rigs.ours);
     paired_samples samples;
     const std::size_t takes = plan.quick ? QUICK_TAKES : TAKES;
+    plan.progress("takes", 0, takes);
     for (std::size_t i = 0; i < takes; ++i) {
         await_quiet(rigs);
         samples.ours.push_back(time_our_take(rigs, static_cast<int>(i % 16)));
         serve_for({rigs.ours.get(), rigs.floor.get()}, 10);
         watch_cycle(rigs);
         samples.floor.push_back(time_flush(rigs, *rigs.floor));
-        plan.progress(i + 1, takes);
+        plan.progress("takes", i + 1, takes);
     }
     findings found;
     for (const auto& [measure, quantile] : {std::pair{"p50", 0.5}, std::pair{"p99", 0.99}}) {

@@ -87,10 +87,21 @@ TEST(Figure, HasNoRatioToAFloorOfZero)
 
 TEST(Figure, SpreadLeavesOutDrawsWhoseFloorIsZero)
 {
-    const figure made = make_figure("status", "CPU", "ms", {{2}, {0, 1}}, 1);
+    const figure made = make_figure("status", "CPU", "ms", {{2, 2}, {0, 1}}, 1);
     EXPECT_EQ(made.ratio, 2);
     EXPECT_EQ(made.ratio_low, 2);
     EXPECT_EQ(made.ratio_high, 2);
+}
+
+TEST(Figure, HasNoSpreadWithASingleSample)
+{
+    for (const paired_samples& samples :
+         {paired_samples{{6}, {3, 3}}, paired_samples{{6, 6}, {3}}}) {
+        const figure made = make_figure("memory", "PSS", "KiB", samples);
+        EXPECT_EQ(made.ratio, 2);
+        EXPECT_EQ(made.ratio_low, std::nullopt);
+        EXPECT_EQ(made.ratio_high, std::nullopt);
+    }
 }
 
 TEST(Figure, HasNoSpreadWhereNothingVaries)
@@ -123,7 +134,8 @@ TEST(Figure, SpreadNarrowsWithTheNumberOfSamples)
 TEST(Figure, SpreadOfEqualSamplesContainsOne)
 {
     EXPECT_TRUE(rc::check([] {
-        const std::vector<double> samples = any_samples();
+        std::vector<double> samples = any_samples();
+        samples.push_back(samples.front()); // at least two
         const figure made = make_figure("take", "p50", "us", {samples, samples});
         RC_ASSERT(made.ratio == 1);
         RC_ASSERT(*made.ratio_low <= 1);
