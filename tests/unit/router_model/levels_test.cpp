@@ -55,6 +55,13 @@ TEST_F(Levels, StopAtAnAnswerOfAnotherKind)
     EXPECT_EQ(level_mask, 1U);
 }
 
+TEST_F(Levels, StopAtAnotherKindWithoutEntries)
+{
+    update_levels_info({received("NQ", {"L", "1", "A", "0", "x"}), received("NQ", {"S", "0"}),
+                        received("NQ", {"L", "1", "C", "2", "x"})});
+    EXPECT_EQ(router_levels, (Texts{"A"}));
+}
+
 TEST_F(Levels, SkipMessagesThatDoNotCount)
 {
     router_message failed = received("NQ", {"L", "1", "A", "0", "x"});

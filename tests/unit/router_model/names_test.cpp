@@ -151,6 +151,13 @@ TEST_P(NameUpdate, StopsAtTheFirstAnswerOfAForeignKind)
     EXPECT_EQ(diagnostics(), range_line("1", "1"));
 }
 
+TEST_P(NameUpdate, StopsAtAForeignKindWithoutEntries)
+{
+    update(
+        {answer_with({"1"}), received("NQ", {GetParam().foreign_kind, "0"}), answer_with({"3"})});
+    EXPECT_EQ(names(), (Names{"n1"}));
+}
+
 TEST_P(NameUpdate, CompletesAnUpdateThatAForeignKindStopsAtOnce)
 {
     update({answer_with({"1"})});
