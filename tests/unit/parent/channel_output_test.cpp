@@ -197,6 +197,31 @@ TEST_F(ChannelOutput, IsPendingUntilItsLastByteIsWritten)
     EXPECT_FALSE(parent_output_pending());
 }
 
+TEST_F(ChannelOutput, KeepsTheWrittenFrontWhileItIsSmallOrLessThanTheRest)
+{
+    for (const auto& [size, written] : {std::pair{60'000, 40'000}, std::pair{80'000, 65'536},
+                                        std::pair{140'000, 70'000}, std::pair{200'000, 65'537}}) {
+        parent_output = std::string(static_cast<std::size_t>(size), 'a');
+        parent_output_written = 0;
+        force_result(SystemCall::Write, STDOUT_FILENO, written);
+        EXPECT_EQ(flush_parent_output(), 0);
+        EXPECT_EQ(parent_output.size(), static_cast<std::size_t>(size));
+        EXPECT_EQ(parent_output_written, static_cast<std::size_t>(written));
+    }
+}
+
+TEST_F(ChannelOutput, DropsAWrittenFrontThatIsLargeAndMoreThanTheRest)
+{
+    for (const auto& [size, written] : {std::pair{80'000, 65'537}, std::pair{140'000, 70'001}}) {
+        parent_output = std::string(static_cast<std::size_t>(size), 'a');
+        parent_output_written = 0;
+        force_result(SystemCall::Write, STDOUT_FILENO, written);
+        EXPECT_EQ(flush_parent_output(), 0);
+        EXPECT_EQ(parent_output.size(), static_cast<std::size_t>(size - written));
+        EXPECT_EQ(parent_output_written, 0U);
+    }
+}
+
 // A parent that is always one record behind.
 TEST_F(ChannelOutput, DoesNotGrowForAParentThatIsAlwaysALittleBehind)
 {
