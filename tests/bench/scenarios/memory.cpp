@@ -59,33 +59,46 @@ static void live_through_part(rig& rig, std::size_t part)
     rig.heard.clear();
 }
 
-// Programs of their own each time, at rest after they have learnt what there is.
-static paired_samples measure_rest(const bench_plan& plan)
+// At rest, after it has learnt what there is.
+static double our_rest(const bench_plan& plan)
+{
+    const running_rig ours = start_backend_on(plan.programs, router_answers(PORTS, PORTS));
+    await_discovery(*ours);
+    serve_for({ours.get()}, REST_MS);
+    return pss_in_kib(*ours);
+}
+
+static double floor_rest(const bench_plan& plan, const char* name)
+{
+    rig floor;
+    start_program(floor, {plan.programs.floor_folder + "/" + name});
+    serve_until({&floor}, [&] { return !floor.heard.empty(); });
+    return pss_in_kib(floor);
+}
+
+static std::vector<figure> measure_rest(const bench_plan& plan)
 {
     paired_samples pss;
+    paired_samples beside_usual;
     const std::size_t rounds = plan.quick ? 1 : REST_ROUNDS;
     plan.progress("at rest", 0, rounds);
     for (std::size_t i = 0; i < rounds; ++i) {
-        const running_rig ours = start_backend_on(plan.programs, router_answers(PORTS, PORTS));
-        rig floor;
-        start_program(floor, {plan.programs.floor_folder + "/floor_empty"});
-        await_discovery(*ours);
-        serve_for({ours.get(), &floor}, REST_MS);
-        pss.ours.push_back(pss_in_kib(*ours));
-        pss.floor.push_back(pss_in_kib(floor));
+        pss.ours.push_back(our_rest(plan));
+        pss.floor.push_back(floor_rest(plan, "floor_empty"));
+        beside_usual.floor.push_back(floor_rest(plan, "floor_empty_shared"));
         plan.progress("at rest", i + 1, rounds);
     }
-    return pss;
+    beside_usual.ours = pss.ours;
+    return {make_figure("memory", "PSS at rest", "KiB", pss),
+            make_figure("memory", "beside a usual program", "KiB", beside_usual)};
 }
 
 findings measure_memory(const bench_plan& plan)
 {
     findings found;
     const std::size_t parts = plan.quick ? QUICK_PARTS : PARTS;
-    found.figures.push_back(make_figure("memory", "PSS at rest", "KiB", measure_rest(plan)));
+    found.figures = measure_rest(plan);
     const running_rig ours = start_backend_on(plan.programs, router_answers(PORTS, PORTS));
-    rig floor;
-    start_program(floor, {plan.programs.floor_folder + "/floor_empty"});
     await_discovery(*ours);
     std::vector<double> pss;
     plan.progress("a day", 0, parts);
@@ -94,10 +107,10 @@ findings measure_memory(const bench_plan& plan)
         pss.push_back(pss_in_kib(*ours));
         plan.progress("a day", part + 1, parts);
     }
-    found.figures.push_back(make_figure("memory", "PSS after a day", "KiB",
-                                        {.ours = {pss.back()}, .floor = {pss_in_kib(floor)}}));
-    for (figure& each : found.figures)
-        each.aim = AIM;
+    const paired_samples after = {.ours = {pss.back()}, .floor = {floor_rest(plan, "floor_empty")}};
+    found.figures.push_back(make_figure("memory", "PSS after a day", "KiB", after));
+    found.figures.front().aim = AIM;
+    found.figures.back().aim = AIM;
     found.figures.push_back(make_figure("memory", "growth in the second half of it", "KiB",
                                         {.ours = {pss.back() - pss[parts / 2]}, .floor = {}}));
     return found;

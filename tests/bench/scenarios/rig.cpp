@@ -16,6 +16,7 @@
 constexpr double TIME_LIMIT_US = 60'000'000;
 constexpr double TAKES_MISSING_AFTER_US = 1'000'000; // after the reply to their flush
 constexpr std::size_t ENTRIES_PER_ANSWER = 16;
+constexpr int LONGEST_WAIT_MS = 10;
 constexpr int MOST_ATTEMPTS = 20;
 constexpr const char* REPLY = "*TYPE=reply\n\n";
 
@@ -133,7 +134,7 @@ static void serve_output(rig& rig)
     if (count == 0) throw std::runtime_error("A program under measurement has ended by itself.");
 }
 
-static void serve_once(const std::vector<rig*>& rigs)
+static void serve_once(const std::vector<rig*>& rigs, int longest_wait_ms)
 {
     std::vector<pollfd> descriptors;
     std::vector<std::pair<rig*, bool>> served; // and whether it is about the router
@@ -146,7 +147,7 @@ static void serve_once(const std::vector<rig*>& rigs)
         descriptors.push_back({each->output.number, POLLIN, 0});
         served.emplace_back(each, false);
     }
-    if (poll(descriptors.data(), descriptors.size(), 1) <= 0) return;
+    if (poll(descriptors.data(), descriptors.size(), longest_wait_ms) <= 0) return;
     for (std::size_t i = 0; i < descriptors.size(); ++i) {
         if (descriptors[i].revents == 0) continue;
         const auto& [each, is_router] = served[i];
@@ -161,7 +162,7 @@ void serve_until(const std::vector<rig*>& rigs, const std::function<bool()>& don
 {
     const double start = now_in_us();
     while (!done()) {
-        serve_once(rigs);
+        serve_once(rigs, LONGEST_WAIT_MS);
         if (now_in_us() - start > TIME_LIMIT_US)
             throw std::runtime_error("A program under measurement does not answer.");
     }
@@ -170,7 +171,8 @@ void serve_until(const std::vector<rig*>& rigs, const std::function<bool()>& don
 void serve_for(const std::vector<rig*>& rigs, double milliseconds)
 {
     const double end = now_in_us() + milliseconds * 1000;
-    serve_until(rigs, [end] { return now_in_us() >= end; });
+    for (double left = milliseconds; left > 0; left = (end - now_in_us()) / 1000)
+        serve_once(rigs, std::min(LONGEST_WAIT_MS, static_cast<int>(left) + 1));
 }
 
 void say(const rig& rig, std::string_view records)

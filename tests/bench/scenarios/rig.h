@@ -49,7 +49,8 @@ running_rig start_floor_on(const program_paths& programs, const std::string& nam
                            const std::vector<std::string>& launcher = {});
 
 // Serves routers and outputs until done() holds: asked first, then after each event and at least
-// once in a millisecond. Throws when a minute passes without.
+// every 10 ms, not more often, since whoever wakes up disturbs what is measured. Throws when a
+// minute passes without.
 void serve_until(const std::vector<rig*>& rigs, const std::function<bool()>& done);
 void serve_for(const std::vector<rig*>& rigs, double milliseconds);
 

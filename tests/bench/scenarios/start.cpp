@@ -18,15 +18,20 @@ findings measure_start(const bench_plan& plan)
     const temporary_directory directory;
     const std::string settings = directory.file("no_router.conf", "");
     paired_samples samples;
+    paired_samples beside_usual;
     const std::size_t rounds = plan.quick ? QUICK_ROUNDS : ROUNDS;
     plan.progress("starts", 0, rounds);
     for (std::size_t i = 0; i < rounds; ++i) {
         samples.ours.push_back(time_start({plan.programs.backend, "--file", settings}));
         samples.floor.push_back(time_start({plan.programs.floor_folder + "/floor_empty"}));
+        beside_usual.floor.push_back(
+            time_start({plan.programs.floor_folder + "/floor_empty_shared"}));
         plan.progress("starts", i + 1, rounds);
     }
     findings found;
-    found.figures = {make_figure("start", "first record", "us", samples)};
+    beside_usual.ours = samples.ours;
+    found.figures = {make_figure("start", "first record", "us", samples),
+                     make_figure("start", "beside a usual program", "us", beside_usual)};
     found.figures[0].aim = AIM;
     return found;
 }
