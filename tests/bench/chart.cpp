@@ -121,8 +121,10 @@ static void write_labels(std::ostream& output, const figure& figure, double y)
                escaped(figure.scenario) + " <tspan fill=\"#777\">" + escaped(figure.measure) +
                    "</tspan>");
     std::string value = "<tspan font-weight=\"bold\">" + ratio_text(*figure.ratio) + "</tspan>";
-    value += "  <tspan fill=\"#777\">" + spread_text(figure);
-    value += (figure.aim ? ", aim " + aim_text(figure) : "") + "</tspan>";
+    const std::string spread = spread_text(figure);
+    value += "  <tspan fill=\"#777\">" + spread;
+    if (figure.aim) value += (spread.empty() ? "aim " : ", aim ") + aim_text(figure);
+    value += "</tspan>";
     write_text(output, RIGHT + 12, y + 4, "start", value);
 }
 

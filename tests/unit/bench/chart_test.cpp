@@ -84,6 +84,14 @@ TEST(Chart, LabelsTellTheFigureAndItsRatio)
     EXPECT_THAT(chart, HasSubstr(">1.00</tspan>  <tspan fill=\"#777\">0.75-1.50, aim ≤ 1.25<"));
 }
 
+TEST(Chart, LabelsTellTheAimOfAFigureWithoutSpread)
+{
+    figure figure = charted(1, 1.25);
+    figure.ratio_low.reset();
+    figure.ratio_high.reset();
+    EXPECT_THAT(chart_of({figure}), HasSubstr(">1.00</tspan>  <tspan fill=\"#777\">aim ≤ 1.25<"));
+}
+
 TEST(Chart, LabelsMayHoldWhatMeansSomethingInXml)
 {
     figure figure = charted(1);
