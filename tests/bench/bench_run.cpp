@@ -20,7 +20,9 @@ machine_facts this_machine()
 {
     utsname system = {};
     uname(&system);
-    return {std::thread::hardware_concurrency(), processor_name(), system.release};
+    const std::string release = system.release;
+    return {std::thread::hardware_concurrency(), processor_name(),
+            release.substr(0, release.find('-'))};
 }
 
 static void put(json& object, const char* key, const std::optional<double>& value)

@@ -18,7 +18,7 @@
 struct machine_facts {
     unsigned cores = 0;
     std::string processor; // the model's name, "unknown" where the system tells none
-    std::string kernel;    // its release
+    std::string kernel;    // its version, without what its builder has added
 };
 
 struct bench_run {
