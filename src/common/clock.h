@@ -3,10 +3,9 @@
 // so that a test program that defines them itself links its own in their place.
 #pragma once
 
+#include <cstdint>
 #include <sys/select.h>
 #include <sys/time.h>
-
-#include <cstdint>
 
 // Microseconds on the monotonic clock, unrelated to wall-clock time. Deadlines and due times are
 // absolute values compared as unsigned numbers; sums may wrap.

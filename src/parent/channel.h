@@ -6,10 +6,9 @@
 // nested inside itself: whatever calls it must look up shared state again afterwards.
 #pragma once
 
-#include <sys/select.h>
-
 #include <cstddef>
 #include <string>
+#include <sys/select.h>
 
 #include "parent/record.h"
 

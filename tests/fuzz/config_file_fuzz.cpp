@@ -3,10 +3,9 @@
 //
 // The input is the file.
 
+#include <cctype>
 #include <sys/mman.h>
 #include <unistd.h>
-
-#include <cctype>
 
 #include "common/loop_flags.h"
 #include "frame/config_file.h"

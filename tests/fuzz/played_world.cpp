@@ -1,11 +1,10 @@
 #include "fuzz/played_world.h"
 
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include "fuzz/property.h"
 #include "parent/channel.h"

@@ -1,13 +1,11 @@
-#include "parent_link/parent_link.h"
-
+#include <cerrno>
+#include <csignal>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <csignal>
-
+#include "parent_link/parent_link.h"
 #include "support/child_process.h"
 #include "support/temporary_directory.h"
 

@@ -1,12 +1,11 @@
 // A terminal for a person, on top of a backend that it starts.
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <clocale>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <string>
+#include <unistd.h>
 
 #include "console/script.h"
 #include "console/session.h"

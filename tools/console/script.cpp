@@ -1,9 +1,8 @@
 #include "console/script.h"
 
-#include <unistd.h>
-
 #include <array>
 #include <cerrno>
+#include <unistd.h>
 
 #include "common/clock.h"
 

@@ -2,11 +2,10 @@
 // commands and prints what there is to tell.
 #pragma once
 
-#include <poll.h>
-
 #include <chrono>
 #include <deque>
 #include <functional>
+#include <poll.h>
 #include <span>
 #include <string>
 #include <string_view>

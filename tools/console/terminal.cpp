@@ -1,15 +1,14 @@
 #include "console/terminal.h"
 
-#include <histedit.h>
-#include <sys/ioctl.h>
-#include <sys/signalfd.h>
-#include <unistd.h>
-
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cwchar>
+#include <histedit.h>
+#include <sys/ioctl.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
 
 #include "console/completion.h"
 #include "console/table.h"

@@ -7,14 +7,13 @@
 // gone is reported as such instead. Descriptors 0, 1 and 2 of the caller must be open.
 #pragma once
 
-#include <poll.h>
-#include <sys/types.h>
-
 #include <chrono>
 #include <deque>
 #include <functional>
+#include <poll.h>
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 #include <vector>
 
 #include "parent/record.h"

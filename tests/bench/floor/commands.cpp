@@ -1,7 +1,7 @@
 // Answers each record of the parent. There is no router; a pass reads two bytes.
-#include "calls.h"
-
 #include <fcntl.h>
+
+#include "calls.h"
 
 static bool answer(char byte)
 {

@@ -1,12 +1,11 @@
 // Sends what discovery asks, reads the answers, looks at both sides once for each of them and says
 // what it has learnt. The lines that the backend logs are written as well.
-#include "calls.h"
-
 #include <algorithm>
 #include <cstdlib>
 #include <fcntl.h>
 #include <sys/select.h>
 
+#include "calls.h"
 #include "support/frames.h"
 
 static long unread_answers = 0; // received, not looked at yet

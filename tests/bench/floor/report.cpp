@@ -1,10 +1,10 @@
 // Each time that the router has told so many routes, copies one record and writes it.
-#include "calls.h"
-
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <string>
+
+#include "calls.h"
 
 // PORT and the number of routes.
 int main(int, char** arguments)

@@ -1,12 +1,11 @@
 // Idle passes and, when it is due, one status cycle: the change flags, their clearing, the changed
 // destinations. The lines that the backend logs are written as well.
-#include "calls.h"
-
 #include <chrono>
 #include <fcntl.h>
 #include <string>
 #include <unistd.h>
 
+#include "calls.h"
 #include "support/frames.h"
 
 using std::chrono::steady_clock;

@@ -1,10 +1,9 @@
 // A relay: each record of the parent becomes one frame to the router. A pass reads the router three
 // times and four bytes of the parent, as the backend's does.
-#include "calls.h"
-
 #include <fcntl.h>
 #include <string>
 
+#include "calls.h"
 #include "support/frames.h"
 
 // The frame leaves when both sides have been served once more.

@@ -1,7 +1,7 @@
-#include "bench/scenarios/scenario.h"
-
 #include <fcntl.h>
 #include <unistd.h>
+
+#include "bench/scenarios/scenario.h"
 
 constexpr std::size_t RECORDS = 20'000;
 constexpr std::size_t QUICK_RECORDS = 500;

@@ -1,6 +1,6 @@
-#include "bench/scenarios/scenario.h"
-
 #include <algorithm>
+
+#include "bench/scenarios/scenario.h"
 
 constexpr std::size_t ROUNDS = 25;
 constexpr std::size_t QUICK_ROUNDS = 1;

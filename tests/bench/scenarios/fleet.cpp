@@ -1,11 +1,10 @@
-#include "bench/scenarios/scenario.h"
-
 #include <algorithm>
 #include <array>
 #include <random>
 #include <sys/resource.h>
 
 #include "bench/figure_text.h"
+#include "bench/scenarios/scenario.h"
 
 constexpr std::array<std::size_t, 5> SIZES = {1, 10, 50, 100, 200};
 constexpr std::array<std::size_t, 3> QUICK_SIZES = {1, 2, 4};

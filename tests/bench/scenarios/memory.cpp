@@ -1,5 +1,4 @@
 #include "bench/scenarios/scenario.h"
-
 #include "common/numbers.h"
 #include "support/frames.h"
 

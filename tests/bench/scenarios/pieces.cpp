@@ -1,10 +1,9 @@
-#include "bench/scenarios/scenario.h"
-
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
 #include "bench/figure_text.h"
+#include "bench/scenarios/scenario.h"
 
 static std::string output_of(const std::string& command)
 {

@@ -1,10 +1,9 @@
-#include "bench/scenarios/scenario.h"
-
 #include <array>
 #include <set>
 #include <stdexcept>
 
 #include "bench/figure_text.h"
+#include "bench/scenarios/scenario.h"
 #include "bench/system_calls.h"
 
 constexpr std::size_t CYCLES = 60;

@@ -1,9 +1,8 @@
-#include "bench/scenarios/scenario.h"
-
 #include <algorithm>
 #include <array>
 
 #include "bench/figure_text.h"
+#include "bench/scenarios/scenario.h"
 
 constexpr std::size_t TAKES = 1000;
 constexpr std::size_t QUICK_TAKES = 5;

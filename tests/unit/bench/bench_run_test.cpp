@@ -1,9 +1,8 @@
-#include "bench/bench_run.h"
-
 #include <fstream>
 #include <gmock/gmock.h>
 #include <sstream>
 
+#include "bench/bench_run.h"
 #include "support/temporary_directory.h"
 
 static bench_run small_run()

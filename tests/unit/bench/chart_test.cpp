@@ -1,7 +1,7 @@
-#include "bench/chart.h"
-
 #include <gmock/gmock.h>
 #include <sstream>
+
+#include "bench/chart.h"
 
 using testing::HasSubstr;
 using testing::Not;

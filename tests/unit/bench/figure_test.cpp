@@ -1,9 +1,9 @@
-#include "bench/figure.h"
-
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <numeric>
 #include <rapidcheck.h>
+
+#include "bench/figure.h"
 
 static std::vector<double> numbers_to(int last)
 {

@@ -1,6 +1,6 @@
-#include "bench/figure_text.h"
-
 #include <gtest/gtest.h>
+
+#include "bench/figure_text.h"
 
 static figure ratio_of(double ratio, double low, double high)
 {

@@ -1,7 +1,6 @@
-#include "bench/system_calls.h"
-
 #include <gmock/gmock.h>
 
+#include "bench/system_calls.h"
 #include "support/temporary_directory.h"
 
 using testing::ElementsAre;

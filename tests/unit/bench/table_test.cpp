@@ -1,6 +1,6 @@
-#include "bench/table.h"
-
 #include <gtest/gtest.h>
+
+#include "bench/table.h"
 
 static const text_table CALLS = {
     "Calls per cycle", {"call", "ours", "floor"}, {{"read", "5120", "12"}, {"select", "-3", ""}}};

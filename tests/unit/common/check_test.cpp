@@ -3,9 +3,9 @@
 #define NDEBUG
 #endif
 
-#include "common/check.h"
-
 #include <gtest/gtest.h>
+
+#include "common/check.h"
 
 static void require_positive(int number)
 {

@@ -1,14 +1,14 @@
 // The real clock, with the system calls beneath it replaced by the linker (--wrap). A program of
 // its own, because the other tests run under the fake clock.
 
-#include "common/clock.h"
-
 #include <cerrno>
 #include <ctime>
 #include <gtest/gtest.h>
 #include <optional>
 #include <unistd.h>
 #include <vector>
+
+#include "common/clock.h"
 
 namespace {
 struct select_call {

@@ -1,7 +1,6 @@
-#include "common/log.h"
-
 #include <sys/socket.h>
 
+#include "common/log.h"
 #include "support/backend_test.h"
 
 namespace {

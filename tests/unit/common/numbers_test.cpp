@@ -1,7 +1,7 @@
-#include "common/numbers.h"
-
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
+
+#include "common/numbers.h"
 
 TEST(UpperHex, WritesUpperCaseWithoutLeadingZeros)
 {

@@ -1,8 +1,7 @@
-#include "console/commands.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "console/commands.h"
 #include "unit/console/console_view.h"
 
 using testing::HasSubstr;

@@ -1,7 +1,7 @@
-#include "console/completion.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "console/completion.h"
 
 using testing::Contains;
 using testing::ElementsAre;

@@ -1,6 +1,6 @@
-#include "console/lookup.h"
-
 #include <gtest/gtest.h>
+
+#include "console/lookup.h"
 
 class ConsoleLookup : public testing::Test {
   protected:

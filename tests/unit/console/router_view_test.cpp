@@ -1,8 +1,7 @@
-#include "console/router_view.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "console/router_view.h"
 #include "console/view_text.h"
 #include "unit/console/console_view.h"
 

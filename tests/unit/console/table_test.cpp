@@ -1,6 +1,6 @@
-#include "console/table.h"
-
 #include <gtest/gtest.h>
+
+#include "console/table.h"
 
 TEST(ConsoleTable, AlignsColumns)
 {

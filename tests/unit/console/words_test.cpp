@@ -1,8 +1,8 @@
-#include "console/words.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
+
+#include "console/words.h"
 
 using testing::ElementsAre;
 

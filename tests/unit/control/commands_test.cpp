@@ -1,6 +1,5 @@
-#include "control/commands.h"
-
 #include "common/loop_flags.h"
+#include "control/commands.h"
 #include "frame/settings.h"
 #include "router_model/route_queue.h"
 #include "router_model/state.h"

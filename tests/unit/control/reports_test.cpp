@@ -1,6 +1,5 @@
-#include "control/reports.h"
-
 #include "common/loop_flags.h"
+#include "control/reports.h"
 #include "frame/settings.h"
 #include "router_model/state.h"
 #include "support/backend_test.h"

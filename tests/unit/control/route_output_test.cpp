@@ -1,6 +1,5 @@
-#include "control/commands.h"
-
 #include "common/loop_flags.h"
+#include "control/commands.h"
 #include "parent/channel.h"
 #include "router_link/connection.h"
 #include "router_model/route_queue.h"

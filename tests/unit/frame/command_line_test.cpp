@@ -1,5 +1,4 @@
 #include "frame/command_line.h"
-
 #include "support/backend_test.h"
 
 namespace {

@@ -1,5 +1,3 @@
-#include "frame/config_file.h"
-
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -13,6 +11,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "frame/config_file.h"
 #include "frame/settings.h"
 #include "support/backend_state.h"
 #include "support/backend_test.h"

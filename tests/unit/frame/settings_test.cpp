@@ -1,8 +1,7 @@
-#include "frame/settings.h"
-
 #include <gtest/gtest.h>
 
 #include "common/loop_flags.h"
+#include "frame/settings.h"
 #include "support/backend_state.h"
 
 namespace {

@@ -1,7 +1,7 @@
-#include "parent/record.h"
-
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
+
+#include "parent/record.h"
 
 static bool operator==(const ParentRecord& left, const ParentRecord& right)
 {

@@ -1,6 +1,4 @@
 // Attempts: when one starts, with which address, and how it succeeds or fails.
-#include "router_link/connection.h"
-
 #include <arpa/inet.h>
 #include <cerrno>
 #include <fcntl.h>
@@ -10,6 +8,7 @@
 
 #include "common/loop_flags.h"
 #include "frame/settings.h"
+#include "router_link/connection.h"
 #include "router_link/receive_parser.h"
 #include "support/backend_test.h"
 

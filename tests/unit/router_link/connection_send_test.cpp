@@ -1,9 +1,8 @@
 // Sending: what is queued, written and logged, whatever the write comes to.
-#include "router_link/connection.h"
-
 #include <cerrno>
 #include <csignal>
 
+#include "router_link/connection.h"
 #include "support/backend_test.h"
 
 static const std::string qd_frame = "\x01N0QDED\x04";

@@ -1,11 +1,10 @@
 // One service call: progress, reading, writing and the silence limit, in this order.
-#include "router_link/connection.h"
-
 #include <cerrno>
 #include <sys/socket.h>
 
 #include "common/loop_flags.h"
 #include "frame/settings.h"
+#include "router_link/connection.h"
 #include "router_link/receive_parser.h"
 #include "support/backend_test.h"
 #include "support/message_fields.h"

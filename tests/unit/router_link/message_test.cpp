@@ -1,7 +1,6 @@
-#include "router_link/message.h"
-
 #include <gtest/gtest.h>
 
+#include "router_link/message.h"
 #include "support/message_fields.h"
 
 using namespace std::string_literals;

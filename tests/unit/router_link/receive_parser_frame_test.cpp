@@ -1,6 +1,5 @@
 // What a complete frame becomes: checksum, header, parameters, error replies.
 #include "router_link/receive_parser.h"
-
 #include "support/backend_test.h"
 #include "support/message_fields.h"
 

@@ -1,10 +1,9 @@
 // The parser against every cut of known frames, and against generated input compared with a model
 // that looks at the whole stream at once.
-#include "router_link/receive_parser.h"
-
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
+#include "router_link/receive_parser.h"
 #include "support/backend_test.h"
 #include "support/message_fields.h"
 

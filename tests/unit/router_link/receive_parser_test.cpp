@@ -1,6 +1,5 @@
 // The bytes between and inside frames: what starts, ends, breaks and skips a frame.
 #include "router_link/receive_parser.h"
-
 #include "support/backend_test.h"
 #include "support/message_fields.h"
 

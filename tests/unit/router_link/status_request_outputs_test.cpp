@@ -1,9 +1,8 @@
 // Changed destinations and their queries, the next due time, and the drain of received messages.
-#include "router_link/status_request.h"
-
 #include <cstdlib>
 #include <sys/socket.h>
 
+#include "router_link/status_request.h"
 #include "unit/router_link/status_cycle.h"
 
 constexpr us_time_t PAUSE_US = 10'000;

@@ -1,6 +1,5 @@
 // When a status cycle runs, and what it makes of the change flags.
 #include "router_link/status_request.h"
-
 #include "unit/router_link/status_cycle.h"
 
 constexpr us_time_t PAUSE_US = 10'000;

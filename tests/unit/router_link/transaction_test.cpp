@@ -1,12 +1,11 @@
 // A request and its reply: what is thrown away, what is collected, when it ends.
-#include "router_link/transaction.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <sys/socket.h>
 
 #include "router_link/connection.h"
 #include "router_link/receive_parser.h"
+#include "router_link/transaction.h"
 #include "router_model/state.h"
 #include "support/backend_test.h"
 #include "support/message_fields.h"

@@ -1,10 +1,9 @@
 // The turns of a transaction: their order, what ends the reply, commands handled in between; and
 // what becomes of routing-status reports.
-#include "router_link/transaction.h"
-
 #include "parent/channel.h"
 #include "router_link/connection.h"
 #include "router_link/receive_parser.h"
+#include "router_link/transaction.h"
 #include "router_model/state.h"
 #include "support/backend_test.h"
 

@@ -1,5 +1,4 @@
 #include "router_model/discovery.h"
-
 #include "router_model/state.h"
 #include "support/backend_test.h"
 

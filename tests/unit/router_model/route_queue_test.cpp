@@ -1,9 +1,8 @@
-#include "router_model/route_queue.h"
-
 #include "common/loop_flags.h"
 #include "parent/channel.h"
 #include "router_link/connection.h"
 #include "router_link/receive_parser.h"
+#include "router_model/route_queue.h"
 #include "support/backend_test.h"
 
 namespace {

@@ -1,7 +1,6 @@
-#include "router_model/state.h"
-
 #include "common/loop_flags.h"
 #include "frame/settings.h"
+#include "router_model/state.h"
 #include "support/backend_test.h"
 
 namespace {

@@ -1,9 +1,8 @@
-#include "router_simulator/answers.h"
-
 #include <gmock/gmock.h>
 #include <rapidcheck/gtest.h>
 
 #include "common/numbers.h"
+#include "router_simulator/answers.h"
 #include "router_simulator/names.h"
 #include "support/backend_test.h"
 #include "unit/router_simulator/asking.h"

@@ -1,7 +1,6 @@
-#include "router_simulator/commands.h"
-
 #include <gmock/gmock.h>
 
+#include "router_simulator/commands.h"
 #include "unit/router_simulator/served_simulator.h"
 
 using testing::ElementsAre;

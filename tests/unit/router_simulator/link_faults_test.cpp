@@ -1,8 +1,7 @@
-#include "router_simulator/link_faults.h"
-
 #include <gmock/gmock.h>
 
 #include "router_simulator/commands.h"
+#include "router_simulator/link_faults.h"
 #include "unit/router_simulator/scenario_simulator.h"
 
 using testing::ElementsAre;

@@ -1,9 +1,8 @@
-#include "router_simulator/names.h"
-
 #include <gmock/gmock.h>
 #include <set>
 #include <sstream>
 
+#include "router_simulator/names.h"
 #include "router_simulator/names_file.h"
 #include "router_simulator/router.h"
 

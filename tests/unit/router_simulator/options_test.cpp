@@ -1,7 +1,7 @@
-#include "router_simulator/options.h"
-
 #include <gmock/gmock.h>
 #include <sstream>
+
+#include "router_simulator/options.h"
 
 using testing::EndsWith;
 using testing::HasSubstr;

@@ -1,6 +1,6 @@
-#include "router_simulator/output_queue.h"
-
 #include <gtest/gtest.h>
+
+#include "router_simulator/output_queue.h"
 
 TEST(OutputQueue, BytesWaitForTheirTime)
 {

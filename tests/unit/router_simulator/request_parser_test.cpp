@@ -1,8 +1,7 @@
-#include "router_simulator/request_parser.h"
-
 #include <gmock/gmock.h>
 #include <rapidcheck/gtest.h>
 
+#include "router_simulator/request_parser.h"
 #include "support/backend_test.h"
 
 using testing::ElementsAre;

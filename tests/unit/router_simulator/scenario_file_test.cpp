@@ -1,6 +1,6 @@
-#include "router_simulator/scenario_file.h"
-
 #include <gtest/gtest.h>
+
+#include "router_simulator/scenario_file.h"
 
 namespace {
 class ScenarioFile : public testing::Test {

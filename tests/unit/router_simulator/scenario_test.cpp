@@ -1,6 +1,6 @@
-#include "router_simulator/scenario.h"
-
 #include <gmock/gmock.h>
+
+#include "router_simulator/scenario.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;

@@ -1,8 +1,7 @@
-#include "router_simulator/server.h"
-
 #include <gmock/gmock.h>
 #include <rapidcheck/gtest.h>
 
+#include "router_simulator/server.h"
 #include "unit/router_simulator/served_simulator.h"
 
 using testing::ElementsAre;

@@ -1,6 +1,6 @@
-#include "router_simulator/trace.h"
-
 #include <gtest/gtest.h>
+
+#include "router_simulator/trace.h"
 
 TEST(SimulatorTrace, ShowsAMessageWithItsParametersQuoted)
 {

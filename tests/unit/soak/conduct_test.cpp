@@ -1,6 +1,6 @@
-#include "soak/conduct.h"
-
 #include <gtest/gtest.h>
+
+#include "soak/conduct.h"
 
 constexpr us_time_t SECOND = 1'000'000;
 constexpr us_time_t START = 1'000 * SECOND;

@@ -1,6 +1,6 @@
-#include "soak/event_line.h"
-
 #include <gmock/gmock.h>
+
+#include "soak/event_line.h"
 
 using testing::IsEmpty;
 using testing::Pair;

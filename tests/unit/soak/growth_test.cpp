@@ -1,7 +1,7 @@
-#include "soak/growth.h"
-
 #include <functional>
 #include <gtest/gtest.h>
+
+#include "soak/growth.h"
 
 // A sample each ten seconds, the heap given, everything else constant.
 static std::vector<cost_sample> samples_of(int count, const std::function<std::uint64_t(int)>& heap)

@@ -1,5 +1,3 @@
-#include "soak/process_cost.h"
-
 #include <csignal>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -7,6 +5,8 @@
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "soak/process_cost.h"
 
 constexpr std::size_t SIZE = 8 << 20;
 

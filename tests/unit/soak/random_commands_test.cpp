@@ -1,11 +1,10 @@
 // Every random command is given to the backend's own handler, which must answer as is expected.
-#include "soak/random_commands.h"
-
 #include <map>
 #include <set>
 #include <sstream>
 
 #include "parent/record.h"
+#include "soak/random_commands.h"
 #include "support/backend_test.h"
 
 namespace {

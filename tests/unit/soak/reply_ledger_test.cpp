@@ -1,6 +1,6 @@
-#include "soak/reply_ledger.h"
-
 #include <gtest/gtest.h>
+
+#include "soak/reply_ledger.h"
 
 namespace {
 class ReplyLedger : public testing::Test {

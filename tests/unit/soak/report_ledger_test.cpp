@@ -1,6 +1,6 @@
-#include "soak/report_ledger.h"
-
 #include <gtest/gtest.h>
+
+#include "soak/report_ledger.h"
 
 constexpr us_time_t SECOND = 1'000'000;
 

@@ -1,6 +1,6 @@
-#include "soak/route_ledger.h"
-
 #include <gtest/gtest.h>
+
+#include "soak/route_ledger.h"
 
 constexpr us_time_t START = 1'000'000'000;
 constexpr us_time_t SECOND = 1'000'000;

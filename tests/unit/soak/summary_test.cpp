@@ -1,10 +1,9 @@
-#include "soak/summary.h"
-
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "soak/plot.h"
+#include "soak/summary.h"
 
 using testing::HasSubstr;
 using testing::Not;

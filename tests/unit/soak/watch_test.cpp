@@ -1,6 +1,6 @@
-#include "soak/watch.h"
-
 #include <gmock/gmock.h>
+
+#include "soak/watch.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
