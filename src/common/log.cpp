@@ -5,13 +5,14 @@
 #include <cstring>
 #include <string>
 
+namespace {
 // Kept between calls. Long enough for nearly every line, and for any once it has grown.
-static std::string line(256, '\0');
+std::string line(256, '\0');
 
 // Tag, text and line end leave in one write, so that lines of several writers do not mix. The line
 // end takes the place of the text's NUL.
-[[gnu::format(printf, 2, 0)]] static void write_line(const char* tag, const char* format,
-                                                     std::va_list arguments)
+[[gnu::format(printf, 2, 0)]] void write_line(const char* tag, const char* format,
+                                              std::va_list arguments)
 {
     std::va_list again;
     va_copy(again, arguments);
@@ -28,6 +29,7 @@ static std::string line(256, '\0');
     line[tag_length + length] = '\n';
     std::fwrite(line.data(), 1, tag_length + length + 1, stderr);
 }
+} // namespace
 
 void log_debug(const char* format, ...)
 {

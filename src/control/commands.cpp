@@ -8,16 +8,17 @@
 #include "router_model/route_queue.h"
 #include "router_model/state.h"
 
-static const std::string absent_field;
+namespace {
+const std::string absent_field;
 
-static const std::string& field(const ParentRecord& record, const char* name)
+const std::string& field(const ParentRecord& record, const char* name)
 {
     const auto found = record.fields.find(name);
     return found == record.fields.end() ? absent_field : found->second;
 }
 
-static ParentRecord make_reply(const ParentRecord& request, const std::string& command,
-                               const std::string& error = {})
+ParentRecord make_reply(const ParentRecord& request, const std::string& command,
+                        const std::string& error = {})
 {
     ParentRecord reply;
     reply.command = command;
@@ -28,13 +29,13 @@ static ParentRecord make_reply(const ParentRecord& request, const std::string& c
 }
 
 // -1 when the text does not begin with a digit. A number too large may wrap to a negative one.
-static std::int32_t parse_position(const std::string& text)
+std::int32_t parse_position(const std::string& text)
 {
     if (text.empty() || text[0] < '0' || text[0] > '9') return -1;
     return decimal_number(text);
 }
 
-static void stage_route_change(const ParentRecord& record)
+void stage_route_change(const ParentRecord& record)
 {
     std::int32_t input = parse_position(field(record, "from input"));
     if (static_cast<std::int32_t>(number_of_inputs) <= input) input = -1;
@@ -46,7 +47,7 @@ static void stage_route_change(const ParentRecord& record)
     staged_route_changes.push_back({.input = input, .output = output});
 }
 
-static void flush_route_changes()
+void flush_route_changes()
 {
     pending_route_changes.insert(pending_route_changes.end(), staged_route_changes.begin(),
                                  staged_route_changes.end());
@@ -54,7 +55,7 @@ static void flush_route_changes()
     send_route_changes();
 }
 
-static void handle_route_output(const ParentRecord& record)
+void handle_route_output(const ParentRecord& record)
 {
     // The record may be gone after a flush: everything is taken from it before.
     const ParentRecord reply = make_reply(record, "route output");
@@ -70,7 +71,7 @@ static void handle_route_output(const ParentRecord& record)
 }
 
 // The answers come as ordinary messages.
-static void query_output_status()
+void query_output_status()
 {
     for (std::uint64_t i = 0; i < number_of_outputs; ++i) {
         const router_message query = make_status_query(static_cast<std::uint32_t>(i + 1));
@@ -80,7 +81,7 @@ static void query_output_status()
     }
 }
 
-static void handle_report(const ParentRecord& record)
+void handle_report(const ParentRecord& record)
 {
     const std::string& what = field(record, "what");
     if (what == "outputs") {
@@ -95,7 +96,7 @@ static void handle_report(const ParentRecord& record)
     }
 }
 
-static void handle_message(const ParentRecord& record)
+void handle_message(const ParentRecord& record)
 {
     if (record.command == "set") {
         apply_setting(field(record, "name"), field(record, "value"));
@@ -105,7 +106,7 @@ static void handle_message(const ParentRecord& record)
     }
 }
 
-static void handle_command(const ParentRecord& record)
+void handle_command(const ParentRecord& record)
 {
     if (record.command == "route output") {
         handle_route_output(record);
@@ -115,6 +116,7 @@ static void handle_command(const ParentRecord& record)
         send_parent_record(make_reply(record, record.command, "Unknown command " + record.command));
     }
 }
+} // namespace
 
 void handle_parent_record(ParentRecord& record)
 {

@@ -3,13 +3,15 @@
 #include "parent/channel.h"
 #include "router_model/state.h"
 
-static ParentRecord make_report(const char* command)
+namespace {
+ParentRecord make_report(const char* command)
 {
     ParentRecord report;
     report.command = command;
     report.type = "message";
     return report;
 }
+} // namespace
 
 void send_routing_report()
 {
@@ -24,14 +26,16 @@ void send_routing_report()
     send_parent_record(report);
 }
 
+namespace {
 template <typename Info>
-static void send_names_report(const char* command, const char* key, const std::vector<Info>& table)
+void send_names_report(const char* command, const char* key, const std::vector<Info>& table)
 {
     ParentRecord report = make_report(command);
     for (std::size_t i = 0; i < table.size(); ++i)
         report.fields[key + std::to_string(i) + ".name"] = table[i].name;
     send_parent_record(report);
 }
+} // namespace
 
 void send_outputs_report()
 {

@@ -4,12 +4,14 @@
 
 #include "common/log.h"
 
-static void print_usage(const char* program_name)
+namespace {
+void print_usage(const char* program_name)
 {
     log_untagged("Grass Valley routing switcher backend process.");
     log_untagged("%s: [options]", program_name);
     log_untagged(" --file <path>");
 }
+} // namespace
 
 bool parse_command_line(int argument_count, char** arguments, std::string& config_path)
 {

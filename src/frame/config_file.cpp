@@ -6,11 +6,12 @@
 
 const char* const registered_config_keys[2] = {"inputs", "outputs"};
 
+namespace {
 constexpr int LINE_BUFFER_SIZE = 4096; // a longer line is read in pieces, each a line of its own
 constexpr const char* METADATA_PREFIX = ".vorlixmeta.";
 
 // A line is a C string: what follows a NUL in it is not seen.
-static void add_config_line(const char* line, ConfigMap& config)
+void add_config_line(const char* line, ConfigMap& config)
 {
     if (line[0] == '#' || line[0] == '\n' || line[0] == '\0') return;
     const char* const equals = std::strchr(line, '=');
@@ -30,6 +31,7 @@ static void add_config_line(const char* line, ConfigMap& config)
     if (!joined.empty()) joined += '\n';
     joined += value;
 }
+} // namespace
 
 int read_config_file(const std::string& config_path, ConfigMap& config)
 {

@@ -16,14 +16,15 @@
 #include "router_link/connection.h"
 #include "router_model/state.h"
 
+namespace {
 // A symbolic link is refused even when it points at a file.
-static bool is_regular_file(const std::string& path)
+bool is_regular_file(const std::string& path)
 {
     struct stat status {};
     return lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-static bool load_configuration(const std::string& config_path)
+bool load_configuration(const std::string& config_path)
 {
     ConfigMap config;
     for (const char* key : registered_config_keys)
@@ -35,6 +36,7 @@ static bool load_configuration(const std::string& config_path)
     io_counts_changed = false;
     return true;
 }
+} // namespace
 
 int main(int argument_count, char** arguments)
 {

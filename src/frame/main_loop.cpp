@@ -13,8 +13,10 @@
 #include "router_model/route_queue.h"
 #include "router_model/state.h"
 
+namespace {
 constexpr timeval IDLE_WAIT = {0, 250'000};
 constexpr timeval PACING_WAIT = {0, 50'000};
+} // namespace
 
 void handle_termination_signal(int signal_number)
 {
@@ -23,8 +25,9 @@ void handle_termination_signal(int signal_number)
         quit_requested = true;
 }
 
+namespace {
 // Whether route changes are held back for pacing and nothing else is in flight.
-static bool only_pacing_is_due(us_time_t now)
+bool only_pacing_is_due(us_time_t now)
 {
     return !parent_output_pending() && !connect_in_progress && router_rx_queue.empty() &&
            router_tx_buffer.empty() && incoming_message.raw.empty() &&
@@ -32,7 +35,7 @@ static bool only_pacing_is_due(us_time_t now)
 }
 
 // The result of the wait is of no interest: every step finds out for itself what there is to do.
-static void wait_for_work()
+void wait_for_work()
 {
     const us_time_t now = now_us();
     if (parent_record_ready() != nullptr || info_report_pending || io_counts_changed) return;
@@ -44,6 +47,7 @@ static void wait_for_work()
     wait_for_descriptors(descriptor_count, &readable, nullptr,
                          only_pacing_is_due(now) ? PACING_WAIT : IDLE_WAIT);
 }
+} // namespace
 
 bool main_loop_pass()
 {

@@ -8,7 +8,8 @@ std::int64_t configured_outputs = 0;
 std::string router_ip_address;
 std::int32_t router_port = -1;
 
-static void apply_count(std::int64_t& count, const std::string& value)
+namespace {
+void apply_count(std::int64_t& count, const std::string& value)
 {
     const std::int64_t new_count = value.empty() ? 0 : decimal_number(value);
     if (new_count == count) return;
@@ -17,13 +18,14 @@ static void apply_count(std::int64_t& count, const std::string& value)
 }
 
 template <typename Value>
-static void apply_router_setting(Value& setting, const Value& new_value)
+void apply_router_setting(Value& setting, const Value& new_value)
 {
     if (new_value == setting) return;
     setting = new_value;
     disconnect_requested = true;
     io_counts_changed = true;
 }
+} // namespace
 
 void apply_setting(const std::string& name, const std::string& value)
 {

@@ -7,6 +7,7 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
+namespace {
 // Handlers that may be active at once. A parent that sends thousands of commands, each of which
 // waits for the router, would otherwise exhaust the stack; its records wait in the pipe instead.
 constexpr int MAX_ACTIVE_HANDLERS = 64;
@@ -14,6 +15,7 @@ constexpr int MAX_ACTIVE_HANDLERS = 64;
 // Written bytes that may stand at the front of parent_output. A parent that is always a little
 // behind never lets it become empty, and it would grow for ever.
 constexpr std::size_t MAX_WRITTEN_FRONT = 65536;
+} // namespace
 
 ParentRecord incoming_record;
 std::string parent_line;
@@ -26,14 +28,16 @@ int active_record_handlers = 0;
 bool output_is_null_device = false;
 bool diagnostics_are_null_device = false;
 
-static parent_record_handler record_handler = nullptr;
+namespace {
+parent_record_handler record_handler = nullptr;
 
-static bool is_null_device(int descriptor)
+bool is_null_device(int descriptor)
 {
     struct stat status {};
     return fstat(descriptor, &status) == 0 && S_ISCHR(status.st_mode) &&
            status.st_rdev == makedev(1, 3);
 }
+} // namespace
 
 int prepare_descriptor(int descriptor, bool non_blocking)
 {
@@ -58,7 +62,8 @@ int prepare_parent_channel()
     return 0;
 }
 
-static void end_parent_line()
+namespace {
+void end_parent_line()
 {
     if (!parent_line.empty()) {
         decode_record_line(incoming_record, parent_line);
@@ -68,6 +73,7 @@ static void end_parent_line()
         record_complete = true;
     }
 }
+} // namespace
 
 int read_parent_byte()
 {

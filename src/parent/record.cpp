@@ -11,7 +11,8 @@ void clear(ParentRecord& record)
     record.fields.clear();
 }
 
-static std::string& line_target(ParentRecord& record, std::string_view name)
+namespace {
+std::string& line_target(ParentRecord& record, std::string_view name)
 {
     if (name == "*COMMAND") return record.command;
     if (name == "*ERROR") return record.error;
@@ -19,6 +20,7 @@ static std::string& line_target(ParentRecord& record, std::string_view name)
     if (name == "*ID") return record.id;
     return record.fields[std::string(name)];
 }
+} // namespace
 
 void decode_record_line(ParentRecord& record, const std::string& line)
 {

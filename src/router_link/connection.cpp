@@ -13,6 +13,7 @@
 #include "frame/settings.h"
 #include "router_link/receive_parser.h"
 
+namespace {
 constexpr int DEFAULT_ROUTER_PORT = 12345;
 constexpr us_time_t RETRY_INTERVAL_US = 5'000'000; // between the starts of two attempts
 constexpr us_time_t SILENCE_LIMIT_US = 20'000'000;
@@ -22,6 +23,7 @@ constexpr std::size_t READ_SIZE = 4096;
 // Messages that may wait before reading pauses: a router that sends faster than its messages are
 // used is held back by TCP instead of filling the memory.
 constexpr std::size_t MAX_QUEUED_MESSAGES = 4096;
+} // namespace
 
 int router_fd = -1;
 bool connect_in_progress = false;
@@ -34,14 +36,15 @@ bool router_link_is_up()
     return router_fd >= 0 && !connect_in_progress;
 }
 
-static sockaddr* generic(sockaddr_in& address)
+namespace {
+sockaddr* generic(sockaddr_in& address)
 {
     return reinterpret_cast<sockaddr*>(&address); // the socket interface's own cast
 }
 
 // select cannot watch a descriptor of FD_SETSIZE or above: setting its bit would write beyond the
 // set. Such a socket is refused like one that could not be created.
-static int create_router_socket()
+int create_router_socket()
 {
     const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     if (descriptor < FD_SETSIZE) return descriptor;
@@ -51,14 +54,14 @@ static int create_router_socket()
 
 // Otherwise TCP keeps the second change of a burst back until the first has been acknowledged: some
 // 40 ms, more than a frame of video, where the router does not answer changes.
-static void send_without_delay(int descriptor)
+void send_without_delay(int descriptor)
 {
     const int on = 1;
     setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
 }
 
 // Returns false when the configured text is no address.
-static bool read_router_address(sockaddr_in& address)
+bool read_router_address(sockaddr_in& address)
 {
     const int port = router_port >= 1 ? router_port : DEFAULT_ROUTER_PORT;
     address.sin_family = AF_INET;
@@ -66,7 +69,7 @@ static bool read_router_address(sockaddr_in& address)
     return inet_aton(router_ip_address.c_str(), &address.sin_addr) != 0;
 }
 
-static void start_connect_attempt()
+void start_connect_attempt()
 {
     const us_time_t now = now_us();
     if (now < next_connect_attempt || router_ip_address.empty()) return;
@@ -97,7 +100,7 @@ static void start_connect_attempt()
     }
 }
 
-static void check_connect_progress()
+void check_connect_progress()
 {
     fd_set writable;
     FD_ZERO(&writable);
@@ -115,6 +118,7 @@ static void check_connect_progress()
         close_router_connection();
     }
 }
+} // namespace
 
 void connect_to_router()
 {
@@ -122,8 +126,9 @@ void connect_to_router()
     if (router_fd >= 0 && connect_in_progress) check_connect_progress();
 }
 
+namespace {
 // The reactions of reading and writing to a result of 0 or less. EAGAIN means nothing for now.
-static void handle_link_result(ssize_t result)
+void handle_link_result(ssize_t result)
 {
     if (result == 0) {
         log_note("Connection suddenly dropped");
@@ -133,6 +138,7 @@ static void handle_link_result(ssize_t result)
         close_router_connection();
     }
 }
+} // namespace
 
 void receive_from_router()
 {
@@ -150,7 +156,8 @@ void receive_from_router()
     }
 }
 
-static void flush_router_output()
+namespace {
+void flush_router_output()
 {
     if (router_tx_offset < router_tx_buffer.size()) {
         // Without MSG_NOSIGNAL a router that has gone away would end the process by SIGPIPE.
@@ -167,6 +174,7 @@ static void flush_router_output()
         router_tx_offset = 0;
     }
 }
+} // namespace
 
 void service_router_connection()
 {

@@ -6,25 +6,24 @@
 #include "common/check.h"
 #include "common/numbers.h"
 
+namespace {
 constexpr std::size_t FRAME_BUFFER_SIZE = 1024;
 constexpr std::size_t LAST_POSITION = FRAME_BUFFER_SIZE - 1;
 constexpr std::size_t PARAMETER_MARGIN = 8; // kept free behind every parameter
 
-namespace {
 struct frame_buffer {
     char bytes[FRAME_BUFFER_SIZE];
     std::size_t position = 0; // of the next byte
 };
-} // namespace
 
 // The position is tested before the byte is stored, so that a mistake never overruns the buffer.
-static void put(frame_buffer& buffer, char byte)
+void put(frame_buffer& buffer, char byte)
 {
     CHECK_NAMED(buffer.position < LAST_POSITION, "w <= f");
     buffer.bytes[buffer.position++] = byte;
 }
 
-static bool put_parameter(frame_buffer& buffer, const std::string& parameter)
+bool put_parameter(frame_buffer& buffer, const std::string& parameter)
 {
     if (parameter.empty()) return true;
     if (buffer.position + parameter.size() + PARAMETER_MARGIN > LAST_POSITION) return false;
@@ -33,11 +32,12 @@ static bool put_parameter(frame_buffer& buffer, const std::string& parameter)
     return true;
 }
 
-static void put_hex(frame_buffer& buffer, unsigned value, int digit_count)
+void put_hex(frame_buffer& buffer, unsigned value, int digit_count)
 {
     for (int shift = 4 * (digit_count - 1); shift >= 0; shift -= 4)
         put(buffer, "0123456789ABCDEF"[value >> shift & 0xF]);
 }
+} // namespace
 
 void router_message_clear(router_message& message)
 {

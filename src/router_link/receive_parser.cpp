@@ -3,9 +3,11 @@
 #include "common/log.h"
 #include "common/numbers.h"
 
+namespace {
 constexpr std::size_t MAX_FRAME_BYTES = 4096; // between start and end byte
 constexpr std::size_t CHECKSUM_DIGITS = 2;
 constexpr std::size_t HEADER_BYTES = 4; // protocol, seq and the two characters of the mnemonic
+} // namespace
 
 ParseState parse_state = ParseState::Idle;
 router_message incoming_message;
@@ -18,14 +20,15 @@ void reset_receive_parser()
     parse_state = ParseState::Idle;
 }
 
+namespace {
 // Any other character than a digit counts as 0.
-static unsigned checksum_digit(char digit)
+unsigned checksum_digit(char digit)
 {
     const int value = hex_digit_value(digit);
     return value < 0 ? 0 : static_cast<unsigned>(value);
 }
 
-static bool checksum_is_right(std::string_view raw)
+bool checksum_is_right(std::string_view raw)
 {
     const std::size_t position = raw.size() - CHECKSUM_DIGITS;
     const unsigned want = checksum_digit(raw[position]) * 16 + checksum_digit(raw[position + 1]);
@@ -37,7 +40,7 @@ static bool checksum_is_right(std::string_view raw)
 
 // The header is read without regard to where the checksum begins: in a short frame the checksum
 // characters land in it. There are at least those two.
-static void read_header(std::string_view raw)
+void read_header(std::string_view raw)
 {
     incoming_message.protocol = raw[0];
     incoming_message.seq = raw[1];
@@ -45,7 +48,7 @@ static void read_header(std::string_view raw)
 }
 
 // A TAB directly before the checksum adds no empty last parameter.
-static void read_parameters(std::string_view raw)
+void read_parameters(std::string_view raw)
 {
     const std::string_view body = raw.substr(0, raw.size() - CHECKSUM_DIGITS);
     std::size_t tab = body.find(TAB, HEADER_BYTES);
@@ -57,7 +60,7 @@ static void read_parameters(std::string_view raw)
 }
 
 // An error reply without a code keeps the code -1 and is an error too.
-static void read_error_reply()
+void read_error_reply()
 {
     if (!incoming_message.parameters.empty())
         incoming_message.nakerr =
@@ -69,7 +72,7 @@ static void read_error_reply()
 }
 
 // Returns whether the frame opened by SOH is a good message.
-static bool read_message()
+bool read_message()
 {
     const std::string& raw = incoming_message.raw;
     log_debug("Router: MSG %s", raw.c_str());
@@ -84,7 +87,7 @@ static bool read_message()
     return true;
 }
 
-static void complete_frame()
+void complete_frame()
 {
     bool deliver = true;
     if (incoming_message.nak) {
@@ -99,7 +102,7 @@ static void complete_frame()
     last_router_activity = now_us();
 }
 
-static void start_frame(char byte)
+void start_frame(char byte)
 {
     router_message_clear(incoming_message);
     parse_state = ParseState::InMessage;
@@ -115,7 +118,7 @@ static void start_frame(char byte)
     }
 }
 
-static void parse_frame_byte(char byte, std::string_view read_bytes)
+void parse_frame_byte(char byte, std::string_view read_bytes)
 {
     if (byte == EOT) {
         complete_frame();
@@ -130,6 +133,7 @@ static void parse_frame_byte(char byte, std::string_view read_bytes)
         reset_receive_parser();
     }
 }
+} // namespace
 
 void parse_router_bytes(std::string_view read_bytes)
 {

@@ -14,6 +14,7 @@
 #include "router_model/names.h"
 #include "router_model/state.h"
 
+namespace {
 constexpr us_time_t STATUS_DEADLINE_US = 2'000'000;
 constexpr us_time_t UPDATE_DEADLINE_US = 3'000'000;
 constexpr us_time_t CYCLE_INTERVAL_US = 350'000;
@@ -24,10 +25,12 @@ constexpr std::uint64_t DESTINATION_NAMES_CHANGED = 0x04;
 // Messages handled in one call: a router that never stops sending cannot keep the parent, the
 // reports or a termination signal waiting.
 constexpr int MAX_DRAINED_MESSAGES = 4096;
+} // namespace
 
 us_time_t next_status_request = 0;
 
-static void refresh_names(const char* kind, void (*update)(const std::vector<router_message>&))
+namespace {
+void refresh_names(const char* kind, void (*update)(const std::vector<router_message>&))
 {
     const us_time_t deadline = now_us() + UPDATE_DEADLINE_US;
     service_parent_and_dispatch();
@@ -37,7 +40,7 @@ static void refresh_names(const char* kind, void (*update)(const std::vector<rou
     update(response);
 }
 
-static std::optional<std::uint64_t> change_flags_in(const std::vector<router_message>& response)
+std::optional<std::uint64_t> change_flags_in(const std::vector<router_message>& response)
 {
     if (response.size() != 1 || mnemonic_of(response[0]) != "KB") return std::nullopt;
     const std::vector<std::string>& answer = response[0].parameters;
@@ -47,7 +50,7 @@ static std::optional<std::uint64_t> change_flags_in(const std::vector<router_mes
 
 // Asks for the change flags, reads names again where they say so and clears them. Returns false
 // when the router did not answer.
-static bool request_change_flags()
+bool request_change_flags()
 {
     std::vector<router_message> response;
     if (!do_timeout_send_and_recv(make_request("BK", {"F"}), response,
@@ -64,14 +67,14 @@ static bool request_change_flags()
 }
 
 // The router names changed destinations by their names, and one name may stand for several.
-static void mark_outputs_named(const std::string& name, std::vector<bool>& changed)
+void mark_outputs_named(const std::string& name, std::vector<bool>& changed)
 {
     for (std::size_t i = 0; i < router_outputs_info.size() && i < changed.size(); ++i)
         if (router_outputs_info[i].name == name) changed[i] = true;
 }
 
 // A position beyond the end counts as unchanged, whatever the number of outputs has become.
-static void query_changed_outputs(const std::vector<bool>& changed)
+void query_changed_outputs(const std::vector<bool>& changed)
 {
     for (std::uint64_t i = 0; i < number_of_outputs && i < changed.size(); ++i) {
         if (!changed[i]) continue;
@@ -83,7 +86,7 @@ static void query_changed_outputs(const std::vector<bool>& changed)
 
 // Asks which destinations have changed and queries each; the answers come as ordinary messages.
 // Returns false when the router did not answer.
-static bool request_changed_destinations()
+bool request_changed_destinations()
 {
     std::vector<router_message> response;
     if (!do_timeout_send_and_recv(make_request("QD"), response, now_us() + STATUS_DEADLINE_US))
@@ -96,7 +99,7 @@ static bool request_changed_destinations()
     return true;
 }
 
-static bool run_status_cycle()
+bool run_status_cycle()
 {
     log_debug("Sending periodic status request as TCP keepalive and to keep up with unreported "
               "changes if they should occur");
@@ -106,7 +109,7 @@ static bool run_status_cycle()
     return true;
 }
 
-static void drain_received_messages()
+void drain_received_messages()
 {
     service_router_connection();
     service_parent_and_dispatch();
@@ -117,6 +120,7 @@ static void drain_received_messages()
         handle_router_message(message);
     }
 }
+} // namespace
 
 void periodic_status_request()
 {

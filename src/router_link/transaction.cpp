@@ -11,7 +11,9 @@
 #include "router_link/receive_parser.h"
 #include "router_model/state.h"
 
+namespace {
 constexpr unsigned POLLING_PAUSE_US = 10'000;
+} // namespace
 
 void handle_router_message(const router_message& message)
 {
@@ -34,9 +36,10 @@ void handle_router_message(const router_message& message)
     }
 }
 
+namespace {
 // Pops until the queue is empty, 10 ms a message. A router that keeps sending cannot hold this up
 // beyond the deadline.
-static void discard_stale_messages(us_time_t deadline)
+void discard_stale_messages(us_time_t deadline)
 {
     while (!router_rx_queue.empty() && now_us() < deadline) {
         router_rx_queue.pop_front();
@@ -46,13 +49,13 @@ static void discard_stale_messages(us_time_t deadline)
 }
 
 // The error reply to an earlier status request, which may arrive while another reply is awaited.
-static bool is_late_status_error(const router_message& message, const router_message& request)
+bool is_late_status_error(const router_message& message, const router_message& request)
 {
     return message.ok && mnemonic_of(request) != "QD" && mnemonic_of(message) == "ER" &&
            message.parameters.size() >= 2 && message.parameters[1] == "QD";
 }
 
-static bool ends_reply(const router_message& message, const std::vector<router_message>& response)
+bool ends_reply(const router_message& message, const std::vector<router_message>& response)
 {
     return !message.ok || message.seq == '\0' || message.seq == '0' || message.ack || message.nak ||
            (!response.empty() && (message.request != response.front().request ||
@@ -60,7 +63,7 @@ static bool ends_reply(const router_message& message, const std::vector<router_m
 }
 
 // Takes the next message that may belong to a reply, pausing 10 ms where there is none.
-static std::optional<router_message> take_reply_message()
+std::optional<router_message> take_reply_message()
 {
     if (router_rx_queue.empty()) {
         pause_us(POLLING_PAUSE_US);
@@ -76,12 +79,13 @@ static std::optional<router_message> take_reply_message()
 }
 
 // Logs the failure, closes the connection and is false.
-static bool fail_transaction(const char* reason)
+bool fail_transaction(const char* reason)
 {
     log_error("%s", reason);
     close_router_connection();
     return false;
 }
+} // namespace
 
 bool do_timeout_send_and_recv(const router_message& request, std::vector<router_message>& response,
                               us_time_t deadline)

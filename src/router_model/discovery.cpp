@@ -18,6 +18,7 @@
 #include "router_model/route_queue.h"
 #include "router_model/state.h"
 
+namespace {
 constexpr us_time_t COLLECTION_LIMIT_US = 6'000'000;
 constexpr us_time_t FIRST_STATUS_REQUEST_US = 350'000;
 constexpr unsigned STALE_PAUSE_US = 10'000;
@@ -30,7 +31,6 @@ constexpr std::size_t LEVEL_ENTRY_PARAMETERS = 3;
 // deadline, it ends even while messages keep coming.
 constexpr us_time_t COLLECTION_GRACE_US = 1'000'000;
 
-namespace {
 // The answers of one kind until the last of their set has come.
 struct answer_set {
     std::vector<router_message> answers;
@@ -42,10 +42,9 @@ struct collection {
     answer_set sources;
     answer_set destinations;
 };
-} // namespace
 
 // Serves both sides, then sends. A failure closes the connection and ends discovery.
-static bool send_request(const router_message& request, const char* announcement = nullptr)
+bool send_request(const router_message& request, const char* announcement = nullptr)
 {
     service_router_connection();
     service_parent_and_dispatch();
@@ -57,7 +56,7 @@ static bool send_request(const router_message& request, const char* announcement
 }
 
 // Bounded like the collection, for a router that keeps sending.
-static void discard_stale_messages()
+void discard_stale_messages()
 {
     const us_time_t deadline = now_us() + COLLECTION_LIMIT_US;
     service_router_connection();
@@ -68,7 +67,7 @@ static void discard_stale_messages()
     }
 }
 
-static bool send_discovery_requests()
+bool send_discovery_requests()
 {
     return send_request(make_request("BK")) && send_request(make_request("BK", {"N"})) &&
            send_request(make_request("BK", {"R"})) && send_request(make_request("BK", {"T"})) &&
@@ -79,7 +78,7 @@ static bool send_discovery_requests()
            send_request(make_request("QN", {"ID"}), "Asking for destinations...");
 }
 
-static void store_level(std::uint64_t number, const std::string& name)
+void store_level(std::uint64_t number, const std::string& name)
 {
     if (number >= LEVEL_LIMIT) return;
     if (router_levels.size() < number + 1) router_levels.resize(number + 1);
@@ -90,7 +89,7 @@ static void store_level(std::uint64_t number, const std::string& name)
 
 // The announced number of entries is an upper bound: the answer ends at the first that does not
 // fit whole.
-static void read_level_entries(const router_message& rawmsg)
+void read_level_entries(const router_message& rawmsg)
 {
     const std::uint64_t count = hex_number(rawmsg.parameters[1]);
     std::size_t i = FIRST_LEVEL_ENTRY;
@@ -102,6 +101,7 @@ static void read_level_entries(const router_message& rawmsg)
         store_level(hex_number(entry[1]), entry[0]);
     }
 }
+} // namespace
 
 void update_levels_info(const std::vector<router_message>& answers)
 {
@@ -114,7 +114,8 @@ void update_levels_info(const std::vector<router_message>& answers)
     }
 }
 
-static void read_identity(const std::vector<std::string>& answer)
+namespace {
+void read_identity(const std::vector<std::string>& answer)
 {
     if (answer[0] == "N") {
         device_model = answer[1];
@@ -129,8 +130,8 @@ static void read_identity(const std::vector<std::string>& answer)
     }
 }
 
-static void add_answer(answer_set& set, router_message& message,
-                       void (*update)(const std::vector<router_message>&))
+void add_answer(answer_set& set, router_message& message,
+                void (*update)(const std::vector<router_message>&))
 {
     const bool last = message.seq == '0';
     if (set.answers.size() < MAX_REPLY_MESSAGES) set.answers.push_back(std::move(message));
@@ -142,7 +143,7 @@ static void add_answer(answer_set& set, router_message& message,
 
 // Keeps the message itself when it is a name answer. Whatever is neither that nor an identity,
 // routing status included, is passed over.
-static void collect_message(collection& collected, router_message& message)
+void collect_message(collection& collected, router_message& message)
 {
     const std::vector<std::string>& parameters = message.parameters;
     if (mnemonic_of(message) == "KB" && parameters.size() >= 2) {
@@ -160,7 +161,7 @@ static void collect_message(collection& collected, router_message& message)
 
 // Until the router or the parent has something to say. A parent at end of file would make the wait
 // return at once for ever.
-static void wait_for_either_side()
+void wait_for_either_side()
 {
     fd_set readable;
     FD_ZERO(&readable);
@@ -171,7 +172,7 @@ static void wait_for_either_side()
 }
 
 // Returns false when the process is to quit.
-static bool collect_answers()
+bool collect_answers()
 {
     collection collected;
     const us_time_t discovery_deadline = now_us() + COLLECTION_LIMIT_US;
@@ -199,7 +200,7 @@ static bool collect_answers()
     }
 }
 
-static void compose_firmware_version()
+void compose_firmware_version()
 {
     if (software_title.empty()) {
         firmware_version = software_revision;
@@ -213,7 +214,7 @@ static void compose_firmware_version()
 
 // Changes queued while the router was away go out now. They would be held back while discovery is
 // due, so the flag is down meanwhile; a close in between leaves it down.
-static void send_waiting_route_changes()
+void send_waiting_route_changes()
 {
     discovery_needed = false;
     pace_route_changes();
@@ -221,12 +222,13 @@ static void send_waiting_route_changes()
     discovery_needed = router_fd >= 0;
 }
 
-static bool query_all_outputs()
+bool query_all_outputs()
 {
     for (std::uint64_t i = 1; i <= number_of_outputs; ++i)
         if (!send_request(make_status_query(static_cast<std::uint32_t>(i)))) return false;
     return true;
 }
+} // namespace
 
 void run_discovery()
 {

@@ -6,6 +6,7 @@
 #include "common/numbers.h"
 #include "router_model/state.h"
 
+namespace {
 // Stands for an index base while no entry has been read that would set it.
 constexpr std::uint64_t UNKNOWN_INDEX_BASE = UINT64_MAX;
 
@@ -13,7 +14,6 @@ constexpr std::uint64_t INDEX_LIMIT = 1024; // of router indexes, and of positio
 constexpr std::size_t FIRST_ENTRY = 2;      // parameter where the entries begin
 constexpr std::size_t ENTRY_PARAMETERS = 4;
 
-namespace {
 // The two updates are one algorithm; this is all in which they differ.
 template <typename Info>
 struct name_table {
@@ -26,11 +26,10 @@ struct name_table {
     const char* title;
     const char* store_assertion;
 };
-} // namespace
 
 template <typename Info>
-static void store_entry(const name_table<Info>& table, const std::string& name,
-                        std::uint64_t router_index, std::uint64_t attribute)
+void store_entry(const name_table<Info>& table, const std::string& name, std::uint64_t router_index,
+                 std::uint64_t attribute)
 {
     if (router_index >= INDEX_LIMIT) return;
     if (table.base == UNKNOWN_INDEX_BASE) table.base = router_index;
@@ -45,7 +44,7 @@ static void store_entry(const name_table<Info>& table, const std::string& name,
 // The announced number of entries is an upper bound: the answer ends at the first that does not
 // fit whole.
 template <typename Info>
-static void read_entries(const name_table<Info>& table, const router_message& rawmsg)
+void read_entries(const name_table<Info>& table, const router_message& rawmsg)
 {
     const std::uint64_t count = hex_number(rawmsg.parameters[1]);
     std::size_t i = FIRST_ENTRY;
@@ -59,7 +58,7 @@ static void read_entries(const name_table<Info>& table, const router_message& ra
 }
 
 template <typename Info>
-static void rebuild_table(const name_table<Info>& table, const std::vector<router_message>& answers)
+void rebuild_table(const name_table<Info>& table, const std::vector<router_message>& answers)
 {
     table.entries.clear();
     table.base = UNKNOWN_INDEX_BASE;
@@ -79,6 +78,7 @@ static void rebuild_table(const name_table<Info>& table, const std::vector<route
         log_debug("%s range from %u-%u", table.title, static_cast<unsigned>(table.base),
                   static_cast<unsigned>(table.base + table.entries.size() - 1));
 }
+} // namespace
 
 void update_sources_info(const std::vector<router_message>& answers)
 {

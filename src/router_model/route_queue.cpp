@@ -8,19 +8,22 @@
 #include "parent/channel.h"
 #include "router_link/connection.h"
 
+namespace {
 constexpr us_time_t PACING_PER_CHANGE_US = 66'000;
 constexpr us_time_t MAX_PACING_US = 750'000;
 constexpr us_time_t QUEUE_TIMEOUT_US = 5'000'000;
 constexpr us_time_t BOGUS_FLUSH_ALLOW_US = 1'000'000;    // this far ahead of now
 constexpr us_time_t BOGUS_QUEUE_TIMEOUT_US = 10'000'000; // this far ahead of now
+} // namespace
 
 std::deque<RouteChange> staged_route_changes;
 std::deque<RouteChange> pending_route_changes;
 us_time_t flush_allow_time = 0;
 us_time_t queue_timeout_time = 0;
 
+namespace {
 // One slot per output, empty where no change is pending. Empties the pending queue.
-static std::vector<RouteChange> drain_into_slots()
+std::vector<RouteChange> drain_into_slots()
 {
     std::vector<RouteChange> route_slots(number_of_outputs);
     const auto slot_count = static_cast<std::int32_t>(route_slots.size());
@@ -33,18 +36,18 @@ static std::vector<RouteChange> drain_into_slots()
 }
 
 // The bases are read for each message: a parent record or an update may come in between.
-static std::uint32_t output_index(const RouteChange& change)
+std::uint32_t output_index(const RouteChange& change)
 {
     return static_cast<std::uint32_t>(change.output) +
            static_cast<std::uint32_t>(output_index_base);
 }
 
-static std::uint32_t input_index(const RouteChange& change)
+std::uint32_t input_index(const RouteChange& change)
 {
     return static_cast<std::uint32_t>(change.input) + static_cast<std::uint32_t>(input_index_base);
 }
 
-static void send_route_change(const RouteChange& change)
+void send_route_change(const RouteChange& change)
 {
     service_router_connection();
     service_parent_and_dispatch();
@@ -55,6 +58,7 @@ static void send_route_change(const RouteChange& change)
     connection_sendmsg(make_status_query(output_index(change)));
     flush_allow_time += PACING_PER_CHANGE_US;
 }
+} // namespace
 
 void send_route_changes()
 {

@@ -4,7 +4,9 @@
 #include "common/loop_flags.h"
 #include "frame/settings.h"
 
+namespace {
 constexpr std::uint64_t MAX_EFFECTIVE_COUNT = 256;
+} // namespace
 
 std::uint64_t discovered_inputs = 0;
 std::uint64_t discovered_outputs = 0;
@@ -22,13 +24,15 @@ std::uint64_t number_of_inputs = 0;
 std::uint64_t number_of_outputs = 0;
 std::deque<RouteChange> accepted_route_changes;
 
+namespace {
 // A negative setting counts as a very large number.
-static std::uint64_t effective_count(std::int64_t configured, std::uint64_t discovered)
+std::uint64_t effective_count(std::int64_t configured, std::uint64_t discovered)
 {
     const std::uint64_t count =
         configured != 0 ? static_cast<std::uint64_t>(configured) : discovered;
     return count > MAX_EFFECTIVE_COUNT ? MAX_EFFECTIVE_COUNT : count;
 }
+} // namespace
 
 void recompute_io_counts()
 {
