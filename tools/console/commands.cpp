@@ -6,13 +6,14 @@
 #include "console/lookup.h"
 #include "console/view_text.h"
 
-static void refuse(command_result& result, const std::string& why)
+namespace {
+void refuse(command_result& result, const std::string& why)
 {
     result.text = why + '\n';
     result.refused = true;
 }
 
-static ParentRecord request(console_state& state, const std::string& name)
+ParentRecord request(console_state& state, const std::string& name)
 {
     ParentRecord record;
     record.type = "command";
@@ -21,7 +22,7 @@ static ParentRecord request(console_state& state, const std::string& name)
     return record;
 }
 
-static void add_queue_record(console_state& state, command_result& result, const char* queue)
+void add_queue_record(console_state& state, command_result& result, const char* queue)
 {
     ParentRecord record = request(state, "route output");
     record.fields["queue"] = queue;
@@ -29,7 +30,7 @@ static void add_queue_record(console_state& state, command_result& result, const
 }
 
 // Returns false, with the result refused, when a word names nothing.
-static bool stage(console_state& state, const std::vector<word>& words, command_result& result)
+bool stage(console_state& state, const std::vector<word>& words, command_result& result)
 {
     const router_view& view = state.view;
     std::string complaint;
@@ -49,14 +50,14 @@ static bool stage(console_state& state, const std::vector<word>& words, command_
     return true;
 }
 
-static std::string staged_label(const router_view& view, std::size_t index)
+std::string staged_label(const router_view& view, std::size_t index)
 {
     const auto& [output, input] = view.staged[index];
     return output_label(view, output) + " from " + input_label(view, input);
 }
 
-static void run_flush(console_state& state, const std::vector<word>& /*words*/, us_time_t now,
-                      command_result& result)
+void run_flush(console_state& state, const std::vector<word>& /*words*/, us_time_t now,
+               command_result& result)
 {
     const router_view& view = state.view;
     if (view.staged.empty()) result.text += "Nothing was staged.\n";
@@ -68,21 +69,21 @@ static void run_flush(console_state& state, const std::vector<word>& /*words*/, 
     note_flushed(state.view, now);
 }
 
-static void run_stage(console_state& state, const std::vector<word>& words, us_time_t /*now*/,
-                      command_result& result)
+void run_stage(console_state& state, const std::vector<word>& words, us_time_t /*now*/,
+               command_result& result)
 {
     if (stage(state, words, result))
         result.text = "Staged " + staged_label(state.view, state.view.staged.size() - 1) + '\n';
 }
 
-static void run_take(console_state& state, const std::vector<word>& words, us_time_t now,
-                     command_result& result)
+void run_take(console_state& state, const std::vector<word>& words, us_time_t now,
+              command_result& result)
 {
     if (stage(state, words, result)) run_flush(state, words, now, result);
 }
 
-static void run_discard(console_state& state, const std::vector<word>& /*words*/, us_time_t /*now*/,
-                        command_result& result)
+void run_discard(console_state& state, const std::vector<word>& /*words*/, us_time_t /*now*/,
+                 command_result& result)
 {
     const std::size_t count = state.view.staged.size();
     result.text = count == 0   ? "Nothing was staged.\n"
@@ -92,32 +93,32 @@ static void run_discard(console_state& state, const std::vector<word>& /*words*/
     note_discarded(state.view);
 }
 
-static void run_routes(console_state& state, const std::vector<word>& /*words*/, us_time_t /*now*/,
-                       command_result& result)
+void run_routes(console_state& state, const std::vector<word>& /*words*/, us_time_t /*now*/,
+                command_result& result)
 {
     result.text = routes_text(state.view);
 }
 
-static void run_inputs(console_state& state, const std::vector<word>& /*words*/, us_time_t /*now*/,
-                       command_result& result)
+void run_inputs(console_state& state, const std::vector<word>& /*words*/, us_time_t /*now*/,
+                command_result& result)
 {
     result.text = inputs_text(state.view);
 }
 
-static void run_outputs(console_state& state, const std::vector<word>& /*words*/, us_time_t /*now*/,
-                        command_result& result)
+void run_outputs(console_state& state, const std::vector<word>& /*words*/, us_time_t /*now*/,
+                 command_result& result)
 {
     result.text = outputs_text(state.view);
 }
 
-static void run_info(console_state& state, const std::vector<word>& /*words*/, us_time_t /*now*/,
-                     command_result& result)
+void run_info(console_state& state, const std::vector<word>& /*words*/, us_time_t /*now*/,
+              command_result& result)
 {
     result.text = info_text(state.view);
 }
 
-static void run_set(console_state& /*state*/, const std::vector<word>& words, us_time_t /*now*/,
-                    command_result& result)
+void run_set(console_state& /*state*/, const std::vector<word>& words, us_time_t /*now*/,
+             command_result& result)
 {
     const std::vector<std::string>& names = setting_names();
     const std::string& name = words[1].text;
@@ -135,16 +136,16 @@ static void run_set(console_state& /*state*/, const std::vector<word>& words, us
     result.records.push_back(record);
 }
 
-static void run_refresh(console_state& state, const std::vector<word>& /*words*/, us_time_t /*now*/,
-                        command_result& result)
+void run_refresh(console_state& state, const std::vector<word>& /*words*/, us_time_t /*now*/,
+                 command_result& result)
 {
     ParentRecord record = request(state, "report");
     record.fields["what"] = "outputs";
     result.records.push_back(record);
 }
 
-static void run_log(console_state& state, const std::vector<word>& words, us_time_t /*now*/,
-                    command_result& result)
+void run_log(console_state& state, const std::vector<word>& words, us_time_t /*now*/,
+             command_result& result)
 {
     const std::vector<std::string>& names = log_level_names();
     const auto found = std::find(names.begin(), names.end(), words[1].text);
@@ -154,20 +155,20 @@ static void run_log(console_state& state, const std::vector<word>& words, us_tim
     state.log = levels[found - names.begin()];
 }
 
-static void run_wait(console_state& /*state*/, const std::vector<word>& /*words*/,
-                     us_time_t /*now*/, command_result& result)
+void run_wait(console_state& /*state*/, const std::vector<word>& /*words*/, us_time_t /*now*/,
+              command_result& result)
 {
     result.wait = true;
 }
 
-static void run_quit(console_state& /*state*/, const std::vector<word>& /*words*/,
-                     us_time_t /*now*/, command_result& result)
+void run_quit(console_state& /*state*/, const std::vector<word>& /*words*/, us_time_t /*now*/,
+              command_result& result)
 {
     result.quit = true;
 }
 
-static void run_help(console_state& /*state*/, const std::vector<word>& /*words*/,
-                     us_time_t /*now*/, command_result& result)
+void run_help(console_state& /*state*/, const std::vector<word>& /*words*/, us_time_t /*now*/,
+              command_result& result)
 {
     for (const command& each : all_commands()) {
         std::string line = "  " + std::string(each.name);
@@ -180,10 +181,12 @@ static void run_help(console_state& /*state*/, const std::vector<word>& /*words*
         "beginning of a name; names with blanks stand in quotes: take \"MON A\" 'CAM 2'\n"
         "Several commands on a line are separated by ;\n";
 }
+} // namespace
 
 using enum argument_kind;
 
-static const std::vector<command> commands = {
+namespace {
+const std::vector<command> commands = {
     {"take", {output, input}, "OUTPUT INPUT", "route an input to an output now", run_take},
     {"stage", {output, input}, "OUTPUT INPUT", "prepare a route for flush", run_stage},
     {"flush", {}, "", "take all staged routes at once", run_flush},
@@ -199,8 +202,9 @@ static const std::vector<command> commands = {
     {"help", {}, "", "show this", run_help},
     {"quit", {}, "", "leave the console", run_quit},
 };
-static const std::vector<std::string> settings = {"inputs", "ip address", "outputs", "port"};
-static const std::vector<std::string> log_levels = {"debug", "note", "warn", "off"};
+const std::vector<std::string> settings = {"inputs", "ip address", "outputs", "port"};
+const std::vector<std::string> log_levels = {"debug", "note", "warn", "off"};
+} // namespace
 
 const std::vector<command>& all_commands()
 {

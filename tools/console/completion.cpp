@@ -5,13 +5,14 @@
 #include "console/commands.h"
 #include "console/words.h"
 
-static std::vector<std::string> names_of(const std::vector<std::string>& names, int count)
+namespace {
+std::vector<std::string> names_of(const std::vector<std::string>& names, int count)
 {
     const auto used = std::min(names.size(), static_cast<std::size_t>(count));
     return {names.begin(), names.begin() + static_cast<std::ptrdiff_t>(used)};
 }
 
-static std::vector<std::string> argument_choices(const router_view& view, argument_kind kind)
+std::vector<std::string> argument_choices(const router_view& view, argument_kind kind)
 {
     switch (kind) {
     case argument_kind::output:
@@ -29,8 +30,7 @@ static std::vector<std::string> argument_choices(const router_view& view, argume
 }
 
 // What may stand after the words of the command so far.
-static std::vector<std::string> possible_words(const router_view& view,
-                                               const std::vector<word>& before)
+std::vector<std::string> possible_words(const router_view& view, const std::vector<word>& before)
 {
     std::vector<std::string> possible;
     for (const command& each : all_commands()) {
@@ -43,12 +43,12 @@ static std::vector<std::string> possible_words(const router_view& view,
 }
 
 // Inside a UTF-8 character.
-static bool is_continuation(char byte)
+bool is_continuation(char byte)
 {
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
-static std::string common_beginning(const std::vector<std::string>& choices)
+std::string common_beginning(const std::vector<std::string>& choices)
 {
     std::string beginning = choices.front();
     for (const std::string& choice : choices)
@@ -61,12 +61,13 @@ static std::string common_beginning(const std::vector<std::string>& choices)
 }
 
 // As far as the choices agree, with a quote left open where the rest may need it.
-static std::string unfinished_word(const std::vector<std::string>& choices, bool quoted)
+std::string unfinished_word(const std::vector<std::string>& choices, bool quoted)
 {
     std::string beginning = common_beginning(choices);
     if (!quoted && quote_word(beginning) == beginning) return beginning;
     return (beginning.find('"') == std::string::npos ? '"' : '\'') + beginning;
 }
+} // namespace
 
 completion complete(const router_view& view, std::string_view text_before_cursor)
 {

@@ -4,18 +4,21 @@
 #include <charconv>
 #include <cstddef>
 
+namespace {
 // As many as a person cares to read in one line.
-static constexpr std::size_t most_candidates = 6;
+constexpr std::size_t most_candidates = 6;
+} // namespace
 
 using name_rule = bool (*)(std::string_view name, std::string_view wanted);
 
-static bool identical(std::string_view name, std::string_view wanted)
+namespace {
+bool identical(std::string_view name, std::string_view wanted)
 {
     return name == wanted;
 }
 
-static std::vector<int> matches(const std::vector<std::string>& names, int count,
-                                const std::string& wanted, name_rule rule)
+std::vector<int> matches(const std::vector<std::string>& names, int count,
+                         const std::string& wanted, name_rule rule)
 {
     std::vector<int> found;
     const auto end = std::min(names.size(), static_cast<std::size_t>(count));
@@ -24,8 +27,8 @@ static std::vector<int> matches(const std::vector<std::string>& names, int count
     return found;
 }
 
-static std::string list_candidates(const std::vector<std::string>& names,
-                                   const std::vector<int>& positions)
+std::string list_candidates(const std::vector<std::string>& names,
+                            const std::vector<int>& positions)
 {
     std::string text;
     for (std::size_t i = 0; i < positions.size() && i < most_candidates; ++i)
@@ -36,8 +39,8 @@ static std::string list_candidates(const std::vector<std::string>& names,
     return text;
 }
 
-static int find_number(const std::string& digits, int count, const std::string& kind,
-                       std::string& complaint)
+int find_number(const std::string& digits, int count, const std::string& kind,
+                std::string& complaint)
 {
     int position = count;
     std::from_chars(digits.data(), digits.data() + digits.size(), position);
@@ -48,8 +51,8 @@ static int find_number(const std::string& digits, int count, const std::string& 
     return -1;
 }
 
-static std::string unknown_name(const std::vector<std::string>& names, int count,
-                                const std::string& kind, const std::string& wanted)
+std::string unknown_name(const std::vector<std::string>& names, int count, const std::string& kind,
+                         const std::string& wanted)
 {
     const std::string text = "There is no " + kind + " \"" + wanted + "\"";
     if (count == 0) return text + ": no " + kind + "s are known yet.";
@@ -57,6 +60,7 @@ static std::string unknown_name(const std::vector<std::string>& names, int count
     if (wanted.empty() || similar.empty()) return text + "; \"" + kind + "s\" lists them.";
     return text + "; there is " + list_candidates(names, similar) + ".";
 }
+} // namespace
 
 int find_position(const std::vector<std::string>& names, int count, const std::string& kind,
                   const word& wanted, std::string& complaint)

@@ -11,33 +11,34 @@
 #include "console/session.h"
 #include "console/terminal.h"
 
-static constexpr const char* footer =
+namespace {
+constexpr const char* footer =
     "Exit status: 0 when all went well; 1 when it could not start; 2 when a script's route was "
     "not\n"
     "confirmed or a command of it was refused; 3 when the backend ended by itself.\n"
     "Without a terminal, commands are read from standard input; \"help\" lists them.";
 
-static std::string backend_beside_console()
+std::string backend_beside_console()
 {
     std::error_code error;
     const std::filesystem::path console = std::filesystem::read_symlink("/proc/self/exe", error);
     return (console.parent_path() / "routing_switcher_backend").string();
 }
 
-static void print_plain(const std::string& text)
+void print_plain(const std::string& text)
 {
     std::fputs(text.c_str(), stdout);
     std::fflush(stdout);
 }
 
 // Characters are UTF-8 also where the environment says nothing.
-static void choose_characters()
+void choose_characters()
 {
     const char* const chosen = std::setlocale(LC_CTYPE, "");
     if (chosen == nullptr || std::string(chosen) == "C") std::setlocale(LC_CTYPE, "C.UTF-8");
 }
 
-static int run(const std::string& backend, const std::string& config_path)
+int run(const std::string& backend, const std::string& config_path)
 {
     console_session session;
     session.print = print_plain;
@@ -53,7 +54,7 @@ static int run(const std::string& backend, const std::string& config_path)
     return session.unconfirmed || session.refused ? exit_not_confirmed : exit_good;
 }
 
-static int run_program(int argument_count, const char* const* arguments)
+int run_program(int argument_count, const char* const* arguments)
 {
     CLI::App app("A console for a video router, by way of the routing switcher backend.");
     std::string config_path;
@@ -71,6 +72,7 @@ static int run_program(int argument_count, const char* const* arguments)
     }
     return run(backend, config_path);
 }
+} // namespace
 
 int main(int argument_count, char** arguments)
 {

@@ -4,10 +4,11 @@
 #include <charconv>
 #include <optional>
 
+namespace {
 // Far more than any router has; keeps a nonsensical report from filling the memory.
-static constexpr int most_positions = 65536;
+constexpr int most_positions = 65536;
 
-static std::string state_text(link_state state)
+std::string state_text(link_state state)
 {
     switch (state) {
     case link_state::down:
@@ -21,6 +22,7 @@ static std::string state_text(link_state state)
     }
     return "";
 }
+} // namespace
 
 std::string link_text(const router_view& view)
 {
@@ -28,12 +30,14 @@ std::string link_text(const router_view& view)
     return view.link_problem.empty() ? text : text + " (" + view.link_problem + ")";
 }
 
-static std::string label(const std::vector<std::string>& names, int position)
+namespace {
+std::string label(const std::vector<std::string>& names, int position)
 {
     const auto index = static_cast<std::size_t>(position);
     const bool named = index < names.size() && !names[index].empty();
     return std::to_string(position) + (named ? " " + names[index] : "");
 }
+} // namespace
 
 std::string input_label(const router_view& view, int input)
 {
@@ -46,14 +50,15 @@ std::string output_label(const router_view& view, int output)
     return label(view.output_names, output);
 }
 
-static std::string printable(std::string text)
+namespace {
+std::string printable(std::string text)
 {
     for (char& byte : text)
         if (static_cast<unsigned char>(byte) < ' ' || byte == '\x7f') byte = '?';
     return text;
 }
 
-static std::optional<int> to_position(std::string_view digits)
+std::optional<int> to_position(std::string_view digits)
 {
     int value = 0;
     const char* const end = digits.data() + digits.size();
@@ -64,7 +69,7 @@ static std::optional<int> to_position(std::string_view digits)
 }
 
 // The position in a name such as "o12.input.all", between the letter and the suffix.
-static std::optional<int> position_of(std::string_view name, char letter, std::string_view suffix)
+std::optional<int> position_of(std::string_view name, char letter, std::string_view suffix)
 {
     if (!name.starts_with(letter) || !name.ends_with(suffix) || name.size() < 1 + suffix.size())
         return std::nullopt;
@@ -72,7 +77,7 @@ static std::optional<int> position_of(std::string_view name, char letter, std::s
 }
 
 // Empty when the record has no names.
-static std::vector<std::string> read_names(const ParentRecord& record, char letter)
+std::vector<std::string> read_names(const ParentRecord& record, char letter)
 {
     std::vector<std::string> names;
     for (const auto& [name, value] : record.fields) {
@@ -85,7 +90,7 @@ static std::vector<std::string> read_names(const ParentRecord& record, char lett
     return names;
 }
 
-static void take_info(router_view& view, const ParentRecord& record)
+void take_info(router_view& view, const ParentRecord& record)
 {
     view.identity.clear();
     for (const auto& [name, value] : record.fields)
@@ -95,7 +100,7 @@ static void take_info(router_view& view, const ParentRecord& record)
     view.routes.resize(static_cast<std::size_t>(view.outputs));
 }
 
-static void take_route(router_view& view, int output, int input, news& told)
+void take_route(router_view& view, int output, int input, news& told)
 {
     const auto index = static_cast<std::size_t>(output);
     if (view.routes.size() <= index) view.routes.resize(index + 1);
@@ -113,7 +118,7 @@ static void take_route(router_view& view, int output, int input, news& told)
     }
 }
 
-static void take_routes(router_view& view, const ParentRecord& record, news& told)
+void take_routes(router_view& view, const ParentRecord& record, news& told)
 {
     for (const auto& [name, value] : record.fields) {
         const std::optional<int> output = position_of(name, 'o', ".input.all");
@@ -123,13 +128,14 @@ static void take_routes(router_view& view, const ParentRecord& record, news& tol
     }
 }
 
-static void take_output_names(router_view& view, const ParentRecord& record)
+void take_output_names(router_view& view, const ParentRecord& record)
 {
     std::vector<std::string> names = read_names(record, 'o');
     if (names.empty() && !record.fields.empty()) return;
     view.outputs_named = true;
     if (!names.empty()) view.output_names = std::move(names);
 }
+} // namespace
 
 news take_record(router_view& view, const ParentRecord& record)
 {
@@ -156,7 +162,8 @@ struct link_rule {
     std::optional<std::string_view> problem; // unchanged when empty; "%" is the rest of the line
 };
 
-static constexpr link_rule link_rules[] = {
+namespace {
+constexpr link_rule link_rules[] = {
     {"<NOTE>Trying to connect to router...", link_state::connecting, std::nullopt},
     {"<NOTE>Connected to router, right away", link_state::discovering, ""},
     {"<NOTE>Connection sucessful.", link_state::discovering, ""},
@@ -173,7 +180,7 @@ static constexpr link_rule link_rules[] = {
 };
 
 // A router that stays away is news once, not at each new attempt.
-static void announce_link(router_view& view, news& told)
+void announce_link(router_view& view, news& told)
 {
     if (view.link != link_state::down && view.link != link_state::ready) return;
     const std::string text = "The router is " + link_text(view);
@@ -181,6 +188,7 @@ static void announce_link(router_view& view, news& told)
     view.link_announced = text;
     told.push_back(text);
 }
+} // namespace
 
 bool take_diagnostics(router_view& view, const std::string& line, news& told)
 {

@@ -8,12 +8,13 @@
 
 using namespace std::chrono_literals;
 
+namespace {
 // Longer than the backend takes to learn a router that answers slowly.
-static constexpr us_time_t start_limit_us = 10'000'000;
+constexpr us_time_t start_limit_us = 10'000'000;
 
-static constexpr auto no_time_limit = 24h;
+constexpr auto no_time_limit = 24h;
 
-static void wait_for_reports(console_session& session)
+void wait_for_reports(console_session& session)
 {
     const us_time_t deadline = now_us() + start_limit_us;
     const router_view& view = session.state.view;
@@ -29,7 +30,7 @@ static void wait_for_reports(console_session& session)
 }
 
 // Returns false at the end of input.
-static bool read_input(std::string& input)
+bool read_input(std::string& input)
 {
     char bytes[4096];
     const ssize_t count = read(STDIN_FILENO, bytes, sizeof bytes);
@@ -37,7 +38,7 @@ static bool read_input(std::string& input)
     return count > 0 || (count < 0 && (errno == EINTR || errno == EAGAIN));
 }
 
-static void run_complete_lines(console_session& session, std::string& input)
+void run_complete_lines(console_session& session, std::string& input)
 {
     std::size_t end = 0;
     while (!session.quit && (end = input.find('\n')) != std::string::npos) {
@@ -46,6 +47,7 @@ static void run_complete_lines(console_session& session, std::string& input)
         run_line(session, line);
     }
 }
+} // namespace
 
 void run_script(console_session& session)
 {

@@ -7,12 +7,14 @@
 
 using namespace std::chrono_literals;
 
-static constexpr std::size_t kept_diagnostics = 5;
+namespace {
+constexpr std::size_t kept_diagnostics = 5;
 
 // For what a healthy backend does at once.
-static constexpr auto farewell_time = 1s;
+constexpr auto farewell_time = 1s;
 
-static constexpr auto no_time_limit = 24h;
+constexpr auto no_time_limit = 24h;
+} // namespace
 
 bool start_session(console_session& session, const std::string& backend,
                    const std::string& config_path)
@@ -23,7 +25,8 @@ bool start_session(console_session& session, const std::string& backend,
     return false;
 }
 
-static void print_news(const console_session& session, const news& told)
+namespace {
+void print_news(const console_session& session, const news& told)
 {
     std::string text;
     for (const std::string& line : told)
@@ -31,7 +34,7 @@ static void print_news(const console_session& session, const news& told)
     if (!text.empty()) session.print(text);
 }
 
-static void take_diagnostics_line(console_session& session, const std::string& line)
+void take_diagnostics_line(console_session& session, const std::string& line)
 {
     session.last_diagnostics.push_back(line);
     if (session.last_diagnostics.size() > kept_diagnostics) session.last_diagnostics.pop_front();
@@ -40,6 +43,7 @@ static void take_diagnostics_line(console_session& session, const std::string& l
     if (is_shown(session.state.log, line, about_link)) session.print(line + '\n');
     print_news(session, told);
 }
+} // namespace
 
 void serve_session(console_session& session)
 {
@@ -77,7 +81,8 @@ void wait_for_routes(console_session& session)
         wait_session(session, {}, no_time_limit);
 }
 
-static void run_words(console_session& session, const std::vector<word>& words)
+namespace {
+void run_words(console_session& session, const std::vector<word>& words)
 {
     const command_result result = run_command(session.state, words, now_us());
     if (!result.text.empty()) session.print(result.text);
@@ -87,6 +92,7 @@ static void run_words(console_session& session, const std::vector<word>& words)
     session.quit = result.quit;
     if (result.wait) wait_for_routes(session);
 }
+} // namespace
 
 void run_line(console_session& session, std::string_view line)
 {

@@ -9,15 +9,15 @@ std::size_t text_width(std::string_view text)
     }));
 }
 
-static std::string padding(const std::string& text, std::size_t width)
+namespace {
+std::string padding(const std::string& text, std::size_t width)
 {
     const std::size_t used = text_width(text);
     return std::string(width > used ? width - used : 0, ' ');
 }
 
-static void append_row(std::string& output, const std::vector<std::string>& row,
-                       const std::vector<std::string>& titles,
-                       const std::vector<std::size_t>& widths)
+void append_row(std::string& output, const std::vector<std::string>& row,
+                const std::vector<std::string>& titles, const std::vector<std::size_t>& widths)
 {
     std::string line;
     for (std::size_t column = 0; column < row.size(); ++column) {
@@ -29,6 +29,7 @@ static void append_row(std::string& output, const std::vector<std::string>& row,
     line.erase(line.find_last_not_of(' ') + 1);
     output += line + '\n';
 }
+} // namespace
 
 std::string format_table(const std::vector<std::string>& titles,
                          const std::vector<std::vector<std::string>>& rows)

@@ -15,19 +15,20 @@
 
 using namespace std::chrono_literals;
 
-static constexpr int history_length = 500;
-static constexpr wchar_t kill_line_key = 0x15; // Ctrl-U
-static constexpr auto no_time_limit = 24h;
-static char prompt[] = "router> ";
+namespace {
+constexpr int history_length = 500;
+constexpr wchar_t kill_line_key = 0x15; // Ctrl-U
+constexpr auto no_time_limit = 24h;
+char prompt[] = "router> ";
 
 // The editor's callbacks get nothing but the editor, so what they need stands here.
-static console_session* served = nullptr;
-static EditLine* editor = nullptr;
-static int signals = -1;     // a signalfd
-static bool editing = false; // a line is on the screen
-static bool stopped = false; // by a signal
+console_session* served = nullptr;
+EditLine* editor = nullptr;
+int signals = -1;     // a signalfd
+bool editing = false; // a line is on the screen
+bool stopped = false; // by a signal
 
-static std::size_t screen_width()
+std::size_t screen_width()
 {
     winsize size{};
     if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return 80;
@@ -35,7 +36,7 @@ static std::size_t screen_width()
 }
 
 // Wipes the prompt and the line, which may reach over several rows, off the screen.
-static void erase_line()
+void erase_line()
 {
     const LineInfo* const line = el_line(editor);
     const std::string_view before_cursor(line->buffer,
@@ -45,7 +46,7 @@ static void erase_line()
     std::fputs("\r\033[J", stdout);
 }
 
-static void print_above_line(const std::string& text)
+void print_above_line(const std::string& text)
 {
     if (editing) erase_line();
     std::fputs(text.c_str(), stdout);
@@ -53,13 +54,13 @@ static void print_above_line(const std::string& text)
     if (editing) el_set(editor, EL_REFRESH);
 }
 
-static char* show_prompt(EditLine* /*line*/)
+char* show_prompt(EditLine* /*line*/)
 {
     return prompt;
 }
 
 // SIGINT stands for the key that empties the line. Returns whether there is a key.
-static bool take_signal(wchar_t& key)
+bool take_signal(wchar_t& key)
 {
     signalfd_siginfo info{};
     if (read(signals, &info, sizeof info) != static_cast<ssize_t>(sizeof info)) return false;
@@ -73,11 +74,13 @@ static bool take_signal(wchar_t& key)
     key = kill_line_key;
     return true;
 }
+} // namespace
 
 enum class key_state { none_yet, complete, input_ended };
 
+namespace {
 // One byte more of a character, whose bytes so far are in the conversion.
-static key_state read_key(std::mbstate_t& conversion, wchar_t& key)
+key_state read_key(std::mbstate_t& conversion, wchar_t& key)
 {
     char byte = 0;
     const ssize_t count = read(STDIN_FILENO, &byte, 1);
@@ -94,7 +97,7 @@ static key_state read_key(std::mbstate_t& conversion, wchar_t& key)
 
 // The editor's source of keys, which serves the backend until there is one. Returns 1 with a key,
 // 0 when no more will come.
-static int next_key(EditLine* /*line*/, wchar_t* key)
+int next_key(EditLine* /*line*/, wchar_t* key)
 {
     std::mbstate_t conversion{};
     key_state state = key_state::none_yet;
@@ -110,7 +113,7 @@ static int next_key(EditLine* /*line*/, wchar_t* key)
     return state == key_state::complete ? 1 : 0;
 }
 
-static unsigned char complete_word(EditLine* line, int /*key*/)
+unsigned char complete_word(EditLine* line, int /*key*/)
 {
     const LineInfo* const typed = el_line(line);
     const std::string before(typed->buffer, typed->cursor);
@@ -126,7 +129,7 @@ static unsigned char complete_word(EditLine* line, int /*key*/)
     return CC_REFRESH;
 }
 
-static void take_over_signals()
+void take_over_signals()
 {
     sigset_t set;
     sigemptyset(&set);
@@ -137,7 +140,7 @@ static void take_over_signals()
     signals = signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK);
 }
 
-static void set_up_editor(History* lines)
+void set_up_editor(History* lines)
 {
     HistEvent event;
     history(lines, &event, H_SETSIZE, history_length);
@@ -152,7 +155,7 @@ static void set_up_editor(History* lines)
     el_set(editor, EL_BIND, "^I", "complete-word", nullptr);
 }
 
-static void run_lines(console_session& session, History* lines)
+void run_lines(console_session& session, History* lines)
 {
     while (!session.quit && !session.link.ended && !stopped) {
         int length = 0;
@@ -169,6 +172,7 @@ static void run_lines(console_session& session, History* lines)
         run_line(session, std::string_view(text).substr(0, text.find('\n')));
     }
 }
+} // namespace
 
 void run_terminal(console_session& session)
 {

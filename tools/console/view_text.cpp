@@ -6,17 +6,19 @@
 
 #include "console/table.h"
 
-static std::string name_at(const std::vector<std::string>& names, int position)
+namespace {
+std::string name_at(const std::vector<std::string>& names, int position)
 {
     const auto index = static_cast<std::size_t>(position);
     return index < names.size() ? names[index] : "";
 }
 
-static std::string identity_at(const router_view& view, const std::string& name)
+std::string identity_at(const router_view& view, const std::string& name)
 {
     const auto entry = view.identity.find(name);
     return entry == view.identity.end() || entry->second.empty() ? "?" : entry->second;
 }
+} // namespace
 
 std::string info_text(const router_view& view)
 {
@@ -35,8 +37,8 @@ std::string info_text(const router_view& view)
     return text;
 }
 
-static std::string names_text(const std::vector<std::string>& names, int count,
-                              const std::string& title)
+namespace {
+std::string names_text(const std::vector<std::string>& names, int count, const std::string& title)
 {
     if (count == 0) return "No " + title + "s are known yet.\n";
     std::vector<std::vector<std::string>> rows;
@@ -45,6 +47,7 @@ static std::string names_text(const std::vector<std::string>& names, int count,
         rows.push_back({std::to_string(position), name_at(names, position)});
     return format_table({"#", title}, rows);
 }
+} // namespace
 
 std::string inputs_text(const router_view& view)
 {
@@ -56,7 +59,8 @@ std::string outputs_text(const router_view& view)
     return names_text(view.output_names, view.outputs, "output");
 }
 
-static std::string request_text(const router_view& view, const route_view& route)
+namespace {
+std::string request_text(const router_view& view, const route_view& route)
 {
     switch (route.request) {
     case request_state::none:
@@ -70,12 +74,13 @@ static std::string request_text(const router_view& view, const route_view& route
 }
 
 // The last one staged for the output is the one that counts.
-static std::string staged_text(const router_view& view, int output)
+std::string staged_text(const router_view& view, int output)
 {
     const auto last = std::find_if(view.staged.rbegin(), view.staged.rend(),
                                    [=](const auto& each) { return each.first == output; });
     return last == view.staged.rend() ? "" : "staged: " + input_label(view, last->second);
 }
+} // namespace
 
 std::string routes_text(const router_view& view)
 {

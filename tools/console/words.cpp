@@ -2,29 +2,30 @@
 
 #include <algorithm>
 
-static char lower(char character)
+namespace {
+char lower(char character)
 {
     return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a')
                                                 : character;
 }
 
-static bool same_letter(char left, char right)
+bool same_letter(char left, char right)
 {
     return lower(left) == lower(right);
 }
 
-static bool is_blank(char character)
+bool is_blank(char character)
 {
     return character == ' ' || character == '\t' || character == '\r';
 }
 
-static bool is_quote(char character)
+bool is_quote(char character)
 {
     return character == '"' || character == '\'';
 }
 
 // The word from the position on, which becomes the one after it.
-static word take_word(std::string_view line, std::size_t& position, bool& open_quote)
+word take_word(std::string_view line, std::size_t& position, bool& open_quote)
 {
     word result;
     result.start = position;
@@ -48,6 +49,7 @@ static word take_word(std::string_view line, std::size_t& position, bool& open_q
     open_quote = quote != 0;
     return result;
 }
+} // namespace
 
 split_line split_words(std::string_view line)
 {
