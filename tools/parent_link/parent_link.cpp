@@ -12,16 +12,17 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+namespace {
 // What a pipe holds by default, so that one read usually empties it.
-static constexpr std::size_t read_size = 65536;
+constexpr std::size_t read_size = 65536;
 
-static void close_descriptor(int& descriptor)
+void close_descriptor(int& descriptor)
 {
     if (descriptor >= 0) close(descriptor);
     descriptor = -1;
 }
 
-static void reset(parent_link& link)
+void reset(parent_link& link)
 {
     close_backend(link);
     link.unsent.clear();
@@ -39,7 +40,7 @@ static void reset(parent_link& link)
 }
 
 // Opens one pipe; our end does not block. Returns 0 or an error number.
-static int open_pipe(int& our_end, int& backend_end, bool we_write)
+int open_pipe(int& our_end, int& backend_end, bool we_write)
 {
     std::array<int, 2> ends = {-1, -1};
     if (pipe2(ends.data(), O_CLOEXEC) < 0) return errno;
@@ -48,7 +49,7 @@ static int open_pipe(int& our_end, int& backend_end, bool we_write)
     return fcntl(our_end, F_SETFL, O_NONBLOCK) < 0 ? errno : 0;
 }
 
-static int open_pipes(parent_link& link, std::array<int, 3>& backend_ends)
+int open_pipes(parent_link& link, std::array<int, 3>& backend_ends)
 {
     int error = open_pipe(link.input_fd, backend_ends[0], true);
     if (error == 0) error = open_pipe(link.output_fd, backend_ends[1], false);
@@ -57,8 +58,8 @@ static int open_pipes(parent_link& link, std::array<int, 3>& backend_ends)
 }
 
 // The backend starts with default signals, whatever the caller ignores or blocks.
-static int spawn(parent_link& link, const std::string& program,
-                 const std::vector<std::string>& arguments, const std::array<int, 3>& ends)
+int spawn(parent_link& link, const std::string& program, const std::vector<std::string>& arguments,
+          const std::array<int, 3>& ends)
 {
     std::vector<std::string> words = {program};
     words.insert(words.end(), arguments.begin(), arguments.end());
@@ -88,6 +89,7 @@ static int spawn(parent_link& link, const std::string& program,
     if (error != 0) link.process = -1;
     return error;
 }
+} // namespace
 
 int start_backend(parent_link& link, const std::string& program,
                   const std::vector<std::string>& arguments)
@@ -108,7 +110,8 @@ int start_backend(parent_link& link, const std::string& program,
     return error;
 }
 
-static void flush_input(parent_link& link)
+namespace {
+void flush_input(parent_link& link)
 {
     if (link.input_fd < 0) return;
     std::size_t written = 0;
@@ -121,6 +124,7 @@ static void flush_input(parent_link& link)
     link.unsent.erase(0, broken ? std::string::npos : written);
     if (broken || (link.input_ending && link.unsent.empty())) close_descriptor(link.input_fd);
 }
+} // namespace
 
 void send_record(parent_link& link, const ParentRecord& record)
 {
@@ -167,7 +171,8 @@ void add_poll_descriptors(const parent_link& link, std::vector<pollfd>& descript
     if (!link.unsent.empty()) descriptors.push_back({link.input_fd, POLLOUT, 0});
 }
 
-static void take_output_line(parent_link& link, const std::string& line)
+namespace {
+void take_output_line(parent_link& link, const std::string& line)
 {
     if (!line.empty()) {
         decode_record_line(link.partial_record, line);
@@ -179,16 +184,17 @@ static void take_output_line(parent_link& link, const std::string& line)
     }
 }
 
-static void take_diagnostics_line(parent_link& link, const std::string& line)
+void take_diagnostics_line(parent_link& link, const std::string& line)
 {
     link.diagnostics.push_back(line);
 }
+} // namespace
 
 using line_taker = void (*)(parent_link&, const std::string&);
 
+namespace {
 // Hands out the lines that the bytes complete; the rest becomes the new partial line.
-static void take_lines(parent_link& link, std::string& partial, std::string_view bytes,
-                       line_taker take)
+void take_lines(parent_link& link, std::string& partial, std::string_view bytes, line_taker take)
 {
     for (;;) {
         const std::size_t end = bytes.find('\n');
@@ -201,7 +207,7 @@ static void take_lines(parent_link& link, std::string& partial, std::string_view
 }
 
 // Returns whether there may be more to read.
-static bool read_lines(parent_link& link, int& descriptor, std::string& partial, line_taker take)
+bool read_lines(parent_link& link, int& descriptor, std::string& partial, line_taker take)
 {
     if (descriptor < 0) return false;
     std::array<char, read_size> buffer;
@@ -215,17 +221,17 @@ static bool read_lines(parent_link& link, int& descriptor, std::string& partial,
     return false;
 }
 
-static bool read_output(parent_link& link)
+bool read_output(parent_link& link)
 {
     return read_lines(link, link.output_fd, link.partial_output, take_output_line);
 }
 
-static bool read_diagnostics(parent_link& link)
+bool read_diagnostics(parent_link& link)
 {
     return read_lines(link, link.diagnostics_fd, link.partial_diagnostics, take_diagnostics_line);
 }
 
-static void take_status(parent_link& link, int status)
+void take_status(parent_link& link, int status)
 {
     if (WIFSIGNALED(status))
         link.end_signal = WTERMSIG(status);
@@ -234,7 +240,7 @@ static void take_status(parent_link& link, int status)
     link.process = -1;
 }
 
-static void close_descriptors(parent_link& link)
+void close_descriptors(parent_link& link)
 {
     close_descriptor(link.process_fd);
     close_descriptor(link.input_fd);
@@ -244,7 +250,7 @@ static void close_descriptors(parent_link& link)
 }
 
 // The process is gone, so the pipes hold all that it ever wrote.
-static void finish(parent_link& link)
+void finish(parent_link& link)
 {
     while (read_output(link)) {
     }
@@ -255,6 +261,7 @@ static void finish(parent_link& link)
     close_descriptors(link);
     link.ended = true;
 }
+} // namespace
 
 void serve_backend(parent_link& link)
 {
@@ -268,7 +275,8 @@ void serve_backend(parent_link& link)
     finish(link);
 }
 
-static bool poll_and_serve(parent_link& link, std::chrono::steady_clock::time_point deadline)
+namespace {
+bool poll_and_serve(parent_link& link, std::chrono::steady_clock::time_point deadline)
 {
     const auto left =
         std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
@@ -279,6 +287,7 @@ static bool poll_and_serve(parent_link& link, std::chrono::steady_clock::time_po
     serve_backend(link);
     return ready != 0;
 }
+} // namespace
 
 bool wait_for_event(parent_link& link, std::chrono::milliseconds time_out)
 {
