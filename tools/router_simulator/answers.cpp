@@ -5,11 +5,11 @@
 
 #include "common/numbers.h"
 
+namespace {
 // Room for the parameters of one message, their tabs included, in the encoder's 1024 bytes. Names
 // are short enough for at least one entry.
 constexpr std::size_t PARAMETER_ROOM = 1000;
 
-namespace {
 // One request being answered.
 struct request_exchange {
     simulated_router& router;
@@ -22,25 +22,24 @@ struct request_exchange {
 
 // The parameters of one entry of a name answer.
 using name_entry = std::vector<std::string>;
-} // namespace
 
-static void reply(request_exchange& exchange, router_message message)
+void reply(request_exchange& exchange, router_message message)
 {
     exchange.answers.push_back({exchange.client, std::move(message)});
 }
 
-static void reply_code(request_exchange& exchange, const char* code)
+void reply_code(request_exchange& exchange, const char* code)
 {
     reply(exchange, make_request("ER", {code, exchange.mnemonic}));
 }
 
-static void confirm(request_exchange& exchange)
+void confirm(request_exchange& exchange)
 {
     if (exchange.view.confirms_commands) reply_code(exchange, NO_ERROR);
 }
 
 // Sends the messages as one reply: the sequence byte of all but the last says that it goes on.
-static void reply_in_sequence(request_exchange& exchange, std::vector<router_message> messages)
+void reply_in_sequence(request_exchange& exchange, std::vector<router_message> messages)
 {
     const bool counts = exchange.router.options.sequence == sequence_style::counting;
     for (std::size_t i = 0; i + 1 < messages.size(); ++i)
@@ -49,7 +48,7 @@ static void reply_in_sequence(request_exchange& exchange, std::vector<router_mes
         reply(exchange, std::move(message));
 }
 
-static std::optional<std::uint32_t> hexadecimal(const std::string& text)
+std::optional<std::uint32_t> hexadecimal(const std::string& text)
 {
     std::uint64_t value = 0;
     for (const char character : text) {
@@ -62,12 +61,12 @@ static std::optional<std::uint32_t> hexadecimal(const std::string& text)
     return static_cast<std::uint32_t>(value);
 }
 
-static void reply_identity(request_exchange& exchange, const std::string& text)
+void reply_identity(request_exchange& exchange, const std::string& text)
 {
     reply(exchange, make_request("KB", {exchange.parameters[0], text}));
 }
 
-static void clear_flags(request_exchange& exchange)
+void clear_flags(request_exchange& exchange)
 {
     const auto flags =
         exchange.parameters.size() == 2 ? hexadecimal(exchange.parameters[1]) : std::nullopt;
@@ -76,7 +75,7 @@ static void clear_flags(request_exchange& exchange)
     confirm(exchange);
 }
 
-static void switch_confirmation(request_exchange& exchange)
+void switch_confirmation(request_exchange& exchange)
 {
     const std::string& state = exchange.parameters.size() == 2 ? exchange.parameters[1] : "";
     if (state != "ON" && state != "OFF") return reply_code(exchange, BAD_PARAMETERS);
@@ -84,7 +83,7 @@ static void switch_confirmation(request_exchange& exchange)
     confirm(exchange);
 }
 
-static void answer_background(request_exchange& exchange)
+void answer_background(request_exchange& exchange)
 {
     if (exchange.parameters.empty()) return confirm(exchange);
     const router_options& options = exchange.router.options;
@@ -100,7 +99,7 @@ static void answer_background(request_exchange& exchange)
     reply_code(exchange, BAD_PARAMETERS);
 }
 
-static std::size_t encoded_length(const std::vector<std::string>& parameters)
+std::size_t encoded_length(const std::vector<std::string>& parameters)
 {
     std::size_t length = 0;
     for (const std::string& parameter : parameters)
@@ -110,8 +109,8 @@ static std::size_t encoded_length(const std::vector<std::string>& parameters)
 
 // A set of names split over as many messages as needed, at least one. Each begins with the kind and
 // its number of entries.
-static void reply_names(request_exchange& exchange, const char* kind,
-                        const std::vector<name_entry>& entries)
+void reply_names(request_exchange& exchange, const char* kind,
+                 const std::vector<name_entry>& entries)
 {
     const std::size_t limit = exchange.router.options.entries_per_answer;
     std::vector<router_message> messages{make_request("NQ", {kind, "0"})};
@@ -131,7 +130,7 @@ static void reply_names(request_exchange& exchange, const char* kind,
     reply_in_sequence(exchange, std::move(messages));
 }
 
-static std::vector<name_entry> port_entries(const port_list& ports)
+std::vector<name_entry> port_entries(const port_list& ports)
 {
     std::vector<name_entry> entries;
     for (std::size_t i = 0; i < ports.names.size(); ++i)
@@ -139,7 +138,7 @@ static std::vector<name_entry> port_entries(const port_list& ports)
     return entries;
 }
 
-static std::vector<name_entry> level_entries(const std::vector<std::string>& levels)
+std::vector<name_entry> level_entries(const std::vector<std::string>& levels)
 {
     std::vector<name_entry> entries;
     for (std::size_t i = 0; i < levels.size(); ++i)
@@ -147,7 +146,7 @@ static std::vector<name_entry> level_entries(const std::vector<std::string>& lev
     return entries;
 }
 
-static void answer_name_query(request_exchange& exchange)
+void answer_name_query(request_exchange& exchange)
 {
     const std::string kind = exchange.parameters.size() == 1 ? exchange.parameters[0] : "";
     const simulated_router& router = exchange.router;
@@ -158,20 +157,20 @@ static void answer_name_query(request_exchange& exchange)
 }
 
 // Routes are the same on all levels, so a change is one of all levels.
-static std::uint32_t all_levels_mask(const simulated_router& router)
+std::uint32_t all_levels_mask(const simulated_router& router)
 {
     const std::size_t count = std::max<std::size_t>(router.levels.size(), 1);
     return UINT32_MAX >> (32 - count);
 }
 
-static router_message changed_destination(const simulated_router& router, std::size_t destination)
+router_message changed_destination(const simulated_router& router, std::size_t destination)
 {
     return make_request("DQ",
                         {router.destinations.names[destination], upper_hex(all_levels_mask(router)),
                          wire_index(index_of(router.sources, router.routes[destination]))});
 }
 
-static void answer_changed_destinations(request_exchange& exchange)
+void answer_changed_destinations(request_exchange& exchange)
 {
     std::vector<router_message> messages;
     for (const std::size_t destination : std::exchange(exchange.view.changed_destinations, {}))
@@ -181,8 +180,8 @@ static void answer_changed_destinations(request_exchange& exchange)
 }
 
 // The two numbers of a request about a destination. Without the second it counts as 0.
-static bool read_numbers(const request_exchange& exchange, std::size_t needed, std::uint32_t& first,
-                         std::uint32_t& second)
+bool read_numbers(const request_exchange& exchange, std::size_t needed, std::uint32_t& first,
+                  std::uint32_t& second)
 {
     const std::vector<std::string>& parameters = exchange.parameters;
     if (parameters.size() < needed || parameters.size() > 2) return false;
@@ -193,7 +192,7 @@ static bool read_numbers(const request_exchange& exchange, std::size_t needed, s
     return one && two;
 }
 
-static void answer_routing_query(request_exchange& exchange)
+void answer_routing_query(request_exchange& exchange)
 {
     std::uint32_t index = 0;
     std::uint32_t level = 0;
@@ -206,7 +205,7 @@ static void answer_routing_query(request_exchange& exchange)
     reply(exchange, routing_status(router, *destination, level));
 }
 
-static void answer_take(request_exchange& exchange)
+void answer_take(request_exchange& exchange)
 {
     std::uint32_t destination_index = 0;
     std::uint32_t source_index = 0;
@@ -222,7 +221,7 @@ static void answer_take(request_exchange& exchange)
         exchange.answers.push_back(std::move(announcement));
 }
 
-static void answer_request(request_exchange& exchange)
+void answer_request(request_exchange& exchange)
 {
     if (exchange.mnemonic == "BK") return answer_background(exchange);
     if (exchange.mnemonic == "QN") return answer_name_query(exchange);
@@ -232,6 +231,7 @@ static void answer_request(request_exchange& exchange)
     if (exchange.mnemonic == "TI") return answer_take(exchange);
     reply_code(exchange, UNKNOWN_REQUEST);
 }
+} // namespace
 
 std::vector<addressed_message> answer_frame(simulated_router& router, int client,
                                             const parsed_frame& frame)

@@ -24,8 +24,9 @@ const char* const COMMAND_HELP =
     "names;\n"
     "a name with blanks stands in double quotes.\n";
 
+namespace {
 // Words are separated by blanks; one in double quotes may hold blanks, and \" and \\ within.
-static std::vector<std::string> words_of(const std::string& line)
+std::vector<std::string> words_of(const std::string& line)
 {
     std::istringstream stream(line);
     std::vector<std::string> words;
@@ -35,7 +36,7 @@ static std::vector<std::string> words_of(const std::string& line)
     return words;
 }
 
-static bool all_digits(const std::string& text)
+bool all_digits(const std::string& text)
 {
     return !text.empty() && std::all_of(text.begin(), text.end(), [](unsigned char character) {
         return std::isdigit(character) != 0;
@@ -43,8 +44,8 @@ static bool all_digits(const std::string& text)
 }
 
 // The port that the word names, by index or by name. Without one, the reason is in `fault`.
-static std::optional<std::size_t> find_port(const port_list& ports, const char* kind,
-                                            const std::string& word, std::string& fault)
+std::optional<std::size_t> find_port(const port_list& ports, const char* kind,
+                                     const std::string& word, std::string& fault)
 {
     fault = std::string("No ") + kind + " " + quoted_text(word) + ".\n";
     if (all_digits(word)) {
@@ -63,12 +64,12 @@ static std::optional<std::size_t> find_port(const port_list& ports, const char* 
     return static_cast<std::size_t>(found - ports.names.begin());
 }
 
-static std::string port_text(const port_list& ports, std::size_t position)
+std::string port_text(const port_list& ports, std::size_t position)
 {
     return std::to_string(index_of(ports, position)) + " " + ports.names[position];
 }
 
-static std::string route_text(const simulated_router& router, std::size_t destination)
+std::string route_text(const simulated_router& router, std::size_t destination)
 {
     const std::string source = router.sources.names.empty()
                                    ? "none"
@@ -76,7 +77,7 @@ static std::string route_text(const simulated_router& router, std::size_t destin
     return port_text(router.destinations, destination) + " <- " + source + "\n";
 }
 
-static std::string run_take(simulator_server& server, const std::vector<std::string>& words)
+std::string run_take(simulator_server& server, const std::vector<std::string>& words)
 {
     if (words.size() != 3) return "Usage: take DESTINATION SOURCE\n";
     simulated_router& router = server.router;
@@ -91,7 +92,7 @@ static std::string run_take(simulator_server& server, const std::vector<std::str
     return route_text(router, *destination);
 }
 
-static std::string run_rename(simulator_server& server, const std::vector<std::string>& words)
+std::string run_rename(simulator_server& server, const std::vector<std::string>& words)
 {
     if (words.size() < 4 || (words[1] != "source" && words[1] != "destination"))
         return "Usage: rename source|destination INDEX NAME\n";
@@ -110,7 +111,7 @@ static std::string run_rename(simulator_server& server, const std::vector<std::s
     return words[1] + " " + port_text(ports, *position) + "\n";
 }
 
-static std::string routes_text(const simulated_router& router)
+std::string routes_text(const simulated_router& router)
 {
     if (router.routes.empty()) return "There are no destinations.\n";
     std::string text;
@@ -119,7 +120,7 @@ static std::string routes_text(const simulated_router& router)
     return text;
 }
 
-static std::string clients_text(const simulator_server& server)
+std::string clients_text(const simulator_server& server)
 {
     if (server.links.empty()) return "No client is connected.\n";
     std::string text;
@@ -128,12 +129,13 @@ static std::string clients_text(const simulator_server& server)
     return text;
 }
 
-static std::string run_drop(simulator_server& server)
+std::string run_drop(simulator_server& server)
 {
     if (server.links.empty()) return "No client is connected.\n";
     drop_clients(server);
     return "";
 }
+} // namespace
 
 std::string run_command(simulator_server& server, const std::string& line)
 {

@@ -12,9 +12,8 @@ struct reply_plan {
     us_time_t delay_us = 0;
     std::optional<std::size_t> fault; // the step
 };
-} // namespace
 
-static std::string request_text(const router_message& request)
+std::string request_text(const router_message& request)
 {
     std::string text(mnemonic_of(request));
     for (const std::string& parameter : request.parameters)
@@ -22,14 +21,14 @@ static std::string request_text(const router_message& request)
     return text;
 }
 
-static std::string fault_line(const scenario_step& step, int number, const std::string& request)
+std::string fault_line(const scenario_step& step, int number, const std::string& request)
 {
     return std::string(fault_name(step.fault)) + " client=" + std::to_string(number) +
            " request=" + quoted_text(request);
 }
 
 // Tells of a delay at once; the other fault may have more to tell.
-static reply_plan plan_reply(simulator_server& server, int number, const std::string& request)
+reply_plan plan_reply(simulator_server& server, int number, const std::string& request)
 {
     reply_plan plan;
     if (!server.plan) return plan;
@@ -47,7 +46,7 @@ static reply_plan plan_reply(simulator_server& server, int number, const std::st
     return plan;
 }
 
-static std::vector<router_message> take_reply(std::vector<addressed_message>& answers, int number)
+std::vector<router_message> take_reply(std::vector<addressed_message>& answers, int number)
 {
     std::vector<router_message> reply;
     for (const addressed_message& each : answers)
@@ -59,9 +58,8 @@ static std::vector<router_message> take_reply(std::vector<addressed_message>& an
 
 // The destination counts as changed for the client, which can so find out what is true. Returns
 // what there is to tell of it.
-static std::string contradict_reply(simulator_server& server, std::mt19937_64& random, int number,
-                                    const router_message& request,
-                                    std::vector<router_message>& reply)
+std::string contradict_reply(simulator_server& server, std::mt19937_64& random, int number,
+                             const router_message& request, std::vector<router_message>& reply)
 {
     simulated_router& router = server.router;
     const auto shown = contradict(router, random, request, reply);
@@ -71,8 +69,8 @@ static std::string contradict_reply(simulator_server& server, std::mt19937_64& r
            " source=" + std::to_string(index_of(router.sources, shown->source));
 }
 
-static shaped_reply spoil_reply(simulator_server& server, std::size_t index, int number,
-                                const router_message& request, std::vector<router_message>& reply)
+shaped_reply spoil_reply(simulator_server& server, std::size_t index, int number,
+                         const router_message& request, std::vector<router_message>& reply)
 {
     const scenario_step& step = server.plan->steps[index];
     std::mt19937_64& random = server.plan->states[index].random;
@@ -87,9 +85,8 @@ static shaped_reply spoil_reply(simulator_server& server, std::size_t index, int
     return faulty_reply(step, random, reply);
 }
 
-static std::vector<addressed_message> answer_or_refuse(simulator_server& server, int number,
-                                                       const parsed_frame& frame,
-                                                       const reply_plan& plan)
+std::vector<addressed_message> answer_or_refuse(simulator_server& server, int number,
+                                                const parsed_frame& frame, const reply_plan& plan)
 {
     if (plan.fault) {
         const scenario_step& step = server.plan->steps[*plan.fault];
@@ -99,7 +96,7 @@ static std::vector<addressed_message> answer_or_refuse(simulator_server& server,
     return answer_frame(server.router, number, frame);
 }
 
-static void answer_request(simulator_server& server, int number, const parsed_frame& frame)
+void answer_request(simulator_server& server, int number, const parsed_frame& frame)
 {
     const reply_plan plan = plan_reply(server, number, request_text(frame.request));
     std::vector<addressed_message> others = answer_or_refuse(server, number, frame, plan);
@@ -114,7 +111,7 @@ static void answer_request(simulator_server& server, int number, const parsed_fr
     send_messages(server, others);
 }
 
-static void handle_request(simulator_server& server, int number, const parsed_frame& frame)
+void handle_request(simulator_server& server, int number, const parsed_frame& frame)
 {
     const std::string request = request_text(frame.request);
     do_request_faults(server, number, request, false);
@@ -124,14 +121,14 @@ static void handle_request(simulator_server& server, int number, const parsed_fr
     if (server.links.contains(number)) do_request_faults(server, number, request, true);
 }
 
-static void handle_bad_frame(simulator_server& server, int number, const parsed_frame& frame)
+void handle_bad_frame(simulator_server& server, int number, const parsed_frame& frame)
 {
     print_event(server, "bad frame client=" + std::to_string(number) +
                             " reason=" + quoted_text(fault_text(frame.fault)));
     send_messages(server, answer_frame(server.router, number, frame));
 }
 
-static void handle_frame(simulator_server& server, int number, const parsed_frame& frame)
+void handle_frame(simulator_server& server, int number, const parsed_frame& frame)
 {
     trace_line(server, number, '>', readable_frame(frame));
     if (is_mute(server.links.at(number))) return;
@@ -141,6 +138,7 @@ static void handle_frame(simulator_server& server, int number, const parsed_fram
         handle_bad_frame(server, number, frame);
     }
 }
+} // namespace
 
 void answer_bytes(simulator_server& server, int number, std::string_view bytes)
 {

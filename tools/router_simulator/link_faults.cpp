@@ -6,20 +6,21 @@
 
 #include "router_simulator/trace.h"
 
+namespace {
 // The clients that a step is about when no trigger names one.
-static constexpr int ALL_CLIENTS = 0;
+constexpr int ALL_CLIENTS = 0;
 
-static std::string with_client(const std::string& text, int number)
+std::string with_client(const std::string& text, int number)
 {
     return number == ALL_CLIENTS ? text : text + " client=" + std::to_string(number);
 }
 
-static void print_fault(const simulator_server& server, fault_kind fault, int number)
+void print_fault(const simulator_server& server, fault_kind fault, int number)
 {
     print_event(server, with_client(fault_name(fault), number));
 }
 
-static std::vector<int> clients_meant(const simulator_server& server, int number)
+std::vector<int> clients_meant(const simulator_server& server, int number)
 {
     if (number != ALL_CLIENTS) return {number};
     std::vector<int> numbers;
@@ -28,7 +29,7 @@ static std::vector<int> clients_meant(const simulator_server& server, int number
     return numbers;
 }
 
-static std::string garbage(std::mt19937_64& random, std::size_t size)
+std::string garbage(std::mt19937_64& random, std::size_t size)
 {
     std::string bytes;
     while (bytes.size() < size)
@@ -36,19 +37,18 @@ static std::string garbage(std::mt19937_64& random, std::size_t size)
     return bytes;
 }
 
-static std::size_t random_position(std::mt19937_64& random, const port_list& ports)
+std::size_t random_position(std::mt19937_64& random, const port_list& ports)
 {
     return draw(random, {0, ports.names.size() - 1});
 }
 
-static std::size_t chosen_position(std::mt19937_64& random, const port_list& ports,
-                                   const std::optional<std::uint32_t>& index)
+std::size_t chosen_position(std::mt19937_64& random, const port_list& ports,
+                            const std::optional<std::uint32_t>& index)
 {
     return index ? position_of(ports, *index).value() : random_position(random, ports);
 }
 
-static void take_as_operator(simulator_server& server, const scenario_step& step,
-                             std::mt19937_64& random)
+void take_as_operator(simulator_server& server, const scenario_step& step, std::mt19937_64& random)
 {
     simulated_router& router = server.router;
     if (router.sources.names.empty() || router.destinations.names.empty()) return;
@@ -59,8 +59,8 @@ static void take_as_operator(simulator_server& server, const scenario_step& step
     send_messages(server, told);
 }
 
-static void rename_as_operator(simulator_server& server, const scenario_step& step,
-                               std::mt19937_64& random)
+void rename_as_operator(simulator_server& server, const scenario_step& step,
+                        std::mt19937_64& random)
 {
     simulated_router& router = server.router;
     const bool is_drawn = !step.source && !step.destination;
@@ -76,7 +76,7 @@ static void rename_as_operator(simulator_server& server, const scenario_step& st
 }
 
 // Leaves nothing unread behind: the close would reset the connection.
-static void end_stream(simulator_server& server, int number)
+void end_stream(simulator_server& server, int number)
 {
     const int descriptor = server.links.at(number).descriptor;
     shutdown(descriptor, SHUT_WR);
@@ -86,7 +86,7 @@ static void end_stream(simulator_server& server, int number)
     remove_client(server, number, "closed by the scenario");
 }
 
-static void reset_connection(simulator_server& server, int number, bool inside)
+void reset_connection(simulator_server& server, int number, bool inside)
 {
     const int descriptor = server.links.at(number).descriptor;
     if (inside) send(descriptor, "\x01N0IQ\t0", 7, MSG_NOSIGNAL | MSG_DONTWAIT);
@@ -94,6 +94,7 @@ static void reset_connection(simulator_server& server, int number, bool inside)
     setsockopt(descriptor, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
     remove_client(server, number, "reset by the scenario");
 }
+} // namespace
 
 void start_stream(simulator_server& server, std::size_t step, int number, const std::string& bytes)
 {
@@ -107,12 +108,13 @@ void start_stream(simulator_server& server, std::size_t step, int number, const 
                               .interval_us = plan.interval_us});
 }
 
-static us_time_t end_of(const scenario_step& step)
+namespace {
+us_time_t end_of(const scenario_step& step)
 {
     return step.fault == fault_kind::half_open ? NEVER : now_us() + step.for_us;
 }
 
-static void do_link_fault(simulator_server& server, std::size_t index, int number)
+void do_link_fault(simulator_server& server, std::size_t index, int number)
 {
     const scenario_step& step = server.plan->steps[index];
     std::mt19937_64& random = server.plan->states[index].random;
@@ -130,7 +132,7 @@ static void do_link_fault(simulator_server& server, std::size_t index, int numbe
 
 // The listener stays bound, so that nobody else can have its port meanwhile. From the event on,
 // nobody connects.
-static void refuse_connections(simulator_server& server, us_time_t until)
+void refuse_connections(simulator_server& server, us_time_t until)
 {
     if (server.listener >= 0) shutdown(server.listener, SHUT_RDWR);
     print_fault(server, fault_kind::refuse, ALL_CLIENTS);
@@ -139,7 +141,7 @@ static void refuse_connections(simulator_server& server, us_time_t until)
         reset_connection(server, server.links.begin()->first, false);
 }
 
-static void do_step(simulator_server& server, std::size_t index, int number)
+void do_step(simulator_server& server, std::size_t index, int number)
 {
     const scenario_step& step = server.plan->steps[index];
     std::mt19937_64& random = server.plan->states[index].random;
@@ -157,16 +159,17 @@ static void do_step(simulator_server& server, std::size_t index, int number)
 }
 
 // Whether a client that is known by its number is still there; all are for the whole.
-static bool still_there(const simulator_server& server, int number)
+bool still_there(const simulator_server& server, int number)
 {
     return number == ALL_CLIENTS || server.links.contains(number);
 }
 
-static void do_steps(simulator_server& server, const std::vector<std::size_t>& steps, int number)
+void do_steps(simulator_server& server, const std::vector<std::size_t>& steps, int number)
 {
     for (const std::size_t step : steps)
         if (still_there(server, number)) do_step(server, step, number);
 }
+} // namespace
 
 void do_connection_faults(simulator_server& server, int number)
 {
@@ -191,7 +194,8 @@ std::string do_named_faults(simulator_server& server, const std::string& name)
     return "";
 }
 
-static void end_lasting(const simulator_server& server, lasting_faults& lasting, int number)
+namespace {
+void end_lasting(const simulator_server& server, lasting_faults& lasting, int number)
 {
     const us_time_t now = now_us();
     std::erase_if(lasting, [&](const auto& each) {
@@ -202,7 +206,7 @@ static void end_lasting(const simulator_server& server, lasting_faults& lasting,
     });
 }
 
-static void end_faults(simulator_server& server)
+void end_faults(simulator_server& server)
 {
     const bool refused = server.lasting.contains(fault_kind::refuse);
     end_lasting(server, server.lasting, ALL_CLIENTS);
@@ -212,7 +216,7 @@ static void end_faults(simulator_server& server)
         end_lasting(server, link.lasting, number);
 }
 
-static std::string stream_message(simulator_server& server, const message_stream& stream)
+std::string stream_message(simulator_server& server, const message_stream& stream)
 {
     const simulated_router& router = server.router;
     if (!stream.bytes.empty() || router.destinations.names.empty()) return stream.bytes;
@@ -222,7 +226,7 @@ static std::string stream_message(simulator_server& server, const message_stream
 }
 
 // What of the stream is due by now.
-static std::string due_messages(simulator_server& server, message_stream& stream)
+std::string due_messages(simulator_server& server, message_stream& stream)
 {
     std::string bytes;
     for (; stream.left > 0 && stream.due <= now_us(); --stream.left) {
@@ -232,7 +236,7 @@ static std::string due_messages(simulator_server& server, message_stream& stream
     return bytes;
 }
 
-static void continue_streams(simulator_server& server)
+void continue_streams(simulator_server& server)
 {
     std::vector<std::pair<int, std::string>> sent;
     for (message_stream& stream : server.streams)
@@ -248,7 +252,7 @@ static void continue_streams(simulator_server& server)
         if (server.links.contains(number)) send_bytes(server, number, bytes);
 }
 
-static void write_due_output(simulator_server& server)
+void write_due_output(simulator_server& server)
 {
     std::vector<int> numbers;
     for (const auto& [number, link] : server.links)
@@ -256,6 +260,7 @@ static void write_due_output(simulator_server& server)
     for (const int number : numbers)
         write_output(server, number);
 }
+} // namespace
 
 void do_due_faults(simulator_server& server)
 {
@@ -267,13 +272,15 @@ void do_due_faults(simulator_server& server)
     write_due_output(server);
 }
 
-static us_time_t next_end(const lasting_faults& lasting)
+namespace {
+us_time_t next_end(const lasting_faults& lasting)
 {
     us_time_t next = NEVER;
     for (const auto& [fault, until] : lasting)
         next = std::min(next, until);
     return next;
 }
+} // namespace
 
 us_time_t next_due_fault(const simulator_server& server)
 {

@@ -8,8 +8,9 @@
 
 #include "router_simulator/trace.h"
 
+namespace {
 // Seconds since the start, the whole ones padded to this width.
-static std::string elapsed_text(const simulator_server& server, int width)
+std::string elapsed_text(const simulator_server& server, int width)
 {
     const us_time_t elapsed = now_us() - server.started;
     char time[40];
@@ -18,6 +19,7 @@ static std::string elapsed_text(const simulator_server& server, int width)
                   static_cast<unsigned long long>(elapsed % 1'000'000));
     return time;
 }
+} // namespace
 
 void print_event(const simulator_server& server, const std::string& text)
 {
@@ -100,8 +102,9 @@ bool is_deaf(const client_link& link)
            is_under(link, fault_kind::half_open);
 }
 
+namespace {
 // A failure other than a full socket shows again, as the end of the stream, when reading.
-static void write_ready(client_link& link)
+void write_ready(client_link& link)
 {
     std::string& ready = link.output.ready;
     make_ready(link.output, now_us());
@@ -110,6 +113,7 @@ static void write_ready(client_link& link)
         send(link.descriptor, ready.data(), ready.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     if (count > 0) ready.erase(0, static_cast<std::size_t>(count));
 }
+} // namespace
 
 void write_output(simulator_server& server, int number)
 {
@@ -119,7 +123,8 @@ void write_output(simulator_server& server, int number)
         remove_client(server, number, "dropped: it does not read what it is sent");
 }
 
-static void queue_reply(client_link& link, const shaped_reply& reply, us_time_t delay_us)
+namespace {
+void queue_reply(client_link& link, const shaped_reply& reply, us_time_t delay_us)
 {
     us_time_t due = now_us() + delay_us + reply.late_us;
     for (const auto& [pause_us, bytes] : reply.pieces) {
@@ -134,6 +139,7 @@ static void queue_reply(client_link& link, const shaped_reply& reply, us_time_t 
     if (is_passed_by_it && !link.behind_next.empty())
         queue_in_order(link.output, now_us(), std::exchange(link.behind_next, {}));
 }
+} // namespace
 
 void send_reply(simulator_server& server, int number, const shaped_reply& reply, us_time_t delay_us)
 {

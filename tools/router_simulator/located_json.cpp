@@ -35,7 +35,6 @@ struct counting_reader {
         return position != other.position;
     }
 };
-
 } // namespace
 
 void refuse(std::size_t line, const std::string& reason)
@@ -54,14 +53,14 @@ void refuse_key(const located_object& from, const std::string& key, const std::s
     refuse(line_of(from, key), "\"" + key + "\" is not " + expected);
 }
 
-static void note_key(key_lines& lines, const std::string& key, std::size_t line)
+namespace {
+void note_key(key_lines& lines, const std::string& key, std::size_t line)
 {
     if (!lines.emplace(key, line).second) refuse(line, "\"" + key + "\" stands here twice");
 }
 
 // The levels are those of the file's form: its object, a list, a member, its keys.
-static bool note_position(text_positions& seen, int depth, json::parse_event_t event,
-                          const json& parsed)
+bool note_position(text_positions& seen, int depth, json::parse_event_t event, const json& parsed)
 {
     if (event == json::parse_event_t::key && depth == 1)
         note_key(seen.keys, parsed.get<std::string>(), seen.line);
@@ -75,7 +74,7 @@ static bool note_position(text_positions& seen, int depth, json::parse_event_t e
 }
 
 // The library's own words without its names for the error and the place.
-static std::string syntax_reason(const std::string& message)
+std::string syntax_reason(const std::string& message)
 {
     const std::size_t column = message.find(", column ");
     const std::size_t start = message.find(": ", column == std::string::npos ? 0 : column);
@@ -83,6 +82,7 @@ static std::string syntax_reason(const std::string& message)
     const std::size_t bracket = message.find("] ");
     return bracket == std::string::npos ? message : message.substr(bracket + 2);
 }
+} // namespace
 
 json parse_located(const std::string& text, text_positions& seen)
 {

@@ -13,9 +13,10 @@
 #include "router_simulator/scenario_file.h"
 #include "router_simulator/server.h"
 
+namespace {
 constexpr std::size_t MAX_COMMAND_LINE = 4096;
 
-static void print_text(const std::string& text)
+void print_text(const std::string& text)
 {
     std::fputs(text.c_str(), stdout);
     std::fflush(stdout);
@@ -23,7 +24,7 @@ static void print_text(const std::string& text)
 
 // The termination signals as a descriptor that becomes readable, so that none is missed between a
 // test for it and the wait. A reader of our output that goes away does not end us.
-static int watch_signals()
+int watch_signals()
 {
     sigset_t signals;
     sigemptyset(&signals);
@@ -34,7 +35,7 @@ static int watch_signals()
     return signalfd(-1, &signals, SFD_CLOEXEC);
 }
 
-static void run_complete_lines(simulator_server& server, std::string& input)
+void run_complete_lines(simulator_server& server, std::string& input)
 {
     for (std::size_t end = input.find('\n'); end != std::string::npos; end = input.find('\n')) {
         print_text(run_command(server, input.substr(0, end)));
@@ -46,7 +47,7 @@ static void run_complete_lines(simulator_server& server, std::string& input)
 }
 
 // Returns false at the end of standard input; a line without its newline then counts as a whole.
-static bool read_commands(simulator_server& server, std::string& input)
+bool read_commands(simulator_server& server, std::string& input)
 {
     std::array<char, MAX_COMMAND_LINE> bytes{};
     const ssize_t count = read(STDIN_FILENO, bytes.data(), bytes.size());
@@ -59,7 +60,7 @@ static bool read_commands(simulator_server& server, std::string& input)
     return true;
 }
 
-static void run_until_signal(simulator_server& server, int signals)
+void run_until_signal(simulator_server& server, int signals)
 {
     std::array<pollfd, 2> watched = {{{.fd = signals, .events = POLLIN, .revents = 0},
                                       {.fd = STDIN_FILENO, .events = POLLIN, .revents = 0}}};
@@ -71,7 +72,7 @@ static void run_until_signal(simulator_server& server, int signals)
     }
 }
 
-static bool report_fault(const std::string& fault)
+bool report_fault(const std::string& fault)
 {
     if (fault.empty()) return false;
     std::fprintf(stderr, "%s\n", fault.c_str());
@@ -79,8 +80,8 @@ static bool report_fault(const std::string& fault)
 }
 
 // Returns false when the scenario cannot be read, which is then said.
-static bool prepare_scenario(const simulated_router& router, const simulator_options& options,
-                             std::optional<scenario>& plan)
+bool prepare_scenario(const simulated_router& router, const simulator_options& options,
+                      std::optional<scenario>& plan)
 {
     if (options.scenario_file.empty()) return true;
     plan.emplace();
@@ -91,6 +92,7 @@ static bool prepare_scenario(const simulated_router& router, const simulator_opt
     }
     return true;
 }
+} // namespace
 
 int main(int argument_count, char** arguments)
 {

@@ -18,21 +18,20 @@ constexpr name_group SOURCE_GROUPS[] = {
 constexpr name_group DESTINATION_GROUPS[] = {
     {"MON", 8, true}, {"REC", 8, false}, {"MIX IN", 10, false}, {"TX", 4, false}, {"QC", 2, false},
 };
-} // namespace
 
-static std::string letters(std::size_t number)
+std::string letters(std::size_t number)
 {
     std::string text(1, static_cast<char>('A' + number % 26));
     return number < 26 ? text : letters(number / 26 - 1) + text;
 }
 
-static std::string name_in_group(const name_group& group, std::size_t number)
+std::string name_in_group(const name_group& group, std::size_t number)
 {
     return std::string(group.word) + " " +
            (group.letters ? letters(number) : std::to_string(number + 1));
 }
 
-static std::string generated_name(std::span<const name_group> groups, std::size_t position)
+std::string generated_name(std::span<const name_group> groups, std::size_t position)
 {
     for (std::size_t cycle = 0;; ++cycle)
         for (const name_group& group : groups) {
@@ -40,6 +39,7 @@ static std::string generated_name(std::span<const name_group> groups, std::size_
             position -= group.size;
         }
 }
+} // namespace
 
 std::string generated_source_name(std::size_t position)
 {

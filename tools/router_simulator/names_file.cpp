@@ -15,10 +15,9 @@ struct named_port {
     std::string index;
     std::string name;
 };
-} // namespace
 
 // Takes the quotes off a quoted name. Returns false when they do not match.
-static bool unquote(std::string& name)
+bool unquote(std::string& name)
 {
     if (name.empty() || name.front() != '"') return true;
     if (name.size() < 2 || name.back() != '"') return false;
@@ -31,7 +30,7 @@ static bool unquote(std::string& name)
     return true;
 }
 
-static std::string split_line(const std::string& line, named_port& port)
+std::string split_line(const std::string& line, named_port& port)
 {
     const std::size_t first = line.find(',');
     const std::size_t second = first == std::string::npos ? first : line.find(',', first + 1);
@@ -42,7 +41,7 @@ static std::string split_line(const std::string& line, named_port& port)
     return unquote(port.name) ? "" : "the quotes of the name do not match";
 }
 
-static std::optional<std::uint64_t> decimal_index(const std::string& text)
+std::optional<std::uint64_t> decimal_index(const std::string& text)
 {
     std::uint64_t index = 0;
     const char* const end = text.data() + text.size();
@@ -51,14 +50,14 @@ static std::optional<std::uint64_t> decimal_index(const std::string& text)
     return index;
 }
 
-static std::string range_text(std::uint64_t base, std::size_t count)
+std::string range_text(std::uint64_t base, std::size_t count)
 {
     if (count == 0) return "there are none";
     return "they are " + std::to_string(base) + " to " + std::to_string(base + count - 1);
 }
 
 // The name that the line is about, or null with the reason in `fault`.
-static std::string* find_port(simulated_router& router, const named_port& port, std::string& fault)
+std::string* find_port(simulated_router& router, const named_port& port, std::string& fault)
 {
     const bool is_level = port.kind == "level";
     if (!is_level && port.kind != "source" && port.kind != "destination") {
@@ -78,9 +77,8 @@ static std::string* find_port(simulated_router& router, const named_port& port, 
     return nullptr;
 }
 
-static std::string set_name(simulated_router& router, const std::string& line,
-                            std::map<const std::string*, std::size_t>& named_in,
-                            std::size_t line_number)
+std::string set_name(simulated_router& router, const std::string& line,
+                     std::map<const std::string*, std::size_t>& named_in, std::size_t line_number)
 {
     named_port port;
     std::string fault = split_line(line, port);
@@ -96,6 +94,7 @@ static std::string set_name(simulated_router& router, const std::string& line,
     *name = port.name;
     return "";
 }
+} // namespace
 
 std::string read_names(simulated_router& router, std::istream& file, const std::string& file_name)
 {

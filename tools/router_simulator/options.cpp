@@ -5,6 +5,7 @@
 #include "router_simulator/commands.h"
 #include "router_simulator/names.h"
 
+namespace {
 constexpr std::size_t MAX_PORTS = 1024; // sources or destinations
 constexpr std::size_t MAX_LEVELS = 32;  // bits of a level mask
 constexpr std::uint32_t MAX_BASE = 65535;
@@ -13,8 +14,8 @@ constexpr std::size_t MAX_IDENTITY_LENGTH = 200; // in one message with room to 
 
 // The help shows the name and the default of a value; its range stands in the description.
 template <typename Number>
-static void add_number(CLI::App& app, const char* name, Number& number, Number least, Number most,
-                       const std::string& description)
+void add_number(CLI::App& app, const char* name, Number& number, Number least, Number most,
+                const std::string& description)
 {
     app.add_option(name, number,
                    description + ", " + std::to_string(least) + " to " + std::to_string(most))
@@ -23,7 +24,7 @@ static void add_number(CLI::App& app, const char* name, Number& number, Number l
         ->capture_default_str();
 }
 
-static void add_network_options(CLI::App& app, simulator_options& options)
+void add_network_options(CLI::App& app, simulator_options& options)
 {
     app.add_option("--listen", options.listen, "IPv4 address to listen on")
         ->check(CLI::Validator(CLI::ValidIPV4).description(""))
@@ -41,7 +42,7 @@ static void add_network_options(CLI::App& app, simulator_options& options)
                  "print every frame: seconds, client, > received or < sent, message");
 }
 
-static void add_size_options(CLI::App& app, router_options& router)
+void add_size_options(CLI::App& app, router_options& router)
 {
     add_number<std::size_t>(app, "--sources", router.sources, 0, MAX_PORTS, "number of sources");
     add_number<std::size_t>(app, "--destinations", router.destinations, 0, MAX_PORTS,
@@ -53,14 +54,13 @@ static void add_size_options(CLI::App& app, router_options& router)
                               "index of the first destination");
 }
 
-static std::string identity_fault(const std::string& text)
+std::string identity_fault(const std::string& text)
 {
     const std::string fault = text_fault(text, MAX_IDENTITY_LENGTH);
     return fault.empty() ? "" : "the text " + fault;
 }
 
-static void add_identity(CLI::App& app, const char* name, std::string& text,
-                         const char* description)
+void add_identity(CLI::App& app, const char* name, std::string& text, const char* description)
 {
     app.add_option(name, text, description)
         ->check(CLI::Validator(identity_fault, ""))
@@ -68,7 +68,7 @@ static void add_identity(CLI::App& app, const char* name, std::string& text,
         ->capture_default_str();
 }
 
-static void add_text_options(CLI::App& app, simulator_options& options)
+void add_text_options(CLI::App& app, simulator_options& options)
 {
     app.add_option("--names", options.names_file,
                    "CSV file of names, a line each: source|destination|level,index,name")
@@ -78,14 +78,14 @@ static void add_text_options(CLI::App& app, simulator_options& options)
     add_identity(app, "--revision", options.router.revision, "software revision");
 }
 
-static std::string choose_style(const std::string& word, router_options& router)
+std::string choose_style(const std::string& word, router_options& router)
 {
     if (word != "ones" && word != "counting") return "ones or counting expected";
     router.sequence = word == "ones" ? sequence_style::ones : sequence_style::counting;
     return "";
 }
 
-static void add_scenario_options(CLI::App& app, simulator_options& options)
+void add_scenario_options(CLI::App& app, simulator_options& options)
 {
     CLI::Option* const scenario = app.add_option("--scenario", options.scenario_file,
                                                  "JSON file of what goes wrong, and when");
@@ -96,7 +96,7 @@ static void add_scenario_options(CLI::App& app, simulator_options& options)
         ->needs(scenario);
 }
 
-static void add_manner_options(CLI::App& app, router_options& router)
+void add_manner_options(CLI::App& app, router_options& router)
 {
     add_number<std::size_t>(app, "--entries-per-answer", router.entries_per_answer, 1, MAX_PORTS,
                             "most names in one message, fewer where they are long");
@@ -111,6 +111,7 @@ static void add_manner_options(CLI::App& app, router_options& router)
         ->default_str("ones");
     app.add_flag("--announce", router.announce, "send every route change to every client");
 }
+} // namespace
 
 std::optional<int> parse_options(int argument_count, const char* const* arguments,
                                  simulator_options& options, std::ostream& output,

@@ -5,9 +5,10 @@
 
 #include "common/check.h"
 
+namespace {
 constexpr std::size_t CHECKSUM_LENGTH = 2;
 
-static std::string encoded_message(const router_message& message)
+std::string encoded_message(const router_message& message)
 {
     std::string frame;
     const bool fits = encode_router_message(message, frame);
@@ -15,34 +16,36 @@ static std::string encoded_message(const router_message& message)
     return frame;
 }
 
-static std::vector<std::string> encoded_messages(const std::vector<router_message>& messages)
+std::vector<std::string> encoded_messages(const std::vector<router_message>& messages)
 {
     std::vector<std::string> frames(messages.size());
     std::transform(messages.begin(), messages.end(), frames.begin(), encoded_message);
     return frames;
 }
 
-static shaped_reply reply_of(const std::vector<std::string>& frames)
+shaped_reply reply_of(const std::vector<std::string>& frames)
 {
     shaped_reply reply;
     for (const std::string& frame : frames)
         reply.pieces.push_back({.bytes = frame});
     return reply;
 }
+} // namespace
 
 shaped_reply plain_reply(const std::vector<router_message>& messages)
 {
     return reply_of(encoded_messages(messages));
 }
 
+namespace {
 // Other than the true one in the last of its two digits.
-static void spoil_checksum(std::string& frame)
+void spoil_checksum(std::string& frame)
 {
     char& digit = frame[frame.size() - 2];
     digit = digit == '0' ? '1' : '0';
 }
 
-static std::string checksum_digits(const std::string& bytes)
+std::string checksum_digits(const std::string& bytes)
 {
     static constexpr char DIGITS[] = "0123456789ABCDEF";
     const std::uint8_t sum = router_checksum(bytes);
@@ -51,7 +54,7 @@ static std::string checksum_digits(const std::string& bytes)
 
 // A frame that begins like this one and has so many bytes between its start and its end, with a
 // good checksum wherever one fits.
-static std::string of_length(const std::string& frame, std::size_t length)
+std::string of_length(const std::string& frame, std::size_t length)
 {
     std::string content = frame.substr(1, frame.size() - 2 - CHECKSUM_LENGTH);
     if (length < CHECKSUM_LENGTH) return SOH + content.substr(0, length) + EOT;
@@ -59,12 +62,12 @@ static std::string of_length(const std::string& frame, std::size_t length)
     return SOH + content + checksum_digits(content) + EOT;
 }
 
-static std::string with_nul(std::string frame)
+std::string with_nul(std::string frame)
 {
     return frame.insert(frame.size() / 2, 1, '\0');
 }
 
-static shaped_reply cut_reply(const std::vector<std::string>& frames, const scenario_step& step)
+shaped_reply cut_reply(const std::vector<std::string>& frames, const scenario_step& step)
 {
     std::string rest;
     for (const std::string& frame : frames)
@@ -82,7 +85,7 @@ static shaped_reply cut_reply(const std::vector<std::string>& frames, const scen
     return reply;
 }
 
-static void change_frames(std::vector<std::string>& frames, const scenario_step& step)
+void change_frames(std::vector<std::string>& frames, const scenario_step& step)
 {
     if (step.fault == fault_kind::checksum)
         std::for_each(frames.begin(), frames.end(), spoil_checksum);
@@ -92,6 +95,7 @@ static void change_frames(std::vector<std::string>& frames, const scenario_step&
     if (step.fault == fault_kind::length) frames[0] = of_length(frames[0], step.bytes);
     if (step.fault == fault_kind::nul) frames[0] = with_nul(frames[0]);
 }
+} // namespace
 
 shaped_reply faulty_reply(const scenario_step& step, std::mt19937_64& random,
                           const std::vector<router_message>& messages)
@@ -126,13 +130,15 @@ router_message refusal(const scenario_step& step, std::string_view mnemonic)
     return rejection;
 }
 
+namespace {
 // A position drawn from all but the one that is routed.
-static std::size_t other_source(const simulated_router& router, std::mt19937_64& random,
-                                std::size_t destination)
+std::size_t other_source(const simulated_router& router, std::mt19937_64& random,
+                         std::size_t destination)
 {
     const std::size_t drawn = draw(random, {0, router.sources.names.size() - 2});
     return drawn < router.routes[destination] ? drawn : drawn + 1;
 }
+} // namespace
 
 std::optional<made_take> contradict(const simulated_router& router, std::mt19937_64& random,
                                     const router_message& request,

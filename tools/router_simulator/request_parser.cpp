@@ -4,8 +4,10 @@
 
 #include "common/numbers.h"
 
+namespace {
 constexpr std::size_t HEADER_LENGTH = 4; // protocol, sequence byte, mnemonic
 constexpr std::size_t CHECKSUM_LENGTH = 2;
+} // namespace
 
 const char* fault_text(frame_fault fault)
 {
@@ -28,8 +30,9 @@ const char* fault_text(frame_fault fault)
     return "";
 }
 
+namespace {
 // All bytes and the value of the checksum add to 0 modulo 256.
-static bool checksum_holds(std::string_view content)
+bool checksum_holds(std::string_view content)
 {
     const std::size_t checked = content.size() - CHECKSUM_LENGTH;
     const int high = hex_digit_value(content[checked]);
@@ -42,7 +45,7 @@ static bool checksum_holds(std::string_view content)
 }
 
 // The parts between the tabs. The first is the header.
-static std::vector<std::string> split_at_tabs(std::string_view text)
+std::vector<std::string> split_at_tabs(std::string_view text)
 {
     std::vector<std::string> parts;
     for (;;) {
@@ -53,7 +56,7 @@ static std::vector<std::string> split_at_tabs(std::string_view text)
     }
 }
 
-static frame_fault read_request(std::string_view content, router_message& request)
+frame_fault read_request(std::string_view content, router_message& request)
 {
     if (content.size() < HEADER_LENGTH + CHECKSUM_LENGTH) return frame_fault::too_short;
     if (!checksum_holds(content)) return frame_fault::bad_checksum;
@@ -71,7 +74,7 @@ static frame_fault read_request(std::string_view content, router_message& reques
 }
 
 // The end of the frame being received, good or not.
-static parsed_frame end_frame(request_parser& parser, frame_fault fault)
+parsed_frame end_frame(request_parser& parser, frame_fault fault)
 {
     parser.in_frame = false;
     parsed_frame frame;
@@ -80,7 +83,7 @@ static parsed_frame end_frame(request_parser& parser, frame_fault fault)
     return frame;
 }
 
-static void parse_byte(request_parser& parser, char byte, std::vector<parsed_frame>& frames)
+void parse_byte(request_parser& parser, char byte, std::vector<parsed_frame>& frames)
 {
     if (byte == SOH) {
         if (parser.in_frame) frames.push_back(end_frame(parser, frame_fault::cut_short));
@@ -98,6 +101,7 @@ static void parse_byte(request_parser& parser, char byte, std::vector<parsed_fra
         parser.content += byte;
     }
 }
+} // namespace
 
 std::vector<parsed_frame> parse_requests(request_parser& parser, std::string_view bytes)
 {

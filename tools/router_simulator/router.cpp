@@ -62,11 +62,13 @@ std::vector<addressed_message> take_route(simulated_router& router, std::size_t 
     return announcements;
 }
 
-static void raise_flag(simulated_router& router, std::uint32_t flag)
+namespace {
+void raise_flag(simulated_router& router, std::uint32_t flag)
 {
     for (auto& [number, view] : router.clients)
         view.flags |= flag;
 }
+} // namespace
 
 void rename_source(simulated_router& router, std::size_t position, const std::string& name)
 {

@@ -8,9 +8,8 @@ struct named_fault {
     fault_kind kind;
     const char* name;
 };
-} // namespace
 
-static constexpr std::array<named_fault, 25> FAULTS = {{
+constexpr std::array<named_fault, 25> FAULTS = {{
     {fault_kind::delay, "delay"},
     {fault_kind::lose, "lose"},
     {fault_kind::late, "late"},
@@ -37,6 +36,7 @@ static constexpr std::array<named_fault, 25> FAULTS = {{
     {fault_kind::take, "take"},
     {fault_kind::rename, "rename"},
 }};
+} // namespace
 
 const char* fault_name(fault_kind kind)
 {
@@ -78,14 +78,15 @@ std::uint64_t draw(std::mt19937_64& random, number_range range)
     return count == 0 ? random() : range.least + random() % count;
 }
 
+namespace {
 // From 0 to just below 1, by the 53 bits that a double holds exactly.
-static double draw_fraction(std::mt19937_64& random)
+double draw_fraction(std::mt19937_64& random)
 {
     return static_cast<double>(random() >> 11) / 9007199254740992.0;
 }
 
 // Whether a step that comes up is done by what limits it; counts.
-static bool is_done_now(const scenario_step& step, step_state& state)
+bool is_done_now(const scenario_step& step, step_state& state)
 {
     if (step.chance < 1 && draw_fraction(state.random) >= step.chance) return false;
     if (state.passed_over < step.after) {
@@ -96,6 +97,7 @@ static bool is_done_now(const scenario_step& step, step_state& state)
     ++state.done;
     return true;
 }
+} // namespace
 
 std::vector<std::size_t> timed_steps(scenario& plan, us_time_t elapsed)
 {
@@ -123,10 +125,12 @@ std::vector<std::size_t> connection_steps(scenario& plan, int client)
     return steps;
 }
 
-static bool is_met_by(const scenario_step& step, std::string_view request)
+namespace {
+bool is_met_by(const scenario_step& step, std::string_view request)
 {
     return step.trigger == trigger_kind::request && request.starts_with(step.request);
 }
+} // namespace
 
 std::vector<std::size_t> request_steps(scenario& plan, std::string_view request, bool answered)
 {

@@ -14,31 +14,30 @@
 
 using nlohmann::json;
 
+namespace {
 constexpr std::uint64_t MAX_COUNT = 1'000'000;
 constexpr double MAX_SECONDS = 31'536'000; // a year
 constexpr std::uint64_t MAX_MS = 3'600'000;
 
-namespace {
 struct step_reader {
     located_object& from;
     const simulated_router& router;
     scenario_step& step;
 };
-} // namespace
 
-static bool is_count(const json& value, std::uint64_t least, std::uint64_t most)
+bool is_count(const json& value, std::uint64_t least, std::uint64_t most)
 {
     return value.is_number_unsigned() && value.get<std::uint64_t>() >= least &&
            value.get<std::uint64_t>() <= most;
 }
 
-static std::string range_text(std::uint64_t least, std::uint64_t most)
+std::string range_text(std::uint64_t least, std::uint64_t most)
 {
     return std::to_string(least) + " to " + std::to_string(most);
 }
 
-static std::uint64_t read_count(located_object& from, const std::string& key, std::uint64_t least,
-                                std::uint64_t most)
+std::uint64_t read_count(located_object& from, const std::string& key, std::uint64_t least,
+                         std::uint64_t most)
 {
     const json& value = need(from, key);
     if (!is_count(value, least, most))
@@ -46,31 +45,31 @@ static std::uint64_t read_count(located_object& from, const std::string& key, st
     return value.get<std::uint64_t>();
 }
 
-static std::string read_text(located_object& from, const std::string& key)
+std::string read_text(located_object& from, const std::string& key)
 {
     const json& value = need(from, key);
     if (!value.is_string()) refuse_key(from, key, "a text");
     return value.get<std::string>();
 }
 
-static bool is_seconds(const json& value)
+bool is_seconds(const json& value)
 {
     return value.is_number() && value.get<double>() >= 0 && value.get<double>() <= MAX_SECONDS;
 }
 
-static us_time_t microseconds(const json& seconds)
+us_time_t microseconds(const json& seconds)
 {
     return static_cast<us_time_t>(std::llround(seconds.get<double>() * 1e6));
 }
 
-static us_time_t read_seconds(located_object& from, const std::string& key)
+us_time_t read_seconds(located_object& from, const std::string& key)
 {
     const json& value = need(from, key);
     if (!is_seconds(value)) refuse_key(from, key, "a number of seconds, 0 to a year");
     return microseconds(value);
 }
 
-static void read_every(step_reader& reader)
+void read_every(step_reader& reader)
 {
     const json& value = need(reader.from, "every");
     if (!value.is_array() || value.size() != 2 || !is_seconds(value[0]) || !is_seconds(value[1]) ||
@@ -79,7 +78,7 @@ static void read_every(step_reader& reader)
     reader.step.every_us = {microseconds(value[0]), microseconds(value[1])};
 }
 
-static void read_ms_range(step_reader& reader)
+void read_ms_range(step_reader& reader)
 {
     const json& value = need(reader.from, "ms");
     if (!value.is_array() || value.size() != 2 || !is_count(value[0], 0, MAX_MS) ||
@@ -90,12 +89,12 @@ static void read_ms_range(step_reader& reader)
                             value[1].get<std::uint64_t>() * 1000};
 }
 
-static void read_pause(step_reader& reader)
+void read_pause(step_reader& reader)
 {
     reader.step.pause_us = read_count(reader.from, "ms", 0, MAX_MS) * 1000;
 }
 
-static void read_cuts(step_reader& reader)
+void read_cuts(step_reader& reader)
 {
     const json& value = need(reader.from, "at");
     const bool is_list = value.is_array() && !value.empty() &&
@@ -107,7 +106,7 @@ static void read_cuts(step_reader& reader)
     reader.step.cuts.assign(cuts.begin(), cuts.end());
 }
 
-static void read_code(step_reader& reader)
+void read_code(step_reader& reader)
 {
     const std::string code = read_text(reader.from, "code");
     if (code.size() != 2 || hex_digit_value(code[0]) < 0 || hex_digit_value(code[1]) < 0)
@@ -115,24 +114,24 @@ static void read_code(step_reader& reader)
     reader.step.code = code;
 }
 
-static void read_bytes(step_reader& reader)
+void read_bytes(step_reader& reader)
 {
     const std::uint64_t least = reader.step.fault == fault_kind::garbage ? 1 : 0;
     reader.step.bytes = read_count(reader.from, "bytes", least, MAX_COUNT);
 }
 
-static void read_stream(step_reader& reader)
+void read_stream(step_reader& reader)
 {
     reader.step.messages = read_count(reader.from, "messages", 1, MAX_COUNT);
     reader.step.interval_us = 1'000'000 / read_count(reader.from, "rate", 1, MAX_COUNT);
 }
 
-static void read_for(step_reader& reader)
+void read_for(step_reader& reader)
 {
     reader.step.for_us = read_seconds(reader.from, "for");
 }
 
-static void read_inside(step_reader& reader)
+void read_inside(step_reader& reader)
 {
     const json* const value = find(reader.from, "inside");
     if (value == nullptr) return;
@@ -140,8 +139,8 @@ static void read_inside(step_reader& reader)
     reader.step.inside = value->get<bool>();
 }
 
-static std::optional<std::uint32_t> read_index(step_reader& reader, const std::string& key,
-                                               const port_list& ports)
+std::optional<std::uint32_t> read_index(step_reader& reader, const std::string& key,
+                                        const port_list& ports)
 {
     const json* const value = find(reader.from, key);
     if (value == nullptr) return std::nullopt;
@@ -150,13 +149,13 @@ static std::optional<std::uint32_t> read_index(step_reader& reader, const std::s
     return value->get<std::uint32_t>();
 }
 
-static void read_ports(step_reader& reader)
+void read_ports(step_reader& reader)
 {
     reader.step.destination = read_index(reader, "destination", reader.router.destinations);
     reader.step.source = read_index(reader, "source", reader.router.sources);
 }
 
-static void read_new_name(step_reader& reader)
+void read_new_name(step_reader& reader)
 {
     if (reader.step.destination && reader.step.source)
         refuse(line_of(reader.from, "source"),
@@ -168,14 +167,14 @@ static void read_new_name(step_reader& reader)
 }
 
 // Only these requests have replies that show a source.
-static void need_routes(step_reader& reader)
+void need_routes(step_reader& reader)
 {
     const std::string& request = reader.step.request;
     if (!request.starts_with("QI") && !request.starts_with("TI"))
         refuse_key(reader.from, "request", "QI or TI, which alone can be contradicted");
 }
 
-static void read_fault(step_reader& reader)
+void read_fault(step_reader& reader)
 {
     const std::string name = read_text(reader.from, "fault");
     const std::optional<fault_kind> kind = fault_named(name);
@@ -185,7 +184,7 @@ static void read_fault(step_reader& reader)
         refuse(reader.from.line, "\"request\" is missing, \"" + name + "\" is of a reply");
 }
 
-static void read_keys_of_fault(step_reader& reader)
+void read_keys_of_fault(step_reader& reader)
 {
     switch (reader.step.fault) {
     case fault_kind::delay:
@@ -230,7 +229,7 @@ static void read_keys_of_fault(step_reader& reader)
 }
 
 // "at" is a key of the fault "cut", which has its trigger in "request".
-static void read_trigger(step_reader& reader)
+void read_trigger(step_reader& reader)
 {
     located_object& from = reader.from;
     scenario_step& step = reader.step;
@@ -252,14 +251,14 @@ static void read_trigger(step_reader& reader)
                           "\"name\"");
 }
 
-static void read_name(step_reader& reader)
+void read_name(step_reader& reader)
 {
     if (find(reader.from, "name") == nullptr) return;
     reader.step.name = read_text(reader.from, "name");
     if (reader.step.name.empty()) refuse_key(reader.from, "name", "a text with something in it");
 }
 
-static void read_order(step_reader& reader)
+void read_order(step_reader& reader)
 {
     if (concerns_reply(reader.step.fault) || reader.step.trigger != trigger_kind::request) return;
     const json* const value = find(reader.from, "answered");
@@ -268,7 +267,7 @@ static void read_order(step_reader& reader)
     reader.step.answered = value->get<bool>();
 }
 
-static void read_limits(step_reader& reader)
+void read_limits(step_reader& reader)
 {
     located_object& from = reader.from;
     if (find(from, "after") != nullptr) reader.step.after = read_count(from, "after", 0, MAX_COUNT);
@@ -280,7 +279,7 @@ static void read_limits(step_reader& reader)
     reader.step.chance = chance->get<double>();
 }
 
-static scenario_step read_step(located_object from, const simulated_router& router)
+scenario_step read_step(located_object from, const simulated_router& router)
 {
     scenario_step step;
     step_reader reader{from, router, step};
@@ -294,8 +293,8 @@ static scenario_step read_step(located_object from, const simulated_router& rout
     return step;
 }
 
-static void read_file_object(scenario& plan, const json& object, const text_positions& seen,
-                             const simulated_router& router)
+void read_file_object(scenario& plan, const json& object, const text_positions& seen,
+                      const simulated_router& router)
 {
     if (!object.is_object()) refuse(1, "not an object");
     located_object from{object, 1, seen.keys};
@@ -307,6 +306,7 @@ static void read_file_object(scenario& plan, const json& object, const text_posi
     for (std::size_t i = 0; i < steps.size(); ++i)
         plan.steps.push_back(read_step({steps[i], seen.members[i], seen.member_keys[i]}, router));
 }
+} // namespace
 
 std::string read_scenario(scenario& plan, const std::string& text, const simulated_router& router,
                           const std::string& file_name)

@@ -13,15 +13,16 @@
 #include "router_simulator/exchange.h"
 #include "router_simulator/link_faults.h"
 
+namespace {
 constexpr std::size_t READ_SIZE = 4096;
 constexpr us_time_t LONGEST_WAIT_MS = 3'600'000;
 
-static sockaddr* generic(sockaddr_in& address)
+sockaddr* generic(sockaddr_in& address)
 {
     return reinterpret_cast<sockaddr*>(&address); // the socket interface's own cast
 }
 
-static std::string address_text(const sockaddr_in& address)
+std::string address_text(const sockaddr_in& address)
 {
     char text[INET_ADDRSTRLEN] = "";
     inet_ntop(AF_INET, &address.sin_addr, text, sizeof text);
@@ -29,7 +30,7 @@ static std::string address_text(const sockaddr_in& address)
 }
 
 // Returns -1, with errno set, when there is none. The address has the real port afterwards.
-static int bound_socket(sockaddr_in& address)
+int bound_socket(sockaddr_in& address)
 {
     const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     if (descriptor < 0) return -1;
@@ -48,7 +49,7 @@ static int bound_socket(sockaddr_in& address)
 
 // For the clients of this listener. The room that a client has for what it sends grows with the
 // segment, so that is the least there is.
-static void make_room_small(int listener, int receive_buffer)
+void make_room_small(int listener, int receive_buffer)
 {
     setsockopt(listener, SOL_SOCKET, SO_RCVBUF, &receive_buffer, sizeof receive_buffer);
     const int segment = 88;
@@ -56,7 +57,7 @@ static void make_room_small(int listener, int receive_buffer)
 }
 
 // A socket that has asked for its port by number keeps it while it does not listen.
-static int listening_socket(sockaddr_in& address, int receive_buffer)
+int listening_socket(sockaddr_in& address, int receive_buffer)
 {
     const bool any_port = address.sin_port == 0;
     int descriptor = bound_socket(address);
@@ -73,6 +74,7 @@ static int listening_socket(sockaddr_in& address, int receive_buffer)
     errno = error;
     return -1;
 }
+} // namespace
 
 std::string start_listening(simulator_server& server, const std::string& address,
                             std::uint16_t port)
@@ -116,7 +118,8 @@ void stop_server(simulator_server& server)
     server.listener = -1;
 }
 
-static void read_requests(simulator_server& server, int number)
+namespace {
+void read_requests(simulator_server& server, int number)
 {
     char bytes[READ_SIZE];
     const ssize_t count =
@@ -131,13 +134,13 @@ static void read_requests(simulator_server& server, int number)
 }
 
 // Answers are single small frames: held back for a fuller packet they would come late.
-static void send_at_once(int descriptor)
+void send_at_once(int descriptor)
 {
     const int on = 1;
     setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
 }
 
-static void accept_clients(simulator_server& server)
+void accept_clients(simulator_server& server)
 {
     for (;;) {
         sockaddr_in address{};
@@ -158,7 +161,7 @@ static void accept_clients(simulator_server& server)
     }
 }
 
-static short awaited_events(const client_link& link)
+short awaited_events(const client_link& link)
 {
     if (is_under(link, fault_kind::half_open)) return POLLRDHUP;
     const int reading = is_deaf(link) ? 0 : POLLIN;
@@ -166,7 +169,7 @@ static short awaited_events(const client_link& link)
     return static_cast<short>(reading | writing);
 }
 
-static void serve_client(simulator_server& server, int number, int ready)
+void serve_client(simulator_server& server, int number, int ready)
 {
     if (is_under(server.links.at(number), fault_kind::half_open))
         return remove_client(server, number, "closed its half of a forgotten connection");
@@ -175,14 +178,14 @@ static void serve_client(simulator_server& server, int number, int ready)
 }
 
 // Poll passes over -1. A listener that refuses would report that it has ended.
-static int awaited_listener(const simulator_server& server)
+int awaited_listener(const simulator_server& server)
 {
     const bool refuses = server.lasting.contains(fault_kind::refuse);
     return server.accepting && !refuses ? server.listener : -1;
 }
 
 // No longer than until something is due.
-static int bounded_wait(const simulator_server& server, int wait_ms)
+int bounded_wait(const simulator_server& server, int wait_ms)
 {
     const us_time_t due = next_due_fault(server);
     if (due == NEVER) return wait_ms;
@@ -191,6 +194,7 @@ static int bounded_wait(const simulator_server& server, int wait_ms)
     if (wait_ms >= 0 && until_due > static_cast<us_time_t>(wait_ms)) return wait_ms;
     return static_cast<int>(std::min<us_time_t>(until_due, LONGEST_WAIT_MS));
 }
+} // namespace
 
 void serve(simulator_server& server, int wait_ms, std::span<pollfd> also_watched)
 {

@@ -2,7 +2,8 @@
 
 #include <cstdio>
 
-static void append_printable(std::string& text, std::string_view bytes)
+namespace {
+void append_printable(std::string& text, std::string_view bytes)
 {
     for (const char byte : bytes) {
         if (byte >= ' ' && byte <= '~') {
@@ -14,6 +15,7 @@ static void append_printable(std::string& text, std::string_view bytes)
         text += escaped;
     }
 }
+} // namespace
 
 std::string quoted_text(std::string_view text)
 {
