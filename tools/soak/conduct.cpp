@@ -1,5 +1,6 @@
 #include "soak/conduct.h"
 
+namespace {
 constexpr us_time_t SECOND = 1'000'000;
 constexpr int LARGEST_FLOOD = 3000;
 constexpr us_time_t CALM_US = 12 * SECOND;
@@ -8,8 +9,8 @@ constexpr us_time_t TAKE_AT_US = 7 * SECOND;   // when nothing earlier waits for
 constexpr us_time_t QUERY_SETTLES_US = SECOND; // from its reply to the last answer's report
 constexpr us_time_t TAKE_MUST_SHOW_US = 4 * SECOND;
 
-static void send_command(parent_conduct& conduct, const parent_tools& tools,
-                         const parent_command& command, us_time_t now)
+void send_command(parent_conduct& conduct, const parent_tools& tools, const parent_command& command,
+                  us_time_t now)
 {
     const expected_reply reply{command.command, command.error, command.reaches_router, now};
     if (command.replied) expect_reply(tools.replies, std::to_string(conduct.last_id), reply);
@@ -17,26 +18,24 @@ static void send_command(parent_conduct& conduct, const parent_tools& tools,
     send_bytes(tools.backend, command.bytes);
 }
 
-static std::string next_id(parent_conduct& conduct)
+std::string next_id(parent_conduct& conduct)
 {
     return std::to_string(++conduct.last_id);
 }
 
-static void restore_port(parent_conduct& conduct, const parent_tools& tools, us_time_t now)
+void restore_port(parent_conduct& conduct, const parent_tools& tools, us_time_t now)
 {
     send_command(conduct, tools, set_setting("port", conduct.port), now);
     conduct.port_returns = 0;
 }
 
-static void leave_router_for_a_while(parent_conduct& conduct, const parent_tools& tools,
-                                     us_time_t now)
+void leave_router_for_a_while(parent_conduct& conduct, const parent_tools& tools, us_time_t now)
 {
     send_command(conduct, tools, set_setting("port", "1"), now);
     conduct.port_returns = now + SECOND;
 }
 
-static void send_flood(parent_conduct& conduct, const parent_tools& tools, int commands,
-                       us_time_t now)
+void send_flood(parent_conduct& conduct, const parent_tools& tools, int commands, us_time_t now)
 {
     for (int left = commands; left > 0; --left)
         send_command(conduct, tools, random_flood_command(conduct.random, next_id(conduct)), now);
@@ -44,7 +43,7 @@ static void send_flood(parent_conduct& conduct, const parent_tools& tools, int c
 
 // The second phase, when the router is known, is the worst there is, so that memory has soon met
 // what it will ever meet.
-static void begin_busy_phase(parent_conduct& conduct, const parent_tools& tools, us_time_t now)
+void begin_busy_phase(parent_conduct& conduct, const parent_tools& tools, us_time_t now)
 {
     std::mt19937_64& random = conduct.random;
     const bool worst = ++conduct.busy_phases == 2;
@@ -59,7 +58,7 @@ static void begin_busy_phase(parent_conduct& conduct, const parent_tools& tools,
     if (chance(random, 0.05)) leave_router_for_a_while(conduct, tools, now);
 }
 
-static void begin_phase(parent_conduct& conduct, const parent_tools& tools, us_time_t now)
+void begin_phase(parent_conduct& conduct, const parent_tools& tools, us_time_t now)
 {
     conduct.calm = !conduct.calm && conduct.phase_began != 0;
     conduct.phase_began = now;
@@ -70,11 +69,12 @@ static void begin_phase(parent_conduct& conduct, const parent_tools& tools, us_t
         begin_busy_phase(conduct, tools, now);
 }
 
-static void read_again(const parent_tools& tools, us_time_t now)
+void read_again(const parent_tools& tools, us_time_t now)
 {
     if (!tools.backend.reads_output) restart_waits(tools.replies, now);
     tools.backend.reads_output = true;
 }
+} // namespace
 
 void send_proof_query(parent_conduct& conduct, const parent_tools& tools, us_time_t now)
 {
@@ -84,7 +84,8 @@ void send_proof_query(parent_conduct& conduct, const parent_tools& tools, us_tim
     conduct.query = {.id = id, .sent = now, .answered = 0};
 }
 
-static void send_proof_take(parent_conduct& conduct, const parent_tools& tools, us_time_t now)
+namespace {
+void send_proof_take(parent_conduct& conduct, const parent_tools& tools, us_time_t now)
 {
     const int outputs = static_cast<int>(tools.routes.destinations.size());
     conduct.take = {.id = "",
@@ -99,8 +100,7 @@ static void send_proof_take(parent_conduct& conduct, const parent_tools& tools, 
     conduct.take.id = id;
 }
 
-static void act_calmly(parent_conduct& conduct, const parent_tools& tools, bool link_up,
-                       us_time_t now)
+void act_calmly(parent_conduct& conduct, const parent_tools& tools, bool link_up, us_time_t now)
 {
     const us_time_t elapsed = now - conduct.phase_began;
     if (!conduct.queried && elapsed >= QUERY_AT_US) {
@@ -113,7 +113,7 @@ static void act_calmly(parent_conduct& conduct, const parent_tools& tools, bool 
         send_proof_take(conduct, tools, now);
 }
 
-static void send_random_command(parent_conduct& conduct, const parent_tools& tools, us_time_t now)
+void send_random_command(parent_conduct& conduct, const parent_tools& tools, us_time_t now)
 {
     const std::string id = next_id(conduct);
     const auto make = conduct.calm ? random_quiet_command : random_command;
@@ -123,6 +123,7 @@ static void send_random_command(parent_conduct& conduct, const parent_tools& too
     conduct.next_command =
         now + static_cast<us_time_t>(draw(conduct.random, least_ms, most_ms)) * 1000;
 }
+} // namespace
 
 void act(parent_conduct& conduct, const parent_tools& tools, bool link_up, us_time_t now)
 {
@@ -151,7 +152,8 @@ void note_take(parent_conduct& conduct, int output, int input)
     if (take.output == output && take.input == input) take.made = true;
 }
 
-static void judge_query(parent_conduct& conduct, route_ledger& routes, us_time_t now)
+namespace {
+void judge_query(parent_conduct& conduct, route_ledger& routes, us_time_t now)
 {
     proof_query& query = conduct.query;
     if (query.answered == 0 || now - query.answered < QUERY_SETTLES_US) return;
@@ -161,6 +163,7 @@ static void judge_query(parent_conduct& conduct, route_ledger& routes, us_time_t
     }
     query = {};
 }
+} // namespace
 
 std::string judge_proofs(parent_conduct& conduct, route_ledger& routes, us_time_t now)
 {

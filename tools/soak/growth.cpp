@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 
+namespace {
 constexpr double ALLOWED_HEAP_KIB = 512;
 constexpr double ALLOWED_PSS_KIB = 2048;
 constexpr double ALLOWED_IN_SHORT_RUN_KIB = 16384;
@@ -11,13 +12,13 @@ constexpr double SHORT_RUN_SECONDS = 300;
 constexpr std::size_t LEAST_SAMPLES = 8;
 constexpr std::size_t SPARKLINE_WIDTH = 60;
 
-static double value_of(const cost_sample& sample, std::uint64_t process_cost::*count)
+double value_of(const cost_sample& sample, std::uint64_t process_cost::*count)
 {
     return static_cast<double>(sample.cost.*count);
 }
 
-static double median(const std::vector<cost_sample>& samples, std::size_t from, std::size_t to,
-                     std::uint64_t process_cost::*count)
+double median(const std::vector<cost_sample>& samples, std::size_t from, std::size_t to,
+              std::uint64_t process_cost::*count)
 {
     std::vector<double> values;
     for (std::size_t i = from; i < to; ++i)
@@ -26,8 +27,8 @@ static double median(const std::vector<cost_sample>& samples, std::size_t from, 
     return values[values.size() / 2];
 }
 
-static double slope_per_second(const std::vector<cost_sample>& samples, std::size_t from,
-                               std::uint64_t process_cost::*count)
+double slope_per_second(const std::vector<cost_sample>& samples, std::size_t from,
+                        std::uint64_t process_cost::*count)
 {
     const auto number = static_cast<double>(samples.size() - from);
     double sum_x = 0;
@@ -45,6 +46,7 @@ static double slope_per_second(const std::vector<cost_sample>& samples, std::siz
     const double spread = number * sum_xx - sum_x * sum_x;
     return spread > 0 ? (number * sum_xy - sum_x * sum_y) / spread : 0;
 }
+} // namespace
 
 growth_figures measure_growth(const std::vector<cost_sample>& samples,
                               std::uint64_t process_cost::*count)
@@ -56,10 +58,12 @@ growth_figures measure_growth(const std::vector<cost_sample>& samples,
                 median(samples, quarter, 2 * quarter, count)};
 }
 
-static std::string kib_text(double kib)
+namespace {
+std::string kib_text(double kib)
 {
     return std::to_string(std::lround(kib)) + " KiB";
 }
+} // namespace
 
 std::string growth_fault(const std::vector<cost_sample>& samples)
 {

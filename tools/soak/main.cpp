@@ -5,7 +5,8 @@
 
 #include "soak/run.h"
 
-static int run_program(int argument_count, const char* const* arguments)
+namespace {
+int run_program(int argument_count, const char* const* arguments)
 {
     CLI::App app("Puts a backend between a misbehaving simulated router, whose output is this "
                  "program's standard input, and a parent that sends random commands, and holds "
@@ -32,6 +33,7 @@ static int run_program(int argument_count, const char* const* arguments)
     }
     return run_soak(options);
 }
+} // namespace
 
 int main(int argument_count, char** arguments)
 {

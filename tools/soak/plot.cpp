@@ -5,29 +5,32 @@
 #include <iomanip>
 #include <string>
 
+namespace {
 constexpr double LEFT = 70;
 constexpr double RIGHT = 880;
 constexpr double TOP = 50;
 constexpr double BOTTOM = 340;
 constexpr int GRID_LINES = 5;
+} // namespace
 
 struct plot_scale {
     double seconds = 1; // the whole width
     double kib = 1;     // the whole height
 };
 
-static double x_of(const plot_scale& scale, double seconds)
+namespace {
+double x_of(const plot_scale& scale, double seconds)
 {
     return LEFT + (RIGHT - LEFT) * seconds / scale.seconds;
 }
 
-static double y_of(const plot_scale& scale, double kib)
+double y_of(const plot_scale& scale, double kib)
 {
     return BOTTOM - (BOTTOM - TOP) * kib / scale.kib;
 }
 
 // A round number of KiB above all values, so that the grid stands on round numbers as well.
-static plot_scale scale_for(const std::vector<cost_sample>& samples)
+plot_scale scale_for(const std::vector<cost_sample>& samples)
 {
     plot_scale scale;
     for (const cost_sample& sample : samples) {
@@ -39,16 +42,16 @@ static plot_scale scale_for(const std::vector<cost_sample>& samples)
     return scale;
 }
 
-static void write_text(std::ostream& output, double x, double y, const char* anchor,
-                       const std::string& text)
+void write_text(std::ostream& output, double x, double y, const char* anchor,
+                const std::string& text)
 {
     output << "<text x=\"" << x << "\" y=\"" << y << "\" text-anchor=\"" << anchor << "\">" << text
            << "</text>\n";
 }
 
-static void write_line(std::ostream& output, const plot_scale& scale,
-                       const std::vector<cost_sample>& samples, std::uint64_t process_cost::*count,
-                       const char* colour)
+void write_line(std::ostream& output, const plot_scale& scale,
+                const std::vector<cost_sample>& samples, std::uint64_t process_cost::*count,
+                const char* colour)
 {
     output << "<polyline fill=\"none\" stroke=\"" << colour << "\" stroke-width=\"1.5\" points=\"";
     for (const cost_sample& sample : samples)
@@ -57,7 +60,7 @@ static void write_line(std::ostream& output, const plot_scale& scale,
     output << "\"/>\n";
 }
 
-static void write_grid(std::ostream& output, const plot_scale& scale)
+void write_grid(std::ostream& output, const plot_scale& scale)
 {
     const bool long_run = scale.seconds >= 600;
     for (int i = 0; i <= GRID_LINES; ++i) {
@@ -72,6 +75,7 @@ static void write_grid(std::ostream& output, const plot_scale& scale)
     }
     write_text(output, RIGHT, BOTTOM + 44, "end", long_run ? "minutes" : "seconds");
 }
+} // namespace
 
 void write_plot(std::ostream& output, const std::vector<cost_sample>& samples,
                 const std::vector<double>& reconnections)

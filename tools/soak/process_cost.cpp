@@ -5,9 +5,10 @@
 #include <sstream>
 #include <string>
 
+namespace {
 // A line "Pss:   123 kB" of the mapping that the last header line has begun. The heap is the
 // program break's mapping and those without a file, which large allocations get.
-static void add_mapping_line(const std::string& line, bool& is_heap, process_cost& cost)
+void add_mapping_line(const std::string& line, bool& is_heap, process_cost& cost)
 {
     std::istringstream words(line);
     std::string first;
@@ -26,6 +27,7 @@ static void add_mapping_line(const std::string& line, bool& is_heap, process_cos
         if (is_heap) cost.heap_kib += kib;
     }
 }
+} // namespace
 
 std::optional<process_cost> read_process_cost(pid_t process)
 {

@@ -2,9 +2,11 @@
 
 #include <array>
 
+namespace {
 constexpr int PORTS = 70; // a few more than the router has
 constexpr int LONGEST_WORD = 40;
 constexpr int LONGEST_VALUE = 50'000; // now and then
+} // namespace
 
 int draw(std::mt19937_64& random, int least, int most)
 {
@@ -17,17 +19,19 @@ bool chance(std::mt19937_64& random, double probability)
     return static_cast<double>(random() >> 11) * 0x1p-53 < probability;
 }
 
-static std::string record(const std::string& id, const std::string& lines)
+namespace {
+std::string record(const std::string& id, const std::string& lines)
 {
     return (id.empty() ? "" : "*ID=" + id + "\n") + lines + "\n\n";
 }
 
-static parent_command route_command(const std::string& id, const std::string& lines)
+parent_command route_command(const std::string& id, const std::string& lines)
 {
     return {.bytes = record(id, "*COMMAND=route output\n*TYPE=command\n" + lines),
             .command = "route output",
             .error = ""};
 }
+} // namespace
 
 parent_command add_route(const std::string& id, int output, int input)
 {
@@ -42,12 +46,14 @@ parent_command flush_routes(const std::string& id)
     return command;
 }
 
-static parent_command report(const std::string& id, const std::string& what)
+namespace {
+parent_command report(const std::string& id, const std::string& what)
 {
     return {.bytes = record(id, "*COMMAND=report\n*TYPE=command\nwhat=" + what),
             .command = "",
             .error = ""};
 }
+} // namespace
 
 parent_command query_outputs(const std::string& id)
 {
@@ -65,8 +71,9 @@ parent_command set_setting(const std::string& name, const std::string& value)
             .reaches_router = name == "port"};
 }
 
+namespace {
 // Any bytes but those that end a line or are taken out of it.
-static std::string random_word(std::mt19937_64& random, int longest)
+std::string random_word(std::mt19937_64& random, int longest)
 {
     std::string word;
     for (int left = draw(random, 1, longest); left > 0; --left) {
@@ -76,7 +83,7 @@ static std::string random_word(std::mt19937_64& random, int longest)
     return word;
 }
 
-static parent_command unknown_command(std::mt19937_64& random, const std::string& id)
+parent_command unknown_command(std::mt19937_64& random, const std::string& id)
 {
     const std::string word = random_word(random, LONGEST_WORD);
     const bool message = chance(random, 0.5);
@@ -88,7 +95,7 @@ static parent_command unknown_command(std::mt19937_64& random, const std::string
             .error = message ? "Message " + word + " ignored" : "Unknown command " + word};
 }
 
-static parent_command unknown_report(std::mt19937_64& random, const std::string& id)
+parent_command unknown_report(std::mt19937_64& random, const std::string& id)
 {
     parent_command command = report(id, "x" + random_word(random, LONGEST_WORD));
     command.command = "report";
@@ -96,7 +103,7 @@ static parent_command unknown_report(std::mt19937_64& random, const std::string&
     return command;
 }
 
-static parent_command unanswered_record(std::mt19937_64& random, const std::string& id)
+parent_command unanswered_record(std::mt19937_64& random, const std::string& id)
 {
     parent_command command = unknown_command(random, id);
     command.bytes = record(id, "*COMMAND=route output\n*TYPE=reply\nqueue=flush");
@@ -104,7 +111,7 @@ static parent_command unanswered_record(std::mt19937_64& random, const std::stri
     return command;
 }
 
-static parent_command odd_route(std::mt19937_64& random, const std::string& id)
+parent_command odd_route(std::mt19937_64& random, const std::string& id)
 {
     constexpr std::array<const char*, 5> odd = {"queue=add\nto output=x", "queue=", "to output=3",
                                                 "queue=add\nto output=-1\nfrom input=2",
@@ -113,11 +120,12 @@ static parent_command odd_route(std::mt19937_64& random, const std::string& id)
 }
 
 // None of these is one that the backend has.
-static parent_command random_setting(std::mt19937_64& random)
+parent_command random_setting(std::mt19937_64& random)
 {
     constexpr std::array<const char*, 4> names = {"Port", "ip", "in puts", ""};
     return set_setting(names[static_cast<std::size_t>(draw(random, 0, 3))], "4");
 }
+} // namespace
 
 parent_command random_quiet_command(std::mt19937_64& random, const std::string& id)
 {

@@ -4,9 +4,10 @@
 
 #include "soak/route_ledger.h"
 
+namespace {
 // Adds the places where the report may end that begins at `begin`.
-static void add_ends(const report_ledger& ledger, const routing_report& report, std::size_t begin,
-                     std::set<std::size_t>& ends)
+void add_ends(const report_ledger& ledger, const routing_report& report, std::size_t begin,
+              std::set<std::size_t>& ends)
 {
     std::size_t different = report.routes.size();
     std::map<int, int> shown;
@@ -24,7 +25,7 @@ static void add_ends(const report_ledger& ledger, const routing_report& report, 
 }
 
 // What lies before every cut is settled.
-static void drop_settled(report_ledger& ledger)
+void drop_settled(report_ledger& ledger)
 {
     const std::size_t settled = *ledger.cuts.begin();
     ledger.changes.erase(ledger.changes.begin(),
@@ -36,7 +37,7 @@ static void drop_settled(report_ledger& ledger)
 }
 
 // The cuts behind the report, none when it is not what was accepted.
-static std::set<std::size_t> cuts_behind(const report_ledger& ledger, const routing_report& report)
+std::set<std::size_t> cuts_behind(const report_ledger& ledger, const routing_report& report)
 {
     std::set<std::size_t> ends;
     for (std::size_t i = 0; !ledger.aligned && i < ledger.changes.size(); ++i)
@@ -47,7 +48,7 @@ static std::set<std::size_t> cuts_behind(const report_ledger& ledger, const rout
 }
 
 // Ends at a report that is not what was accepted, which stays the first.
-static void match_reports(report_ledger& ledger, us_time_t now)
+void match_reports(report_ledger& ledger, us_time_t now)
 {
     for (; !ledger.reports.empty(); ledger.reports.pop_front()) {
         if (now - ledger.reports.front().when < REPORT_SETTLES_US) break;
@@ -60,6 +61,7 @@ static void match_reports(report_ledger& ledger, us_time_t now)
     }
     drop_settled(ledger);
 }
+} // namespace
 
 void take_accepted(report_ledger& ledger, int destination, int source, us_time_t now)
 {
@@ -83,13 +85,15 @@ void forget_reports(report_ledger& ledger, us_time_t now)
     ledger.resumes = now + FORGOTTEN_LASTS_US;
 }
 
-static std::string report_text(const routing_report& report)
+namespace {
+std::string report_text(const routing_report& report)
 {
     std::string text;
     for (const auto& [destination, source] : report.routes)
         text += (text.empty() ? "" : ", ") + route_text(destination, source);
     return text;
 }
+} // namespace
 
 std::string take_report_fault(report_ledger& ledger, us_time_t now)
 {

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 
+namespace {
 constexpr us_time_t HISTORY_US = 120'000'000; // a delayed answer may show what was long ago
 constexpr us_time_t PROOF_LAG_US = 2'000'000; // the router's own line may be seen later
+} // namespace
 
 route_ledger make_route_ledger(int destinations, us_time_t now)
 {
@@ -19,7 +21,8 @@ route_ledger make_route_ledger(int destinations, us_time_t now)
     return ledger;
 }
 
-static destination_state* find_state(route_ledger& ledger, int destination)
+namespace {
+destination_state* find_state(route_ledger& ledger, int destination)
 {
     const auto position = static_cast<std::size_t>(destination);
     return destination >= 0 && position < ledger.destinations.size()
@@ -27,7 +30,7 @@ static destination_state* find_state(route_ledger& ledger, int destination)
                : nullptr;
 }
 
-static void become_unknown(const route_ledger& ledger, destination_state& state, us_time_t now)
+void become_unknown(const route_ledger& ledger, destination_state& state, us_time_t now)
 {
     state.known = false;
     state.unknown_since = now;
@@ -35,13 +38,14 @@ static void become_unknown(const route_ledger& ledger, destination_state& state,
     state.excused = !undisturbed_since(ledger, now - DISTURBANCE_LASTS_US);
 }
 
-static void compare(route_ledger& ledger, destination_state& state, us_time_t now)
+void compare(route_ledger& ledger, destination_state& state, us_time_t now)
 {
     const bool known = state.told == state.shown.back().source;
     if (known && !state.known) ++(state.excused ? ledger.known_by_query : ledger.known_by_polling);
     if (!known && state.known) become_unknown(ledger, state, now);
     state.known = known;
 }
+} // namespace
 
 void router_shows(route_ledger& ledger, int destination, int source, us_time_t now)
 {
@@ -105,7 +109,8 @@ std::string route_text(int destination, int source)
     return "output " + std::to_string(destination) + " input " + std::to_string(source);
 }
 
-static std::string take_invention(route_ledger& ledger, us_time_t now)
+namespace {
+std::string take_invention(route_ledger& ledger, us_time_t now)
 {
     while (!ledger.unproved.empty() && now - ledger.unproved.front().when > PROOF_LAG_US) {
         const told_route told = ledger.unproved.front();
@@ -122,12 +127,13 @@ static std::string take_invention(route_ledger& ledger, us_time_t now)
     return "";
 }
 
-static bool must_be_known(const destination_state& state, us_time_t now)
+bool must_be_known(const destination_state& state, us_time_t now)
 {
     if (state.known) return false;
     if (state.excused) return state.failed_queries > QUERIES_THAT_MAY_FAIL;
     return now - state.unknown_since > POLLING_MUST_SHOW_US;
 }
+} // namespace
 
 std::string take_route_fault(route_ledger& ledger, us_time_t now)
 {

@@ -13,6 +13,7 @@
 #include "soak/plot.h"
 #include "soak/summary.h"
 
+namespace {
 constexpr int DESTINATIONS = 64;
 constexpr int WAIT_MS = 20;
 constexpr us_time_t SECOND = 1'000'000;
@@ -20,6 +21,7 @@ constexpr us_time_t LONGEST_SETTLING_US = 180 * SECOND;
 constexpr us_time_t LONGEST_END_US = 20 * SECOND; // a status request is finished first
 constexpr us_time_t CHECK_US = SECOND / 10;
 constexpr us_time_t MOST_SAMPLES = 600; // more than the picture can show
+} // namespace
 
 struct soak_run {
     soak_options options;
@@ -36,19 +38,20 @@ struct soak_run {
     std::vector<double> reconnections; // seconds since the start
 };
 
-static volatile std::sig_atomic_t interrupted = 0;
+namespace {
+volatile std::sig_atomic_t interrupted = 0;
 
-static void interrupt(int /*signal*/)
+void interrupt(int /*signal*/)
 {
     interrupted = 1;
 }
 
-static double seconds_since_start(const soak_run& run)
+double seconds_since_start(const soak_run& run)
 {
     return static_cast<double>(now_us() - run.began) / static_cast<double>(SECOND);
 }
 
-static soak_result result_of(const soak_run& run)
+soak_result result_of(const soak_run& run)
 {
     return {.watch = run.watch,
             .samples = run.samples,
@@ -57,7 +60,7 @@ static soak_result result_of(const soak_run& run)
 }
 
 // "Listening on 127.0.0.1:4567", the router's first line: the port, "" when it is another line.
-static std::string read_port()
+std::string read_port()
 {
     std::string line;
     for (char byte = 0; read(STDIN_FILENO, &byte, 1) == 1 && byte != '\n';)
@@ -67,7 +70,7 @@ static std::string read_port()
                                                                            : "";
 }
 
-static void read_router_lines(soak_run& run)
+void read_router_lines(soak_run& run)
 {
     std::array<char, 65536> bytes{};
     const ssize_t count = read(STDIN_FILENO, bytes.data(), bytes.size());
@@ -87,7 +90,7 @@ static void read_router_lines(soak_run& run)
     run.partial_line.erase(0, begin);
 }
 
-static void read_backend(soak_run& run)
+void read_backend(soak_run& run)
 {
     serve_backend(run.backend);
     const us_time_t now = now_us();
@@ -100,13 +103,13 @@ static void read_backend(soak_run& run)
         run.reconnections.push_back(seconds_since_start(run));
 }
 
-static void take_sample(soak_run& run)
+void take_sample(soak_run& run)
 {
     const auto cost = read_process_cost(run.backend.process);
     if (cost) run.samples.push_back({seconds_since_start(run), *cost});
 }
 
-static void tell_faults(soak_run& run)
+void tell_faults(soak_run& run)
 {
     const std::vector<std::string>& faults = run.watch.faults;
     for (; run.faults_told < faults.size(); ++run.faults_told)
@@ -114,7 +117,7 @@ static void tell_faults(soak_run& run)
                     faults[run.faults_told].c_str());
 }
 
-static void check(soak_run& run, us_time_t now)
+void check(soak_run& run, us_time_t now)
 {
     if (now < run.next_check) return;
     run.next_check = now + CHECK_US;
@@ -134,7 +137,7 @@ static void check(soak_run& run, us_time_t now)
 
 // Waits a moment, then takes in what everybody has said. The router's lines come first: it writes
 // of what it does before it answers.
-static void step(soak_run& run)
+void step(soak_run& run)
 {
     std::vector<pollfd> watched = {{.fd = STDIN_FILENO, .events = POLLIN, .revents = 0}};
     add_poll_descriptors(run.backend, watched);
@@ -144,17 +147,17 @@ static void step(soak_run& run)
     check(run, now_us());
 }
 
-static bool goes_on(const soak_run& run)
+bool goes_on(const soak_run& run)
 {
     return interrupted == 0 && !run.router_ended && !run.backend.ended;
 }
 
-static parent_tools tools_of(soak_run& run)
+parent_tools tools_of(soak_run& run)
 {
     return {run.backend, run.watch.replies, run.watch.routes};
 }
 
-static void be_busy(soak_run& run)
+void be_busy(soak_run& run)
 {
     const us_time_t end = run.began + run.options.seconds * SECOND;
     while (goes_on(run) && now_us() < end) {
@@ -164,7 +167,7 @@ static void be_busy(soak_run& run)
 }
 
 // Asks until everything is known, or for too long.
-static void settle(soak_run& run)
+void settle(soak_run& run)
 {
     stop_acting(run.watch.conduct, tools_of(run), now_us());
     const us_time_t end = now_us() + LONGEST_SETTLING_US;
@@ -178,7 +181,7 @@ static void settle(soak_run& run)
     }
 }
 
-static void end_backend(soak_run& run)
+void end_backend(soak_run& run)
 {
     // The keyboard's signal ends the backend as well.
     if (run.backend.ended && interrupted == 0) note_fault(run.watch, "the backend ended by itself");
@@ -191,14 +194,14 @@ static void end_backend(soak_run& run)
 }
 
 // A run in which hardly anything happened proves nothing.
-static void judge_measuring(soak_run& run)
+void judge_measuring(soak_run& run)
 {
     if (run.watch.link.connections == 0)
         note_fault(run.watch, "the backend never reached the router");
     if (run.samples.empty()) note_fault(run.watch, "the memory could not be measured");
 }
 
-static bool write_files(const soak_run& run, const soak_result& result)
+bool write_files(const soak_run& run, const soak_result& result)
 {
     const std::filesystem::path folder = run.options.output_folder;
     std::ofstream json(folder / "soak.json");
@@ -208,7 +211,7 @@ static bool write_files(const soak_run& run, const soak_result& result)
     return json.flush() && plot.flush();
 }
 
-static int finish(soak_run& run)
+int finish(soak_run& run)
 {
     // The keyboard's signal ends the router as well.
     if (run.router_ended && interrupted == 0) note_fault(run.watch, "the simulated router ended");
@@ -221,7 +224,7 @@ static int finish(soak_run& run)
     return written && run.watch.fault_count == 0 ? 0 : 1;
 }
 
-static bool start(soak_run& run)
+bool start(soak_run& run)
 {
     const std::filesystem::path folder = run.options.output_folder;
     std::error_code error;
@@ -236,6 +239,7 @@ static bool start(soak_run& run)
                  std::strerror(failure));
     return false;
 }
+} // namespace
 
 int run_soak(const soak_options& options)
 {

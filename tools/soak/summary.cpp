@@ -5,15 +5,17 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-static process_cost last_cost(const soak_result& result)
+namespace {
+process_cost last_cost(const soak_result& result)
 {
     return result.samples.empty() ? process_cost{} : result.samples.back().cost;
 }
 
-static double milliseconds(us_time_t time)
+double milliseconds(us_time_t time)
 {
     return static_cast<double>(time) / 1000;
 }
+} // namespace
 
 std::string progress_line(const soak_result& result)
 {
@@ -29,13 +31,14 @@ std::string progress_line(const soak_result& result)
     return text.str();
 }
 
-static void add_count(std::ostream& text, const char* what, std::uint64_t count)
+namespace {
+void add_count(std::ostream& text, const char* what, std::uint64_t count)
 {
     text << "  " << std::left << std::setw(44) << what << count << "\n";
 }
 
-static void add_growth(std::ostream& text, const char* what,
-                       const std::vector<cost_sample>& samples, std::uint64_t process_cost::*count)
+void add_growth(std::ostream& text, const char* what, const std::vector<cost_sample>& samples,
+                std::uint64_t process_cost::*count)
 {
     const growth_figures figures = measure_growth(samples, count);
     text << "  " << what << "  " << sparkline(samples, count) << "  slope "
@@ -43,13 +46,14 @@ static void add_growth(std::ostream& text, const char* what,
          << " KiB\n";
 }
 
-static void add_table(std::ostream& text, const char* title,
-                      const std::map<std::string, std::uint64_t>& counts)
+void add_table(std::ostream& text, const char* title,
+               const std::map<std::string, std::uint64_t>& counts)
 {
     text << title << "\n";
     for (const auto& [what, count] : counts)
         text << "  " << std::right << std::setw(8) << count << "  " << what << "\n";
 }
+} // namespace
 
 std::string summary_text(const soak_result& result)
 {
@@ -82,12 +86,14 @@ std::string summary_text(const soak_result& result)
     return text.str();
 }
 
-static nlohmann::json growth_json(const std::vector<cost_sample>& samples,
-                                  std::uint64_t process_cost::*count)
+namespace {
+nlohmann::json growth_json(const std::vector<cost_sample>& samples,
+                           std::uint64_t process_cost::*count)
 {
     const growth_figures figures = measure_growth(samples, count);
     return {{"slope_kib_per_hour", figures.slope_per_hour}, {"growth_kib", figures.growth}};
 }
+} // namespace
 
 std::string summary_json(const soak_result& result)
 {

@@ -5,26 +5,28 @@
 #include <optional>
 #include <string_view>
 
+namespace {
 constexpr std::size_t FAULTS_TOLD = 50; // what follows is the same over and over
 
-static const std::set<std::string> LASTING_FAULTS = {"silence", "stop reading", "refuse",
-                                                     "ignore",  "burst",        "endless"};
+const std::set<std::string> LASTING_FAULTS = {"silence", "stop reading", "refuse",
+                                              "ignore",  "burst",        "endless"};
 
 // A report of wrong positions may still be on its way when the right names have come.
 constexpr us_time_t DOUBT_LASTS_US = 2'000'000;
 constexpr us_time_t LONGEST_PROMPT_WAIT_US = 1'000'000;
 
-static bool is_misled(const link_watch& link, us_time_t now)
+bool is_misled(const link_watch& link, us_time_t now)
 {
     return !link.up || !link.knows_inputs || !link.knows_outputs || link.misled == link.client ||
            now - link.learnt < DOUBT_LASTS_US;
 }
 
-static void learn(link_watch& link, bool& fact, bool holds, us_time_t now)
+void learn(link_watch& link, bool& fact, bool holds, us_time_t now)
 {
     if (holds && !fact) link.learnt = now;
     fact = holds;
 }
+} // namespace
 
 void note_fault(soak_watch& watch, const std::string& fault)
 {
@@ -33,8 +35,9 @@ void note_fault(soak_watch& watch, const std::string& fault)
     if (watch.faults.size() < FAULTS_TOLD) watch.faults.push_back(fault);
 }
 
+namespace {
 // A fault of a connection ends with it, at the latest; 0 stands for all connections.
-static void take_lasting(soak_watch& watch, const event_line& event)
+void take_lasting(soak_watch& watch, const event_line& event)
 {
     const int client = number_value(event, "client").value_or(0);
     const bool of_all = event.what == "refuse" || event.what == "ignore";
@@ -46,7 +49,7 @@ static void take_lasting(soak_watch& watch, const event_line& event)
         watch.lasting.insert({event.what, client});
 }
 
-static void take_disturbance(soak_watch& watch, const event_line& event, us_time_t now)
+void take_disturbance(soak_watch& watch, const event_line& event, us_time_t now)
 {
     note_disturbance(watch.routes, now);
     take_lasting(watch, event);
@@ -57,6 +60,7 @@ static void take_disturbance(soak_watch& watch, const event_line& event, us_time
         event.what != "cut") // which only takes time
         watch.link.misled = number_value(event, "client").value_or(watch.link.client);
 }
+} // namespace
 
 void take_event(soak_watch& watch, const event_line& event, us_time_t now)
 {
@@ -75,8 +79,9 @@ void take_event(soak_watch& watch, const event_line& event, us_time_t now)
     if (event.what != "start" && event.what != "delay") take_disturbance(watch, event, now);
 }
 
+namespace {
 // Takes the decimal number that the text begins with off its front.
-static std::optional<int> take_number(std::string_view& text)
+std::optional<int> take_number(std::string_view& text)
 {
     int number = 0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -85,21 +90,21 @@ static std::optional<int> take_number(std::string_view& text)
     return number;
 }
 
-static bool take_prefix(std::string_view& text, std::string_view prefix)
+bool take_prefix(std::string_view& text, std::string_view prefix)
 {
     if (!text.starts_with(prefix)) return false;
     text.remove_prefix(prefix.size());
     return true;
 }
 
-static std::optional<int> output_of(std::string_view name)
+std::optional<int> output_of(std::string_view name)
 {
     if (!take_prefix(name, "o")) return std::nullopt;
     const auto output = take_number(name);
     return name == ".input.all" ? output : std::nullopt;
 }
 
-static void take_reported_routes(soak_watch& watch, const ParentRecord& record, us_time_t now)
+void take_reported_routes(soak_watch& watch, const ParentRecord& record, us_time_t now)
 {
     std::map<int, int> routes;
     for (const auto& [name, value] : record.fields) {
@@ -115,14 +120,14 @@ static void take_reported_routes(soak_watch& watch, const ParentRecord& record, 
 }
 
 // Whether the record tells of as many sources, or destinations, as the router has.
-static bool tells_all(const soak_watch& watch, const ParentRecord& info, const char* what)
+bool tells_all(const soak_watch& watch, const ParentRecord& info, const char* what)
 {
     const auto found = info.fields.find(what);
     return found != info.fields.end() &&
            found->second == std::to_string(watch.routes.destinations.size());
 }
 
-static void take_info(soak_watch& watch, const ParentRecord& info, us_time_t now)
+void take_info(soak_watch& watch, const ParentRecord& info, us_time_t now)
 {
     link_watch& link = watch.link;
     learn(link, link.knows_inputs, tells_all(watch, info, "inputs"), now);
@@ -130,7 +135,7 @@ static void take_info(soak_watch& watch, const ParentRecord& info, us_time_t now
 }
 
 // Every report of names holds all of them.
-static void take_names(link_watch& link, const ParentRecord& record)
+void take_names(link_watch& link, const ParentRecord& record)
 {
     for (const auto& [name, value] : record.fields)
         if (name.ends_with(".name") && value.empty())
@@ -138,13 +143,13 @@ static void take_names(link_watch& link, const ParentRecord& record)
 }
 
 // Reports of names and of routes share their command; when there are no names, it is of names.
-static bool holds_routes(const soak_watch& watch, const ParentRecord& record)
+bool holds_routes(const soak_watch& watch, const ParentRecord& record)
 {
     return record.fields.empty() ? watch.link.knows_outputs
                                  : !record.fields.begin()->first.ends_with(".name");
 }
 
-static void take_message(soak_watch& watch, const ParentRecord& record, us_time_t now)
+void take_message(soak_watch& watch, const ParentRecord& record, us_time_t now)
 {
     if (record.command == "info") take_info(watch, record, now);
     if (record.command == "outputs" && holds_routes(watch, record))
@@ -152,6 +157,7 @@ static void take_message(soak_watch& watch, const ParentRecord& record, us_time_
     else
         take_names(watch.link, record);
 }
+} // namespace
 
 void take_record(soak_watch& watch, const ParentRecord& record, us_time_t now)
 {
@@ -163,13 +169,15 @@ void take_record(soak_watch& watch, const ParentRecord& record, us_time_t now)
     note_fault(watch, take_reply(watch.replies, record, now));
 }
 
-static void take_accepted_line(soak_watch& watch, std::string_view line, us_time_t now)
+namespace {
+void take_accepted_line(soak_watch& watch, std::string_view line, us_time_t now)
 {
     if (!take_prefix(line, "<DBG>Accepting route change output=")) return;
     const auto output = take_number(line);
     const auto input = take_prefix(line, " input=") ? take_number(line) : std::nullopt;
     if (output && input) take_accepted(watch.reports, *output, *input, now);
 }
+} // namespace
 
 void take_diagnostics(soak_watch& watch, const std::string& line, us_time_t now)
 {
@@ -185,13 +193,15 @@ void take_diagnostics(soak_watch& watch, const std::string& line, us_time_t now)
         learn(link, link.up, true, now);
 }
 
+namespace {
 // Reports then come long after what they report.
-static bool backend_is_behind(const reply_ledger& replies, us_time_t now)
+bool backend_is_behind(const reply_ledger& replies, us_time_t now)
 {
     return std::any_of(replies.open.begin(), replies.open.end(), [now](const auto& each) {
         return now - each.second.sent > LONGEST_PROMPT_WAIT_US;
     });
 }
+} // namespace
 
 void judge(soak_watch& watch, bool reading, us_time_t now)
 {
