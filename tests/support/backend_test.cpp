@@ -27,7 +27,8 @@ router_message received(std::string_view mnemonic, const std::vector<std::string
     return message;
 }
 
-static void close_if_open(int& descriptor)
+namespace {
+void close_if_open(int& descriptor)
 {
     if (descriptor >= 0) close(descriptor);
     descriptor = -1;
@@ -36,6 +37,7 @@ static void close_if_open(int& descriptor)
 // Diagnostics that a test may leave unread. Where they do not fit, the test fails: it would wait
 // for ever if writing them blocked.
 constexpr int DIAGNOSTICS_CAPACITY = 1 << 20;
+} // namespace
 
 void BackendTest::SetUp()
 {
@@ -119,7 +121,8 @@ void BackendTest::parent_closes_output()
     close_if_open(parent_output_end);
 }
 
-static std::string read_all(int descriptor)
+namespace {
+std::string read_all(int descriptor)
 {
     std::string bytes;
     char buffer[65536];
@@ -129,6 +132,7 @@ static std::string read_all(int descriptor)
         bytes.append(buffer, static_cast<std::size_t>(count));
     }
 }
+} // namespace
 
 std::string BackendTest::parent_hears()
 {

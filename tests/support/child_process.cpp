@@ -13,11 +13,13 @@
 #include <unistd.h>
 #include <utility>
 
-static int checked(int result)
+namespace {
+int checked(int result)
 {
     if (result < 0) throw std::system_error(errno, std::generic_category());
     return result;
 }
+} // namespace
 
 owned_descriptor::owned_descriptor(int descriptor) : number(descriptor)
 {
@@ -101,13 +103,15 @@ child_process::~child_process()
     waitpid(process, nullptr, 0);
 }
 
-static void set_default_signals(posix_spawnattr_t& attributes)
+namespace {
+void set_default_signals(posix_spawnattr_t& attributes)
 {
     sigset_t signals;
     sigfillset(&signals);
     posix_spawnattr_setsigdefault(&attributes, &signals);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
 }
+} // namespace
 
 void start_child(child_process& child, const std::vector<std::string>& words,
                  const std::array<int, 3>& descriptors)

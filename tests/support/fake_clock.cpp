@@ -8,10 +8,12 @@ us_time_t fake_now_us = FAKE_START_US;
 std::vector<recorded_wait> recorded_waits;
 std::function<void()> on_fake_wait;
 
-static std::multimap<us_time_t, std::function<void()>> scheduled_events;
+namespace {
+std::multimap<us_time_t, std::function<void()>> scheduled_events;
 
 // A backend that waits this often in one test is in an endless loop.
 constexpr std::size_t MAX_WAITS = 1'000'000;
+} // namespace
 
 void reset_fake_clock()
 {
@@ -26,8 +28,9 @@ void at_us(us_time_t time, std::function<void()> event)
     scheduled_events.emplace(time, std::move(event));
 }
 
+namespace {
 // Runs what is due at the counter's time. Returns whether anything was.
-static bool run_due_events()
+bool run_due_events()
 {
     bool any = false;
     while (!scheduled_events.empty() && scheduled_events.begin()->first <= fake_now_us) {
@@ -40,13 +43,14 @@ static bool run_due_events()
 }
 
 // Moves the counter to the next event, or to the end where none comes before it.
-static void step_towards(us_time_t end)
+void step_towards(us_time_t end)
 {
     const bool event_first = !scheduled_events.empty() && scheduled_events.begin()->first < end;
     fake_now_us = event_first ? std::max(fake_now_us, scheduled_events.begin()->first) : end;
     run_due_events();
     if (on_fake_wait) on_fake_wait();
 }
+} // namespace
 
 void advance_us(us_time_t interval)
 {
@@ -56,7 +60,8 @@ void advance_us(us_time_t interval)
         step_towards(end);
 }
 
-static std::set<int> members(const fd_set* set, int descriptor_count)
+namespace {
+std::set<int> members(const fd_set* set, int descriptor_count)
 {
     std::set<int> descriptors;
     for (int i = 0; set != nullptr && i < descriptor_count; ++i)
@@ -64,7 +69,7 @@ static std::set<int> members(const fd_set* set, int descriptor_count)
     return descriptors;
 }
 
-static void record(recorded_wait wait)
+void record(recorded_wait wait)
 {
     if (recorded_waits.size() == MAX_WAITS) {
         std::fprintf(stderr, "endless loop: %zu waits in one test\n", MAX_WAITS);
@@ -72,6 +77,7 @@ static void record(recorded_wait wait)
     }
     recorded_waits.push_back(std::move(wait));
 }
+} // namespace
 
 us_time_t now_us()
 {

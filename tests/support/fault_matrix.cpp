@@ -9,7 +9,6 @@ struct matrix_row {
     const char* keys; // of the scenario's step, beside its trigger
     std::map<phase, ending> endings;
 };
-
 } // namespace
 
 bool is_lost(ending end)
@@ -22,22 +21,23 @@ bool is_refused_at_first(const matrix_cell& cell)
     return cell.struck == phase::connecting && cell.end == ending::refused;
 }
 
-static constexpr phase CONNECTING = phase::connecting;
-static constexpr phase DISCOVERY = phase::discovery;
-static constexpr phase IDLE = phase::idle;
-static constexpr phase TRANSACTION = phase::transaction;
-static constexpr phase BURST = phase::burst;
-static constexpr phase QUERY = phase::query;
+namespace {
+constexpr phase CONNECTING = phase::connecting;
+constexpr phase DISCOVERY = phase::discovery;
+constexpr phase IDLE = phase::idle;
+constexpr phase TRANSACTION = phase::transaction;
+constexpr phase BURST = phase::burst;
+constexpr phase QUERY = phase::query;
 
 // A fault of the connection that ends in the same way whatever it strikes.
-static std::map<phase, ending> everywhere(ending end)
+std::map<phase, ending> everywhere(ending end)
 {
     return {{CONNECTING, end},  {DISCOVERY, end}, {IDLE, end},
             {TRANSACTION, end}, {BURST, end},     {QUERY, end}};
 }
 
 // A router that says nothing any more. Discovery is not broken off for it.
-static std::map<phase, ending> muteness()
+std::map<phase, ending> muteness()
 {
     return {{CONNECTING, ending::mute},  {DISCOVERY, ending::mute},
             {IDLE, ending::unanswered},  {TRANSACTION, ending::unanswered},
@@ -47,8 +47,8 @@ static std::map<phase, ending> muteness()
 // A reply is part of an exchange: there is none while connecting and none in an idle moment. A
 // burst and a query do not wait for their replies, and lose nothing but news that the next status
 // request brings.
-static std::map<phase, ending> of_reply(ending in_discovery, ending in_transaction,
-                                        ending elsewhere = ending::stays)
+std::map<phase, ending> of_reply(ending in_discovery, ending in_transaction,
+                                 ending elsewhere = ending::stays)
 {
     return {{DISCOVERY, in_discovery},
             {TRANSACTION, in_transaction},
@@ -57,7 +57,7 @@ static std::map<phase, ending> of_reply(ending in_discovery, ending in_transacti
 }
 
 // A reply that is not understood is one that has not come.
-static const std::vector<matrix_row>& reply_rows()
+const std::vector<matrix_row>& reply_rows()
 {
     using enum ending;
     static const std::vector<matrix_row> rows = {
@@ -90,7 +90,7 @@ static const std::vector<matrix_row>& reply_rows()
     return rows;
 }
 
-static const std::vector<matrix_row>& connection_rows()
+const std::vector<matrix_row>& connection_rows()
 {
     using enum ending;
     static const std::vector<matrix_row> rows = {
@@ -127,7 +127,7 @@ static const std::vector<matrix_row>& connection_rows()
     return rows;
 }
 
-static std::string phase_name(phase struck)
+std::string phase_name(phase struck)
 {
     switch (struck) {
     case phase::connecting:
@@ -145,6 +145,7 @@ static std::string phase_name(phase struck)
     }
     return "";
 }
+} // namespace
 
 std::vector<matrix_cell> all_cells()
 {
@@ -157,9 +158,10 @@ std::vector<matrix_cell> all_cells()
     return cells;
 }
 
+namespace {
 // When the backend is in the phase. Discovery asks for the eight routes first, so that the query's
 // are the next ones. The last of discovery's nine requests is struck: all have been sent then.
-static std::string trigger(const matrix_cell& cell)
+std::string trigger(const matrix_cell& cell)
 {
     const bool contradicts = cell.name.starts_with("Contradict");
     switch (cell.struck) {
@@ -180,6 +182,7 @@ static std::string trigger(const matrix_cell& cell)
     }
     return "";
 }
+} // namespace
 
 // Another operator takes and renames at the very moment.
 std::string scenario_of(const matrix_cell& cell)
@@ -210,27 +213,27 @@ bool tells_identity(const std::string& line)
            line.starts_with("<NOTE>Firmware: ");
 }
 
-static Lines operator+(Lines lines, const Lines& more)
+namespace {
+Lines operator+(Lines lines, const Lines& more)
 {
     lines.insert(lines.end(), more.begin(), more.end());
     return lines;
 }
 
-static const std::string CLOSED = "<NOTE>Connection to router closed";
-static const std::string DROPPED = "<NOTE>Connection suddenly dropped";
-static const std::string RESET = "<NOTE>Connection problem, Connection reset by peer";
-static const std::string BROKEN = "<NOTE>Connection problem, Broken pipe";
-static const std::string UNABLE = "<ERR>Unable to send message";
-static const std::string UNANSWERED = "<ERR>Timeout receiving message";
-static const Lines CONNECTED = {"<NOTE>Trying to connect to router...",
-                                "<NOTE>Connection sucessful."};
-static const Lines REFUSED = {"<NOTE>Trying to connect to router...",
-                              "<ERR>Connection failed, Connection refused", CLOSED};
-static const Lines RAMBLING = {"<WARN>Over-long rambling response from router switcher",
-                               "Discarding unexpected byte 04"};
+const std::string CLOSED = "<NOTE>Connection to router closed";
+const std::string DROPPED = "<NOTE>Connection suddenly dropped";
+const std::string RESET = "<NOTE>Connection problem, Connection reset by peer";
+const std::string BROKEN = "<NOTE>Connection problem, Broken pipe";
+const std::string UNABLE = "<ERR>Unable to send message";
+const std::string UNANSWERED = "<ERR>Timeout receiving message";
+const Lines CONNECTED = {"<NOTE>Trying to connect to router...", "<NOTE>Connection sucessful."};
+const Lines REFUSED = {"<NOTE>Trying to connect to router...",
+                       "<ERR>Connection failed, Connection refused", CLOSED};
+const Lines RAMBLING = {"<WARN>Over-long rambling response from router switcher",
+                        "Discarding unexpected byte 04"};
 
 // Sources and levels are answered before the destinations are asked for.
-static std::string unfinished(phase struck)
+std::string unfinished(phase struck)
 {
     return struck == phase::connecting ? "<ERR>Timeout during query (d=0 s=0 l=0)"
                                        : "<ERR>Timeout during query (d=0 s=1 l=1)";
@@ -238,7 +241,7 @@ static std::string unfinished(phase struck)
 
 // A burst or a query may begin while a status request waits, which then goes on: it waits for its
 // reply, or cannot send what is left of its cycle.
-static bool may_be_in_a_cycle(phase struck)
+bool may_be_in_a_cycle(phase struck)
 {
     return struck == phase::burst || struck == phase::query;
 }
@@ -246,7 +249,7 @@ static bool may_be_in_a_cycle(phase struck)
 // The loss is seen by a read, or by a write when that comes first, which is a matter of moments.
 // While connecting it may come before, between and behind the requests of discovery; a discovery
 // that has sent them all waits for its answers to the end.
-static std::vector<Lines> losses(phase struck, const std::vector<std::string>& causes)
+std::vector<Lines> losses(phase struck, const std::vector<std::string>& causes)
 {
     std::vector<Lines> all;
     for (const std::string& cause : causes) {
@@ -265,7 +268,7 @@ static std::vector<Lines> losses(phase struck, const std::vector<std::string>& c
 }
 
 // What is logged behind the first connection's two lines, up to the next connection if it is lost.
-static std::vector<Lines> accepted_ends(const matrix_cell& cell)
+std::vector<Lines> accepted_ends(const matrix_cell& cell)
 {
     const bool writes = cell.struck != phase::idle && cell.struck != phase::transaction &&
                         cell.struck != phase::discovery;
@@ -294,6 +297,7 @@ static std::vector<Lines> accepted_ends(const matrix_cell& cell)
     }
     return {};
 }
+} // namespace
 
 std::vector<Lines> accepted_diagnostics(const matrix_cell& cell)
 {

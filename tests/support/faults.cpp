@@ -27,9 +27,11 @@ using call_key = std::pair<SystemCall, int>;
 
 std::function<int(int, const sockaddr_in&)> on_connect;
 
+namespace {
 // Never destroyed: coverage counters are written, by these very calls, after the last destructor.
-static auto& forced_results = *new std::map<call_key, std::deque<forced_result>>;
-static auto& statistics = *new std::map<call_key, call_statistics>;
+auto& forced_results = *new std::map<call_key, std::deque<forced_result>>;
+auto& statistics = *new std::map<call_key, call_statistics>;
+} // namespace
 
 void force_result(SystemCall call, int descriptor, ssize_t result, int error_number)
 {
@@ -58,8 +60,9 @@ void reset_faults()
     on_connect = nullptr;
 }
 
+namespace {
 // Counts the call and takes what is forced on it. Returns whether the call must not be made.
-static bool intercept(SystemCall call, int descriptor, std::size_t& length, ssize_t& result)
+bool intercept(SystemCall call, int descriptor, std::size_t& length, ssize_t& result)
 {
     call_statistics& counted = statistics[{call, descriptor}];
     ++counted.count;
@@ -81,13 +84,14 @@ static bool intercept(SystemCall call, int descriptor, std::size_t& length, ssiz
 }
 
 template <typename Real, typename... Arguments>
-static int intercept_plain(SystemCall call, int descriptor, Real real, Arguments... arguments)
+int intercept_plain(SystemCall call, int descriptor, Real real, Arguments... arguments)
 {
     std::size_t length = 0;
     ssize_t result = 0;
     if (intercept(call, descriptor, length, result)) return static_cast<int>(result);
     return real(arguments...);
 }
+} // namespace
 
 // The linker sends the calls of the whole program here (--wrap).
 extern "C" {

@@ -6,17 +6,19 @@
 
 using std::chrono::steady_clock;
 
+namespace {
 // Far beyond what any step takes; only a failure lasts that long.
-static constexpr auto patience = std::chrono::seconds(60);
+constexpr auto patience = std::chrono::seconds(60);
 // Between two looks at what shows itself without an event at a descriptor.
-static constexpr int look_again_ms = 20;
+constexpr int look_again_ms = 20;
 
-static std::string text_of(const ParentRecord& record)
+std::string text_of(const ParentRecord& record)
 {
     std::string text;
     encode_record(record, text);
     return text;
 }
+} // namespace
 
 void ProcessTest::TearDown()
 {
@@ -122,15 +124,16 @@ void ProcessTest::take(parent_link& link, int output, int input)
                          "\n\n*COMMAND=route output\n*TYPE=command\nqueue=flush\n\n");
 }
 
+namespace {
 // Whether the line stands at or after the position, which then moves behind it, otherwise to the
 // end.
-static bool find_line(const std::deque<std::string>& lines, std::size_t& position,
-                      const std::string& line)
+bool find_line(const std::deque<std::string>& lines, std::size_t& position, const std::string& line)
 {
     while (position < lines.size())
         if (lines[position++] == line) return true;
     return false;
 }
+} // namespace
 
 bool ProcessTest::logs(const std::string& line)
 {
@@ -158,7 +161,8 @@ std::string ProcessTest::last_line() const
     return backend.diagnostics.empty() ? "" : backend.diagnostics.back();
 }
 
-static long status_figure(pid_t process, const std::string& name)
+namespace {
+long status_figure(pid_t process, const std::string& name)
 {
     std::ifstream status("/proc/" + std::to_string(process) + "/status");
     for (std::string word; status >> word;) {
@@ -167,6 +171,7 @@ static long status_figure(pid_t process, const std::string& name)
     }
     return -1;
 }
+} // namespace
 
 long voluntary_switches(pid_t process)
 {

@@ -10,17 +10,19 @@
 
 #include "support/frames.h"
 
-static int checked(int result)
+namespace {
+int checked(int result)
 {
     if (result < 0) throw std::system_error(errno, std::generic_category());
     return result;
 }
 
-static void close_if_open(int& descriptor)
+void close_if_open(int& descriptor)
 {
     if (descriptor >= 0) close(descriptor);
     descriptor = -1;
 }
+} // namespace
 
 tcp_router::~tcp_router()
 {
@@ -28,11 +30,13 @@ tcp_router::~tcp_router()
     close_if_open(listener);
 }
 
-static std::string name_answer(const char* kind, std::vector<std::string> entries)
+namespace {
+std::string name_answer(const char* kind, std::vector<std::string> entries)
 {
     entries.insert(entries.begin(), kind);
     return frame(body("NQ", entries));
 }
+} // namespace
 
 std::map<std::string, std::string> healthy_answers()
 {
@@ -52,12 +56,13 @@ std::map<std::string, std::string> healthy_answers()
     };
 }
 
-static sockaddr* generic(sockaddr_in& address)
+namespace {
+sockaddr* generic(sockaddr_in& address)
 {
     return reinterpret_cast<sockaddr*>(&address); // the socket interface's own cast
 }
 
-static sockaddr_in loopback(std::uint16_t port)
+sockaddr_in loopback(std::uint16_t port)
 {
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -65,6 +70,7 @@ static sockaddr_in loopback(std::uint16_t port)
     address.sin_port = htons(port);
     return address;
 }
+} // namespace
 
 void reserve_port(tcp_router& router)
 {
@@ -105,11 +111,13 @@ void close_client(tcp_router& router)
     shutdown(router.client, SHUT_WR);
 }
 
-static void forget_client(tcp_router& router)
+namespace {
+void forget_client(tcp_router& router)
 {
     close_if_open(router.client);
     router.unread.clear();
 }
+} // namespace
 
 void reset_client(tcp_router& router)
 {
@@ -129,13 +137,14 @@ void add_poll_descriptors(const tcp_router& router, std::vector<pollfd>& descrip
     if (router.client >= 0 && router.reads) descriptors.push_back({router.client, POLLIN, 0});
 }
 
-static void accept_client(tcp_router& router)
+namespace {
+void accept_client(tcp_router& router)
 {
     router.client = accept4(router.listener, nullptr, nullptr, SOCK_CLOEXEC);
     if (router.client >= 0) ++router.connections;
 }
 
-static void take_requests(tcp_router& router)
+void take_requests(tcp_router& router)
 {
     for (std::size_t end = 0; (end = router.unread.find('\x04')) != std::string::npos;) {
         const std::string request = readable_request(router.unread.substr(0, end + 1));
@@ -146,7 +155,7 @@ static void take_requests(tcp_router& router)
     }
 }
 
-static void receive_requests(tcp_router& router)
+void receive_requests(tcp_router& router)
 {
     char bytes[4096];
     const ssize_t count = recv(router.client, bytes, sizeof bytes, MSG_DONTWAIT);
@@ -158,6 +167,7 @@ static void receive_requests(tcp_router& router)
         ++router.endings;
     }
 }
+} // namespace
 
 void serve_router(tcp_router& router)
 {
