@@ -89,8 +89,9 @@ TEST_F(Configuration, FileWithoutReadPermissionIsRefused)
     EXPECT_THAT(backend.diagnostics, ElementsAre("<ERR>Failure to read configuration"));
 }
 
+namespace {
 // Whether the process waits for a lock that another one holds: "1: -> FLOCK ADVISORY WRITE 77 ...".
-static bool waits_for_lock(pid_t process)
+bool waits_for_lock(pid_t process)
 {
     std::ifstream locks("/proc/locks");
     for (std::string line; std::getline(locks, line);)
@@ -99,6 +100,7 @@ static bool waits_for_lock(pid_t process)
             return true;
     return false;
 }
+} // namespace
 
 TEST_F(Configuration, WaitsWhileAnotherProcessHoldsTheLock)
 {

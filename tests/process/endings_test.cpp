@@ -8,10 +8,10 @@
 
 using testing::ElementsAreArray;
 
-// A status request is finished first, which takes 13 s at most; as much again for a slow machine.
-static constexpr auto longest_ending = std::chrono::seconds(26);
-
 namespace {
+// A status request is finished first, which takes 13 s at most; as much again for a slow machine.
+constexpr auto longest_ending = std::chrono::seconds(26);
+
 enum class phase {
     without_router,
     connecting,
@@ -155,9 +155,8 @@ class Endings : public ProcessTest, public testing::WithParamInterface<phase_and
         return lines;
     }
 };
-} // namespace
 
-static std::string name_of(const testing::TestParamInfo<phase_and_ending>& info)
+std::string name_of(const testing::TestParamInfo<phase_and_ending>& info)
 {
     static const char* const phases[] = {"WithoutRouter", "Connecting",    "InDiscovery", "Idle",
                                          "InTransaction", "InOutputQuery", "InBurst"};
@@ -166,6 +165,7 @@ static std::string name_of(const testing::TestParamInfo<phase_and_ending>& info)
     return std::string(endings[static_cast<int>(std::get<ending>(info.param))]) +
            phases[static_cast<int>(std::get<phase>(info.param))];
 }
+} // namespace
 
 INSTANTIATE_TEST_SUITE_P(
     Each, Endings,

@@ -136,10 +136,12 @@ long FaultMatrix::status_requests() const
                          [](const auto& line) { return line.ends_with(" > QD"); });
 }
 
-static bool sends_routes(const matrix_cell& cell)
+namespace {
+bool sends_routes(const matrix_cell& cell)
 {
     return fault_of(cell) == "burst" || cell.struck == phase::burst || cell.struck == phase::query;
 }
+} // namespace
 
 // A routing status that comes unasked, or late, can stand in for the reply to a status request,
 // whose news is then lost: the router takes it for told. The operator has to repeat it.

@@ -37,9 +37,8 @@ class ParentFlood : public ProcessTest {
         return reply;
     }
 };
-} // namespace
 
-static ParentRecord dance()
+ParentRecord dance()
 {
     ParentRecord command;
     command.command = "dance";
@@ -48,20 +47,21 @@ static ParentRecord dance()
     return command;
 }
 
-static std::vector<int> numbers_from_0(int count)
+std::vector<int> numbers_from_0(int count)
 {
     std::vector<int> numbers(static_cast<std::size_t>(count));
     std::iota(numbers.begin(), numbers.end(), 0);
     return numbers;
 }
 
-static std::string with_ids(const std::string& lines, int count)
+std::string with_ids(const std::string& lines, int count)
 {
     std::string text;
     for (int id = 0; id < count; ++id)
         text += lines + "\n*ID=" + std::to_string(id) + "\n\n";
     return text;
 }
+} // namespace
 
 TEST_F(ParentFlood, BurstOf50000CommandsIsAnsweredInOrder)
 {

@@ -13,10 +13,12 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
+namespace {
 // Far beyond what any step takes; only a failure lasts that long.
-static constexpr auto patience = 60s;
+constexpr auto patience = 60s;
 // For a wait that must end at once: the test's own time limit is reached first.
-static constexpr auto for_ever = 24h;
+constexpr auto for_ever = 24h;
+} // namespace
 
 class ParentLink : public testing::Test {
   protected:
@@ -49,7 +51,8 @@ class ParentLink : public testing::Test {
     }
 };
 
-static ParentRecord request(const std::string& command, const std::string& id)
+namespace {
+ParentRecord request(const std::string& command, const std::string& id)
 {
     ParentRecord record;
     record.type = "command";
@@ -58,12 +61,13 @@ static ParentRecord request(const std::string& command, const std::string& id)
     return record;
 }
 
-static std::string text(const ParentRecord& record)
+std::string text(const ParentRecord& record)
 {
     std::string result;
     encode_record(record, result);
     return result;
 }
+} // namespace
 
 TEST_F(ParentLink, HandsOutInfoRecordOnStart)
 {

@@ -19,13 +19,13 @@ class Parent : public ProcessTest {
         });
     }
 };
-} // namespace
 
-static const std::string info_of_four_inputs =
+const std::string info_of_four_inputs =
     "*COMMAND=info\n*TYPE=message\ncompany=Grass Valley\n"
     "copyright=Copyright (C) 2026 the routing switcher backend's authors\nfirmware version=\n"
     "inputs=4\nmodel=\noutput routing controls=all\noutputs=3\n"
     "product=Grass Valley Native Protocol switcher or compatible\n\n";
+} // namespace
 
 TEST_F(Parent, HearsInfoFirst)
 {

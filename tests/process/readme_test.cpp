@@ -4,10 +4,9 @@
 
 namespace {
 class Readme : public ProcessTest {};
-} // namespace
 
 // The fenced block of this language.
-static std::string code_of(const std::string& document, const std::string& language)
+std::string code_of(const std::string& document, const std::string& language)
 {
     std::ifstream file(document);
     std::string code;
@@ -19,6 +18,7 @@ static std::string code_of(const std::string& document, const std::string& langu
     }
     return code;
 }
+} // namespace
 
 TEST_F(Readme, ParentRoutes)
 {
