@@ -23,14 +23,15 @@
 #include "router_model/state.h"
 #include "support/backend_state.h"
 
+namespace {
 // From the worst state: a silent link is noticed, closed and opened again, and a whole discovery
 // and a status cycle run out before.
 constexpr us_time_t LONGEST_RECOVERY_US = 60'000'000;
 
-static std::optional<std::string> previous_input;
-static std::string previous_session;
+std::optional<std::string> previous_input;
+std::string previous_session;
 
-static void start_session(const std::uint8_t* data, std::size_t size)
+void start_session(const std::uint8_t* data, std::size_t size)
 {
     world.play = play_program;
     world.router_hears = played_router_hears;
@@ -42,7 +43,7 @@ static void start_session(const std::uint8_t* data, std::size_t size)
 }
 
 // Returns whether the loop goes on.
-static bool pass()
+bool pass()
 {
     const bool goes_on = main_loop_pass();
     check_state();
@@ -51,7 +52,7 @@ static bool pass()
     return goes_on;
 }
 
-static bool play_to_the_end()
+bool play_to_the_end()
 {
     while (!program_is_over())
         if (!pass()) return false;
@@ -59,14 +60,14 @@ static bool play_to_the_end()
 }
 
 // A parent's fault ends the loop only when the loop itself meets it; others pass unnoticed.
-static void run_to_its_end()
+void run_to_its_end()
 {
     const us_time_t latest = world.now + 2 * LONGEST_RECOVERY_US;
     while (world.now < latest && pass()) {
     }
 }
 
-static void recover()
+void recover()
 {
     for (played_side* side : {&world.parent, &world.router}) {
         side->input.errors.clear();
@@ -83,14 +84,14 @@ static void recover()
     set_router_size(4, 4, 1);
 }
 
-static bool router_is_known()
+bool router_is_known()
 {
     return router_link_is_up() && !discovery_needed && input_index_base == 1 &&
            output_index_base == 1 && number_of_inputs == 4 && number_of_outputs == 4;
 }
 
 // Everything said has been heard on both sides, and the router is known as it is.
-static bool is_at_rest()
+bool is_at_rest()
 {
     return router_is_known() && router.flags == 0 && world.parent.input.bytes.empty() &&
            !record_complete && !parent_output_pending() && accepted_route_changes.empty();
@@ -98,7 +99,7 @@ static bool is_at_rest()
 
 // An answer that was late may have been taken for the names, which the router then believes read:
 // only when it announces them again are they asked for again.
-static void run_until_rest()
+void run_until_rest()
 {
     const us_time_t latest = world.now + LONGEST_RECOVERY_US;
     do {
@@ -109,7 +110,7 @@ static void run_until_rest()
 }
 
 // The first record ends whatever the parent has said in part.
-static void restore_settings()
+void restore_settings()
 {
     parent_sends("\nrest=\n\n");
     for (const char* setting :
@@ -117,7 +118,7 @@ static void restore_settings()
         parent_commands(std::string("*COMMAND=set\n*TYPE=message\nname=") + setting);
 }
 
-static void take_a_route()
+void take_a_route()
 {
     const us_time_t latest = world.now + LONGEST_RECOVERY_US;
     const std::size_t heard_before = world.parent.output.bytes.size();
@@ -132,7 +133,7 @@ static void take_a_route()
     require(router.routes[2] == 3, "the router has taken the route");
 }
 
-static std::string whole_session()
+std::string whole_session()
 {
     std::string session = world.parent.output.bytes;
     for (const std::string& bytes : world.earlier_output)
@@ -143,7 +144,7 @@ static std::string whole_session()
     return session;
 }
 
-static void check_repetition(const std::uint8_t* data, std::size_t size)
+void check_repetition(const std::uint8_t* data, std::size_t size)
 {
     const std::string input(input_of(data, size).rest);
     const std::string session = whole_session();
@@ -155,7 +156,7 @@ static void check_repetition(const std::uint8_t* data, std::size_t size)
 
 // Frees what it can: after an input that leaves more behind than there was before, the fuzzer looks
 // for leaks, which takes its time.
-static void forget_session()
+void forget_session()
 {
     reset_backend_state();
     world = {};
@@ -164,7 +165,7 @@ static void forget_session()
     logged_lines = {};
 }
 
-static void end_session()
+void end_session()
 {
     world.failing_closes = 0;
     quit_requested = true;
@@ -174,6 +175,7 @@ static void end_session()
     check_state();
     require(world.open_sockets.empty(), "no socket is left behind");
 }
+} // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {

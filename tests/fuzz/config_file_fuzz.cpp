@@ -15,11 +15,12 @@
 #include "router_model/state.h"
 #include "support/backend_state.h"
 
+namespace {
 constexpr std::size_t LONGEST_LINE = 4095;
 
-static int file_descriptor = -1; // the file, in memory alone
+int file_descriptor = -1; // the file, in memory alone
 
-static std::string path_of_file(std::string_view text)
+std::string path_of_file(std::string_view text)
 {
     require(ftruncate(file_descriptor, 0) == 0 && pwrite(file_descriptor, text.data(), text.size(),
                                                          0) == static_cast<ssize_t>(text.size()),
@@ -27,7 +28,7 @@ static std::string path_of_file(std::string_view text)
     return "/proc/self/fd/" + std::to_string(file_descriptor);
 }
 
-static void read_line_into(ConfigMap& config, const std::string& line)
+void read_line_into(ConfigMap& config, const std::string& line)
 {
     const std::size_t equals = line.find('=');
     if (line.starts_with("#") || equals == std::string::npos) return;
@@ -41,7 +42,7 @@ static void read_line_into(ConfigMap& config, const std::string& line)
     all = all.empty() ? value : all + "\n" + value;
 }
 
-static ConfigMap modelled(std::string_view text)
+ConfigMap modelled(std::string_view text)
 {
     ConfigMap config = {{"inputs", ""}, {"outputs", ""}};
     while (!text.empty()) {
@@ -55,7 +56,7 @@ static ConfigMap modelled(std::string_view text)
 }
 
 // The decimal number at the start of the text, within 64 bits, cut to 32.
-static std::int32_t modelled_number(const std::string& text)
+std::int32_t modelled_number(const std::string& text)
 {
     std::size_t i = 0;
     while (i < text.size() && std::isspace(static_cast<unsigned char>(text[i])) != 0)
@@ -71,20 +72,20 @@ static std::int32_t modelled_number(const std::string& text)
     return static_cast<std::int32_t>(value);
 }
 
-static std::string setting(const ConfigMap& config, const char* name)
+std::string setting(const ConfigMap& config, const char* name)
 {
     const auto found = config.find(name);
     return found == config.end() ? "" : found->second;
 }
 
-static void apply_all(const ConfigMap& config)
+void apply_all(const ConfigMap& config)
 {
     io_counts_changed = disconnect_requested = false;
     for (const auto& [name, value] : config)
         apply_setting(name, value);
 }
 
-static void check_settings(const ConfigMap& config)
+void check_settings(const ConfigMap& config)
 {
     reset_backend_state();
     apply_all(config);
@@ -109,6 +110,7 @@ static void check_settings(const ConfigMap& config)
     require(number_of_inputs == effective(inputs), "inputs are capped");
     require(number_of_outputs == effective(outputs), "outputs are capped");
 }
+} // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {

@@ -9,7 +9,8 @@
 #include "fuzz/property.h"
 #include "fuzz/record_model.h"
 
-static ParentRecord decoded(const std::vector<std::string>& lines)
+namespace {
+ParentRecord decoded(const std::vector<std::string>& lines)
 {
     ParentRecord record;
     for (const std::string& line : lines)
@@ -17,7 +18,7 @@ static ParentRecord decoded(const std::vector<std::string>& lines)
     return record;
 }
 
-static std::string encoded(const ParentRecord& record)
+std::string encoded(const ParentRecord& record)
 {
     std::string text = "written before";
     encode_record(record, text);
@@ -26,7 +27,7 @@ static std::string encoded(const ParentRecord& record)
     return text.substr(14);
 }
 
-static void check_decoder(std::string_view text)
+void check_decoder(std::string_view text)
 {
     const std::vector<std::string> lines = lines_of(text);
     const ParentRecord record = decoded(lines);
@@ -37,26 +38,26 @@ static void check_decoder(std::string_view text)
 }
 
 // Names without what ends them, and values without what ends a line's text.
-static std::string take_name(fuzz_input& input)
+std::string take_name(fuzz_input& input)
 {
     std::string name = "n" + take_text(input);
     std::erase_if(name, [](char byte) { return byte == '=' || byte == '\n' || byte == '\0'; });
     return name;
 }
 
-static std::string take_value(fuzz_input& input)
+std::string take_value(fuzz_input& input)
 {
     std::string value = take_text(input);
     std::erase(value, '\0');
     return value;
 }
 
-static void drop_leading_newlines(std::string& value)
+void drop_leading_newlines(std::string& value)
 {
     value.erase(0, std::min(value.find_first_not_of('\n'), value.size()));
 }
 
-static void check_encoder(fuzz_input& input)
+void check_encoder(fuzz_input& input)
 {
     ParentRecord record;
     record.command = take_value(input);
@@ -77,6 +78,7 @@ static void check_encoder(fuzz_input& input)
         drop_leading_newlines(value);
     require(same_record(decoded(lines_of(written)), record), "what was built survives encoding");
 }
+} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

@@ -4,17 +4,18 @@
 #include <cstdio>
 #include <optional>
 
+namespace {
 constexpr std::size_t LONGEST_FRAME = 4096;
 constexpr std::string_view HEX_DIGITS = "0123456789ABCDEFabcdef";
 
-static std::string hex_byte(unsigned value)
+std::string hex_byte(unsigned value)
 {
     char text[3];
     std::snprintf(text, sizeof text, "%02x", value & 0xFF);
     return text;
 }
 
-static unsigned digit_or_zero(char digit)
+unsigned digit_or_zero(char digit)
 {
     return HEX_DIGITS.find(digit) == std::string_view::npos
                ? 0
@@ -22,14 +23,14 @@ static unsigned digit_or_zero(char digit)
 }
 
 // Only the last eight of the leading digits fit.
-static std::int32_t error_code(const std::string& text)
+std::int32_t error_code(const std::string& text)
 {
     std::string digits = text.substr(0, text.find_first_not_of(HEX_DIGITS));
     if (digits.size() > 8) digits.erase(0, digits.size() - 8);
     return digits.empty() ? 0 : static_cast<std::int32_t>(std::stoul(digits, nullptr, 16));
 }
 
-static std::vector<std::string> parameters_in(const std::string& body)
+std::vector<std::string> parameters_in(const std::string& body)
 {
     std::vector<std::string> parameters;
     std::size_t tab = body.size() < 4 ? std::string::npos : body.find('\t', 4);
@@ -42,7 +43,7 @@ static std::vector<std::string> parameters_in(const std::string& body)
     return parameters;
 }
 
-static void judge_error_reply(router_message& message)
+void judge_error_reply(router_message& message)
 {
     if (message.request != std::array<char, 3>{'E', 'R', '\0'}) return;
     message.nakerr = message.parameters.empty() ? -1 : error_code(message.parameters[0]);
@@ -50,7 +51,7 @@ static void judge_error_reply(router_message& message)
     message.ok = !message.err;
 }
 
-static std::optional<router_message> plain_message(parser_model& model)
+std::optional<router_message> plain_message(parser_model& model)
 {
     const std::string& raw = model.raw;
     model.log.push_back("<DBG>Router: MSG " + raw + "\n");
@@ -80,7 +81,7 @@ static std::optional<router_message> plain_message(parser_model& model)
     return message;
 }
 
-static std::optional<router_message> finished_message(parser_model& model)
+std::optional<router_message> finished_message(parser_model& model)
 {
     if (model.start == SOH) return plain_message(model);
     router_message message;
@@ -96,14 +97,14 @@ static std::optional<router_message> finished_message(parser_model& model)
     return message;
 }
 
-static void forget_frame(parser_model& model)
+void forget_frame(parser_model& model)
 {
     model.start = 0;
     model.raw.clear();
     model.skipping = false;
 }
 
-static void end_frame(parser_model& model, us_time_t now)
+void end_frame(parser_model& model, us_time_t now)
 {
     if (!model.skipping) {
         if (const auto message = finished_message(model)) model.messages.push_back(*message);
@@ -112,7 +113,7 @@ static void end_frame(parser_model& model, us_time_t now)
     forget_frame(model);
 }
 
-static void start_frame(parser_model& model, char byte, us_time_t now)
+void start_frame(parser_model& model, char byte, us_time_t now)
 {
     if (byte != SOH && byte != ACK && byte != NAK) {
         model.log.push_back("Discarding unexpected byte " +
@@ -122,6 +123,7 @@ static void start_frame(parser_model& model, char byte, us_time_t now)
     model.start = byte;
     if (byte == ACK) end_frame(model, now);
 }
+} // namespace
 
 void read_into_model(parser_model& model, std::string_view bytes, us_time_t now)
 {

@@ -9,26 +9,29 @@
 #include "fuzz/property.h"
 #include "support/frames.h"
 
+namespace {
 constexpr unsigned SOURCE_NAMES_CHANGED = 0x10;
 constexpr unsigned DESTINATION_NAMES_CHANGED = 0x04;
+} // namespace
 
 using words = std::vector<std::string>;
 
 played_router router;
 
-static unsigned position_of(const std::string& index)
+namespace {
+unsigned position_of(const std::string& index)
 {
     return static_cast<unsigned>(std::strtoul(index.c_str(), nullptr, 16)) - router.base;
 }
 
-static std::string message(const char* mnemonic, const words& parameters, bool is_last = true)
+std::string message(const char* mnemonic, const words& parameters, bool is_last = true)
 {
     return frame(body(mnemonic, parameters, is_last ? '0' : '1'));
 }
 
 // The names of so many entries, in as many messages as it takes.
-static std::string name_answer(const std::string& kind, unsigned count, const std::string& name,
-                               bool with_attribute)
+std::string name_answer(const std::string& kind, unsigned count, const std::string& name,
+                        bool with_attribute)
 {
     std::string answer;
     unsigned next = 0;
@@ -47,7 +50,7 @@ static std::string name_answer(const std::string& kind, unsigned count, const st
     return answer;
 }
 
-static std::string names_answer(const std::string& kind)
+std::string names_answer(const std::string& kind)
 {
     const auto destinations = static_cast<unsigned>(router.routes.size());
     if (kind == "L") return name_answer("L", router.levels, "LEVEL ", false);
@@ -55,7 +58,7 @@ static std::string names_answer(const std::string& kind)
     return name_answer("D", destinations, "MON ", true);
 }
 
-static std::string changes_answer()
+std::string changes_answer()
 {
     std::string answer;
     for (unsigned i = 0; i < router.changed.size(); ++i) {
@@ -68,7 +71,7 @@ static std::string changes_answer()
     return answer.empty() ? message("ER", {"00", "QD"}) : answer;
 }
 
-static std::string route_answer(const std::string& index)
+std::string route_answer(const std::string& index)
 {
     const unsigned destination = position_of(index);
     if (destination >= router.routes.size()) return message("ER", {"03", "QI"});
@@ -76,7 +79,7 @@ static std::string route_answer(const std::string& index)
                    {index, "0", "N", "N", upper_hex(router.routes[destination] + router.base)});
 }
 
-static std::string link_answer(const words& request)
+std::string link_answer(const words& request)
 {
     const std::string subject = request.size() > 1 ? request[1] : "";
     if (subject == "N") return message("KB", {"N", "Model 3"});
@@ -87,7 +90,7 @@ static std::string link_answer(const words& request)
     return message("ER", {"00", "BK"});
 }
 
-static std::string answer_to(const words& request)
+std::string answer_to(const words& request)
 {
     if (request[0] == "BK") return link_answer(request);
     if (request[0] == "QN" && request.size() == 2) return names_answer(request[1]);
@@ -98,7 +101,7 @@ static std::string answer_to(const words& request)
     return message("ER", {"00", "TI"});
 }
 
-static void take_request(const std::string& framed)
+void take_request(const std::string& framed)
 {
     const std::string text = readable_request(framed);
     require(text != "bad frame", "requests are well-formed frames");
@@ -111,13 +114,14 @@ static void take_request(const std::string& framed)
     if (router.answers) router.on_its_way.emplace_back(world.now + router.delay, answer);
 }
 
-static void forget_earlier_connection()
+void forget_earlier_connection()
 {
     if (router.connection == world.sockets_made) return;
     router.connection = world.sockets_made;
     router.heard.clear();
     router.on_its_way.clear();
 }
+} // namespace
 
 void played_router_hears(const std::string& bytes)
 {

@@ -9,19 +9,23 @@
 #include "fuzz/property.h"
 #include "parent/channel.h"
 
+namespace {
 // Sockets have numbers far from those of the fuzzer's own files.
 constexpr int FIRST_SOCKET = 60;
 constexpr int SOCKET_NUMBERS = 10;
 
 // No wait for the router keeps the parent waiting longer than discovery's stale input does.
 constexpr us_time_t LONGEST_STALL_US = 7'000'000;
+} // namespace
 
 played_world world;
 
-static bool is_played_socket(int descriptor)
+namespace {
+bool is_played_socket(int descriptor)
 {
     return world.open_sockets.contains(descriptor);
 }
+} // namespace
 
 void parent_sends(const std::string& bytes)
 {
@@ -46,11 +50,13 @@ us_time_t now_us()
     return world.now;
 }
 
-static void step_towards(us_time_t end)
+namespace {
+void step_towards(us_time_t end)
 {
     world.now = world.next_event > world.now ? std::min(world.next_event, end) : end;
     world.play();
 }
+} // namespace
 
 void pause_us(unsigned interval_us)
 {
@@ -60,7 +66,8 @@ void pause_us(unsigned interval_us)
         step_towards(end);
 }
 
-static bool readable_now(int descriptor)
+namespace {
+bool readable_now(int descriptor)
 {
     const bool is_parent = descriptor == STDIN_FILENO;
     if (!is_parent && !is_played_socket(descriptor)) return false;
@@ -68,12 +75,12 @@ static bool readable_now(int descriptor)
     return !input.bytes.empty() || input.ended || !input.errors.empty();
 }
 
-static bool writable_now(int descriptor)
+bool writable_now(int descriptor)
 {
     return is_played_socket(descriptor) && world.attempt != connect_outcome::never;
 }
 
-static int keep_ready(fd_set* set, int descriptor_count, bool (*ready)(int))
+int keep_ready(fd_set* set, int descriptor_count, bool (*ready)(int))
 {
     int count = 0;
     for (int i = 0; set != nullptr && i < descriptor_count; ++i) {
@@ -86,6 +93,7 @@ static int keep_ready(fd_set* set, int descriptor_count, bool (*ready)(int))
     }
     return count;
 }
+} // namespace
 
 int wait_for_descriptors(int descriptor_count, fd_set* readable, fd_set* writable, timeval timeout)
 {
@@ -115,7 +123,8 @@ int wait_for_descriptors(int descriptor_count, fd_set* readable, fd_set* writabl
     }
 }
 
-static bool next_error(std::deque<int>& errors, int& error)
+namespace {
+bool next_error(std::deque<int>& errors, int& error)
 {
     if (errors.empty()) return false;
     error = errors.front();
@@ -123,14 +132,14 @@ static bool next_error(std::deque<int>& errors, int& error)
     return error != 0;
 }
 
-static ssize_t failed(int error)
+ssize_t failed(int error)
 {
     if (error == WRITES_NOTHING) return 0;
     errno = error;
     return -1;
 }
 
-static ssize_t read_from(played_input& input, void* bytes, std::size_t length)
+ssize_t read_from(played_input& input, void* bytes, std::size_t length)
 {
     int error = 0;
     if (next_error(input.errors, error)) return failed(error);
@@ -141,7 +150,7 @@ static ssize_t read_from(played_input& input, void* bytes, std::size_t length)
     return static_cast<ssize_t>(count);
 }
 
-static ssize_t write_to(played_output& output, const void* bytes, std::size_t length)
+ssize_t write_to(played_output& output, const void* bytes, std::size_t length)
 {
     int error = 0;
     if (next_error(output.errors, error)) return failed(error);
@@ -152,7 +161,7 @@ static ssize_t write_to(played_output& output, const void* bytes, std::size_t le
     return static_cast<ssize_t>(count);
 }
 
-static ssize_t read_parent(void* bytes, std::size_t length)
+ssize_t read_parent(void* bytes, std::size_t length)
 {
     require(length == 1, "the parent is read byte by byte");
     require(active_record_handlers <= 64, "handlers are nested within their bound");
@@ -165,7 +174,7 @@ static ssize_t read_parent(void* bytes, std::size_t length)
     return count;
 }
 
-static int make_socket()
+int make_socket()
 {
     world.earlier_output.push_back(world.router.output.bytes);
     world.router = {};
@@ -179,13 +188,14 @@ static int make_socket()
     return descriptor;
 }
 
-static int start_connecting()
+int start_connecting()
 {
     set_attempt(world.connecting);
     if (world.connecting == connect_outcome::at_once) return 0;
     errno = world.connecting == connect_outcome::refused_at_once ? ENETUNREACH : EINPROGRESS;
     return -1;
 }
+} // namespace
 
 // The linker sends the calls of the whole program here (--wrap).
 extern "C" {

@@ -6,12 +6,14 @@
 
 std::vector<std::string> logged_lines;
 
+namespace {
 // The stream is unbuffered, so that this is called once for each line.
-static ssize_t keep_line(void*, const char* bytes, std::size_t size)
+ssize_t keep_line(void*, const char* bytes, std::size_t size)
 {
     logged_lines.emplace_back(bytes, size);
     return static_cast<ssize_t>(size);
 }
+} // namespace
 
 void capture_diagnostics()
 {

@@ -16,10 +16,11 @@
 
 using piece_lengths = std::array<std::size_t, 8>;
 
+namespace {
 // One read never brings more.
 constexpr std::size_t LONGEST_READ = 4096;
 
-static piece_lengths take_lengths(fuzz_input& input)
+piece_lengths take_lengths(fuzz_input& input)
 {
     piece_lengths lengths{};
     for (std::size_t& length : lengths) {
@@ -30,7 +31,7 @@ static piece_lengths take_lengths(fuzz_input& input)
 }
 
 // No fuzzer guesses checksums.
-static std::string with_checksums(std::string bytes)
+std::string with_checksums(std::string bytes)
 {
     std::size_t start = bytes.find(SOH);
     while (start != std::string::npos) {
@@ -46,7 +47,7 @@ static std::string with_checksums(std::string bytes)
 }
 
 // Feeds parser and model alike and compares them; returns the messages.
-static std::vector<message_fields> parsed(std::string_view bytes, const piece_lengths& lengths)
+std::vector<message_fields> parsed(std::string_view bytes, const piece_lengths& lengths)
 {
     reset_receive_parser();
     reset_fake_clock();
@@ -70,6 +71,7 @@ static std::vector<message_fields> parsed(std::string_view bytes, const piece_le
     require(incoming_message.raw.size() <= LONGEST_READ, "a frame is bounded");
     return all_fields(router_rx_queue);
 }
+} // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {

@@ -3,12 +3,14 @@
 #include <optional>
 #include <utility>
 
+namespace {
 constexpr std::pair<std::string_view, std::string ParentRecord::*> HEAD[] = {
     {"*COMMAND", &ParentRecord::command},
     {"*ERROR", &ParentRecord::error},
     {"*TYPE", &ParentRecord::type},
     {"*ID", &ParentRecord::id},
 };
+} // namespace
 
 bool same_record(const ParentRecord& one, const ParentRecord& other)
 {
@@ -29,12 +31,14 @@ std::vector<std::string> lines_of(std::string_view text)
     }
 }
 
-static std::string& member_or_field(ParentRecord& record, const std::string& name)
+namespace {
+std::string& member_or_field(ParentRecord& record, const std::string& name)
 {
     for (const auto& [head_name, member] : HEAD)
         if (name == head_name) return record.*member;
     return record.fields[name];
 }
+} // namespace
 
 ParentRecord record_of(const std::vector<std::string>& lines)
 {
@@ -71,7 +75,8 @@ std::vector<ParentRecord> records_in(std::string_view sent)
     return records;
 }
 
-static std::string field_text(const std::string& name, const std::string& value)
+namespace {
+std::string field_text(const std::string& name, const std::string& value)
 {
     std::string text;
     for (const std::string& piece : lines_of(value)) {
@@ -80,6 +85,7 @@ static std::string field_text(const std::string& name, const std::string& value)
     }
     return text;
 }
+} // namespace
 
 std::string text_of(const ParentRecord& record)
 {

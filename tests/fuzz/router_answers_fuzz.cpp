@@ -35,9 +35,8 @@ struct table_model {
         return entries.empty() ? 0 : entries.rbegin()->first + 1;
     }
 };
-} // namespace
 
-static std::vector<std::string> pieces_of(std::string_view text, char separator)
+std::vector<std::string> pieces_of(std::string_view text, char separator)
 {
     std::vector<std::string> pieces(1);
     for (const char byte : text) {
@@ -50,7 +49,7 @@ static std::vector<std::string> pieces_of(std::string_view text, char separator)
     return pieces;
 }
 
-static std::vector<router_message> answers_in(std::string_view text)
+std::vector<router_message> answers_in(std::string_view text)
 {
     std::vector<router_message> answers;
     for (const std::string& piece : pieces_of(text, EOT)) {
@@ -64,15 +63,15 @@ static std::vector<router_message> answers_in(std::string_view text)
     return answers;
 }
 
-static std::uint64_t hexadecimal(const std::string& text)
+std::uint64_t hexadecimal(const std::string& text)
 {
     return std::strtoul(text.c_str(), nullptr, 16);
 }
 
 // The entries, of this many parameters each, in the answers up to the first of another kind.
-static std::vector<std::vector<std::string>> entries_in(const std::vector<router_message>& answers,
-                                                        std::size_t entry_size,
-                                                        const std::set<std::string>& kinds)
+std::vector<std::vector<std::string>> entries_in(const std::vector<router_message>& answers,
+                                                 std::size_t entry_size,
+                                                 const std::set<std::string>& kinds)
 {
     std::vector<std::vector<std::string>> entries;
     for (const router_message& answer : answers) {
@@ -88,8 +87,8 @@ static std::vector<std::vector<std::string>> entries_in(const std::vector<router
     return entries;
 }
 
-static table_model modelled_table(const std::vector<router_message>& answers,
-                                  const std::set<std::string>& kinds)
+table_model modelled_table(const std::vector<router_message>& answers,
+                           const std::set<std::string>& kinds)
 {
     table_model table;
     for (const std::vector<std::string>& entry : entries_in(answers, 4, kinds)) {
@@ -104,7 +103,7 @@ static table_model modelled_table(const std::vector<router_message>& answers,
 }
 
 template <typename Info>
-static void check_entries(const std::vector<Info>& table, const table_model& model)
+void check_entries(const std::vector<Info>& table, const table_model& model)
 {
     require(table.size() == model.size(), "the table ends with its last entry");
     for (std::size_t i = 0; i < table.size(); ++i) {
@@ -115,7 +114,7 @@ static void check_entries(const std::vector<Info>& table, const table_model& mod
     }
 }
 
-static void check_log(const std::string& title, const table_model& model)
+void check_log(const std::string& title, const table_model& model)
 {
     std::vector<std::string> expected;
     if (model.size() != 0)
@@ -124,14 +123,14 @@ static void check_log(const std::string& title, const table_model& model)
     require(logged_lines == expected, "the range is logged");
 }
 
-static void start_update()
+void start_update()
 {
     logged_lines.clear();
     io_counts_changed = info_report_pending = false;
     inputs_report_pending = outputs_report_pending = false;
 }
 
-static void check_sources(const std::vector<router_message>& answers)
+void check_sources(const std::vector<router_message>& answers)
 {
     const table_model model = modelled_table(answers, {"S", "IS"});
     start_update();
@@ -145,7 +144,7 @@ static void check_sources(const std::vector<router_message>& answers)
             "an update of the sources is reported");
 }
 
-static void check_destinations(const std::vector<router_message>& answers)
+void check_destinations(const std::vector<router_message>& answers)
 {
     const table_model model = modelled_table(answers, {"D", "ID"});
     start_update();
@@ -159,7 +158,7 @@ static void check_destinations(const std::vector<router_message>& answers)
             "an update of the destinations is reported");
 }
 
-static void check_levels(const std::vector<router_message>& answers)
+void check_levels(const std::vector<router_message>& answers)
 {
     std::vector<std::string> names;
     std::uint32_t mask = 0;
@@ -178,14 +177,14 @@ static void check_levels(const std::vector<router_message>& answers)
 }
 
 // The position in a table, or none.
-static std::optional<std::int32_t> position_in(const table_model& table, const std::string& index)
+std::optional<std::int32_t> position_in(const table_model& table, const std::string& index)
 {
     const std::uint64_t number = hexadecimal(index);
     if (number < table.base || number >= table.base + table.size()) return std::nullopt;
     return static_cast<std::int32_t>(number - table.base);
 }
 
-static void check_routes(const std::vector<router_message>& answers)
+void check_routes(const std::vector<router_message>& answers)
 {
     const table_model sources = modelled_table(answers, {"S", "IS"});
     const table_model destinations = modelled_table(answers, {"D", "ID"});
@@ -205,6 +204,7 @@ static void check_routes(const std::vector<router_message>& answers)
         accepted.emplace_back(change.input, change.output);
     require(accepted == expected, "a route is accepted where both its ends are known");
 }
+} // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {

@@ -15,10 +15,11 @@
 #include "router_model/route_queue.h"
 #include "router_model/state.h"
 
+namespace {
 // One read brings 4096 bytes, each of which may be a message, to a queue that is just not full.
 constexpr std::size_t LONGEST_QUEUE = 2 * 4096;
 
-static void check_link_state()
+void check_link_state()
 {
     const std::set<int> expected = router_fd < 0 ? std::set<int>{} : std::set<int>{router_fd};
     require(world.open_sockets == expected, "no socket but the link's is open");
@@ -30,7 +31,7 @@ static void check_link_state()
     require(router_rx_queue.size() < LONGEST_QUEUE, "the queue of messages is bounded");
 }
 
-static void check_tables()
+void check_tables()
 {
     require(number_of_inputs <= 256 && number_of_outputs <= 256, "effective counts are capped");
     require(discovered_inputs == router_inputs_info.size(), "inputs are counted");
@@ -49,6 +50,7 @@ static void check_tables()
             require(change.output >= 0 && change.output < 256 && change.input < 256,
                     "queued routes are within range");
 }
+} // namespace
 
 void check_state()
 {
@@ -60,8 +62,9 @@ void check_state()
     check_tables();
 }
 
+namespace {
 // The lines of each record that the parent has heard.
-static std::vector<std::vector<std::string>> heard_records(bool complete)
+std::vector<std::vector<std::string>> heard_records(bool complete)
 {
     std::vector<std::string> lines = lines_of(world.parent.output.bytes);
     std::vector<std::vector<std::string>> records(1);
@@ -79,7 +82,7 @@ static std::vector<std::vector<std::string>> heard_records(bool complete)
 }
 
 // The head's names in their order, then the fields' in byte order.
-static void check_form(const std::vector<std::string>& lines)
+void check_form(const std::vector<std::string>& lines)
 {
     std::string before;
     for (const std::string& line : lines) {
@@ -94,13 +97,13 @@ static void check_form(const std::vector<std::string>& lines)
     }
 }
 
-static ParentRecord reply_to(const ParentRecord& request, const std::string& command,
-                             const std::string& error = "")
+ParentRecord reply_to(const ParentRecord& request, const std::string& command,
+                      const std::string& error = "")
 {
     return {.command = command, .error = error, .type = "reply", .id = request.id, .fields = {}};
 }
 
-static std::vector<ParentRecord> expected_reply(const ParentRecord& request)
+std::vector<ParentRecord> expected_reply(const ParentRecord& request)
 {
     const std::string& command = request.command;
     if (request.type == "message" && command != "set")
@@ -116,7 +119,7 @@ static std::vector<ParentRecord> expected_reply(const ParentRecord& request)
 
 // Every reply is one that was due, and none is sent twice; nested commands are answered out of
 // their order.
-static void check_replies(std::vector<std::string> replies, bool complete)
+void check_replies(std::vector<std::string> replies, bool complete)
 {
     std::vector<std::string> due;
     for (const ParentRecord& request : records_in(world.taken_from_parent))
@@ -128,6 +131,7 @@ static void check_replies(std::vector<std::string> replies, bool complete)
             "only commands are answered, and none twice");
     require(!complete || due.size() == replies.size(), "every command is answered");
 }
+} // namespace
 
 // What the log says was accepted for an output, and what of it is certain to be reported: changes
 // of the effective count make room for both.
@@ -136,7 +140,8 @@ struct accepted_routes {
     std::map<int, std::string> last;
 };
 
-static accepted_routes logged_routes()
+namespace {
+accepted_routes logged_routes()
 {
     accepted_routes routes;
     for (const std::string& line : logged_lines) {
@@ -154,8 +159,8 @@ static accepted_routes logged_routes()
 }
 
 // The routes shown last, by output.
-static std::map<int, std::string> reported_routes(const std::vector<ParentRecord>& reports,
-                                                  const accepted_routes& accepted)
+std::map<int, std::string> reported_routes(const std::vector<ParentRecord>& reports,
+                                           const accepted_routes& accepted)
 {
     std::map<int, std::string> shown;
     for (const ParentRecord& report : reports) {
@@ -174,7 +179,7 @@ static std::map<int, std::string> reported_routes(const std::vector<ParentRecord
     return shown;
 }
 
-static void check_routes(const std::vector<ParentRecord>& reports, bool complete)
+void check_routes(const std::vector<ParentRecord>& reports, bool complete)
 {
     const accepted_routes accepted = logged_routes();
     const std::map<int, std::string> shown = reported_routes(reports, accepted);
@@ -186,7 +191,7 @@ static void check_routes(const std::vector<ParentRecord>& reports, bool complete
     }
 }
 
-static void check_log()
+void check_log()
 {
     for (const std::string& line : logged_lines)
         require(line.ends_with("\n") && (line.starts_with("<DBG>") || line.starts_with("<NOTE>") ||
@@ -194,6 +199,7 @@ static void check_log()
                                          line.starts_with("Discarding unexpected byte ")),
                 "diagnostics have their tag and their end");
 }
+} // namespace
 
 void check_conversation(bool complete)
 {

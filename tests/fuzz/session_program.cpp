@@ -9,6 +9,7 @@
 #include "router_link/message.h"
 #include "support/frames.h"
 
+namespace {
 // Programs that sleep for hours would only be slow.
 constexpr us_time_t LONGEST_PLAY_US = 40'000'000;
 
@@ -17,37 +18,41 @@ constexpr us_time_t LONGEST_END_US = 60'000'000;
 
 // Commands of which each asks for all outputs, up to 256: more than can be nested, not much more.
 constexpr unsigned MOST_QUERIES = 80;
+} // namespace
 
 session_program program;
 
-static unsigned number()
+namespace {
+unsigned number()
 {
     return take_number(program.input);
 }
 
-static std::string decimal()
+std::string decimal()
 {
     return std::to_string(number());
 }
 
-static std::string text()
+std::string text()
 {
     return take_text(program.input);
 }
+} // namespace
 
 void parent_commands(const std::string& lines)
 {
     parent_sends("*ID=" + std::to_string(++program.commands_sent) + "\n" + lines + "\n\n");
 }
 
-static void add_route_change(const std::string& more = "")
+namespace {
+void add_route_change(const std::string& more = "")
 {
     const std::string output = decimal();
     parent_commands("*COMMAND=route output\n*TYPE=command\nqueue=add\nto output=" + output +
                     "\nfrom input=" + decimal() + more);
 }
 
-static void send_any_bytes_to_backend()
+void send_any_bytes_to_backend()
 {
     if (number() % 2 == 0) {
         parent_sends(text());
@@ -56,7 +61,7 @@ static void send_any_bytes_to_backend()
     }
 }
 
-static void send_route_command()
+void send_route_command()
 {
     const std::string route_output = "*COMMAND=route output\n*TYPE=command\nqueue=";
     switch (number() % 5) {
@@ -74,14 +79,14 @@ static void send_route_command()
 }
 
 // A burst of takes, as a control system sends it.
-static void take_routes()
+void take_routes()
 {
     for (unsigned count = number() % 32 + 1; count > 0; --count)
         add_route_change();
     parent_commands("*COMMAND=route output\n*TYPE=command\nqueue=flush");
 }
 
-static void send_report_command()
+void send_report_command()
 {
     const std::string report = "*COMMAND=report\n*TYPE=command\nwhat=";
     const unsigned choice = number();
@@ -93,7 +98,7 @@ static void send_report_command()
     }
 }
 
-static void send_setting()
+void send_setting()
 {
     const std::string set = "*COMMAND=set\n*TYPE=message\nname=";
     switch (number() % 5) {
@@ -110,13 +115,13 @@ static void send_setting()
     }
 }
 
-static void send_other_record()
+void send_other_record()
 {
     const std::string type = number() % 2 == 0 ? "command" : "message";
     parent_commands("*COMMAND=" + text() + "\n*TYPE=" + type);
 }
 
-static void send_frame()
+void send_frame()
 {
     const char seq = number() % 2 == 0 ? '0' : '1';
     std::string content = "N";
@@ -125,7 +130,7 @@ static void send_frame()
     router_sends(frame(content));
 }
 
-static void send_bad_frame()
+void send_bad_frame()
 {
     const unsigned choice = number();
     const std::string content = text();
@@ -145,14 +150,14 @@ static void send_bad_frame()
     }
 }
 
-static void send_route_report()
+void send_route_report()
 {
     const std::string output = upper_hex(number());
     for (unsigned count = number(); count > 0; --count)
         router_sends(frame(body("IQ", {output, "0", "N", "N", upper_hex(count)})));
 }
 
-static void change_router()
+void change_router()
 {
     const unsigned sources = number() * 4;
     const unsigned destinations = number() * 4;
@@ -160,20 +165,20 @@ static void change_router()
     router.levels = number() % 40;
 }
 
-static void change_answers()
+void change_answers()
 {
     router.answers = number() % 4 != 0;
     router.delay = us_time_t{number()} * number() * 100;
     router.entries_a_message = number() % 16 + 1;
 }
 
-static void take_elsewhere()
+void take_elsewhere()
 {
     const unsigned destination = number();
     change_route(destination, number());
 }
 
-static void let_time_pass()
+void let_time_pass()
 {
     constexpr us_time_t UNITS_US[] = {1, 1000, 10'000, 100'000, 1'000'000};
     const us_time_t unit = UNITS_US[number() % 5];
@@ -183,26 +188,26 @@ static void let_time_pass()
 }
 
 // After so many good ones, so many calls fail.
-static void fail_later(std::deque<int>& errors, int error)
+void fail_later(std::deque<int>& errors, int error)
 {
     const unsigned good = number() % 64;
     errors.insert(errors.end(), good, 0);
     errors.insert(errors.end(), number() % 16 + 1, error);
 }
 
-static void fail_router_reads()
+void fail_router_reads()
 {
     constexpr int ERRORS[] = {EINTR, EAGAIN, ECONNRESET, ETIMEDOUT};
     fail_later(world.router.input.errors, ERRORS[number() % 4]);
 }
 
-static void fail_router_writes()
+void fail_router_writes()
 {
     constexpr int ERRORS[] = {EINTR, EAGAIN, EPIPE, ECONNRESET, WRITES_NOTHING};
     fail_later(world.router.output.errors, ERRORS[number() % 5]);
 }
 
-static void fail_parent_reads()
+void fail_parent_reads()
 {
     constexpr int ERRORS[] = {EINTR, EAGAIN, EIO};
     const int error = ERRORS[number() % 3];
@@ -210,7 +215,7 @@ static void fail_parent_reads()
     fail_later(world.parent.input.errors, error);
 }
 
-static void fail_parent_writes()
+void fail_parent_writes()
 {
     constexpr int ERRORS[] = {EINTR, EAGAIN, EPIPE, WRITES_NOTHING};
     const int error = ERRORS[number() % 4];
@@ -218,7 +223,7 @@ static void fail_parent_writes()
     fail_later(world.parent.output.errors, error);
 }
 
-static void shorten_calls()
+void shorten_calls()
 {
     world.router.input.longest_read = number() + 1;
     world.router.output.longest_write = number() + 1;
@@ -227,12 +232,12 @@ static void shorten_calls()
 }
 
 // The parent does not read: the pipe takes so many more bytes.
-static void fill_pipe()
+void fill_pipe()
 {
     world.parent.output.room = number() % 2 == 0 ? SIZE_MAX : std::size_t{number()} * 16;
 }
 
-static void change_connecting()
+void change_connecting()
 {
     const unsigned choice = number();
     const auto outcome = static_cast<connect_outcome>(choice % 6);
@@ -240,28 +245,28 @@ static void change_connecting()
     if (choice / 6 % 2 == 1) set_attempt(outcome);
 }
 
-static void end_link()
+void end_link()
 {
     world.router.input.ended = true;
 }
 
 // Half-open: what is sent is lost, and nothing comes any more.
-static void lose_link()
+void lose_link()
 {
     world.established = false;
 }
 
-static void fail_close()
+void fail_close()
 {
     world.failing_closes = static_cast<int>(number() % 4);
 }
 
-static void interrupt_waits()
+void interrupt_waits()
 {
     world.interrupted_waits = static_cast<int>(number() % 16);
 }
 
-static void end_session()
+void end_session()
 {
     const unsigned choice = number();
     if (choice != 'q' && choice != 'e') return; // seldom: nothing comes after it
@@ -274,7 +279,7 @@ static void end_session()
     }
 }
 
-static void (*const STEPS[])() = {
+void (*const STEPS[])() = {
     let_time_pass,
     send_any_bytes_to_backend,
     send_route_command,
@@ -301,6 +306,7 @@ static void (*const STEPS[])() = {
     end_session,
     lose_link,
 };
+} // namespace
 
 bool program_is_over()
 {
