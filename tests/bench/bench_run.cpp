@@ -7,7 +7,8 @@
 
 using json = nlohmann::ordered_json; // as it is read best, and changes least from run to run
 
-static std::string processor_name()
+namespace {
+std::string processor_name()
 {
     std::ifstream file("/proc/cpuinfo");
     for (std::string line; std::getline(file, line);)
@@ -15,6 +16,7 @@ static std::string processor_name()
             return line.substr(line.find(": ") + 2);
     return "unknown";
 }
+} // namespace
 
 machine_facts this_machine()
 {
@@ -25,12 +27,13 @@ machine_facts this_machine()
             release.substr(0, release.find('-'))};
 }
 
-static void put(json& object, const char* key, const std::optional<double>& value)
+namespace {
+void put(json& object, const char* key, const std::optional<double>& value)
 {
     if (value) object[key] = *value;
 }
 
-static json figure_json(const figure& figure)
+json figure_json(const figure& figure)
 {
     json object = {{"scenario", figure.scenario},
                    {"measure", figure.measure},
@@ -45,10 +48,11 @@ static json figure_json(const figure& figure)
     return object;
 }
 
-static json table_json(const text_table& table)
+json table_json(const text_table& table)
 {
     return {{"title", table.title}, {"columns", table.columns}, {"rows", table.rows}};
 }
+} // namespace
 
 std::string run_json(const bench_run& run)
 {
@@ -66,13 +70,14 @@ std::string run_json(const bench_run& run)
     return object.dump(2, ' ', false, json::error_handler_t::replace) + "\n";
 }
 
-static std::optional<double> optional_number(const json& object, const char* key)
+namespace {
+std::optional<double> optional_number(const json& object, const char* key)
 {
     if (!object.contains(key)) return std::nullopt;
     return object.at(key).get<double>();
 }
 
-static figure figure_of(const json& object)
+figure figure_of(const json& object)
 {
     figure figure;
     object.at("scenario").get_to(figure.scenario);
@@ -88,7 +93,7 @@ static figure figure_of(const json& object)
     return figure;
 }
 
-static bench_run run_of(const json& object)
+bench_run run_of(const json& object)
 {
     bench_run run;
     object.at("commit").get_to(run.commit);
@@ -104,6 +109,7 @@ static bench_run run_of(const json& object)
                               table.at("rows").get<std::vector<std::vector<std::string>>>()});
     return run;
 }
+} // namespace
 
 std::optional<bench_run> load_run(const std::string& path, std::ostream& complaints)
 {

@@ -7,6 +7,7 @@
 
 #include "bench/figure_text.h"
 
+namespace {
 constexpr double WIDTH = 920;
 constexpr double LEFT = 250;
 constexpr double RIGHT = 700;
@@ -15,6 +16,7 @@ constexpr double ROW = 28;
 constexpr double BAR = 14;
 constexpr double GRID_STEP = 0.5;
 constexpr double LARGEST_SCALE = 3;
+} // namespace
 
 // From 0 at the left to `ratio` at the right, a multiple of the grid's step.
 struct chart_scale {
@@ -22,12 +24,13 @@ struct chart_scale {
     double bottom = TOP;
 };
 
-static double x_of(const chart_scale& scale, double ratio)
+namespace {
+double x_of(const chart_scale& scale, double ratio)
 {
     return LEFT + (RIGHT - LEFT) * std::clamp(ratio / scale.ratio, 0.0, 1.0);
 }
 
-static chart_scale scale_for(const std::vector<figure>& charted)
+chart_scale scale_for(const std::vector<figure>& charted)
 {
     chart_scale scale;
     for (const figure& figure : charted)
@@ -38,13 +41,13 @@ static chart_scale scale_for(const std::vector<figure>& charted)
     return scale;
 }
 
-static const char* colour_of(const figure& figure)
+const char* colour_of(const figure& figure)
 {
     if (!figure.aim) return "#8a929c";
     return meets_aim(figure) ? "#1f5fa8" : "#c2571a";
 }
 
-static std::string escaped(const std::string& text)
+std::string escaped(const std::string& text)
 {
     std::string result;
     for (const char character : text) {
@@ -58,15 +61,15 @@ static std::string escaped(const std::string& text)
     return result;
 }
 
-static void write_text(std::ostream& output, double x, double y, const char* anchor,
-                       const std::string& markup)
+void write_text(std::ostream& output, double x, double y, const char* anchor,
+                const std::string& markup)
 {
     output << "<text x=\"" << x << "\" y=\"" << y << "\" text-anchor=\"" << anchor << "\">"
            << markup << "</text>\n";
 }
 
-static void write_path(std::ostream& output, const char* stroke, double width,
-                       const std::vector<std::pair<double, double>>& points)
+void write_path(std::ostream& output, const char* stroke, double width,
+                const std::vector<std::pair<double, double>>& points)
 {
     output << "<polyline fill=\"none\" stroke=\"" << stroke << "\" stroke-width=\"" << width
            << "\" points=\"";
@@ -75,7 +78,7 @@ static void write_path(std::ostream& output, const char* stroke, double width,
     output << "\"/>\n";
 }
 
-static void write_grid(std::ostream& output, const chart_scale& scale)
+void write_grid(std::ostream& output, const chart_scale& scale)
 {
     for (double ratio = 0; ratio <= scale.ratio; ratio += GRID_STEP) {
         const double x = x_of(scale, ratio);
@@ -85,7 +88,7 @@ static void write_grid(std::ostream& output, const chart_scale& scale)
     write_text(output, (LEFT + RIGHT) / 2, scale.bottom + 38, "middle", "ours / floor");
 }
 
-static void write_whisker(std::ostream& output, double low, double high, double y)
+void write_whisker(std::ostream& output, double low, double high, double y)
 {
     write_path(output, "#222", 1.2, {{low, y}, {high, y}});
     write_path(output, "#222", 1.2, {{low, y - 4}, {low, y + 4}});
@@ -93,14 +96,13 @@ static void write_whisker(std::ostream& output, double low, double high, double 
 }
 
 // Two slanted white strokes through the bar, near its end.
-static void write_break(std::ostream& output, double y)
+void write_break(std::ostream& output, double y)
 {
     for (const double x : {RIGHT - 34, RIGHT - 27})
         write_path(output, "white", 2.5, {{x - 3, y + BAR / 2 + 2}, {x + 3, y - BAR / 2 - 2}});
 }
 
-static void write_bar(std::ostream& output, const chart_scale& scale, const figure& figure,
-                      double y)
+void write_bar(std::ostream& output, const chart_scale& scale, const figure& figure, double y)
 {
     output << "<rect x=\"" << LEFT << "\" y=\"" << y - BAR / 2 << "\" width=\""
            << x_of(scale, *figure.ratio) - LEFT << "\" height=\"" << BAR << "\" fill=\""
@@ -115,7 +117,7 @@ static void write_bar(std::ostream& output, const chart_scale& scale, const figu
                     {x_of(scale, *figure.aim), y + ROW / 2 - 2}});
 }
 
-static void write_labels(std::ostream& output, const figure& figure, double y)
+void write_labels(std::ostream& output, const figure& figure, double y)
 {
     write_text(output, LEFT - 10, y + 4, "end",
                escaped(figure.scenario) + " <tspan fill=\"#777\">" + escaped(figure.measure) +
@@ -128,7 +130,7 @@ static void write_labels(std::ostream& output, const figure& figure, double y)
     write_text(output, RIGHT + 12, y + 4, "start", value);
 }
 
-static void write_head(std::ostream& output, double height)
+void write_head(std::ostream& output, double height)
 {
     output << std::fixed << std::setprecision(1)
            << "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " << WIDTH << " " << height
@@ -144,6 +146,7 @@ static void write_head(std::ostream& output, double height)
         "<tspan fill=\"#777\">Whisker: where 90 of 100 resamplings lie. Thick tick: the aim, at "
         "most (≤) or at least (≥).</tspan>");
 }
+} // namespace
 
 void write_chart(std::ostream& output, const std::vector<figure>& figures)
 {

@@ -5,11 +5,12 @@
 #include <cmath>
 #include <random>
 
+namespace {
 constexpr int RESAMPLINGS = 1000;
 constexpr double SPREAD_LOW = 0.05;
 constexpr double SPREAD_HIGH = 0.95;
 
-static std::vector<double> resample(const std::vector<double>& values, std::mt19937_64& random)
+std::vector<double> resample(const std::vector<double>& values, std::mt19937_64& random)
 {
     std::uniform_int_distribution<std::size_t> index(0, values.size() - 1);
     std::vector<double> drawn(values.size());
@@ -18,7 +19,7 @@ static std::vector<double> resample(const std::vector<double>& values, std::mt19
 }
 
 // Sides are drawn independently of each other. A draw whose floor is zero has no ratio.
-static std::vector<double> resampled_ratios(const paired_samples& samples, double quantile)
+std::vector<double> resampled_ratios(const paired_samples& samples, double quantile)
 {
     std::mt19937_64 random;
     std::vector<double> ratios;
@@ -29,6 +30,7 @@ static std::vector<double> resampled_ratios(const paired_samples& samples, doubl
     }
     return ratios;
 }
+} // namespace
 
 figure make_figure(const std::string& scenario, const std::string& measure, const std::string& unit,
                    const paired_samples& samples, double quantile)

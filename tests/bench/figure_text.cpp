@@ -5,12 +5,13 @@
 #include <iomanip>
 #include <sstream>
 
+namespace {
 constexpr double NEXT_TO_10 = 9.995;  // what two decimals round to 10
 constexpr double NEXT_TO_100 = 99.95; // what three digits round to 100
 constexpr double GROUPS_FROM = 10000;
 constexpr double SAME_WITHIN = 0.25; // of a value that has no spread
 
-static std::string whole_text(double value)
+std::string whole_text(double value)
 {
     std::string digits = std::to_string(std::llround(std::abs(value)));
     if (std::abs(value) >= GROUPS_FROM)
@@ -19,7 +20,7 @@ static std::string whole_text(double value)
     return (value < 0 ? "-" : "") + digits;
 }
 
-static std::string three_digits(double value)
+std::string three_digits(double value)
 {
     if (std::abs(value) >= NEXT_TO_100) {
         const double last_digit = std::pow(10, std::floor(std::log10(std::abs(value))) - 2);
@@ -29,6 +30,7 @@ static std::string three_digits(double value)
     text << std::setprecision(3) << std::showpoint << value;
     return text.str();
 }
+} // namespace
 
 std::string number_text(double value)
 {
@@ -61,22 +63,24 @@ std::string verdict_text(const figure& told)
     return meets_aim(told) ? "met" : "missed";
 }
 
-static bool has_spread(const figure& figure)
+namespace {
+bool has_spread(const figure& figure)
 {
     return figure.ratio && figure.ratio_low && figure.ratio_high;
 }
 
-static bool spreads_overlap(const figure& one, const figure& other)
+bool spreads_overlap(const figure& one, const figure& other)
 {
     return *one.ratio_low <= *other.ratio_high && *other.ratio_low <= *one.ratio_high;
 }
 
-static std::string difference_text(double now, double before, better direction)
+std::string difference_text(double now, double before, better direction)
 {
     const std::string word = (now < before) == (direction == better::less) ? "better" : "worse";
     if (before == 0) return word + " than 0";
     return word + " by " + number_text(std::round(100 * std::abs(now / before - 1))) + " %";
 }
+} // namespace
 
 std::string change_text(const figure& now, const std::vector<figure>& last)
 {

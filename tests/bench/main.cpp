@@ -29,7 +29,6 @@ struct named_scenario {
     const char* name;
     findings (*measure)(const bench_plan& plan);
 };
-} // namespace
 
 constexpr std::array<named_scenario, 9> ALL_SCENARIOS = {{
     {"take", measure_take},
@@ -44,7 +43,7 @@ constexpr std::array<named_scenario, 9> ALL_SCENARIOS = {{
 }};
 
 // On a terminal the line is written over and over.
-static void show_progress(const char* scenario, const char* step, std::size_t done, std::size_t all)
+void show_progress(const char* scenario, const char* step, std::size_t done, std::size_t all)
 {
     if (isatty(STDERR_FILENO) != 0)
         std::fprintf(stderr, "\r%-10s %s: %zu of %zu %s", scenario, step, done, all,
@@ -53,14 +52,14 @@ static void show_progress(const char* scenario, const char* step, std::size_t do
         std::fprintf(stderr, "%-10s %s: %zu of %zu\n", scenario, step, done, all);
 }
 
-static bool is_wanted(const bench_options& options, const char* name)
+bool is_wanted(const bench_options& options, const char* name)
 {
     return options.scenarios.empty() ||
            std::find(options.scenarios.begin(), options.scenarios.end(), name) !=
                options.scenarios.end();
 }
 
-static findings measure_scenario(const named_scenario& scenario, const bench_options& options)
+findings measure_scenario(const named_scenario& scenario, const bench_options& options)
 {
     return scenario.measure({.programs = {.backend = options.programs + "/routing_switcher_backend",
                                           .floor_folder = options.programs,
@@ -72,7 +71,7 @@ static findings measure_scenario(const named_scenario& scenario, const bench_opt
 }
 
 // What cannot be measured is said and left out; `complete` tells whether there was none.
-static bench_run measure(const bench_options& options, bool& complete)
+bench_run measure(const bench_options& options, bool& complete)
 {
     bench_run run{.commit = options.commit, .machine = this_machine(), .figures = {}, .tables = {}};
     for (const named_scenario& scenario : ALL_SCENARIOS) {
@@ -89,7 +88,7 @@ static bench_run measure(const bench_options& options, bool& complete)
     return run;
 }
 
-static void write_files(const bench_run& run, const std::string& folder)
+void write_files(const bench_run& run, const std::string& folder)
 {
     std::filesystem::create_directories(folder);
     std::ofstream(folder + "/bench.json") << run_json(run);
@@ -101,7 +100,7 @@ static void write_files(const bench_run& run, const std::string& folder)
         document << '\n' << markdown_text(table);
 }
 
-static void print_run(const bench_run& run, const bench_options& options)
+void print_run(const bench_run& run, const bench_options& options)
 {
     std::optional<bench_run> last;
     if (!options.last_run.empty() && !options.quick) last = load_run(options.last_run, std::cerr);
@@ -116,7 +115,7 @@ static void print_run(const bench_run& run, const bench_options& options)
         std::cout << '\n' << terminal_text(table);
 }
 
-static int run_program(int argument_count, const char* const* arguments)
+int run_program(int argument_count, const char* const* arguments)
 {
     CLI::App app("Measures the backend beside programs that make the same system calls and nothing "
                  "else, in turns, and prints what is ours of the cost.",
@@ -152,6 +151,7 @@ static int run_program(int argument_count, const char* const* arguments)
     print_run(run, options);
     return complete ? 0 : 2;
 }
+} // namespace
 
 int main(int argument_count, char** arguments)
 {

@@ -2,11 +2,13 @@
 
 #include <fstream>
 
+namespace {
 // A line is "read(0, ...) = 1".
-static std::string call_name(const std::string& line)
+std::string call_name(const std::string& line)
 {
     return line.substr(0, line.find('('));
 }
+} // namespace
 
 std::map<std::string, double> calls_per_span(const std::string& trace_file, const std::string& mark)
 {

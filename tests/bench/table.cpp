@@ -20,21 +20,24 @@ text_table figures_table(const std::vector<figure>& figures, const std::vector<f
     return table;
 }
 
+namespace {
 // The characters of UTF-8, each taken to be as wide as any other.
-static std::size_t width_of(const std::string& cell)
+std::size_t width_of(const std::string& cell)
 {
     const auto count = std::count_if(cell.begin(), cell.end(), [](char byte) {
         return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U;
     });
     return static_cast<std::size_t>(count);
 }
+} // namespace
 
 struct column_form {
     std::size_t width = 0;
     bool right = true;
 };
 
-static std::vector<column_form> column_forms(const text_table& table)
+namespace {
+std::vector<column_form> column_forms(const text_table& table)
 {
     std::vector<column_form> forms(table.columns.size());
     for (std::size_t i = 0; i < forms.size(); ++i) {
@@ -48,14 +51,14 @@ static std::vector<column_form> column_forms(const text_table& table)
     return forms;
 }
 
-static std::string padded(const std::string& cell, const column_form& form)
+std::string padded(const std::string& cell, const column_form& form)
 {
     const std::string blank(form.width - width_of(cell), ' ');
     return form.right ? blank + cell : cell + blank;
 }
 
-static std::string terminal_row(const std::vector<std::string>& cells,
-                                const std::vector<column_form>& forms)
+std::string terminal_row(const std::vector<std::string>& cells,
+                         const std::vector<column_form>& forms)
 {
     std::string row;
     for (std::size_t i = 0; i < cells.size(); ++i)
@@ -63,6 +66,7 @@ static std::string terminal_row(const std::vector<std::string>& cells,
     row.erase(row.find_last_not_of(' ') + 1);
     return row + "\n";
 }
+} // namespace
 
 std::string terminal_text(const text_table& table)
 {
@@ -77,13 +81,15 @@ std::string terminal_text(const text_table& table)
     return text;
 }
 
-static std::string markdown_row(const std::vector<std::string>& cells)
+namespace {
+std::string markdown_row(const std::vector<std::string>& cells)
 {
     std::string row = "|";
     for (const std::string& cell : cells)
         row += " " + cell + (cell.empty() ? "|" : " |");
     return row + "\n";
 }
+} // namespace
 
 std::string markdown_text(const text_table& table)
 {

@@ -10,8 +10,10 @@
 
 int router_fd = -1;
 
-static char router_bytes[4096];
-static char last_byte = 0;
+namespace {
+char router_bytes[4096];
+char last_byte = 0;
+} // namespace
 
 void connect_to_router(const char* port)
 {

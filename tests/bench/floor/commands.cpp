@@ -3,12 +3,14 @@
 
 #include "calls.h"
 
-static bool answer(char byte)
+namespace {
+bool answer(char byte)
 {
     if (!ends_record(byte)) return false;
     write_to_parent("*TYPE=reply\n*ID=12345\n\n");
     return true;
 }
+} // namespace
 
 int main()
 {

@@ -8,9 +8,10 @@
 #include "calls.h"
 #include "support/frames.h"
 
-static long unread_answers = 0; // received, not looked at yet
+namespace {
+long unread_answers = 0; // received, not looked at yet
 
-static void serve_both()
+void serve_both()
 {
     const std::string_view bytes = read_router();
     for (std::size_t begin = 0; begin < bytes.size();) {
@@ -25,14 +26,14 @@ static void serve_both()
     read_parent();
 }
 
-static void request(std::string_view framed)
+void request(std::string_view framed)
 {
     serve_both();
     send_to_router(framed);
     write_log(framed);
 }
 
-static void wait_for_either_side()
+void wait_for_either_side()
 {
     fd_set readable;
     FD_ZERO(&readable);
@@ -42,7 +43,7 @@ static void wait_for_either_side()
     select(router_fd + 1, &readable, nullptr, nullptr, &timeout);
 }
 
-static void collect(long answers)
+void collect(long answers)
 {
     for (long collected = 0; collected < answers;) {
         serve_both();
@@ -54,6 +55,7 @@ static void collect(long answers)
         ++collected;
     }
 }
+} // namespace
 
 // PORT and how many answers there are.
 int main(int, char** arguments)

@@ -10,8 +10,9 @@
 
 using std::chrono::steady_clock;
 
+namespace {
 // Sends the request and waits for its answer.
-static void exchange(std::string_view request)
+void exchange(std::string_view request)
 {
     read_router();
     send_to_router(request);
@@ -32,13 +33,14 @@ static void exchange(std::string_view request)
         "<DBG>Router message(raw): 'N0KB\tF\t06D' [OK] request=KB protocol=N seq=0 param=F,0");
 }
 
-static void run_cycle(const std::vector<std::string>& requests)
+void run_cycle(const std::vector<std::string>& requests)
 {
     write_log("<DBG>Sending periodic status request as TCP keepalive and to keep up with "
               "unreported changes if they should occur\n");
     for (const std::string& request : requests)
         exchange(request);
 }
+} // namespace
 
 int main(int, char** arguments)
 {

@@ -6,8 +6,9 @@
 #include "calls.h"
 #include "support/frames.h"
 
+namespace {
 // The frame leaves when both sides have been served once more.
-static void relay(char byte, const std::string& take)
+void relay(char byte, const std::string& take)
 {
     if (!ends_record(byte)) return;
     read_router();
@@ -15,6 +16,7 @@ static void relay(char byte, const std::string& take)
     read_parent();
     send_to_router(take);
 }
+} // namespace
 
 int main(int, char** arguments)
 {

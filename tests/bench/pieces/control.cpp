@@ -2,8 +2,9 @@
 #include "control/reports.h"
 #include "router_model/state.h"
 
+namespace {
 // Each change costs one line of diagnostics, the report one write, both to the null device.
-static void ReportRouteChanges(benchmark::State& state)
+void ReportRouteChanges(benchmark::State& state)
 {
     const silent_peers peers;
     const auto changes = static_cast<std::int32_t>(state.range(0));
@@ -15,3 +16,4 @@ static void ReportRouteChanges(benchmark::State& state)
     });
 }
 BENCHMARK(ReportRouteChanges)->ArgName("changes")->Arg(256);
+} // namespace

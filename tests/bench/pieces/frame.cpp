@@ -4,9 +4,10 @@
 #include "frame/main_loop.h"
 #include "router_link/status_request.h"
 
+namespace {
 // Connected, discovered, nothing due, nothing to read: the state of the loop between two cycles of
 // the polling. As many passes on any machine, so that an allocation every now and then shows too.
-static void IdleMainLoopPass(benchmark::State& state)
+void IdleMainLoopPass(benchmark::State& state)
 {
     const silent_peers peers;
     io_counts_changed = false;
@@ -15,3 +16,4 @@ static void IdleMainLoopPass(benchmark::State& state)
     if (measure(state, [] { CHECK(main_loop_pass()); }) != 0) idle_pass_allocates = true;
 }
 BENCHMARK(IdleMainLoopPass)->Iterations(100'000);
+} // namespace

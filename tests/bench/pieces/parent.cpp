@@ -1,8 +1,9 @@
 #include "bench/pieces/pieces.h"
 #include "parent/record.h"
 
-static ParentRecord report(const char* command, const std::string& key, unsigned count,
-                           const std::string& suffix, const std::string& value)
+namespace {
+ParentRecord report(const char* command, const std::string& key, unsigned count,
+                    const std::string& suffix, const std::string& value)
 {
     ParentRecord record;
     record.command = command;
@@ -12,17 +13,17 @@ static ParentRecord report(const char* command, const std::string& key, unsigned
     return record;
 }
 
-static ParentRecord routing_report()
+ParentRecord routing_report()
 {
     return report("outputs", "o", 256, ".input.all", "");
 }
 
-static ParentRecord names_report()
+ParentRecord names_report()
 {
     return report("inputs", "i", 1024, ".name", "CAM ");
 }
 
-static void measure_encoding(benchmark::State& state, const ParentRecord& record)
+void measure_encoding(benchmark::State& state, const ParentRecord& record)
 {
     std::string text;
     measure(state, [&] {
@@ -32,7 +33,7 @@ static void measure_encoding(benchmark::State& state, const ParentRecord& record
     });
 }
 
-static std::vector<std::string> lines_of(const ParentRecord& record)
+std::vector<std::string> lines_of(const ParentRecord& record)
 {
     std::string text;
     encode_record(record, text);
@@ -45,7 +46,7 @@ static std::vector<std::string> lines_of(const ParentRecord& record)
     return lines;
 }
 
-static void measure_decoding(benchmark::State& state, const ParentRecord& record)
+void measure_decoding(benchmark::State& state, const ParentRecord& record)
 {
     const std::vector<std::string> lines = lines_of(record);
     ParentRecord decoded;
@@ -56,26 +57,27 @@ static void measure_decoding(benchmark::State& state, const ParentRecord& record
     });
 }
 
-static void EncodeRoutingReport(benchmark::State& state)
+void EncodeRoutingReport(benchmark::State& state)
 {
     measure_encoding(state, routing_report());
 }
 BENCHMARK(EncodeRoutingReport);
 
-static void EncodeNamesReport(benchmark::State& state)
+void EncodeNamesReport(benchmark::State& state)
 {
     measure_encoding(state, names_report());
 }
 BENCHMARK(EncodeNamesReport);
 
-static void DecodeRoutingReport(benchmark::State& state)
+void DecodeRoutingReport(benchmark::State& state)
 {
     measure_decoding(state, routing_report());
 }
 BENCHMARK(DecodeRoutingReport);
 
-static void DecodeNamesReport(benchmark::State& state)
+void DecodeNamesReport(benchmark::State& state)
 {
     measure_decoding(state, names_report());
 }
 BENCHMARK(DecodeNamesReport);
+} // namespace

@@ -12,7 +12,9 @@
 #include "support/backend_state.h"
 #include "support/frames.h"
 
+namespace {
 constexpr unsigned NAMES_PER_ANSWER = 32;
+} // namespace
 
 silent_peers::silent_peers()
 {

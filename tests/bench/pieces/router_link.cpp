@@ -3,9 +3,10 @@
 #include "router_link/transaction.h"
 #include "router_model/state.h"
 
+namespace {
 constexpr std::size_t READ_SIZE = 4096; // what the connection reads at once
 
-static void measure_encoding(benchmark::State& state, const router_message& message)
+void measure_encoding(benchmark::State& state, const router_message& message)
 {
     const silent_peers peers;
     measure(state, [&] {
@@ -15,13 +16,13 @@ static void measure_encoding(benchmark::State& state, const router_message& mess
     });
 }
 
-static void EncodeTake(benchmark::State& state)
+void EncodeTake(benchmark::State& state)
 {
     measure_encoding(state, make_request("TI", {"1F", "2A"}));
 }
 BENCHMARK(EncodeTake);
 
-static void EncodeLongMessage(benchmark::State& state)
+void EncodeLongMessage(benchmark::State& state)
 {
     router_message message = make_request("NQ");
     message.parameters.assign(62, std::string(15, 'x'));
@@ -31,7 +32,7 @@ BENCHMARK(EncodeLongMessage);
 
 // Parses the bytes in pieces of the benchmark's argument and takes the messages as the backend
 // does.
-static void measure_parsing(benchmark::State& state, const std::string& bytes)
+void measure_parsing(benchmark::State& state, const std::string& bytes)
 {
     const auto piece_size = static_cast<std::size_t>(state.range(0));
     measure(state, [&] {
@@ -43,7 +44,7 @@ static void measure_parsing(benchmark::State& state, const std::string& bytes)
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
 }
 
-static void ParseRouteStatuses(benchmark::State& state)
+void ParseRouteStatuses(benchmark::State& state)
 {
     const silent_peers peers;
     std::string bytes;
@@ -53,14 +54,14 @@ static void ParseRouteStatuses(benchmark::State& state)
 }
 BENCHMARK(ParseRouteStatuses)->ArgName("piece")->Arg(READ_SIZE)->Arg(7)->Arg(1);
 
-static void ParseNameAnswer(benchmark::State& state)
+void ParseNameAnswer(benchmark::State& state)
 {
     const silent_peers peers;
     measure_parsing(state, name_answer("S", 0, 32, true));
 }
 BENCHMARK(ParseNameAnswer)->ArgName("piece")->Arg(READ_SIZE)->Arg(7)->Arg(1);
 
-static void measure_handling(benchmark::State& state, const std::string& frame)
+void measure_handling(benchmark::State& state, const std::string& frame)
 {
     const silent_peers peers;
     discovered_inputs = discovered_outputs = number_of_inputs = number_of_outputs = 256;
@@ -71,14 +72,15 @@ static void measure_handling(benchmark::State& state, const std::string& frame)
     });
 }
 
-static void HandleRouteStatus(benchmark::State& state)
+void HandleRouteStatus(benchmark::State& state)
 {
     measure_handling(state, route_status(31, 42));
 }
 BENCHMARK(HandleRouteStatus);
 
-static void HandleOtherMessage(benchmark::State& state)
+void HandleOtherMessage(benchmark::State& state)
 {
     measure_handling(state, name_answer("S", 0, 32, true));
 }
 BENCHMARK(HandleOtherMessage);
+} // namespace

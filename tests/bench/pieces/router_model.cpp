@@ -1,7 +1,8 @@
 #include "bench/pieces/pieces.h"
 #include "router_model/names.h"
 
-static void UpdateSourceNames(benchmark::State& state)
+namespace {
+void UpdateSourceNames(benchmark::State& state)
 {
     const silent_peers peers;
     const auto answers = name_answers("S", static_cast<unsigned>(state.range(0)));
@@ -9,10 +10,11 @@ static void UpdateSourceNames(benchmark::State& state)
 }
 BENCHMARK(UpdateSourceNames)->ArgName("names")->Arg(256)->Arg(1024);
 
-static void UpdateDestinationNames(benchmark::State& state)
+void UpdateDestinationNames(benchmark::State& state)
 {
     const silent_peers peers;
     const auto answers = name_answers("D", static_cast<unsigned>(state.range(0)));
     measure(state, [&] { update_dest_info(answers); });
 }
 BENCHMARK(UpdateDestinationNames)->ArgName("names")->Arg(256)->Arg(1024);
+} // namespace

@@ -3,8 +3,10 @@
 
 #include "common/clock.h"
 
+namespace {
 // Far enough from 0 that an absolute time of 0 is the past.
 constexpr us_time_t STILL_TIME_US = 1'000'000'000;
+} // namespace
 
 us_time_t now_us()
 {

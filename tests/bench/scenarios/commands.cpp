@@ -3,20 +3,19 @@
 
 #include "bench/scenarios/scenario.h"
 
+namespace {
 constexpr std::size_t RECORDS = 20'000;
 constexpr std::size_t QUICK_RECORDS = 500;
 constexpr std::size_t ROUNDS = 9;
 constexpr double RATE_AIM = 0.85;
 constexpr const char* RECORD = "*COMMAND=report\n*TYPE=command\n*ID=12345\nwhat=inputs\n\n";
 
-namespace {
 struct command_cost {
     double records_per_second = 0;
     double cpu_us = 0; // per record
 };
-} // namespace
 
-static std::size_t take_replies(rig& rig)
+std::size_t take_replies(rig& rig)
 {
     std::size_t count = 0;
     std::size_t begin = 0;
@@ -29,7 +28,7 @@ static std::size_t take_replies(rig& rig)
 }
 
 // Writes as the pipe takes it and reads what comes, until each record has been answered.
-static command_cost answer_all(rig& rig, std::size_t records)
+command_cost answer_all(rig& rig, std::size_t records)
 {
     std::string text;
     for (std::size_t i = 0; i < records; ++i)
@@ -49,6 +48,7 @@ static command_cost answer_all(rig& rig, std::size_t records)
     const double rate = all / (now_in_us() - start) * 1e6;
     return {rate, (settled_cpu_in_us(rig) - cpu_before) / all};
 }
+} // namespace
 
 findings measure_commands(const bench_plan& plan)
 {

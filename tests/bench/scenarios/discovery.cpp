@@ -2,13 +2,14 @@
 
 #include "bench/scenarios/scenario.h"
 
+namespace {
 constexpr std::size_t ROUNDS = 25;
 constexpr std::size_t QUICK_ROUNDS = 1;
 constexpr double AIM = 1.2;
 constexpr double SLOW_ROUTER_MS = 2000;
 constexpr double QUICK_SLOW_ROUTER_MS = 100;
 
-static long count_answers(const std::map<std::string, std::string>& answers)
+long count_answers(const std::map<std::string, std::string>& answers)
 {
     long count = 0;
     for (const char* request :
@@ -19,18 +20,18 @@ static long count_answers(const std::map<std::string, std::string>& answers)
     return count;
 }
 
-static void await_connection(rig& rig)
+void await_connection(rig& rig)
 {
     serve_until({&rig}, [&] { return rig.router.connections == 1; });
 }
 
-static bool tells_identity(rig& rig)
+bool tells_identity(rig& rig)
 {
     return hears(rig, "\nmodel=Bench router\n");
 }
 
 // From the connection on, in milliseconds.
-static double time_discovery(rig& rig)
+double time_discovery(rig& rig)
 {
     await_connection(rig);
     const double start = now_in_us();
@@ -38,7 +39,7 @@ static double time_discovery(rig& rig)
     return (now_in_us() - start) / 1000;
 }
 
-static figure measure_size(const bench_plan& plan, std::size_t size)
+figure measure_size(const bench_plan& plan, std::size_t size)
 {
     const auto answers = router_answers(size, size);
     const std::string answer_count = std::to_string(count_answers(answers));
@@ -58,7 +59,7 @@ static figure measure_size(const bench_plan& plan, std::size_t size)
 }
 
 // CPU of each second in which the router reads nothing, in milliseconds.
-static double wait_for_slow_router(rig& rig, double milliseconds)
+double wait_for_slow_router(rig& rig, double milliseconds)
 {
     rig.router.reads = false;
     await_connection(rig);
@@ -71,7 +72,7 @@ static double wait_for_slow_router(rig& rig, double milliseconds)
     return used / milliseconds;
 }
 
-static figure measure_slow_router(const bench_plan& plan)
+figure measure_slow_router(const bench_plan& plan)
 {
     const auto answers = router_answers(16, 16);
     const std::string answer_count = std::to_string(count_answers(answers));
@@ -88,6 +89,7 @@ static figure measure_slow_router(const bench_plan& plan)
     }
     return make_figure("discovery", "CPU per second of waiting", "ms", cpu);
 }
+} // namespace
 
 findings measure_discovery(const bench_plan& plan)
 {

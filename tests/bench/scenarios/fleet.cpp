@@ -6,6 +6,7 @@
 #include "bench/figure_text.h"
 #include "bench/scenarios/scenario.h"
 
+namespace {
 constexpr std::array<std::size_t, 5> SIZES = {1, 10, 50, 100, 200};
 constexpr std::array<std::size_t, 3> QUICK_SIZES = {1, 2, 4};
 constexpr std::size_t WINDOWS = 8; // of a second each, first without takes, then with them
@@ -18,7 +19,6 @@ constexpr double CPU_AIM = 1.25;
 constexpr double PSS_AIM = 1.1;
 constexpr double CORES = 2;
 
-namespace {
 // One backend and what it is doing.
 struct fleet_member {
     running_rig rig;
@@ -42,9 +42,8 @@ struct fleet_cost {
     double take_p99_us = 0;
     double largest_poll_delay_us = 0;
 };
-} // namespace
 
-static fleet start_fleet(const bench_plan& plan, std::size_t size)
+fleet start_fleet(const bench_plan& plan, std::size_t size)
 {
     const auto answers = router_answers(64, 64);
     fleet started;
@@ -59,7 +58,7 @@ static fleet start_fleet(const bench_plan& plan, std::size_t size)
 }
 
 // Polls that have come and takes that have arrived.
-static void note_requests(fleet& fleet, fleet_member& member, double now)
+void note_requests(fleet& fleet, fleet_member& member, double now)
 {
     for (const std::string& request : member.rig->router.requests) {
         if (request == "QD") member.cycle_end = now;
@@ -74,7 +73,7 @@ static void note_requests(fleet& fleet, fleet_member& member, double now)
     member.rig->router.requests.clear();
 }
 
-static void go_on_with_take(fleet_member& member, double now)
+void go_on_with_take(fleet_member& member, double now)
 {
     if (member.adding && hears(*member.rig, "*TYPE=reply\n\n")) {
         member.adding = false;
@@ -88,7 +87,7 @@ static void go_on_with_take(fleet_member& member, double now)
     }
 }
 
-static double cpu_of(const fleet& fleet)
+double cpu_of(const fleet& fleet)
 {
     double sum = 0;
     for (const rig* const each : fleet.rigs)
@@ -96,7 +95,7 @@ static double cpu_of(const fleet& fleet)
     return sum;
 }
 
-static double pss_of(const fleet& fleet)
+double pss_of(const fleet& fleet)
 {
     double sum = 0;
     for (const rig* const each : fleet.rigs)
@@ -105,8 +104,8 @@ static double pss_of(const fleet& fleet)
 }
 
 // Polls go on. Calls each_window with its length after every second.
-static void serve_fleet(fleet& fleet, std::size_t windows,
-                        const std::function<void(double us)>& each_window)
+void serve_fleet(fleet& fleet, std::size_t windows,
+                 const std::function<void(double us)>& each_window)
 {
     double window_start = now_in_us();
     std::size_t over = 0;
@@ -124,7 +123,7 @@ static void serve_fleet(fleet& fleet, std::size_t windows,
 }
 
 // CPU in milliseconds of each second, all together, while nothing but polling goes on.
-static std::vector<double> measure_polling(fleet& fleet, std::size_t windows)
+std::vector<double> measure_polling(fleet& fleet, std::size_t windows)
 {
     std::vector<double> cpu_ms;
     double cpu_before = cpu_of(fleet);
@@ -138,7 +137,7 @@ static std::vector<double> measure_polling(fleet& fleet, std::size_t windows)
 
 // Takes at any moment of the polling, each in microseconds; one that is under way at the end
 // counts as long as it has lasted.
-static std::vector<double> measure_takes(fleet& fleet, std::size_t windows)
+std::vector<double> measure_takes(fleet& fleet, std::size_t windows)
 {
     const auto size = static_cast<double>(fleet.members.size());
     const double interval = std::max(TAKE_INTERVAL_US, size / TAKES_PER_SECOND * 1e6);
@@ -154,7 +153,7 @@ static std::vector<double> measure_takes(fleet& fleet, std::size_t windows)
     return fleet.take_us;
 }
 
-static fleet_cost measure_size(const bench_plan& plan, std::size_t size)
+fleet_cost measure_size(const bench_plan& plan, std::size_t size)
 {
     fleet fleet = start_fleet(plan, size);
     const std::size_t windows = plan.quick ? QUICK_WINDOWS : WINDOWS;
@@ -167,7 +166,7 @@ static fleet_cost measure_size(const bench_plan& plan, std::size_t size)
     return cost;
 }
 
-static std::vector<std::string> row_of(std::size_t size, const fleet_cost& cost)
+std::vector<std::string> row_of(std::size_t size, const fleet_cost& cost)
 {
     const double cpu_ms = quantile_of(cost.cpu_ms, 0.5);
     return {std::to_string(size),
@@ -179,7 +178,7 @@ static std::vector<std::string> row_of(std::size_t size, const fleet_cost& cost)
             number_text(CORES * 1000 / (cpu_ms / static_cast<double>(size)))};
 }
 
-static std::vector<double> divided(std::vector<double> values, std::size_t size)
+std::vector<double> divided(std::vector<double> values, std::size_t size)
 {
     for (double& value : values)
         value /= static_cast<double>(size);
@@ -187,8 +186,8 @@ static std::vector<double> divided(std::vector<double> values, std::size_t size)
 }
 
 // The growth from the smaller fleet to the larger, for each backend: 1 when it is linear.
-static std::vector<figure> growth_figures(std::size_t few, const fleet_cost& cost_of_few,
-                                          std::size_t many, const fleet_cost& cost_of_many)
+std::vector<figure> growth_figures(std::size_t few, const fleet_cost& cost_of_few, std::size_t many,
+                                   const fleet_cost& cost_of_many)
 {
     const std::string measure =
         " per backend, " + std::to_string(many) + " against " + std::to_string(few);
@@ -204,13 +203,14 @@ static std::vector<figure> growth_figures(std::size_t few, const fleet_cost& cos
 }
 
 // Each backend takes four descriptors here.
-static void allow_many_descriptors()
+void allow_many_descriptors()
 {
     rlimit limit{};
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
     limit.rlim_cur = limit.rlim_max;
     setrlimit(RLIMIT_NOFILE, &limit);
 }
+} // namespace
 
 findings measure_fleet(const bench_plan& plan)
 {

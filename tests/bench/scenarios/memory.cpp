@@ -2,6 +2,7 @@
 #include "common/numbers.h"
 #include "support/frames.h"
 
+namespace {
 constexpr double AIM = 1.3;
 constexpr double REST_MS = 600;
 constexpr std::size_t REST_ROUNDS = 5;
@@ -13,7 +14,7 @@ constexpr std::size_t QUICK_PARTS = 4;
 constexpr std::size_t COMMANDS_IN_PART = 1000;
 constexpr std::uint32_t FOREIGN_SALVOS_IN_PART = 4;
 
-static void answer_commands(rig& rig)
+void answer_commands(rig& rig)
 {
     for (std::size_t i = 0; i < COMMANDS_IN_PART; ++i) {
         say(rig, "*COMMAND=report\n*TYPE=command\n*ID=day\nwhat=inputs\n\n");
@@ -22,7 +23,7 @@ static void answer_commands(rig& rig)
 }
 
 // Another operator's salvos to all destinations.
-static void show_foreign_takes(rig& rig)
+void show_foreign_takes(rig& rig)
 {
     std::string frames;
     for (std::uint32_t source = 1; source <= FOREIGN_SALVOS_IN_PART; ++source)
@@ -32,7 +33,7 @@ static void show_foreign_takes(rig& rig)
 }
 
 // The names of both kinds have changed.
-static void refresh_names(rig& rig)
+void refresh_names(rig& rig)
 {
     rig.router.requests.clear();
     rig.router.answers["BK F"] = frame(body("KB", {"F", "14"}));
@@ -42,13 +43,13 @@ static void refresh_names(rig& rig)
     await_discovery(rig);
 }
 
-static void lose_connection(rig& rig)
+void lose_connection(rig& rig)
 {
     reset_client(rig.router);
     await_discovery(rig);
 }
 
-static void live_through_part(rig& rig, std::size_t part)
+void live_through_part(rig& rig, std::size_t part)
 {
     answer_commands(rig);
     take_salvo(rig, PORTS, static_cast<int>(part));
@@ -59,7 +60,7 @@ static void live_through_part(rig& rig, std::size_t part)
 }
 
 // At rest, after it has learnt what there is.
-static double our_rest(const bench_plan& plan)
+double our_rest(const bench_plan& plan)
 {
     const running_rig ours = start_backend_on(plan.programs, router_answers(PORTS, PORTS));
     await_discovery(*ours);
@@ -67,7 +68,7 @@ static double our_rest(const bench_plan& plan)
     return pss_in_kib(*ours);
 }
 
-static double floor_rest(const bench_plan& plan, const char* name)
+double floor_rest(const bench_plan& plan, const char* name)
 {
     rig floor;
     start_program(floor, {plan.programs.floor_folder + "/" + name});
@@ -75,7 +76,7 @@ static double floor_rest(const bench_plan& plan, const char* name)
     return pss_in_kib(floor);
 }
 
-static std::vector<figure> measure_rest(const bench_plan& plan)
+std::vector<figure> measure_rest(const bench_plan& plan)
 {
     paired_samples pss;
     paired_samples beside_usual;
@@ -91,6 +92,7 @@ static std::vector<figure> measure_rest(const bench_plan& plan)
     return {make_figure("memory", "PSS at rest", "KiB", pss),
             make_figure("memory", "beside a usual program", "KiB", beside_usual)};
 }
+} // namespace
 
 findings measure_memory(const bench_plan& plan)
 {

@@ -5,7 +5,8 @@
 #include "bench/figure_text.h"
 #include "bench/scenarios/scenario.h"
 
-static std::string output_of(const std::string& command)
+namespace {
+std::string output_of(const std::string& command)
 {
     std::FILE* const pipe = popen(command.c_str(), "r"); // NOLINT(cert-env33-c): our own program
     if (pipe == nullptr) throw std::runtime_error("Cannot run " + command);
@@ -13,6 +14,7 @@ static std::string output_of(const std::string& command)
     if (pclose(pipe) != 0) throw std::runtime_error(command + " has failed.");
     return text;
 }
+} // namespace
 
 findings measure_pieces(const bench_plan& plan)
 {

@@ -2,11 +2,12 @@
 #include "common/numbers.h"
 #include "support/frames.h"
 
+namespace {
 constexpr std::size_t ROUTES = 256;
 constexpr std::size_t ROUNDS = 40;
 constexpr std::size_t QUICK_ROUNDS = 2;
 
-static std::string routes_at_once(std::uint32_t source)
+std::string routes_at_once(std::uint32_t source)
 {
     std::string frames;
     for (std::uint32_t i = 1; i <= ROUTES; ++i)
@@ -15,7 +16,7 @@ static std::string routes_at_once(std::uint32_t source)
 }
 
 // Whether one record holds all routes. Anything else is forgotten.
-static bool hears_report(rig& rig)
+bool hears_report(rig& rig)
 {
     const std::size_t end = rig.heard.find("\n\n");
     if (end == std::string::npos) return false;
@@ -27,13 +28,14 @@ static bool hears_report(rig& rig)
     return routes == ROUTES;
 }
 
-static double floor_cpu(rig& floor, const std::string& frames)
+double floor_cpu(rig& floor, const std::string& frames)
 {
     const double before = cpu_in_us(floor);
     send_bytes(floor.router, frames);
     serve_until({&floor}, [&] { return hears_report(floor); });
     return settled_cpu_in_us(floor) - before;
 }
+} // namespace
 
 findings measure_report(const bench_plan& plan)
 {

@@ -13,12 +13,14 @@
 #include "common/numbers.h"
 #include "support/frames.h"
 
+namespace {
 constexpr double TIME_LIMIT_US = 60'000'000;
 constexpr double TAKES_MISSING_AFTER_US = 1'000'000; // after the reply to their flush
 constexpr std::size_t ENTRIES_PER_ANSWER = 16;
 constexpr int LONGEST_WAIT_MS = 10;
 constexpr int MOST_ATTEMPTS = 20;
 constexpr const char* REPLY = "*TYPE=reply\n\n";
+} // namespace
 
 const char* const FLUSH_RECORD = "*COMMAND=route output\n*TYPE=command\nqueue=flush\n\n";
 
@@ -28,7 +30,8 @@ std::string add_record(int output, int input)
            "\nfrom input=" + std::to_string(input) + "\n\n";
 }
 
-static std::string name_answers(const std::string& kind, const std::string& name, std::size_t count)
+namespace {
+std::string name_answers(const std::string& kind, const std::string& name, std::size_t count)
 {
     std::string answers;
     for (std::size_t first = 0; first < count; first += ENTRIES_PER_ANSWER) {
@@ -43,6 +46,7 @@ static std::string name_answers(const std::string& kind, const std::string& name
     }
     return answers;
 }
+} // namespace
 
 std::map<std::string, std::string> router_answers(std::size_t sources, std::size_t destinations)
 {
@@ -75,13 +79,15 @@ void start_program(rig& rig, const std::vector<std::string>& words)
     fcntl(rig.output.number, F_SETFL, O_NONBLOCK);
 }
 
-static running_rig listening_rig(const std::map<std::string, std::string>& answers)
+namespace {
+running_rig listening_rig(const std::map<std::string, std::string>& answers)
 {
     auto made = std::make_unique<rig>();
     made->router.answers = answers;
     listen_for_client(made->router);
     return made;
 }
+} // namespace
 
 running_rig start_backend_on(const program_paths& programs,
                              const std::map<std::string, std::string>& answers,
@@ -111,21 +117,22 @@ running_rig start_floor_on(const program_paths& programs, const std::string& nam
     return started;
 }
 
+namespace {
 // An answer never waits for the acknowledgement of the one before.
-static void answer_at_once(const tcp_router& router)
+void answer_at_once(const tcp_router& router)
 {
     const int on = 1;
     setsockopt(router.client, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
 }
 
-static void serve_rig_router(tcp_router& router)
+void serve_rig_router(tcp_router& router)
 {
     const int connections = router.connections;
     serve_router(router);
     if (router.connections != connections && router.client >= 0) answer_at_once(router);
 }
 
-static void serve_output(rig& rig)
+void serve_output(rig& rig)
 {
     char bytes[65536];
     ssize_t count = 0;
@@ -134,7 +141,7 @@ static void serve_output(rig& rig)
     if (count == 0) throw std::runtime_error("A program under measurement has ended by itself.");
 }
 
-static void serve_once(const std::vector<rig*>& rigs, int longest_wait_ms)
+void serve_once(const std::vector<rig*>& rigs, int longest_wait_ms)
 {
     std::vector<pollfd> descriptors;
     std::vector<std::pair<rig*, bool>> served; // and whether it is about the router
@@ -157,6 +164,7 @@ static void serve_once(const std::vector<rig*>& rigs, int longest_wait_ms)
             serve_output(*each);
     }
 }
+} // namespace
 
 void serve_until(const std::vector<rig*>& rigs, const std::function<bool()>& done)
 {
@@ -219,7 +227,8 @@ double show_routes(rig& rig, const std::string& frames, const std::function<bool
     throw std::runtime_error("The parent is never told of the routes.");
 }
 
-static void stage_changes(rig& rig, std::size_t takes, int input)
+namespace {
+void stage_changes(rig& rig, std::size_t takes, int input)
 {
     std::string records;
     for (std::size_t output = 0; output < takes; ++output)
@@ -234,7 +243,7 @@ static void stage_changes(rig& rig, std::size_t takes, int input)
     });
 }
 
-static std::size_t count_takes(const rig& rig)
+std::size_t count_takes(const rig& rig)
 {
     const auto is_take = [](const std::string& request) {
         return request.starts_with("TI ");
@@ -242,6 +251,7 @@ static std::size_t count_takes(const rig& rig)
     const auto& requests = rig.router.requests;
     return static_cast<std::size_t>(std::count_if(requests.begin(), requests.end(), is_take));
 }
+} // namespace
 
 salvo_cost take_salvo(rig& rig, std::size_t takes, int input)
 {

@@ -1,10 +1,11 @@
 #include "bench/scenarios/scenario.h"
 
+namespace {
 constexpr std::size_t ROUNDS = 200;
 constexpr std::size_t QUICK_ROUNDS = 3;
 constexpr double AIM = 1.3;
 
-static double time_start(const std::vector<std::string>& words)
+double time_start(const std::vector<std::string>& words)
 {
     rig started;
     const double start = now_in_us();
@@ -12,6 +13,7 @@ static double time_start(const std::vector<std::string>& words)
     serve_until({&started}, [&] { return !started.heard.empty(); });
     return now_in_us() - start;
 }
+} // namespace
 
 findings measure_start(const bench_plan& plan)
 {

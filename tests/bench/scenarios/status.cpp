@@ -6,6 +6,7 @@
 #include "bench/scenarios/scenario.h"
 #include "bench/system_calls.h"
 
+namespace {
 constexpr std::size_t CYCLES = 60;
 constexpr std::size_t QUICK_CYCLES = 2;
 constexpr std::size_t TRACED_CYCLES = 6;
@@ -15,7 +16,7 @@ constexpr double AIM = 1.2;
 constexpr const char* CYCLE_MARK = "BK\\tFA6"; // as strace shows the request that begins one
 
 // Adds the CPU from one first request of a cycle to the next.
-static void note_cycle(rig& rig, std::vector<double>& samples, double& before)
+void note_cycle(rig& rig, std::vector<double>& samples, double& before)
 {
     if (count_requests(rig.router, "BK F") == 0) return;
     rig.router.requests.clear();
@@ -24,8 +25,7 @@ static void note_cycle(rig& rig, std::vector<double>& samples, double& before)
     before = now;
 }
 
-static paired_samples measure_cycles(const bench_plan& plan, rig& ours, rig& floor,
-                                     std::size_t cycles)
+paired_samples measure_cycles(const bench_plan& plan, rig& ours, rig& floor, std::size_t cycles)
 {
     paired_samples cpu;
     plan.progress("cycles", 0, cycles);
@@ -42,8 +42,8 @@ static paired_samples measure_cycles(const bench_plan& plan, rig& ours, rig& flo
 }
 
 // Runs some cycles under strace.
-static std::map<std::string, double> trace_cycles(rig& traced, const std::string& trace_file,
-                                                  std::size_t cycles)
+std::map<std::string, double> trace_cycles(rig& traced, const std::string& trace_file,
+                                           std::size_t cycles)
 {
     const auto wanted = static_cast<long>(cycles) + 1;
     serve_until({&traced}, [&] { return count_requests(traced.router, "QD") >= wanted; });
@@ -54,14 +54,13 @@ static std::map<std::string, double> trace_cycles(rig& traced, const std::string
     return calls;
 }
 
-static std::string count_text(const std::map<std::string, double>& calls, const std::string& name)
+std::string count_text(const std::map<std::string, double>& calls, const std::string& name)
 {
     const auto found = calls.find(name);
     return number_text(found == calls.end() ? 0 : found->second);
 }
 
-static text_table trace_both(const bench_plan& plan,
-                             const std::map<std::string, std::string>& answers)
+text_table trace_both(const bench_plan& plan, const std::map<std::string, std::string>& answers)
 {
     const temporary_directory directory;
     const auto launcher = [&](const char* name) {
@@ -89,7 +88,7 @@ static text_table trace_both(const bench_plan& plan,
 }
 
 // CPU of a cycle with routers of these sizes, side by side.
-static text_table measure_growth(const bench_plan& plan)
+text_table measure_growth(const bench_plan& plan)
 {
     std::vector<running_rig> sized;
     std::vector<rig*> rigs;
@@ -119,6 +118,7 @@ static text_table measure_growth(const bench_plan& plan)
     }
     return table;
 }
+} // namespace
 
 findings measure_status(const bench_plan& plan)
 {

@@ -4,6 +4,7 @@
 #include "bench/figure_text.h"
 #include "bench/scenarios/scenario.h"
 
+namespace {
 constexpr std::size_t TAKES = 1000;
 constexpr std::size_t QUICK_TAKES = 5;
 constexpr double PACING_US = 75'000; // between two flushes, a little more than the backend asks for
@@ -17,16 +18,14 @@ constexpr double AIM = 1.25;
 constexpr double QUIET_FROM_US = 20'000;
 constexpr double QUIET_TO_US = 250'000;
 
-namespace {
 struct take_rigs {
     running_rig ours;
     running_rig floor;
     double last_cycle = 0; // when the backend's last polling cycle ended
     double last_flush = 0; // of the backend
 };
-} // namespace
 
-static bool took(rig& rig)
+bool took(rig& rig)
 {
     const auto is_take = [](const std::string& request) {
         return request.starts_with("TI ");
@@ -35,13 +34,13 @@ static bool took(rig& rig)
 }
 
 // Notes when a polling cycle has ended, and forgets requests that mean nothing here.
-static void watch_cycle(take_rigs& rigs)
+void watch_cycle(take_rigs& rigs)
 {
     if (count_requests(rigs.ours->router, "QD") > 0) rigs.last_cycle = now_in_us();
     rigs.ours->router.requests.clear();
 }
 
-static void await_quiet(take_rigs& rigs)
+void await_quiet(take_rigs& rigs)
 {
     serve_until({rigs.ours.get(), rigs.floor.get()}, [&] {
         watch_cycle(rigs);
@@ -52,7 +51,7 @@ static void await_quiet(take_rigs& rigs)
 }
 
 // From a flush to the route change at this rig's router, in microseconds.
-static double time_flush(take_rigs& rigs, rig& flushed)
+double time_flush(take_rigs& rigs, rig& flushed)
 {
     flushed.router.requests.clear();
     const double start = now_in_us();
@@ -61,7 +60,7 @@ static double time_flush(take_rigs& rigs, rig& flushed)
     return now_in_us() - start;
 }
 
-static double time_our_take(take_rigs& rigs, int input)
+double time_our_take(take_rigs& rigs, int input)
 {
     rigs.ours->heard.clear();
     say(*rigs.ours, add_record(1, input));
@@ -73,7 +72,7 @@ static double time_our_take(take_rigs& rigs, int input)
 }
 
 // The routers here do not confirm takes.
-static text_table measure_salvos(const bench_plan& plan)
+text_table measure_salvos(const bench_plan& plan)
 {
     const running_rig ours = start_backend_on(plan.programs, router_answers(256, 256));
     await_discovery(*ours);
@@ -98,6 +97,7 @@ static text_table measure_salvos(const bench_plan& plan)
     }
     return table;
 }
+} // namespace
 
 findings measure_take(const bench_plan& plan)
 {
