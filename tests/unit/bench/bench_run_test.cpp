@@ -5,7 +5,8 @@
 #include "bench/bench_run.h"
 #include "support/temporary_directory.h"
 
-static bench_run small_run()
+namespace {
+bench_run small_run()
 {
     figure rate = {.scenario = "commands", .measure = "rate", .unit = "records/s", .ours = 9};
     rate.floor = 8;
@@ -21,7 +22,7 @@ static bench_run small_run()
         .tables = {{"Calls", {"call", "ours"}, {{"read", "5"}, {"select", "6"}}}}};
 }
 
-static const char* const SMALL_RUN_JSON = R"({
+const char* const SMALL_RUN_JSON = R"({
   "commit": "1234abc",
   "machine": {
     "cores": 2,
@@ -70,6 +71,7 @@ static const char* const SMALL_RUN_JSON = R"({
   ]
 }
 )";
+} // namespace
 
 class BenchRun : public testing::Test {
   protected:

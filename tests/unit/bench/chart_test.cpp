@@ -6,7 +6,8 @@
 using testing::HasSubstr;
 using testing::Not;
 
-static figure charted(double ratio, std::optional<double> aim = {})
+namespace {
+figure charted(double ratio, std::optional<double> aim = {})
 {
     figure figure = {.scenario = "take", .measure = "p50", .unit = "us", .ours = 3};
     figure.floor = 2;
@@ -17,7 +18,7 @@ static figure charted(double ratio, std::optional<double> aim = {})
     return figure;
 }
 
-static std::string chart_of(const std::vector<figure>& figures)
+std::string chart_of(const std::vector<figure>& figures)
 {
     std::ostringstream output;
     write_chart(output, figures);
@@ -25,11 +26,12 @@ static std::string chart_of(const std::vector<figure>& figures)
 }
 
 // A bar in the row of that number, from 0.
-static std::string bar(int row, const std::string& width, const std::string& colour)
+std::string bar(int row, const std::string& width, const std::string& colour)
 {
     return "<rect x=\"250.0\" y=\"" + std::to_string(81 + 28 * row) + ".0\" width=\"" + width +
            "\" height=\"14.0\" fill=\"" + colour + "\"";
 }
+} // namespace
 
 TEST(Chart, BarIsAsLongAsTheRatio)
 {

@@ -5,19 +5,21 @@
 
 #include "bench/figure.h"
 
-static std::vector<double> numbers_to(int last)
+namespace {
+std::vector<double> numbers_to(int last)
 {
     std::vector<double> numbers(static_cast<std::size_t>(last));
     std::iota(numbers.begin(), numbers.end(), 1);
     return numbers;
 }
 
-static std::vector<double> any_samples()
+std::vector<double> any_samples()
 {
     const auto whole =
         *rc::gen::nonEmpty(rc::gen::container<std::vector<int>>(rc::gen::inRange(1, 1000)));
     return {whole.begin(), whole.end()};
 }
+} // namespace
 
 TEST(Quantile, OfOneSampleIsThatSample)
 {

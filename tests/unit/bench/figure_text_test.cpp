@@ -2,7 +2,8 @@
 
 #include "bench/figure_text.h"
 
-static figure ratio_of(double ratio, double low, double high)
+namespace {
+figure ratio_of(double ratio, double low, double high)
 {
     figure figure = {.scenario = "take", .measure = "p50", .unit = "us", .ours = ratio};
     figure.floor = 1;
@@ -12,17 +13,18 @@ static figure ratio_of(double ratio, double low, double high)
     return figure;
 }
 
-static figure value_of(double value)
+figure value_of(double value)
 {
     return {.scenario = "memory", .measure = "slope", .unit = "KiB/h", .ours = value};
 }
 
-static figure aimed(figure figure, double aim, better direction)
+figure aimed(figure figure, double aim, better direction)
 {
     figure.aim = aim;
     figure.direction = direction;
     return figure;
 }
+} // namespace
 
 TEST(NumberText, RoundsToThreeDigits)
 {

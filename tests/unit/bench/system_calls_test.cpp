@@ -17,9 +17,9 @@ class SystemCalls : public testing::Test {
         return calls_per_span(directory.file("trace", trace), "BK\\tFA6");
     }
 };
-} // namespace
 
 constexpr const char* BEGIN = "sendto(3, \"\\1N0BK\\tFA6\\4\", 9, MSG_NOSIGNAL, NULL, 0) = 9\n";
+} // namespace
 
 TEST_F(SystemCalls, CountAsAverageOfWholeSpans)
 {

@@ -2,10 +2,11 @@
 
 #include "bench/table.h"
 
-static const text_table CALLS = {
+namespace {
+const text_table CALLS = {
     "Calls per cycle", {"call", "ours", "floor"}, {{"read", "5120", "12"}, {"select", "-3", ""}}};
 
-static std::vector<figure> take_and_memory()
+std::vector<figure> take_and_memory()
 {
     figure take = {.scenario = "take", .measure = "p50", .unit = "us", .ours = 30.04};
     take.floor = 20;
@@ -17,6 +18,7 @@ static std::vector<figure> take_and_memory()
     calls.floor = 0;
     return {take, calls, {.scenario = "idle", .measure = "allocations", .unit = "", .ours = 0}};
 }
+} // namespace
 
 TEST(FiguresTable, HasARowPerFigure)
 {

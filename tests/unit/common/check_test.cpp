@@ -7,20 +7,22 @@
 
 #include "common/check.h"
 
-static void require_positive(int number)
+namespace {
+void require_positive(int number)
 {
     CHECK(number > 0);
 }
 
-static void require_small(int number)
+void require_small(int number)
 {
     CHECK_NAMED(number < 10, "number is small");
 }
+} // namespace
 
 TEST(CheckDeathTest, PrintsConditionFileLineAndFunctionAndAborts)
 {
     EXPECT_EXIT(require_positive(0), testing::KilledBySignal(SIGABRT),
-                "^tests/unit/common/check_test\\.cpp:12: require_positive: "
+                "^tests/unit/common/check_test\\.cpp:13: require_positive: "
                 "Assertion `number > 0' failed\\.\n$");
 }
 

@@ -19,13 +19,13 @@ struct select_call {
     long seconds;
     long microseconds;
 };
-} // namespace
 
-static std::optional<timespec> clock_reading; // empty: the clock cannot be read
-static std::vector<clockid_t> clocks_read;
-static std::vector<useconds_t> pauses;
-static std::vector<select_call> waits;
-static int wait_result = 0;
+std::optional<timespec> clock_reading; // empty: the clock cannot be read
+std::vector<clockid_t> clocks_read;
+std::vector<useconds_t> pauses;
+std::vector<select_call> waits;
+int wait_result = 0;
+} // namespace
 
 extern "C" {
 int __wrap_clock_gettime(clockid_t clock, timespec* time)

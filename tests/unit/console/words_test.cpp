@@ -6,7 +6,8 @@
 
 using testing::ElementsAre;
 
-static std::vector<std::vector<std::string>> texts(std::string_view line)
+namespace {
+std::vector<std::vector<std::string>> texts(std::string_view line)
 {
     std::vector<std::vector<std::string>> result;
     for (const std::vector<word>& words : split_words(line).commands) {
@@ -16,6 +17,7 @@ static std::vector<std::vector<std::string>> texts(std::string_view line)
     }
     return result;
 }
+} // namespace
 
 TEST(ConsoleWords, SplitsAtBlanks)
 {

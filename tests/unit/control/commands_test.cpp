@@ -39,7 +39,8 @@ TEST_P(Command, IsAnswered)
     EXPECT_FALSE(outputs_report_pending);
 }
 
-static const exchange EXCHANGES[] = {
+namespace {
+const exchange EXCHANGES[] = {
     {"UnknownMessage", "*TYPE=message\n*COMMAND=hello\n*ID=7",
      "*COMMAND=hello\n*ERROR=Message hello ignored\n*TYPE=reply\n*ID=7\n\n"},
     {"MessageWithoutCommand", "*TYPE=message\nname=inputs\nvalue=3",
@@ -85,6 +86,7 @@ static const exchange EXCHANGES[] = {
     {"MessageOverTwoLines", "*TYPE=message\n*COMMAND=one\n*COMMAND=two",
      "*COMMAND=one\n*COMMAND=two\n*ERROR=Message one\n*ERROR=two ignored\n*TYPE=reply\n\n"},
 };
+} // namespace
 
 INSTANTIATE_TEST_SUITE_P(Handled, Command, testing::ValuesIn(EXCHANGES),
                          [](const auto& tested) { return tested.param.title; });

@@ -43,9 +43,8 @@ class Documents : public BackendTest {
   private:
     void send_report(const example& report);
 };
-} // namespace
 
-static std::vector<example> examples_in(const std::string& document)
+std::vector<example> examples_in(const std::string& document)
 {
     std::ifstream file(PROJECT_DIRECTORY "/" + document);
     std::vector<example> examples;
@@ -62,7 +61,7 @@ static std::vector<example> examples_in(const std::string& document)
     return examples;
 }
 
-static std::vector<std::string> example_lines(const std::string& document, const std::string& kind)
+std::vector<std::string> example_lines(const std::string& document, const std::string& kind)
 {
     std::vector<std::string> lines;
     for (const example& found : examples_in(document)) {
@@ -75,7 +74,7 @@ static std::vector<std::string> example_lines(const std::string& document, const
     return lines;
 }
 
-static std::string in_hexadecimal(const std::string& bytes)
+std::string in_hexadecimal(const std::string& bytes)
 {
     std::string text;
     for (const char byte : bytes) {
@@ -87,7 +86,7 @@ static std::string in_hexadecimal(const std::string& bytes)
     return text;
 }
 
-static std::string from_hexadecimal(const std::string& text)
+std::string from_hexadecimal(const std::string& text)
 {
     std::istringstream words(text);
     std::string bytes;
@@ -97,7 +96,7 @@ static std::string from_hexadecimal(const std::string& text)
 }
 
 // The routes that a documented routing report tells, as the router would have shown them.
-static void accept_documented_routes(const std::string& text)
+void accept_documented_routes(const std::string& text)
 {
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
@@ -107,6 +106,7 @@ static void accept_documented_routes(const std::string& text)
         accept_route_change(output, std::string(input) == "none" ? -1 : std::stoi(input));
     }
 }
+} // namespace
 
 void Documents::send_report(const example& report)
 {
@@ -180,8 +180,9 @@ TEST_F(Documents, ShowEachRequestWithItsBytes)
     }
 }
 
+namespace {
 // As the documents write it: mnemonic, then parameters with commas between.
-static std::string as_documented(const router_message& message)
+std::string as_documented(const router_message& message)
 {
     if (message.ack) return "ACK";
     if (message.nak) return "NAK " + message.raw;
@@ -193,6 +194,7 @@ static std::string as_documented(const router_message& message)
     }
     return text;
 }
+} // namespace
 
 TEST_F(Documents, ShowAnswersAsTheyAreUnderstood)
 {
@@ -205,8 +207,9 @@ TEST_F(Documents, ShowAnswersAsTheyAreUnderstood)
     }
 }
 
+namespace {
 // The lines that are no debugging detail, with the time in seconds since the start before each.
-static std::string notable_lines(const std::string& diagnostics)
+std::string notable_lines(const std::string& diagnostics)
 {
     char time[32];
     std::snprintf(time, sizeof time, "%.3f ",
@@ -217,6 +220,7 @@ static std::string notable_lines(const std::string& diagnostics)
         if (!line.starts_with("<DBG>")) notable += time + line + "\n";
     return notable;
 }
+} // namespace
 
 TEST_F(Documents, ShowWhatASilentRouterLooksLike)
 {
@@ -244,9 +248,9 @@ TEST_F(Documents, ShowScenariosThatAreRead)
     }
 }
 
+namespace {
 // The first column of the tables under the headings that begin so.
-static std::set<std::string> documented_names(const std::string& document,
-                                              const std::string& heading)
+std::set<std::string> documented_names(const std::string& document, const std::string& heading)
 {
     std::ifstream file(PROJECT_DIRECTORY "/" + document);
     std::set<std::string> names;
@@ -257,6 +261,7 @@ static std::set<std::string> documented_names(const std::string& document,
     }
     return names;
 }
+} // namespace
 
 TEST_F(Documents, DescribeEveryFaultOfTheSimulator)
 {

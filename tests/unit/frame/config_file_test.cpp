@@ -168,12 +168,14 @@ TEST_F(ConfigFile, FailsWhenItIsADirectory)
     EXPECT_EQ(config, ConfigMap{});
 }
 
-static int lowest_free_descriptor()
+namespace {
+int lowest_free_descriptor()
 {
     const int descriptor = dup(STDIN_FILENO);
     close(descriptor);
     return descriptor;
 }
+} // namespace
 
 TEST_F(ConfigFile, FailsWhenItCannotBeLocked)
 {
@@ -199,8 +201,9 @@ TEST_F(ConfigFile, IsClosedAndUnlockedAfterReading)
     close(other);
 }
 
+namespace {
 // Whether any process waits for a lock, by the kernel's list of locks.
-static bool somebody_waits_for(const struct stat& file)
+bool somebody_waits_for(const struct stat& file)
 {
     const std::string waiting = "-> FLOCK  ADVISORY  WRITE";
     const std::string inode = ":" + std::to_string(file.st_ino) + " ";
@@ -210,6 +213,7 @@ static bool somebody_waits_for(const struct stat& file)
             return true;
     return false;
 }
+} // namespace
 
 // The other holder shares its lock, so only an exclusive one has to wait for it.
 TEST_F(ConfigFile, IsReadOnceNobodyElseHoldsALock)
@@ -234,9 +238,11 @@ TEST_F(ConfigFile, IsReadOnceNobodyElseHoldsALock)
     EXPECT_EQ(config, (ConfigMap{{"a", "2"}}));
 }
 
-static void do_nothing(int)
+namespace {
+void do_nothing(int)
 {
 }
+} // namespace
 
 // A pipe in the file's place, whose reading a signal interrupts once its one line has been taken.
 TEST_F(ConfigFile, FailsWhenReadingFailsAfterSomeLines)

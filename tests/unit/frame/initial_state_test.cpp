@@ -12,7 +12,8 @@
 #include "router_model/route_queue.h"
 #include "router_model/state.h"
 
-static std::string loop_flags_text()
+namespace {
+std::string loop_flags_text()
 {
     std::ostringstream text;
     text << quit_requested << disconnect_requested << discovery_needed << ' ' << io_counts_changed
@@ -20,7 +21,7 @@ static std::string loop_flags_text()
     return text.str();
 }
 
-static std::string parent_text()
+std::string parent_text()
 {
     std::ostringstream text;
     text << record_complete << record_reset_pending << parent_input_ended << ' '
@@ -29,7 +30,7 @@ static std::string parent_text()
     return text.str();
 }
 
-static std::string router_link_text()
+std::string router_link_text()
 {
     std::ostringstream text;
     text << router_fd << ' ' << connect_in_progress << next_connect_attempt << router_tx_offset
@@ -38,7 +39,7 @@ static std::string router_link_text()
     return text.str();
 }
 
-static std::string router_model_text()
+std::string router_model_text()
 {
     std::ostringstream text;
     text << discovered_inputs << discovered_outputs << input_index_base << output_index_base << ' '
@@ -47,18 +48,19 @@ static std::string router_model_text()
     return text.str();
 }
 
-static std::string settings_text()
+std::string settings_text()
 {
     std::ostringstream text;
     text << configured_inputs << configured_outputs << ' ' << router_port;
     return text.str();
 }
 
-static const std::string initial_loop_flags = loop_flags_text();
-static const std::string initial_parent = parent_text();
-static const std::string initial_router_link = router_link_text();
-static const std::string initial_router_model = router_model_text();
-static const std::string initial_settings = settings_text();
+const std::string initial_loop_flags = loop_flags_text();
+const std::string initial_parent = parent_text();
+const std::string initial_router_link = router_link_text();
+const std::string initial_router_model = router_model_text();
+const std::string initial_settings = settings_text();
+} // namespace
 
 TEST(InitialState, CountsAndInfoReportAreDue)
 {

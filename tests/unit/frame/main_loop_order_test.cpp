@@ -263,15 +263,15 @@ struct seen_flags {
     bool disconnect, counts, info, inputs, outputs;
     bool operator==(const seen_flags&) const = default;
 };
-} // namespace
 
-static std::vector<seen_flags> seen_at_writes;
+std::vector<seen_flags> seen_at_writes;
 
-static void note_flags(int)
+void note_flags(int)
 {
     seen_at_writes.push_back({disconnect_requested, io_counts_changed, info_report_pending,
                               inputs_report_pending, outputs_report_pending});
 }
+} // namespace
 
 TEST_F(MainLoopOrder, ClearsTheReportFlagsBeforeAndTheOthersAfterTheirStep)
 {

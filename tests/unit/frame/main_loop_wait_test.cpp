@@ -14,10 +14,10 @@
 #include "router_model/state.h"
 #include "support/backend_test.h"
 
+namespace {
 constexpr us_time_t IDLE_US = 250'000;
 constexpr us_time_t PACING_US = 50'000;
 
-namespace {
 class MainLoopWait : public BackendTest {
   protected:
     void SetUp() override
@@ -136,14 +136,16 @@ TEST_F(MainLoopWait, IsSkippedWhileARecordWaits)
     EXPECT_EQ(waits_of_a_pass(), Waits{IDLE_US});
 }
 
+namespace {
 // A signal can come at any time; one that is raised by the write of a report stands for whatever
 // makes work after the step that would do it.
-static bool* flag_raised_by_signal = nullptr;
+bool* flag_raised_by_signal = nullptr;
 
-static void raise_flag(int)
+void raise_flag(int)
 {
     *flag_raised_by_signal = true;
 }
+} // namespace
 
 TEST_F(MainLoopWait, IsSkippedWhileCountsOrInfoReportAreDueAgain)
 {

@@ -47,14 +47,14 @@ class Settings : public testing::Test {
         return router_port;
     }
 };
-} // namespace
 
 // Holds the values of the process start, before any other test.
-static const struct {
+const struct {
     std::int64_t inputs = configured_inputs;
     std::int64_t outputs = configured_outputs;
     std::int32_t port = router_port;
 } at_start;
+} // namespace
 
 TEST_F(Settings, AreUnsetAtStart)
 {

@@ -37,18 +37,18 @@ class ChannelDispatch : public BackendTest {
     static inline int greatest_nesting = 0;
     static inline std::function<void()> work; // what the handler does for each record
 };
-} // namespace
 
-static std::size_t read_calls()
+std::size_t read_calls()
 {
     return call_count(SystemCall::Read, STDIN_FILENO);
 }
 
-static void serve(int turns)
+void serve(int turns)
 {
     for (int i = 0; i < turns; ++i)
         service_parent_and_dispatch();
 }
+} // namespace
 
 TEST_F(ChannelDispatch, ReadsTwoBytesATurn)
 {

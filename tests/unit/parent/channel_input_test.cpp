@@ -34,12 +34,12 @@ class ChannelInput : public BackendTest {
             ASSERT_EQ(read_parent_byte(), 0);
     }
 };
-} // namespace
 
-static std::size_t read_calls()
+std::size_t read_calls()
 {
     return call_count(SystemCall::Read, STDIN_FILENO);
 }
+} // namespace
 
 TEST_F(ChannelInput, MakesOneRecordOfItsLines)
 {
@@ -259,12 +259,14 @@ TEST_F(ChannelInput, StaysSilent)
     EXPECT_EQ(diagnostics(), "");
 }
 
-static rc::Gen<std::vector<std::string>> chunks()
+namespace {
+rc::Gen<std::vector<std::string>> chunks()
 {
     const std::string pieces("a=\n\r*ID\0\xFF", 9);
     return rc::gen::container<std::vector<std::string>>(
         rc::gen::container<std::string>(rc::gen::elementOf(pieces)));
 }
+} // namespace
 
 TEST_F(ChannelInput, DoesNotDependOnTheChunksThatBytesComeIn)
 {

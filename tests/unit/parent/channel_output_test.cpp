@@ -30,19 +30,19 @@ class ChannelOutput : public BackendTest {
   private:
     std::size_t filling = 0;
 };
-} // namespace
 
-static std::size_t write_calls()
+std::size_t write_calls()
 {
     return call_count(SystemCall::Write, STDOUT_FILENO);
 }
 
-static void send_field(const std::string& name, const std::string& value)
+void send_field(const std::string& name, const std::string& value)
 {
     ParentRecord record;
     record.fields[name] = value;
     send_parent_record(record);
 }
+} // namespace
 
 TEST_F(ChannelOutput, WritesARecordAtOnceInOneWrite)
 {

@@ -65,14 +65,13 @@ class ChannelSetup : public BackendTest {
 
     std::vector<int> ends;
 };
-} // namespace
 
-static bool is_non_blocking(int descriptor)
+bool is_non_blocking(int descriptor)
 {
     return (fcntl(descriptor, F_GETFL) & O_NONBLOCK) != 0;
 }
 
-static std::set<int> parent_descriptors()
+std::set<int> parent_descriptors()
 {
     fd_set readable;
     FD_ZERO(&readable);
@@ -83,6 +82,7 @@ static std::set<int> parent_descriptors()
         if (FD_ISSET(i, &readable)) descriptors.insert(i);
     return descriptors;
 }
+} // namespace
 
 TEST_F(ChannelSetup, MakesInputAndOutputNonBlockingAndLeavesDiagnosticsBlocking)
 {

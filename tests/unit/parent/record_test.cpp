@@ -3,7 +3,8 @@
 
 #include "parent/record.h"
 
-static bool operator==(const ParentRecord& left, const ParentRecord& right)
+// Beside its type, where the test framework looks for it.
+bool operator==(const ParentRecord& left, const ParentRecord& right)
 {
     return left.command == right.command && left.error == right.error && left.type == right.type &&
            left.id == right.id && left.fields == right.fields;
@@ -11,7 +12,8 @@ static bool operator==(const ParentRecord& left, const ParentRecord& right)
 
 using Fields = std::map<std::string, std::string>;
 
-static ParentRecord decoded(const std::vector<std::string>& lines)
+namespace {
+ParentRecord decoded(const std::vector<std::string>& lines)
 {
     ParentRecord record;
     for (const std::string& line : lines)
@@ -19,14 +21,14 @@ static ParentRecord decoded(const std::vector<std::string>& lines)
     return record;
 }
 
-static std::string encoded(const ParentRecord& record)
+std::string encoded(const ParentRecord& record)
 {
     std::string text;
     encode_record(record, text);
     return text;
 }
 
-static std::string encoded_field(const std::string& name, const std::string& value)
+std::string encoded_field(const std::string& name, const std::string& value)
 {
     std::string text;
     encode_field(text, name, value);
@@ -34,7 +36,7 @@ static std::string encoded_field(const std::string& name, const std::string& val
 }
 
 // What the reader of the channel makes of a record's text.
-static ParentRecord decoded_text(const std::string& text)
+ParentRecord decoded_text(const std::string& text)
 {
     ParentRecord record;
     for (std::size_t begin = 0; begin < text.size();) {
@@ -44,6 +46,7 @@ static ParentRecord decoded_text(const std::string& text)
     }
     return record;
 }
+} // namespace
 
 TEST(RecordLine, FillsTheReservedMembers)
 {
@@ -183,19 +186,20 @@ TEST(RecordField, HasOneLinePerPieceOfItsValue)
     EXPECT_EQ(encoded_field("x", "\n\nb"), "x=\nx=\nx=b\n");
 }
 
-static rc::Gen<std::string> text_of(const std::string& characters)
+namespace {
+rc::Gen<std::string> text_of(const std::string& characters)
 {
     return rc::gen::container<std::string>(rc::gen::elementOf(characters));
 }
 
 // A value that begins with an empty line reads back without it, by the rule of joining.
-static rc::Gen<std::string> values()
+rc::Gen<std::string> values()
 {
     return rc::gen::suchThat(text_of(std::string("ab=* \n\t\xFF") + "0"),
                              [](const std::string& value) { return value[0] != '\n'; });
 }
 
-static rc::Gen<ParentRecord> records()
+rc::Gen<ParentRecord> records()
 {
     return rc::gen::build<ParentRecord>(
         rc::gen::set(&ParentRecord::command, values()),
@@ -204,6 +208,7 @@ static rc::Gen<ParentRecord> records()
         rc::gen::set(&ParentRecord::fields,
                      rc::gen::container<Fields>(text_of("abo0.* \xFF"), values())));
 }
+} // namespace
 
 TEST(RecordText, ReadsBackAsTheSameRecord)
 {

@@ -12,9 +12,9 @@
 #include "router_link/receive_parser.h"
 #include "support/backend_test.h"
 
+namespace {
 constexpr us_time_t RETRY_US = 5'000'000;
 
-namespace {
 class ConnectionAttempt : public BackendTest {
   protected:
     void SetUp() override

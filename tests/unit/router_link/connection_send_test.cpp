@@ -5,11 +5,11 @@
 #include "router_link/connection.h"
 #include "support/backend_test.h"
 
-static const std::string qd_frame = "\x01N0QDED\x04";
-static const std::string qd_log = "<DBG>Send to router: " + qd_frame + "\n";
-static const std::string closed = "<NOTE>Connection to router closed\n";
-
 namespace {
+const std::string qd_frame = "\x01N0QDED\x04";
+const std::string qd_log = "<DBG>Send to router: " + qd_frame + "\n";
+const std::string closed = "<NOTE>Connection to router closed\n";
+
 class ConnectionSend : public BackendTest {
   protected:
     void SetUp() override
@@ -25,14 +25,14 @@ class ConnectionSend : public BackendTest {
         return connection_sendmsg(make_request("QD"));
     }
 };
-} // namespace
 
-static volatile std::sig_atomic_t pipe_signals = 0;
+volatile std::sig_atomic_t pipe_signals = 0;
 
-static void count_pipe_signal(int)
+void count_pipe_signal(int)
 {
     pipe_signals = pipe_signals + 1;
 }
+} // namespace
 
 TEST_F(ConnectionSend, WritesTheFrameAtOnceAndLogsIt)
 {

@@ -9,13 +9,13 @@
 #include "support/backend_test.h"
 #include "support/message_fields.h"
 
+namespace {
 constexpr us_time_t SILENCE_US = 20'000'000;
 
-static const std::string qd_frame = "\x01N0QDED\x04";
-static const std::string dropped = "<NOTE>Connection suddenly dropped\n"
-                                   "<NOTE>Connection to router closed\n";
+const std::string qd_frame = "\x01N0QDED\x04";
+const std::string dropped = "<NOTE>Connection suddenly dropped\n"
+                            "<NOTE>Connection to router closed\n";
 
-namespace {
 class ConnectionService : public BackendTest {
   protected:
     void SetUp() override

@@ -5,24 +5,25 @@
 
 using namespace std::string_literals;
 
+namespace {
 // The longest parameter that fits behind the header and one TAB: 6 bytes before it, 8 kept free
 // behind it, up to index 1023.
 constexpr std::size_t LONGEST_PARAMETER = 1009;
 
-static std::string encoded(const router_message& message)
+std::string encoded(const router_message& message)
 {
     std::string frame;
     EXPECT_TRUE(encode_router_message(message, frame));
     return frame;
 }
 
-static bool fits(const router_message& message)
+bool fits(const router_message& message)
 {
     std::string frame;
     return encode_router_message(message, frame);
 }
 
-static router_message nak_with(std::int32_t code)
+router_message nak_with(std::int32_t code)
 {
     router_message message;
     message.nak = true;
@@ -30,12 +31,13 @@ static router_message nak_with(std::int32_t code)
     return message;
 }
 
-static router_message request_with_empty_parameters(std::size_t count)
+router_message request_with_empty_parameters(std::size_t count)
 {
     router_message message = make_request("QD");
     message.parameters.resize(count);
     return message;
 }
+} // namespace
 
 TEST(RouterMessage, IsClearByDefault)
 {

@@ -31,20 +31,19 @@ class ReceivedFrame : public BackendTest {
         return messages.empty() ? Parameters{"no message"} : std::get<3>(messages[0]);
     }
 };
-} // namespace
 
-static message_fields good(char protocol, char seq, std::array<char, 3> request,
-                           const Parameters& parameters, const std::string& raw)
+message_fields good(char protocol, char seq, std::array<char, 3> request,
+                    const Parameters& parameters, const std::string& raw)
 {
     return {protocol, seq, request, parameters, true, false, false, false, -1, raw};
 }
 
-static message_fields error_reply(std::int32_t code, const Parameters& parameters,
-                                  const std::string& raw)
+message_fields error_reply(std::int32_t code, const Parameters& parameters, const std::string& raw)
 {
     const bool good = code == 0;
     return {'N', '0', {'E', 'R', 0}, parameters, good, false, false, !good, code, raw};
 }
+} // namespace
 
 TEST_F(ReceivedFrame, NeedsAChecksum)
 {

@@ -35,9 +35,8 @@ class ParsedStream : public BackendTest {
         return {take_messages(), diagnostics()};
     }
 };
-} // namespace
 
-static const std::vector<std::string> valid_frames = {
+const std::vector<std::string> valid_frames = {
     "\x06"s,
     "\x15\x04"s,
     "\x15"s + "1A2B\x04",
@@ -50,6 +49,7 @@ static const std::vector<std::string> valid_frames = {
     "\x01N0EREB\x04"s,
     "\x01N0QD\t\x01\x06\x15"s + "C8\x04",
 };
+} // namespace
 
 TEST_F(ParsedStream, GivesTheSameMessageHoweverAFrameIsCut)
 {
@@ -85,15 +85,16 @@ TEST_F(ParsedStream, ForgetsEveryPrefixOfAFrameAtAReset)
 
 // ---- the model ----
 
-static const std::string hexadecimal_digits = "0123456789ABCDEF0123456789abcdef";
+namespace {
+const std::string hexadecimal_digits = "0123456789ABCDEF0123456789abcdef";
 
-static unsigned model_digit(char digit)
+unsigned model_digit(char digit)
 {
     const std::size_t position = hexadecimal_digits.find(digit);
     return position == std::string::npos ? 0 : static_cast<unsigned>(position % 16);
 }
 
-static std::int32_t model_code(const std::string& text)
+std::int32_t model_code(const std::string& text)
 {
     std::uint32_t code = 0;
     for (const char digit : text.substr(0, text.find_first_not_of(hexadecimal_digits)))
@@ -101,12 +102,12 @@ static std::int32_t model_code(const std::string& text)
     return static_cast<std::int32_t>(code);
 }
 
-static std::string two_digits(unsigned value)
+std::string two_digits(unsigned value)
 {
     return {hexadecimal_digits[16 + value / 16], hexadecimal_digits[16 + value % 16]};
 }
 
-static std::vector<std::string> model_parameters(const std::string& body)
+std::vector<std::string> model_parameters(const std::string& body)
 {
     std::vector<std::string> parameters;
     std::size_t tab = body.size() < 4 ? std::string::npos : body.find('\t', 4);
@@ -121,7 +122,7 @@ static std::vector<std::string> model_parameters(const std::string& body)
     return parameters;
 }
 
-static void model_frame(const std::string& raw, outcome& result)
+void model_frame(const std::string& raw, outcome& result)
 {
     result.log += "<DBG>Router: MSG " + raw + "\n";
     if (raw.size() < 2) {
@@ -148,7 +149,7 @@ static void model_frame(const std::string& raw, outcome& result)
 }
 
 // Cuts the stream at the first end, NUL or 4097th byte behind each start byte.
-static outcome model(std::string bytes)
+outcome model(std::string bytes)
 {
     constexpr std::size_t limit = 4096;
     const std::string shown = bytes.substr(0, bytes.find('\0'));
@@ -194,23 +195,25 @@ static outcome model(std::string bytes)
     }
     return result;
 }
+} // namespace
 
 // ---- generated input ----
 
-static rc::Gen<std::string> text_of(const std::string& alphabet)
+namespace {
+rc::Gen<std::string> text_of(const std::string& alphabet)
 {
     return rc::gen::container<std::string>(rc::gen::elementOf(alphabet));
 }
 
-static const std::string frame_alphabet = "N0QDER\t\t\t05aF\x01\x06\x15\xFFz"s;
+const std::string frame_alphabet = "N0QDER\t\t\t05aF\x01\x06\x15\xFFz"s;
 
-static rc::Gen<std::string> framed(const char* prefix)
+rc::Gen<std::string> framed(const char* prefix)
 {
     return rc::gen::map(text_of(frame_alphabet),
                         [prefix](const std::string& text) { return frame(prefix + text); });
 }
 
-static rc::Gen<std::string> long_frame()
+rc::Gen<std::string> long_frame()
 {
     return rc::gen::map(rc::gen::inRange<std::size_t>(4089, 4094), [](std::size_t length) {
         return frame("N0QD\t" + std::string(length, 'x'));
@@ -218,7 +221,7 @@ static rc::Gen<std::string> long_frame()
 }
 
 // Pieces of a stream: noise rich in control bytes, whole frames, frames about as long as allowed.
-static rc::Gen<std::string> stream()
+rc::Gen<std::string> stream()
 {
     const auto noise = text_of("\x01\x01\x04\x04\x06\x15\t\0N0QDER0123aF\xFFz"s);
     const auto piece = rc::gen::weightedOneOf<std::string>({{6, noise},
@@ -236,7 +239,7 @@ static rc::Gen<std::string> stream()
 }
 
 // What follows "Response: " depends on the reads alone.
-static std::string without_responses(const std::string& log)
+std::string without_responses(const std::string& log)
 {
     std::string kept;
     const std::string response = "<DBG>Response: ";
@@ -248,6 +251,7 @@ static std::string without_responses(const std::string& log)
     }
     return kept + log.substr(begin);
 }
+} // namespace
 
 RC_GTEST_FIXTURE_PROP(ParsedStream, AgreesWithTheModel, ())
 {

@@ -21,17 +21,17 @@ class ReceiveParser : public BackendTest {
 };
 
 using Messages = std::vector<message_fields>;
-} // namespace
 
-static const message_fields ack_message = {0, '0', {}, {}, true, true, false, false, -1, ""};
-static const message_fields qd_message = {'N',   '0',   {'Q', 'D', 0}, {}, true,
-                                          false, false, false,         -1, "N0QDED"};
-static const std::string qd_frame = "\x01N0QDED\x04";
+const message_fields ack_message = {0, '0', {}, {}, true, true, false, false, -1, ""};
+const message_fields qd_message = {'N',   '0',   {'Q', 'D', 0}, {}, true,
+                                   false, false, false,         -1, "N0QDED"};
+const std::string qd_frame = "\x01N0QDED\x04";
 
-static message_fields nak_message(std::int32_t code, const std::string& raw)
+message_fields nak_message(std::int32_t code, const std::string& raw)
 {
     return {0, '0', {}, {}, false, false, true, false, code, raw};
 }
+} // namespace
 
 TEST_F(ReceiveParser, DeliversAFrame)
 {
@@ -196,11 +196,13 @@ TEST_F(ReceiveParser, SkipsANakWithANul)
               "<DBG>Router: MSG N0QDED\n");
 }
 
+namespace {
 // A frame with this many bytes between start and end.
-static std::string frame_of_size(std::size_t raw_size)
+std::string frame_of_size(std::size_t raw_size)
 {
     return frame("N0QD\t" + std::string(raw_size - 7, 'x'));
 }
+} // namespace
 
 TEST_F(ReceiveParser, TakesFramesOfUpTo4096Bytes)
 {

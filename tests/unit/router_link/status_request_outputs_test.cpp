@@ -5,9 +5,9 @@
 #include "router_link/status_request.h"
 #include "unit/router_link/status_cycle.h"
 
+namespace {
 constexpr us_time_t PAUSE_US = 10'000;
 
-namespace {
 class StatusOutputs : public StatusCycle {};
 
 class StatusDrain : public StatusOutputs {
@@ -18,10 +18,10 @@ class StatusDrain : public StatusOutputs {
         next_status_request = 0;
     }
 };
-} // namespace
 
 // A cycle with flags 0 dispatches twice in each of its three waited exchanges.
 constexpr int DISPATCHES_BEFORE_QUERIES = 6;
+} // namespace
 
 TEST_F(StatusOutputs, QueriesTheNamedOutputsInOrder)
 {

@@ -2,9 +2,9 @@
 #include "router_link/status_request.h"
 #include "unit/router_link/status_cycle.h"
 
+namespace {
 constexpr us_time_t PAUSE_US = 10'000;
 
-namespace {
 class StatusRequest : public StatusCycle {};
 
 struct flag_text {

@@ -10,15 +10,15 @@
 #include "support/backend_test.h"
 #include "support/message_fields.h"
 
+namespace {
 constexpr us_time_t PAUSE_US = 10'000;
 constexpr us_time_t DEADLINE_US = FAKE_START_US + 2'000'000;
 
-static const std::string closed = "<NOTE>Connection to router closed\n";
-static const std::string timed_out = "<ERR>Timeout receiving message\n" + closed;
-static const std::string unable = "<ERR>Unable to send message\n";
-static const std::string qd_request = "<DBG>Send to router: \x01N0QDED\x04\n";
+const std::string closed = "<NOTE>Connection to router closed\n";
+const std::string timed_out = "<ERR>Timeout receiving message\n" + closed;
+const std::string unable = "<ERR>Unable to send message\n";
+const std::string qd_request = "<DBG>Send to router: \x01N0QDED\x04\n";
 
-namespace {
 class Transaction : public BackendTest {
   protected:
     void SetUp() override
@@ -60,26 +60,26 @@ class Transaction : public BackendTest {
 };
 
 using Raws = std::vector<std::string>;
-} // namespace
 
-static std::string framed(std::string_view mnemonic, const std::vector<std::string>& parameters,
-                          char seq = '0')
+std::string framed(std::string_view mnemonic, const std::vector<std::string>& parameters,
+                   char seq = '0')
 {
     return frame(body(mnemonic, parameters, seq));
 }
 
-static std::string raw_of(std::string_view mnemonic, const std::vector<std::string>& parameters,
-                          char seq = '0')
+std::string raw_of(std::string_view mnemonic, const std::vector<std::string>& parameters,
+                   char seq = '0')
 {
     return received(mnemonic, parameters, seq).raw;
 }
 
-static std::size_t pauses()
+std::size_t pauses()
 {
     return static_cast<std::size_t>(
         std::count_if(recorded_waits.begin(), recorded_waits.end(),
                       [](const recorded_wait& wait) { return wait.is_pause; }));
 }
+} // namespace
 
 TEST_F(Transaction, CollectsASingleReply)
 {

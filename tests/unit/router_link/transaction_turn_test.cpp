@@ -7,18 +7,18 @@
 #include "router_model/state.h"
 #include "support/backend_test.h"
 
+namespace {
 constexpr us_time_t PAUSE_US = 10'000;
 constexpr us_time_t DEADLINE_US = FAKE_START_US + 2'000'000;
 
 // What the parent's next record does, when a test watches for it.
-static std::function<void()> on_record;
+std::function<void()> on_record;
 
-static void run_on_record(ParentRecord&)
+void run_on_record(ParentRecord&)
 {
     on_record();
 }
 
-namespace {
 class TransactionTurn : public BackendTest {
   protected:
     void SetUp() override

@@ -234,12 +234,14 @@ TEST_F(RouteQueue, ServesBothSidesBeforeEachMessageAndAtTheEnd)
     }
 }
 
-static std::size_t reads_when_handled;
+namespace {
+std::size_t reads_when_handled;
 
-static void note_reads(ParentRecord&)
+void note_reads(ParentRecord&)
 {
     reads_when_handled = call_count(SystemCall::Read, router_fd);
 }
+} // namespace
 
 TEST_F(RouteQueue, ServesTheRouterBeforeTheParentEachTime)
 {

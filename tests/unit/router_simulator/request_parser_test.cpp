@@ -113,13 +113,15 @@ TEST(SimulatorParser, HandsTheBytesOfARejectedFrameBack)
     EXPECT_EQ(frames[0].content, "N0QDEE");
 }
 
+namespace {
 // Control bytes and the bytes of a request come often, so that frames begin and end.
-static rc::Gen<std::string> likely_bytes()
+rc::Gen<std::string> likely_bytes()
 {
     return rc::gen::container<std::string>(
         rc::gen::oneOf(rc::gen::elementOf(std::string("\x01\x01\x04\x04\x06\x09\x15\0N0QDED", 14)),
                        rc::gen::arbitrary<char>()));
 }
+} // namespace
 
 RC_GTEST_PROP(SimulatorParser, FindsTheSameInWhateverPiecesBytesCome, ())
 {

@@ -8,14 +8,15 @@ using testing::Optional;
 
 using Steps = std::vector<std::size_t>;
 
-static scenario started(const std::vector<scenario_step>& steps, std::uint64_t seed = 7)
+namespace {
+scenario started(const std::vector<scenario_step>& steps, std::uint64_t seed = 7)
 {
     scenario plan{.seed = seed, .steps = steps, .states = {}};
     start_scenario(plan);
     return plan;
 }
 
-static scenario_step on_request(const std::string& request, fault_kind fault = fault_kind::lose)
+scenario_step on_request(const std::string& request, fault_kind fault = fault_kind::lose)
 {
     scenario_step step;
     step.trigger = trigger_kind::request;
@@ -25,13 +26,14 @@ static scenario_step on_request(const std::string& request, fault_kind fault = f
 }
 
 // How often each of so many requests has the first step done: "0110".
-static std::string marks(scenario plan, int requests)
+std::string marks(scenario plan, int requests)
 {
     std::string text;
     for (int i = 0; i < requests; ++i)
         text += reply_steps(plan, "QI 1 0").empty() ? '0' : '1';
     return text;
 }
+} // namespace
 
 TEST(Scenario, DrawsTheSameForTheSameSeed)
 {

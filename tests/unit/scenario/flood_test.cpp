@@ -11,10 +11,9 @@
 
 namespace {
 class ScenarioFlood : public PlayedSession {};
-} // namespace
 
 // For more diagnostics than a pipe holds: a pipe that nobody reads would block the backend.
-static void discard_diagnostics()
+void discard_diagnostics()
 {
     const int null_device = open("/dev/null", O_WRONLY | O_CLOEXEC);
     dup2(null_device, STDERR_FILENO);
@@ -22,13 +21,14 @@ static void discard_diagnostics()
     diagnostics_are_null_device = true;
 }
 
-static int most_active_handlers;
+int most_active_handlers;
 
-static void count_and_handle(ParentRecord& record)
+void count_and_handle(ParentRecord& record)
 {
     most_active_handlers = std::max(most_active_handlers, active_record_handlers);
     handle_parent_record(record);
 }
+} // namespace
 
 TEST_F(ScenarioFlood, ThousandsOfOutputQueriesAreAllAnsweredInBoundedNesting)
 {
@@ -66,8 +66,9 @@ TEST_F(ScenarioFlood, ThousandsOfOutputQueriesAreAllAnsweredInBoundedNesting)
     EXPECT_EQ(queries, COMMANDS * 64);
 }
 
+namespace {
 // As many messages of a reply as one read takes, none of them its last.
-static std::string endless_reply(const char* mnemonic, const std::vector<std::string>& parameters)
+std::string endless_reply(const char* mnemonic, const std::vector<std::string>& parameters)
 {
     std::string bytes;
     const std::string message = frame(body(mnemonic, parameters, '1'));
@@ -75,6 +76,7 @@ static std::string endless_reply(const char* mnemonic, const std::vector<std::st
         bytes += message;
     return bytes;
 }
+} // namespace
 
 TEST_F(ScenarioFlood, AReplyThatNeverEndsIsKeptInBounds)
 {

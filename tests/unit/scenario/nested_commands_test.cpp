@@ -99,7 +99,8 @@ TEST_P(ScenarioNestedCommand, IsAnsweredDuringAnOutputQuery)
     EXPECT_EQ(parent_hears(), GetParam().heard + std::string("*TYPE=reply\n*ID=outer\n\n"));
 }
 
-static const nested_command NESTED_COMMANDS[] = {
+namespace {
+const nested_command NESTED_COMMANDS[] = {
     {"Set", "*TYPE=message\n*COMMAND=set\nname=inputs\nvalue=2", "", {}},
     {"UnknownMessage",
      "*TYPE=message\n*COMMAND=hello\n*ID=1",
@@ -135,6 +136,7 @@ static const nested_command NESTED_COMMANDS[] = {
      {"TI 2 2", "QI 2 0"}},
     {"OtherType", "*TYPE=reply\n*COMMAND=report\n*ID=1\nwhat=inputs", "", {}},
 };
+} // namespace
 
 INSTANTIATE_TEST_SUITE_P(EachKind, ScenarioNestedCommand, testing::ValuesIn(NESTED_COMMANDS),
                          [](const auto& tested) { return tested.param.title; });

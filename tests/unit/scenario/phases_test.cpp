@@ -9,15 +9,15 @@
 #include "control/commands.h"
 #include "unit/scenario/played_session.h"
 
+namespace {
 // What happens in the middle of the phase.
-static std::function<void()> event;
+std::function<void()> event;
 
-static void let_event_happen(ParentRecord&)
+void let_event_happen(ParentRecord&)
 {
     event();
 }
 
-namespace {
 class ScenarioPhase : public PlayedSession {
   public:
     // The first pass connects and asks for names; the router stays silent.

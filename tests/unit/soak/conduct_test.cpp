@@ -2,10 +2,10 @@
 
 #include "soak/conduct.h"
 
+namespace {
 constexpr us_time_t SECOND = 1'000'000;
 constexpr us_time_t START = 1'000 * SECOND;
 
-namespace {
 class Conduct : public testing::Test {
   protected:
     parent_link backend;

@@ -3,14 +3,16 @@
 
 #include "soak/growth.h"
 
+namespace {
 // A sample each ten seconds, the heap given, everything else constant.
-static std::vector<cost_sample> samples_of(int count, const std::function<std::uint64_t(int)>& heap)
+std::vector<cost_sample> samples_of(int count, const std::function<std::uint64_t(int)>& heap)
 {
     std::vector<cost_sample> samples;
     for (int i = 0; i < count; ++i)
         samples.push_back({10.0 * i, {.pss_kib = 900, .heap_kib = heap(i), .descriptors = 6}});
     return samples;
 }
+} // namespace
 
 TEST(Growth, SteadyMemoryDoesNotGrow)
 {

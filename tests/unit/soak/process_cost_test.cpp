@@ -8,10 +8,11 @@
 
 #include "soak/process_cost.h"
 
+namespace {
 constexpr std::size_t SIZE = 8 << 20;
 
 // Takes memory once it is told, and says so.
-[[noreturn]] static void take_memory_when_told(int teller)
+[[noreturn]] void take_memory_when_told(int teller)
 {
     char word = 0;
     if (read(teller, &word, 1) != 1) _exit(1);
@@ -22,6 +23,7 @@ constexpr std::size_t SIZE = 8 << 20;
     pause();
     _exit(1);
 }
+} // namespace
 
 // Of a process that does nothing else: a sanitizer may release memory when some is allocated.
 TEST(ProcessCost, CountsWhatIsAllocated)

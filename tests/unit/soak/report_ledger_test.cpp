@@ -2,9 +2,9 @@
 
 #include "soak/report_ledger.h"
 
+namespace {
 constexpr us_time_t SECOND = 1'000'000;
 
-namespace {
 class ReportLedger : public testing::Test {
   protected:
     report_ledger ledger;

@@ -2,10 +2,10 @@
 
 #include "soak/route_ledger.h"
 
+namespace {
 constexpr us_time_t START = 1'000'000'000;
 constexpr us_time_t SECOND = 1'000'000;
 
-namespace {
 class RouteLedger : public testing::Test {
   protected:
     route_ledger ledger = make_route_ledger(4, START);

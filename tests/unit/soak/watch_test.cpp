@@ -5,10 +5,10 @@
 using testing::ElementsAre;
 using testing::IsEmpty;
 
+namespace {
 constexpr us_time_t SECOND = 1'000'000;
 constexpr us_time_t START = 1'000 * SECOND;
 
-namespace {
 class Watch : public testing::Test {
   protected:
     soak_watch watch;
