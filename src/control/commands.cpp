@@ -9,12 +9,12 @@
 #include "router_model/state.h"
 
 namespace {
-const std::string absent_field;
+const std::string ABSENT_FIELD;
 
 const std::string& field(const ParentRecord& record, const char* name)
 {
     const auto found = record.fields.find(name);
-    return found == record.fields.end() ? absent_field : found->second;
+    return found == record.fields.end() ? ABSENT_FIELD : found->second;
 }
 
 ParentRecord make_reply(const ParentRecord& request, const std::string& command,
