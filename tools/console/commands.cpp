@@ -150,9 +150,9 @@ void run_log(console_state& state, const std::vector<word>& words, us_time_t /*n
     const std::vector<std::string>& names = log_level_names();
     const auto found = std::find(names.begin(), names.end(), words[1].text);
     if (found == names.end()) return refuse(result, "The levels are debug, note, warn and off.");
-    static constexpr log_level levels[] = {log_level::debug, log_level::note, log_level::warn,
+    static constexpr log_level LEVELS[] = {log_level::debug, log_level::note, log_level::warn,
                                            log_level::off};
-    state.log = levels[found - names.begin()];
+    state.log = LEVELS[found - names.begin()];
 }
 
 void run_wait(console_state& /*state*/, const std::vector<word>& /*words*/, us_time_t /*now*/,
@@ -186,7 +186,7 @@ void run_help(console_state& /*state*/, const std::vector<word>& /*words*/, us_t
 using enum argument_kind;
 
 namespace {
-const std::vector<command> commands = {
+const std::vector<command> COMMANDS = {
     {"take", {output, input}, "OUTPUT INPUT", "route an input to an output now", run_take},
     {"stage", {output, input}, "OUTPUT INPUT", "prepare a route for flush", run_stage},
     {"flush", {}, "", "take all staged routes at once", run_flush},
@@ -202,32 +202,32 @@ const std::vector<command> commands = {
     {"help", {}, "", "show this", run_help},
     {"quit", {}, "", "leave the console", run_quit},
 };
-const std::vector<std::string> settings = {"inputs", "ip address", "outputs", "port"};
-const std::vector<std::string> log_levels = {"debug", "note", "warn", "off"};
+const std::vector<std::string> SETTINGS = {"inputs", "ip address", "outputs", "port"};
+const std::vector<std::string> LOG_LEVELS = {"debug", "note", "warn", "off"};
 } // namespace
 
 const std::vector<command>& all_commands()
 {
-    return commands;
+    return COMMANDS;
 }
 
 const std::vector<std::string>& setting_names()
 {
-    return settings;
+    return SETTINGS;
 }
 
 const std::vector<std::string>& log_level_names()
 {
-    return log_levels;
+    return LOG_LEVELS;
 }
 
 command_result run_command(console_state& state, const std::vector<word>& words, us_time_t now)
 {
     command_result result;
-    const auto found = std::find_if(commands.begin(), commands.end(), [&](const command& each) {
+    const auto found = std::find_if(COMMANDS.begin(), COMMANDS.end(), [&](const command& each) {
         return each.name == words[0].text;
     });
-    if (found == commands.end()) {
+    if (found == COMMANDS.end()) {
         refuse(result, "There is no command \"" + words[0].text + "\"; \"help\" lists them.");
     } else if (words.size() != found->arguments.size() + 1) {
         const std::string usage = found->usage.empty() ? "" : " " + std::string(found->usage);

@@ -6,7 +6,7 @@
 
 namespace {
 // As many as a person cares to read in one line.
-constexpr std::size_t most_candidates = 6;
+constexpr std::size_t MOST_CANDIDATES = 6;
 } // namespace
 
 using name_rule = bool (*)(std::string_view name, std::string_view wanted);
@@ -31,11 +31,11 @@ std::string list_candidates(const std::vector<std::string>& names,
                             const std::vector<int>& positions)
 {
     std::string text;
-    for (std::size_t i = 0; i < positions.size() && i < most_candidates; ++i)
+    for (std::size_t i = 0; i < positions.size() && i < MOST_CANDIDATES; ++i)
         text += (i > 0 ? ", " : "") + std::to_string(positions[i]) + " " +
                 names[static_cast<std::size_t>(positions[i])];
-    if (positions.size() > most_candidates)
-        text += " and " + std::to_string(positions.size() - most_candidates) + " more";
+    if (positions.size() > MOST_CANDIDATES)
+        text += " and " + std::to_string(positions.size() - MOST_CANDIDATES) + " more";
     return text;
 }
 

@@ -12,7 +12,7 @@
 #include "console/terminal.h"
 
 namespace {
-constexpr const char* footer =
+constexpr const char* FOOTER =
     "Exit status: 0 when all went well; 1 when it could not start; 2 when a script's route was "
     "not\n"
     "confirmed or a command of it was refused; 3 when the backend ended by itself.\n"
@@ -42,7 +42,7 @@ int run(const std::string& backend, const std::string& config_path)
 {
     console_session session;
     session.print = print_plain;
-    if (!start_session(session, backend, config_path)) return exit_not_started;
+    if (!start_session(session, backend, config_path)) return EXIT_NOT_STARTED;
     const bool terminal = isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0;
     if (terminal)
         run_terminal(session);
@@ -50,8 +50,8 @@ int run(const std::string& backend, const std::string& config_path)
         run_script(session);
     session.print = print_plain;
     const int status = close_session(session);
-    if (status != exit_good || terminal) return status;
-    return session.unconfirmed || session.refused ? exit_not_confirmed : exit_good;
+    if (status != EXIT_GOOD || terminal) return status;
+    return session.unconfirmed || session.refused ? EXIT_NOT_CONFIRMED : EXIT_GOOD;
 }
 
 int run_program(int argument_count, const char* const* arguments)
@@ -64,11 +64,11 @@ int run_program(int argument_count, const char* const* arguments)
         ->type_name("PATH");
     app.add_option("--backend", backend, "the backend's program; default: beside this one")
         ->type_name("PATH");
-    app.footer(footer);
+    app.footer(FOOTER);
     try {
         app.parse(argument_count, arguments);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? exit_good : exit_not_started;
+        return app.exit(error) == 0 ? EXIT_GOOD : EXIT_NOT_STARTED;
     }
     return run(backend, config_path);
 }
@@ -81,6 +81,6 @@ int main(int argument_count, char** arguments)
         return run_program(argument_count, arguments);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "router_console: %s\n", error.what());
-        return exit_not_started;
+        return EXIT_NOT_STARTED;
     }
 }

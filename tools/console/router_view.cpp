@@ -6,7 +6,7 @@
 
 namespace {
 // Far more than any router has; keeps a nonsensical report from filling the memory.
-constexpr int most_positions = 65536;
+constexpr int MOST_POSITIONS = 65536;
 
 std::string state_text(link_state state)
 {
@@ -41,7 +41,7 @@ std::string label(const std::vector<std::string>& names, int position)
 
 std::string input_label(const router_view& view, int input)
 {
-    if (input == input_unknown) return "?";
+    if (input == INPUT_UNKNOWN) return "?";
     return input < 0 ? "no input" : label(view.input_names, input);
 }
 
@@ -63,7 +63,7 @@ std::optional<int> to_position(std::string_view digits)
     int value = 0;
     const char* const end = digits.data() + digits.size();
     const auto [rest, error] = std::from_chars(digits.data(), end, value);
-    if (error != std::errc() || rest != end || value < 0 || value >= most_positions)
+    if (error != std::errc() || rest != end || value < 0 || value >= MOST_POSITIONS)
         return std::nullopt;
     return value;
 }
@@ -112,7 +112,7 @@ void take_route(router_view& view, int output, int input, news& told)
     if (route.request != request_state::none && route.asked == input) {
         route.request = request_state::none;
         told.push_back(now_shows + ": confirmed");
-    } else if (before != input_unknown && before != input) {
+    } else if (before != INPUT_UNKNOWN && before != input) {
         if (route.request == request_state::unconfirmed) route.request = request_state::none;
         told.push_back(now_shows);
     }
@@ -124,7 +124,7 @@ void take_routes(router_view& view, const ParentRecord& record, news& told)
         const std::optional<int> output = position_of(name, 'o', ".input.all");
         if (!output) continue;
         view.routes_reported = true;
-        take_route(view, *output, to_position(value).value_or(input_none), told);
+        take_route(view, *output, to_position(value).value_or(INPUT_NONE), told);
     }
 }
 
@@ -163,7 +163,7 @@ struct link_rule {
 };
 
 namespace {
-constexpr link_rule link_rules[] = {
+constexpr link_rule LINK_RULES[] = {
     {"<NOTE>Trying to connect to router...", link_state::connecting, std::nullopt},
     {"<NOTE>Connected to router, right away", link_state::discovering, ""},
     {"<NOTE>Connection sucessful.", link_state::discovering, ""},
@@ -193,9 +193,9 @@ void announce_link(router_view& view, news& told)
 bool take_diagnostics(router_view& view, const std::string& line, news& told)
 {
     const auto* const rule =
-        std::find_if(std::begin(link_rules), std::end(link_rules),
+        std::find_if(std::begin(LINK_RULES), std::end(LINK_RULES),
                      [&](const link_rule& each) { return line.starts_with(each.beginning); });
-    if (rule == std::end(link_rules)) return false;
+    if (rule == std::end(LINK_RULES)) return false;
     if (rule->problem == "%")
         view.link_problem = printable(line.substr(rule->beginning.size()));
     else if (rule->problem)
@@ -236,7 +236,7 @@ news expire_requests(router_view& view, us_time_t now)
     for (std::size_t output = 0; output < view.routes.size(); ++output) {
         route_view& route = view.routes[output];
         if (route.request != request_state::pending) continue;
-        if (now - route.asked_at < confirmation_limit_us) continue;
+        if (now - route.asked_at < CONFIRMATION_LIMIT_US) continue;
         route.request = request_state::unconfirmed;
         told.push_back(output_label(view, static_cast<int>(output)) + ": " +
                        input_label(view, route.asked) + " was not confirmed within 3 s");
@@ -246,11 +246,11 @@ news expire_requests(router_view& view, us_time_t now)
 
 us_time_t time_to_expiry(const router_view& view, us_time_t now)
 {
-    us_time_t nearest = no_expiry;
+    us_time_t nearest = NO_EXPIRY;
     for (const route_view& route : view.routes) {
         if (route.request != request_state::pending) continue;
         const us_time_t age = now - route.asked_at;
-        nearest = std::min(nearest, age < confirmation_limit_us ? confirmation_limit_us - age : 0);
+        nearest = std::min(nearest, age < CONFIRMATION_LIMIT_US ? CONFIRMATION_LIMIT_US - age : 0);
     }
     return nearest;
 }

@@ -16,17 +16,17 @@
 #include "common/clock.h"
 #include "parent/record.h"
 
-constexpr us_time_t confirmation_limit_us = 3'000'000;
+constexpr us_time_t CONFIRMATION_LIMIT_US = 3'000'000;
 
 enum class link_state { down, connecting, discovering, ready };
 enum class request_state { none, pending, unconfirmed };
 
-constexpr int input_unknown = -2;
-constexpr int input_none = -1;
+constexpr int INPUT_UNKNOWN = -2;
+constexpr int INPUT_NONE = -1;
 
 struct route_view {
-    int shown = input_unknown; // the input that the last report named
-    int asked = input_unknown; // meaningful unless request is none
+    int shown = INPUT_UNKNOWN; // the input that the last report named
+    int asked = INPUT_UNKNOWN; // meaningful unless request is none
     request_state request = request_state::none;
     us_time_t asked_at = 0;
 };
@@ -66,7 +66,7 @@ void note_discarded(router_view& view);
 news expire_requests(router_view& view, us_time_t now);
 
 // How long until expire_requests has something to do; no_expiry when no route is pending.
-constexpr us_time_t no_expiry = ~us_time_t{0};
+constexpr us_time_t NO_EXPIRY = ~us_time_t{0};
 us_time_t time_to_expiry(const router_view& view, us_time_t now);
 
 bool any_pending(const router_view& view);

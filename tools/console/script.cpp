@@ -10,13 +10,13 @@ using namespace std::chrono_literals;
 
 namespace {
 // Longer than the backend takes to learn a router that answers slowly.
-constexpr us_time_t start_limit_us = 10'000'000;
+constexpr us_time_t START_LIMIT_US = 10'000'000;
 
-constexpr auto no_time_limit = 24h;
+constexpr auto NO_TIME_LIMIT = 24h;
 
 void wait_for_reports(console_session& session)
 {
-    const us_time_t deadline = now_us() + start_limit_us;
+    const us_time_t deadline = now_us() + START_LIMIT_US;
     const router_view& view = session.state.view;
     while (!fully_reported(view) && !session.link.ended) {
         const us_time_t now = now_us();
@@ -56,7 +56,7 @@ void run_script(console_session& session)
     bool more = true;
     while (more && !session.quit && !session.link.ended) {
         std::array<pollfd, 1> watched = {{{STDIN_FILENO, POLLIN, 0}}};
-        wait_session(session, watched, no_time_limit);
+        wait_session(session, watched, NO_TIME_LIMIT);
         if (watched[0].revents == 0) continue;
         more = read_input(input);
         if (!more && !input.empty()) input += '\n';

@@ -8,12 +8,12 @@
 using namespace std::chrono_literals;
 
 namespace {
-constexpr std::size_t kept_diagnostics = 5;
+constexpr std::size_t KEPT_DIAGNOSTICS = 5;
 
 // For what a healthy backend does at once.
-constexpr auto farewell_time = 1s;
+constexpr auto FAREWELL_TIME = 1s;
 
-constexpr auto no_time_limit = 24h;
+constexpr auto NO_TIME_LIMIT = 24h;
 } // namespace
 
 bool start_session(console_session& session, const std::string& backend,
@@ -37,7 +37,7 @@ void print_news(const console_session& session, const news& told)
 void take_diagnostics_line(console_session& session, const std::string& line)
 {
     session.last_diagnostics.push_back(line);
-    if (session.last_diagnostics.size() > kept_diagnostics) session.last_diagnostics.pop_front();
+    if (session.last_diagnostics.size() > KEPT_DIAGNOSTICS) session.last_diagnostics.pop_front();
     news told;
     const bool about_link = take_diagnostics(session.state.view, line, told);
     if (is_shown(session.state.log, line, about_link)) session.print(line + '\n');
@@ -68,7 +68,7 @@ void wait_session(console_session& session, std::span<pollfd> watched,
     std::vector<pollfd> descriptors(watched.begin(), watched.end());
     add_poll_descriptors(session.link, descriptors);
     const us_time_t expiry = time_to_expiry(session.state.view, now_us());
-    if (expiry != no_expiry)
+    if (expiry != NO_EXPIRY)
         time_out = std::min(time_out, std::chrono::milliseconds(expiry / 1000 + 1));
     poll(descriptors.data(), descriptors.size(), static_cast<int>(time_out.count()));
     std::copy_n(descriptors.begin(), watched.size(), watched.begin());
@@ -78,7 +78,7 @@ void wait_session(console_session& session, std::span<pollfd> watched,
 void wait_for_routes(console_session& session)
 {
     while (any_pending(session.state.view) && !session.link.ended)
-        wait_session(session, {}, no_time_limit);
+        wait_session(session, {}, NO_TIME_LIMIT);
 }
 
 namespace {
@@ -112,13 +112,13 @@ int close_session(console_session& session)
 {
     if (!session.link.ended) {
         end_input(session.link);
-        wait_until(session.link, farewell_time, [&] { return session.link.ended; });
+        wait_until(session.link, FAREWELL_TIME, [&] { return session.link.ended; });
         close_backend(session.link);
-        return exit_good;
+        return EXIT_GOOD;
     }
     std::string text = "The backend " + describe_end(session.link) + ". Its last diagnostics:\n";
     for (const std::string& line : session.last_diagnostics)
         text += "  " + line + '\n';
     session.print(text);
-    return session.came_up ? exit_backend_ended : exit_not_started;
+    return session.came_up ? EXIT_BACKEND_ENDED : EXIT_NOT_STARTED;
 }

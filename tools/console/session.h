@@ -14,10 +14,10 @@
 #include "parent_link/parent_link.h"
 
 // The program's exit status.
-constexpr int exit_good = 0;
-constexpr int exit_not_started = 1;   // wrong arguments, or the backend did not come up
-constexpr int exit_not_confirmed = 2; // a route was not confirmed, or a command was refused
-constexpr int exit_backend_ended = 3; // by itself, after it had come up
+constexpr int EXIT_GOOD = 0;
+constexpr int EXIT_NOT_STARTED = 1;   // wrong arguments, or the backend did not come up
+constexpr int EXIT_NOT_CONFIRMED = 2; // a route was not confirmed, or a command was refused
+constexpr int EXIT_BACKEND_ENDED = 3; // by itself, after it had come up
 
 struct console_session {
     parent_link link;

@@ -16,9 +16,9 @@
 using namespace std::chrono_literals;
 
 namespace {
-constexpr int history_length = 500;
-constexpr wchar_t kill_line_key = 0x15; // Ctrl-U
-constexpr auto no_time_limit = 24h;
+constexpr int HISTORY_LENGTH = 500;
+constexpr wchar_t KILL_LINE_KEY = 0x15; // Ctrl-U
+constexpr auto NO_TIME_LIMIT = 24h;
 char prompt[] = "router> ";
 
 // The editor's callbacks get nothing but the editor, so what they need stands here.
@@ -71,7 +71,7 @@ bool take_signal(wchar_t& key)
     const LineInfo* const line = el_line(editor);
     if (line->lastchar == line->buffer)
         print_above_line("\"quit\" or Ctrl-D leaves the console.\n");
-    key = kill_line_key;
+    key = KILL_LINE_KEY;
     return true;
 }
 } // namespace
@@ -104,7 +104,7 @@ int next_key(EditLine* /*line*/, wchar_t* key)
     editing = true;
     while (state == key_state::none_yet && !stopped && !served->link.ended) {
         std::array<pollfd, 2> watched = {{{signals, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}}};
-        wait_session(*served, watched, no_time_limit);
+        wait_session(*served, watched, NO_TIME_LIMIT);
         if (watched[0].revents != 0 && take_signal(*key))
             state = key_state::complete;
         else if (watched[1].revents != 0)
@@ -143,7 +143,7 @@ void take_over_signals()
 void set_up_editor(History* lines)
 {
     HistEvent event;
-    history(lines, &event, H_SETSIZE, history_length);
+    history(lines, &event, H_SETSIZE, HISTORY_LENGTH);
     history(lines, &event, H_SETUNIQUE, 1);
     el_set(editor, EL_PROMPT, show_prompt);
     el_set(editor, EL_EDITOR, "emacs");

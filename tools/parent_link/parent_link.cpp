@@ -14,7 +14,7 @@
 
 namespace {
 // What a pipe holds by default, so that one read usually empties it.
-constexpr std::size_t read_size = 65536;
+constexpr std::size_t READ_SIZE = 65536;
 
 void close_descriptor(int& descriptor)
 {
@@ -210,7 +210,7 @@ void take_lines(parent_link& link, std::string& partial, std::string_view bytes,
 bool read_lines(parent_link& link, int& descriptor, std::string& partial, line_taker take)
 {
     if (descriptor < 0) return false;
-    std::array<char, read_size> buffer;
+    std::array<char, READ_SIZE> buffer;
     const ssize_t count = read(descriptor, buffer.data(), buffer.size());
     if (count > 0) {
         take_lines(link, partial, {buffer.data(), static_cast<std::size_t>(count)}, take);

@@ -81,7 +81,7 @@ std::string growth_fault(const std::vector<cost_sample>& samples)
 
 std::string sparkline(const std::vector<cost_sample>& samples, std::uint64_t process_cost::*count)
 {
-    constexpr std::array<const char*, 8> bars = {"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
+    constexpr std::array<const char*, 8> BARS = {"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
     if (samples.empty()) return "";
     const auto less = [count](const cost_sample& a, const cost_sample& b) {
         return a.cost.*count < b.cost.*count;
@@ -93,7 +93,7 @@ std::string sparkline(const std::vector<cost_sample>& samples, std::uint64_t pro
     for (std::size_t i = 0; i < width; ++i) {
         const double part =
             (value_of(samples[i * samples.size() / width], count) - value_of(*least, count)) / span;
-        line += bars[static_cast<std::size_t>(part * 7.99)];
+        line += BARS[static_cast<std::size_t>(part * 7.99)];
     }
     return line;
 }

@@ -113,17 +113,17 @@ parent_command unanswered_record(std::mt19937_64& random, const std::string& id)
 
 parent_command odd_route(std::mt19937_64& random, const std::string& id)
 {
-    constexpr std::array<const char*, 5> odd = {"queue=add\nto output=x", "queue=", "to output=3",
+    constexpr std::array<const char*, 5> ODD = {"queue=add\nto output=x", "queue=", "to output=3",
                                                 "queue=add\nto output=-1\nfrom input=2",
                                                 "queue=add\nto output=4294967301"};
-    return route_command(id, odd[static_cast<std::size_t>(draw(random, 0, 4))]);
+    return route_command(id, ODD[static_cast<std::size_t>(draw(random, 0, 4))]);
 }
 
 // None of these is one that the backend has.
 parent_command random_setting(std::mt19937_64& random)
 {
-    constexpr std::array<const char*, 4> names = {"Port", "ip", "in puts", ""};
-    return set_setting(names[static_cast<std::size_t>(draw(random, 0, 3))], "4");
+    constexpr std::array<const char*, 4> NAMES = {"Port", "ip", "in puts", ""};
+    return set_setting(NAMES[static_cast<std::size_t>(draw(random, 0, 3))], "4");
 }
 } // namespace
 
