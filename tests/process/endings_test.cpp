@@ -10,7 +10,7 @@ using testing::ElementsAreArray;
 
 namespace {
 // A status request is finished first, which takes 13 s at most; as much again for a slow machine.
-constexpr auto longest_ending = std::chrono::seconds(26);
+constexpr auto LONGEST_ENDING = std::chrono::seconds(26);
 
 enum class phase {
     without_router,
@@ -184,7 +184,7 @@ TEST_P(Endings, CloseConnectionAndEndWithStatus0)
     const auto begin = std::chrono::steady_clock::now();
     bring_about_end();
     EXPECT_EQ(end(), "exited with status 0");
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, longest_ending);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, LONGEST_ENDING);
     EXPECT_TRUE(until([this] { return router.endings == (connected() ? 1 : 0); }));
     if (strike == ending::log_closed) return; // nobody has seen the last lines
     EXPECT_EQ(last_line(),

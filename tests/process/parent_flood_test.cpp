@@ -132,8 +132,8 @@ namespace {
 // Its output stays in the pipe until the test reads.
 class UnreadOutput : public ParentFlood {
   protected:
-    static constexpr int reports = 20000; // many times what a pipe holds
-    static constexpr long waiting_kb = reports * 240L / 1024;
+    static constexpr int REPORTS = 20000; // many times what a pipe holds
+    static constexpr long WAITING_KB = REPORTS * 240L / 1024;
     descriptor_pair input = pipe_to_child();
     descriptor_pair output = pipe_from_child();
     child_process child;
@@ -153,7 +153,7 @@ class UnreadOutput : public ParentFlood {
     // Each changes the counts, which makes a report of its own.
     void say_counts()
     {
-        for (int i = 0; i < reports; ++i)
+        for (int i = 0; i < REPORTS; ++i)
             write_all(input.ours.number, "*COMMAND=set\n*TYPE=message\nname=inputs\nvalue=" +
                                              std::to_string(nth_count(i)) + "\n\n");
     }
@@ -166,7 +166,7 @@ class UnreadOutput : public ParentFlood {
     static std::vector<int> said_counts()
     {
         std::vector<int> counts;
-        for (int i = 0; i < reports; ++i)
+        for (int i = 0; i < REPORTS; ++i)
             counts.push_back(nth_count(i));
         return counts;
     }
@@ -211,7 +211,7 @@ TEST_F(UnreadOutput, WaitsWholeAndInOrder)
 {
     start_unread();
     say_counts();
-    EXPECT_EQ(hear_counts(reports), said_counts());
+    EXPECT_EQ(hear_counts(REPORTS), said_counts());
     input.ours.reset();
     EXPECT_EQ(status_at_end(child), 0);
 }
@@ -223,9 +223,9 @@ TEST_F(UnreadOutput, TakesMemoryOnlyForWhatWaits)
     const long before = resident_kb(child.process);
     say_counts();
     const long waiting = resident_kb(child.process);
-    EXPECT_LT(waiting - before, 3 * waiting_kb);
-    EXPECT_EQ(hear_counts(reports), said_counts());
+    EXPECT_LT(waiting - before, 3 * WAITING_KB);
+    EXPECT_EQ(hear_counts(REPORTS), said_counts());
     say_counts();
-    EXPECT_LT(resident_kb(child.process) - waiting, waiting_kb / 4);
-    EXPECT_EQ(hear_counts(reports), said_counts());
+    EXPECT_LT(resident_kb(child.process) - waiting, WAITING_KB / 4);
+    EXPECT_EQ(hear_counts(REPORTS), said_counts());
 }

@@ -15,9 +15,9 @@ using testing::IsEmpty;
 
 namespace {
 // Far beyond what any step takes; only a failure lasts that long.
-constexpr auto patience = 60s;
+constexpr auto PATIENCE = 60s;
 // For a wait that must end at once: the test's own time limit is reached first.
-constexpr auto for_ever = 24h;
+constexpr auto FOR_EVER = 24h;
 } // namespace
 
 class ParentLink : public testing::Test {
@@ -39,7 +39,7 @@ class ParentLink : public testing::Test {
     ParentRecord hear()
     {
         ParentRecord record;
-        if (!wait_until(link, patience, [this] { return !link.records.empty(); })) return record;
+        if (!wait_until(link, PATIENCE, [this] { return !link.records.empty(); })) return record;
         record = link.records.front();
         link.records.pop_front();
         return record;
@@ -47,7 +47,7 @@ class ParentLink : public testing::Test {
 
     bool wait_for_end()
     {
-        return wait_until(link, patience, [this] { return link.ended; });
+        return wait_until(link, PATIENCE, [this] { return link.ended; });
     }
 };
 
@@ -110,7 +110,7 @@ TEST_F(ParentLink, SendsRawBytes)
 TEST_F(ParentLink, HandsOutDiagnosticsLines)
 {
     start_with_config("inputs=4\noutputs=3\n");
-    ASSERT_TRUE(wait_until(link, patience, [this] { return link.diagnostics.size() >= 2; }));
+    ASSERT_TRUE(wait_until(link, PATIENCE, [this] { return link.diagnostics.size() >= 2; }));
     EXPECT_THAT(link.diagnostics, ElementsAre("<DBG>Changing number of inputs to 4",
                                               "<DBG>Changing number of outputs to 3"));
 }
@@ -167,7 +167,7 @@ TEST_F(ParentLink, ReportsProgramThatDoesNotExist)
 {
     EXPECT_EQ(start_backend(link, (directory.path / "nothing").string(), {}), ENOENT);
     EXPECT_EQ(describe_end(link), "has not been started");
-    EXPECT_FALSE(wait_for_event(link, for_ever));
+    EXPECT_FALSE(wait_for_event(link, FOR_EVER));
     std::vector<pollfd> descriptors;
     add_poll_descriptors(link, descriptors);
     EXPECT_THAT(descriptors, IsEmpty());
@@ -185,12 +185,12 @@ TEST_F(ParentLink, StartsAgainAfterEnd)
 
 TEST_F(ParentLink, CarriesLargeBacklogBothWays)
 {
-    static constexpr int requests = 20000;
+    static constexpr int REQUESTS = 20000;
     start_with_config("");
-    for (int id = 0; id < requests; ++id)
+    for (int id = 0; id < REQUESTS; ++id)
         send_record(link, request("dance", std::to_string(id)));
     ASSERT_EQ(hear().command, "info");
-    for (int id = 0; id < requests; ++id)
+    for (int id = 0; id < REQUESTS; ++id)
         ASSERT_EQ(hear().id, std::to_string(id));
     EXPECT_EQ(link.unsent, "");
 }
@@ -199,13 +199,13 @@ TEST_F(ParentLink, LeavesRecordsInThePipeWhileItDoesNotRead)
 {
     start_shell("echo a=1; echo; echo written >&2; read line; echo b=2; echo");
     link.reads_output = false;
-    ASSERT_TRUE(wait_until(link, patience, [this] { return !link.diagnostics.empty(); }));
+    ASSERT_TRUE(wait_until(link, PATIENCE, [this] { return !link.diagnostics.empty(); }));
     EXPECT_THAT(link.records, IsEmpty());
     link.reads_output = true;
     EXPECT_EQ(hear().fields.count("a"), 1U);
     link.reads_output = false;
     send_bytes(link, "go\n");
-    ASSERT_TRUE(wait_until(link, patience, [this] { return link.ended; }));
+    ASSERT_TRUE(wait_until(link, PATIENCE, [this] { return link.ended; }));
     EXPECT_EQ(hear().fields.count("b"), 1U); // nothing is lost with its end
 }
 
@@ -215,7 +215,7 @@ TEST_F(ParentLink, HandsOutEverythingWrittenBeforeEnd)
                 "echo last >&2; printf words >&2; exit 7");
     ASSERT_TRUE(wait_for_end());
     EXPECT_EQ(link.exit_status, 7);
-    EXPECT_FALSE(wait_until(link, for_ever, [] { return false; }));
+    EXPECT_FALSE(wait_until(link, FOR_EVER, [] { return false; }));
     ASSERT_EQ(link.records.size(), 300U);
     EXPECT_EQ(link.records.back().fields["a"], "300");
     EXPECT_THAT(link.diagnostics, ElementsAre("last", "words"));
@@ -261,15 +261,15 @@ TEST_F(ParentLink, WaitForEventEndsWithTimeOut)
 TEST_F(ParentLink, WaitForEventSeesRecordLineAndEnd)
 {
     start_shell("echo a=1; echo; read go; echo words >&2; read go; exit 3");
-    ASSERT_TRUE(wait_for_event(link, patience));
+    ASSERT_TRUE(wait_for_event(link, PATIENCE));
     EXPECT_EQ(link.records.size(), 1U);
     send_bytes(link, "go\n");
-    ASSERT_TRUE(wait_for_event(link, patience));
+    ASSERT_TRUE(wait_for_event(link, PATIENCE));
     EXPECT_THAT(link.diagnostics, ElementsAre("words"));
     send_bytes(link, "go\n");
-    ASSERT_TRUE(wait_for_event(link, patience));
+    ASSERT_TRUE(wait_for_event(link, PATIENCE));
     EXPECT_EQ(link.exit_status, 3);
-    EXPECT_FALSE(wait_for_event(link, for_ever));
+    EXPECT_FALSE(wait_for_event(link, FOR_EVER));
 }
 
 TEST_F(ParentLink, CloseKillsAndReaps)

@@ -20,7 +20,7 @@ class Parent : public ProcessTest {
     }
 };
 
-const std::string info_of_four_inputs =
+const std::string INFO_OF_FOUR_INPUTS =
     "*COMMAND=info\n*TYPE=message\ncompany=Grass Valley\n"
     "copyright=Copyright (C) 2026 the routing switcher backend's authors\nfirmware version=\n"
     "inputs=4\nmodel=\noutput routing controls=all\noutputs=3\n"
@@ -31,7 +31,7 @@ TEST_F(Parent, HearsInfoFirst)
 {
     start("inputs=4\noutputs=3\n");
     ASSERT_TRUE(until([this] { return !backend.records.empty(); }));
-    EXPECT_EQ(hear("info"), info_of_four_inputs);
+    EXPECT_EQ(hear("info"), INFO_OF_FOUR_INPUTS);
     EXPECT_THAT(backend.diagnostics, ElementsAre("<DBG>Changing number of inputs to 4",
                                                  "<DBG>Changing number of outputs to 3"));
 }
@@ -94,7 +94,7 @@ TEST_F(Parent, SettingShowsInDiagnosticsAndInfo)
     start("outputs=3\n");
     ASSERT_NE(hear("info"), "");
     say("*COMMAND=set\n*TYPE=message\nname=inputs\nvalue=4");
-    EXPECT_EQ(hear("info"), info_of_four_inputs);
+    EXPECT_EQ(hear("info"), INFO_OF_FOUR_INPUTS);
     EXPECT_TRUE(logs("<DBG>Changing number of inputs to 4"));
 }
 

@@ -8,9 +8,9 @@ using std::chrono::steady_clock;
 
 namespace {
 // Far beyond what any step takes; only a failure lasts that long.
-constexpr auto patience = std::chrono::seconds(60);
+constexpr auto PATIENCE = std::chrono::seconds(60);
 // Between two looks at what shows itself without an event at a descriptor.
-constexpr int look_again_ms = 20;
+constexpr int LOOK_AGAIN_MS = 20;
 
 std::string text_of(const ParentRecord& record)
 {
@@ -74,7 +74,7 @@ void ProcessTest::start_on_simulator(parent_link& link, const std::string& setti
 
 bool ProcessTest::until(const std::function<bool()>& done)
 {
-    const auto deadline = steady_clock::now() + patience;
+    const auto deadline = steady_clock::now() + PATIENCE;
     while (!done()) {
         if (steady_clock::now() > deadline) return false;
         std::vector<pollfd> descriptors;
@@ -82,7 +82,7 @@ bool ProcessTest::until(const std::function<bool()>& done)
         add_poll_descriptors(second_backend, descriptors);
         add_poll_descriptors(router, descriptors);
         add_poll_descriptor(simulator, descriptors);
-        poll(descriptors.data(), descriptors.size(), look_again_ms);
+        poll(descriptors.data(), descriptors.size(), LOOK_AGAIN_MS);
         serve_backend(backend);
         serve_backend(second_backend);
         serve_router(router);

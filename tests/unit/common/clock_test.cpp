@@ -44,11 +44,11 @@ int __wrap_usleep(useconds_t interval)
 
 // Uses the time-out up, as select does.
 int __wrap_select(int descriptor_count, fd_set* readable, fd_set* writable, fd_set* exceptional,
-                  timeval* timeout)
+                  timeval* TIMEOUT)
 {
     waits.push_back(
-        {descriptor_count, readable, writable, exceptional, timeout->tv_sec, timeout->tv_usec});
-    *timeout = {};
+        {descriptor_count, readable, writable, exceptional, TIMEOUT->tv_sec, TIMEOUT->tv_usec});
+    *TIMEOUT = {};
     return wait_result;
 }
 }
@@ -118,9 +118,9 @@ TEST(Wait, PassesAnErrorOn)
 TEST(Wait, UsesUpACopyOfTheTimeout)
 {
     waits.clear();
-    constexpr timeval timeout = {0, 250'000};
-    wait_for_descriptors(1, nullptr, nullptr, timeout);
-    wait_for_descriptors(1, nullptr, nullptr, timeout);
+    constexpr timeval TIMEOUT = {0, 250'000};
+    wait_for_descriptors(1, nullptr, nullptr, TIMEOUT);
+    wait_for_descriptors(1, nullptr, nullptr, TIMEOUT);
     ASSERT_EQ(waits.size(), 2U);
     EXPECT_EQ(waits[1].microseconds, 250'000);
 }

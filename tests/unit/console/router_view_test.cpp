@@ -104,7 +104,7 @@ TEST_F(RouterView, RequestIsUnconfirmedAfterThreeSeconds)
     EXPECT_THAT(expire_requests(view, now + 3'000'000),
                 ElementsAre("1 MON B: 2 was not confirmed within 3 s"));
     EXPECT_FALSE(any_pending(view));
-    EXPECT_EQ(time_to_expiry(view, now), no_expiry);
+    EXPECT_EQ(time_to_expiry(view, now), NO_EXPIRY);
     EXPECT_EQ(routes_text(view), "#  output  #  input     state\n"
                                  "0  MON A   1  CAM 2\n"
                                  "1  MON B      no input  unconfirmed: 2\n");
@@ -140,7 +140,7 @@ TEST_F(RouterView, NewRequestStartsItsTimeAnew)
 
 TEST_F(RouterView, FirstKnownRouteIsNoNews)
 {
-    view.routes[0].shown = input_unknown;
+    view.routes[0].shown = INPUT_UNKNOWN;
     EXPECT_THAT(route("0", "0"), IsEmpty());
     EXPECT_EQ(view.routes[0].shown, 0);
 }

@@ -55,34 +55,34 @@ std::string settings_text()
     return text.str();
 }
 
-const std::string initial_loop_flags = loop_flags_text();
-const std::string initial_parent = parent_text();
-const std::string initial_router_link = router_link_text();
-const std::string initial_router_model = router_model_text();
-const std::string initial_settings = settings_text();
+const std::string INITIAL_LOOP_FLAGS = loop_flags_text();
+const std::string INITIAL_PARENT = parent_text();
+const std::string INITIAL_ROUTER_LINK = router_link_text();
+const std::string INITIAL_ROUTER_MODEL = router_model_text();
+const std::string INITIAL_SETTINGS = settings_text();
 } // namespace
 
 TEST(InitialState, CountsAndInfoReportAreDue)
 {
-    EXPECT_EQ(initial_loop_flags, "000 11 00");
+    EXPECT_EQ(INITIAL_LOOP_FLAGS, "000 11 00");
 }
 
 TEST(InitialState, NoRecordIsBegunOrUnderWay)
 {
-    EXPECT_EQ(initial_parent, "010 00 00");
+    EXPECT_EQ(INITIAL_PARENT, "010 00 00");
 }
 
 TEST(InitialState, ThereIsNoConnectionAndNothingIsScheduled)
 {
-    EXPECT_EQ(initial_router_link, "-1 000 1 00");
+    EXPECT_EQ(INITIAL_ROUTER_LINK, "-1 000 1 00");
 }
 
 TEST(InitialState, NothingIsKnownOfTheRouter)
 {
-    EXPECT_EQ(initial_router_model, "0000 0 00 00");
+    EXPECT_EQ(INITIAL_ROUTER_MODEL, "0000 0 00 00");
 }
 
 TEST(InitialState, NothingIsConfigured)
 {
-    EXPECT_EQ(initial_settings, "00 -1");
+    EXPECT_EQ(INITIAL_SETTINGS, "00 -1");
 }

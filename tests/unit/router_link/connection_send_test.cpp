@@ -6,9 +6,9 @@
 #include "support/backend_test.h"
 
 namespace {
-const std::string qd_frame = "\x01N0QDED\x04";
-const std::string qd_log = "<DBG>Send to router: " + qd_frame + "\n";
-const std::string closed = "<NOTE>Connection to router closed\n";
+const std::string QD_FRAME = "\x01N0QDED\x04";
+const std::string QD_LOG = "<DBG>Send to router: " + QD_FRAME + "\n";
+const std::string CLOSED = "<NOTE>Connection to router closed\n";
 
 class ConnectionSend : public BackendTest {
   protected:
@@ -37,8 +37,8 @@ void count_pipe_signal(int)
 TEST_F(ConnectionSend, WritesTheFrameAtOnceAndLogsIt)
 {
     EXPECT_TRUE(connection_sendmsg(make_request("QD")));
-    EXPECT_EQ(router_hears_bytes(), qd_frame);
-    EXPECT_EQ(diagnostics(), qd_log);
+    EXPECT_EQ(router_hears_bytes(), QD_FRAME);
+    EXPECT_EQ(diagnostics(), QD_LOG);
     EXPECT_EQ(router_tx_buffer, "");
     EXPECT_EQ(call_count(SystemCall::Send, router_fd), 1U);
 }
@@ -74,11 +74,11 @@ TEST_F(ConnectionSend, KeepsTheRestOfAPartialWriteAheadOfNewerMessages)
 {
     limit_next_write(SystemCall::Send, router_fd, 3);
     EXPECT_TRUE(connection_sendmsg(make_request("QD")));
-    EXPECT_EQ(router_hears_bytes(), qd_frame.substr(0, 3));
+    EXPECT_EQ(router_hears_bytes(), QD_FRAME.substr(0, 3));
     EXPECT_EQ(router_tx_offset, 3U);
-    EXPECT_EQ(router_tx_buffer, qd_frame);
+    EXPECT_EQ(router_tx_buffer, QD_FRAME);
     EXPECT_TRUE(connection_sendmsg(make_request("QD", {"rr"})));
-    EXPECT_EQ(router_hears_bytes(), qd_frame.substr(3) + "\x01N0QD\trr00\x04");
+    EXPECT_EQ(router_hears_bytes(), QD_FRAME.substr(3) + "\x01N0QD\trr00\x04");
     EXPECT_EQ(router_tx_offset, 0U);
     EXPECT_EQ(router_tx_buffer, "");
 }
@@ -88,14 +88,14 @@ TEST_F(ConnectionSend, LeavesTheRestOfAPartialWriteToTheNextService)
     limit_next_write(SystemCall::Send, router_fd, 7);
     connection_sendmsg(make_request("QD"));
     service_router_connection();
-    EXPECT_EQ(router_hears_bytes(), qd_frame);
+    EXPECT_EQ(router_hears_bytes(), QD_FRAME);
     EXPECT_EQ(router_tx_buffer, "");
 }
 
 TEST_F(ConnectionSend, ClosesWhenNothingCanBeWritten)
 {
     EXPECT_TRUE(send_with(0, EAGAIN));
-    EXPECT_EQ(diagnostics(), "<NOTE>Connection suddenly dropped\n" + closed + qd_log);
+    EXPECT_EQ(diagnostics(), "<NOTE>Connection suddenly dropped\n" + CLOSED + QD_LOG);
     EXPECT_EQ(router_fd, -1);
     EXPECT_EQ(router_tx_buffer, "");
 }
@@ -103,17 +103,17 @@ TEST_F(ConnectionSend, ClosesWhenNothingCanBeWritten)
 TEST_F(ConnectionSend, KeepsTheFrameWhileTheSocketIsFull)
 {
     EXPECT_TRUE(send_with(-1, EAGAIN));
-    EXPECT_EQ(diagnostics(), qd_log);
-    EXPECT_EQ(router_tx_buffer, qd_frame);
+    EXPECT_EQ(diagnostics(), QD_LOG);
+    EXPECT_EQ(router_tx_buffer, QD_FRAME);
     service_router_connection();
-    EXPECT_EQ(router_hears_bytes(), qd_frame);
+    EXPECT_EQ(router_hears_bytes(), QD_FRAME);
 }
 
 TEST_F(ConnectionSend, ClosesAfterAWriteErrorAndStillSucceeds)
 {
     EXPECT_TRUE(send_with(-1, ECONNRESET));
     EXPECT_EQ(diagnostics(),
-              "<NOTE>Connection problem, Connection reset by peer\n" + closed + qd_log);
+              "<NOTE>Connection problem, Connection reset by peer\n" + CLOSED + QD_LOG);
     EXPECT_EQ(router_fd, -1);
     EXPECT_EQ(router_tx_buffer, "");
     EXPECT_EQ(router_tx_offset, 0U);
@@ -123,7 +123,7 @@ TEST_F(ConnectionSend, TakesAnInterruptedWriteForAnError)
 {
     EXPECT_TRUE(send_with(-1, EINTR));
     EXPECT_EQ(diagnostics(),
-              "<NOTE>Connection problem, Interrupted system call\n" + closed + qd_log);
+              "<NOTE>Connection problem, Interrupted system call\n" + CLOSED + QD_LOG);
 }
 
 TEST_F(ConnectionSend, RaisesNoSignalWhenTheRouterIsGone)
@@ -134,7 +134,7 @@ TEST_F(ConnectionSend, RaisesNoSignalWhenTheRouterIsGone)
     EXPECT_TRUE(connection_sendmsg(make_request("QD")));
     std::signal(SIGPIPE, previous);
     EXPECT_EQ(pipe_signals, 0);
-    EXPECT_EQ(diagnostics(), "<NOTE>Connection problem, Broken pipe\n" + closed + qd_log);
+    EXPECT_EQ(diagnostics(), "<NOTE>Connection problem, Broken pipe\n" + CLOSED + QD_LOG);
 }
 
 TEST_F(ConnectionSend, ReactsTheSameWhenTheServiceWrites)
@@ -142,13 +142,13 @@ TEST_F(ConnectionSend, ReactsTheSameWhenTheServiceWrites)
     router_tx_buffer = "abc";
     force_result(SystemCall::Send, router_fd, -1, ECONNRESET);
     service_router_connection();
-    EXPECT_EQ(diagnostics(), "<NOTE>Connection problem, Connection reset by peer\n" + closed);
+    EXPECT_EQ(diagnostics(), "<NOTE>Connection problem, Connection reset by peer\n" + CLOSED);
     router_tx_buffer.clear();
     connect_router();
     router_tx_buffer = "abc";
     force_result(SystemCall::Send, router_fd, 0);
     service_router_connection();
-    EXPECT_EQ(diagnostics(), "<NOTE>Connection suddenly dropped\n" + closed);
+    EXPECT_EQ(diagnostics(), "<NOTE>Connection suddenly dropped\n" + CLOSED);
 }
 
 TEST_F(ConnectionSend, LogsTheFrameUpToItsNul)

@@ -12,8 +12,8 @@
 namespace {
 constexpr us_time_t SILENCE_US = 20'000'000;
 
-const std::string qd_frame = "\x01N0QDED\x04";
-const std::string dropped = "<NOTE>Connection suddenly dropped\n"
+const std::string QD_FRAME = "\x01N0QDED\x04";
+const std::string DROPPED = "<NOTE>Connection suddenly dropped\n"
                             "<NOTE>Connection to router closed\n";
 
 class ConnectionService : public BackendTest {
@@ -78,7 +78,7 @@ TEST_F(ConnectionService, ClosesAtTheEndOfTheStream)
 {
     router_closes();
     service_router_connection();
-    EXPECT_EQ(diagnostics(), dropped);
+    EXPECT_EQ(diagnostics(), DROPPED);
     EXPECT_EQ(router_fd, -1);
 }
 
@@ -124,7 +124,7 @@ TEST_F(ConnectionService, ReadsBeforeItWrites)
     const int descriptor = router_fd;
     router_closes();
     service_router_connection();
-    EXPECT_EQ(diagnostics(), dropped);
+    EXPECT_EQ(diagnostics(), DROPPED);
     EXPECT_EQ(call_count(SystemCall::Send, descriptor), 0U);
 }
 
@@ -198,7 +198,7 @@ TEST_F(ConnectionService, EndsASilentAttemptToo)
 TEST_F(ConnectionService, IsNotTimedOutByAFrameAtTheLastMoment)
 {
     fake_now_us = last_router_activity + SILENCE_US;
-    router_says_bytes(qd_frame);
+    router_says_bytes(QD_FRAME);
     service_router_connection();
     EXPECT_EQ(diagnostics(), "<DBG>Router: MSG N0QDED\n");
     EXPECT_GE(router_fd, 0);
@@ -218,7 +218,7 @@ TEST_F(ConnectionService, ReportsSilenceAlsoWhenItHasJustClosed)
     fake_now_us = last_router_activity + SILENCE_US;
     router_closes();
     service_router_connection();
-    EXPECT_EQ(diagnostics(), dropped + "<WARN>Connection timeout\n");
+    EXPECT_EQ(diagnostics(), DROPPED + "<WARN>Connection timeout\n");
 }
 
 TEST_F(ConnectionService, ReadsNothingIntoAFullQueue)
@@ -230,7 +230,7 @@ TEST_F(ConnectionService, ReadsNothingIntoAFullQueue)
     EXPECT_EQ(diagnostics(), "");
     router_rx_queue.pop_front();
     service_router_connection();
-    EXPECT_EQ(diagnostics(), dropped);
+    EXPECT_EQ(diagnostics(), DROPPED);
 }
 
 TEST_F(ConnectionService, CountsNoSilenceWhileItDoesNotListen)
@@ -245,8 +245,8 @@ TEST_F(ConnectionService, CountsNoSilenceWhileItDoesNotListen)
 
 TEST_F(ConnectionService, LeavesAFloodInTheSocketAndLosesNothing)
 {
-    constexpr std::size_t flood = 12'000;
-    router_says_bytes(std::string(flood, '\x06') + qd_frame);
+    constexpr std::size_t FLOOD = 12'000;
+    router_says_bytes(std::string(FLOOD, '\x06') + QD_FRAME);
     for (int i = 0; i < 10; ++i)
         service_router_connection();
     EXPECT_LE(router_rx_queue.size(), 2U * 4096);
@@ -255,7 +255,7 @@ TEST_F(ConnectionService, LeavesAFloodInTheSocketAndLosesNothing)
         router_rx_queue.pop_front();
         receive_from_router();
     }
-    EXPECT_EQ(received, flood);
+    EXPECT_EQ(received, FLOOD);
     ASSERT_EQ(router_rx_queue.size(), 1U);
     EXPECT_EQ(router_rx_queue.front().raw, "N0QDED");
 }

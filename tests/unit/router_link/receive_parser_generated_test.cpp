@@ -36,7 +36,7 @@ class ParsedStream : public BackendTest {
     }
 };
 
-const std::vector<std::string> valid_frames = {
+const std::vector<std::string> VALID_FRAMES = {
     "\x06"s,
     "\x15\x04"s,
     "\x15"s + "1A2B\x04",
@@ -53,7 +53,7 @@ const std::vector<std::string> valid_frames = {
 
 TEST_F(ParsedStream, GivesTheSameMessageHoweverAFrameIsCut)
 {
-    for (const std::string& bytes : valid_frames) {
+    for (const std::string& bytes : VALID_FRAMES) {
         const outcome whole = parsed({bytes});
         ASSERT_EQ(whole.messages.size(), 1U);
         for (std::size_t cut = 0; cut <= bytes.size(); ++cut)
@@ -63,7 +63,7 @@ TEST_F(ParsedStream, GivesTheSameMessageHoweverAFrameIsCut)
 
 TEST_F(ParsedStream, GivesTheSameMessageByteByByte)
 {
-    for (const std::string& bytes : valid_frames) {
+    for (const std::string& bytes : VALID_FRAMES) {
         std::vector<std::string> pieces;
         for (const char byte : bytes)
             pieces.emplace_back(1, byte);
@@ -73,12 +73,12 @@ TEST_F(ParsedStream, GivesTheSameMessageByteByByte)
 
 TEST_F(ParsedStream, ForgetsEveryPrefixOfAFrameAtAReset)
 {
-    for (const std::string& bytes : valid_frames)
+    for (const std::string& bytes : VALID_FRAMES)
         for (std::size_t length = 0; length < bytes.size(); ++length) {
             parse_router_bytes(bytes.substr(0, length));
             reset_receive_parser();
             EXPECT_EQ(take_messages(), Messages{});
-            parse_router_bytes(valid_frames[3]);
+            parse_router_bytes(VALID_FRAMES[3]);
             EXPECT_EQ(take_messages().size(), 1U);
         }
 }
@@ -86,25 +86,25 @@ TEST_F(ParsedStream, ForgetsEveryPrefixOfAFrameAtAReset)
 // ---- the model ----
 
 namespace {
-const std::string hexadecimal_digits = "0123456789ABCDEF0123456789abcdef";
+const std::string HEXADECIMAL_DIGITS = "0123456789ABCDEF0123456789abcdef";
 
 unsigned model_digit(char digit)
 {
-    const std::size_t position = hexadecimal_digits.find(digit);
+    const std::size_t position = HEXADECIMAL_DIGITS.find(digit);
     return position == std::string::npos ? 0 : static_cast<unsigned>(position % 16);
 }
 
 std::int32_t model_code(const std::string& text)
 {
     std::uint32_t code = 0;
-    for (const char digit : text.substr(0, text.find_first_not_of(hexadecimal_digits)))
+    for (const char digit : text.substr(0, text.find_first_not_of(HEXADECIMAL_DIGITS)))
         code = code << 4 | model_digit(digit);
     return static_cast<std::int32_t>(code);
 }
 
 std::string two_digits(unsigned value)
 {
-    return {hexadecimal_digits[16 + value / 16], hexadecimal_digits[16 + value % 16]};
+    return {HEXADECIMAL_DIGITS[16 + value / 16], HEXADECIMAL_DIGITS[16 + value % 16]};
 }
 
 std::vector<std::string> model_parameters(const std::string& body)
@@ -151,7 +151,7 @@ void model_frame(const std::string& raw, outcome& result)
 // Cuts the stream at the first end, NUL or 4097th byte behind each start byte.
 outcome model(std::string bytes)
 {
-    constexpr std::size_t limit = 4096;
+    constexpr std::size_t LIMIT = 4096;
     const std::string shown = bytes.substr(0, bytes.find('\0'));
     outcome result;
     while (!bytes.empty()) {
@@ -167,9 +167,9 @@ outcome model(std::string bytes)
                           two_digits(static_cast<unsigned char>(start)) + "\n";
         } else {
             const std::size_t end = bytes.find_first_of("\x04\0"s);
-            if (std::min(end, bytes.size()) > limit) {
+            if (std::min(end, bytes.size()) > LIMIT) {
                 result.log += "<WARN>Over-long rambling response from router switcher\n";
-                bytes.erase(0, limit + 1);
+                bytes.erase(0, LIMIT + 1);
                 continue;
             }
             if (end == std::string::npos) break;
@@ -205,11 +205,11 @@ rc::Gen<std::string> text_of(const std::string& alphabet)
     return rc::gen::container<std::string>(rc::gen::elementOf(alphabet));
 }
 
-const std::string frame_alphabet = "N0QDER\t\t\t05aF\x01\x06\x15\xFFz"s;
+const std::string FRAME_ALPHABET = "N0QDER\t\t\t05aF\x01\x06\x15\xFFz"s;
 
 rc::Gen<std::string> framed(const char* prefix)
 {
-    return rc::gen::map(text_of(frame_alphabet),
+    return rc::gen::map(text_of(FRAME_ALPHABET),
                         [prefix](const std::string& text) { return frame(prefix + text); });
 }
 

@@ -22,10 +22,10 @@ class ReceiveParser : public BackendTest {
 
 using Messages = std::vector<message_fields>;
 
-const message_fields ack_message = {0, '0', {}, {}, true, true, false, false, -1, ""};
-const message_fields qd_message = {'N',   '0',   {'Q', 'D', 0}, {}, true,
+const message_fields ACK_MESSAGE = {0, '0', {}, {}, true, true, false, false, -1, ""};
+const message_fields QD_MESSAGE = {'N',   '0',   {'Q', 'D', 0}, {}, true,
                                    false, false, false,         -1, "N0QDED"};
-const std::string qd_frame = "\x01N0QDED\x04";
+const std::string QD_FRAME = "\x01N0QDED\x04";
 
 message_fields nak_message(std::int32_t code, const std::string& raw)
 {
@@ -35,8 +35,8 @@ message_fields nak_message(std::int32_t code, const std::string& raw)
 
 TEST_F(ReceiveParser, DeliversAFrame)
 {
-    parse_router_bytes(qd_frame);
-    EXPECT_EQ(queued(), Messages{qd_message});
+    parse_router_bytes(QD_FRAME);
+    EXPECT_EQ(queued(), Messages{QD_MESSAGE});
     EXPECT_EQ(diagnostics(), "<DBG>Router: MSG N0QDED\n");
     EXPECT_EQ(last_router_activity, FAKE_START_US);
     EXPECT_EQ(parse_state, ParseState::Idle);
@@ -51,7 +51,7 @@ TEST_F(ReceiveParser, DeliversAFrameOnceItsEndHasCome)
     EXPECT_EQ(last_router_activity, 1U);
     EXPECT_EQ(incoming_message.raw, "N0QDE");
     parse_router_bytes("D\x04");
-    EXPECT_EQ(queued(), Messages{qd_message});
+    EXPECT_EQ(queued(), Messages{QD_MESSAGE});
 }
 
 TEST_F(ReceiveParser, LogsEachUnexpectedByteWhileIdle)
@@ -64,14 +64,14 @@ TEST_F(ReceiveParser, LogsEachUnexpectedByteWhileIdle)
                              "Discarding unexpected byte 00\n");
     EXPECT_EQ(queued(), Messages{});
     EXPECT_EQ(last_router_activity, 1U);
-    parse_router_bytes(qd_frame);
-    EXPECT_EQ(queued(), Messages{qd_message});
+    parse_router_bytes(QD_FRAME);
+    EXPECT_EQ(queued(), Messages{QD_MESSAGE});
 }
 
 TEST_F(ReceiveParser, TakesAnAckAtItsSingleByte)
 {
     parse_router_bytes("\x06");
-    EXPECT_EQ(queued(), Messages{ack_message});
+    EXPECT_EQ(queued(), Messages{ACK_MESSAGE});
     EXPECT_EQ(diagnostics(), "<DBG>Router: ACK\n");
     EXPECT_EQ(last_router_activity, FAKE_START_US);
     EXPECT_EQ(parse_state, ParseState::Idle);
@@ -80,8 +80,8 @@ TEST_F(ReceiveParser, TakesAnAckAtItsSingleByte)
 
 TEST_F(ReceiveParser, KeepsTheOrderOfAnAckAndAFrame)
 {
-    parse_router_bytes("\x06" + qd_frame + "\x06");
-    EXPECT_EQ(queued(), (Messages{ack_message, qd_message, ack_message}));
+    parse_router_bytes("\x06" + QD_FRAME + "\x06");
+    EXPECT_EQ(queued(), (Messages{ACK_MESSAGE, QD_MESSAGE, ACK_MESSAGE}));
 }
 
 TEST_F(ReceiveParser, DeliversANakWithItsCode)
@@ -161,7 +161,7 @@ TEST_F(ReceiveParser, ShowsTheReadUpToItsFirstNulEvenIfThatStoodElsewhere)
 
 TEST_F(ReceiveParser, ShowsTheFramesThatCameBeforeTheNulInTheSameRead)
 {
-    parse_router_bytes(qd_frame + "\x01N\0"s);
+    parse_router_bytes(QD_FRAME + "\x01N\0"s);
     EXPECT_EQ(diagnostics(),
               "<DBG>Router: MSG N0QDED\n"
               "<DBG>Unexpected NUL in response from router switcher, ignoring response\n"
@@ -178,8 +178,8 @@ TEST_F(ReceiveParser, SkipsSilentlyToTheEndOfAFrameWithANul)
     EXPECT_EQ(last_router_activity, 1U);
     EXPECT_EQ(parse_state, ParseState::Idle);
     EXPECT_EQ(fields(incoming_message), fields(router_message{}));
-    parse_router_bytes(qd_frame);
-    EXPECT_EQ(queued(), Messages{qd_message});
+    parse_router_bytes(QD_FRAME);
+    EXPECT_EQ(queued(), Messages{QD_MESSAGE});
 }
 
 TEST_F(ReceiveParser, SkipsANakWithANul)
@@ -187,8 +187,8 @@ TEST_F(ReceiveParser, SkipsANakWithANul)
     parse_router_bytes("\x15"
                        "12\0"
                        "34\x04"s +
-                       qd_frame);
-    EXPECT_EQ(queued(), Messages{qd_message});
+                       QD_FRAME);
+    EXPECT_EQ(queued(), Messages{QD_MESSAGE});
     EXPECT_EQ(diagnostics(),
               "<DBG>Unexpected NUL in response from router switcher, ignoring response\n"
               "<DBG>Response: \x15"
@@ -230,13 +230,13 @@ TEST_F(ReceiveParser, DropsAFrameAtItsByte4097)
 
 TEST_F(ReceiveParser, DiscardsTheRestOfAnOverLongFrameByteByByte)
 {
-    parse_router_bytes("\x01" + std::string(4097, 'x') + "ED\x04" + qd_frame);
+    parse_router_bytes("\x01" + std::string(4097, 'x') + "ED\x04" + QD_FRAME);
     EXPECT_EQ(diagnostics(), "<WARN>Over-long rambling response from router switcher\n"
                              "Discarding unexpected byte 45\n"
                              "Discarding unexpected byte 44\n"
                              "Discarding unexpected byte 04\n"
                              "<DBG>Router: MSG N0QDED\n");
-    EXPECT_EQ(queued(), Messages{qd_message});
+    EXPECT_EQ(queued(), Messages{QD_MESSAGE});
 }
 
 TEST_F(ReceiveParser, StartsAFrameInTheRestOfAnOverLongOne)
@@ -244,7 +244,7 @@ TEST_F(ReceiveParser, StartsAFrameInTheRestOfAnOverLongOne)
     parse_router_bytes("\x15" + std::string(4097, 'x') + "\x06");
     EXPECT_EQ(diagnostics(), "<WARN>Over-long rambling response from router switcher\n"
                              "<DBG>Router: ACK\n");
-    EXPECT_EQ(queued(), Messages{ack_message});
+    EXPECT_EQ(queued(), Messages{ACK_MESSAGE});
 }
 
 TEST_F(ReceiveParser, SeesANulBehindAFullFrame)
@@ -262,9 +262,9 @@ TEST_F(ReceiveParser, ResetForgetsThePartialFrameAndKeepsTheQueue)
     reset_receive_parser();
     EXPECT_EQ(parse_state, ParseState::Idle);
     EXPECT_EQ(fields(incoming_message), fields(router_message{}));
-    EXPECT_EQ(queued(), Messages{ack_message});
+    EXPECT_EQ(queued(), Messages{ACK_MESSAGE});
     parse_router_bytes("\x01N0\0"s);
     reset_receive_parser();
-    parse_router_bytes(qd_frame);
-    EXPECT_EQ(queued(), (Messages{ack_message, qd_message}));
+    parse_router_bytes(QD_FRAME);
+    EXPECT_EQ(queued(), (Messages{ACK_MESSAGE, QD_MESSAGE}));
 }

@@ -12,7 +12,7 @@
 
 using Requests = std::vector<std::string>;
 
-inline const Requests whole_cycle = {"BK F", "BK f 0", "QD"};
+inline const Requests WHOLE_CYCLE = {"BK F", "BK f 0", "QD"};
 
 // A frame from its pieces.
 inline std::string framed(std::string_view mnemonic, const std::vector<std::string>& parameters,

@@ -151,7 +151,7 @@ TEST_F(StatusOutputs, GivesUpTwoSecondsAfterAskingForDestinations)
     const us_time_t end = FAKE_START_US + 2 * PAUSE_US + 2'000'000;
     at_us(end, [] { router_rx_queue.push_back(received("XX")); });
     periodic_status_request();
-    EXPECT_EQ(router_hears(), whole_cycle);
+    EXPECT_EQ(router_hears(), WHOLE_CYCLE);
     EXPECT_EQ(fake_now_us, end);
     EXPECT_EQ(router_fd, -1);
     EXPECT_EQ(next_status_request, FAKE_START_US);

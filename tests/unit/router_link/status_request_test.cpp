@@ -20,7 +20,7 @@ class UnusableFlagReply : public StatusCycle, public testing::WithParamInterface
 
 TEST_F(StatusRequest, AsksForFlagsAndChangedDestinations)
 {
-    EXPECT_EQ(cycle_with_flags("0", "0"), whole_cycle);
+    EXPECT_EQ(cycle_with_flags("0", "0"), WHOLE_CYCLE);
     const std::string text = diagnostics();
     const std::string first_line = "<DBG>Sending periodic status request as TCP keepalive and to "
                                    "keep up with unreported changes if they should occur\n";
@@ -35,7 +35,7 @@ TEST_F(StatusRequest, IsMadeWhenItIsDueAndNotBefore)
     EXPECT_EQ(diagnostics(), "");
     ++fake_now_us;
     periodic_status_request();
-    EXPECT_EQ(router_hears(), whole_cycle);
+    EXPECT_EQ(router_hears(), WHOLE_CYCLE);
 }
 
 TEST_F(StatusRequest, IsNotMadeUnlessScheduled)
@@ -117,7 +117,7 @@ INSTANTIATE_TEST_SUITE_P(Forms, UnusableFlagReply,
 
 TEST_F(StatusRequest, TakesFlagsWithFurtherParameters)
 {
-    EXPECT_EQ(cycle_with_reply(framed("KB", {"F", "0", "x"})), whole_cycle);
+    EXPECT_EQ(cycle_with_reply(framed("KB", {"F", "0", "x"})), WHOLE_CYCLE);
 }
 
 TEST_F(StatusRequest, TakesFlagsThatAreNotMarkedGood)
@@ -204,7 +204,7 @@ TEST_F(StatusRequest, DoesNotMindHowTheClearedFlagsAreAnswered)
                              "0001\x04");
     router_answers("QD", framed("ER", {"00", "QD"}));
     periodic_status_request();
-    EXPECT_EQ(router_hears(), whole_cycle);
+    EXPECT_EQ(router_hears(), WHOLE_CYCLE);
 }
 
 // Two dispatches belong to the turns of the first request; the third comes before the names.

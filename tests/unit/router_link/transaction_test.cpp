@@ -14,10 +14,10 @@ namespace {
 constexpr us_time_t PAUSE_US = 10'000;
 constexpr us_time_t DEADLINE_US = FAKE_START_US + 2'000'000;
 
-const std::string closed = "<NOTE>Connection to router closed\n";
-const std::string timed_out = "<ERR>Timeout receiving message\n" + closed;
-const std::string unable = "<ERR>Unable to send message\n";
-const std::string qd_request = "<DBG>Send to router: \x01N0QDED\x04\n";
+const std::string CLOSED = "<NOTE>Connection to router closed\n";
+const std::string TIMED_OUT = "<ERR>Timeout receiving message\n" + CLOSED;
+const std::string UNABLE = "<ERR>Unable to send message\n";
+const std::string QD_REQUEST = "<DBG>Send to router: \x01N0QDED\x04\n";
 
 class Transaction : public BackendTest {
   protected:
@@ -118,7 +118,7 @@ TEST_F(Transaction, LogsEachCollectedMessage)
     reply_to_qd(framed("DQ", {"A"}, '1') + framed("DQ", {"B"}));
     const std::string first = raw_of("DQ", {"A"}, '1');
     const std::string second = raw_of("DQ", {"B"});
-    EXPECT_EQ(diagnostics(), qd_request + "<DBG>Router: MSG " + first + "\n<DBG>Router: MSG " +
+    EXPECT_EQ(diagnostics(), QD_REQUEST + "<DBG>Router: MSG " + first + "\n<DBG>Router: MSG " +
                                  second + "\n<DBG>Router message(raw): '" + first +
                                  "' [OK] request=DQ protocol=N seq=1 param=A\n"
                                  "<DBG>Router message(raw): '" +
@@ -152,7 +152,7 @@ TEST_F(Transaction, EmptiesTheResponseEvenWhenItCannotSend)
     close_router_connection();
     diagnostics();
     EXPECT_FALSE(ask(make_request("QD")));
-    EXPECT_EQ(diagnostics(), unable);
+    EXPECT_EQ(diagnostics(), UNABLE);
     EXPECT_TRUE(response.empty());
     EXPECT_EQ(fake_now_us, FAKE_START_US);
 }
@@ -165,14 +165,14 @@ TEST_F(Transaction, ClosesWhenItCannotSendWhileConnecting)
     }
     connect_in_progress = true;
     EXPECT_FALSE(ask(make_request("QD")));
-    EXPECT_EQ(diagnostics(), unable + closed);
+    EXPECT_EQ(diagnostics(), UNABLE + CLOSED);
     EXPECT_EQ(router_fd, -1);
 }
 
 TEST_F(Transaction, ClosesWhenTheRequestIsTooLong)
 {
     EXPECT_FALSE(ask(make_request("QD", {std::string(1010, 'x')})));
-    EXPECT_EQ(diagnostics(), unable + closed);
+    EXPECT_EQ(diagnostics(), UNABLE + CLOSED);
     EXPECT_EQ(router_fd, -1);
 }
 
@@ -200,7 +200,7 @@ TEST_F(Transaction, CountsStaleInputAgainstTheDeadline)
 {
     router_rx_queue.resize(150);
     EXPECT_FALSE(ask(make_request("QD")));
-    EXPECT_EQ(diagnostics(), qd_request + timed_out);
+    EXPECT_EQ(diagnostics(), QD_REQUEST + TIMED_OUT);
     EXPECT_EQ(fake_now_us, DEADLINE_US);
     EXPECT_EQ(pauses(), 200U);
 }
@@ -211,14 +211,14 @@ TEST_F(Transaction, IsNotHeldUpByStaleInputBeyondTheDeadline)
     EXPECT_FALSE(ask(make_request("QD")));
     EXPECT_EQ(fake_now_us, DEADLINE_US);
     EXPECT_EQ(router_rx_queue.size(), 800U);
-    EXPECT_EQ(diagnostics(), qd_request + timed_out);
+    EXPECT_EQ(diagnostics(), QD_REQUEST + TIMED_OUT);
 }
 
 TEST_F(Transaction, TimesOutExactlyAtTheDeadline)
 {
     EXPECT_FALSE(ask(make_request("QD")));
     EXPECT_EQ(fake_now_us, DEADLINE_US);
-    EXPECT_EQ(diagnostics(), qd_request + timed_out);
+    EXPECT_EQ(diagnostics(), QD_REQUEST + TIMED_OUT);
     EXPECT_EQ(router_fd, -1);
     EXPECT_TRUE(response.empty());
 }
@@ -261,7 +261,7 @@ TEST_F(Transaction, WaitsOnToTheDeadlineWithoutAConnection)
 {
     at_us(FAKE_START_US + 500'000, [this] { router_closes(); });
     EXPECT_FALSE(ask(make_request("QD")));
-    EXPECT_EQ(diagnostics(), qd_request + "<NOTE>Connection suddenly dropped\n" + closed +
+    EXPECT_EQ(diagnostics(), QD_REQUEST + "<NOTE>Connection suddenly dropped\n" + CLOSED +
                                  "<ERR>Timeout receiving message\n");
     EXPECT_EQ(fake_now_us, DEADLINE_US);
 }
@@ -270,8 +270,8 @@ TEST_F(Transaction, WaitsOnWhenTheWriteFailed)
 {
     force_result(SystemCall::Send, router_fd, -1, ECONNRESET);
     EXPECT_FALSE(ask(make_request("QD")));
-    EXPECT_EQ(diagnostics(), "<NOTE>Connection problem, Connection reset by peer\n" + closed +
-                                 qd_request + "<ERR>Timeout receiving message\n");
+    EXPECT_EQ(diagnostics(), "<NOTE>Connection problem, Connection reset by peer\n" + CLOSED +
+                                 QD_REQUEST + "<ERR>Timeout receiving message\n");
     EXPECT_EQ(fake_now_us, DEADLINE_US);
 }
 
