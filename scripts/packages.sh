@@ -32,6 +32,11 @@ install_test_packages() {
         clang-tidy cppcheck shellcheck procps python3 strace
 }
 
+# What draws the pictures of the bench and the soak.
+install_picture_packages() {
+    install_missing gnuplot-nox
+}
+
 install_coverage_packages() {
     install_missing gcovr
 }
