@@ -164,8 +164,8 @@ void FaultMatrix::expect_take(int client)
     take(backend, 6, 2);
     take(backend, 6, 2);
     EXPECT_TRUE(learns({{"o6.input.all", "2"}}));
-    EXPECT_TRUE(
-        simulator_tells(" take destination=7 source=3 by=client " + std::to_string(client)));
+    EXPECT_TRUE(simulator_tells(" take client=" + std::to_string(client) +
+                                " destination=7 source=3 by=client"));
 }
 
 // The parent knows what the router really has routed.

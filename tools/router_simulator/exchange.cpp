@@ -21,10 +21,13 @@ std::string request_text(const router_message& request)
     return text;
 }
 
-std::string fault_line(const scenario_step& step, int number, const std::string& request)
+router_event reply_fault(const scenario_step& step, int number, const std::string& request)
 {
-    return std::string(fault_name(step.fault)) + " client=" + std::to_string(number) +
-           " request=" + quoted_text(request);
+    return {.kind = "fault",
+            .fault = fault_name(step.fault),
+            .lasting = span_of(step.fault) != fault_span::moment,
+            .client = number,
+            .request = request};
 }
 
 // Tells of a delay at once; the other fault may have more to tell.
@@ -40,8 +43,9 @@ reply_plan plan_reply(simulator_server& server, int number, const std::string& r
         }
         const us_time_t delay_us = draw(server.plan->states[index].random, step.delay_us);
         plan.delay_us += delay_us;
-        print_event(server,
-                    fault_line(step, number, request) + " ms=" + std::to_string(delay_us / 1000));
+        router_event event = reply_fault(step, number, request);
+        event.ms = delay_us / 1000;
+        print_event(server, event);
     }
     return plan;
 }
@@ -56,17 +60,18 @@ std::vector<router_message> take_reply(std::vector<addressed_message>& answers, 
     return reply;
 }
 
-// The destination counts as changed for the client, which can so find out what is true. Returns
-// what there is to tell of it.
-std::string contradict_reply(simulator_server& server, std::mt19937_64& random, int number,
-                             const router_message& request, std::vector<router_message>& reply)
+// The destination counts as changed for the client, which can so find out what is true. Adds what
+// there is to tell of it.
+void contradict_reply(simulator_server& server, std::mt19937_64& random, int number,
+                      const router_message& request, std::vector<router_message>& reply,
+                      router_event& event)
 {
     simulated_router& router = server.router;
     const auto shown = contradict(router, random, request, reply);
-    if (!shown) return "";
+    if (!shown) return;
     router.clients.at(number).changed_destinations.insert(shown->destination);
-    return " destination=" + std::to_string(index_of(router.destinations, shown->destination)) +
-           " source=" + std::to_string(index_of(router.sources, shown->source));
+    event.destination = index_of(router.destinations, shown->destination);
+    event.source = index_of(router.sources, shown->source);
 }
 
 shaped_reply spoil_reply(simulator_server& server, std::size_t index, int number,
@@ -74,10 +79,10 @@ shaped_reply spoil_reply(simulator_server& server, std::size_t index, int number
 {
     const scenario_step& step = server.plan->steps[index];
     std::mt19937_64& random = server.plan->states[index].random;
-    std::string line = fault_line(step, number, request_text(request));
+    router_event event = reply_fault(step, number, request_text(request));
     if (step.fault == fault_kind::contradict)
-        line += contradict_reply(server, random, number, request, reply);
-    print_event(server, line);
+        contradict_reply(server, random, number, request, reply, event);
+    print_event(server, event);
     if (step.fault == fault_kind::endless && !reply.empty()) {
         reply[0].seq = '1';
         start_stream(server, index, number, plain_reply({reply[0]}).pieces[0].bytes);
@@ -100,7 +105,7 @@ void answer_request(simulator_server& server, int number, const parsed_frame& fr
 {
     const reply_plan plan = plan_reply(server, number, request_text(frame.request));
     std::vector<addressed_message> others = answer_or_refuse(server, number, frame, plan);
-    print_takes(server, client_text(number));
+    print_takes(server, "client", number);
     std::vector<router_message> reply = take_reply(others, number);
     const shaped_reply shaped = plan.fault
                                     ? spoil_reply(server, *plan.fault, number, frame.request, reply)
@@ -123,8 +128,7 @@ void handle_request(simulator_server& server, int number, const parsed_frame& fr
 
 void handle_bad_frame(simulator_server& server, int number, const parsed_frame& frame)
 {
-    print_event(server, "bad frame client=" + std::to_string(number) +
-                            " reason=" + quoted_text(fault_text(frame.fault)));
+    print_event(server, {.kind = "bad frame", .client = number, .reason = fault_text(frame.fault)});
     send_messages(server, answer_frame(server.router, number, frame));
 }
 

@@ -10,14 +10,21 @@ namespace {
 // The clients that a step is about when no trigger names one.
 constexpr int ALL_CLIENTS = 0;
 
-std::string with_client(const std::string& text, int number)
+void print_start_of_fault(const simulator_server& server, fault_kind fault, int number)
 {
-    return number == ALL_CLIENTS ? text : text + " client=" + std::to_string(number);
+    router_event event{.kind = "fault", .fault = fault_name(fault)};
+    const fault_span span = span_of(fault);
+    event.lasting =
+        span == fault_span::listener || (span == fault_span::connection && number != ALL_CLIENTS);
+    if (number != ALL_CLIENTS) event.client = number;
+    print_event(server, event);
 }
 
-void print_fault(const simulator_server& server, fault_kind fault, int number)
+void print_end_of_fault(const simulator_server& server, fault_kind fault, int number)
 {
-    print_event(server, with_client(fault_name(fault), number));
+    router_event event{.kind = "end of fault", .fault = fault_name(fault)};
+    if (number != ALL_CLIENTS) event.client = number;
+    print_event(server, event);
 }
 
 std::vector<int> clients_meant(const simulator_server& server, int number)
@@ -135,7 +142,7 @@ void do_link_fault(simulator_server& server, std::size_t index, int number)
 void refuse_connections(simulator_server& server, us_time_t until)
 {
     if (server.listener >= 0) shutdown(server.listener, SHUT_RDWR);
-    print_fault(server, fault_kind::refuse, ALL_CLIENTS);
+    print_start_of_fault(server, fault_kind::refuse, ALL_CLIENTS);
     server.lasting[fault_kind::refuse] = until;
     while (!server.links.empty())
         reset_connection(server, server.links.begin()->first, false);
@@ -151,9 +158,9 @@ void do_step(simulator_server& server, std::size_t index, int number)
     if (step.fault == fault_kind::ignore && number == ALL_CLIENTS)
         server.lasting[fault_kind::ignore] = end_of(step);
     const std::vector<int> numbers = clients_meant(server, number);
-    if (numbers.empty()) print_fault(server, step.fault, ALL_CLIENTS);
+    if (numbers.empty()) print_start_of_fault(server, step.fault, ALL_CLIENTS);
     for (const int each : numbers) {
-        print_fault(server, step.fault, each);
+        print_start_of_fault(server, step.fault, each);
         do_link_fault(server, index, each);
     }
 }
@@ -201,7 +208,7 @@ void end_lasting(const simulator_server& server, lasting_faults& lasting, int nu
     std::erase_if(lasting, [&](const auto& each) {
         const auto& [fault, until] = each;
         if (until > now) return false;
-        print_event(server, with_client(std::string("end of ") + fault_name(fault), number));
+        print_end_of_fault(server, fault, number);
         return true;
     });
 }
@@ -242,9 +249,7 @@ void continue_streams(simulator_server& server)
     for (message_stream& stream : server.streams)
         sent.emplace_back(stream.client, due_messages(server, stream));
     std::erase_if(server.streams, [&server](const message_stream& stream) {
-        if (stream.left == 0)
-            print_event(server, with_client(std::string("end of ") + fault_name(stream.fault),
-                                            stream.client));
+        if (stream.left == 0) print_end_of_fault(server, stream.fault, stream.client);
         return stream.left == 0;
     });
     // May end a client, and with it its streams.

@@ -1,47 +1,36 @@
 #include "router_simulator/links.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <sys/socket.h>
 #include <unistd.h>
 #include <utility>
 
 #include "router_simulator/trace.h"
 
-namespace {
-// Seconds since the start, the whole ones padded to this width.
-std::string elapsed_text(const simulator_server& server, int width)
+void print_event(const simulator_server& server, const router_event& event)
 {
     const us_time_t elapsed = now_us() - server.started;
-    char time[40];
-    std::snprintf(time, sizeof time, "%*llu.%06llu ", width,
-                  static_cast<unsigned long long>(elapsed / 1'000'000),
-                  static_cast<unsigned long long>(elapsed % 1'000'000));
-    return time;
-}
-} // namespace
-
-void print_event(const simulator_server& server, const std::string& text)
-{
-    if (server.plan) server.print("@ " + elapsed_text(server, 1) + text);
+    if (server.plan) server.print(readable_event(event, elapsed));
+    if (server.json_events) server.print(json_event(event, elapsed));
 }
 
-void print_takes(simulator_server& server, const std::string& by)
+void print_takes(simulator_server& server, const char* by, std::optional<int> client)
 {
     const simulated_router& router = server.router;
     for (const auto& [destination, source] : std::exchange(server.router.takes, {}))
-        print_event(
-            server,
-            "take destination=" + std::to_string(index_of(router.destinations, destination)) +
-                " source=" + std::to_string(index_of(router.sources, source)) + " by=" + by);
+        print_event(server, {.kind = "take",
+                             .client = client,
+                             .destination = index_of(router.destinations, destination),
+                             .source = index_of(router.sources, source),
+                             .by = by});
 }
 
 void print_rename(const simulator_server& server, bool is_source, std::size_t position)
 {
     const port_list& ports = is_source ? server.router.sources : server.router.destinations;
-    print_event(server, std::string("rename ") + (is_source ? "source=" : "destination=") +
-                            std::to_string(index_of(ports, position)) +
-                            " name=" + quoted_text(ports.names[position]));
+    router_event event{.kind = "rename", .name = ports.names[position]};
+    (is_source ? event.source : event.destination) = index_of(ports, position);
+    print_event(server, event);
 }
 
 std::string client_text(int number)
@@ -52,7 +41,8 @@ std::string client_text(int number)
 void trace_line(const simulator_server& server, int client, char direction, const std::string& text)
 {
     if (!server.trace) return;
-    server.print(elapsed_text(server, 4) + client_text(client) + " " + direction + " " + text);
+    server.print(seconds_text(now_us() - server.started, 4) + " " + client_text(client) + " " +
+                 direction + " " + text);
 }
 
 int add_link(simulator_server& server, int descriptor, const std::string& peer)
@@ -63,7 +53,7 @@ int add_link(simulator_server& server, int descriptor, const std::string& peer)
     link.peer = peer;
     server.router.clients[number] = {};
     server.print(client_text(number) + " connected from " + peer);
-    print_event(server, "connected client=" + std::to_string(number));
+    print_event(server, {.kind = "connected", .client = number});
     return number;
 }
 
@@ -76,7 +66,7 @@ void remove_client(simulator_server& server, int number, const std::string& reas
                   [number](const message_stream& each) { return each.client == number; });
     server.accepting = true;
     server.print(client_text(number) + " " + reason);
-    print_event(server, "gone client=" + std::to_string(number));
+    print_event(server, {.kind = "gone", .client = number});
 }
 
 void drop_clients(simulator_server& server)

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "common/clock.h"
+#include "router_simulator/event.h"
 #include "router_simulator/output_queue.h"
 #include "router_simulator/reply_faults.h"
 #include "router_simulator/request_parser.h"
@@ -47,22 +48,24 @@ struct simulator_server {
     simulated_router router;
     std::function<void(const std::string&)> print; // takes one line about what happens
     bool trace = false;                            // every frame is a line
+    bool json_events = false;                      // every event is a line of JSON
     int receive_buffer = 0;       // bytes of each client's socket; 0: as the system has it
     us_time_t started = now_us(); // where the trace counts from
     int listener = -1;            // -1: clients come by add_client alone
     bool accepting = true;        // clear while there is no descriptor for another client
     int last_client = 0;          // clients are numbered from 1
     std::map<int, client_link> links{};
-    std::optional<scenario> plan{}; // with one, every event is a line
+    std::optional<scenario> plan{}; // with one, every event is a readable line
     lasting_faults lasting{};       // of the listener
     std::vector<message_stream> streams{};
 };
 
-// A line about what happened and its values: "reset client=1". Only with a scenario.
-void print_event(const simulator_server& server, const std::string& text);
+// The readable line comes with a scenario only, the JSON one when it is asked for.
+void print_event(const simulator_server& server, const router_event& event);
 
-// Prints the takes that the router has made since the last call; `by` says whose they are.
-void print_takes(simulator_server& server, const std::string& by);
+// Prints the takes that the router has made since the last call; `by` says whose they are: of a
+// client, which has a number, of the "scenario" or a "command".
+void print_takes(simulator_server& server, const char* by, std::optional<int> client = {});
 
 // Prints the name that a source, else a destination, has been given.
 void print_rename(const simulator_server& server, bool is_source, std::size_t position);

@@ -102,6 +102,7 @@ int main(int argument_count, char** arguments)
     simulator_server server{.router = make_router(options.router),
                             .print = [](const std::string& line) { print_text(line + "\n"); },
                             .trace = options.trace,
+                            .json_events = options.json_events,
                             .receive_buffer = options.receive_buffer};
     if (!options.names_file.empty() &&
         report_fault(read_names_file(server.router, options.names_file)))

@@ -38,8 +38,22 @@ void add_network_options(CLI::App& app, simulator_options& options)
         ->check(CLI::Range(0, MAX_RECEIVE_BUFFER).description(""))
         ->type_name("N")
         ->capture_default_str();
+}
+
+void add_event_options(CLI::App& app, simulator_options& options)
+{
     app.add_flag("--trace", options.trace,
                  "print every frame: seconds, client, > received or < sent, message");
+    app.add_option_function<std::string>(
+           "--events",
+           [&options](const std::string& word) {
+               if (word != "text" && word != "json")
+                   throw CLI::ValidationError("--events", "text or json expected");
+               options.json_events = word == "json";
+           },
+           "json: every event is a line of JSON, beside the text that is printed anyway")
+        ->type_name("text|json")
+        ->default_str("text");
 }
 
 void add_size_options(CLI::App& app, router_options& router)
@@ -124,6 +138,7 @@ std::optional<int> parse_options(int argument_count, const char* const* argument
     add_text_options(app, options);
     add_manner_options(app, options.router);
     add_scenario_options(app, options);
+    add_event_options(app, options);
     app.footer(std::string("Commands on standard input:\n") + COMMAND_HELP +
                "SIGINT and SIGTERM end the program; the end of standard input does not.");
     try {

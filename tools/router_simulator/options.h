@@ -16,6 +16,7 @@ struct simulator_options {
     std::optional<std::uint64_t> seed; // in place of the scenario's
     int receive_buffer = 0;            // bytes of a client's socket; 0: as the system has it
     bool trace = false;
+    bool json_events = false;
     router_options router;
 };
 

@@ -7,6 +7,7 @@ namespace {
 struct named_fault {
     fault_kind kind;
     const char* name;
+    fault_span span = fault_span::moment;
 };
 
 constexpr std::array<named_fault, 25> FAULTS = {{
@@ -23,26 +24,35 @@ constexpr std::array<named_fault, 25> FAULTS = {{
     {fault_kind::nul, "nul"},
     {fault_kind::cut, "cut"},
     {fault_kind::contradict, "contradict"},
-    {fault_kind::endless, "endless"},
+    {fault_kind::endless, "endless", fault_span::connection},
     {fault_kind::garbage, "garbage"},
-    {fault_kind::silence, "silence"},
-    {fault_kind::half_open, "half-open"},
-    {fault_kind::stop_reading, "stop reading"},
+    {fault_kind::silence, "silence", fault_span::connection},
+    {fault_kind::half_open, "half-open", fault_span::connection},
+    {fault_kind::stop_reading, "stop reading", fault_span::connection},
     {fault_kind::close, "close"},
     {fault_kind::reset, "reset"},
-    {fault_kind::refuse, "refuse"},
-    {fault_kind::ignore, "ignore"},
-    {fault_kind::burst, "burst"},
+    {fault_kind::refuse, "refuse", fault_span::listener},
+    {fault_kind::ignore, "ignore", fault_span::listener},
+    {fault_kind::burst, "burst", fault_span::connection},
     {fault_kind::take, "take"},
     {fault_kind::rename, "rename"},
 }};
+
+const named_fault& row_of(fault_kind kind)
+{
+    return *std::find_if(FAULTS.begin(), FAULTS.end(),
+                         [kind](const named_fault& each) { return each.kind == kind; });
+}
 } // namespace
 
 const char* fault_name(fault_kind kind)
 {
-    return std::find_if(FAULTS.begin(), FAULTS.end(),
-                        [kind](const named_fault& each) { return each.kind == kind; })
-        ->name;
+    return row_of(kind).name;
+}
+
+fault_span span_of(fault_kind kind)
+{
+    return row_of(kind).span;
 }
 
 std::optional<fault_kind> fault_named(std::string_view name)

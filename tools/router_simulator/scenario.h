@@ -49,6 +49,10 @@ const char* fault_name(fault_kind kind);
 std::optional<fault_kind> fault_named(std::string_view name);
 bool concerns_reply(fault_kind kind);
 
+// What a fault that goes on is tied to, and ends with at the latest.
+enum class fault_span { moment, connection, listener };
+fault_span span_of(fault_kind kind);
+
 enum class trigger_kind { command, at, every, connection, request };
 
 struct number_range {

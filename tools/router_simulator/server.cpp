@@ -108,7 +108,7 @@ void begin_scenario(simulator_server& server, const scenario& plan)
 {
     server.plan = plan;
     server.started = now_us();
-    print_event(server, "start seed=" + std::to_string(plan.seed));
+    print_event(server, {.kind = "start", .seed = plan.seed});
 }
 
 void stop_server(simulator_server& server)

@@ -4,6 +4,7 @@
 #include "router_simulator/link_faults.h"
 #include "unit/router_simulator/scenario_simulator.h"
 
+using testing::_;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -46,6 +47,36 @@ TEST_F(LinkFaults, NothingIsTheEventOfASimulatorWithoutScenario)
     says(end, frame("N0TI\t1\t3"));
     EXPECT_EQ(events(), "");
     EXPECT_EQ(run_command(server, "do it"), "There is no scenario.\n");
+}
+
+TEST_F(LinkFaults, EventsAreJsonBesideTheTextWhenAskedFor)
+{
+    server.json_events = true;
+    const int end = connect_client();
+    says(end, frame("N0TI\t1\t3"));
+    EXPECT_THAT(printed,
+                ElementsAre(_, EndsWith(R"("event":"connected","client":1})"),
+                            EndsWith(R"("event":"take","client":1,"destination":1,"source":3,)"
+                                     R"("by":"client"})")));
+}
+
+TEST_F(LinkFaults, EventTellsWhetherTheFaultLasts)
+{
+    server.json_events = true;
+    client_of(R"("fault": "silence", "for": 2)");
+    do_it();
+    EXPECT_THAT(printed,
+                ElementsAre(_, EndsWith(R"("fault":"silence","lasting":true,"client":1})")));
+    printed.clear();
+    pass_ms(2000);
+    EXPECT_THAT(
+        printed,
+        ElementsAre(_, EndsWith(R"("event":"end of fault","fault":"silence","client":1})")));
+    printed.clear();
+    drop_clients(server);
+    printed.clear();
+    do_it();
+    EXPECT_THAT(printed, ElementsAre(_, EndsWith(R"("event":"fault","fault":"silence"})")));
 }
 
 TEST_F(LinkFaults, CommandNeedsTheNameOfAStep)

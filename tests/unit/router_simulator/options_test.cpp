@@ -41,6 +41,14 @@ TEST_F(SimulatorOptions, DescribeARouterOnLoopback)
     EXPECT_EQ(options.router.sequence, sequence_style::ones);
     EXPECT_FALSE(options.router.announce);
     EXPECT_FALSE(options.trace);
+    EXPECT_FALSE(options.json_events);
+}
+
+TEST_F(SimulatorOptions, ChooseTheFormOfEvents)
+{
+    EXPECT_EQ(parse({"--events", "json"}), std::nullopt);
+    EXPECT_TRUE(options.json_events);
+    EXPECT_EQ(refusal({"--events", "xml"}), "--events: text or json expected");
 }
 
 TEST_F(SimulatorOptions, SetTheNetworkSide)

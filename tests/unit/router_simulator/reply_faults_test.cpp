@@ -72,7 +72,7 @@ TEST_F(ReplyFaults, RequestOfALostReplyIsCarriedOut)
     says(end, frame("N0BK\tE\tON") + frame("N0TI\t1\t3"));
     EXPECT_EQ(hears(end), frame("N0ER\t00\tBK"));
     EXPECT_EQ(server.router.routes.at(1), 3U);
-    EXPECT_EQ(events(), "take destination=1 source=3 by=client 1\n"
+    EXPECT_EQ(events(), "take client=1 destination=1 source=3 by=client\n"
                         "lose client=1 request=\"TI 1 3\"\n");
 }
 
