@@ -6,6 +6,8 @@
 #include "console/lookup.h"
 #include "console/view_text.h"
 
+namespace console {
+
 namespace {
 void refuse(command_result& result, const std::string& why)
 {
@@ -30,7 +32,7 @@ void add_queue_record(console_state& state, command_result& result, const char* 
 }
 
 // Returns false, with the result refused, when a word names nothing.
-bool stage(console_state& state, const std::vector<word>& words, command_result& result)
+bool stage(console_state& state, const std::vector<common::word>& words, command_result& result)
 {
     const router_view& view = state.view;
     std::string complaint;
@@ -56,7 +58,7 @@ std::string staged_label(const router_view& view, std::size_t index)
     return output_label(view, output) + " from " + input_label(view, input);
 }
 
-void run_flush(console_state& state, const std::vector<word>& /*words*/, us_time_t now,
+void run_flush(console_state& state, const std::vector<common::word>& /*words*/, us_time_t now,
                command_result& result)
 {
     const router_view& view = state.view;
@@ -69,21 +71,21 @@ void run_flush(console_state& state, const std::vector<word>& /*words*/, us_time
     note_flushed(state.view, now);
 }
 
-void run_stage(console_state& state, const std::vector<word>& words, us_time_t /*now*/,
+void run_stage(console_state& state, const std::vector<common::word>& words, us_time_t /*now*/,
                command_result& result)
 {
     if (stage(state, words, result))
         result.text = "Staged " + staged_label(state.view, state.view.staged.size() - 1) + '\n';
 }
 
-void run_take(console_state& state, const std::vector<word>& words, us_time_t now,
+void run_take(console_state& state, const std::vector<common::word>& words, us_time_t now,
               command_result& result)
 {
     if (stage(state, words, result)) run_flush(state, words, now, result);
 }
 
-void run_discard(console_state& state, const std::vector<word>& /*words*/, us_time_t /*now*/,
-                 command_result& result)
+void run_discard(console_state& state, const std::vector<common::word>& /*words*/,
+                 us_time_t /*now*/, command_result& result)
 {
     const std::size_t count = state.view.staged.size();
     result.text = count == 0   ? "Nothing was staged.\n"
@@ -93,31 +95,31 @@ void run_discard(console_state& state, const std::vector<word>& /*words*/, us_ti
     note_discarded(state.view);
 }
 
-void run_routes(console_state& state, const std::vector<word>& /*words*/, us_time_t /*now*/,
+void run_routes(console_state& state, const std::vector<common::word>& /*words*/, us_time_t /*now*/,
                 command_result& result)
 {
     result.text = routes_text(state.view);
 }
 
-void run_inputs(console_state& state, const std::vector<word>& /*words*/, us_time_t /*now*/,
+void run_inputs(console_state& state, const std::vector<common::word>& /*words*/, us_time_t /*now*/,
                 command_result& result)
 {
     result.text = inputs_text(state.view);
 }
 
-void run_outputs(console_state& state, const std::vector<word>& /*words*/, us_time_t /*now*/,
-                 command_result& result)
+void run_outputs(console_state& state, const std::vector<common::word>& /*words*/,
+                 us_time_t /*now*/, command_result& result)
 {
     result.text = outputs_text(state.view);
 }
 
-void run_info(console_state& state, const std::vector<word>& /*words*/, us_time_t /*now*/,
+void run_info(console_state& state, const std::vector<common::word>& /*words*/, us_time_t /*now*/,
               command_result& result)
 {
     result.text = info_text(state.view);
 }
 
-void run_set(console_state& /*state*/, const std::vector<word>& words, us_time_t /*now*/,
+void run_set(console_state& /*state*/, const std::vector<common::word>& words, us_time_t /*now*/,
              command_result& result)
 {
     const std::vector<std::string>& names = setting_names();
@@ -125,7 +127,7 @@ void run_set(console_state& /*state*/, const std::vector<word>& words, us_time_t
     if (std::find(names.begin(), names.end(), name) == names.end()) {
         std::string known;
         for (const std::string& each : names)
-            known += (known.empty() ? "" : ", ") + quote_word(each);
+            known += (known.empty() ? "" : ", ") + common::quote_word(each);
         return refuse(result, "There is no setting \"" + name + "\"; there is " + known + ".");
     }
     ParentRecord record;
@@ -136,15 +138,15 @@ void run_set(console_state& /*state*/, const std::vector<word>& words, us_time_t
     result.records.push_back(record);
 }
 
-void run_refresh(console_state& state, const std::vector<word>& /*words*/, us_time_t /*now*/,
-                 command_result& result)
+void run_refresh(console_state& state, const std::vector<common::word>& /*words*/,
+                 us_time_t /*now*/, command_result& result)
 {
     ParentRecord record = request(state, "report");
     record.fields["what"] = "outputs";
     result.records.push_back(record);
 }
 
-void run_log(console_state& state, const std::vector<word>& words, us_time_t /*now*/,
+void run_log(console_state& state, const std::vector<common::word>& words, us_time_t /*now*/,
              command_result& result)
 {
     const std::vector<std::string>& names = log_level_names();
@@ -155,20 +157,20 @@ void run_log(console_state& state, const std::vector<word>& words, us_time_t /*n
     state.log = LEVELS[found - names.begin()];
 }
 
-void run_wait(console_state& /*state*/, const std::vector<word>& /*words*/, us_time_t /*now*/,
-              command_result& result)
+void run_wait(console_state& /*state*/, const std::vector<common::word>& /*words*/,
+              us_time_t /*now*/, command_result& result)
 {
     result.wait = true;
 }
 
-void run_quit(console_state& /*state*/, const std::vector<word>& /*words*/, us_time_t /*now*/,
-              command_result& result)
+void run_quit(console_state& /*state*/, const std::vector<common::word>& /*words*/,
+              us_time_t /*now*/, command_result& result)
 {
     result.quit = true;
 }
 
-void run_help(console_state& /*state*/, const std::vector<word>& /*words*/, us_time_t /*now*/,
-              command_result& result)
+void run_help(console_state& /*state*/, const std::vector<common::word>& /*words*/,
+              us_time_t /*now*/, command_result& result)
 {
     for (const command& each : all_commands()) {
         std::string line = "  " + std::string(each.name);
@@ -221,7 +223,8 @@ const std::vector<std::string>& log_level_names()
     return LOG_LEVELS;
 }
 
-command_result run_command(console_state& state, const std::vector<word>& words, us_time_t now)
+command_result run_command(console_state& state, const std::vector<common::word>& words,
+                           us_time_t now)
 {
     command_result result;
     const auto found = std::find_if(COMMANDS.begin(), COMMANDS.end(), [&](const command& each) {
@@ -245,3 +248,5 @@ bool is_shown(log_level log, const std::string& line, bool about_link)
     if (line.starts_with("<NOTE>")) return log >= log_level::note;
     return log >= log_level::debug;
 }
+
+} // namespace console

@@ -8,8 +8,10 @@
 
 #include "common/clock.h"
 #include "console/router_view.h"
-#include "console/words.h"
 #include "parent/record.h"
+#include "tools/common/words.h"
+
+namespace console {
 
 // Which diagnostics lines are shown. Lines about the link are shown as the view's news instead,
 // except at debug and note.
@@ -30,7 +32,8 @@ struct command_result {
 };
 
 // Runs one command of one word at least. Routes that the records ask for are noted in the view.
-command_result run_command(console_state& state, const std::vector<word>& words, us_time_t now);
+command_result run_command(console_state& state, const std::vector<common::word>& words,
+                           us_time_t now);
 
 // Whether a diagnostics line is shown; about_link as take_diagnostics said.
 bool is_shown(log_level log, const std::string& line, bool about_link);
@@ -42,10 +45,12 @@ struct command {
     std::vector<argument_kind> arguments; // all of them required
     std::string_view usage;               // the arguments in words
     std::string_view summary;
-    void (*run)(console_state& state, const std::vector<word>& words, us_time_t now,
+    void (*run)(console_state& state, const std::vector<common::word>& words, us_time_t now,
                 command_result& result);
 };
 
 const std::vector<command>& all_commands(); // in the order of the help text
 const std::vector<std::string>& setting_names();
 const std::vector<std::string>& log_level_names();
+
+} // namespace console

@@ -3,7 +3,9 @@
 #include <algorithm>
 
 #include "console/commands.h"
-#include "console/words.h"
+#include "tools/common/words.h"
+
+namespace console {
 
 namespace {
 std::vector<std::string> names_of(const std::vector<std::string>& names, int count)
@@ -30,7 +32,8 @@ std::vector<std::string> argument_choices(const router_view& view, argument_kind
 }
 
 // What may stand after the words of the command so far.
-std::vector<std::string> possible_words(const router_view& view, const std::vector<word>& before)
+std::vector<std::string> possible_words(const router_view& view,
+                                        const std::vector<common::word>& before)
 {
     std::vector<std::string> possible;
     for (const command& each : all_commands()) {
@@ -52,7 +55,7 @@ std::string common_beginning(const std::vector<std::string>& choices)
 {
     std::string beginning = choices.front();
     for (const std::string& choice : choices)
-        while (!begins_name(choice, beginning))
+        while (!common::begins_name(choice, beginning))
             beginning.pop_back();
     while (beginning.size() < choices.front().size() &&
            is_continuation(choices.front()[beginning.size()]))
@@ -64,17 +67,17 @@ std::string common_beginning(const std::vector<std::string>& choices)
 std::string unfinished_word(const std::vector<std::string>& choices, bool quoted)
 {
     std::string beginning = common_beginning(choices);
-    if (!quoted && quote_word(beginning) == beginning) return beginning;
+    if (!quoted && common::quote_word(beginning) == beginning) return beginning;
     return (beginning.find('"') == std::string::npos ? '"' : '\'') + beginning;
 }
 } // namespace
 
 completion complete(const router_view& view, std::string_view text_before_cursor)
 {
-    const split_line line = split_words(text_before_cursor);
-    std::vector<word> before;
+    const common::split_line line = common::split_words(text_before_cursor);
+    std::vector<common::word> before;
     if (line.open_command) before = line.commands.back();
-    word unfinished;
+    common::word unfinished;
     unfinished.start = text_before_cursor.size();
     if (line.open_word) {
         unfinished = before.back();
@@ -83,13 +86,16 @@ completion complete(const router_view& view, std::string_view text_before_cursor
     completion result;
     result.start = unfinished.start;
     for (const std::string& each : possible_words(view, before))
-        if (!each.empty() && begins_name(each, unfinished.text)) result.choices.push_back(each);
+        if (!each.empty() && common::begins_name(each, unfinished.text))
+            result.choices.push_back(each);
     if (result.choices.empty()) {
         result.replacement = text_before_cursor.substr(unfinished.start);
     } else if (result.choices.size() == 1) {
-        result.replacement = quote_word(result.choices.front()) + ' ';
+        result.replacement = common::quote_word(result.choices.front()) + ' ';
     } else {
         result.replacement = unfinished_word(result.choices, unfinished.quoted);
     }
     return result;
 }
+
+} // namespace console

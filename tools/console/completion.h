@@ -9,6 +9,8 @@
 
 #include "console/router_view.h"
 
+namespace console {
+
 struct completion {
     std::size_t start = 0;   // where the word begins
     std::string replacement; // what to put from there to the cursor
@@ -19,3 +21,5 @@ struct completion {
 // Nothing to complete: no choices, and the replacement is what stands there. One choice: the
 // replacement is that word, quoted where needed, and a blank. More: as far as they agree.
 completion complete(const router_view& view, std::string_view text_before_cursor);
+
+} // namespace console

@@ -4,6 +4,8 @@
 #include <charconv>
 #include <cstddef>
 
+namespace console {
+
 namespace {
 // As many as a person cares to read in one line.
 constexpr std::size_t MOST_CANDIDATES = 6;
@@ -56,19 +58,19 @@ std::string unknown_name(const std::vector<std::string>& names, int count, const
 {
     const std::string text = "There is no " + kind + " \"" + wanted + "\"";
     if (count == 0) return text + ": no " + kind + "s are known yet.";
-    const std::vector<int> similar = matches(names, count, wanted, name_contains);
+    const std::vector<int> similar = matches(names, count, wanted, common::name_contains);
     if (wanted.empty() || similar.empty()) return text + "; \"" + kind + "s\" lists them.";
     return text + "; there is " + list_candidates(names, similar) + ".";
 }
 } // namespace
 
 int find_position(const std::vector<std::string>& names, int count, const std::string& kind,
-                  const word& wanted, std::string& complaint)
+                  const common::word& wanted, std::string& complaint)
 {
-    if (!wanted.quoted && is_number(wanted.text))
+    if (!wanted.quoted && common::is_number(wanted.text))
         return find_number(wanted.text, count, kind, complaint);
     if (!wanted.text.empty()) {
-        for (const name_rule rule : {identical, same_name, begins_name}) {
+        for (const name_rule rule : {identical, common::same_name, common::begins_name}) {
             const std::vector<int> found = matches(names, count, wanted.text, rule);
             if (found.size() == 1) return found.front();
             if (found.empty()) continue;
@@ -79,3 +81,5 @@ int find_position(const std::vector<std::string>& names, int count, const std::s
     complaint = unknown_name(names, count, kind, wanted.text);
     return -1;
 }
+
+} // namespace console

@@ -6,10 +6,14 @@
 #include <string>
 #include <vector>
 
-#include "console/words.h"
+#include "tools/common/words.h"
+
+namespace console {
 
 // Returns the position, or -1 with a text that says what is wrong and what there is instead. The
 // kind, "input" or "output", is for that text. Only the first count positions are looked at; names
 // may be fewer.
 int find_position(const std::vector<std::string>& names, int count, const std::string& kind,
-                  const word& wanted, std::string& complaint);
+                  const common::word& wanted, std::string& complaint);
+
+} // namespace console

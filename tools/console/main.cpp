@@ -11,6 +11,8 @@
 #include "console/session.h"
 #include "console/terminal.h"
 
+using namespace console;
+
 namespace {
 constexpr const char* FOOTER =
     "Exit status: 0 when all went well; 1 when it could not start; 2 when a script's route was "

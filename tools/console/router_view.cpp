@@ -4,6 +4,8 @@
 #include <charconv>
 #include <optional>
 
+namespace console {
+
 namespace {
 // Far more than any router has; keeps a nonsensical report from filling the memory.
 constexpr int MOST_POSITIONS = 65536;
@@ -267,3 +269,5 @@ bool fully_reported(const router_view& view)
     return view.link == link_state::ready && view.inputs_named && view.outputs_named &&
            (view.routes_reported || view.outputs == 0);
 }
+
+} // namespace console

@@ -16,6 +16,8 @@
 #include "common/clock.h"
 #include "parent/record.h"
 
+namespace console {
+
 constexpr us_time_t CONFIRMATION_LIMIT_US = 3'000'000;
 
 enum class link_state { down, connecting, discovering, ready };
@@ -81,3 +83,5 @@ std::string output_label(const router_view& view, int output);
 
 // The backend has told all that a command can refer to: names and routes.
 bool fully_reported(const router_view& view);
+
+} // namespace console

@@ -8,6 +8,8 @@
 
 using namespace std::chrono_literals;
 
+namespace console {
+
 namespace {
 // Longer than the backend takes to learn a router that answers slowly.
 constexpr us_time_t START_LIMIT_US = 10'000'000;
@@ -64,3 +66,5 @@ void run_script(console_session& session)
     }
     if (!session.quit) wait_for_routes(session);
 }
+
+} // namespace console

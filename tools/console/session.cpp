@@ -7,6 +7,8 @@
 
 using namespace std::chrono_literals;
 
+namespace console {
+
 namespace {
 constexpr std::size_t KEPT_DIAGNOSTICS = 5;
 
@@ -82,7 +84,7 @@ void wait_for_routes(console_session& session)
 }
 
 namespace {
-void run_words(console_session& session, const std::vector<word>& words)
+void run_words(console_session& session, const std::vector<common::word>& words)
 {
     const command_result result = run_command(session.state, words, now_us());
     if (!result.text.empty()) session.print(result.text);
@@ -96,13 +98,13 @@ void run_words(console_session& session, const std::vector<word>& words)
 
 void run_line(console_session& session, std::string_view line)
 {
-    const split_line split = split_words(line);
+    const common::split_line split = common::split_words(line);
     if (split.open_quote) {
         session.print("A quote is not closed.\n");
         session.refused = true;
         return;
     }
-    for (const std::vector<word>& words : split.commands) {
+    for (const std::vector<common::word>& words : split.commands) {
         if (session.quit || session.link.ended) return;
         run_words(session, words);
     }
@@ -122,3 +124,5 @@ int close_session(console_session& session)
     session.print(text);
     return session.came_up ? EXIT_BACKEND_ENDED : EXIT_NOT_STARTED;
 }
+
+} // namespace console

@@ -13,6 +13,8 @@
 #include "console/commands.h"
 #include "parent_link/parent_link.h"
 
+namespace console {
+
 // The program's exit status.
 constexpr int EXIT_GOOD = 0;
 constexpr int EXIT_NOT_STARTED = 1;   // wrong arguments, or the backend did not come up
@@ -51,3 +53,5 @@ void wait_for_routes(console_session& session);
 // Prints how the backend ended, if it did so by itself; else gives it a moment to end. Returns the
 // program's exit status as far as the backend goes.
 int close_session(console_session& session);
+
+} // namespace console

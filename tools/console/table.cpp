@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace console {
+
 std::size_t text_width(std::string_view text)
 {
     return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char byte) {
@@ -65,3 +67,5 @@ std::string format_columns(const std::vector<std::string>& entries, std::size_t 
     }
     return output;
 }
+
+} // namespace console

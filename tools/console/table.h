@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+namespace console {
+
 // The width on the screen, one place for each UTF-8 character.
 std::size_t text_width(std::string_view text);
 
@@ -16,3 +18,5 @@ std::string format_table(const std::vector<std::string>& titles,
 
 // As many columns as fit the width, read from top to bottom; one when nothing fits.
 std::string format_columns(const std::vector<std::string>& entries, std::size_t width);
+
+} // namespace console

@@ -15,6 +15,8 @@
 
 using namespace std::chrono_literals;
 
+namespace console {
+
 namespace {
 constexpr int HISTORY_LENGTH = 500;
 constexpr wchar_t KILL_LINE_KEY = 0x15; // Ctrl-U
@@ -188,3 +190,5 @@ void run_terminal(console_session& session)
     el_end(editor);
     editor = nullptr;
 }
+
+} // namespace console

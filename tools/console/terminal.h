@@ -4,6 +4,10 @@
 
 #include "console/session.h"
 
+namespace console {
+
 // Runs lines until "quit", the end of input, SIGTERM, SIGHUP or the backend's end. SIGINT empties
 // the line. Takes over these three signals for good.
 void run_terminal(console_session& session);
+
+} // namespace console

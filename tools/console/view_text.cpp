@@ -6,6 +6,8 @@
 
 #include "console/table.h"
 
+namespace console {
+
 namespace {
 std::string name_at(const std::vector<std::string>& names, int position)
 {
@@ -100,3 +102,5 @@ std::string routes_text(const router_view& view)
     }
     return format_table({"#", "output", "#", "input", "state"}, rows);
 }
+
+} // namespace console

@@ -4,6 +4,7 @@
 #include "console/commands.h"
 #include "unit/console/console_view.h"
 
+using namespace console;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
@@ -21,7 +22,7 @@ class ConsoleCommands : public testing::Test {
     // The records of one command as the backend will read them.
     std::string sent(const std::string& command)
     {
-        result = run_command(state, split_words(command).commands.at(0), now);
+        result = run_command(state, common::split_words(command).commands.at(0), now);
         std::string text;
         for (const ParentRecord& record : result.records)
             encode_record(record, text);

@@ -3,6 +3,7 @@
 
 #include "console/completion.h"
 
+using namespace console;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;

@@ -7,6 +7,8 @@
 
 #include "console/router_view.h"
 
+namespace console {
+
 inline ParentRecord backend_report(const std::string& command,
                                    const std::map<std::string, std::string>& fields)
 {
@@ -40,3 +42,5 @@ inline router_view known_router()
     take_record(view, backend_report("outputs", {{"o0.input.all", "1"}, {"o1.input.all", "none"}}));
     return view;
 }
+
+} // namespace console

@@ -2,6 +2,8 @@
 
 #include "console/lookup.h"
 
+using namespace console;
+
 class ConsoleLookup : public testing::Test {
   protected:
     std::vector<std::string> names = {"CAM 1", "CAM 10", "cam 2", "VTR 1", "Cam 2", "7", "Black"};

@@ -5,6 +5,7 @@
 #include "console/view_text.h"
 #include "unit/console/console_view.h"
 
+using namespace console;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

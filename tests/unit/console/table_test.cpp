@@ -2,6 +2,8 @@
 
 #include "console/table.h"
 
+using namespace console;
+
 TEST(ConsoleTable, AlignsColumns)
 {
     EXPECT_EQ(format_table({"#", "name", "state"}, {{"9", "CAM 10", ""}, {"10", "A", "pending"}}),

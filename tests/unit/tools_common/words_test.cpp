@@ -2,8 +2,9 @@
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
-#include "console/words.h"
+#include "tools/common/words.h"
 
+using namespace common;
 using testing::ElementsAre;
 
 namespace {
@@ -19,29 +20,29 @@ std::vector<std::vector<std::string>> texts(std::string_view line)
 }
 } // namespace
 
-TEST(ConsoleWords, SplitsAtBlanks)
+TEST(CommandWords, SplitsAtBlanks)
 {
     EXPECT_THAT(texts("  take\t3   CAM \r"), ElementsAre(ElementsAre("take", "3", "CAM")));
 }
 
-TEST(ConsoleWords, SplitsCommandsAtSemicolons)
+TEST(CommandWords, SplitsCommandsAtSemicolons)
 {
     EXPECT_THAT(texts(";take 1 2;;wait ; "),
                 ElementsAre(ElementsAre("take", "1", "2"), ElementsAre("wait")));
 }
 
-TEST(ConsoleWords, QuotesKeepBlanksSemicolonsAndOtherQuotes)
+TEST(CommandWords, QuotesKeepBlanksSemicolonsAndOtherQuotes)
 {
     EXPECT_THAT(texts(R"(take "MON A;B" 'it is "on"')"),
                 ElementsAre(ElementsAre("take", "MON A;B", "it is \"on\"")));
 }
 
-TEST(ConsoleWords, QuotesMayEncloseNothingOrPartOfWord)
+TEST(CommandWords, QuotesMayEncloseNothingOrPartOfWord)
 {
     EXPECT_THAT(texts(R"(set "" CAM" "3)"), ElementsAre(ElementsAre("set", "", "CAM 3")));
 }
 
-TEST(ConsoleWords, KnowsQuotedWordsAndTheirPlaces)
+TEST(CommandWords, KnowsQuotedWordsAndTheirPlaces)
 {
     const split_line line = split_words("take \"3\" 4");
     ASSERT_EQ(line.commands.size(), 1U);
@@ -51,7 +52,7 @@ TEST(ConsoleWords, KnowsQuotedWordsAndTheirPlaces)
     EXPECT_FALSE(line.open_quote);
 }
 
-TEST(ConsoleWords, KnowsHowLineEnds)
+TEST(CommandWords, KnowsHowLineEnds)
 {
     EXPECT_TRUE(split_words("take \"MON").open_quote);
     EXPECT_TRUE(split_words("take MON").open_word);
@@ -61,7 +62,7 @@ TEST(ConsoleWords, KnowsHowLineEnds)
     EXPECT_FALSE(split_words("").open_command);
 }
 
-TEST(ConsoleWords, QuoteWordQuotesWhereNeeded)
+TEST(CommandWords, QuoteWordQuotesWhereNeeded)
 {
     EXPECT_EQ(quote_word("CAM1"), "CAM1");
     EXPECT_EQ(quote_word("CAM 1"), "\"CAM 1\"");
@@ -71,7 +72,7 @@ TEST(ConsoleWords, QuoteWordQuotesWhereNeeded)
     EXPECT_EQ(quote_word("a;b"), "\"a;b\"");
 }
 
-RC_GTEST_PROP(ConsoleWords, QuotedWordReadsBackAsItself, (const std::string& text))
+RC_GTEST_PROP(CommandWords, QuotedWordReadsBackAsItself, (const std::string& text))
 {
     RC_PRE(text.find('"') == std::string::npos || text.find('\'') == std::string::npos);
     const split_line line = split_words(quote_word(text));
@@ -81,7 +82,7 @@ RC_GTEST_PROP(ConsoleWords, QuotedWordReadsBackAsItself, (const std::string& tex
     RC_ASSERT(line.commands[0][0].quoted || !is_number(text));
 }
 
-TEST(ConsoleWords, NamesCompareWithoutCase)
+TEST(CommandWords, NamesCompareWithoutCase)
 {
     EXPECT_TRUE(same_name("Cam 1", "CAM 1"));
     EXPECT_FALSE(same_name("CAM 1", "CAM 10"));

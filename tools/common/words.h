@@ -1,12 +1,14 @@
-// The console's command line as text: commands separated by ";", words separated by blanks. A word
-// or a part of one may stand in double or single quotes, inside which every other character counts
-// as itself; there is no escape character.
+// A line of commands as text: commands separated by ";", words separated by blanks. A word or a
+// part of one may stand in double or single quotes, inside which every other character counts as
+// itself; there is no escape character. And names as people type them.
 #pragma once
 
 #include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
+
+namespace common {
 
 struct word {
     std::string text;
@@ -32,3 +34,5 @@ bool is_number(std::string_view text); // decimal digits alone, at least one
 bool same_name(std::string_view left, std::string_view right);
 bool begins_name(std::string_view name, std::string_view beginning);
 bool name_contains(std::string_view name, std::string_view part);
+
+} // namespace common

@@ -1,6 +1,8 @@
-#include "console/words.h"
+#include "tools/common/words.h"
 
 #include <algorithm>
+
+namespace common {
 
 namespace {
 char lower(char character)
@@ -103,3 +105,5 @@ bool name_contains(std::string_view name, std::string_view part)
     return std::search(name.begin(), name.end(), part.begin(), part.end(), same_letter) !=
            name.end();
 }
+
+} // namespace common
