@@ -1,5 +1,7 @@
 #include "soak/conduct.h"
 
+namespace soak {
+
 namespace {
 constexpr us_time_t SECOND = 1'000'000;
 constexpr int LARGEST_FLOOD = 3000;
@@ -180,3 +182,5 @@ std::string judge_proofs(parent_conduct& conduct, route_ledger& routes, us_time_
     return "a take did not reach the router: output " + std::to_string(judged.output) + " input " +
            std::to_string(judged.input);
 }
+
+} // namespace soak

@@ -12,6 +12,8 @@
 #include "soak/reply_ledger.h"
 #include "soak/route_ledger.h"
 
+namespace soak {
+
 // A query of all outputs that proves what the parent knows, if nothing disturbs it.
 struct proof_query {
     std::string id; // "" when none is under way
@@ -69,3 +71,5 @@ void note_take(parent_conduct& conduct, int output, int input);
 
 // Judges what is under way: "", or what was not proved although nothing disturbed it.
 std::string judge_proofs(parent_conduct& conduct, route_ledger& routes, us_time_t now);
+
+} // namespace soak

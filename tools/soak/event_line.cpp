@@ -3,6 +3,8 @@
 #include <charconv>
 #include <sstream>
 
+namespace soak {
+
 std::optional<event_line> parse_event(std::string_view line)
 {
     std::istringstream words{std::string(line)};
@@ -39,3 +41,5 @@ std::optional<int> position_value(const event_line& event, const std::string& ke
     if (!index || *index < 1) return std::nullopt;
     return *index - 1;
 }
+
+} // namespace soak

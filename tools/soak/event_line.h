@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+namespace soak {
+
 struct event_line {
     std::string what; // "take", "stop reading"
     std::map<std::string, std::string> values;
@@ -20,3 +22,5 @@ std::optional<int> number_value(const event_line& event, const std::string& key)
 
 // A decimal router index under this key, as the position from 0 of a router that counts from 1.
 std::optional<int> position_value(const event_line& event, const std::string& key);
+
+} // namespace soak

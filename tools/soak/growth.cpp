@@ -4,6 +4,8 @@
 #include <array>
 #include <cmath>
 
+namespace soak {
+
 namespace {
 constexpr double ALLOWED_HEAP_KIB = 512;
 constexpr double ALLOWED_PSS_KIB = 2048;
@@ -97,3 +99,5 @@ std::string sparkline(const std::vector<cost_sample>& samples, std::uint64_t pro
     }
     return line;
 }
+
+} // namespace soak

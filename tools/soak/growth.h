@@ -7,6 +7,8 @@
 
 #include "soak/process_cost.h"
 
+namespace soak {
+
 struct cost_sample {
     double seconds = 0; // since the start
     process_cost cost;
@@ -28,3 +30,5 @@ std::string growth_fault(const std::vector<cost_sample>& samples);
 
 // One character per sample or group of samples, higher for more.
 std::string sparkline(const std::vector<cost_sample>& samples, std::uint64_t process_cost::*count);
+
+} // namespace soak

@@ -12,7 +12,7 @@ int run_program(int argument_count, const char* const* arguments)
                  "program's standard input, and a parent that sends random commands, and holds "
                  "what everybody says against each other.",
                  "router_soak");
-    soak_options options;
+    soak::soak_options options;
     app.add_option("--seconds", options.seconds, "how long")->type_name("N")->capture_default_str();
     app.add_option("--seed", options.seed, "of the random commands")
         ->type_name("N")
@@ -31,7 +31,7 @@ int run_program(int argument_count, const char* const* arguments)
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 2;
     }
-    return run_soak(options);
+    return soak::run_soak(options);
 }
 } // namespace
 

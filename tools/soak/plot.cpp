@@ -5,6 +5,8 @@
 #include <iomanip>
 #include <string>
 
+namespace soak {
+
 namespace {
 constexpr double LEFT = 70;
 constexpr double RIGHT = 880;
@@ -97,3 +99,5 @@ void write_plot(std::ostream& output, const std::vector<cost_sample>& samples,
     write_line(output, scale, samples, &process_cost::heap_kib, "#c2571a");
     output << "</svg>\n";
 }
+
+} // namespace soak

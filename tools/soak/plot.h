@@ -6,6 +6,10 @@
 
 #include "soak/growth.h"
 
+namespace soak {
+
 // Two lines over time, memory and heap in KiB, and a tick for each reconnection.
 void write_plot(std::ostream& output, const std::vector<cost_sample>& samples,
                 const std::vector<double>& reconnections);
+
+} // namespace soak

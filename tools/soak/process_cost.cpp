@@ -5,6 +5,8 @@
 #include <sstream>
 #include <string>
 
+namespace soak {
+
 namespace {
 // A line "Pss:   123 kB" of the mapping that the last header line has begun. The heap is the
 // program break's mapping and those without a file, which large allocations get.
@@ -44,3 +46,5 @@ std::optional<process_cost> read_process_cost(pid_t process)
     if (error || cost.pss_kib == 0) return std::nullopt;
     return cost;
 }
+
+} // namespace soak

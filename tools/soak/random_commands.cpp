@@ -2,6 +2,8 @@
 
 #include <array>
 
+namespace soak {
+
 namespace {
 constexpr int PORTS = 70; // a few more than the router has
 constexpr int LONGEST_WORD = 40;
@@ -149,3 +151,5 @@ parent_command random_flood_command(std::mt19937_64& random, const std::string& 
 {
     return chance(random, 0.04) ? query_outputs(id) : random_command(random, id);
 }
+
+} // namespace soak

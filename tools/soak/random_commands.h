@@ -6,6 +6,8 @@
 #include <random>
 #include <string>
 
+namespace soak {
+
 // Evenly from both ends inclusive; the same from the same seed on every system.
 int draw(std::mt19937_64& random, int least, int most);
 bool chance(std::mt19937_64& random, double probability);
@@ -29,3 +31,5 @@ parent_command random_quiet_command(std::mt19937_64& random, const std::string& 
 parent_command random_command(std::mt19937_64& random, const std::string& id);
 // Any.
 parent_command random_flood_command(std::mt19937_64& random, const std::string& id);
+
+} // namespace soak

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace soak {
+
 void expect_reply(reply_ledger& ledger, const std::string& id, const expected_reply& reply)
 {
     ledger.open[id] = reply;
@@ -47,3 +49,5 @@ std::string take_overdue_reply(reply_ledger& ledger, us_time_t now)
     ledger.open.erase(overdue);
     return text;
 }
+
+} // namespace soak

@@ -9,6 +9,8 @@
 #include "common/clock.h"
 #include "parent/record.h"
 
+namespace soak {
+
 // No reply may take longer. A status request serves the parent all the while, and nothing else
 // waits for the router as long as its 13 s.
 constexpr us_time_t LONGEST_ALLOWED_WAIT_US = 15'000'000;
@@ -40,3 +42,5 @@ void restart_waits(reply_ledger& ledger, us_time_t now);
 
 // "", or which command has waited for too long; that one is then forgotten.
 std::string take_overdue_reply(reply_ledger& ledger, us_time_t now);
+
+} // namespace soak

@@ -4,6 +4,8 @@
 
 #include "soak/route_ledger.h"
 
+namespace soak {
+
 namespace {
 // Adds the places where the report may end that begins at `begin`.
 void add_ends(const report_ledger& ledger, const routing_report& report, std::size_t begin,
@@ -114,3 +116,5 @@ std::string take_report_fault(report_ledger& ledger, us_time_t now)
     if (!fault.empty()) forget_reports(ledger, now);
     return fault;
 }
+
+} // namespace soak

@@ -16,6 +16,8 @@
 
 #include "common/clock.h"
 
+namespace soak {
+
 // How long a report may wait for a status request, which lasts 13 s at most.
 constexpr us_time_t LONGEST_LAG_US = 20'000'000;
 // After a new beginning, reports of what went before are passed over for so long.
@@ -57,3 +59,5 @@ void forget_reports(report_ledger& ledger, us_time_t now);
 // "", or a change that was not reported or a report without its changes; all of it is then
 // forgotten. Floods are forgotten without a fault.
 std::string take_report_fault(report_ledger& ledger, us_time_t now);
+
+} // namespace soak

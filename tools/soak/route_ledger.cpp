@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace soak {
+
 namespace {
 constexpr us_time_t HISTORY_US = 120'000'000; // a delayed answer may show what was long ago
 constexpr us_time_t PROOF_LAG_US = 2'000'000; // the router's own line may be seen later
@@ -150,3 +152,5 @@ std::string take_route_fault(route_ledger& ledger, us_time_t now)
     }
     return "";
 }
+
+} // namespace soak

@@ -13,6 +13,8 @@
 
 #include "common/clock.h"
 
+namespace soak {
+
 constexpr us_time_t POLLING_MUST_SHOW_US = 5'000'000; // a dozen cycles
 constexpr us_time_t DISTURBANCE_LASTS_US = 1'000'000;
 constexpr int QUERIES_THAT_MAY_FAIL = 2;
@@ -70,3 +72,5 @@ bool all_known(const route_ledger& ledger);
 // "", or a change that the parent does not know, or one that it was told and never was; it is then
 // taken as known.
 std::string take_route_fault(route_ledger& ledger, us_time_t now);
+
+} // namespace soak

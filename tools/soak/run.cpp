@@ -13,6 +13,8 @@
 #include "soak/plot.h"
 #include "soak/summary.h"
 
+namespace soak {
+
 namespace {
 constexpr int DESTINATIONS = 64;
 constexpr int WAIT_MS = 20;
@@ -260,3 +262,5 @@ int run_soak(const soak_options& options)
     end_backend(run);
     return finish(run);
 }
+
+} // namespace soak

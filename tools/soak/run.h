@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string>
 
+namespace soak {
+
 struct soak_options {
     std::string backend;       // the program
     std::string output_folder; // gets soak.json and soak.svg
@@ -14,3 +16,5 @@ struct soak_options {
 
 // Returns 0 when nothing was lost and nothing grew, 1 otherwise, 2 when it could not start.
 int run_soak(const soak_options& options);
+
+} // namespace soak

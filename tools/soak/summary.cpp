@@ -5,6 +5,8 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+namespace soak {
+
 namespace {
 process_cost last_cost(const soak_result& result)
 {
@@ -121,3 +123,5 @@ std::string summary_json(const soak_result& result)
                                  {"faults", watch.faults}};
     return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
+
+} // namespace soak

@@ -6,6 +6,8 @@
 #include "soak/growth.h"
 #include "soak/watch.h"
 
+namespace soak {
+
 struct soak_result {
     const soak_watch& watch;
     const std::vector<cost_sample>& samples;
@@ -17,3 +19,5 @@ struct soak_result {
 std::string progress_line(const soak_result& result);
 std::string summary_text(const soak_result& result);
 std::string summary_json(const soak_result& result);
+
+} // namespace soak

@@ -5,6 +5,8 @@
 #include <optional>
 #include <string_view>
 
+namespace soak {
+
 namespace {
 constexpr std::size_t FAULTS_TOLD = 50; // what follows is the same over and over
 
@@ -220,3 +222,5 @@ bool all_settled(const soak_watch& watch)
 {
     return watch.replies.open.empty() && all_known(watch.routes);
 }
+
+} // namespace soak

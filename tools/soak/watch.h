@@ -16,6 +16,8 @@
 #include "soak/report_ledger.h"
 #include "soak/route_ledger.h"
 
+namespace soak {
+
 // Names that were spoilt on the way, or cut short by a message that came between them, stay so for
 // a while, and with them the positions of all that is reported.
 struct link_watch {
@@ -53,3 +55,5 @@ void judge(soak_watch& watch, bool reading, us_time_t now);
 
 // Whether nothing is open any more: every command answered, every route known.
 bool all_settled(const soak_watch& watch);
+
+} // namespace soak

@@ -2,6 +2,7 @@
 
 #include "soak/event_line.h"
 
+using namespace soak;
 using testing::IsEmpty;
 using testing::Pair;
 using testing::UnorderedElementsAre;

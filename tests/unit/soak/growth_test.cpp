@@ -3,6 +3,8 @@
 
 #include "soak/growth.h"
 
+using namespace soak;
+
 namespace {
 // A sample each ten seconds, the heap given, everything else constant.
 std::vector<cost_sample> samples_of(int count, const std::function<std::uint64_t(int)>& heap)

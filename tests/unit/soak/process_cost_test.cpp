@@ -8,6 +8,8 @@
 
 #include "soak/process_cost.h"
 
+using namespace soak;
+
 namespace {
 constexpr std::size_t SIZE = 8 << 20;
 

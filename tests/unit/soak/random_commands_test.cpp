@@ -7,6 +7,8 @@
 #include "soak/random_commands.h"
 #include "support/backend_test.h"
 
+using namespace soak;
+
 namespace {
 class RandomCommands : public BackendTest {
   protected:

@@ -2,6 +2,8 @@
 
 #include "soak/reply_ledger.h"
 
+using namespace soak;
+
 namespace {
 class ReplyLedger : public testing::Test {
   protected:

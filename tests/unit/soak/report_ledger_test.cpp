@@ -2,6 +2,8 @@
 
 #include "soak/report_ledger.h"
 
+using namespace soak;
+
 namespace {
 constexpr us_time_t SECOND = 1'000'000;
 

@@ -2,6 +2,8 @@
 
 #include "soak/route_ledger.h"
 
+using namespace soak;
+
 namespace {
 constexpr us_time_t START = 1'000'000'000;
 constexpr us_time_t SECOND = 1'000'000;

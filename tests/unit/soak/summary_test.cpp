@@ -5,6 +5,7 @@
 #include "soak/plot.h"
 #include "soak/summary.h"
 
+using namespace soak;
 using testing::HasSubstr;
 using testing::Not;
 

@@ -2,6 +2,7 @@
 
 #include "soak/watch.h"
 
+using namespace soak;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
