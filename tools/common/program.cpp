@@ -1,0 +1,39 @@
+#include "tools/common/program.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <iostream>
+
+namespace common {
+
+std::optional<int> parse_arguments(CLI::App& app, int argument_count, const char* const* arguments,
+                                   std::ostream& output, std::ostream& errors)
+{
+    app.set_version_flag("--version", app.get_name() + " " PROJECT_VERSION,
+                         "print the version and exit");
+    try {
+        app.parse(argument_count, arguments);
+    } catch (const CLI::ParseError& outcome) {
+        return app.exit(outcome, output, errors) == 0 ? 0 : EXIT_WRONG_ARGUMENTS;
+    }
+    return std::nullopt;
+}
+
+std::optional<int> parse_arguments(CLI::App& app, int argument_count, const char* const* arguments)
+{
+    return parse_arguments(app, argument_count, arguments, std::cout, std::cerr);
+}
+
+int run_main(int (*run)(int argument_count, const char* const* arguments), int argument_count,
+             const char* const* arguments)
+{
+    try {
+        return run(argument_count, arguments);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s: %s\n", arguments[0], error.what());
+        return 1;
+    }
+}
+
+} // namespace common
