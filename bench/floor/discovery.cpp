@@ -1,27 +1,88 @@
-// Sends what discovery asks, reads the answers, looks at both sides once for each of them and says
-// what it has learnt. The lines that the backend logs are written as well.
-#include <algorithm>
+// A bare client: sends what discovery asks, reads the answers, looks at both sides once for each of
+// them, keeps the names in two tables and says what it has learnt. The lines that the backend logs
+// are written as well.
+#include <charconv>
 #include <cstdlib>
 #include <fcntl.h>
+#include <string>
 #include <sys/select.h>
+#include <vector>
 
 #include "calls.h"
 #include "support/frames.h"
 
 namespace {
+struct named_port {
+    std::string name;
+    unsigned attribute = 0;
+};
+
+constexpr unsigned MOST_PORTS = 1024;
+std::vector<named_port> sources;
+std::vector<named_port> destinations;
+std::string partial;     // the beginning of a frame
 long unread_answers = 0; // received, not looked at yet
+
+unsigned hexadecimal(std::string_view digits)
+{
+    unsigned value = 0;
+    std::from_chars(digits.data(), digits.data() + digits.size(), value, 16);
+    return value;
+}
+
+std::string_view next_field(std::string_view& rest)
+{
+    const std::size_t end = std::min(rest.find('\t'), rest.size());
+    const std::string_view field = rest.substr(0, end);
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+    return field;
+}
+
+bool has_right_checksum(std::string_view body, std::string_view checksum)
+{
+    unsigned sum = hexadecimal(checksum);
+    for (const char byte : body)
+        sum += static_cast<unsigned char>(byte);
+    return (sum & 0xFFU) == 0;
+}
+
+// "N0NQ", kind, count, and for each its name, index, level and attribute.
+void keep_names(std::string_view body)
+{
+    if (!next_field(body).ends_with("NQ")) return;
+    const std::string_view kind = next_field(body);
+    if (kind != "S" && kind != "D") return;
+    std::vector<named_port>& ports = kind == "S" ? sources : destinations;
+    for (unsigned count = hexadecimal(next_field(body)); count > 0; --count) {
+        const std::string_view name = next_field(body);
+        const unsigned index = hexadecimal(next_field(body)) - 1; // routers count from 1
+        next_field(body);
+        const unsigned attribute = hexadecimal(next_field(body));
+        if (index >= MOST_PORTS) continue;
+        if (ports.size() <= index) ports.resize(index + 1);
+        ports[index].name = name;
+        ports[index].attribute = attribute;
+    }
+}
+
+// From SOH to EOT.
+void look_at_answer(std::string_view framed)
+{
+    write_log(framed);
+    const std::string_view body = framed.substr(1, framed.size() - 4);
+    if (has_right_checksum(body, framed.substr(framed.size() - 3, 2))) keep_names(body);
+    ++unread_answers;
+}
 
 void serve_both()
 {
-    const std::string_view bytes = read_router();
-    for (std::size_t begin = 0; begin < bytes.size();) {
-        const std::size_t end = std::min(bytes.find('\x04', begin), bytes.size() - 1) + 1;
-        if (bytes[end - 1] == '\x04') {
-            write_log(bytes.substr(begin, end - begin));
-            ++unread_answers;
-        }
-        begin = end;
+    partial += read_router();
+    std::size_t begin = 0;
+    for (std::size_t end = 0; (end = partial.find('\x04', begin)) != std::string::npos;) {
+        look_at_answer(std::string_view(partial).substr(begin, end + 1 - begin));
+        begin = end + 1;
     }
+    partial.erase(0, begin);
     read_parent();
     read_parent();
 }
@@ -81,7 +142,9 @@ int main(int, char** arguments)
         request(command);
     for (int i = 0; i < 9; ++i) // identity, ranges, counts
         write_log("<DBG>Changing number of outputs to 256\n");
-    write_to_parent("*COMMAND=info\n*TYPE=message\ncompany=Grass Valley\nmodel=Bench router\n\n");
+    write_to_parent("*COMMAND=info\n*TYPE=message\ncompany=Grass Valley\ninputs=" +
+                    std::to_string(sources.size()) + "\nmodel=Bench router\noutputs=" +
+                    std::to_string(destinations.size()) + "\n\n");
     for (;;) {
         wait_for_work(250'000);
         read_router();

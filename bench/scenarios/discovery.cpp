@@ -5,7 +5,7 @@
 namespace {
 constexpr std::size_t ROUNDS = 25;
 constexpr std::size_t QUICK_ROUNDS = 1;
-constexpr double AIM = 1.2;
+constexpr double AIM = 1.5;
 constexpr double SLOW_ROUTER_MS = 2000;
 constexpr double QUICK_SLOW_ROUTER_MS = 100;
 
