@@ -35,8 +35,10 @@ class CommandLineHelp : public CommandLine, public testing::WithParamInterface<c
 TEST_P(CommandLineHelp, ShowsThreeLinesAndFails)
 {
     EXPECT_EQ(run({GetParam()}), "exited with status 1");
-    EXPECT_THAT(backend.diagnostics, ElementsAre("Grass Valley routing switcher backend process.",
-                                                 BACKEND_PROGRAM ": [options]", " --file <path>"));
+    EXPECT_THAT(backend.diagnostics,
+                ElementsAre("Grass Valley routing switcher backend process.",
+                            built_program("routing_switcher_backend") + ": [options]",
+                            " --file <path>"));
     EXPECT_THAT(backend.records, IsEmpty());
 }
 

@@ -61,7 +61,7 @@ class Console : public ProcessTest {
 
     void run(const std::vector<std::string>& options, const std::array<int, 3>& descriptors)
     {
-        std::vector<std::string> words = {CONSOLE_PROGRAM};
+        std::vector<std::string> words = {built_program("router_console")};
         words.insert(words.end(), options.begin(), options.end());
         start_child(console, words, descriptors);
     }

@@ -159,8 +159,10 @@ TEST_F(ParentLink, NoticesStartUpFailure)
     ASSERT_EQ(start_backend(link, backend_program(), {"--help"}), 0);
     ASSERT_TRUE(wait_for_end());
     EXPECT_EQ(link.exit_status, 1);
-    EXPECT_THAT(link.diagnostics, ElementsAre("Grass Valley routing switcher backend process.",
-                                              BACKEND_PROGRAM ": [options]", " --file <path>"));
+    EXPECT_THAT(link.diagnostics,
+                ElementsAre("Grass Valley routing switcher backend process.",
+                            built_program("routing_switcher_backend") + ": [options]",
+                            " --file <path>"));
 }
 
 TEST_F(ParentLink, ReportsProgramThatDoesNotExist)

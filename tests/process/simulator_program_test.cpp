@@ -20,7 +20,7 @@ class SimulatorProgram : public ProcessTest {
     // What the program says of these arguments, which it must refuse.
     static std::string refusal_of(std::vector<std::string> words)
     {
-        words.insert(words.begin(), SIMULATOR_PROGRAM);
+        words.insert(words.begin(), built_program("router_simulator"));
         descriptor_pair printed = pipe_from_child();
         descriptor_pair faults = pipe_from_child();
         const descriptor_pair input = pipe_to_child();

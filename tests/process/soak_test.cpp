@@ -21,10 +21,10 @@ class Soak : public ProcessTest {
         descriptor_pair output = pipe_from_child();
         descriptor_pair errors = pipe_from_child();
         child_process soak;
-        start_child(
-            soak,
-            {SOAK_PROGRAM, "--seconds", seconds, "--backend", program, "--output", directory.path},
-            {input.childs.number, output.childs.number, errors.childs.number});
+        start_child(soak,
+                    {built_program("router_soak"), "--seconds", seconds, "--backend", program,
+                     "--output", directory.path},
+                    {input.childs.number, output.childs.number, errors.childs.number});
         input.childs.reset();
         output.childs.reset();
         errors.childs.reset();

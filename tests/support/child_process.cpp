@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <spawn.h>
 #include <stdexcept>
 #include <sys/socket.h>
@@ -141,10 +142,15 @@ void start_child(child_process& child, const std::vector<std::string>& words,
     if (error != 0) throw std::system_error(error, std::generic_category(), words[0]);
 }
 
+std::string built_program(const std::string& name)
+{
+    return std::filesystem::read_symlink("/proc/self/exe").replace_filename(name);
+}
+
 std::string backend_program()
 {
     const char* const launcher = std::getenv("BACKEND_LAUNCHER");
-    return launcher == nullptr ? BACKEND_PROGRAM : launcher;
+    return launcher == nullptr ? built_program("routing_switcher_backend") : launcher;
 }
 
 int status_at_end(child_process& child)

@@ -51,6 +51,10 @@ struct child_process {
 void start_child(child_process& child, const std::vector<std::string>& words,
                  const std::array<int, 3>& descriptors);
 
+// The path of a program of this build, by its name: they stand in the folder of the tests
+// themselves.
+std::string built_program(const std::string& name);
+
 // The backend as the tests start it: the program itself, or in its place the one that the
 // environment names in BACKEND_LAUNCHER, which runs it (with a memory checker, say).
 std::string backend_program();

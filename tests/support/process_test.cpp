@@ -56,8 +56,8 @@ void ProcessTest::start_connected()
 void ProcessTest::start_simulator(const std::vector<std::string>& options)
 {
     // It outlives the end of its input, so it is told to end with the test.
-    std::vector<std::string> words = {"setpriv",         "--pdeathsig", "TERM",
-                                      SIMULATOR_PROGRAM, "--port",      "0"};
+    std::vector<std::string> words = {
+        "setpriv", "--pdeathsig", "TERM", built_program("router_simulator"), "--port", "0"};
     words.insert(words.end(), options.begin(), options.end());
     start_line_program(simulator, words);
     ASSERT_TRUE(until([this] { return !simulator.lines.empty(); }));
