@@ -13,7 +13,7 @@
 #include "router_link/receive_parser.h"
 #include "router_model/route_queue.h"
 #include "router_model/state.h"
-#include "router_simulator/scenario_file.h"
+#include "router_simulator/scenario/file.h"
 #include "support/backend_test.h"
 
 namespace {

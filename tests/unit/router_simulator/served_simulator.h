@@ -5,7 +5,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "router_simulator/server.h"
+#include "router_simulator/program/server.h"
 #include "support/backend_test.h"
 
 class ServedSimulator : public testing::Test {

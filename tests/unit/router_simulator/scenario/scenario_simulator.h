@@ -1,0 +1,52 @@
+// A served simulator under a scenario and the fake clock, and the requests that its tests make.
+#pragma once
+
+#include "router_simulator/scenario/file.h"
+#include "unit/router_simulator/served_simulator.h"
+
+class ScenarioSimulator : public ServedSimulator {
+  protected:
+    void SetUp() override
+    {
+        reset_fake_clock();
+    }
+
+    // Begins a scenario of these steps, as the file has them.
+    void begin(const std::string& steps)
+    {
+        scenario plan;
+        ASSERT_EQ(
+            read_scenario(plan, R"({"seed": 7, "steps": [)" + steps + "]}", server.router, "FILE"),
+            "");
+        begin_scenario(server, plan);
+        printed.clear();
+    }
+
+    void pass_ms(us_time_t interval)
+    {
+        advance_us(interval * 1000);
+        serve(server, 0);
+    }
+
+    // The events since the last call, without their times, in one line each.
+    std::string events()
+    {
+        std::string text;
+        for (const std::string& line : printed)
+            if (line.starts_with("@ ")) text += line.substr(line.find(' ', 2) + 1) + "\n";
+        printed.clear();
+        return text;
+    }
+
+    // Whether the connection has ended, by the end of the stream or by a reset.
+    static bool has_ended(int end)
+    {
+        char byte = 0;
+        return recv(end, &byte, 1, MSG_DONTWAIT) == 0 || errno == ECONNRESET;
+    }
+
+    const std::string ask_revision = frame("N0BK\tR");
+    const std::string revision = frame("N0KB\tR\tr1");
+    const std::string ask_route = frame("N0QI\t1\t0");
+    const std::string route = frame("N0IQ\t0001\t0\tN\tN\t0001");
+};

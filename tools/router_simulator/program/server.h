@@ -1,0 +1,33 @@
+// The network side: one listening socket, any number of clients, one loop step. Nothing here waits
+// but the step's own poll, and no client can hold up another.
+#pragma once
+
+#include <cstdint>
+#include <poll.h>
+#include <span>
+#include <string>
+
+#include "router_simulator/wire/clients.h"
+
+// Listens on the IPv4 address and port, 0 for any free one. Returns "" or why it cannot.
+std::string start_listening(simulator_server& server, const std::string& address,
+                            std::uint16_t port);
+
+// "ADDRESS:PORT" of the listening socket, with the port that it really has.
+std::string listening_address(const simulator_server& server);
+
+// Makes a connected stream socket a client, and its descriptor the server's. Returns its number;
+// the client may be gone already when the scenario wants it so.
+int add_client(simulator_server& server, int descriptor, const std::string& peer);
+
+// One step: waits at most this long for something to happen (0: not at all, -1: for ever), then
+// accepts, reads at most 4096 bytes from each client, answers, writes and does what the scenario
+// has due. Also waits for the given descriptors, whose results are set as poll sets them; a signal
+// ends the wait, and so does what becomes due.
+void serve(simulator_server& server, int wait_ms, std::span<pollfd> also_watched = {});
+
+// Closes everything.
+void stop_server(simulator_server& server);
+
+// Begins the scenario, whose times count from now.
+void begin_scenario(simulator_server& server, const scenario& plan);

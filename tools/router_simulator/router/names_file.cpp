@@ -1,0 +1,120 @@
+#include "router_simulator/router/names_file.h"
+
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <optional>
+
+#include "router_simulator/router/names.h"
+
+namespace {
+struct named_port {
+    std::string kind;
+    std::string index;
+    std::string name;
+};
+
+// Takes the quotes off a quoted name. Returns false when they do not match.
+bool unquote(std::string& name)
+{
+    if (name.empty() || name.front() != '"') return true;
+    if (name.size() < 2 || name.back() != '"') return false;
+    std::string text;
+    for (std::size_t i = 1; i + 1 < name.size(); ++i) {
+        if (name[i] == '"' && (++i + 1 == name.size() || name[i] != '"')) return false;
+        text += name[i];
+    }
+    name = text;
+    return true;
+}
+
+std::string split_line(const std::string& line, named_port& port)
+{
+    const std::size_t first = line.find(',');
+    const std::size_t second = first == std::string::npos ? first : line.find(',', first + 1);
+    if (second == std::string::npos) return "three fields expected: kind,index,name";
+    port.kind = line.substr(0, first);
+    port.index = line.substr(first + 1, second - first - 1);
+    port.name = line.substr(second + 1);
+    return unquote(port.name) ? "" : "the quotes of the name do not match";
+}
+
+std::optional<std::uint64_t> decimal_index(const std::string& text)
+{
+    std::uint64_t index = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, index);
+    if (error != std::errc() || stop != end) return std::nullopt;
+    return index;
+}
+
+std::string range_text(std::uint64_t base, std::size_t count)
+{
+    if (count == 0) return "there are none";
+    return "they are " + std::to_string(base) + " to " + std::to_string(base + count - 1);
+}
+
+// The name that the line is about, or null with the reason in `fault`.
+std::string* find_port(simulated_router& router, const named_port& port, std::string& fault)
+{
+    const bool is_level = port.kind == "level";
+    if (!is_level && port.kind != "source" && port.kind != "destination") {
+        fault = "unknown kind \"" + port.kind + "\": source, destination or level expected";
+        return nullptr;
+    }
+    const std::optional<std::uint64_t> index = decimal_index(port.index);
+    if (!index) {
+        fault = "the index \"" + port.index + "\" is not a decimal number";
+        return nullptr;
+    }
+    port_list& ports = port.kind == "source" ? router.sources : router.destinations;
+    std::vector<std::string>& names = is_level ? router.levels : ports.names;
+    const std::uint64_t base = is_level ? 0 : ports.base;
+    if (*index >= base && *index - base < names.size()) return &names[*index - base];
+    fault = "no " + port.kind + " " + port.index + ": " + range_text(base, names.size());
+    return nullptr;
+}
+
+std::string set_name(simulated_router& router, const std::string& line,
+                     std::map<const std::string*, std::size_t>& named_in, std::size_t line_number)
+{
+    named_port port;
+    std::string fault = split_line(line, port);
+    if (!fault.empty()) return fault;
+    std::string* const name = find_port(router, port, fault);
+    if (name == nullptr) return fault;
+    fault = name_fault(port.name);
+    if (!fault.empty()) return "the name " + fault;
+    const auto [earlier, is_first] = named_in.emplace(name, line_number);
+    if (!is_first)
+        return port.kind + " " + port.index + " was named in line " +
+               std::to_string(earlier->second) + " already";
+    *name = port.name;
+    return "";
+}
+} // namespace
+
+std::string read_names(simulated_router& router, std::istream& file, const std::string& file_name)
+{
+    std::map<const std::string*, std::size_t> named_in;
+    std::string line;
+    for (std::size_t number = 1; std::getline(file, line); ++number) {
+        if (number == 1 && line.starts_with("\xEF\xBB\xBF")) line.erase(0, 3);
+        if (line.ends_with('\r')) line.pop_back();
+        if (line.empty() || line.front() == '#' || line == "kind,index,name") continue;
+        const std::string fault = set_name(router, line, named_in, number);
+        if (fault.empty()) continue;
+        return std::string(file_name).append(":").append(std::to_string(number)).append(": ") +
+               fault;
+    }
+    return file.bad() ? file_name + ": cannot be read: " + std::strerror(errno) : "";
+}
+
+std::string read_names_file(simulated_router& router, const std::string& path)
+{
+    std::ifstream file(path);
+    if (!file) return path + ": cannot be opened: " + std::strerror(errno);
+    return read_names(router, file, path);
+}

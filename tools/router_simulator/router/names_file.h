@@ -1,0 +1,17 @@
+// The file that sets the names of the router's sources, destinations and levels.
+//
+// A names file has one name a line, "kind,index,name": the kind is source, destination or level,
+// the index is decimal as the router counts (its base included), the name is the rest of the line.
+// A name in double quotes loses them, and "" within stands for one. Empty lines, lines that begin
+// with # and the heading "kind,index,name" are passed over.
+#pragma once
+
+#include <istream>
+#include <string>
+
+#include "router_simulator/router/state.h"
+
+// Gives the router the names of the file; ports that it does not mention keep theirs. Returns ""
+// or what is wrong with which line, "FILE:LINE: reason"; names before that line are then set.
+std::string read_names(simulated_router& router, std::istream& file, const std::string& file_name);
+std::string read_names_file(simulated_router& router, const std::string& path);

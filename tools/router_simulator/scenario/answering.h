@@ -1,0 +1,10 @@
+// From the bytes of a client to what it is sent: each request is answered, unless the scenario has
+// something against it.
+#pragma once
+
+#include <string_view>
+
+#include "router_simulator/wire/clients.h"
+
+// Carries out what the bytes complete. The client may be gone afterwards.
+void answer_bytes(simulator_server& server, int number, std::string_view bytes);
