@@ -239,10 +239,10 @@ TEST_F(Documents, ShowWhatASilentRouterLooksLike)
 
 TEST_F(Documents, ShowScenariosThatAreRead)
 {
-    const simulated_router router = make_router({});
+    const router_simulator::simulated_router router = router_simulator::make_router({});
     for (const example& shown : examples_in("docs/scenarios.md")) {
         ASSERT_EQ(shown.kind, "json");
-        scenario plan;
+        router_simulator::scenario plan;
         EXPECT_EQ(read_scenario(plan, shown.text, router, "example"), "");
         EXPECT_FALSE(plan.steps.empty());
     }
@@ -266,7 +266,7 @@ std::set<std::string> documented_names(const std::string& document, const std::s
 TEST_F(Documents, DescribeEveryFaultOfTheSimulator)
 {
     std::set<std::string> names;
-    for (int i = 0; i <= static_cast<int>(fault_kind::rename); ++i)
-        names.insert(fault_name(static_cast<fault_kind>(i)));
+    for (int i = 0; i <= static_cast<int>(router_simulator::fault_kind::rename); ++i)
+        names.insert(fault_name(static_cast<router_simulator::fault_kind>(i)));
     EXPECT_EQ(documented_names("docs/scenarios.md", "## Faults of"), names);
 }

@@ -8,6 +8,8 @@
 #include "router_simulator/program/server.h"
 #include "support/backend_test.h"
 
+namespace router_simulator {
+
 class ServedSimulator : public testing::Test {
   protected:
     void TearDown() override
@@ -77,3 +79,5 @@ class ServedSimulator : public testing::Test {
                                 printed.push_back(line);
                             }};
 };
+
+} // namespace router_simulator

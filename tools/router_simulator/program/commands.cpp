@@ -11,6 +11,8 @@
 #include "router_simulator/scenario/connection_faults.h"
 #include "router_simulator/wire/trace.h"
 
+namespace router_simulator {
+
 const char* const COMMAND_HELP =
     "  take DESTINATION SOURCE              route a source to a destination\n"
     "  rename source INDEX NAME             give a source another name\n"
@@ -152,3 +154,5 @@ std::string run_command(simulator_server& server, const std::string& line)
     if (command == "help") return COMMAND_HELP;
     return "Unknown command " + quoted_text(command) + ", try help.\n";
 }
+
+} // namespace router_simulator

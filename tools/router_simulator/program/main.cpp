@@ -13,6 +13,8 @@
 #include "router_simulator/router/names_file.h"
 #include "router_simulator/scenario/file.h"
 
+using namespace router_simulator;
+
 namespace {
 constexpr std::size_t MAX_COMMAND_LINE = 4096;
 

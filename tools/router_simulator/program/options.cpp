@@ -5,6 +5,8 @@
 #include "router_simulator/program/commands.h"
 #include "router_simulator/router/names.h"
 
+namespace router_simulator {
+
 namespace {
 constexpr std::size_t MAX_PORTS = 1024; // sources or destinations
 constexpr std::size_t MAX_LEVELS = 32;  // bits of a level mask
@@ -148,3 +150,5 @@ std::optional<int> parse_options(int argument_count, const char* const* argument
     }
     return std::nullopt;
 }
+
+} // namespace router_simulator

@@ -8,6 +8,8 @@
 
 #include "router_simulator/router/state.h"
 
+namespace router_simulator {
+
 struct simulator_options {
     std::string listen = "127.0.0.1";
     std::uint16_t port = 12345;        // 0: any free one
@@ -25,3 +27,5 @@ struct simulator_options {
 std::optional<int> parse_options(int argument_count, const char* const* arguments,
                                  simulator_options& options, std::ostream& output,
                                  std::ostream& errors);
+
+} // namespace router_simulator

@@ -13,6 +13,8 @@
 #include "router_simulator/scenario/answering.h"
 #include "router_simulator/scenario/connection_faults.h"
 
+namespace router_simulator {
+
 namespace {
 constexpr std::size_t READ_SIZE = 4096;
 constexpr us_time_t LONGEST_WAIT_MS = 3'600'000;
@@ -219,3 +221,5 @@ void serve(simulator_server& server, int wait_ms, std::span<pollfd> also_watched
     }
     if (watched[also_watched.size()].revents != 0) accept_clients(server);
 }
+
+} // namespace router_simulator

@@ -9,6 +9,8 @@
 
 #include "router_simulator/wire/clients.h"
 
+namespace router_simulator {
+
 // Listens on the IPv4 address and port, 0 for any free one. Returns "" or why it cannot.
 std::string start_listening(simulator_server& server, const std::string& address,
                             std::uint16_t port);
@@ -31,3 +33,5 @@ void stop_server(simulator_server& server);
 
 // Begins the scenario, whose times count from now.
 void begin_scenario(simulator_server& server, const scenario& plan);
+
+} // namespace router_simulator

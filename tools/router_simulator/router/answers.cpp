@@ -5,6 +5,8 @@
 
 #include "common/numbers.h"
 
+namespace router_simulator {
+
 namespace {
 // Room for the parameters of one message, their tabs included, in the encoder's 1024 bytes. Names
 // are short enough for at least one entry.
@@ -255,3 +257,5 @@ std::vector<addressed_message> answer_frame(simulated_router& router, int client
     }
     return std::move(exchange.answers);
 }
+
+} // namespace router_simulator

@@ -11,6 +11,8 @@
 #include "router_simulator/router/state.h"
 #include "router_simulator/wire/frames.h"
 
+namespace router_simulator {
+
 constexpr const char* NO_ERROR = "00"; // also the answer to QD when nothing has changed
 constexpr const char* UNKNOWN_REQUEST = "01";
 constexpr const char* BAD_PARAMETERS = "02";
@@ -23,3 +25,5 @@ constexpr const char* NO_SUCH_LEVEL = "05";
 // by a NAK.
 std::vector<addressed_message> answer_frame(simulated_router& router, int client,
                                             const parsed_frame& frame);
+
+} // namespace router_simulator

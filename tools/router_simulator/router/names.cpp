@@ -2,6 +2,8 @@
 
 #include <span>
 
+namespace router_simulator {
+
 namespace {
 // So many names of this sort in a row; the groups follow one another and then start over, each with
 // the numbers after its last ones.
@@ -69,3 +71,5 @@ std::string name_fault(std::string_view name)
 {
     return name.empty() ? "is empty" : text_fault(name, MAX_NAME_LENGTH);
 }
+
+} // namespace router_simulator

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+namespace router_simulator {
+
 constexpr std::size_t MAX_NAME_LENGTH = 64;
 
 // Believable names by position: "CAM 1", "VTR 3"; "MON A", "REC 2"; "VIDEO", "AUDIO 1".
@@ -18,3 +20,5 @@ std::string text_fault(std::string_view text, std::size_t longest);
 
 // The same for a name, which must not be empty either.
 std::string name_fault(std::string_view name);
+
+} // namespace router_simulator

@@ -9,6 +9,8 @@
 
 #include "router_simulator/router/names.h"
 
+namespace router_simulator {
+
 namespace {
 struct named_port {
     std::string kind;
@@ -118,3 +120,5 @@ std::string read_names_file(simulated_router& router, const std::string& path)
     if (!file) return path + ": cannot be opened: " + std::strerror(errno);
     return read_names(router, file, path);
 }
+
+} // namespace router_simulator

@@ -5,6 +5,8 @@
 #include "common/numbers.h"
 #include "router_simulator/router/names.h"
 
+namespace router_simulator {
+
 simulated_router make_router(const router_options& options)
 {
     simulated_router router;
@@ -81,3 +83,5 @@ void rename_destination(simulated_router& router, std::size_t position, const st
     router.destinations.names[position] = name;
     raise_flag(router, DESTINATION_NAMES_FLAG);
 }
+
+} // namespace router_simulator

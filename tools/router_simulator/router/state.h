@@ -14,6 +14,8 @@
 
 #include "router_link/message.h"
 
+namespace router_simulator {
+
 constexpr std::uint32_t SOURCE_NAMES_FLAG = 0x10;
 constexpr std::uint32_t DESTINATION_NAMES_FLAG = 0x04;
 
@@ -91,3 +93,5 @@ void rename_destination(simulated_router& router, std::size_t position, const st
 
 // An index as the router writes it: upper-case hexadecimal of at least four digits.
 std::string wire_index(std::uint32_t index);
+
+} // namespace router_simulator

@@ -6,6 +6,8 @@
 #include "router_simulator/scenario/connection_faults.h"
 #include "router_simulator/wire/trace.h"
 
+namespace router_simulator {
+
 namespace {
 // What the scenario says of one reply.
 struct reply_plan {
@@ -151,3 +153,5 @@ void answer_bytes(simulator_server& server, int number, std::string_view bytes)
     for (const parsed_frame& frame : frames)
         if (server.links.contains(number)) handle_frame(server, number, frame);
 }
+
+} // namespace router_simulator

@@ -6,5 +6,9 @@
 
 #include "router_simulator/wire/clients.h"
 
+namespace router_simulator {
+
 // Carries out what the bytes complete. The client may be gone afterwards.
 void answer_bytes(simulator_server& server, int number, std::string_view bytes);
+
+} // namespace router_simulator

@@ -6,6 +6,8 @@
 
 #include "router_simulator/wire/trace.h"
 
+namespace router_simulator {
+
 namespace {
 // The clients that a step is about when no trigger names one.
 constexpr int ALL_CLIENTS = 0;
@@ -298,3 +300,5 @@ us_time_t next_due_fault(const simulator_server& server)
     const us_time_t timed = next_timed_step(*server.plan);
     return timed == NEVER ? next : std::min(next, server.started + timed);
 }
+
+} // namespace router_simulator

@@ -5,6 +5,8 @@
 
 #include "router_simulator/wire/clients.h"
 
+namespace router_simulator {
+
 // Does what has become due: timed steps, the ends of faults that last, messages of bursts, replies
 // that were held back. Nothing without a scenario, but for what waits for its time to be sent.
 void do_due_faults(simulator_server& server);
@@ -23,3 +25,5 @@ std::string do_named_faults(simulator_server& server, const std::string& name);
 
 // Begins to repeat the message to the client, as the step says.
 void start_stream(simulator_server& server, std::size_t step, int number, const std::string& bytes);
+
+} // namespace router_simulator

@@ -12,6 +12,8 @@
 #include "router_simulator/router/names.h"
 #include "router_simulator/scenario/located_json.h"
 
+namespace router_simulator {
+
 using nlohmann::json;
 
 namespace {
@@ -333,3 +335,5 @@ std::string read_scenario_file(scenario& plan, const std::string& path,
     if (errno != 0) return path + ": cannot be read: " + std::strerror(errno);
     return read_scenario(plan, text.str(), router, path);
 }
+
+} // namespace router_simulator

@@ -6,9 +6,13 @@
 #include "router_simulator/router/state.h"
 #include "router_simulator/scenario/plan.h"
 
+namespace router_simulator {
+
 // Reads the scenario from the text, for a router of this size, and puts it at its beginning.
 // Returns "" or what is wrong, "FILE:LINE: reason"; the scenario is then of no use.
 std::string read_scenario(scenario& plan, const std::string& text, const simulated_router& router,
                           const std::string& file_name);
 std::string read_scenario_file(scenario& plan, const std::string& path,
                                const simulated_router& router);
+
+} // namespace router_simulator

@@ -2,6 +2,8 @@
 
 #include <iterator>
 
+namespace router_simulator {
+
 using nlohmann::json;
 
 namespace {
@@ -117,3 +119,5 @@ void refuse_unused_keys(const located_object& from)
     for (const auto& [key, line] : from.lines)
         if (!from.used.contains(key)) refuse(line, "unknown key \"" + key + "\"");
 }
+
+} // namespace router_simulator

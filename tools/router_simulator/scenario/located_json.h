@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+namespace router_simulator {
+
 using key_lines = std::map<std::string, std::size_t>;
 
 // What is wrong, and in which line. Thrown by everything here.
@@ -50,3 +52,5 @@ std::size_t line_of(const located_object& from, const std::string& key);
 const nlohmann::json* find(located_object& from, const std::string& key);
 
 const nlohmann::json& need(located_object& from, const std::string& key);
+
+} // namespace router_simulator

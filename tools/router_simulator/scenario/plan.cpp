@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+namespace router_simulator {
+
 namespace {
 struct named_fault {
     fault_kind kind;
@@ -196,3 +198,5 @@ us_time_t next_timed_step(const scenario& plan)
         next = std::min(next, state.due);
     return next;
 }
+
+} // namespace router_simulator

@@ -12,6 +12,8 @@
 
 #include "common/clock.h"
 
+namespace router_simulator {
+
 constexpr us_time_t NEVER = UINT64_MAX;
 
 enum class fault_kind {
@@ -122,3 +124,5 @@ std::optional<std::vector<std::size_t>> named_steps(scenario& plan, const std::s
 
 // When the next timed step is due, since the start.
 us_time_t next_timed_step(const scenario& plan);
+
+} // namespace router_simulator

@@ -5,6 +5,8 @@
 
 #include "common/check.h"
 
+namespace router_simulator {
+
 namespace {
 constexpr std::size_t CHECKSUM_LENGTH = 2;
 
@@ -159,3 +161,5 @@ std::optional<made_take> contradict(const simulated_router& router, std::mt19937
             message.parameters[4] = wire_index(index_of(router.sources, source));
     return made_take{*destination, source};
 }
+
+} // namespace router_simulator

@@ -8,6 +8,8 @@
 #include "router_simulator/router/state.h"
 #include "router_simulator/scenario/plan.h"
 
+namespace router_simulator {
+
 struct reply_piece {
     us_time_t pause_us = 0; // after the piece before
     std::string bytes;
@@ -36,3 +38,5 @@ router_message refusal(const scenario_step& step, std::string_view mnemonic);
 std::optional<made_take> contradict(const simulated_router& router, std::mt19937_64& random,
                                     const router_message& request,
                                     std::vector<router_message>& messages);
+
+} // namespace router_simulator

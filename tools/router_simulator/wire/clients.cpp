@@ -7,6 +7,8 @@
 
 #include "router_simulator/wire/trace.h"
 
+namespace router_simulator {
+
 void print_event(const simulator_server& server, const router_event& event)
 {
     const us_time_t elapsed = now_us() - server.started;
@@ -154,3 +156,5 @@ void send_messages(simulator_server& server, const std::vector<addressed_message
             send_bytes(server, number, piece.bytes);
     }
 }
+
+} // namespace router_simulator

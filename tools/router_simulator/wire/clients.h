@@ -16,6 +16,8 @@
 #include "router_simulator/wire/frames.h"
 #include "router_simulator/wire/output_queue.h"
 
+namespace router_simulator {
+
 // Bytes that may wait for a client that does not read; beyond, it is dropped.
 constexpr std::size_t MAX_WAITING_OUTPUT = 4'194'304;
 
@@ -105,3 +107,5 @@ void send_reply(simulator_server& server, int number, const shaped_reply& reply,
 
 // Writes what is due and what the socket takes. Drops the client when too much waits.
 void write_output(simulator_server& server, int number);
+
+} // namespace router_simulator

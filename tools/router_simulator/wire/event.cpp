@@ -5,6 +5,8 @@
 
 #include "router_simulator/wire/trace.h"
 
+namespace router_simulator {
+
 std::string seconds_text(us_time_t elapsed, int width)
 {
     char text[40];
@@ -68,3 +70,5 @@ std::string json_event(const router_event& event, us_time_t elapsed)
     tell_values(event, [&line](const char* name, const auto& value) { line[name] = value; });
     return line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
+
+} // namespace router_simulator

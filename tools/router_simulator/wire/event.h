@@ -9,6 +9,8 @@
 
 #include "common/clock.h"
 
+namespace router_simulator {
+
 // What an event does not concern keeps the default and is not told.
 struct router_event {
     const char* kind = "";       // "take"; "fault" and "end of fault" are of the next one
@@ -32,3 +34,5 @@ std::string json_event(const router_event& event, us_time_t elapsed);
 
 // "12.345678": seconds, the whole ones padded with blanks to this width.
 std::string seconds_text(us_time_t elapsed, int width);
+
+} // namespace router_simulator

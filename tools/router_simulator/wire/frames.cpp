@@ -4,6 +4,8 @@
 
 #include "common/numbers.h"
 
+namespace router_simulator {
+
 namespace {
 constexpr std::size_t HEADER_LENGTH = 4; // protocol, sequence byte, mnemonic
 constexpr std::size_t CHECKSUM_LENGTH = 2;
@@ -110,3 +112,5 @@ std::vector<parsed_frame> parse_requests(request_parser& parser, std::string_vie
         parse_byte(parser, byte, frames);
     return frames;
 }
+
+} // namespace router_simulator

@@ -10,6 +10,8 @@
 
 #include "router_link/message.h"
 
+namespace router_simulator {
+
 // Bytes between SOH and EOT, as much as the encoder can make.
 constexpr std::size_t MAX_FRAME_CONTENT = 1021;
 
@@ -39,3 +41,5 @@ struct request_parser {
 std::vector<parsed_frame> parse_requests(request_parser& parser, std::string_view bytes);
 
 const char* fault_text(frame_fault fault);
+
+} // namespace router_simulator

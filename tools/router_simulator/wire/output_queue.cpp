@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace router_simulator {
+
 us_time_t queue_in_order(output_queue& queue, us_time_t due, const std::string& bytes)
 {
     if (!queue.in_order.empty()) due = std::max(due, queue.in_order.back().due);
@@ -40,3 +42,5 @@ std::size_t queued_size(const output_queue& queue)
         size += bytes.size();
     return size;
 }
+
+} // namespace router_simulator

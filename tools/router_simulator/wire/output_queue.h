@@ -8,6 +8,8 @@
 
 #include "common/clock.h"
 
+namespace router_simulator {
+
 struct due_bytes {
     us_time_t due = 0;
     std::string bytes;
@@ -32,3 +34,5 @@ void make_ready(output_queue& queue, us_time_t now);
 us_time_t next_due(const output_queue& queue);
 
 std::size_t queued_size(const output_queue& queue);
+
+} // namespace router_simulator

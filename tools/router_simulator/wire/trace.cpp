@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+namespace router_simulator {
+
 namespace {
 void append_printable(std::string& text, std::string_view bytes)
 {
@@ -47,3 +49,5 @@ std::string readable_frame(const parsed_frame& frame)
     if (frame.fault == frame_fault::none) return readable_message(frame.request);
     return std::string("bad frame, ") + fault_text(frame.fault) + ": " + quoted_text(frame.content);
 }
+
+} // namespace router_simulator

@@ -11,6 +11,7 @@
 #include "router_simulator/program/server.h"
 #include "support/backend_test.h"
 
+using namespace router_simulator;
 using testing::HasSubstr;
 using testing::Not;
 

@@ -3,6 +3,7 @@
 #include "router_simulator/program/commands.h"
 #include "unit/router_simulator/served_simulator.h"
 
+using namespace router_simulator;
 using testing::ElementsAre;
 
 namespace {

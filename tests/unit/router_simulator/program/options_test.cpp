@@ -3,6 +3,7 @@
 
 #include "router_simulator/program/options.h"
 
+using namespace router_simulator;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;

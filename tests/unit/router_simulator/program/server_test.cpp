@@ -4,6 +4,7 @@
 #include "router_simulator/program/server.h"
 #include "unit/router_simulator/served_simulator.h"
 
+using namespace router_simulator;
 using testing::ElementsAre;
 using testing::StartsWith;
 

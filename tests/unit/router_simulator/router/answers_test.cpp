@@ -7,6 +7,7 @@
 #include "support/backend_test.h"
 #include "unit/router_simulator/router/asking.h"
 
+using namespace router_simulator;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

@@ -6,6 +6,8 @@
 
 #include "router_simulator/router/answers.h"
 
+namespace router_simulator {
+
 using Texts = std::vector<std::string>;
 
 // Messages as "CLIENT:MESSAGE", the message from its sequence byte on with | before each parameter:
@@ -41,3 +43,5 @@ inline simulated_router router_with_two_clients(const router_options& options)
     router.clients[2] = {};
     return router;
 }
+
+} // namespace router_simulator

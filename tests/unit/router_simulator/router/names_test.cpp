@@ -6,6 +6,7 @@
 #include "router_simulator/router/names_file.h"
 #include "router_simulator/router/state.h"
 
+using namespace router_simulator;
 using testing::ElementsAre;
 
 namespace {

@@ -4,6 +4,7 @@
 
 #include "unit/router_simulator/router/asking.h"
 
+using namespace router_simulator;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

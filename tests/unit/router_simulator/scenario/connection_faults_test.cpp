@@ -4,6 +4,7 @@
 #include "router_simulator/scenario/connection_faults.h"
 #include "unit/router_simulator/scenario/scenario_simulator.h"
 
+using namespace router_simulator;
 using testing::_;
 using testing::ElementsAre;
 using testing::EndsWith;

@@ -2,6 +2,8 @@
 
 #include "router_simulator/scenario/file.h"
 
+using namespace router_simulator;
+
 namespace {
 class ScenarioFile : public testing::Test {
   protected:

@@ -2,6 +2,7 @@
 
 #include "router_simulator/scenario/plan.h"
 
+using namespace router_simulator;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Optional;

@@ -2,6 +2,7 @@
 
 #include "unit/router_simulator/scenario/scenario_simulator.h"
 
+using namespace router_simulator;
 using testing::AnyOf;
 
 namespace {

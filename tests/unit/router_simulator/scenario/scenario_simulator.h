@@ -4,6 +4,8 @@
 #include "router_simulator/scenario/file.h"
 #include "unit/router_simulator/served_simulator.h"
 
+namespace router_simulator {
+
 class ScenarioSimulator : public ServedSimulator {
   protected:
     void SetUp() override
@@ -50,3 +52,5 @@ class ScenarioSimulator : public ServedSimulator {
     const std::string ask_route = frame("N0QI\t1\t0");
     const std::string route = frame("N0IQ\t0001\t0\tN\tN\t0001");
 };
+
+} // namespace router_simulator

@@ -3,6 +3,8 @@
 
 #include "router_simulator/wire/event.h"
 
+using namespace router_simulator;
+
 TEST(RouterEvent, IsALineForPeople)
 {
     EXPECT_EQ(

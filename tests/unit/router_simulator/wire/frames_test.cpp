@@ -4,6 +4,7 @@
 #include "router_simulator/wire/frames.h"
 #include "support/backend_test.h"
 
+using namespace router_simulator;
 using testing::ElementsAre;
 
 namespace {

@@ -2,6 +2,8 @@
 
 #include "router_simulator/wire/output_queue.h"
 
+using namespace router_simulator;
+
 TEST(OutputQueue, BytesWaitForTheirTime)
 {
     output_queue queue;

@@ -2,6 +2,8 @@
 
 #include "router_simulator/wire/trace.h"
 
+using namespace router_simulator;
+
 TEST(SimulatorTrace, ShowsAMessageWithItsParametersQuoted)
 {
     EXPECT_EQ(readable_message(make_request("TI", {"000F", "", "A B"})),
