@@ -1,0 +1,17 @@
+# shellcheck shell=bash disable=SC2034 # the variables are for those who source this
+# A simulated router for the length of a command. Sourced by those that need one.
+
+# start_simulator OPTION... : starts it on a free port, in a session of its own, where Ctrl-C on the
+# terminal does not reach it. Its lines come from the descriptor simulator_output. The command must
+# call stop_simulator when it ends.
+start_simulator() {
+    exec {simulator_output}< <(exec setsid build/release/router_simulator --port 0 "$@" </dev/null)
+    simulator=$!
+}
+
+simulator=
+stop_simulator() {
+    [ -n "$simulator" ] || return 0
+    kill "$simulator" 2>/dev/null || true
+    wait "$simulator" 2>/dev/null || true
+}

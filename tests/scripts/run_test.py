@@ -1,0 +1,84 @@
+"""./run with stand-ins for the build, and for the programs where they are not asked for."""
+
+import os
+import socket
+import unittest
+from pathlib import Path
+
+from sandbox import SIMULATOR, SandboxTest
+
+PROGRAMS = Path(os.environ["PROGRAMS"])  # the folder of the real ones
+
+
+class RunTest(SandboxTest):
+    def setUp(self):
+        super().setUp()
+        self.program("build/release/router_simulator", SIMULATOR, "python3")
+        self.program("build/release/router_console", 'cp "$2" console.conf; cat >console.input')
+
+    def test_demonstration(self):
+        status, output = self.run_command("run")
+        self.assertEqual(status, 0, output)
+        self.assertIn("A simulated 32x32 router is 127.0.0.1:4321\n", output)
+        self.assertEqual(self.path("console.conf").read_text(),
+                         "ip address = 127.0.0.1\nport = 4321\n")
+        self.assertEqual(self.path("console.input").read_text(),
+                         self.path("scripts/demonstration.txt").read_text())
+        self.expect_simulator_stopped()
+
+    def test_status_is_that_of_the_console(self):
+        self.program("build/release/router_console", "exit 2")
+        self.assertEqual(self.run_command("run")[0], 2)
+        self.expect_simulator_stopped()
+
+    def test_configuration_is_looked_for_where_the_caller_is(self):
+        self.program("build/release/router_console", 'cat "$2" - >console.conf; exit 3')
+        self.path("elsewhere/my.conf").write_text("port=1\n")
+        status, output = self.run_command("run", "--file", "my.conf",
+                                          cwd=self.folder / "elsewhere")
+        self.assertEqual(status, 3, output)
+        self.assertEqual(self.path("console.conf").read_text(), "port=1\n")
+
+    def test_simulator_that_does_not_start(self):
+        self.program("build/release/router_simulator", "exit 1")
+        status, output = self.run_command("run")
+        self.assertEqual(status, 1)
+        self.assertTrue(output.endswith("/run: the simulated router did not start\n"), output)
+
+    def test_build_that_fails(self):
+        self.program("bin/cmake", "exit 5")
+        self.assertEqual(self.run_command("run")[0], 5)
+        self.assertFalse(self.path("simulator.log").exists())
+
+    def test_interrupted_while_it_builds(self):
+        self.program("bin/cmake", "trap 'exit 2' INT; echo built; read -r line")
+        terminal = self.start_on_terminal("run")
+        terminal.expect("Building")
+        terminal.type("\x03")
+        self.assertEqual(terminal.status(), 130)
+
+    def test_ctrl_c_at_the_prompt_is_the_consoles(self):
+        for program in ("router_simulator", "router_console"):
+            self.path(f"build/release/{program}").unlink()
+            self.path(f"build/release/{program}").symlink_to(PROGRAMS / program)
+        terminal = self.start_on_terminal("run")
+        terminal.expect("router is 127.0.0.1:")
+        port = int(terminal.expect("\r\n"))
+        terminal.expect("router> ")
+        terminal.type("\x03")
+        terminal.expect('"quit" or Ctrl-D leaves the console.')
+        terminal.type('info; take 1 "VTR 1"; wait\n')
+        terminal.expect("VTR 1: confirmed")
+        terminal.type("quit\n")
+        self.assertEqual(terminal.status(), 0)
+        with self.assertRaises(ConnectionRefusedError):
+            socket.create_connection(("127.0.0.1", port))
+
+    def test_arguments(self):
+        self.expect_usage("run")
+        for arguments in (["x"], ["--x"], ["--file"], ["--file", "none.conf"], ["--file="]):
+            self.expect_wrong_arguments("run", *arguments)
+
+
+if __name__ == "__main__":
+    unittest.main()
