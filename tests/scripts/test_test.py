@@ -1,0 +1,118 @@
+"""./test with small suites of its own, run by the real ctest."""
+
+import unittest
+
+from sandbox import SandboxTest
+
+PASSES = ("true", "quick")
+
+
+class TestTest(SandboxTest):
+    def setUp(self):
+        super().setUp()
+        for preset in ("release", "asan", "fuzz", "coverage", "debug"):
+            self.suite(preset, {f"{preset}/passes": PASSES, "of_processes": ("true", "process")})
+        self.program("scripts/soak", 'echo "soaks for $1"')
+        self.program("bin/gcovr", "echo counted")
+
+    def suite(self, preset, tests):
+        """Tests by their names: a program, which must be in /bin, or a script in the sandbox, and a label."""
+        lines = []
+        for name, (command, label) in tests.items():
+            lines += [f'add_test([=[{name}]=] "{command}")',
+                      f'set_tests_properties([=[{name}]=] PROPERTIES LABELS "{label}")']
+        self.path(f"build/{preset}/CTestTestfile.cmake").write_text("\n".join(lines) + "\n")
+
+    def failing(self, preset, script):
+        self.program("fails", script)
+        self.suite(preset, {"Some/Test.fails": (self.path("fails"), "quick"),
+                            "other": PASSES, "of_processes": ("true", "process")})
+
+    def test_all_pass(self):
+        status, output = self.run_command("test")
+        self.assertEqual(status, 0, output)
+        self.assertEqual(output.count("100% tests passed, 0 tests failed out of 2\n"), 3)
+        self.assertIn("soaks for 30s\n", output)
+        self.assertTrue(output.endswith("\nEverything passed.\n"), output)
+
+    def test_one_failure_hides_nothing(self):
+        self.failing("asan", "echo first; seq 10000; echo last; exit 1")
+        self.program("scripts/soak", "exit 3")
+        status, output = self.run_command("test")
+        self.assertEqual(status, 1, output)
+        self.assertEqual(output.count("100% tests passed"), 2)
+        log = "build/asan/failed/Some-Test.fails.log"
+        self.assertTrue(output.endswith(
+            f"\nFAILED, 2 altogether:\n  asan: Some-Test.fails, see {log}\n"
+            "  soak: ended with status 3, see above\n"), output)
+        self.assertIn("\nfirst\n1\n2\n", output)
+        self.assertIn("\n10000\nlast\n", output)
+        self.assertLess(len([line for line in output.splitlines() if line.isdigit()]), 200)
+        self.assertIn("\nfirst\n" + "".join(f"{i}\n" for i in range(1, 10001)) + "last\n",
+                      self.path(log).read_text())
+
+    def test_what_has_been_mended_is_not_named_again(self):
+        self.failing("release", "exit 1")
+        self.assertEqual(self.run_command("test")[0], 1)
+        self.failing("release", "exit 0")
+        status, output = self.run_command("test")
+        self.assertEqual(status, 0, output)
+        self.assertEqual(list(self.path("build/release/failed").iterdir()), [])
+
+    def test_what_does_not_build_hides_nothing(self):
+        self.program("bin/cmake", '[ "$*" != "--build --preset release" ]')
+        status, output = self.run_command("test")
+        self.assertEqual(status, 1, output)
+        self.assertEqual(output.count("100% tests passed"), 2)
+        self.assertTrue(output.endswith(
+            "\nFAILED, 1 altogether:\n  release: cannot be built, see above\n"), output)
+
+    def test_no_tests(self):
+        self.suite("fuzz", {})
+        status, output = self.run_command("test")
+        self.assertEqual(status, 1, output)
+        self.assertIn("  fuzz: no tests were run, see above\n", output)
+
+    def test_quick(self):
+        status, output = self.run_command("test", "--quick")
+        self.assertEqual(status, 0, output)
+        self.assertEqual(output.count("100% tests passed, 0 tests failed out of 1\n"), 1)
+        self.failing("release", "exit 1")
+        self.assertEqual(self.run_command("test", "--quick")[0], 1)
+        self.program("bin/cmake", "exit 1")
+        self.assertEqual(self.run_command("test", "--quick")[0], 1)
+
+    def test_coverage(self):
+        status, output = self.run_command("test", "--coverage")
+        self.assertEqual(status, 0, output)
+        self.assertIn("\ncounted\n", output)
+        self.program("bin/gcovr", "exit 2")
+        status, output = self.run_command("test", "--coverage")
+        self.assertEqual(status, 1)
+        self.assertIn("  coverage: less than it should be, ", output)
+
+    def test_valgrind(self):
+        self.assertEqual(self.run_command("test", "--valgrind")[0], 0)
+        self.program("complains", "echo lost >../valgrind/77")
+        self.suite("debug", {"complains": (self.path("complains"), "process")})
+        status, output = self.run_command("test", "--valgrind")
+        self.assertEqual(status, 1)
+        self.assertIn("\nlost\n", output)
+        self.assertIn("  valgrind: complaints, see build/valgrind\n", output)
+
+    def test_interrupted(self):
+        self.failing("release", "echo $$ >process.log; exec sleep 1000")
+        terminal = self.start_on_terminal("test")
+        processes = self.lines_of("build/release/process.log", 1)
+        terminal.type("\x03")
+        self.assertEqual(terminal.status(), 130)
+        self.expect_ended(processes)
+
+    def test_arguments(self):
+        self.expect_usage("test")
+        for arguments in (["x"], ["--x"], ["--quick", "--coverage"], ["--quick", "x"]):
+            self.expect_wrong_arguments("test", *arguments)
+
+
+if __name__ == "__main__":
+    unittest.main()
