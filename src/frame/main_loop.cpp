@@ -38,7 +38,9 @@ bool only_pacing_is_due(us_time_t now)
 void wait_for_work()
 {
     const us_time_t now = now_us();
-    if (parent_record_ready() != nullptr || info_report_pending || io_counts_changed) return;
+    if (parent_record_ready() != nullptr || info_report_pending || io_counts_changed ||
+        drain_interrupted)
+        return;
     fd_set readable;
     FD_ZERO(&readable);
     int descriptor_count = router_fd + 1;

@@ -23,11 +23,13 @@ constexpr std::uint64_t SOURCE_NAMES_CHANGED = 0x10;
 constexpr std::uint64_t DESTINATION_NAMES_CHANGED = 0x04;
 
 // Messages handled in one call: a router that never stops sending cannot keep the parent, the
-// reports or a termination signal waiting.
+// reports or a termination signal waiting. The next passes go on as if there had been no break: no
+// wait, and no cycle, which would throw the rest away as stale.
 constexpr int MAX_DRAINED_MESSAGES = 4096;
 } // namespace
 
 us_time_t next_status_request = 0;
+bool drain_interrupted = false;
 
 namespace {
 void refresh_names(const char* kind, void (*update)(const std::vector<router_message>&))
@@ -119,16 +121,19 @@ void drain_received_messages()
         router_rx_queue.pop_front();
         handle_router_message(message);
     }
+    drain_interrupted = !router_rx_queue.empty();
 }
 } // namespace
 
 void periodic_status_request()
 {
-    if (!router_link_is_up()) return;
-    service_router_connection();
-    if (!router_link_is_up()) return;
-    const bool due =
-        next_status_request != 0 && now_us() >= next_status_request && !discovery_needed;
-    if (due && !run_status_cycle()) return;
+    if (!drain_interrupted) {
+        if (!router_link_is_up()) return;
+        service_router_connection();
+        if (!router_link_is_up()) return;
+        const bool due =
+            next_status_request != 0 && now_us() >= next_status_request && !discovery_needed;
+        if (due && !run_status_cycle()) return;
+    }
     drain_received_messages();
 }

@@ -46,6 +46,7 @@ void reset_backend_state()
     router_tx_buffer.clear();
     router_tx_offset = 0;
     next_status_request = 0;
+    drain_interrupted = false;
 
     discovered_inputs = 0;
     discovered_outputs = 0;

@@ -35,7 +35,7 @@ std::string router_link_text()
     std::ostringstream text;
     text << router_fd << ' ' << connect_in_progress << next_connect_attempt << router_tx_offset
          << ' ' << (parse_state == ParseState::Idle) << ' ' << last_router_activity
-         << next_status_request;
+         << next_status_request << ' ' << drain_interrupted;
     return text.str();
 }
 
@@ -74,7 +74,7 @@ TEST(InitialState, NoRecordIsBegunOrUnderWay)
 
 TEST(InitialState, ThereIsNoConnectionAndNothingIsScheduled)
 {
-    EXPECT_EQ(INITIAL_ROUTER_LINK, "-1 000 1 00");
+    EXPECT_EQ(INITIAL_ROUTER_LINK, "-1 000 1 00 0");
 }
 
 TEST(InitialState, NothingIsKnownOfTheRouter)

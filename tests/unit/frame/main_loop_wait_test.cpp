@@ -161,6 +161,16 @@ TEST_F(MainLoopWait, IsSkippedWhileCountsOrInfoReportAreDueAgain)
     std::signal(SIGPIPE, previous);
 }
 
+TEST_F(MainLoopWait, IsSkippedUntilAllReceivedMessagesAreHandled)
+{
+    connect_router();
+    router_rx_queue.resize(8193);
+    EXPECT_EQ(waits_of_a_pass(), Waits{});
+    EXPECT_EQ(waits_of_a_pass(), Waits{});
+    EXPECT_EQ(waits_of_a_pass(), Waits{IDLE_US});
+    EXPECT_TRUE(router_rx_queue.empty());
+}
+
 TEST_F(MainLoopWait, IsNotSkippedWhileNameReportsAreDueAgain)
 {
     const auto previous = std::signal(SIGPIPE, raise_flag);

@@ -239,8 +239,42 @@ TEST_F(StatusDrain, HandlesAtMost4096MessagesInOneCall)
     router_rx_queue.resize(5000);
     periodic_status_request();
     EXPECT_EQ(router_rx_queue.size(), 904U);
+    EXPECT_TRUE(drain_interrupted);
     periodic_status_request();
     EXPECT_TRUE(router_rx_queue.empty());
+    EXPECT_FALSE(drain_interrupted);
+}
+
+TEST_F(StatusDrain, IsNotInterruptedWhereTheBoundIsJustEnough)
+{
+    router_rx_queue.resize(4096);
+    periodic_status_request();
+    EXPECT_FALSE(drain_interrupted);
+}
+
+TEST_F(StatusDrain, IsFinishedBeforeACycleBegins)
+{
+    answer_flags("0", "0");
+    router_answers("QD", framed("ER", {"00", "QD"}));
+    router_rx_queue.resize(8193, received("IQ", {"1", "", "", "", "0"}));
+    periodic_status_request();
+    next_status_request = fake_now_us;
+    periodic_status_request();
+    periodic_status_request();
+    EXPECT_EQ(router_hears(), Requests{});
+    EXPECT_EQ(accepted_route_changes.size(), 8193U);
+    periodic_status_request();
+    EXPECT_EQ(router_hears(), WHOLE_CYCLE);
+}
+
+TEST_F(StatusDrain, IsFinishedAlsoWhenTheConnectionGoesMeanwhile)
+{
+    router_rx_queue.resize(5000, received("IQ", {"1", "", "", "", "0"}));
+    periodic_status_request();
+    close_router_connection();
+    periodic_status_request();
+    EXPECT_EQ(accepted_route_changes.size(), 5000U);
+    EXPECT_FALSE(drain_interrupted);
 }
 
 TEST_F(StatusDrain, ServesTheRouterBeforeTheParent)
