@@ -38,7 +38,8 @@ void handle_router_message(const router_message& message)
 
 namespace {
 // Pops until the queue is empty, 10 ms a message. A router that keeps sending cannot hold this up
-// beyond the deadline.
+// beyond the deadline; what is left then must not outlive the connection, whose end is near, and be
+// taken for messages of the next one.
 void discard_stale_messages(us_time_t deadline)
 {
     while (!router_rx_queue.empty() && now_us() < deadline) {
@@ -46,6 +47,7 @@ void discard_stale_messages(us_time_t deadline)
         service_router_connection();
         pause_us(POLLING_PAUSE_US);
     }
+    router_rx_queue.clear();
 }
 
 // The error reply to an earlier status request, which may arrive while another reply is awaited.

@@ -65,6 +65,7 @@ void discard_stale_messages()
         service_router_connection();
         pause_us(STALE_PAUSE_US);
     }
+    router_rx_queue.clear();
 }
 
 bool send_discovery_requests()

@@ -210,7 +210,7 @@ TEST_F(Transaction, IsNotHeldUpByStaleInputBeyondTheDeadline)
     router_rx_queue.resize(1000);
     EXPECT_FALSE(ask(make_request("QD")));
     EXPECT_EQ(fake_now_us, DEADLINE_US);
-    EXPECT_EQ(router_rx_queue.size(), 800U);
+    EXPECT_TRUE(router_rx_queue.empty()) << "the next connection must not meet the rest";
     EXPECT_EQ(diagnostics(), QD_REQUEST + TIMED_OUT);
 }
 

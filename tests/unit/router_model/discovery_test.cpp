@@ -80,12 +80,13 @@ TEST_F(DiscoveryRequests, FollowTheDiscardOfStaleInput)
     EXPECT_EQ(fake_now_us, DEADLINE + 30'000);
 }
 
-TEST_F(DiscoveryRequests, FollowAfterSixSecondsOfStaleInput)
+TEST_F(DiscoveryRequests, FollowAfterSixSecondsOfStaleInputWithoutTheRest)
 {
     router_rx_queue.assign(600, received("NQ", {"L", "1", "Old", "0", "x"}));
-    router_rx_queue.push_back(received("KB", {"N", "New"}));
+    router_rx_queue.push_back(received("KB", {"N", "Old"}));
     run_discovery();
-    EXPECT_EQ(device_model, "New");
+    EXPECT_EQ(device_model, "");
+    EXPECT_EQ(fake_now_us, DEADLINE + 6'000'000);
 }
 
 TEST_F(DiscoveryRequests, LeaveToTheCollectionWhatComesInTheLastPauseOfTheDiscard)
