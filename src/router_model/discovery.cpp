@@ -27,9 +27,9 @@ constexpr std::uint64_t LEVEL_LIMIT = 32;    // level numbers are below this
 constexpr std::size_t FIRST_LEVEL_ENTRY = 2; // parameter where the entries begin
 constexpr std::size_t LEVEL_ENTRY_PARAMETERS = 3;
 
-// A router that never stops sending must not hold collection up: beyond this much past the
-// deadline, it ends even while messages keep coming.
-constexpr us_time_t COLLECTION_GRACE_US = 1'000'000;
+// Messages looked at after the deadline: a router that never stops sending must not hold collection
+// up. A bound in time would lose answers that wait in the socket of a process that was held up.
+constexpr int MAX_LATE_MESSAGES = 65'536;
 
 // The answers of one kind until the last of their set has come.
 struct answer_set {
@@ -176,19 +176,20 @@ void wait_for_either_side()
 bool collect_answers()
 {
     collection collected;
+    int late_messages = 0;
     const us_time_t discovery_deadline = now_us() + COLLECTION_LIMIT_US;
     for (;;) {
         service_router_connection();
         service_parent_and_dispatch();
-        const us_time_t now = now_us();
+        const bool late = discovery_deadline <= now_us();
         if (quit_requested) return false;
-        if (discovery_deadline + COLLECTION_GRACE_US <= now ||
-            (router_rx_queue.empty() && discovery_deadline <= now)) {
+        if (late && (router_rx_queue.empty() || late_messages == MAX_LATE_MESSAGES)) {
             log_error("Timeout during query (d=%u s=%u l=%u)", collected.destinations.complete,
                       collected.sources.complete, collected.levels.complete);
             return true;
         }
         if (!router_rx_queue.empty()) {
+            if (late) ++late_messages;
             collect_message(collected, router_rx_queue.front());
             router_rx_queue.pop_front();
         } else if (collected.sources.complete && collected.levels.complete &&

@@ -6,11 +6,12 @@
 
 #include "router_link/message.h"
 
-// Runs one discovery to its end: at most 6 s for messages that were there before and 7 s for the
-// answers, besides what the parent records handled in between take. Called by the main loop alone,
-// which clears discovery_needed afterwards. Dispatches parent records all along. Returns early,
-// with the connection closed, when there is no established one, when a request cannot be sent or
-// when quit_requested is set. A router that does not answer in time keeps its last known tables.
+// Runs one discovery to its end: at most 6 s for messages that were there before and 6 s for the
+// answers, besides those that have come by then and what the parent records handled in between
+// take. Called by the main loop alone, which clears discovery_needed afterwards. Dispatches parent
+// records all along. Returns early, with the connection closed, when there is no established one,
+// when a request cannot be sent or when quit_requested is set. A router that does not answer in
+// time keeps its last known tables.
 void run_discovery();
 
 // Rebuilds router_levels and level_mask from a complete set of level answers. Their parameters are
