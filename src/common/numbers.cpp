@@ -1,5 +1,6 @@
 #include "common/numbers.h"
 
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 
@@ -31,6 +32,14 @@ std::uint32_t leading_hex_digits(std::string_view text)
 
 std::uint64_t hex_number(const std::string& text)
 {
+    // Plain digits, as every router sends them, are read in a fraction of strtoul's time, which
+    // would be most of a name update's. It keeps what it alone takes: blanks, sign, 0x, too many
+    // digits.
+    const bool has_prefix = text.size() > 1 && (text[1] == 'x' || text[1] == 'X');
+    std::uint64_t value = 0;
+    if (!has_prefix && !text.empty() && hex_digit_value(text[0]) >= 0 &&
+        std::from_chars(text.data(), text.data() + text.size(), value, 16).ec == std::errc())
+        return value;
     return std::strtoul(text.c_str(), nullptr, 16);
 }
 

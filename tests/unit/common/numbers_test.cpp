@@ -1,3 +1,4 @@
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 
@@ -60,6 +61,24 @@ TEST(HexNumber, SaturatesAndReadsTextAsZero)
     EXPECT_EQ(hex_number("10000000000000000"), UINT64_MAX);
     EXPECT_EQ(hex_number(""), 0U);
     EXPECT_EQ(hex_number("xyz"), 0U);
+}
+
+TEST(HexNumber, ReadsAnyTextAsStrtoulDoes)
+{
+    using namespace std::string_literals;
+    const std::string alphabet = "0123456789abcdefABCDEFxX+- \t\ng\0"s;
+    const auto text = rc::gen::container<std::string>(rc::gen::elementOf(alphabet));
+    EXPECT_TRUE(rc::check([&] {
+        const std::string sample = *text;
+        return hex_number(sample) == std::strtoul(sample.c_str(), nullptr, 16);
+    }));
+    const std::string beginnings[] = {"", "0", "0x", "0X", "00x", "1x", " ", "-", "0x ", "+0x"};
+    for (const std::string& beginning : beginnings)
+        for (const char* const rest :
+             {"", "1", "fF", "x1", "g", "FFFFFFFFFFFFFFFF", "fffffffffffffffff"})
+            EXPECT_EQ(hex_number(beginning + rest),
+                      std::strtoul((beginning + rest).c_str(), nullptr, 16))
+                << beginning << rest;
 }
 
 TEST(DecimalNumber, StopsAtTheFirstNonDigit)
