@@ -6,9 +6,7 @@
 [[noreturn]] void check_failed(const char* condition, const char* file, int line,
                                const char* function);
 
-// NOLINTBEGIN(cppcoreguidelines-macro-usage)
 #define CHECK_NAMED(condition, text)                                                               \
     ((condition) ? void(0)                                                                         \
                  : check_failed(text, __FILE__, __LINE__, static_cast<const char*>(__func__)))
 #define CHECK(condition) CHECK_NAMED(condition, #condition)
-// NOLINTEND(cppcoreguidelines-macro-usage)

@@ -59,7 +59,7 @@ void handle_route_output(const ParentRecord& record)
 {
     // The record may be gone after a flush: everything is taken from it before.
     const ParentRecord reply = make_reply(record, "route output");
-    const std::string& queue = field(record, "queue");
+    const std::string& queue = field(record, "queue"); // not looked at again after a flush
     if (queue == "add") {
         stage_route_change(record);
     } else if (queue == "flush") {

@@ -37,7 +37,8 @@ bool only_pacing_is_due(us_time_t now)
 // The result of the wait is of no interest: every step finds out for itself what there is to do.
 void wait_for_work()
 {
-    const us_time_t now = now_us();
+    const us_time_t now =
+        now_us(); // before the return, so that every pass takes the same course to it
     if (parent_record_ready() != nullptr || info_report_pending || io_counts_changed ||
         drain_interrupted)
         return;
@@ -51,6 +52,11 @@ void wait_for_work()
 }
 } // namespace
 
+// Held-back changes go before anything can put them off for seconds. A close comes before the
+// attempt that may follow it in the same pass, and routes known from the pass before are told
+// before a new router can change them. Discovery comes after the connection that asks for it;
+// counts after all that changes them, reports after the counts that they show. The parent comes
+// last: its command finds everything told.
 bool main_loop_pass()
 {
     if (quit_requested) return false;

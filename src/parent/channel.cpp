@@ -118,7 +118,7 @@ void send_parent_record(const ParentRecord& record)
 int flush_parent_output()
 {
     if (parent_output.empty()) return 0;
-    errno = 0;
+    errno = 0; // whatever is found there afterwards is this write's
     const ssize_t count = write(STDOUT_FILENO, parent_output.data() + parent_output_written,
                                 parent_output.size() - parent_output_written);
     if (count <= 0) return count < 0 && (errno == EINTR || errno == EAGAIN) ? 0 : -1;

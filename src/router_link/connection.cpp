@@ -180,7 +180,7 @@ void service_router_connection()
 {
     if (router_fd < 0) return;
     if (connect_in_progress) check_connect_progress();
-    receive_from_router();
+    receive_from_router(); // does nothing where the check has just closed
     if (router_fd >= 0) flush_router_output();
     if (now_us() >= last_router_activity + SILENCE_LIMIT_US) {
         log_warning("Connection timeout");

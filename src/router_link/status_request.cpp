@@ -34,6 +34,8 @@ bool drain_interrupted = false;
 namespace {
 void refresh_names(const char* kind, void (*update)(const std::vector<router_message>&))
 {
+    // The deadline counts from here, whatever the parent's record takes; the parent comes first as
+    // in the turns of the transaction that follows.
     const us_time_t deadline = now_us() + UPDATE_DEADLINE_US;
     service_parent_and_dispatch();
     service_router_connection();
@@ -80,6 +82,7 @@ void query_changed_outputs(const std::vector<bool>& changed)
 {
     for (std::uint64_t i = 0; i < number_of_outputs && i < changed.size(); ++i) {
         if (!changed[i]) continue;
+        // The router first: a record handled now meets what the router has said by now.
         service_router_connection();
         service_parent_and_dispatch();
         connection_sendmsg(make_status_query(static_cast<std::uint32_t>(i + 1)));
@@ -93,7 +96,7 @@ bool request_changed_destinations()
     std::vector<router_message> response;
     if (!do_timeout_send_and_recv(make_request("QD"), response, now_us() + STATUS_DEADLINE_US))
         return false;
-    std::vector<bool> changed(discovered_outputs);
+    std::vector<bool> changed(discovered_outputs); // without a "DQ" none is set, none queried
     for (const router_message& message : response)
         if (message.ok && mnemonic_of(message) == "DQ" && message.parameters.size() >= 2)
             mark_outputs_named(message.parameters[0], changed);
@@ -106,6 +109,8 @@ bool run_status_cycle()
     log_debug("Sending periodic status request as TCP keepalive and to keep up with unreported "
               "changes if they should occur");
     if (!request_change_flags() || !request_changed_destinations()) return false;
+    // Backends on one router drift apart. Unsigned, as the product does not fit; that its low bits
+    // favour small numbers does not matter.
     const unsigned spread = static_cast<unsigned>(rand()) * static_cast<unsigned>(rand());
     next_status_request = now_us() + (spread & CYCLE_SPREAD_MASK_US) + CYCLE_INTERVAL_US;
     return true;

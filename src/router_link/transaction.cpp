@@ -98,8 +98,12 @@ bool do_timeout_send_and_recv(const router_message& request, std::vector<router_
     if (!connection_sendmsg(request)) return fail_transaction("Unable to send message");
     for (bool ended = false; !ended;) {
         if (now_us() >= deadline) return fail_transaction("Timeout receiving message");
+        // The parent first: what it sends goes out with this turn's write, and what the router says
+        // is looked at right after it has been read.
         service_parent_and_dispatch();
         service_router_connection();
+        // Once more: the service reads before it writes, and what comes behind a full read or
+        // answers that write would otherwise wait 10 ms for the next turn.
         receive_from_router();
         std::optional<router_message> message = take_reply_message();
         if (!message || (response.empty() && is_late_status_error(*message, request))) continue;

@@ -150,6 +150,7 @@ void collect_message(collection& collected, router_message& message)
     if (mnemonic_of(message) == "KB" && parameters.size() >= 2) {
         read_identity(parameters);
     } else if (mnemonic_of(message) == "NQ" && !parameters.empty()) {
+        // The message is moved from: it still stands in the queue, where nobody looks at it again.
         if (parameters[0] == "L") {
             add_answer(collected.levels, message, update_levels_info);
         } else if (parameters[0] == "S") {
@@ -248,6 +249,8 @@ void run_discovery()
         close_router_connection();
         return;
     }
+    // As far as we know they tell the router that all is read: "D" drops the changes that it has
+    // noted for us so far. It confirms them without data, and nobody waits for that.
     if (!send_request(make_request("BK", {"D"})) || !send_request(make_request("BK", {"A"})))
         return;
     compose_firmware_version();

@@ -49,6 +49,7 @@ std::uint32_t input_index(const RouteChange& change)
 
 void send_route_change(const RouteChange& change)
 {
+    // The router first: a record handled now meets what the router has said by now.
     service_router_connection();
     service_parent_and_dispatch();
     connection_sendmsg(
@@ -72,6 +73,8 @@ void send_route_changes()
     }
     flush_allow_time = start;
     const std::vector<RouteChange> route_slots = drain_into_slots();
+    // A look of its own at the clock: the time-out counts from the empty queue, the pacing from the
+    // burst's beginning, which its end still needs.
     queue_timeout_time = now_us() + QUEUE_TIMEOUT_US;
     for (const RouteChange& change : route_slots)
         if (change.output >= 0 && change.input >= -1) send_route_change(change);
@@ -85,7 +88,7 @@ void pace_route_changes()
     const us_time_t now = now_us();
     if (queue_timeout_time >= now + BOGUS_QUEUE_TIMEOUT_US) {
         log_warning("Queue timeout too far into the future");
-        queue_timeout_time = 0;
+        queue_timeout_time = 0; // so nothing expires in this call
     }
     if (flush_allow_time >= now + BOGUS_FLUSH_ALLOW_US) {
         log_warning("Flush allow too far into the future");
