@@ -13,7 +13,7 @@
 
 #include "bench/bench_run.h"
 #include "bench/chart.h"
-#include "bench/scenarios/scenario.h"
+#include "bench/workloads/workload.h"
 
 namespace {
 struct bench_options {

@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "bench/scenarios/scenario.h"
+#include "bench/workloads/workload.h"
 
 namespace {
 constexpr std::size_t ROUNDS = 25;

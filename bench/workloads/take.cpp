@@ -2,7 +2,7 @@
 #include <array>
 
 #include "bench/figure_text.h"
-#include "bench/scenarios/scenario.h"
+#include "bench/workloads/workload.h"
 
 namespace {
 constexpr std::size_t TAKES = 1000;

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "bench/figure.h"
-#include "bench/scenarios/rig.h"
+#include "bench/workloads/measured_program.h"
 #include "bench/table.h"
 
 struct bench_plan {

@@ -1,4 +1,4 @@
-#include "bench/scenarios/scenario.h"
+#include "bench/workloads/workload.h"
 #include "common/numbers.h"
 #include "support/frames.h"
 

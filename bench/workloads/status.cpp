@@ -3,7 +3,7 @@
 #include <stdexcept>
 
 #include "bench/figure_text.h"
-#include "bench/scenarios/scenario.h"
+#include "bench/workloads/workload.h"
 #include "bench/system_calls.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "bench/scenarios/rig.h"
+#include "bench/workloads/measured_program.h"
 
 #include <algorithm>
 #include <chrono>

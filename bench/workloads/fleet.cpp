@@ -4,7 +4,7 @@
 #include <sys/resource.h>
 
 #include "bench/figure_text.h"
-#include "bench/scenarios/scenario.h"
+#include "bench/workloads/workload.h"
 
 namespace {
 constexpr std::array<std::size_t, 5> SIZES = {1, 10, 50, 100, 200};

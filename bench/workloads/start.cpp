@@ -1,4 +1,4 @@
-#include "bench/scenarios/scenario.h"
+#include "bench/workloads/workload.h"
 
 namespace {
 constexpr std::size_t ROUNDS = 200;

@@ -1,7 +1,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "bench/scenarios/scenario.h"
+#include "bench/workloads/workload.h"
 
 namespace {
 constexpr std::size_t RECORDS = 20'000;
