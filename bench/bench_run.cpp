@@ -35,7 +35,7 @@ void put(json& object, const char* key, const std::optional<double>& value)
 
 json figure_json(const figure& figure)
 {
-    json object = {{"scenario", figure.scenario},
+    json object = {{"workload", figure.workload},
                    {"measure", figure.measure},
                    {"unit", figure.unit},
                    {"ours", figure.ours},
@@ -80,7 +80,7 @@ std::optional<double> optional_number(const json& object, const char* key)
 figure figure_of(const json& object)
 {
     figure figure;
-    object.at("scenario").get_to(figure.scenario);
+    object.at("workload").get_to(figure.workload);
     object.at("measure").get_to(figure.measure);
     object.at("unit").get_to(figure.unit);
     object.at("ours").get_to(figure.ours);

@@ -1,7 +1,7 @@
 // All that one run of the benchmarks has found, and the JSON file in which it is kept so that the
 // next run can be compared with it:
 //   {"commit": ..., "machine": {"cores": ..., "processor": ..., "kernel": ...},
-//    "figures": [{"scenario": ..., "measure": ..., "unit": ..., "ours": ..., "better": "less"}],
+//    "figures": [{"workload": ..., "measure": ..., "unit": ..., "ours": ..., "better": "less"}],
 //    "tables": [{"title": ..., "columns": [...], "rows": [[...]]}]}
 // A figure has "floor", "ratio", "ratio_low", "ratio_high" and "aim" where they are known.
 #pragma once

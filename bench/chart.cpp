@@ -120,7 +120,7 @@ void write_bar(std::ostream& output, const chart_scale& scale, const figure& fig
 void write_labels(std::ostream& output, const figure& figure, double y)
 {
     write_text(output, LEFT - 10, y + 4, "end",
-               escaped(figure.scenario) + " <tspan fill=\"#777\">" + escaped(figure.measure) +
+               escaped(figure.workload) + " <tspan fill=\"#777\">" + escaped(figure.measure) +
                    "</tspan>");
     std::string value = "<tspan font-weight=\"bold\">" + ratio_text(*figure.ratio) + "</tspan>";
     const std::string spread = spread_text(figure);

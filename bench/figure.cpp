@@ -32,11 +32,11 @@ std::vector<double> resampled_ratios(const paired_samples& samples, double quant
 }
 } // namespace
 
-figure make_figure(const std::string& scenario, const std::string& measure, const std::string& unit,
+figure make_figure(const std::string& workload, const std::string& measure, const std::string& unit,
                    const paired_samples& samples, double quantile)
 {
     figure made;
-    made.scenario = scenario;
+    made.workload = workload;
     made.measure = measure;
     made.unit = unit;
     made.ours = quantile_of(samples.ours, quantile);

@@ -17,7 +17,7 @@ struct paired_samples {
 enum class better { less, more };
 
 struct figure {
-    std::string scenario; // "take"
+    std::string workload; // "take"
     std::string measure;  // "p50"
     std::string unit;     // of ours and floor: "us", "KiB", "records/s", "calls"
     double ours = 0;
@@ -35,7 +35,7 @@ struct figure {
 // The quantile (0 to 1; 0.5 the median) of each side and their ratio; direction and aim are left
 // to the caller. `samples.ours` holds at least one value. Equal samples give equal figures: chance
 // starts from a fixed seed.
-figure make_figure(const std::string& scenario, const std::string& measure, const std::string& unit,
+figure make_figure(const std::string& workload, const std::string& measure, const std::string& unit,
                    const paired_samples& samples, double quantile = 0.5);
 
 // True without an aim; false with an aim but no ratio.

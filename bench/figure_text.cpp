@@ -85,7 +85,7 @@ std::string difference_text(double now, double before, better direction)
 std::string change_text(const figure& now, const std::vector<figure>& last)
 {
     const auto before = std::find_if(last.begin(), last.end(), [&](const figure& figure) {
-        return figure.scenario == now.scenario && figure.measure == now.measure;
+        return figure.workload == now.workload && figure.measure == now.measure;
     });
     if (before == last.end() || before->unit != now.unit || has_spread(*before) != has_spread(now))
         return "new";

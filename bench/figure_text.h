@@ -18,7 +18,7 @@ std::string spread_text(const figure& told);  // "0.98-1.04"
 std::string aim_text(const figure& told);     // "≤ 1.25", "≥ 0.85"
 std::string verdict_text(const figure& told); // "met", "missed"
 
-// What has become of the last run's figure of the same scenario and measure: "as before", "better
+// What has become of the last run's figure of the same workload and measure: "as before", "better
 // by 12 %", "worse by 9 %", "new". Ratios are compared, and are as before when their spreads
 // overlap; without a floor the values are, and are as before within 25 %.
 std::string change_text(const figure& now, const std::vector<figure>& last);

@@ -21,16 +21,16 @@ struct bench_options {
     std::string output_folder;
     std::string last_run; // "": none
     std::string commit;
-    std::vector<std::string> scenarios;
+    std::vector<std::string> workloads;
     bool quick = false;
 };
 
-struct named_scenario {
+struct named_workload {
     const char* name;
-    findings (*measure)(const bench_plan& plan);
+    measurements (*measure)(const bench_plan& plan);
 };
 
-constexpr std::array<named_scenario, 9> ALL_SCENARIOS = {{
+constexpr std::array<named_workload, 9> WORKLOADS = {{
     {"take", measure_take},
     {"commands", measure_commands},
     {"status", measure_status},
@@ -43,30 +43,30 @@ constexpr std::array<named_scenario, 9> ALL_SCENARIOS = {{
 }};
 
 // On a terminal the line is written over and over.
-void show_progress(const char* scenario, const char* step, std::size_t done, std::size_t all)
+void show_progress(const char* workload, const char* step, std::size_t done, std::size_t all)
 {
     if (isatty(STDERR_FILENO) != 0)
-        std::fprintf(stderr, "\r%-10s %s: %zu of %zu %s", scenario, step, done, all,
+        std::fprintf(stderr, "\r%-10s %s: %zu of %zu %s", workload, step, done, all,
                      done == all ? "\n" : "");
     else if (done == all)
-        std::fprintf(stderr, "%-10s %s: %zu of %zu\n", scenario, step, done, all);
+        std::fprintf(stderr, "%-10s %s: %zu of %zu\n", workload, step, done, all);
 }
 
 bool is_wanted(const bench_options& options, const char* name)
 {
-    return options.scenarios.empty() ||
-           std::find(options.scenarios.begin(), options.scenarios.end(), name) !=
-               options.scenarios.end();
+    return options.workloads.empty() ||
+           std::find(options.workloads.begin(), options.workloads.end(), name) !=
+               options.workloads.end();
 }
 
-findings measure_scenario(const named_scenario& scenario, const bench_options& options)
+measurements measure_workload(const named_workload& workload, const bench_options& options)
 {
-    return scenario.measure({.programs = {.backend = options.programs + "/routing_switcher_backend",
+    return workload.measure({.programs = {.backend = options.programs + "/routing_switcher_backend",
                                           .floor_folder = options.programs,
                                           .pieces = options.programs + "/bench_pieces"},
                              .quick = options.quick,
                              .progress = [&](const char* step, std::size_t done, std::size_t all) {
-                                 show_progress(scenario.name, step, done, all);
+                                 show_progress(workload.name, step, done, all);
                              }});
 }
 
@@ -74,14 +74,14 @@ findings measure_scenario(const named_scenario& scenario, const bench_options& o
 bench_run measure(const bench_options& options, bool& complete)
 {
     bench_run run{.commit = options.commit, .machine = this_machine(), .figures = {}, .tables = {}};
-    for (const named_scenario& scenario : ALL_SCENARIOS) {
-        if (!is_wanted(options, scenario.name)) continue;
+    for (const named_workload& workload : WORKLOADS) {
+        if (!is_wanted(options, workload.name)) continue;
         try {
-            const findings found = measure_scenario(scenario, options);
+            const measurements found = measure_workload(workload, options);
             run.figures.insert(run.figures.end(), found.figures.begin(), found.figures.end());
             run.tables.insert(run.tables.end(), found.tables.begin(), found.tables.end());
         } catch (const std::exception& fault) {
-            std::fprintf(stderr, "\n%-10s cannot be measured: %s\n", scenario.name, fault.what());
+            std::fprintf(stderr, "\n%-10s cannot be measured: %s\n", workload.name, fault.what());
             complete = false;
         }
     }
@@ -133,9 +133,9 @@ int run_program(int argument_count, const char* const* arguments)
     app.add_option("--commit", options.commit, "what is measured, for the file")->type_name("TEXT");
     app.add_flag("--quick", options.quick, "few repetitions: shows that it works, not how fast");
     std::vector<std::string> names;
-    for (const named_scenario& scenario : ALL_SCENARIOS)
-        names.emplace_back(scenario.name);
-    app.add_option("scenario", options.scenarios, "what to measure; everything")
+    for (const named_workload& workload : WORKLOADS)
+        names.emplace_back(workload.name);
+    app.add_option("workload", options.workloads, "what to measure; everything")
         ->check(CLI::IsMember(names));
     app.footer(
         "Exit status: 0 when all was measured, whatever came out; 2 when something could not be.");

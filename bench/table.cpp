@@ -7,11 +7,11 @@
 text_table figures_table(const std::vector<figure>& figures, const std::vector<figure>& last)
 {
     text_table table = {
-        "", {"scenario", "measure", "ours", "floor", "ratio", "spread", "aim", "verdict"}, {}};
+        "", {"workload", "measure", "ours", "floor", "ratio", "spread", "aim", "verdict"}, {}};
     if (!last.empty()) table.columns.emplace_back("since last run");
     for (const figure& figure : figures) {
         const std::string unit = figure.unit.empty() ? "" : " " + figure.unit;
-        table.rows.push_back({figure.scenario, figure.measure, number_text(figure.ours) + unit,
+        table.rows.push_back({figure.workload, figure.measure, number_text(figure.ours) + unit,
                               figure.floor ? number_text(*figure.floor) + unit : "",
                               figure.ratio ? ratio_text(*figure.ratio) : "", spread_text(figure),
                               aim_text(figure), verdict_text(figure)});

@@ -1,5 +1,5 @@
 // The system calls of the backend's passes, for the floors: programs that make the calls of one
-// scenario in their order and do nothing else. Failures are not looked at, but the end of what
+// workload in their order and do nothing else. Failures are not looked at, but the end of what
 // either side sends ends the program.
 #pragma once
 

@@ -5,12 +5,12 @@
 
 namespace {
 // Far enough from 0 that an absolute time of 0 is the past.
-constexpr us_time_t STILL_TIME_US = 1'000'000'000;
+constexpr us_time_t STOPPED_AT_US = 1'000'000'000;
 } // namespace
 
 us_time_t now_us()
 {
-    return STILL_TIME_US;
+    return STOPPED_AT_US;
 }
 
 void pause_us(unsigned /*interval_us*/)

@@ -50,7 +50,7 @@ command_cost answer_all(rig& rig, std::size_t records)
 }
 } // namespace
 
-findings measure_commands(const bench_plan& plan)
+measurements measure_commands(const bench_plan& plan)
 {
     rig ours;
     rig floor;
@@ -72,7 +72,7 @@ findings measure_commands(const bench_plan& plan)
         cpu.floor.push_back(floor_cost.cpu_us);
         plan.progress("rounds", i + 1, rounds);
     }
-    findings found;
+    measurements found;
     found.figures = {make_figure("commands", "rate", "records/s", rate),
                      make_figure("commands", "CPU per record", "us", cpu)};
     found.figures[0].direction = better::more;

@@ -91,9 +91,9 @@ figure measure_slow_router(const bench_plan& plan)
 }
 } // namespace
 
-findings measure_discovery(const bench_plan& plan)
+measurements measure_discovery(const bench_plan& plan)
 {
-    findings found;
+    measurements found;
     found.figures = {measure_size(plan, 256), measure_size(plan, 1024), measure_slow_router(plan)};
     return found;
 }

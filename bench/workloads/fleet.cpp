@@ -212,13 +212,13 @@ void allow_many_descriptors()
 }
 } // namespace
 
-findings measure_fleet(const bench_plan& plan)
+measurements measure_fleet(const bench_plan& plan)
 {
     allow_many_descriptors();
     const std::vector<std::size_t> sizes =
         plan.quick ? std::vector<std::size_t>(QUICK_SIZES.begin(), QUICK_SIZES.end())
                    : std::vector<std::size_t>(SIZES.begin(), SIZES.end());
-    findings found;
+    measurements found;
     found.tables = {{.title = "Backends on one machine, each with a 64×64 router",
                      .columns = {"backends", "CPU ms/s", "each", "PSS MiB", "take p99 ms",
                                  "largest delay of a poll ms", "2 cores would carry"},

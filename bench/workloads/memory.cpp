@@ -94,9 +94,9 @@ std::vector<figure> measure_rest(const bench_plan& plan)
 }
 } // namespace
 
-findings measure_memory(const bench_plan& plan)
+measurements measure_memory(const bench_plan& plan)
 {
-    findings found;
+    measurements found;
     const std::size_t parts = plan.quick ? QUICK_PARTS : PARTS;
     found.figures = measure_rest(plan);
     const running_rig ours = start_backend_on(plan.programs, router_answers(PORTS, PORTS));

@@ -16,7 +16,7 @@ std::string output_of(const std::string& command)
 }
 } // namespace
 
-findings measure_pieces(const bench_plan& plan)
+measurements measure_pieces(const bench_plan& plan)
 {
     const std::string command = "'" + plan.programs.pieces + "' --benchmark_format=json" +
                                 (plan.quick ? " --benchmark_min_time=0.001" : "");

@@ -37,7 +37,7 @@ double floor_cpu(rig& floor, const std::string& frames)
 }
 } // namespace
 
-findings measure_report(const bench_plan& plan)
+measurements measure_report(const bench_plan& plan)
 {
     const auto answers = router_answers(ROUTES, ROUTES);
     const running_rig ours = start_backend_on(plan.programs, answers);
@@ -54,7 +54,7 @@ findings measure_report(const bench_plan& plan)
         cpu.floor.push_back(floor_cpu(*floor, frames));
         plan.progress("rounds", i + 1, rounds);
     }
-    findings found;
+    measurements found;
     found.figures = {make_figure("report", "CPU of 256 routes", "us", cpu)};
     return found;
 }

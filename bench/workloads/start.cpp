@@ -15,7 +15,7 @@ double time_start(const std::vector<std::string>& words)
 }
 } // namespace
 
-findings measure_start(const bench_plan& plan)
+measurements measure_start(const bench_plan& plan)
 {
     const temporary_directory directory;
     const std::string settings = directory.file("no_router.conf", "");
@@ -30,7 +30,7 @@ findings measure_start(const bench_plan& plan)
             time_start({plan.programs.floor_folder + "/floor_empty_shared"}));
         plan.progress("starts", i + 1, rounds);
     }
-    findings found;
+    measurements found;
     beside_usual.ours = samples.ours;
     found.figures = {make_figure("start", "first record", "us", samples),
                      make_figure("start", "beside a usual program", "us", beside_usual)};

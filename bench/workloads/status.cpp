@@ -3,8 +3,8 @@
 #include <stdexcept>
 
 #include "bench/figure_text.h"
-#include "bench/workloads/workload.h"
 #include "bench/system_calls.h"
+#include "bench/workloads/workload.h"
 
 namespace {
 constexpr std::size_t CYCLES = 60;
@@ -120,10 +120,10 @@ text_table measure_growth(const bench_plan& plan)
 }
 } // namespace
 
-findings measure_status(const bench_plan& plan)
+measurements measure_status(const bench_plan& plan)
 {
     const auto answers = router_answers(256, 256);
-    findings found;
+    measurements found;
     {
         const running_rig ours = start_backend_on(plan.programs, answers);
         const running_rig floor = start_floor_on(plan.programs, "status", answers);

@@ -99,7 +99,7 @@ text_table measure_salvos(const bench_plan& plan)
 }
 } // namespace
 
-findings measure_take(const bench_plan& plan)
+measurements measure_take(const bench_plan& plan)
 {
     const auto answers = router_answers(16, 16);
     take_rigs rigs{.ours = start_backend_on(plan.programs, answers),
@@ -116,7 +116,7 @@ findings measure_take(const bench_plan& plan)
         samples.floor.push_back(time_flush(rigs, *rigs.floor));
         plan.progress("takes", i + 1, takes);
     }
-    findings found;
+    measurements found;
     for (const auto& [measure, quantile] : {std::pair{"p50", 0.5}, std::pair{"p99", 0.99}}) {
         found.figures.push_back(make_figure("take", measure, "us", samples, quantile));
         found.figures.back().aim = AIM;

@@ -1,4 +1,4 @@
-// The scenarios that are measured. Each starts the backend and its floor anew and takes turns
+// The workloads that are measured. Each starts the backend and its floor anew and takes turns
 // between them, or has both do little at the same time; only fleets of different size follow each
 // other. None depends on how fast the machine is. All throw when a program cannot be started, ends
 // or does not answer.
@@ -9,44 +9,44 @@
 #include <vector>
 
 #include "bench/figure.h"
-#include "bench/workloads/measured_program.h"
 #include "bench/table.h"
+#include "bench/workloads/measured_program.h"
 
 struct bench_plan {
     program_paths programs;
     bool quick = false; // few repetitions: shows that it works, not how fast it is
-    // For people: how far a step of the scenario is. Called at its beginning with 0.
+    // For people: how far a step of the workload is. Called at its beginning with 0.
     std::function<void(const char* step, std::size_t done, std::size_t all)> progress;
 };
 
-struct findings {
+struct measurements {
     std::vector<figure> figures;
     std::vector<text_table> tables;
 };
 
 // From the last byte of a flush to the route change at the router, the link being idle.
-findings measure_take(const bench_plan& plan);
+measurements measure_take(const bench_plan& plan);
 
 // Records answered in a second when they come as fast as they are taken, and what one costs.
-findings measure_commands(const bench_plan& plan);
+measurements measure_commands(const bench_plan& plan);
 
 // What a polling cycle costs when nothing changes, and its system calls.
-findings measure_status(const bench_plan& plan);
+measurements measure_status(const bench_plan& plan);
 
 // From the connection to the record that tells what the router is, and what waiting for it costs.
-findings measure_discovery(const bench_plan& plan);
+measurements measure_discovery(const bench_plan& plan);
 
 // What 256 route changes at once cost until the parent has been told.
-findings measure_report(const bench_plan& plan);
+measurements measure_report(const bench_plan& plan);
 
 // From the start of the program to its first record.
-findings measure_start(const bench_plan& plan);
+measurements measure_start(const bench_plan& plan);
 
 // What the program holds, at rest and after the traffic of a day.
-findings measure_memory(const bench_plan& plan);
+measurements measure_memory(const bench_plan& plan);
 
 // How cost grows with the number of backends on one machine.
-findings measure_fleet(const bench_plan& plan);
+measurements measure_fleet(const bench_plan& plan);
 
 // What the parts of the program cost by themselves, without any system call.
-findings measure_pieces(const bench_plan& plan);
+measurements measure_pieces(const bench_plan& plan);

@@ -8,7 +8,7 @@
 namespace {
 bench_run small_run()
 {
-    figure rate = {.scenario = "commands", .measure = "rate", .unit = "records/s", .ours = 9};
+    figure rate = {.workload = "commands", .measure = "rate", .unit = "records/s", .ours = 9};
     rate.floor = 8;
     rate.ratio = 1.125;
     rate.ratio_low = 1;
@@ -18,7 +18,7 @@ bench_run small_run()
     return {
         .commit = "1234abc",
         .machine = {.cores = 2, .processor = "Some processor", .kernel = "6.1"},
-        .figures = {rate, {.scenario = "idle", .measure = "allocations", .unit = "", .ours = 0}},
+        .figures = {rate, {.workload = "idle", .measure = "allocations", .unit = "", .ours = 0}},
         .tables = {{"Calls", {"call", "ours"}, {{"read", "5"}, {"select", "6"}}}}};
 }
 
@@ -31,7 +31,7 @@ const char* const SMALL_RUN_JSON = R"({
   },
   "figures": [
     {
-      "scenario": "commands",
+      "workload": "commands",
       "measure": "rate",
       "unit": "records/s",
       "ours": 9.0,
@@ -43,7 +43,7 @@ const char* const SMALL_RUN_JSON = R"({
       "aim": 0.85
     },
     {
-      "scenario": "idle",
+      "workload": "idle",
       "measure": "allocations",
       "unit": "",
       "ours": 0.0,

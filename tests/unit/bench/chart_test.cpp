@@ -9,7 +9,7 @@ using testing::Not;
 namespace {
 figure charted(double ratio, std::optional<double> aim = {})
 {
-    figure figure = {.scenario = "take", .measure = "p50", .unit = "us", .ours = 3};
+    figure figure = {.workload = "take", .measure = "p50", .unit = "us", .ours = 3};
     figure.floor = 2;
     figure.ratio = ratio;
     figure.ratio_low = ratio - 0.25;
@@ -97,7 +97,7 @@ TEST(Chart, LabelsTellTheAimOfAFigureWithoutSpread)
 TEST(Chart, LabelsMayHoldWhatMeansSomethingInXml)
 {
     figure figure = charted(1);
-    figure.scenario = "a<b";
+    figure.workload = "a<b";
     figure.measure = "c&d";
     EXPECT_THAT(chart_of({figure}), HasSubstr(">a&lt;b <tspan fill=\"#777\">c&amp;d</tspan>"));
 }

@@ -52,7 +52,7 @@ TEST(Quantile, DoesNotDependOnTheOrderOfSamples)
 TEST(Figure, RelatesTheMediansOfBothSides)
 {
     const figure made = make_figure("take", "p50", "us", {{30, 10, 20}, {16, 16}});
-    EXPECT_EQ(made.scenario, "take");
+    EXPECT_EQ(made.workload, "take");
     EXPECT_EQ(made.measure, "p50");
     EXPECT_EQ(made.unit, "us");
     EXPECT_EQ(made.ours, 20);

@@ -5,7 +5,7 @@
 namespace {
 figure ratio_of(double ratio, double low, double high)
 {
-    figure figure = {.scenario = "take", .measure = "p50", .unit = "us", .ours = ratio};
+    figure figure = {.workload = "take", .measure = "p50", .unit = "us", .ours = ratio};
     figure.floor = 1;
     figure.ratio = ratio;
     figure.ratio_low = low;
@@ -15,7 +15,7 @@ figure ratio_of(double ratio, double low, double high)
 
 figure value_of(double value)
 {
-    return {.scenario = "memory", .measure = "slope", .unit = "KiB/h", .ours = value};
+    return {.workload = "memory", .measure = "slope", .unit = "KiB/h", .ours = value};
 }
 
 figure aimed(figure figure, double aim, better direction)
@@ -135,7 +135,7 @@ TEST(ChangeText, FigureOfAnotherKindIsNoneToCompareWith)
 {
     const figure now = value_of(1);
     std::vector<figure> last(3, now);
-    last[0].scenario = "start";
+    last[0].workload = "start";
     last[1].measure = "PSS";
     last[2].unit = "MiB/h";
     for (const figure& other : last)

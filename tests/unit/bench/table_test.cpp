@@ -8,22 +8,22 @@ const text_table CALLS = {
 
 std::vector<figure> take_and_memory()
 {
-    figure take = {.scenario = "take", .measure = "p50", .unit = "us", .ours = 30.04};
+    figure take = {.workload = "take", .measure = "p50", .unit = "us", .ours = 30.04};
     take.floor = 20;
     take.ratio = 1.502;
     take.ratio_low = 0.984;
     take.ratio_high = 1.6;
     take.aim = 1.25;
-    figure calls = {.scenario = "idle", .measure = "calls", .unit = "calls", .ours = 3};
+    figure calls = {.workload = "idle", .measure = "calls", .unit = "calls", .ours = 3};
     calls.floor = 0;
-    return {take, calls, {.scenario = "idle", .measure = "allocations", .unit = "", .ours = 0}};
+    return {take, calls, {.workload = "idle", .measure = "allocations", .unit = "", .ours = 0}};
 }
 } // namespace
 
 TEST(FiguresTable, HasARowPerFigure)
 {
     const text_table table = figures_table(take_and_memory());
-    const std::vector<std::string> columns = {"scenario", "measure", "ours", "floor",
+    const std::vector<std::string> columns = {"workload", "measure", "ours", "floor",
                                               "ratio",    "spread",  "aim",  "verdict"};
     const std::vector<std::vector<std::string>> rows = {
         {"take", "p50", "30.0 us", "20 us", "1.50", "0.98-1.60", "≤ 1.25", "missed"},
