@@ -15,49 +15,49 @@ struct command_cost {
     double cpu_us = 0; // per record
 };
 
-std::size_t take_replies(rig& rig)
+std::size_t remove_replies(measured_program& program)
 {
     std::size_t count = 0;
     std::size_t begin = 0;
-    for (std::size_t end = 0; (end = rig.heard.find("\n\n", begin)) != std::string::npos;) {
+    for (std::size_t end = 0; (end = program.heard.find("\n\n", begin)) != std::string::npos;) {
         begin = end + 2;
         ++count;
     }
-    rig.heard.erase(0, begin);
+    program.heard.erase(0, begin);
     return count;
 }
 
 // Writes as the pipe takes it and reads what comes, until each record has been answered.
-command_cost answer_all(rig& rig, std::size_t records)
+command_cost answer_all(measured_program& program, std::size_t records)
 {
     std::string text;
     for (std::size_t i = 0; i < records; ++i)
         text += RECORD;
-    fcntl(rig.input.number, F_SETFL, O_NONBLOCK);
-    const double cpu_before = cpu_in_us(rig);
+    fcntl(program.input.number, F_SETFL, O_NONBLOCK);
+    const double cpu_before = cpu_in_us(program);
     const double start = now_in_us();
     std::string_view unsent = text;
     std::size_t answered = 0;
-    serve_until({&rig}, [&] {
-        const ssize_t count = write(rig.input.number, unsent.data(), unsent.size());
+    serve_until({&program}, [&] {
+        const ssize_t count = write(program.input.number, unsent.data(), unsent.size());
         if (count > 0) unsent.remove_prefix(static_cast<std::size_t>(count));
-        answered += take_replies(rig);
+        answered += remove_replies(program);
         return answered >= records;
     });
     const auto all = static_cast<double>(records);
     const double rate = all / (now_in_us() - start) * 1e6;
-    return {rate, (settled_cpu_in_us(rig) - cpu_before) / all};
+    return {rate, (settled_cpu_in_us(program) - cpu_before) / all};
 }
 } // namespace
 
 measurements measure_commands(const bench_plan& plan)
 {
-    rig ours;
-    rig floor;
+    measured_program ours;
+    measured_program floor;
     start_program(ours,
                   {plan.programs.backend, "--file", ours.directory.file("no_router.conf", "")});
     start_program(floor, {plan.programs.floor_folder + "/floor_commands"});
-    serve_until({&ours}, [&] { return take_replies(ours) > 0; });
+    serve_until({&ours}, [&] { return remove_replies(ours) > 0; });
     const std::size_t records = plan.quick ? QUICK_RECORDS : RECORDS;
     const std::size_t rounds = plan.quick ? 1 : ROUNDS;
     paired_samples rate;

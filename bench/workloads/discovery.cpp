@@ -20,22 +20,22 @@ long count_answers(const std::map<std::string, std::string>& answers)
     return count;
 }
 
-void await_connection(rig& rig)
+void await_connection(measured_program& program)
 {
-    serve_until({&rig}, [&] { return rig.router.connections == 1; });
+    serve_until({&program}, [&] { return program.router.connections == 1; });
 }
 
-bool tells_identity(rig& rig)
+bool tells_identity(measured_program& program)
 {
-    return hears(rig, "\nmodel=Bench router\n");
+    return hears(program, "\nmodel=Bench router\n");
 }
 
 // From the connection on, in milliseconds.
-double time_discovery(rig& rig)
+double time_discovery(measured_program& program)
 {
-    await_connection(rig);
+    await_connection(program);
     const double start = now_in_us();
-    serve_until({&rig}, [&] { return tells_identity(rig); });
+    serve_until({&program}, [&] { return tells_identity(program); });
     return (now_in_us() - start) / 1000;
 }
 
@@ -59,16 +59,16 @@ figure measure_size(const bench_plan& plan, std::size_t size)
 }
 
 // CPU of each second in which the router reads nothing, in milliseconds.
-double wait_for_slow_router(rig& rig, double milliseconds)
+double wait_for_slow_router(measured_program& program, double milliseconds)
 {
-    rig.router.reads = false;
-    await_connection(rig);
-    serve_for({&rig}, 20); // the requests are sent
-    const double before = cpu_in_us(rig);
-    serve_for({&rig}, milliseconds);
-    const double used = cpu_in_us(rig) - before;
-    rig.router.reads = true;
-    serve_until({&rig}, [&] { return tells_identity(rig); });
+    program.router.reads = false;
+    await_connection(program);
+    serve_for({&program}, 20); // the requests are sent
+    const double before = cpu_in_us(program);
+    serve_for({&program}, milliseconds);
+    const double used = cpu_in_us(program) - before;
+    program.router.reads = true;
+    serve_until({&program}, [&] { return tells_identity(program); });
     return used / milliseconds;
 }
 

@@ -21,7 +21,7 @@ constexpr double CORES = 2;
 
 // One backend and what it is doing.
 struct fleet_member {
-    running_rig rig;
+    running_program program;
     double cycle_end = 0;     // the last polling cycle's, 0 before the first
     double take_interval = 0; // 0: no takes
     double next_take = 0;
@@ -31,7 +31,7 @@ struct fleet_member {
 
 struct fleet {
     std::vector<fleet_member> members;
-    std::vector<rig*> rigs;
+    std::vector<measured_program*> programs;
     std::vector<double> take_us{};
     double largest_poll_delay_us = 0;
 };
@@ -48,19 +48,19 @@ fleet start_fleet(const bench_plan& plan, std::size_t size)
     const auto answers = router_answers(64, 64);
     fleet started;
     for (std::size_t i = 0; i < size; ++i) {
-        started.members.push_back({.rig = start_backend_on(plan.programs, answers)});
-        started.rigs.push_back(started.members.back().rig.get());
-        serve_for(started.rigs, 1); // nobody waits for long for its router
+        started.members.push_back({.program = start_backend_on(plan.programs, answers)});
+        started.programs.push_back(started.members.back().program.get());
+        serve_for(started.programs, 1); // nobody waits for long for its router
     }
-    for (rig* const each : started.rigs)
-        serve_until(started.rigs, [&] { return hears(*each, "\no0.name="); });
+    for (measured_program* const each : started.programs)
+        serve_until(started.programs, [&] { return hears(*each, "\no0.name="); });
     return started;
 }
 
 // Polls that have come and takes that have arrived.
 void note_requests(fleet& fleet, fleet_member& member, double now)
 {
-    for (const std::string& request : member.rig->router.requests) {
+    for (const std::string& request : member.program->router.requests) {
         if (request == "QD") member.cycle_end = now;
         if (request == "BK F" && member.cycle_end > 0)
             fleet.largest_poll_delay_us =
@@ -70,27 +70,27 @@ void note_requests(fleet& fleet, fleet_member& member, double now)
             member.flush_start = 0;
         }
     }
-    member.rig->router.requests.clear();
+    member.program->router.requests.clear();
 }
 
 void go_on_with_take(fleet_member& member, double now)
 {
-    if (member.adding && hears(*member.rig, "*TYPE=reply\n\n")) {
+    if (member.adding && hears(*member.program, "*TYPE=reply\n\n")) {
         member.adding = false;
         member.flush_start = now_in_us();
-        say(*member.rig, FLUSH_RECORD);
+        say(*member.program, FLUSH_RECORD);
     } else if (!member.adding && member.flush_start == 0 && now >= member.next_take) {
-        member.rig->heard.clear();
+        member.program->heard.clear();
         member.adding = true;
         member.next_take += member.take_interval;
-        say(*member.rig, add_record(0, 1));
+        say(*member.program, add_record(0, 1));
     }
 }
 
 double cpu_of(const fleet& fleet)
 {
     double sum = 0;
-    for (const rig* const each : fleet.rigs)
+    for (const measured_program* const each : fleet.programs)
         sum += cpu_in_us(*each);
     return sum;
 }
@@ -98,7 +98,7 @@ double cpu_of(const fleet& fleet)
 double pss_of(const fleet& fleet)
 {
     double sum = 0;
-    for (const rig* const each : fleet.rigs)
+    for (const measured_program* const each : fleet.programs)
         sum += pss_in_kib(*each);
     return sum;
 }
@@ -109,7 +109,7 @@ void serve_fleet(fleet& fleet, std::size_t windows,
 {
     double window_start = now_in_us();
     std::size_t over = 0;
-    serve_until(fleet.rigs, [&] {
+    serve_until(fleet.programs, [&] {
         const double now = now_in_us();
         for (fleet_member& member : fleet.members) {
             note_requests(fleet, member, now);

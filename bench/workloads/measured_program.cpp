@@ -68,32 +68,32 @@ std::map<std::string, std::string> router_answers(std::size_t sources, std::size
     return answers;
 }
 
-void start_program(rig& rig, const std::vector<std::string>& words)
+void start_program(measured_program& program, const std::vector<std::string>& words)
 {
     descriptor_pair input = pipe_to_child();
     descriptor_pair output = pipe_from_child();
     const owned_descriptor errors(open("/dev/null", O_WRONLY | O_CLOEXEC));
-    start_child(rig.program, words, {input.childs.number, output.childs.number, errors.number});
-    rig.input = std::move(input.ours);
-    rig.output = std::move(output.ours);
-    fcntl(rig.output.number, F_SETFL, O_NONBLOCK);
+    start_child(program.child, words, {input.childs.number, output.childs.number, errors.number});
+    program.input = std::move(input.ours);
+    program.output = std::move(output.ours);
+    fcntl(program.output.number, F_SETFL, O_NONBLOCK);
 }
 
 namespace {
-running_rig listening_rig(const std::map<std::string, std::string>& answers)
+running_program listening_program(const std::map<std::string, std::string>& answers)
 {
-    auto made = std::make_unique<rig>();
+    auto made = std::make_unique<measured_program>();
     made->router.answers = answers;
     listen_for_client(made->router);
     return made;
 }
 } // namespace
 
-running_rig start_backend_on(const program_paths& programs,
-                             const std::map<std::string, std::string>& answers,
-                             const std::vector<std::string>& launcher)
+running_program start_backend_on(const program_paths& programs,
+                                 const std::map<std::string, std::string>& answers,
+                                 const std::vector<std::string>& launcher)
 {
-    running_rig started = listening_rig(answers);
+    running_program started = listening_program(answers);
     const std::string port = std::to_string(started->router.port);
     std::vector<std::string> words = launcher;
     words.insert(words.end(), {programs.backend, "--file",
@@ -103,12 +103,12 @@ running_rig start_backend_on(const program_paths& programs,
     return started;
 }
 
-running_rig start_floor_on(const program_paths& programs, const std::string& name,
-                           const std::map<std::string, std::string>& answers,
-                           const std::vector<std::string>& arguments,
-                           const std::vector<std::string>& launcher)
+running_program start_floor_on(const program_paths& programs, const std::string& name,
+                               const std::map<std::string, std::string>& answers,
+                               const std::vector<std::string>& arguments,
+                               const std::vector<std::string>& launcher)
 {
-    running_rig started = listening_rig(answers);
+    running_program started = listening_program(answers);
     std::vector<std::string> words = launcher;
     words.insert(words.end(),
                  {programs.floor_folder + "/floor_" + name, std::to_string(started->router.port)});
@@ -125,27 +125,27 @@ void answer_at_once(const tcp_router& router)
     setsockopt(router.client, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
 }
 
-void serve_rig_router(tcp_router& router)
+void serve_router_of(tcp_router& router)
 {
     const int connections = router.connections;
     serve_router(router);
     if (router.connections != connections && router.client >= 0) answer_at_once(router);
 }
 
-void serve_output(rig& rig)
+void serve_output(measured_program& program)
 {
     char bytes[65536];
     ssize_t count = 0;
-    while ((count = read(rig.output.number, bytes, sizeof bytes)) > 0)
-        rig.heard.append(bytes, static_cast<std::size_t>(count));
+    while ((count = read(program.output.number, bytes, sizeof bytes)) > 0)
+        program.heard.append(bytes, static_cast<std::size_t>(count));
     if (count == 0) throw std::runtime_error("A program under measurement has ended by itself.");
 }
 
-void serve_once(const std::vector<rig*>& rigs, int longest_wait_ms)
+void serve_once(const std::vector<measured_program*>& programs, int longest_wait_ms)
 {
     std::vector<pollfd> descriptors;
-    std::vector<std::pair<rig*, bool>> served; // and whether it is about the router
-    for (rig* const each : rigs) {
+    std::vector<std::pair<measured_program*, bool>> served; // and whether it is about the router
+    for (measured_program* const each : programs) {
         if (each->router.listening) {
             add_poll_descriptors(each->router, descriptors);
             while (served.size() < descriptors.size())
@@ -159,125 +159,126 @@ void serve_once(const std::vector<rig*>& rigs, int longest_wait_ms)
         if (descriptors[i].revents == 0) continue;
         const auto& [each, is_router] = served[i];
         if (is_router)
-            serve_rig_router(each->router);
+            serve_router_of(each->router);
         else
             serve_output(*each);
     }
 }
 } // namespace
 
-void serve_until(const std::vector<rig*>& rigs, const std::function<bool()>& done)
+void serve_until(const std::vector<measured_program*>& programs, const std::function<bool()>& done)
 {
     const double start = now_in_us();
     while (!done()) {
-        serve_once(rigs, LONGEST_WAIT_MS);
+        serve_once(programs, LONGEST_WAIT_MS);
         if (now_in_us() - start > TIME_LIMIT_US)
             throw std::runtime_error("A program under measurement does not answer.");
     }
 }
 
-void serve_for(const std::vector<rig*>& rigs, double milliseconds)
+void serve_for(const std::vector<measured_program*>& programs, double milliseconds)
 {
     const double end = now_in_us() + milliseconds * 1000;
     for (double left = milliseconds; left > 0; left = (end - now_in_us()) / 1000)
-        serve_once(rigs, std::min(LONGEST_WAIT_MS, static_cast<int>(left) + 1));
+        serve_once(programs, std::min(LONGEST_WAIT_MS, static_cast<int>(left) + 1));
 }
 
-void say(const rig& rig, std::string_view records)
+void say(const measured_program& program, std::string_view records)
 {
-    write_all(rig.input.number, records);
+    write_all(program.input.number, records);
 }
 
-bool hears(rig& rig, std::string_view text)
+bool hears(measured_program& program, std::string_view text)
 {
-    const std::size_t begin = rig.heard.find(text);
+    const std::size_t begin = program.heard.find(text);
     if (begin == std::string::npos) return false;
-    rig.heard.erase(0, begin + text.size());
+    program.heard.erase(0, begin + text.size());
     return true;
 }
 
-void await_discovery(rig& rig)
+void await_discovery(measured_program& program)
 {
-    serve_until({&rig}, [&] { return hears(rig, "\no0.name="); });
+    serve_until({&program}, [&] { return hears(program, "\no0.name="); });
 }
 
-void await_end_of_cycle(rig& rig)
+void await_end_of_cycle(measured_program& program)
 {
-    rig.router.requests.clear();
-    serve_until({&rig}, [&] { return count_requests(rig.router, "QD") > 0; });
-    serve_for({&rig}, 20);
+    program.router.requests.clear();
+    serve_until({&program}, [&] { return count_requests(program.router, "QD") > 0; });
+    serve_for({&program}, 20);
 }
 
-double show_routes(rig& rig, const std::string& frames, const std::function<bool()>& told)
+double show_routes(measured_program& program, const std::string& frames,
+                   const std::function<bool()>& told)
 {
     for (int attempt = 0; attempt < MOST_ATTEMPTS; ++attempt) {
-        await_end_of_cycle(rig);
-        rig.heard.clear();
-        rig.router.requests.clear();
-        const double cpu_before = cpu_in_us(rig);
-        send_bytes(rig.router, frames);
+        await_end_of_cycle(program);
+        program.heard.clear();
+        program.router.requests.clear();
+        const double cpu_before = cpu_in_us(program);
+        send_bytes(program.router, frames);
         bool is_told = false;
-        serve_until({&rig}, [&] {
+        serve_until({&program}, [&] {
             is_told = told();
-            return is_told || count_requests(rig.router, "QD") > 0;
+            return is_told || count_requests(program.router, "QD") > 0;
         });
-        const double cpu = settled_cpu_in_us(rig) - cpu_before;
-        if (is_told && count_requests(rig.router, "BK F") == 0) return cpu;
+        const double cpu = settled_cpu_in_us(program) - cpu_before;
+        if (is_told && count_requests(program.router, "BK F") == 0) return cpu;
     }
     throw std::runtime_error("The parent is never told of the routes.");
 }
 
 namespace {
-void stage_changes(rig& rig, std::size_t takes, int input)
+void stage_changes(measured_program& program, std::size_t takes, int input)
 {
     std::string records;
     for (std::size_t output = 0; output < takes; ++output)
         records += add_record(static_cast<int>(output), input);
-    rig.heard.clear();
-    say(rig, records);
+    program.heard.clear();
+    say(program, records);
     std::size_t replies = 0;
-    serve_until({&rig}, [&] {
-        while (hears(rig, REPLY))
+    serve_until({&program}, [&] {
+        while (hears(program, REPLY))
             ++replies;
         return replies == takes;
     });
 }
 
-std::size_t count_takes(const rig& rig)
+std::size_t count_takes(const measured_program& program)
 {
     const auto is_take = [](const std::string& request) {
         return request.starts_with("TI ");
     };
-    const auto& requests = rig.router.requests;
+    const auto& requests = program.router.requests;
     return static_cast<std::size_t>(std::count_if(requests.begin(), requests.end(), is_take));
 }
 } // namespace
 
-salvo_cost take_salvo(rig& rig, std::size_t takes, int input)
+salvo_cost send_salvo(measured_program& program, std::size_t takes, int input)
 {
     for (int attempt = 0; attempt < MOST_ATTEMPTS; ++attempt) {
-        stage_changes(rig, takes, input);
-        await_end_of_cycle(rig);
-        rig.router.requests.clear();
-        const double cpu_before = cpu_in_us(rig);
+        stage_changes(program, takes, input);
+        await_end_of_cycle(program);
+        program.router.requests.clear();
+        const double cpu_before = cpu_in_us(program);
         const double start = now_in_us();
-        say(rig, FLUSH_RECORD);
+        say(program, FLUSH_RECORD);
         double last_take = 0;
         double reply = 0;
-        serve_until({&rig}, [&] {
-            if (last_take == 0 && count_takes(rig) == takes) last_take = now_in_us();
-            if (reply == 0 && hears(rig, REPLY)) reply = now_in_us();
+        serve_until({&program}, [&] {
+            if (last_take == 0 && count_takes(program) == takes) last_take = now_in_us();
+            if (reply == 0 && hears(program, REPLY)) reply = now_in_us();
             return reply > 0 && (last_take > 0 || now_in_us() > reply + TAKES_MISSING_AFTER_US);
         });
-        if (last_take > 0) return {last_take - start, settled_cpu_in_us(rig) - cpu_before};
+        if (last_take > 0) return {last_take - start, settled_cpu_in_us(program) - cpu_before};
     }
     throw std::runtime_error("The changes of a salvo never reach the router together.");
 }
 
-void end_program(rig& rig)
+void end_program(measured_program& program)
 {
-    rig.input.reset();
-    status_at_end(rig.program);
+    program.input.reset();
+    status_at_end(program.child);
 }
 
 double now_in_us()
@@ -287,24 +288,24 @@ double now_in_us()
         .count();
 }
 
-double cpu_in_us(const rig& rig)
+double cpu_in_us(const measured_program& program)
 {
     clockid_t clock = 0;
     timespec used{};
-    if (clock_getcpuclockid(rig.program.process, &clock) != 0 || clock_gettime(clock, &used) != 0)
+    if (clock_getcpuclockid(program.child.process, &clock) != 0 || clock_gettime(clock, &used) != 0)
         throw std::runtime_error("A program under measurement has ended by itself.");
     return static_cast<double>(used.tv_sec) * 1e6 + static_cast<double>(used.tv_nsec) / 1e3;
 }
 
-double settled_cpu_in_us(rig& rig)
+double settled_cpu_in_us(measured_program& program)
 {
-    serve_for({&rig}, 2);
-    return cpu_in_us(rig);
+    serve_for({&program}, 2);
+    return cpu_in_us(program);
 }
 
-double pss_in_kib(const rig& rig)
+double pss_in_kib(const measured_program& program)
 {
-    std::ifstream rollup("/proc/" + std::to_string(rig.program.process) + "/smaps_rollup");
+    std::ifstream rollup("/proc/" + std::to_string(program.child.process) + "/smaps_rollup");
     for (std::string word; rollup >> word;) {
         double kib = 0;
         if (word == "Pss:" && rollup >> kib) return kib;

@@ -19,63 +19,64 @@ struct program_paths {
     std::string pieces;
 };
 
-struct rig {
+struct measured_program {
     temporary_directory directory;
     tcp_router router;
-    child_process program;
+    child_process child;
     owned_descriptor input;  // writes to the program's standard input
     owned_descriptor output; // reads its standard output, without waiting
     std::string heard;       // what it has written and nobody has taken out
 };
 
-using running_rig = std::unique_ptr<rig>;
+using running_program = std::unique_ptr<measured_program>;
 
 // What a router with so many sources and destinations, all indexes from 1, answers at once:
 // nothing ever changes, every destination shows the first source.
 std::map<std::string, std::string> router_answers(std::size_t sources, std::size_t destinations);
 
 // Starts the words as a program between pipes, without a router.
-void start_program(rig& rig, const std::vector<std::string>& words);
+void start_program(measured_program& program, const std::vector<std::string>& words);
 
 // Starts the backend on a router with these answers, which listens on a port of its own. The
 // launcher's words stand before its own.
-running_rig start_backend_on(const program_paths& programs,
-                             const std::map<std::string, std::string>& answers,
-                             const std::vector<std::string>& launcher = {});
+running_program start_backend_on(const program_paths& programs,
+                                 const std::map<std::string, std::string>& answers,
+                                 const std::vector<std::string>& launcher = {});
 // The same for the floor of this name. It is told the port and then the arguments.
-running_rig start_floor_on(const program_paths& programs, const std::string& name,
-                           const std::map<std::string, std::string>& answers,
-                           const std::vector<std::string>& arguments = {},
-                           const std::vector<std::string>& launcher = {});
+running_program start_floor_on(const program_paths& programs, const std::string& name,
+                               const std::map<std::string, std::string>& answers,
+                               const std::vector<std::string>& arguments = {},
+                               const std::vector<std::string>& launcher = {});
 
 // Serves routers and outputs until done() holds: asked first, then after each event and at least
 // every 10 ms, not more often, since whoever wakes up disturbs what is measured. Throws when a
 // minute passes without.
-void serve_until(const std::vector<rig*>& rigs, const std::function<bool()>& done);
-void serve_for(const std::vector<rig*>& rigs, double milliseconds);
+void serve_until(const std::vector<measured_program*>& programs, const std::function<bool()>& done);
+void serve_for(const std::vector<measured_program*>& programs, double milliseconds);
 
-void say(const rig& rig, std::string_view records);
+void say(const measured_program& program, std::string_view records);
 
 // The records of one route change, each to be said by itself.
 std::string add_record(int output, int input);
 extern const char* const FLUSH_RECORD;
 
 // Whether the text is among what has been heard; takes everything up to its end out.
-bool hears(rig& rig, std::string_view text);
+bool hears(measured_program& program, std::string_view text);
 
 // Waits until the backend has learnt its router and told the names.
-void await_discovery(rig& rig);
+void await_discovery(measured_program& program);
 
 // Since some moment; for differences.
 double now_in_us();
 
 // Waits until a polling cycle is well over: messages that a cycle finds at its beginning are thrown
 // away, and the next begins in a third of a second at the earliest.
-void await_end_of_cycle(rig& rig);
+void await_end_of_cycle(measured_program& program);
 
 // Sends routing status that nobody has asked for, and waits until told() holds. Returns the CPU of
 // the program meanwhile, in microseconds. Done again when a polling cycle has come in between.
-double show_routes(rig& rig, const std::string& frames, const std::function<bool()>& told);
+double show_routes(measured_program& program, const std::string& frames,
+                   const std::function<bool()>& told);
 
 struct salvo_cost {
     double us = 0;     // from the flush to the last change at the router
@@ -84,17 +85,17 @@ struct salvo_cost {
 
 // Routes the input to so many outputs by one flush. Done again when the changes have not been sent
 // at once, because they were held back or had waited for too long.
-salvo_cost take_salvo(rig& rig, std::size_t takes, int input);
+salvo_cost send_salvo(measured_program& program, std::size_t takes, int input);
 
 // Ends the program by the end of its input and waits for that.
-void end_program(rig& rig);
+void end_program(measured_program& program);
 
 // Of the program, since its start. The system tells what it had used when it last waited.
-double cpu_in_us(const rig& rig);
+double cpu_in_us(const measured_program& program);
 
 // The same of a program that has just done something, after serving it for the two milliseconds in
 // which it comes to its next wait.
-double settled_cpu_in_us(rig& rig);
+double settled_cpu_in_us(measured_program& program);
 
 // Memory of the program that is its own or its share, in KiB.
-double pss_in_kib(const rig& rig);
+double pss_in_kib(const measured_program& program);

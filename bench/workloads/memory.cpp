@@ -14,55 +14,55 @@ constexpr std::size_t QUICK_PARTS = 4;
 constexpr std::size_t COMMANDS_IN_PART = 1000;
 constexpr std::uint32_t FOREIGN_SALVOS_IN_PART = 4;
 
-void answer_commands(rig& rig)
+void answer_commands(measured_program& program)
 {
     for (std::size_t i = 0; i < COMMANDS_IN_PART; ++i) {
-        say(rig, "*COMMAND=report\n*TYPE=command\n*ID=day\nwhat=inputs\n\n");
-        serve_until({&rig}, [&] { return hears(rig, "*ID=day\n\n"); });
+        say(program, "*COMMAND=report\n*TYPE=command\n*ID=day\nwhat=inputs\n\n");
+        serve_until({&program}, [&] { return hears(program, "*ID=day\n\n"); });
     }
 }
 
 // Another operator's salvos to all destinations.
-void show_foreign_takes(rig& rig)
+void show_foreign_takes(measured_program& program)
 {
     std::string frames;
     for (std::uint32_t source = 1; source <= FOREIGN_SALVOS_IN_PART; ++source)
         for (std::uint32_t i = 1; i <= PORTS; ++i)
             frames += frame(body("IQ", {upper_hex(i), "0", "0", "N", upper_hex(source)}));
-    show_routes(rig, frames, [&] { return hears(rig, ".input.all="); });
+    show_routes(program, frames, [&] { return hears(program, ".input.all="); });
 }
 
 // The names of both kinds have changed.
-void refresh_names(rig& rig)
+void refresh_names(measured_program& program)
 {
-    rig.router.requests.clear();
-    rig.router.answers["BK F"] = frame(body("KB", {"F", "14"}));
-    rig.router.answers["BK f 14"] = frame(body("ER", {"00", "BK"}));
-    serve_until({&rig}, [&] { return count_requests(rig.router, "QN ID") > 0; });
-    rig.router.answers["BK F"] = frame(body("KB", {"F", "0"}));
-    await_discovery(rig);
+    program.router.requests.clear();
+    program.router.answers["BK F"] = frame(body("KB", {"F", "14"}));
+    program.router.answers["BK f 14"] = frame(body("ER", {"00", "BK"}));
+    serve_until({&program}, [&] { return count_requests(program.router, "QN ID") > 0; });
+    program.router.answers["BK F"] = frame(body("KB", {"F", "0"}));
+    await_discovery(program);
 }
 
-void lose_connection(rig& rig)
+void lose_connection(measured_program& program)
 {
-    reset_client(rig.router);
-    await_discovery(rig);
+    reset_client(program.router);
+    await_discovery(program);
 }
 
-void live_through_part(rig& rig, std::size_t part)
+void live_through_part(measured_program& program, std::size_t part)
 {
-    answer_commands(rig);
-    take_salvo(rig, PORTS, static_cast<int>(part));
-    show_foreign_takes(rig);
-    refresh_names(rig);
-    if (part % 8 == 2) lose_connection(rig);
-    rig.heard.clear();
+    answer_commands(program);
+    send_salvo(program, PORTS, static_cast<int>(part));
+    show_foreign_takes(program);
+    refresh_names(program);
+    if (part % 8 == 2) lose_connection(program);
+    program.heard.clear();
 }
 
 // At rest, after it has learnt what there is.
 double our_rest(const bench_plan& plan)
 {
-    const running_rig ours = start_backend_on(plan.programs, router_answers(PORTS, PORTS));
+    const running_program ours = start_backend_on(plan.programs, router_answers(PORTS, PORTS));
     await_discovery(*ours);
     serve_for({ours.get()}, REST_MS);
     return pss_in_kib(*ours);
@@ -70,7 +70,7 @@ double our_rest(const bench_plan& plan)
 
 double floor_rest(const bench_plan& plan, const char* name)
 {
-    rig floor;
+    measured_program floor;
     start_program(floor, {plan.programs.floor_folder + "/" + name});
     serve_until({&floor}, [&] { return !floor.heard.empty(); });
     return pss_in_kib(floor);
@@ -99,7 +99,7 @@ measurements measure_memory(const bench_plan& plan)
     measurements found;
     const std::size_t parts = plan.quick ? QUICK_PARTS : PARTS;
     found.figures = measure_rest(plan);
-    const running_rig ours = start_backend_on(plan.programs, router_answers(PORTS, PORTS));
+    const running_program ours = start_backend_on(plan.programs, router_answers(PORTS, PORTS));
     await_discovery(*ours);
     std::vector<double> pss;
     plan.progress("a day", 0, parts);

@@ -16,19 +16,19 @@ std::string routes_at_once(std::uint32_t source)
 }
 
 // Whether one record holds all routes. Anything else is forgotten.
-bool hears_report(rig& rig)
+bool hears_report(measured_program& program)
 {
-    const std::size_t end = rig.heard.find("\n\n");
+    const std::size_t end = program.heard.find("\n\n");
     if (end == std::string::npos) return false;
-    const std::string record = rig.heard.substr(0, end);
-    rig.heard.erase(0, end + 2);
+    const std::string record = program.heard.substr(0, end);
+    program.heard.erase(0, end + 2);
     std::size_t routes = 0;
     for (std::size_t at = 0; (at = record.find(".input.all=", at)) != std::string::npos; ++at)
         ++routes;
     return routes == ROUTES;
 }
 
-double floor_cpu(rig& floor, const std::string& frames)
+double floor_cpu(measured_program& floor, const std::string& frames)
 {
     const double before = cpu_in_us(floor);
     send_bytes(floor.router, frames);
@@ -40,8 +40,8 @@ double floor_cpu(rig& floor, const std::string& frames)
 measurements measure_report(const bench_plan& plan)
 {
     const auto answers = router_answers(ROUTES, ROUTES);
-    const running_rig ours = start_backend_on(plan.programs, answers);
-    const running_rig floor =
+    const running_program ours = start_backend_on(plan.programs, answers);
+    const running_program floor =
         start_floor_on(plan.programs, "report", answers, {std::to_string(ROUTES)});
     await_discovery(*ours);
     serve_until({floor.get()}, [&] { return floor->router.connections == 1; });

@@ -7,7 +7,7 @@ constexpr double AIM = 1.3;
 
 double time_start(const std::vector<std::string>& words)
 {
-    rig started;
+    measured_program started;
     const double start = now_in_us();
     start_program(started, words);
     serve_until({&started}, [&] { return !started.heard.empty(); });

@@ -16,16 +16,17 @@ constexpr double AIM = 1.2;
 constexpr const char* CYCLE_MARK = "BK\\tFA6"; // as strace shows the request that begins one
 
 // Adds the CPU from one first request of a cycle to the next.
-void note_cycle(rig& rig, std::vector<double>& samples, double& before)
+void note_cycle(measured_program& program, std::vector<double>& samples, double& before)
 {
-    if (count_requests(rig.router, "BK F") == 0) return;
-    rig.router.requests.clear();
-    const double now = cpu_in_us(rig);
+    if (count_requests(program.router, "BK F") == 0) return;
+    program.router.requests.clear();
+    const double now = cpu_in_us(program);
     if (before > 0) samples.push_back(now - before);
     before = now;
 }
 
-paired_samples measure_cycles(const bench_plan& plan, rig& ours, rig& floor, std::size_t cycles)
+paired_samples measure_cycles(const bench_plan& plan, measured_program& ours,
+                              measured_program& floor, std::size_t cycles)
 {
     paired_samples cpu;
     plan.progress("cycles", 0, cycles);
@@ -42,7 +43,7 @@ paired_samples measure_cycles(const bench_plan& plan, rig& ours, rig& floor, std
 }
 
 // Runs some cycles under strace.
-std::map<std::string, double> trace_cycles(rig& traced, const std::string& trace_file,
+std::map<std::string, double> trace_cycles(measured_program& traced, const std::string& trace_file,
                                            std::size_t cycles)
 {
     const auto wanted = static_cast<long>(cycles) + 1;
@@ -90,20 +91,20 @@ text_table trace_both(const bench_plan& plan, const std::map<std::string, std::s
 // CPU of a cycle with routers of these sizes, side by side.
 text_table measure_growth(const bench_plan& plan)
 {
-    std::vector<running_rig> sized;
-    std::vector<rig*> rigs;
+    std::vector<running_program> sized;
+    std::vector<measured_program*> programs;
     std::vector<std::vector<double>> cpu(ROUTER_SIZES.size());
     std::vector<double> before(ROUTER_SIZES.size());
     for (const std::size_t size : ROUTER_SIZES) {
         sized.push_back(start_backend_on(plan.programs, router_answers(size, size)));
-        rigs.push_back(sized.back().get());
+        programs.push_back(sized.back().get());
     }
     const std::size_t cycles = plan.quick ? QUICK_CYCLES : GROWTH_CYCLES;
     plan.progress("sizes", 0, 1);
-    serve_until(rigs, [&] {
+    serve_until(programs, [&] {
         bool all = true;
-        for (std::size_t i = 0; i < rigs.size(); ++i) {
-            note_cycle(*rigs[i], cpu[i], before[i]);
+        for (std::size_t i = 0; i < programs.size(); ++i) {
+            note_cycle(*programs[i], cpu[i], before[i]);
             all = all && cpu[i].size() >= cycles;
         }
         return all;
@@ -125,8 +126,8 @@ measurements measure_status(const bench_plan& plan)
     const auto answers = router_answers(256, 256);
     measurements found;
     {
-        const running_rig ours = start_backend_on(plan.programs, answers);
-        const running_rig floor = start_floor_on(plan.programs, "status", answers);
+        const running_program ours = start_backend_on(plan.programs, answers);
+        const running_program floor = start_floor_on(plan.programs, "status", answers);
         await_discovery(*ours);
         ours->router.requests.clear();
         const paired_samples cpu =

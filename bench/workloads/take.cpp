@@ -18,63 +18,63 @@ constexpr double AIM = 1.25;
 constexpr double QUIET_FROM_US = 20'000;
 constexpr double QUIET_TO_US = 250'000;
 
-struct take_rigs {
-    running_rig ours;
-    running_rig floor;
+struct take_sides {
+    running_program ours;
+    running_program floor;
     double last_cycle = 0; // when the backend's last polling cycle ended
     double last_flush = 0; // of the backend
 };
 
-bool took(rig& rig)
+bool took(measured_program& program)
 {
     const auto is_take = [](const std::string& request) {
         return request.starts_with("TI ");
     };
-    return std::any_of(rig.router.requests.begin(), rig.router.requests.end(), is_take);
+    return std::any_of(program.router.requests.begin(), program.router.requests.end(), is_take);
 }
 
 // Notes when a polling cycle has ended, and forgets requests that mean nothing here.
-void watch_cycle(take_rigs& rigs)
+void watch_cycle(take_sides& programs)
 {
-    if (count_requests(rigs.ours->router, "QD") > 0) rigs.last_cycle = now_in_us();
-    rigs.ours->router.requests.clear();
+    if (count_requests(programs.ours->router, "QD") > 0) programs.last_cycle = now_in_us();
+    programs.ours->router.requests.clear();
 }
 
-void await_quiet(take_rigs& rigs)
+void await_quiet(take_sides& programs)
 {
-    serve_until({rigs.ours.get(), rigs.floor.get()}, [&] {
-        watch_cycle(rigs);
+    serve_until({programs.ours.get(), programs.floor.get()}, [&] {
+        watch_cycle(programs);
         const double now = now_in_us();
-        return now >= rigs.last_cycle + QUIET_FROM_US && now < rigs.last_cycle + QUIET_TO_US &&
-               now >= rigs.last_flush + PACING_US;
+        return now >= programs.last_cycle + QUIET_FROM_US &&
+               now < programs.last_cycle + QUIET_TO_US && now >= programs.last_flush + PACING_US;
     });
 }
 
-// From a flush to the route change at this rig's router, in microseconds.
-double time_flush(take_rigs& rigs, rig& flushed)
+// From a flush to the route change at this program's router, in microseconds.
+double time_flush(take_sides& programs, measured_program& flushed)
 {
     flushed.router.requests.clear();
     const double start = now_in_us();
     say(flushed, FLUSH_RECORD);
-    serve_until({rigs.ours.get(), rigs.floor.get()}, [&] { return took(flushed); });
+    serve_until({programs.ours.get(), programs.floor.get()}, [&] { return took(flushed); });
     return now_in_us() - start;
 }
 
-double time_our_take(take_rigs& rigs, int input)
+double time_our_take(take_sides& programs, int input)
 {
-    rigs.ours->heard.clear();
-    say(*rigs.ours, add_record(1, input));
-    serve_until({rigs.ours.get()}, [&] { return hears(*rigs.ours, "*TYPE=reply\n\n"); });
-    await_quiet(rigs);
-    const double duration = time_flush(rigs, *rigs.ours);
-    rigs.last_flush = now_in_us();
+    programs.ours->heard.clear();
+    say(*programs.ours, add_record(1, input));
+    serve_until({programs.ours.get()}, [&] { return hears(*programs.ours, "*TYPE=reply\n\n"); });
+    await_quiet(programs);
+    const double duration = time_flush(programs, *programs.ours);
+    programs.last_flush = now_in_us();
     return duration;
 }
 
 // The routers here do not confirm takes.
 text_table measure_salvos(const bench_plan& plan)
 {
-    const running_rig ours = start_backend_on(plan.programs, router_answers(256, 256));
+    const running_program ours = start_backend_on(plan.programs, router_answers(256, 256));
     await_discovery(*ours);
     text_table table{.title = "Route changes flushed at once",
                      .columns = {"changes", "until the last us", "CPU us", "CPU us each"},
@@ -85,7 +85,7 @@ text_table measure_salvos(const bench_plan& plan)
         std::vector<double> duration;
         std::vector<double> cpu;
         for (std::size_t round = 0; round < (plan.quick ? 1 : SALVO_ROUNDS); ++round) {
-            const salvo_cost cost = take_salvo(*ours, takes, static_cast<int>(round));
+            const salvo_cost cost = send_salvo(*ours, takes, static_cast<int>(round));
             duration.push_back(cost.us);
             cpu.push_back(cost.cpu_us);
             serve_for({ours.get()}, LONGEST_PACING_MS);
@@ -102,18 +102,18 @@ text_table measure_salvos(const bench_plan& plan)
 measurements measure_take(const bench_plan& plan)
 {
     const auto answers = router_answers(16, 16);
-    take_rigs rigs{.ours = start_backend_on(plan.programs, answers),
-                   .floor = start_floor_on(plan.programs, "take", answers)};
-    await_discovery(*rigs.ours);
+    take_sides programs{.ours = start_backend_on(plan.programs, answers),
+                        .floor = start_floor_on(plan.programs, "take", answers)};
+    await_discovery(*programs.ours);
     paired_samples samples;
     const std::size_t takes = plan.quick ? QUICK_TAKES : TAKES;
     plan.progress("takes", 0, takes);
     for (std::size_t i = 0; i < takes; ++i) {
-        await_quiet(rigs);
-        samples.ours.push_back(time_our_take(rigs, static_cast<int>(i % 16)));
-        serve_for({rigs.ours.get(), rigs.floor.get()}, 10);
-        watch_cycle(rigs);
-        samples.floor.push_back(time_flush(rigs, *rigs.floor));
+        await_quiet(programs);
+        samples.ours.push_back(time_our_take(programs, static_cast<int>(i % 16)));
+        serve_for({programs.ours.get(), programs.floor.get()}, 10);
+        watch_cycle(programs);
+        samples.floor.push_back(time_flush(programs, *programs.floor));
         plan.progress("takes", i + 1, takes);
     }
     measurements found;
