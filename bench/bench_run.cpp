@@ -5,6 +5,8 @@
 #include <sys/utsname.h>
 #include <thread>
 
+namespace bench {
+
 using json = nlohmann::ordered_json; // as it is read best, and changes least from run to run
 
 namespace {
@@ -126,3 +128,5 @@ std::optional<bench_run> load_run(const std::string& path, std::ostream& complai
         return std::nullopt;
     }
 }
+
+} // namespace bench

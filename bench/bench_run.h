@@ -14,6 +14,8 @@
 #include "bench/figure.h"
 #include "bench/table.h"
 
+namespace bench {
+
 // What figures depend on, without anything that tells whose machine it is.
 struct machine_facts {
     unsigned cores = 0;
@@ -36,3 +38,5 @@ std::string run_json(const bench_run& run);
 // The run kept in that file. Without the file, or when it is damaged, one line in `complaints`
 // says so and there is nothing to compare with.
 std::optional<bench_run> load_run(const std::string& path, std::ostream& complaints);
+
+} // namespace bench

@@ -7,6 +7,8 @@
 
 #include "bench/figure_text.h"
 
+namespace bench {
+
 namespace {
 constexpr double WIDTH = 920;
 constexpr double LEFT = 250;
@@ -165,3 +167,5 @@ void write_chart(std::ostream& output, const std::vector<figure>& figures)
     write_path(output, "#333", 1, {{x_of(scale, 1), TOP - 6}, {x_of(scale, 1), scale.bottom}});
     output << "</svg>\n";
 }
+
+} // namespace bench

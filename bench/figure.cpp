@@ -5,6 +5,8 @@
 #include <cmath>
 #include <random>
 
+namespace bench {
+
 namespace {
 constexpr int RESAMPLINGS = 1000;
 constexpr double SPREAD_LOW = 0.05;
@@ -69,3 +71,5 @@ double quantile_of(std::vector<double> values, double quantile)
     const double above = *std::min_element(below + 1, values.end());
     return std::lerp(*below, above, rank - std::floor(rank));
 }
+
+} // namespace bench

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+namespace bench {
+
 // Samples of one measure, taken in turns so that what disturbs one side disturbs the other too.
 // The sides need not have as many samples as each other.
 struct paired_samples {
@@ -43,3 +45,5 @@ bool meets_aim(const figure& figure);
 
 // Of at least one value, in any order; between two neighbours in proportion.
 double quantile_of(std::vector<double> values, double quantile);
+
+} // namespace bench

@@ -5,6 +5,8 @@
 #include <iomanip>
 #include <sstream>
 
+namespace bench {
+
 namespace {
 constexpr double NEXT_TO_10 = 9.995;  // what two decimals round to 10
 constexpr double NEXT_TO_100 = 99.95; // what three digits round to 100
@@ -97,3 +99,5 @@ std::string change_text(const figure& now, const std::vector<figure>& last)
         return "as before";
     return difference_text(now.ours, before->ours, now.direction);
 }
+
+} // namespace bench

@@ -6,6 +6,8 @@
 
 #include "bench/figure.h"
 
+namespace bench {
+
 // Rounded to three significant digits unless it is a whole number, which is a count; from 10 000 up
 // in groups of three digits: "0.0123", "1.50", "412 000", but "7", "20 017".
 std::string number_text(double value);
@@ -22,3 +24,5 @@ std::string verdict_text(const figure& told); // "met", "missed"
 // by 12 %", "worse by 9 %", "new". Ratios are compared, and are as before when their spreads
 // overlap; without a floor the values are, and are as before within 25 %.
 std::string change_text(const figure& now, const std::vector<figure>& last);
+
+} // namespace bench

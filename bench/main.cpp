@@ -15,6 +15,8 @@
 #include "bench/chart.h"
 #include "bench/workloads/workload.h"
 
+namespace bench {
+
 namespace {
 struct bench_options {
     std::string programs;
@@ -153,10 +155,12 @@ int run_program(int argument_count, const char* const* arguments)
 }
 } // namespace
 
+} // namespace bench
+
 int main(int argument_count, char** arguments)
 {
     try {
-        return run_program(argument_count, arguments);
+        return bench::run_program(argument_count, arguments);
     } catch (const std::exception& fault) {
         std::fprintf(stderr, "\n%s\n", fault.what());
         return 2;

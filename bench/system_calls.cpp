@@ -2,6 +2,8 @@
 
 #include <fstream>
 
+namespace bench {
+
 namespace {
 // A line is "read(0, ...) = 1".
 std::string call_name(const std::string& line)
@@ -30,3 +32,5 @@ std::map<std::string, double> calls_per_span(const std::string& trace_file, cons
         count /= marks - 1;
     return counted;
 }
+
+} // namespace bench

@@ -4,6 +4,8 @@
 
 #include "bench/figure_text.h"
 
+namespace bench {
+
 text_table figures_table(const std::vector<figure>& figures, const std::vector<figure>& last)
 {
     text_table table = {
@@ -102,3 +104,5 @@ std::string markdown_text(const text_table& table)
         text += markdown_row(row);
     return text;
 }
+
+} // namespace bench

@@ -6,6 +6,8 @@
 
 #include "bench/figure.h"
 
+namespace bench {
+
 struct text_table {
     std::string title; // "": none
     std::vector<std::string> columns;
@@ -19,3 +21,5 @@ text_table figures_table(const std::vector<figure>& figures, const std::vector<f
 // stands to the right.
 std::string terminal_text(const text_table& table);
 std::string markdown_text(const text_table& table);
+
+} // namespace bench

@@ -8,6 +8,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+namespace bench {
+
 int router_fd = -1;
 
 namespace {
@@ -81,3 +83,5 @@ bool ends_record(char byte)
     if (byte != '\0') last_byte = byte;
     return ends;
 }
+
+} // namespace bench

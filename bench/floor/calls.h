@@ -5,6 +5,8 @@
 
 #include <string_view>
 
+namespace bench {
+
 // Opened by connect_to_router alone.
 extern int router_fd;
 
@@ -27,3 +29,5 @@ void wait_for_work(long microseconds);
 
 // Counts the bytes of the parent's records: true for the last of one.
 bool ends_record(char byte);
+
+} // namespace bench

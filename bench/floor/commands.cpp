@@ -3,6 +3,8 @@
 
 #include "calls.h"
 
+using namespace bench;
+
 namespace {
 bool answer(char byte)
 {

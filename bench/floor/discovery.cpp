@@ -11,6 +11,8 @@
 #include "calls.h"
 #include "support/frames.h"
 
+using namespace bench;
+
 namespace {
 struct named_port {
     std::string name;

@@ -6,6 +6,8 @@
 
 #include "calls.h"
 
+using namespace bench;
+
 // PORT and the number of routes.
 int main(int, char** arguments)
 {

@@ -8,6 +8,8 @@
 #include "calls.h"
 #include "support/frames.h"
 
+using namespace bench;
+
 using std::chrono::steady_clock;
 
 namespace {

@@ -6,6 +6,8 @@
 #include "calls.h"
 #include "support/frames.h"
 
+using namespace bench;
+
 namespace {
 // The frame leaves when both sides have been served once more.
 void relay(char byte, const std::string& take)

@@ -3,12 +3,12 @@
 #include <cstdlib>
 #include <new>
 
-std::uint64_t allocation_count = 0;
+std::uint64_t bench::allocation_count = 0;
 
 // The other forms of new and delete that are in use here call these by themselves.
 void* operator new(std::size_t size)
 {
-    ++allocation_count;
+    ++bench::allocation_count;
     void* const memory = std::malloc(size);
     if (memory == nullptr) throw std::bad_alloc();
     return memory;

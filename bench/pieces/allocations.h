@@ -3,5 +3,9 @@
 
 #include <cstdint>
 
+namespace bench {
+
 // Calls of any operator new since the program started.
 extern std::uint64_t allocation_count;
+
+} // namespace bench

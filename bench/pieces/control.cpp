@@ -2,6 +2,8 @@
 #include "control/reports.h"
 #include "router_model/state.h"
 
+namespace bench {
+
 namespace {
 // Each change costs one line of diagnostics, the report one write, both to the null device.
 void ReportRouteChanges(benchmark::State& state)
@@ -17,3 +19,5 @@ void ReportRouteChanges(benchmark::State& state)
 }
 BENCHMARK(ReportRouteChanges)->ArgName("changes")->Arg(256);
 } // namespace
+
+} // namespace bench

@@ -4,6 +4,8 @@
 #include "frame/main_loop.h"
 #include "router_link/status_request.h"
 
+namespace bench {
+
 namespace {
 // Connected, discovered, nothing due, nothing to read: the state of the loop between two cycles of
 // the polling. As many passes on any machine, so that an allocation every now and then shows too.
@@ -17,3 +19,5 @@ void IdleMainLoopPass(benchmark::State& state)
 }
 BENCHMARK(IdleMainLoopPass)->Iterations(100'000);
 } // namespace
+
+} // namespace bench

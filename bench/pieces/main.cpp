@@ -6,7 +6,7 @@
 
 #include "bench/pieces/pieces.h"
 
-bool idle_pass_allocates = false;
+bool bench::idle_pass_allocates = false;
 
 int main(int argument_count, char** arguments)
 {
@@ -14,6 +14,7 @@ int main(int argument_count, char** arguments)
     if (benchmark::ReportUnrecognizedArguments(argument_count, arguments)) return 1;
     if (benchmark::RunSpecifiedBenchmarks() == 0) return 1;
     benchmark::Shutdown();
-    if (idle_pass_allocates) std::fputs("An idle pass of the main loop allocates.\n", stderr);
-    return idle_pass_allocates ? 1 : 0;
+    if (bench::idle_pass_allocates)
+        std::fputs("An idle pass of the main loop allocates.\n", stderr);
+    return bench::idle_pass_allocates ? 1 : 0;
 }

@@ -1,6 +1,8 @@
 #include "bench/pieces/pieces.h"
 #include "parent/record.h"
 
+namespace bench {
+
 namespace {
 ParentRecord report(const char* command, const std::string& key, unsigned count,
                     const std::string& suffix, const std::string& value)
@@ -81,3 +83,5 @@ void DecodeNamesReport(benchmark::State& state)
 }
 BENCHMARK(DecodeNamesReport);
 } // namespace
+
+} // namespace bench

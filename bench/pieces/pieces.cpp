@@ -12,6 +12,8 @@
 #include "support/backend_state.h"
 #include "support/frames.h"
 
+namespace bench {
+
 namespace {
 constexpr unsigned NAMES_PER_ANSWER = 32;
 } // namespace
@@ -77,3 +79,5 @@ std::vector<router_message> parsed(std::string_view bytes)
     router_rx_queue.clear();
     return messages;
 }
+
+} // namespace bench

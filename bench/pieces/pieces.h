@@ -9,6 +9,8 @@
 #include "bench/pieces/allocations.h"
 #include "router_link/message.h"
 
+namespace bench {
+
 // The backend as at its start, between a parent that says nothing and reads nothing (descriptors 1
 // and 2 are the null device) and a connected router that says nothing. Puts descriptors 0 to 2 back
 // in the end: the results of the program are written to them between two measurements.
@@ -55,3 +57,5 @@ std::string route_status(unsigned destination, unsigned source);
 
 // What the parser delivers for these bytes.
 std::vector<router_message> parsed(std::string_view bytes);
+
+} // namespace bench

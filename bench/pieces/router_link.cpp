@@ -3,6 +3,8 @@
 #include "router_link/transaction.h"
 #include "router_model/state.h"
 
+namespace bench {
+
 namespace {
 constexpr std::size_t READ_SIZE = 4096; // what the connection reads at once
 
@@ -84,3 +86,5 @@ void HandleOtherMessage(benchmark::State& state)
 }
 BENCHMARK(HandleOtherMessage);
 } // namespace
+
+} // namespace bench

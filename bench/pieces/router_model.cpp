@@ -1,6 +1,8 @@
 #include "bench/pieces/pieces.h"
 #include "router_model/names.h"
 
+namespace bench {
+
 namespace {
 void UpdateSourceNames(benchmark::State& state)
 {
@@ -18,3 +20,5 @@ void UpdateDestinationNames(benchmark::State& state)
 }
 BENCHMARK(UpdateDestinationNames)->ArgName("names")->Arg(256)->Arg(1024);
 } // namespace
+
+} // namespace bench

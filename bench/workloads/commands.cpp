@@ -3,6 +3,8 @@
 
 #include "bench/workloads/workload.h"
 
+namespace bench {
+
 namespace {
 constexpr std::size_t RECORDS = 20'000;
 constexpr std::size_t QUICK_RECORDS = 500;
@@ -79,3 +81,5 @@ measurements measure_commands(const bench_plan& plan)
     found.figures[0].aim = RATE_AIM;
     return found;
 }
+
+} // namespace bench

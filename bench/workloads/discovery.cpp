@@ -2,6 +2,8 @@
 
 #include "bench/workloads/workload.h"
 
+namespace bench {
+
 namespace {
 constexpr std::size_t ROUNDS = 25;
 constexpr std::size_t QUICK_ROUNDS = 1;
@@ -97,3 +99,5 @@ measurements measure_discovery(const bench_plan& plan)
     found.figures = {measure_size(plan, 256), measure_size(plan, 1024), measure_slow_router(plan)};
     return found;
 }
+
+} // namespace bench

@@ -6,6 +6,8 @@
 #include "bench/figure_text.h"
 #include "bench/workloads/workload.h"
 
+namespace bench {
+
 namespace {
 constexpr std::array<std::size_t, 5> SIZES = {1, 10, 50, 100, 200};
 constexpr std::array<std::size_t, 3> QUICK_SIZES = {1, 2, 4};
@@ -233,3 +235,5 @@ measurements measure_fleet(const bench_plan& plan)
     found.figures = growth_figures(sizes[1], costs[1], sizes.back(), costs.back());
     return found;
 }
+
+} // namespace bench

@@ -13,6 +13,8 @@
 #include "common/numbers.h"
 #include "support/frames.h"
 
+namespace bench {
+
 namespace {
 constexpr double TIME_LIMIT_US = 60'000'000;
 constexpr double TAKES_MISSING_AFTER_US = 1'000'000; // after the reply to their flush
@@ -312,3 +314,5 @@ double pss_in_kib(const measured_program& program)
     }
     throw std::runtime_error("The system does not tell a program's memory.");
 }
+
+} // namespace bench

@@ -12,6 +12,8 @@
 #include "support/tcp_router.h"
 #include "support/temporary_directory.h"
 
+namespace bench {
+
 // Where the programs are.
 struct program_paths {
     std::string backend;
@@ -99,3 +101,5 @@ double settled_cpu_in_us(measured_program& program);
 
 // Memory of the program that is its own or its share, in KiB.
 double pss_in_kib(const measured_program& program);
+
+} // namespace bench

@@ -2,6 +2,8 @@
 #include "common/numbers.h"
 #include "support/frames.h"
 
+namespace bench {
+
 namespace {
 constexpr double AIM = 1.3;
 constexpr double REST_MS = 600;
@@ -116,3 +118,5 @@ measurements measure_memory(const bench_plan& plan)
                                         {.ours = {pss.back() - pss[parts / 2]}, .floor = {}}));
     return found;
 }
+
+} // namespace bench

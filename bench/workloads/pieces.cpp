@@ -5,6 +5,8 @@
 #include "bench/figure_text.h"
 #include "bench/workloads/workload.h"
 
+namespace bench {
+
 namespace {
 std::string output_of(const std::string& command)
 {
@@ -31,3 +33,5 @@ measurements measure_pieces(const bench_plan& plan)
     plan.progress("pieces", 1, 1);
     return {.figures = {}, .tables = {table}};
 }
+
+} // namespace bench

@@ -2,6 +2,8 @@
 #include "common/numbers.h"
 #include "support/frames.h"
 
+namespace bench {
+
 namespace {
 constexpr std::size_t ROUTES = 256;
 constexpr std::size_t ROUNDS = 40;
@@ -58,3 +60,5 @@ measurements measure_report(const bench_plan& plan)
     found.figures = {make_figure("report", "CPU of 256 routes", "us", cpu)};
     return found;
 }
+
+} // namespace bench

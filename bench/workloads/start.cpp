@@ -1,5 +1,7 @@
 #include "bench/workloads/workload.h"
 
+namespace bench {
+
 namespace {
 constexpr std::size_t ROUNDS = 200;
 constexpr std::size_t QUICK_ROUNDS = 3;
@@ -37,3 +39,5 @@ measurements measure_start(const bench_plan& plan)
     found.figures[0].aim = AIM;
     return found;
 }
+
+} // namespace bench

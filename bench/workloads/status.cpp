@@ -6,6 +6,8 @@
 #include "bench/system_calls.h"
 #include "bench/workloads/workload.h"
 
+namespace bench {
+
 namespace {
 constexpr std::size_t CYCLES = 60;
 constexpr std::size_t QUICK_CYCLES = 2;
@@ -138,3 +140,5 @@ measurements measure_status(const bench_plan& plan)
     found.tables = {trace_both(plan, answers), measure_growth(plan)};
     return found;
 }
+
+} // namespace bench

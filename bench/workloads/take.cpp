@@ -4,6 +4,8 @@
 #include "bench/figure_text.h"
 #include "bench/workloads/workload.h"
 
+namespace bench {
+
 namespace {
 constexpr std::size_t TAKES = 1000;
 constexpr std::size_t QUICK_TAKES = 5;
@@ -124,3 +126,5 @@ measurements measure_take(const bench_plan& plan)
     found.tables = {measure_salvos(plan)};
     return found;
 }
+
+} // namespace bench

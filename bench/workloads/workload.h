@@ -12,6 +12,8 @@
 #include "bench/table.h"
 #include "bench/workloads/measured_program.h"
 
+namespace bench {
+
 struct bench_plan {
     program_paths programs;
     bool quick = false; // few repetitions: shows that it works, not how fast it is
@@ -50,3 +52,5 @@ measurements measure_fleet(const bench_plan& plan);
 
 // What the parts of the program cost by themselves, without any system call.
 measurements measure_pieces(const bench_plan& plan);
+
+} // namespace bench

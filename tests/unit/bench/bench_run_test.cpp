@@ -5,6 +5,8 @@
 #include "bench/bench_run.h"
 #include "support/temporary_directory.h"
 
+using namespace bench;
+
 namespace {
 bench_run small_run()
 {

@@ -3,6 +3,8 @@
 
 #include "bench/chart.h"
 
+using namespace bench;
+
 using testing::HasSubstr;
 using testing::Not;
 

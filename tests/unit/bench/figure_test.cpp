@@ -5,6 +5,8 @@
 
 #include "bench/figure.h"
 
+using namespace bench;
+
 namespace {
 std::vector<double> numbers_to(int last)
 {

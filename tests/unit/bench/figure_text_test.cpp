@@ -2,6 +2,8 @@
 
 #include "bench/figure_text.h"
 
+using namespace bench;
+
 namespace {
 figure ratio_of(double ratio, double low, double high)
 {

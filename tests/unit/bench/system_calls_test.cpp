@@ -3,6 +3,8 @@
 #include "bench/system_calls.h"
 #include "support/temporary_directory.h"
 
+using namespace bench;
+
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;

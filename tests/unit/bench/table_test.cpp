@@ -2,6 +2,8 @@
 
 #include "bench/table.h"
 
+using namespace bench;
+
 namespace {
 const text_table CALLS = {
     "Calls per cycle", {"call", "ours", "floor"}, {{"read", "5120", "12"}, {"select", "-3", ""}}};
