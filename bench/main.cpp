@@ -12,7 +12,6 @@
 #include <unistd.h>
 
 #include "bench/bench_run.h"
-#include "bench/chart.h"
 #include "bench/workloads/workload.h"
 
 namespace bench {
@@ -94,8 +93,6 @@ void write_files(const bench_run& run, const std::string& folder)
 {
     std::filesystem::create_directories(folder);
     std::ofstream(folder + "/bench.json") << run_json(run);
-    std::ofstream chart(folder + "/bench.svg");
-    write_chart(chart, run.figures);
     std::ofstream document(folder + "/bench.md");
     document << markdown_text(figures_table(run.figures));
     for (const text_table& table : run.tables)
@@ -126,8 +123,7 @@ int run_program(int argument_count, const char* const* arguments)
     app.add_option("--programs", options.programs, "folder with the programs to measure")
         ->required()
         ->type_name("FOLDER");
-    app.add_option("--output", options.output_folder,
-                   "folder for bench.json, bench.svg and bench.md")
+    app.add_option("--output", options.output_folder, "folder for bench.json and bench.md")
         ->required()
         ->type_name("FOLDER");
     app.add_option("--last", options.last_run, "bench.json of a run to compare with")
