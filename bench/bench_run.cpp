@@ -49,11 +49,6 @@ json figure_json(const figure& figure)
     put(object, "aim", figure.aim);
     return object;
 }
-
-json table_json(const text_table& table)
-{
-    return {{"title", table.title}, {"columns", table.columns}, {"rows", table.rows}};
-}
 } // namespace
 
 std::string run_json(const bench_run& run)
@@ -63,12 +58,9 @@ std::string run_json(const bench_run& run)
                     {{"cores", run.machine.cores},
                      {"processor", run.machine.processor},
                      {"kernel", run.machine.kernel}}},
-                   {"figures", json::array()},
-                   {"tables", json::array()}};
+                   {"figures", json::array()}};
     for (const figure& figure : run.figures)
         object["figures"].push_back(figure_json(figure));
-    for (const text_table& table : run.tables)
-        object["tables"].push_back(table_json(table));
     return object.dump(2, ' ', false, json::error_handler_t::replace) + "\n";
 }
 
@@ -105,10 +97,6 @@ bench_run run_of(const json& object)
     machine.at("kernel").get_to(run.machine.kernel);
     for (const json& figure : object.at("figures"))
         run.figures.push_back(figure_of(figure));
-    for (const json& table : object.at("tables"))
-        run.tables.push_back({table.at("title").get<std::string>(),
-                              table.at("columns").get<std::vector<std::string>>(),
-                              table.at("rows").get<std::vector<std::vector<std::string>>>()});
     return run;
 }
 } // namespace

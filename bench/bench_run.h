@@ -1,8 +1,7 @@
 // All that one run of the benchmarks has found, and the JSON file in which it is kept so that the
 // next run can be compared with it:
 //   {"commit": ..., "machine": {"cores": ..., "processor": ..., "kernel": ...},
-//    "figures": [{"workload": ..., "measure": ..., "unit": ..., "ours": ..., "better": "less"}],
-//    "tables": [{"title": ..., "columns": [...], "rows": [[...]]}]}
+//    "figures": [{"workload": ..., "measure": ..., "unit": ..., "ours": ..., "better": "less"}]}
 // A figure has "floor", "ratio", "ratio_low", "ratio_high" and "aim" where they are known.
 #pragma once
 
@@ -12,7 +11,7 @@
 #include <vector>
 
 #include "bench/figure.h"
-#include "bench/table.h"
+#include "tools/common/text_table.h"
 
 namespace bench {
 
@@ -27,7 +26,7 @@ struct bench_run {
     std::string commit;
     machine_facts machine;
     std::vector<figure> figures;
-    std::vector<text_table> tables;
+    std::vector<common::text_table> tables; // not kept in the file
 };
 
 machine_facts this_machine();

@@ -47,22 +47,22 @@ std::string ratio_text(double ratio)
     return text.str();
 }
 
-std::string spread_text(const figure& told)
+std::string spread_text(const figure& figure)
 {
-    if (!told.ratio_low || !told.ratio_high) return "";
-    return ratio_text(*told.ratio_low) + "-" + ratio_text(*told.ratio_high);
+    if (!figure.ratio_low || !figure.ratio_high) return "";
+    return ratio_text(*figure.ratio_low) + "-" + ratio_text(*figure.ratio_high);
 }
 
-std::string aim_text(const figure& told)
+std::string aim_text(const figure& figure)
 {
-    if (!told.aim) return "";
-    return (told.direction == better::less ? "≤ " : "≥ ") + ratio_text(*told.aim);
+    if (!figure.aim) return "";
+    return (figure.direction == better::less ? "≤ " : "≥ ") + ratio_text(*figure.aim);
 }
 
-std::string verdict_text(const figure& told)
+std::string verdict_text(const figure& figure)
 {
-    if (!told.aim) return "";
-    return meets_aim(told) ? "met" : "missed";
+    if (!figure.aim) return "";
+    return meets_aim(figure) ? "met" : "missed";
 }
 
 namespace {
@@ -98,6 +98,31 @@ std::string change_text(const figure& now, const std::vector<figure>& last)
     if (std::abs(now.ours - before->ours) <= SAME_WITHIN * std::abs(before->ours))
         return "as before";
     return difference_text(now.ours, before->ours, now.direction);
+}
+
+common::text_table figures_table(const std::vector<figure>& figures,
+                                 const std::vector<figure>& last)
+{
+    common::text_table table{.title = "",
+                             .columns = {{"workload"},
+                                         {"measure"},
+                                         {"ours", true},
+                                         {"floor", true},
+                                         {"ratio", true},
+                                         {"spread", true},
+                                         {"aim"},
+                                         {"verdict"}},
+                             .rows = {}};
+    if (!last.empty()) table.columns.push_back({"since last run"});
+    for (const figure& figure : figures) {
+        const std::string unit = figure.unit.empty() ? "" : " " + figure.unit;
+        table.rows.push_back({figure.workload, figure.measure, number_text(figure.ours) + unit,
+                              figure.floor ? number_text(*figure.floor) + unit : "",
+                              figure.ratio ? ratio_text(*figure.ratio) : "", spread_text(figure),
+                              aim_text(figure), verdict_text(figure)});
+        if (!last.empty()) table.rows.back().push_back(change_text(figure, last));
+    }
+    return table;
 }
 
 } // namespace bench

@@ -1,10 +1,11 @@
-// A figure's parts in digits and words, as the table and the chart show them.
+// Figures in digits and words, one by one and as a table.
 #pragma once
 
 #include <string>
 #include <vector>
 
 #include "bench/figure.h"
+#include "tools/common/text_table.h"
 
 namespace bench {
 
@@ -15,14 +16,18 @@ std::string number_text(double value);
 // Two decimals, fewer from 10 up: "0.98", "12.3", "140".
 std::string ratio_text(double ratio);
 
-// Each of these is "" for a figure without what it tells.
-std::string spread_text(const figure& told);  // "0.98-1.04"
-std::string aim_text(const figure& told);     // "≤ 1.25", "≥ 0.85"
-std::string verdict_text(const figure& told); // "met", "missed"
+// Each of these is "" for a figure without what it shows.
+std::string spread_text(const figure& figure);  // "0.98-1.04"
+std::string aim_text(const figure& figure);     // "≤ 1.25", "≥ 0.85"
+std::string verdict_text(const figure& figure); // "met", "missed"
 
 // What has become of the last run's figure of the same workload and measure: "as before", "better
 // by 12 %", "worse by 9 %", "new". Ratios are compared, and are as before when their spreads
 // overlap; without a floor the values are, and are as before within 25 %.
 std::string change_text(const figure& now, const std::vector<figure>& last);
+
+// A row per figure. With figures of a last run, a column more that tells what has changed.
+common::text_table figures_table(const std::vector<figure>& figures,
+                                 const std::vector<figure>& last = {});
 
 } // namespace bench

@@ -12,7 +12,9 @@
 #include <unistd.h>
 
 #include "bench/bench_run.h"
+#include "bench/figure_text.h"
 #include "bench/workloads/workload.h"
+#include "tools/common/program.h"
 
 namespace bench {
 
@@ -55,30 +57,26 @@ void show_progress(const char* workload, const char* step, std::size_t done, std
 
 bool is_wanted(const bench_options& options, const char* name)
 {
-    return options.workloads.empty() ||
-           std::find(options.workloads.begin(), options.workloads.end(), name) !=
-               options.workloads.end();
-}
-
-measurements measure_workload(const named_workload& workload, const bench_options& options)
-{
-    return workload.measure({.programs = {.backend = options.programs + "/routing_switcher_backend",
-                                          .floor_folder = options.programs,
-                                          .pieces = options.programs + "/bench_pieces"},
-                             .quick = options.quick,
-                             .progress = [&](const char* step, std::size_t done, std::size_t all) {
-                                 show_progress(workload.name, step, done, all);
-                             }});
+    const auto& wanted = options.workloads;
+    return wanted.empty() || std::find(wanted.begin(), wanted.end(), name) != wanted.end();
 }
 
 // What cannot be measured is said and left out; `complete` tells whether there was none.
 bench_run measure(const bench_options& options, bool& complete)
 {
     bench_run run{.commit = options.commit, .machine = this_machine(), .figures = {}, .tables = {}};
+    const program_paths programs = {.backend = options.programs + "/routing_switcher_backend",
+                                    .floor_folder = options.programs,
+                                    .pieces = options.programs + "/bench_pieces"};
     for (const named_workload& workload : WORKLOADS) {
         if (!is_wanted(options, workload.name)) continue;
         try {
-            const measurements found = measure_workload(workload, options);
+            const measurements found = workload.measure(
+                {.programs = programs,
+                 .quick = options.quick,
+                 .progress = [&](const char* step, std::size_t done, std::size_t all) {
+                     show_progress(workload.name, step, done, all);
+                 }});
             run.figures.insert(run.figures.end(), found.figures.begin(), found.figures.end());
             run.tables.insert(run.tables.end(), found.tables.begin(), found.tables.end());
         } catch (const std::exception& fault) {
@@ -95,14 +93,12 @@ void write_files(const bench_run& run, const std::string& folder)
     std::ofstream(folder + "/bench.json") << run_json(run);
     std::ofstream document(folder + "/bench.md");
     document << markdown_text(figures_table(run.figures));
-    for (const text_table& table : run.tables)
+    for (const common::text_table& table : run.tables)
         document << '\n' << markdown_text(table);
 }
 
-void print_run(const bench_run& run, const bench_options& options)
+void print_run(const bench_run& run, const std::optional<bench_run>& last)
 {
-    std::optional<bench_run> last;
-    if (!options.last_run.empty() && !options.quick) last = load_run(options.last_run, std::cerr);
     std::cout << '\n'
               << terminal_text(
                      figures_table(run.figures, last ? last->figures : std::vector<figure>{}));
@@ -110,7 +106,7 @@ void print_run(const bench_run& run, const bench_options& options)
         std::cout << "\nThe last run was of " << last->commit << ", on " << last->machine.cores
                   << " cores of " << last->machine.processor << ", Linux " << last->machine.kernel
                   << ".\n";
-    for (const text_table& table : run.tables)
+    for (const common::text_table& table : run.tables)
         std::cout << '\n' << terminal_text(table);
 }
 
@@ -135,19 +131,17 @@ int run_program(int argument_count, const char* const* arguments)
         names.emplace_back(workload.name);
     app.add_option("workload", options.workloads, "what to measure; everything")
         ->check(CLI::IsMember(names));
-    app.footer(
-        "Exit status: 0 when all was measured, whatever came out; 2 when something could not be.");
-    try {
-        app.parse(argument_count, arguments);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : 2;
-    }
+    app.footer("Exit status: 0 when all was measured, whatever came out; 1 when something could "
+               "not be, or an argument is wrong.");
+    if (const auto status = common::parse_arguments(app, argument_count, arguments)) return *status;
     std::signal(SIGPIPE, SIG_IGN);
+    std::optional<bench_run> last;
+    if (!options.last_run.empty() && !options.quick) last = load_run(options.last_run, std::cerr);
     bool complete = true;
     const bench_run run = measure(options, complete);
     write_files(run, options.output_folder);
-    print_run(run, options);
-    return complete ? 0 : 2;
+    print_run(run, last);
+    return complete ? 0 : 1;
 }
 } // namespace
 
@@ -155,10 +149,5 @@ int run_program(int argument_count, const char* const* arguments)
 
 int main(int argument_count, char** arguments)
 {
-    try {
-        return bench::run_program(argument_count, arguments);
-    } catch (const std::exception& fault) {
-        std::fprintf(stderr, "\n%s\n", fault.what());
-        return 2;
-    }
+    return common::run_main(bench::run_program, argument_count, arguments);
 }

@@ -222,8 +222,13 @@ measurements measure_fleet(const bench_plan& plan)
                    : std::vector<std::size_t>(SIZES.begin(), SIZES.end());
     measurements found;
     found.tables = {{.title = "Backends on one machine, each with a 64×64 router",
-                     .columns = {"backends", "CPU ms/s", "each", "PSS MiB", "take p99 ms",
-                                 "largest delay of a poll ms", "2 cores would carry"},
+                     .columns = {{"backends", true},
+                                 {"CPU ms/s", true},
+                                 {"each", true},
+                                 {"PSS MiB", true},
+                                 {"take p99 ms", true},
+                                 {"largest delay of a poll ms", true},
+                                 {"2 cores would carry", true}},
                      .rows = {}}};
     std::vector<fleet_cost> costs;
     plan.progress("fleets", 0, sizes.size());

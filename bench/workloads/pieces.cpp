@@ -24,8 +24,9 @@ measurements measure_pieces(const bench_plan& plan)
                                 (plan.quick ? " --benchmark_min_time=0.001" : "");
     plan.progress("pieces", 0, 1);
     const nlohmann::json measured = nlohmann::json::parse(output_of(command));
-    text_table table{
-        .title = "The pieces", .columns = {"piece", "CPU ns", "allocations"}, .rows = {}};
+    common::text_table table{.title = "The pieces",
+                             .columns = {{"piece"}, {"CPU ns", true}, {"allocations", true}},
+                             .rows = {}};
     for (const nlohmann::json& piece : measured.at("benchmarks"))
         table.rows.push_back({piece.at("name").get<std::string>(),
                               number_text(piece.at("cpu_time").get<double>()),

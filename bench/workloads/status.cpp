@@ -63,7 +63,8 @@ std::string count_text(const std::map<std::string, double>& calls, const std::st
     return number_text(found == calls.end() ? 0 : found->second);
 }
 
-text_table trace_both(const bench_plan& plan, const std::map<std::string, std::string>& answers)
+common::text_table trace_both(const bench_plan& plan,
+                              const std::map<std::string, std::string>& answers)
 {
     const temporary_directory directory;
     const auto launcher = [&](const char* name) {
@@ -82,16 +83,16 @@ text_table trace_both(const bench_plan& plan, const std::map<std::string, std::s
     for (const auto* const calls : {&ours, &floor})
         for (const auto& [name, count] : *calls)
             names.insert(name);
-    text_table table{.title = "System calls of a polling cycle, idle passes included",
-                     .columns = {"call", "ours", "floor"},
-                     .rows = {}};
+    common::text_table table{.title = "System calls of a polling cycle, idle passes included",
+                             .columns = {{"call"}, {"ours", true}, {"floor", true}},
+                             .rows = {}};
     for (const std::string& name : names)
         table.rows.push_back({name, count_text(ours, name), count_text(floor, name)});
     return table;
 }
 
 // CPU of a cycle with routers of these sizes, side by side.
-text_table measure_growth(const bench_plan& plan)
+common::text_table measure_growth(const bench_plan& plan)
 {
     std::vector<running_program> sized;
     std::vector<measured_program*> programs;
@@ -112,9 +113,9 @@ text_table measure_growth(const bench_plan& plan)
         return all;
     });
     plan.progress("sizes", 1, 1);
-    text_table table{.title = "A polling cycle by the size of the router",
-                     .columns = {"sources × destinations", "CPU us"},
-                     .rows = {}};
+    common::text_table table{.title = "A polling cycle by the size of the router",
+                             .columns = {{"sources × destinations", true}, {"CPU us", true}},
+                             .rows = {}};
     for (std::size_t i = 0; i < ROUTER_SIZES.size(); ++i) {
         const std::string size = std::to_string(ROUTER_SIZES[i]);
         table.rows.push_back({size + " × " + size, number_text(quantile_of(cpu[i], 0.5))});

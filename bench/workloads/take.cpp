@@ -74,13 +74,16 @@ double time_our_take(take_sides& programs, int input)
 }
 
 // The routers here do not confirm takes.
-text_table measure_salvos(const bench_plan& plan)
+common::text_table measure_salvos(const bench_plan& plan)
 {
     const running_program ours = start_backend_on(plan.programs, router_answers(256, 256));
     await_discovery(*ours);
-    text_table table{.title = "Route changes flushed at once",
-                     .columns = {"changes", "until the last us", "CPU us", "CPU us each"},
-                     .rows = {}};
+    common::text_table table{.title = "Route changes flushed at once",
+                             .columns = {{"changes", true},
+                                         {"until the last us", true},
+                                         {"CPU us", true},
+                                         {"CPU us each", true}},
+                             .rows = {}};
     std::size_t done = 0;
     plan.progress("salvos", done, SALVOS.size());
     for (const std::size_t takes : SALVOS) {

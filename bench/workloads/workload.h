@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "bench/figure.h"
-#include "bench/table.h"
 #include "bench/workloads/measured_program.h"
+#include "tools/common/text_table.h"
 
 namespace bench {
 
@@ -23,7 +23,7 @@ struct bench_plan {
 
 struct measurements {
     std::vector<figure> figures;
-    std::vector<text_table> tables;
+    std::vector<common::text_table> tables;
 };
 
 // From the last byte of a flush to the route change at the router, the link being idle.
@@ -38,7 +38,7 @@ measurements measure_status(const bench_plan& plan);
 // From the connection to the record that tells what the router is, and what waiting for it costs.
 measurements measure_discovery(const bench_plan& plan);
 
-// What 256 route changes at once cost until the parent has been told.
+// What 256 route changes at once cost until they are reported to the parent.
 measurements measure_report(const bench_plan& plan);
 
 // From the start of the program to its first record.

@@ -26,6 +26,19 @@ figure aimed(figure figure, double aim, better direction)
     figure.direction = direction;
     return figure;
 }
+
+std::vector<figure> take_and_memory()
+{
+    figure take = {.workload = "take", .measure = "p50", .unit = "us", .ours = 30.04};
+    take.floor = 20;
+    take.ratio = 1.502;
+    take.ratio_low = 0.984;
+    take.ratio_high = 1.6;
+    take.aim = 1.25;
+    figure calls = {.workload = "idle", .measure = "calls", .unit = "calls", .ours = 3};
+    calls.floor = 0;
+    return {take, calls, {.workload = "idle", .measure = "allocations", .unit = "", .ours = 0}};
+}
 } // namespace
 
 TEST(NumberText, RoundsToThreeDigits)
@@ -146,4 +159,28 @@ TEST(ChangeText, FigureOfAnotherKindIsNoneToCompareWith)
     last.erase(last.begin() + 2);
     EXPECT_EQ(change_text(now, last), "as before");
     EXPECT_EQ(change_text(now, {}), "new");
+}
+
+TEST(FiguresTable, HasARowPerFigure)
+{
+    const common::text_table table = figures_table(take_and_memory());
+    const std::vector<std::vector<std::string>> rows = {
+        {"take", "p50", "30.0 us", "20 us", "1.50", "0.98-1.60", "≤ 1.25", "missed"},
+        {"idle", "calls", "3 calls", "0 calls", "", "", "", ""},
+        {"idle", "allocations", "0", "", "", "", "", ""}};
+    EXPECT_EQ(table.title, "");
+    EXPECT_EQ(terminal_text(table).substr(0, terminal_text(table).find('\n')),
+              "workload  measure         ours    floor  ratio     spread  aim     verdict");
+    EXPECT_EQ(table.rows, rows);
+}
+
+TEST(FiguresTable, TellsWhatHasChangedSinceTheLastRun)
+{
+    std::vector<figure> last = take_and_memory();
+    last.pop_back();
+    const common::text_table table = figures_table(take_and_memory(), last);
+    EXPECT_EQ(table.columns.back().title, "since last run");
+    EXPECT_EQ(table.rows[0].back(), "as before");
+    EXPECT_EQ(table.rows[2].back(), "new");
+    EXPECT_EQ(table.rows[0].size(), table.columns.size());
 }
