@@ -1,4 +1,4 @@
-// Each time that the router has told so many routes, copies one record and writes it.
+// Each time that the router has shown so many routes, copies one record and writes it.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -18,12 +18,12 @@ int main(int, char** arguments)
         record += "o" + std::to_string(i) + ".input.all=0\n";
     record += "\n";
     std::string copy = record;
-    for (long told = 0;;) {
+    for (long received = 0;;) {
         wait_for_work(250'000);
         const std::string_view bytes = read_router();
-        told += std::count(bytes.begin(), bytes.end(), '\x04');
-        if (told < routes) continue;
-        told -= routes;
+        received += std::count(bytes.begin(), bytes.end(), '\x04');
+        if (received < routes) continue;
+        received -= routes;
         std::memcpy(copy.data(), record.data(), record.size());
         write_to_parent(copy);
     }

@@ -1,4 +1,4 @@
-#include <fcntl.h>
+#include <stdexcept>
 #include <unistd.h>
 
 #include "bench/workloads/workload.h"
@@ -35,13 +35,15 @@ command_cost answer_all(measured_program& program, std::size_t records)
     std::string text;
     for (std::size_t i = 0; i < records; ++i)
         text += RECORD;
-    fcntl(program.input.number, F_SETFL, O_NONBLOCK);
+    std::string error;
+    if (!common::set_nonblocking(program.pipes.input.number, error))
+        throw std::runtime_error(error);
     const double cpu_before = cpu_in_us(program);
     const double start = now_in_us();
     std::string_view unsent = text;
     std::size_t answered = 0;
     serve_until({&program}, [&] {
-        const ssize_t count = write(program.input.number, unsent.data(), unsent.size());
+        const ssize_t count = write(program.pipes.input.number, unsent.data(), unsent.size());
         if (count > 0) unsent.remove_prefix(static_cast<std::size_t>(count));
         answered += remove_replies(program);
         return answered >= records;

@@ -2,13 +2,11 @@
 
 #include <algorithm>
 #include <chrono>
-#include <fcntl.h>
 #include <fstream>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <stdexcept>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include "common/numbers.h"
 #include "support/frames.h"
@@ -22,6 +20,7 @@ constexpr std::size_t ENTRIES_PER_ANSWER = 16;
 constexpr int LONGEST_WAIT_MS = 10;
 constexpr int MOST_ATTEMPTS = 20;
 constexpr const char* REPLY = "*TYPE=reply\n\n";
+constexpr const char* ENDED_BY_ITSELF = "A program under measurement has ended by itself.";
 } // namespace
 
 const char* const FLUSH_RECORD = "*COMMAND=route output\n*TYPE=command\nqueue=flush\n\n";
@@ -72,13 +71,11 @@ std::map<std::string, std::string> router_answers(std::size_t sources, std::size
 
 void start_program(measured_program& program, const std::vector<std::string>& words)
 {
-    descriptor_pair input = pipe_to_child();
-    descriptor_pair output = pipe_from_child();
-    const owned_descriptor errors(open("/dev/null", O_WRONLY | O_CLOEXEC));
-    start_child(program.child, words, {input.childs.number, output.childs.number, errors.number});
-    program.input = std::move(input.ours);
-    program.output = std::move(output.ours);
-    fcntl(program.output.number, F_SETFL, O_NONBLOCK);
+    std::string error;
+    if (!common::start_on_pipes(program.child, program.pipes, words,
+                                common::error_output::discarded, error) ||
+        !common::set_nonblocking(program.pipes.output.number, error))
+        throw std::runtime_error(error);
 }
 
 namespace {
@@ -121,26 +118,13 @@ running_program start_floor_on(const program_paths& programs, const std::string&
 
 namespace {
 // An answer never waits for the acknowledgement of the one before.
-void answer_at_once(const tcp_router& router)
-{
-    const int on = 1;
-    setsockopt(router.client, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-}
-
-void serve_router_of(tcp_router& router)
+void serve_without_delay(tcp_router& router)
 {
     const int connections = router.connections;
     serve_router(router);
-    if (router.connections != connections && router.client >= 0) answer_at_once(router);
-}
-
-void serve_output(measured_program& program)
-{
-    char bytes[65536];
-    ssize_t count = 0;
-    while ((count = read(program.output.number, bytes, sizeof bytes)) > 0)
-        program.heard.append(bytes, static_cast<std::size_t>(count));
-    if (count == 0) throw std::runtime_error("A program under measurement has ended by itself.");
+    if (router.connections == connections || router.client < 0) return;
+    const int on = 1;
+    setsockopt(router.client, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
 }
 
 void serve_once(const std::vector<measured_program*>& programs, int longest_wait_ms)
@@ -153,7 +137,7 @@ void serve_once(const std::vector<measured_program*>& programs, int longest_wait
             while (served.size() < descriptors.size())
                 served.emplace_back(each, true);
         }
-        descriptors.push_back({each->output.number, POLLIN, 0});
+        descriptors.push_back({each->pipes.output.number, POLLIN, 0});
         served.emplace_back(each, false);
     }
     if (poll(descriptors.data(), descriptors.size(), longest_wait_ms) <= 0) return;
@@ -161,9 +145,9 @@ void serve_once(const std::vector<measured_program*>& programs, int longest_wait
         if (descriptors[i].revents == 0) continue;
         const auto& [each, is_router] = served[i];
         if (is_router)
-            serve_router_of(each->router);
-        else
-            serve_output(*each);
+            serve_without_delay(each->router);
+        else if (!common::read_available(descriptors[i].fd, each->heard))
+            throw std::runtime_error(ENDED_BY_ITSELF);
     }
 }
 } // namespace
@@ -187,7 +171,7 @@ void serve_for(const std::vector<measured_program*>& programs, double millisecon
 
 void say(const measured_program& program, std::string_view records)
 {
-    write_all(program.input.number, records);
+    common::write_all(program.pipes.input.number, records);
 }
 
 bool hears(measured_program& program, std::string_view text)
@@ -211,7 +195,7 @@ void await_end_of_cycle(measured_program& program)
 }
 
 double show_routes(measured_program& program, const std::string& frames,
-                   const std::function<bool()>& told)
+                   const std::function<bool()>& is_reported)
 {
     for (int attempt = 0; attempt < MOST_ATTEMPTS; ++attempt) {
         await_end_of_cycle(program);
@@ -219,31 +203,15 @@ double show_routes(measured_program& program, const std::string& frames,
         program.router.requests.clear();
         const double cpu_before = cpu_in_us(program);
         send_bytes(program.router, frames);
-        bool is_told = false;
+        bool reported = false;
         serve_until({&program}, [&] {
-            is_told = told();
-            return is_told || count_requests(program.router, "QD") > 0;
+            reported = is_reported();
+            return reported || count_requests(program.router, "QD") > 0;
         });
         const double cpu = settled_cpu_in_us(program) - cpu_before;
-        if (is_told && count_requests(program.router, "BK F") == 0) return cpu;
+        if (reported && count_requests(program.router, "BK F") == 0) return cpu;
     }
-    throw std::runtime_error("The parent is never told of the routes.");
-}
-
-namespace {
-void stage_changes(measured_program& program, std::size_t takes, int input)
-{
-    std::string records;
-    for (std::size_t output = 0; output < takes; ++output)
-        records += add_record(static_cast<int>(output), input);
-    program.heard.clear();
-    say(program, records);
-    std::size_t replies = 0;
-    serve_until({&program}, [&] {
-        while (hears(program, REPLY))
-            ++replies;
-        return replies == takes;
-    });
+    throw std::runtime_error("The routes are never reported to the parent.");
 }
 
 std::size_t count_takes(const measured_program& program)
@@ -254,12 +222,21 @@ std::size_t count_takes(const measured_program& program)
     const auto& requests = program.router.requests;
     return static_cast<std::size_t>(std::count_if(requests.begin(), requests.end(), is_take));
 }
-} // namespace
 
 salvo_cost send_salvo(measured_program& program, std::size_t takes, int input)
 {
+    std::string changes;
+    for (std::size_t output = 0; output < takes; ++output)
+        changes += add_record(static_cast<int>(output), input);
     for (int attempt = 0; attempt < MOST_ATTEMPTS; ++attempt) {
-        stage_changes(program, takes, input);
+        program.heard.clear();
+        say(program, changes);
+        std::size_t replies = 0;
+        serve_until({&program}, [&] {
+            while (hears(program, REPLY))
+                ++replies;
+            return replies == takes;
+        });
         await_end_of_cycle(program);
         program.router.requests.clear();
         const double cpu_before = cpu_in_us(program);
@@ -279,8 +256,8 @@ salvo_cost send_salvo(measured_program& program, std::size_t takes, int input)
 
 void end_program(measured_program& program)
 {
-    program.input.reset();
-    status_at_end(program.child);
+    program.pipes.input.reset();
+    common::status_at_end(program.child);
 }
 
 double now_in_us()
@@ -295,7 +272,7 @@ double cpu_in_us(const measured_program& program)
     clockid_t clock = 0;
     timespec used{};
     if (clock_getcpuclockid(program.child.process, &clock) != 0 || clock_gettime(clock, &used) != 0)
-        throw std::runtime_error("A program under measurement has ended by itself.");
+        throw std::runtime_error(ENDED_BY_ITSELF);
     return static_cast<double>(used.tv_sec) * 1e6 + static_cast<double>(used.tv_nsec) / 1e3;
 }
 

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "support/child_process.h"
 #include "support/tcp_router.h"
 #include "support/temporary_directory.h"
+#include "tools/common/child_process.h"
 
 namespace bench {
 
@@ -24,10 +24,9 @@ struct program_paths {
 struct measured_program {
     temporary_directory directory;
     tcp_router router;
-    child_process child;
-    owned_descriptor input;  // writes to the program's standard input
-    owned_descriptor output; // reads its standard output, without waiting
-    std::string heard;       // what it has written and nobody has taken out
+    common::child_process child;
+    common::child_pipes pipes; // its output is read without waiting
+    std::string heard;         // what it has written and nobody has removed
 };
 
 using running_program = std::unique_ptr<measured_program>;
@@ -44,7 +43,7 @@ void start_program(measured_program& program, const std::vector<std::string>& wo
 running_program start_backend_on(const program_paths& programs,
                                  const std::map<std::string, std::string>& answers,
                                  const std::vector<std::string>& launcher = {});
-// The same for the floor of this name. It is told the port and then the arguments.
+// The same for the floor of this name. Its arguments are the port and then these.
 running_program start_floor_on(const program_paths& programs, const std::string& name,
                                const std::map<std::string, std::string>& answers,
                                const std::vector<std::string>& arguments = {},
@@ -62,10 +61,10 @@ void say(const measured_program& program, std::string_view records);
 std::string add_record(int output, int input);
 extern const char* const FLUSH_RECORD;
 
-// Whether the text is among what has been heard; takes everything up to its end out.
+// Whether the text is among what has been heard; removes everything up to its end.
 bool hears(measured_program& program, std::string_view text);
 
-// Waits until the backend has learnt its router and told the names.
+// Waits until the backend has learnt its router and reported the names.
 void await_discovery(measured_program& program);
 
 // Since some moment; for differences.
@@ -75,10 +74,14 @@ double now_in_us();
 // away, and the next begins in a third of a second at the earliest.
 void await_end_of_cycle(measured_program& program);
 
-// Sends routing status that nobody has asked for, and waits until told() holds. Returns the CPU of
-// the program meanwhile, in microseconds. Done again when a polling cycle has come in between.
+// Sends routing status that nobody has asked for, and waits until is_reported() holds. Returns the
+// CPU of the program meanwhile, in microseconds. Done again when a polling cycle has come in
+// between.
 double show_routes(measured_program& program, const std::string& frames,
-                   const std::function<bool()>& told);
+                   const std::function<bool()>& is_reported);
+
+// How many of its requests are takes.
+std::size_t count_takes(const measured_program& program);
 
 struct salvo_cost {
     double us = 0;     // from the flush to the last change at the router

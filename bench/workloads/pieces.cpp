@@ -1,4 +1,3 @@
-#include <cstdio>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
@@ -8,22 +7,26 @@
 namespace bench {
 
 namespace {
-std::string output_of(const std::string& command)
+std::string output_of(const std::vector<std::string>& words)
 {
-    std::FILE* const pipe = popen(command.c_str(), "r"); // NOLINT(cert-env33-c): our own program
-    if (pipe == nullptr) throw std::runtime_error("Cannot run " + command);
-    const std::string text = read_to_end(fileno(pipe));
-    if (pclose(pipe) != 0) throw std::runtime_error(command + " has failed.");
+    common::child_process child;
+    common::child_pipes pipes;
+    std::string error;
+    if (!common::start_on_pipes(child, pipes, words, common::error_output::inherited, error))
+        throw std::runtime_error(error);
+    std::string text;
+    common::read_to_end(pipes.output.number, text);
+    if (common::status_at_end(child) != 0) throw std::runtime_error(words[0] + " has failed.");
     return text;
 }
 } // namespace
 
 measurements measure_pieces(const bench_plan& plan)
 {
-    const std::string command = "'" + plan.programs.pieces + "' --benchmark_format=json" +
-                                (plan.quick ? " --benchmark_min_time=0.001" : "");
+    std::vector<std::string> words = {plan.programs.pieces, "--benchmark_format=json"};
+    if (plan.quick) words.emplace_back("--benchmark_min_time=0.001");
     plan.progress("pieces", 0, 1);
-    const nlohmann::json measured = nlohmann::json::parse(output_of(command));
+    const nlohmann::json measured = nlohmann::json::parse(output_of(words));
     common::text_table table{.title = "The pieces",
                              .columns = {{"piece"}, {"CPU ns", true}, {"allocations", true}},
                              .rows = {}};

@@ -27,14 +27,6 @@ struct take_sides {
     double last_flush = 0; // of the backend
 };
 
-bool took(measured_program& program)
-{
-    const auto is_take = [](const std::string& request) {
-        return request.starts_with("TI ");
-    };
-    return std::any_of(program.router.requests.begin(), program.router.requests.end(), is_take);
-}
-
 // Notes when a polling cycle has ended, and forgets requests that mean nothing here.
 void watch_cycle(take_sides& programs)
 {
@@ -58,7 +50,8 @@ double time_flush(take_sides& programs, measured_program& flushed)
     flushed.router.requests.clear();
     const double start = now_in_us();
     say(flushed, FLUSH_RECORD);
-    serve_until({programs.ours.get(), programs.floor.get()}, [&] { return took(flushed); });
+    serve_until({programs.ours.get(), programs.floor.get()},
+                [&] { return count_takes(flushed) > 0; });
     return now_in_us() - start;
 }
 
