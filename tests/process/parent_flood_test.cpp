@@ -63,47 +63,42 @@ std::string with_ids(const std::string& lines, int count)
 }
 } // namespace
 
-TEST_F(ParentFlood, BurstOf50000CommandsIsAnsweredInOrder)
+// More than a pipe holds.
+TEST_F(ParentFlood, BurstOfCommandsIsAnsweredInOrder)
 {
+    const int commands = 5000;
     start_connected();
-    send_bytes(backend, with_ids("*COMMAND=dance\n*TYPE=command", 50000));
-    EXPECT_EQ(hear_replies(50000), numbers_from_0(50000));
+    send_bytes(backend, with_ids("*COMMAND=dance\n*TYPE=command", commands));
+    EXPECT_EQ(hear_replies(commands), numbers_from_0(commands));
 }
 
-// Each is answered inside others, so the order is open.
-TEST_F(ParentFlood, BurstOf20000QueriesOf256OutputsIsAnswered)
+// More than are carried out at once. Each is answered inside others, so the order is open.
+TEST_F(ParentFlood, BurstOfQueriesOf256OutputsIsAnswered)
 {
+    const int queries = 200;
     router.answers = healthy_answers();
     start_on_router("outputs=256\n");
     ASSERT_TRUE(until([this] { return count_requests(router, "QD") >= 2; }));
-    send_bytes(backend, with_ids("*COMMAND=report\n*TYPE=command\nwhat=outputs", 20000));
-    std::vector<int> ids = hear_replies(20000);
+    send_bytes(backend, with_ids("*COMMAND=report\n*TYPE=command\nwhat=outputs", queries));
+    std::vector<int> ids = hear_replies(queries);
     std::sort(ids.begin(), ids.end());
-    EXPECT_EQ(ids, numbers_from_0(20000));
+    EXPECT_EQ(ids, numbers_from_0(queries));
     EXPECT_EQ(reply_to(dance()).id, "7");
-}
-
-TEST_F(ParentFlood, LineOf5MegabytesIsTaken)
-{
-    start("");
-    ParentRecord command = dance();
-    command.fields["song"] = std::string(5'000'000, 'x');
-    EXPECT_EQ(reply_to(command).id, "7");
 }
 
 TEST_F(ParentFlood, LongLineComesBackWhole)
 {
     start("");
     ParentRecord command = dance();
-    command.id = std::string(500'000, 'x');
+    command.id = std::string(200'000, 'x');
     EXPECT_TRUE(reply_to(command).id == command.id); // a difference would be printed whole
 }
 
-TEST_F(ParentFlood, RecordOf20000FieldsIsTaken)
+TEST_F(ParentFlood, RecordOfManyFieldsIsRead)
 {
     start("");
     ParentRecord command = dance();
-    for (int i = 0; i < 20000; ++i)
+    for (int i = 0; i < 5000; ++i)
         command.fields["field " + std::to_string(i)] = std::to_string(i);
     EXPECT_EQ(reply_to(command).id, "7");
 }
@@ -132,7 +127,7 @@ namespace {
 // Its output stays in the pipe until the test reads.
 class UnreadOutput : public ParentFlood {
   protected:
-    static constexpr int REPORTS = 20000; // many times what a pipe holds
+    static constexpr int REPORTS = 5000; // many times what a pipe holds
     static constexpr long WAITING_KB = REPORTS * 240L / 1024;
     descriptor_pair input = pipe_to_child();
     descriptor_pair output = pipe_from_child();
@@ -150,12 +145,13 @@ class UnreadOutput : public ParentFlood {
         ASSERT_EQ(hear_counts(1), std::vector<int>{0});
     }
 
-    // Each changes the counts, which makes a report of its own.
+    // Each changes the counts, which makes a report of its own. Returns when all have been read.
     void say_counts()
     {
         for (int i = 0; i < REPORTS; ++i)
             write_all(input.ours.number, "*COMMAND=set\n*TYPE=message\nname=inputs\nvalue=" +
                                              std::to_string(nth_count(i)) + "\n\n");
+        EXPECT_TRUE(until([this] { return bytes_unread(input.ours.number) == 0; }));
     }
 
     static int nth_count(int n)
@@ -182,13 +178,13 @@ class UnreadOutput : public ParentFlood {
             if (size <= 0) break;
             heard.append(bytes, static_cast<std::size_t>(size));
             write_all(input.ours.number, "\n");
-            take_counts(counts);
+            read_counts(counts);
         }
         return counts;
     }
 
     // Every report is whole: the same text but for the number.
-    void take_counts(std::vector<int>& counts)
+    void read_counts(std::vector<int>& counts)
     {
         static const std::string head =
             "*COMMAND=info\n*TYPE=message\ncompany=Grass Valley\n"

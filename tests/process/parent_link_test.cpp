@@ -187,7 +187,7 @@ TEST_F(ParentLink, StartsAgainAfterEnd)
 
 TEST_F(ParentLink, CarriesLargeBacklogBothWays)
 {
-    static constexpr int REQUESTS = 20000;
+    static constexpr int REQUESTS = 5000; // more than the pipes hold
     start_with_config("");
     for (int id = 0; id < REQUESTS; ++id)
         send_record(link, request("dance", std::to_string(id)));

@@ -1,6 +1,5 @@
 // The parent's side of the real program: records, diagnostics and the ways in which it ends.
 #include <gmock/gmock.h>
-#include <sys/ioctl.h>
 
 #include "support/process_test.h"
 
@@ -9,14 +8,11 @@ using testing::ElementsAre;
 namespace {
 class Parent : public ProcessTest {
   protected:
-    // Sends a piece and waits until the backend has taken it, so that the next comes on its own.
+    // Sends a piece and waits until the backend has read it, so that the next comes on its own.
     bool say_piece(const std::string& bytes)
     {
         send_bytes(backend, bytes);
-        return until([this] {
-            int waiting = -1;
-            return ioctl(backend.input_fd, FIONREAD, &waiting) == 0 && waiting == 0;
-        });
+        return until([this] { return bytes_unread(backend.input_fd) == 0; });
     }
 };
 

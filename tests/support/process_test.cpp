@@ -3,12 +3,13 @@
 #include <chrono>
 #include <cstdio>
 #include <fstream>
+#include <sys/ioctl.h>
 
 using std::chrono::steady_clock;
 
 namespace {
-// Far beyond what any step takes; only a failure lasts that long.
-constexpr auto PATIENCE = std::chrono::seconds(60);
+// Far beyond what any step takes on any machine; only a failure lasts that long.
+constexpr auto PATIENCE = std::chrono::minutes(5);
 // Between two looks at what shows itself without an event at a descriptor.
 constexpr int LOOK_AGAIN_MS = 20;
 
@@ -181,4 +182,11 @@ long voluntary_switches(pid_t process)
 long resident_kb(pid_t process)
 {
     return status_figure(process, "VmRSS:");
+}
+
+int bytes_unread(int descriptor)
+{
+    int count = -1;
+    ioctl(descriptor, FIONREAD, &count);
+    return count;
 }

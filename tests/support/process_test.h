@@ -1,6 +1,6 @@
 // The fixture of the tests that run the real backend: between a parent (parent_link) and a router
 // that the test plays, or the simulator as a program. Everything waits for events; a wait fails
-// only when a minute has passed.
+// only when five minutes have passed.
 #pragma once
 
 #include <functional>
@@ -75,3 +75,6 @@ class ProcessTest : public testing::Test {
 // such process.
 long voluntary_switches(pid_t process);
 long resident_kb(pid_t process);
+
+// How many bytes wait in a pipe, seen from either end, or for the reader of a socket.
+int bytes_unread(int descriptor);
