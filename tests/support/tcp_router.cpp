@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
+#include <cstdio>
+#include <fstream>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <system_error>
 #include <unistd.h>
@@ -129,6 +132,23 @@ void reset_client(tcp_router& router)
 long count_requests(const tcp_router& router, const std::string& request)
 {
     return std::count(router.requests.begin(), router.requests.end(), request);
+}
+
+// A line for each socket: "2: 0100007F:C350 0100007F:3039 01 0000A3F0:00000000 ...", which are its
+// address, the peer's, the state and what its two queues hold.
+std::size_t bytes_unsent_to(std::uint16_t port)
+{
+    std::ifstream sockets("/proc/net/tcp");
+    for (std::string line; std::getline(sockets, line);) {
+        unsigned peer_port = 0;
+        unsigned state = 0;
+        unsigned unsent = 0;
+        if (std::sscanf(line.c_str(), " %*d: %*x:%*x %*x:%x %x %x", &peer_port, &state, &unsent) ==
+                3 &&
+            peer_port == port && state == TCP_ESTABLISHED)
+            return unsent;
+    }
+    return 0;
 }
 
 void add_poll_descriptors(const tcp_router& router, std::vector<pollfd>& descriptors)

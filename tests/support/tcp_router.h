@@ -49,6 +49,9 @@ void reset_client(tcp_router& router); // the client sees "Connection reset by p
 // How often the request has been received and not been taken out.
 long count_requests(const tcp_router& router, const std::string& request);
 
+// How much the client of this port has written that has not arrived.
+std::size_t bytes_unsent_to(std::uint16_t port);
+
 void add_poll_descriptors(const tcp_router& router, std::vector<pollfd>& descriptors);
 // Accepts, receives and answers what is there.
 void serve_router(tcp_router& router);
