@@ -1,6 +1,5 @@
 // Everything that ends the real program, in every phase of its life: it closes the connection and
-// ends with status 0. The documented worst case is 13 s.
-#include <chrono>
+// ends with status 0.
 #include <csignal>
 #include <gmock/gmock.h>
 
@@ -9,9 +8,6 @@
 using testing::ElementsAreArray;
 
 namespace {
-// A status request is finished first, which takes 13 s at most; as much again for a slow machine.
-constexpr auto LONGEST_ENDING = std::chrono::seconds(26);
-
 enum class phase {
     without_router,
     connecting,
@@ -181,10 +177,8 @@ TEST_P(Endings, CloseConnectionAndEndWithStatus0)
 {
     start_in_phase();
     if (HasFatalFailure()) return;
-    const auto begin = std::chrono::steady_clock::now();
     bring_about_end();
     EXPECT_EQ(end(), "exited with status 0");
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, LONGEST_ENDING);
     EXPECT_TRUE(until([this] { return router.endings == (connected() ? 1 : 0); }));
     if (strike == ending::log_closed) return; // nobody has seen the last lines
     EXPECT_EQ(last_line(),
