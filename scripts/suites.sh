@@ -48,7 +48,7 @@ split_logs() {
 }
 
 run_tests() { # PRESET CTEST_OPTION...
-    local build=build/$1 list=build/$1/Testing/Temporary/LastTestsFailed.log log
+    local build=build/$1 list=build/$1/Testing/Temporary/LastTestsFailed.log name log
     rm -rf "$build/failed" "$list"
     mkdir "$build/failed"
     ctest --test-dir "$build" --no-tests=error "${@:2}" && return
@@ -57,10 +57,11 @@ run_tests() { # PRESET CTEST_OPTION...
         return
     fi
     split_logs "$build"
-    for log in "$build/failed"/*; do
+    while IFS=: read -r _ name; do
+        log=$build/failed/${name//[^A-Za-z0-9_.]/-}.log
         print_log "$log"
-        failures+=("$1: $(basename "$log" .log), see $log")
-    done
+        failures+=("$1: $name, see $log")
+    done <"$list"
 }
 
 # tell_failures : prints them and returns whether there are none.

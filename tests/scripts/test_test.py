@@ -43,13 +43,20 @@ class TestTest(SandboxTest):
         self.assertEqual(output.count("100% tests passed"), 2)
         log = "build/asan/failed/Some-Test.fails.log"
         self.assertTrue(output.endswith(
-            f"\nFAILED, 2 altogether:\n  asan: Some-Test.fails, see {log}\n"
+            f"\nFAILED, 2 altogether:\n  asan: Some/Test.fails, see {log}\n"
             "  soak: ended with status 3, see above\n"), output)
         self.assertIn("\nfirst\n1\n2\n", output)
         self.assertIn("\n10000\nlast\n", output)
         self.assertLess(len([line for line in output.splitlines() if line.isdigit()]), 200)
         self.assertIn("\nfirst\n" + "".join(f"{i}\n" for i in range(1, 10001)) + "last\n",
                       self.path(log).read_text())
+
+    def test_program_that_is_not_there(self):
+        self.suite("release", {"gone": ("/nowhere/gone", "quick")})
+        status, output = self.run_command("test", "--quick")
+        self.assertEqual(status, 1, output)
+        self.assertTrue(output.endswith("\n  release: gone, see build/release/failed/gone.log\n"),
+                        output)
 
     def test_what_has_been_mended_is_not_named_again(self):
         self.failing("release", "exit 1")
