@@ -1,6 +1,7 @@
 #include "calls.h"
 
 #include <arpa/inet.h>
+#include <cerrno>
 #include <cstdlib>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -21,12 +22,14 @@ void connect_to_router(const char* port)
 {
     sockaddr_in address{};
     address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<std::uint16_t>(std::atoi(port)));
+    address.sin_port = htons(static_cast<std::uint16_t>(std::strtoul(port, nullptr, 10)));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     router_fd = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     const int on = 1;
     setsockopt(router_fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    connect(router_fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
+    if (connect(router_fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 &&
+        errno != EINPROGRESS)
+        std::_Exit(1);
     fd_set writable;
     FD_ZERO(&writable);
     FD_SET(router_fd, &writable);

@@ -1,6 +1,6 @@
 // The system calls of the backend's passes, for the floors: programs that make the calls of one
-// workload in their order and do nothing else. Failures are not looked at, but the end of what
-// either side sends ends the program.
+// workload in their order and do nothing else. Failures are hardly looked at, but the end of
+// what either side sends ends the program.
 #pragma once
 
 #include <string_view>

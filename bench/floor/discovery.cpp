@@ -139,7 +139,7 @@ int main(int, char** arguments)
         write_log("<DBG>Asking for destinations...\n");
         request(query);
     }
-    collect(std::atol(arguments[2]));
+    collect(std::strtol(arguments[2], nullptr, 10));
     for (const std::string& command : last)
         request(command);
     for (int i = 0; i < 9; ++i) // identity, ranges, counts

@@ -12,7 +12,7 @@ using namespace bench;
 int main(int, char** arguments)
 {
     connect_to_router(arguments[1]);
-    const long routes = std::atol(arguments[2]);
+    const long routes = std::strtol(arguments[2], nullptr, 10);
     std::string record = "*COMMAND=outputs\n*TYPE=message\n";
     for (long i = 0; i < routes; ++i)
         record += "o" + std::to_string(i) + ".input.all=0\n";
