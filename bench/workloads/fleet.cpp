@@ -97,14 +97,6 @@ double cpu_of(const fleet& fleet)
     return sum;
 }
 
-double pss_of(const fleet& fleet)
-{
-    double sum = 0;
-    for (const measured_program* const each : fleet.programs)
-        sum += pss_in_kib(*each);
-    return sum;
-}
-
 // Polls go on. Calls each_window with its length after every second.
 void serve_fleet(fleet& fleet, std::size_t windows,
                  const std::function<void(double us)>& each_window)
@@ -161,7 +153,8 @@ fleet_cost measure_size(const bench_plan& plan, std::size_t size)
     const std::size_t windows = plan.quick ? QUICK_WINDOWS : WINDOWS;
     fleet_cost cost;
     cost.cpu_ms = measure_polling(fleet, windows);
-    cost.pss_kib = pss_of(fleet);
+    for (const measured_program* const each : fleet.programs)
+        cost.pss_kib += pss_in_kib(*each);
     const std::vector<double> takes = measure_takes(fleet, windows);
     cost.take_p99_us = takes.empty() ? 0 : quantile_of(takes, 0.99);
     cost.largest_poll_delay_us = fleet.largest_poll_delay_us;

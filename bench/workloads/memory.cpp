@@ -45,19 +45,16 @@ void refresh_names(measured_program& program)
     await_discovery(program);
 }
 
-void lose_connection(measured_program& program)
-{
-    reset_client(program.router);
-    await_discovery(program);
-}
-
 void live_through_part(measured_program& program, std::size_t part)
 {
     answer_commands(program);
     send_salvo(program, PORTS, static_cast<int>(part));
     show_foreign_takes(program);
     refresh_names(program);
-    if (part % 8 == 2) lose_connection(program);
+    if (part % 8 == 2) {
+        reset_client(program.router);
+        await_discovery(program);
+    }
     program.heard.clear();
 }
 
