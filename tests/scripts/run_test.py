@@ -5,7 +5,7 @@ import socket
 import unittest
 from pathlib import Path
 
-from sandbox import SIMULATOR, SandboxTest
+from sandbox import LONGEST, SIMULATOR, SandboxTest
 
 PROGRAMS = Path(os.environ["PROGRAMS"])  # the folder of the real ones
 
@@ -73,6 +73,14 @@ class RunTest(SandboxTest):
         self.assertEqual(terminal.status(), 0)
         with self.assertRaises(ConnectionRefusedError):
             socket.create_connection(("127.0.0.1", port))
+
+    def test_terminal_that_is_closed_leaves_no_router(self):
+        self.program("build/release/router_console", "echo runs; exec sleep 1000")
+        terminal = self.start_on_terminal("run")
+        terminal.expect("runs")
+        os.close(terminal.descriptor)
+        terminal.process.wait(LONGEST)
+        self.expect_simulator_stopped()
 
     def test_arguments(self):
         self.expect_usage("run")
