@@ -99,7 +99,10 @@ class TestTest(SandboxTest):
         self.assertIn("  coverage: less than it should be, ", output)
 
     def test_valgrind(self):
-        self.assertEqual(self.run_command("test", "--valgrind")[0], 0)
+        self.program("launched", '[[ $BACKEND_LAUNCHER == */tests/support/memcheck ]]')
+        self.suite("debug", {"launched": (self.path("launched"), "process")})
+        status, output = self.run_command("test", "--valgrind")
+        self.assertEqual(status, 0, output)
         self.program("complains", "echo lost >../valgrind/77")
         self.suite("debug", {"complains": (self.path("complains"), "process")})
         status, output = self.run_command("test", "--valgrind")
