@@ -13,7 +13,7 @@ class CommandLine : public ProcessTest {
     // Starts the backend with these arguments, waits for its end and returns how it ended.
     std::string run(const std::vector<std::string>& arguments)
     {
-        EXPECT_EQ(start_backend(backend, backend_program(), arguments), 0);
+        EXPECT_TRUE(start_backend(backend, backend_program(), arguments, error)) << error;
         end_input(backend);
         return end();
     }

@@ -67,7 +67,8 @@ TEST_F(Configuration, FileWithCarriageReturnsReachesRouter)
 // A process may not read its own memory from its beginning: opened, but every read fails.
 TEST_F(Configuration, ReadErrorIsRefused)
 {
-    ASSERT_EQ(start_backend(backend, backend_program(), {"--file", "/proc/self/mem"}), 0);
+    ASSERT_TRUE(start_backend(backend, backend_program(), {"--file", "/proc/self/mem"}, error))
+        << error;
     EXPECT_EQ(end(), "exited with status 1");
     EXPECT_THAT(backend.diagnostics, ElementsAre("<ERR>Failure to read configuration"));
     EXPECT_THAT(backend.records, IsEmpty());
@@ -84,7 +85,7 @@ TEST_F(Configuration, FileWithoutReadPermissionIsRefused)
         words.insert(words.begin(), {"--bounding-set", "-dac_override,-dac_read_search", program});
         program = "/usr/bin/setpriv";
     }
-    ASSERT_EQ(start_backend(backend, program, words), 0);
+    ASSERT_TRUE(start_backend(backend, program, words, error)) << error;
     EXPECT_EQ(end(), "exited with status 1");
     EXPECT_THAT(backend.diagnostics, ElementsAre("<ERR>Failure to read configuration"));
 }
@@ -107,9 +108,9 @@ TEST_F(Configuration, WaitsWhileAnotherProcessHoldsTheLock)
     const std::string config = directory.file("router.conf", "inputs=4\n");
     const owned_descriptor file(open(config.c_str(), O_RDWR | O_CLOEXEC));
     ASSERT_EQ(flock(file.number, LOCK_EX), 0);
-    ASSERT_EQ(start_backend(backend, backend_program(), {"--file", config}), 0);
-    ASSERT_TRUE(
-        until([this] { return waits_for_lock(backend.process) || !backend.records.empty(); }));
+    ASSERT_TRUE(start_backend(backend, backend_program(), {"--file", config}, error)) << error;
+    ASSERT_TRUE(until(
+        [this] { return waits_for_lock(backend.child.process) || !backend.records.empty(); }));
     EXPECT_THAT(backend.records, IsEmpty());
     write_all(file.number, "inputs=7\n");
     ASSERT_EQ(flock(file.number, LOCK_UN), 0);

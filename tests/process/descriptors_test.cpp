@@ -248,14 +248,14 @@ TEST_F(FewDescriptors, ConnectionIsMadeOnceThereIsOne)
     listen_for_client(router);
     start("port = " + std::to_string(router.port) + "\n");
     ASSERT_NE(hear("info"), "");
-    const rlimit limit = limit_of(backend.process);
-    set_limit(backend.process, {3, limit.rlim_max});
+    const rlimit limit = limit_of(backend.child.process);
+    set_limit(backend.child.process, {3, limit.rlim_max});
     say("*COMMAND=set\n*TYPE=message\nname=ip address\nvalue=127.0.0.1");
     ASSERT_TRUE(logs("<ERR>Cannot connect, cannot create socket"));
     expect_dance_answered();
     ASSERT_TRUE(logs("<ERR>Cannot connect, cannot create socket")); // five seconds later
     EXPECT_THAT(backend.diagnostics, Each("<ERR>Cannot connect, cannot create socket"));
-    set_limit(backend.process, limit);
+    set_limit(backend.child.process, limit);
     ASSERT_TRUE(logs("<NOTE>Connection sucessful."));
     EXPECT_NE(hear_line("model=TX4"), "");
 }

@@ -9,8 +9,10 @@
 #include "support/child_process.h"
 #include "support/temporary_directory.h"
 
+using namespace parent_link;
 using namespace std::chrono_literals;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::IsEmpty;
 
 namespace {
@@ -23,17 +25,18 @@ constexpr auto FOR_EVER = 24h;
 class ParentLink : public testing::Test {
   protected:
     temporary_directory directory;
-    parent_link link;
+    backend_link link;
+    std::string error;
 
     void start_with_config(const std::string& text)
     {
         const std::string config = directory.file("router.conf", text);
-        ASSERT_EQ(start_backend(link, backend_program(), {"--file", config}), 0);
+        ASSERT_TRUE(start_backend(link, backend_program(), {"--file", config}, error)) << error;
     }
 
     void start_shell(const std::string& script)
     {
-        ASSERT_EQ(start_backend(link, "/bin/sh", {"-c", script}), 0);
+        ASSERT_TRUE(start_backend(link, "/bin/sh", {"-c", script}, error)) << error;
     }
 
     ParentRecord hear()
@@ -156,7 +159,7 @@ TEST_F(ParentLink, NoticesSignalThatKilled)
 
 TEST_F(ParentLink, NoticesStartUpFailure)
 {
-    ASSERT_EQ(start_backend(link, backend_program(), {"--help"}), 0);
+    ASSERT_TRUE(start_backend(link, backend_program(), {"--help"}, error)) << error;
     ASSERT_TRUE(wait_for_end());
     EXPECT_EQ(link.exit_status, 1);
     EXPECT_THAT(link.diagnostics,
@@ -167,7 +170,8 @@ TEST_F(ParentLink, NoticesStartUpFailure)
 
 TEST_F(ParentLink, ReportsProgramThatDoesNotExist)
 {
-    EXPECT_EQ(start_backend(link, (directory.path / "nothing").string(), {}), ENOENT);
+    EXPECT_FALSE(start_backend(link, (directory.path / "nothing").string(), {}, error));
+    EXPECT_THAT(error, EndsWith("/nothing: No such file or directory"));
     EXPECT_EQ(describe_end(link), "has not been started");
     EXPECT_FALSE(wait_for_event(link, FOR_EVER));
     std::vector<pollfd> descriptors;
@@ -177,7 +181,7 @@ TEST_F(ParentLink, ReportsProgramThatDoesNotExist)
 
 TEST_F(ParentLink, StartsAgainAfterEnd)
 {
-    ASSERT_EQ(start_backend(link, backend_program(), {"--help"}), 0);
+    ASSERT_TRUE(start_backend(link, backend_program(), {"--help"}, error)) << error;
     ASSERT_TRUE(wait_for_end());
     start_with_config("inputs=5\n");
     EXPECT_EQ(hear().fields["inputs"], "5");
@@ -228,7 +232,7 @@ TEST_F(ParentLink, WritingToBackendThatHasGoneIsHarmless)
     start_shell("exec <&-; echo closed=1; echo; read forever <&2");
     ASSERT_EQ(hear().fields["closed"], "1");
     send_bytes(link, "nobody reads this");
-    EXPECT_EQ(link.input_fd, -1);
+    EXPECT_EQ(link.pipes.input.number, -1);
     EXPECT_EQ(link.unsent, "");
     send_bytes(link, "nor this");
     EXPECT_EQ(link.unsent, "");
@@ -279,13 +283,13 @@ TEST_F(ParentLink, CloseKillsAndReaps)
     // Ends by itself at last, should the test be killed.
     start_shell("trap '' TERM; echo ready=1; echo; exec sleep 60");
     ASSERT_EQ(hear().fields["ready"], "1");
-    const pid_t process = link.process;
+    const pid_t process = link.child.process;
     close_backend(link);
     EXPECT_EQ(link.end_signal, SIGKILL);
     EXPECT_EQ(waitpid(process, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD);
-    EXPECT_EQ(link.input_fd, -1);
-    EXPECT_EQ(link.output_fd, -1);
+    EXPECT_EQ(link.pipes.input.number, -1);
+    EXPECT_EQ(link.pipes.output.number, -1);
 }
 
 // A second backend that held the first one's pipes would keep its input from ever ending.
@@ -293,8 +297,8 @@ TEST_F(ParentLink, BackendInheritsNoPipeOfAnother)
 {
     start_with_config("");
     ASSERT_EQ(hear().command, "info");
-    parent_link other;
-    ASSERT_EQ(start_backend(other, "/bin/sh", {"-c", "read forever"}), 0);
+    backend_link other;
+    ASSERT_TRUE(start_backend(other, "/bin/sh", {"-c", "read forever"}, error)) << error;
     end_input(link);
     ASSERT_TRUE(wait_for_end());
     EXPECT_EQ(link.exit_status, 0);
@@ -312,5 +316,5 @@ TEST_F(ParentLink, BackendHasProcessGroupOfItsOwn)
 {
     start_shell("echo ready=1; echo; read forever");
     ASSERT_EQ(hear().fields["ready"], "1");
-    EXPECT_EQ(getpgid(link.process), link.process);
+    EXPECT_EQ(getpgid(link.child.process), link.child.process);
 }

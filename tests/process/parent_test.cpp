@@ -12,7 +12,7 @@ class Parent : public ProcessTest {
     bool say_piece(const std::string& bytes)
     {
         send_bytes(backend, bytes);
-        return until([this] { return bytes_unread(backend.input_fd) == 0; });
+        return until([this] { return bytes_unread(backend.pipes.input.number) == 0; });
     }
 };
 

@@ -87,7 +87,7 @@ TEST_F(RouterStorm, KeepsNeitherTheParentNorASignalWaiting)
         return std::any_of(backend.records.begin(), backend.records.end(),
                            [](const ParentRecord& record) { return record.id == "7"; });
     }));
-    kill(backend.process, SIGTERM);
+    kill(backend.child.process, SIGTERM);
     ASSERT_TRUE(until([&] {
         if (router.client >= 0) send_on();
         return backend.ended;
@@ -99,7 +99,7 @@ TEST_F(RouterStorm, OfAnswersIsUsedByAProcessThatWasHeldUp)
 {
     start_on_router();
     ASSERT_TRUE(until([this] { return count_requests(router, "QN ID") == 1; }));
-    kill(backend.process, SIGSTOP);
+    kill(backend.child.process, SIGSTOP);
     std::string answers;
     for (const auto& [request, answer] : healthy_answers())
         answers += answer;
@@ -107,7 +107,7 @@ TEST_F(RouterStorm, OfAnswersIsUsedByAProcessThatWasHeldUp)
     // Longer than the router has for its answers.
     const auto goes_on = steady_clock::now() + std::chrono::milliseconds(7500);
     ASSERT_TRUE(until([&] { return steady_clock::now() >= goes_on; }));
-    kill(backend.process, SIGCONT);
+    kill(backend.child.process, SIGCONT);
     EXPECT_NE(hear_line("i0.name=CAM 1"), "");
     EXPECT_NE(hear_line("o1.name=MON 2"), "");
     EXPECT_THAT(backend.diagnostics, Not(Contains("<ERR>Timeout during query (d=0 s=0 l=0)")));

@@ -33,7 +33,7 @@ void ProcessTest::TearDown()
 void ProcessTest::start(const std::string& settings)
 {
     const std::string config = directory.file("router.conf", settings);
-    ASSERT_EQ(start_backend(backend, backend_program(), {"--file", config}), 0);
+    ASSERT_TRUE(start_backend(backend, backend_program(), {"--file", config}, error)) << error;
 }
 
 std::string ProcessTest::router_settings() const
@@ -66,11 +66,11 @@ void ProcessTest::start_simulator(const std::vector<std::string>& options)
     simulator_port = line.substr(line.rfind(':') + 1);
 }
 
-void ProcessTest::start_on_simulator(parent_link& link, const std::string& settings)
+void ProcessTest::start_on_simulator(parent_link::backend_link& link, const std::string& settings)
 {
     const std::string config = directory.file(
         "simulator.conf", "ip address = 127.0.0.1\nport = " + simulator_port + "\n" + settings);
-    ASSERT_EQ(start_backend(link, backend_program(), {"--file", config}), 0);
+    ASSERT_TRUE(start_backend(link, backend_program(), {"--file", config}, error)) << error;
 }
 
 bool ProcessTest::until(const std::function<bool()>& done)
@@ -92,7 +92,7 @@ bool ProcessTest::until(const std::function<bool()>& done)
     return true;
 }
 
-std::string ProcessTest::hear_line(parent_link& link, const std::string& line)
+std::string ProcessTest::hear_line(parent_link::backend_link& link, const std::string& line)
 {
     std::string text;
     until([&] {
@@ -108,7 +108,7 @@ std::string ProcessTest::hear_line(parent_link& link, const std::string& line)
     return text;
 }
 
-std::string ProcessTest::hear(parent_link& link, const std::string& command)
+std::string ProcessTest::hear(parent_link::backend_link& link, const std::string& command)
 {
     return hear_line(link, "*COMMAND=" + command);
 }
@@ -118,7 +118,7 @@ void ProcessTest::say(const std::string& lines)
     send_bytes(backend, lines + "\n\n");
 }
 
-void ProcessTest::take(parent_link& link, int output, int input)
+void ProcessTest::take(parent_link::backend_link& link, int output, int input)
 {
     send_bytes(link, "*COMMAND=route output\n*TYPE=command\nqueue=add\nto output=" +
                          std::to_string(output) + "\nfrom input=" + std::to_string(input) +

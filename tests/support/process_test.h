@@ -19,8 +19,10 @@ class ProcessTest : public testing::Test {
     tcp_router router;
     line_program simulator;
     std::string simulator_port;
-    parent_link backend;
-    parent_link second_backend; // of another operator
+    parent_link::backend_link backend;
+    parent_link::backend_link second_backend; // of another operator
+
+    std::string error; // of what could not be started
 
     void TearDown() override; // shows the diagnostics of a test that has failed
 
@@ -33,19 +35,19 @@ class ProcessTest : public testing::Test {
     // Starts it on a healthy router and waits until the status request goes round.
     void start_connected();
     void start_simulator(const std::vector<std::string>& options = {});
-    void start_on_simulator(parent_link& link, const std::string& settings = "");
+    void start_on_simulator(parent_link::backend_link& link, const std::string& settings = "");
 
     // Serves everybody until done() holds. False when the time is over first.
     bool until(const std::function<bool()>& done);
 
     // The next record with this command, as text; those before it are dropped. "" when none comes.
-    std::string hear(parent_link& link, const std::string& command);
+    std::string hear(parent_link::backend_link& link, const std::string& command);
     std::string hear(const std::string& command)
     {
         return hear(backend, command);
     }
     // The same for a record that holds this line.
-    std::string hear_line(parent_link& link, const std::string& line);
+    std::string hear_line(parent_link::backend_link& link, const std::string& line);
     std::string hear_line(const std::string& line)
     {
         return hear_line(backend, line);
@@ -54,7 +56,7 @@ class ProcessTest : public testing::Test {
     // Lines joined by newlines; the empty line that ends the record is added.
     void say(const std::string& lines);
     // Stages and flushes one route change.
-    void take(parent_link& link, int output, int input);
+    void take(parent_link::backend_link& link, int output, int input);
 
     // Whether the line comes among the diagnostics, after the one that was found last.
     bool logs(const std::string& line);

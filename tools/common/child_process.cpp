@@ -22,6 +22,7 @@ bool start_child(child_process& child, const std::vector<std::string>& words,
                  const std::array<int, 3>& descriptors, std::string& error)
 {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (const std::string& word : words)
         arguments.push_back(const_cast<char*>(word.c_str())); // spawn leaves them alone
     arguments.push_back(nullptr);

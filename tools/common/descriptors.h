@@ -11,7 +11,8 @@ namespace common {
 struct owned_descriptor {
     int number = -1; // -1: none
 
-    explicit owned_descriptor(int descriptor = -1);
+    owned_descriptor() = default;
+    explicit owned_descriptor(int descriptor);
     owned_descriptor(owned_descriptor&& other) noexcept;
     owned_descriptor& operator=(owned_descriptor&& other) noexcept;
     ~owned_descriptor();

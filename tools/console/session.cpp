@@ -1,7 +1,6 @@
 #include "console/session.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "common/clock.h"
 
@@ -21,9 +20,9 @@ constexpr auto NO_TIME_LIMIT = 24h;
 bool start_session(console_session& session, const std::string& backend,
                    const std::string& config_path)
 {
-    const int error = start_backend(session.link, backend, {"--file", config_path});
-    if (error == 0) return true;
-    session.print("Cannot run " + backend + ": " + std::strerror(error) + '\n');
+    std::string error;
+    if (start_backend(session.link, backend, {"--file", config_path}, error)) return true;
+    session.print(error + '\n');
     return false;
 }
 

@@ -22,7 +22,7 @@ constexpr int EXIT_NOT_CONFIRMED = 2; // a route was not confirmed, or a command
 constexpr int EXIT_BACKEND_ENDED = 3; // by itself, after it had come up
 
 struct console_session {
-    parent_link link;
+    parent_link::backend_link link;
     console_state state;
     std::deque<std::string> last_diagnostics;      // a few, for the case that the backend ends
     std::function<void(const std::string&)> print; // takes whole lines, with their ends

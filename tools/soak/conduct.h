@@ -51,7 +51,7 @@ struct parent_conduct {
 
 // What the parent acts on.
 struct parent_tools {
-    parent_link& backend;
+    parent_link::backend_link& backend;
     reply_ledger& replies;
     route_ledger& routes;
 };

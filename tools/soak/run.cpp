@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <unistd.h>
@@ -28,7 +27,7 @@ constexpr us_time_t MOST_SAMPLES = 600; // more than the picture can show
 struct soak_run {
     soak_options options;
     soak_watch watch;
-    parent_link backend;
+    parent_link::backend_link backend;
     std::string partial_line; // of the router's lines
     bool router_ended = false;
     us_time_t began = now_us();
@@ -107,7 +106,7 @@ void read_backend(soak_run& run)
 
 void take_sample(soak_run& run)
 {
-    const auto cost = read_process_cost(run.backend.process);
+    const auto cost = read_process_cost(run.backend.child.process);
     if (cost) run.samples.push_back({seconds_since_start(run), *cost});
 }
 
@@ -234,11 +233,11 @@ bool start(soak_run& run)
     const std::filesystem::path configuration = folder / "soak.conf";
     std::ofstream(configuration) << "ip address = 127.0.0.1\nport = " << run.watch.conduct.port
                                  << "\n";
-    const int failure = start_backend(run.backend, run.options.backend,
-                                      {"--file", std::filesystem::absolute(configuration)});
-    if (failure == 0) return true;
-    std::fprintf(stderr, "Cannot start %s: %s\n", run.options.backend.c_str(),
-                 std::strerror(failure));
+    std::string failure;
+    if (start_backend(run.backend, run.options.backend,
+                      {"--file", std::filesystem::absolute(configuration)}, failure))
+        return true;
+    std::fprintf(stderr, "%s\n", failure.c_str());
     return false;
 }
 } // namespace

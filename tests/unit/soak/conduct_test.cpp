@@ -10,7 +10,7 @@ constexpr us_time_t START = 1'000 * SECOND;
 
 class Conduct : public testing::Test {
   protected:
-    parent_link backend;
+    parent_link::backend_link backend;
     reply_ledger replies;
     route_ledger routes = make_route_ledger(64, START);
     parent_conduct conduct;
