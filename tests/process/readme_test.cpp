@@ -29,7 +29,9 @@ TEST_F(Readme, ParentRoutes)
     const std::string config =
         directory.file("router.conf", "ip address = 127.0.0.1\nport = " + simulator_port + "\n");
     line_program parent;
-    start_line_program(parent, {"python3", script, backend_program(), "--file", config});
+    ASSERT_TRUE(
+        start_line_program(parent, {"python3", script, backend_program(), "--file", config}, error))
+        << error;
     EXPECT_EQ(status_at_end(parent.child), 0);
     serve_line_program(parent);
     ASSERT_FALSE(parent.lines.empty());

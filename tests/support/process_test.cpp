@@ -56,14 +56,11 @@ void ProcessTest::start_connected()
 
 void ProcessTest::start_simulator(const std::vector<std::string>& options)
 {
-    // It outlives the end of its input, so it is told to end with the test.
-    std::vector<std::string> words = {
-        "setpriv", "--pdeathsig", "TERM", built_program("router_simulator"), "--port", "0"};
-    words.insert(words.end(), options.begin(), options.end());
-    start_line_program(simulator, words);
-    ASSERT_TRUE(until([this] { return !simulator.lines.empty(); }));
-    const std::string& line = simulator.lines.front(); // Listening on 127.0.0.1:40123
-    simulator_port = line.substr(line.rfind(':') + 1);
+    std::uint16_t port = 0;
+    ASSERT_TRUE(common::start_simulated_router(simulator, built_program("router_simulator"),
+                                               options, port, error))
+        << error;
+    simulator_port = std::to_string(port);
 }
 
 void ProcessTest::start_on_simulator(parent_link::backend_link& link, const std::string& settings)
