@@ -2,7 +2,6 @@
 #include <CLI/CLI.hpp>
 #include <clocale>
 #include <cstdio>
-#include <exception>
 #include <filesystem>
 #include <string>
 #include <unistd.h>
@@ -10,6 +9,7 @@
 #include "console/script.h"
 #include "console/session.h"
 #include "console/terminal.h"
+#include "tools/common/program.h"
 
 using namespace console;
 
@@ -58,7 +58,8 @@ int run(const std::string& backend, const std::string& config_path)
 
 int run_program(int argument_count, const char* const* arguments)
 {
-    CLI::App app("A console for a video router, by way of the routing switcher backend.");
+    CLI::App app("A console for a video router, by way of the routing switcher backend.",
+                 "router_console");
     std::string config_path;
     std::string backend = backend_beside_console();
     app.add_option("--file", config_path, "configuration file of the backend")
@@ -67,11 +68,7 @@ int run_program(int argument_count, const char* const* arguments)
     app.add_option("--backend", backend, "the backend's program; default: beside this one")
         ->type_name("PATH");
     app.footer(FOOTER);
-    try {
-        app.parse(argument_count, arguments);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? EXIT_GOOD : EXIT_NOT_STARTED;
-    }
+    if (const auto status = common::parse_arguments(app, argument_count, arguments)) return *status;
     return run(backend, config_path);
 }
 } // namespace
@@ -79,10 +76,5 @@ int run_program(int argument_count, const char* const* arguments)
 int main(int argument_count, char** arguments)
 {
     choose_characters();
-    try {
-        return run_program(argument_count, arguments);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "router_console: %s\n", error.what());
-        return EXIT_NOT_STARTED;
-    }
+    return common::run_main(run_program, argument_count, arguments);
 }
