@@ -1,10 +1,12 @@
 #include "console/script.h"
 
 #include <array>
-#include <cerrno>
+#include <deque>
 #include <unistd.h>
 
 #include "common/clock.h"
+#include "tools/common/descriptors.h"
+#include "tools/common/lines.h"
 
 using namespace std::chrono_literals;
 
@@ -15,6 +17,8 @@ namespace {
 constexpr us_time_t START_LIMIT_US = 10'000'000;
 
 constexpr auto NO_TIME_LIMIT = 24h;
+
+constexpr std::size_t LONGEST_COMMAND_LINE = 65536;
 
 void wait_for_reports(console_session& session)
 {
@@ -31,22 +35,16 @@ void wait_for_reports(console_session& session)
     }
 }
 
-// Returns false at the end of input.
-bool read_input(std::string& input)
+void run_lines(console_session& session, std::deque<std::string>& lines)
 {
-    char bytes[4096];
-    const ssize_t count = read(STDIN_FILENO, bytes, sizeof bytes);
-    if (count > 0) input.append(bytes, static_cast<std::size_t>(count));
-    return count > 0 || (count < 0 && (errno == EINTR || errno == EAGAIN));
-}
-
-void run_complete_lines(console_session& session, std::string& input)
-{
-    std::size_t end = 0;
-    while (!session.quit && (end = input.find('\n')) != std::string::npos) {
-        const std::string line = input.substr(0, end);
-        input.erase(0, end + 1);
-        run_line(session, line);
+    for (; !lines.empty() && !session.quit; lines.pop_front()) {
+        if (lines.front().size() <= LONGEST_COMMAND_LINE) {
+            run_line(session, lines.front());
+            continue;
+        }
+        session.print("A line is longer than " + std::to_string(LONGEST_COMMAND_LINE) +
+                      " bytes.\n");
+        session.refused = true;
     }
 }
 } // namespace
@@ -54,15 +52,18 @@ void run_complete_lines(console_session& session, std::string& input)
 void run_script(console_session& session)
 {
     wait_for_reports(session);
-    std::string input;
+    std::string partial;
+    std::deque<std::string> lines;
     bool more = true;
     while (more && !session.quit && !session.link.ended) {
         std::array<pollfd, 1> watched = {{{STDIN_FILENO, POLLIN, 0}}};
         wait_session(session, watched, NO_TIME_LIMIT);
         if (watched[0].revents == 0) continue;
-        more = read_input(input);
-        if (!more && !input.empty()) input += '\n';
-        run_complete_lines(session, input);
+        std::string bytes;
+        more = common::read_some(STDIN_FILENO, bytes) != common::read_outcome::ended;
+        if (!more && !partial.empty()) bytes = "\n";
+        common::cut_lines(bytes, partial, lines, LONGEST_COMMAND_LINE);
+        run_lines(session, lines);
     }
     if (!session.quit) wait_for_routes(session);
 }
