@@ -11,7 +11,8 @@
 #include <unistd.h>
 
 #include "console/completion.h"
-#include "console/table.h"
+#include "tools/common/text_table.h"
+#include "tools/common/text_width.h"
 
 using namespace std::chrono_literals;
 
@@ -43,7 +44,8 @@ void erase_line()
     const LineInfo* const line = el_line(editor);
     const std::string_view before_cursor(line->buffer,
                                          static_cast<std::size_t>(line->cursor - line->buffer));
-    const std::size_t row = (sizeof prompt - 1 + text_width(before_cursor)) / screen_width();
+    const std::size_t row =
+        (sizeof prompt - 1 + common::display_width(before_cursor)) / screen_width();
     if (row > 0) std::printf("\033[%zuA", row);
     std::fputs("\r\033[J", stdout);
 }
@@ -62,7 +64,7 @@ char* show_prompt(EditLine* /*line*/)
 }
 
 // SIGINT stands for the key that empties the line. Returns whether there is a key.
-bool take_signal(wchar_t& key)
+bool handle_signal(wchar_t& key)
 {
     signalfd_siginfo info{};
     if (read(signals, &info, sizeof info) != static_cast<ssize_t>(sizeof info)) return false;
@@ -107,7 +109,7 @@ int next_key(EditLine* /*line*/, wchar_t* key)
     while (state == key_state::none_yet && !stopped && !served->link.ended) {
         std::array<pollfd, 2> watched = {{{signals, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}}};
         wait_session(*served, watched, NO_TIME_LIMIT);
-        if (watched[0].revents != 0 && take_signal(*key))
+        if (watched[0].revents != 0 && handle_signal(*key))
             state = key_state::complete;
         else if (watched[1].revents != 0)
             state = read_key(conversion, *key);
@@ -123,15 +125,15 @@ unsigned char complete_word(EditLine* line, int /*key*/)
     const std::string old_word = before.substr(completed.start);
     if (completed.choices.empty()) return CC_REFRESH_BEEP;
     if (completed.replacement == old_word) {
-        print_above_line(format_columns(completed.choices, screen_width()));
+        print_above_line(common::list_text(completed.choices, screen_width()));
         return CC_NORM;
     }
-    el_deletestr(line, static_cast<int>(text_width(old_word)));
+    el_deletestr(line, static_cast<int>(common::character_count(old_word)));
     el_insertstr(line, completed.replacement.c_str());
     return CC_REFRESH;
 }
 
-void take_over_signals()
+void catch_signals()
 {
     sigset_t set;
     sigemptyset(&set);
@@ -178,7 +180,7 @@ void run_lines(console_session& session, History* lines)
 
 void run_terminal(console_session& session)
 {
-    take_over_signals();
+    catch_signals();
     served = &session;
     session.print = print_above_line;
     session.print("\"help\" lists the commands.\n");

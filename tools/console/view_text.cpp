@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "console/table.h"
+#include "tools/common/text_table.h"
 
 namespace console {
 
@@ -47,7 +47,7 @@ std::string names_text(const std::vector<std::string>& names, int count, const s
     rows.reserve(static_cast<std::size_t>(count));
     for (int position = 0; position < count; ++position)
         rows.push_back({std::to_string(position), name_at(names, position)});
-    return format_table({"#", title}, rows);
+    return common::terminal_text({"", {{"#", true}, {title}}, rows});
 }
 } // namespace
 
@@ -100,7 +100,8 @@ std::string routes_text(const router_view& view)
              named ? name_at(view.input_names, route.shown) : input_label(view, route.shown),
              state + staged});
     }
-    return format_table({"#", "output", "#", "input", "state"}, rows);
+    return common::terminal_text(
+        {"", {{"#", true}, {"output"}, {"#", true}, {"input"}, {"state"}}, rows});
 }
 
 } // namespace console
