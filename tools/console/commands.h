@@ -13,7 +13,7 @@
 
 namespace console {
 
-// Which diagnostics lines are shown. Lines about the link are shown as the view's news instead,
+// Which diagnostics lines are shown. Lines about the link are shown as the view's notices instead,
 // except at debug and note.
 enum class log_level { off, warn, note, debug };
 
@@ -35,7 +35,7 @@ struct command_result {
 command_result run_command(console_state& state, const std::vector<common::word>& words,
                            us_time_t now);
 
-// Whether a diagnostics line is shown; about_link as take_diagnostics said.
+// Whether a diagnostics line is shown; about_link as apply_diagnostics said.
 bool is_shown(log_level log, const std::string& line, bool about_link);
 
 enum class argument_kind { output, input, setting, value, level };

@@ -1,8 +1,9 @@
 #include "console/lookup.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstddef>
+
+#include "tools/common/numbers.h"
 
 namespace console {
 
@@ -44,9 +45,8 @@ std::string list_candidates(const std::vector<std::string>& names,
 int find_number(const std::string& digits, int count, const std::string& kind,
                 std::string& complaint)
 {
-    int position = count;
-    std::from_chars(digits.data(), digits.data() + digits.size(), position);
-    if (position < count) return position;
+    int position = 0;
+    if (common::read_decimal(digits, position) && position < count) return position;
     complaint = "There is no " + kind + " " + digits;
     complaint += count > 0 ? ": they are numbered 0 to " + std::to_string(count - 1) + "."
                            : ": no " + kind + "s are known yet.";

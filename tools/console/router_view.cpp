@@ -1,8 +1,9 @@
 #include "console/router_view.h"
 
 #include <algorithm>
-#include <charconv>
 #include <optional>
+
+#include "tools/common/numbers.h"
 
 namespace console {
 
@@ -63,9 +64,7 @@ std::string printable(std::string text)
 std::optional<int> to_position(std::string_view digits)
 {
     int value = 0;
-    const char* const end = digits.data() + digits.size();
-    const auto [rest, error] = std::from_chars(digits.data(), end, value);
-    if (error != std::errc() || rest != end || value < 0 || value >= MOST_POSITIONS)
+    if (!common::read_decimal(digits, value) || value < 0 || value >= MOST_POSITIONS)
         return std::nullopt;
     return value;
 }
@@ -92,7 +91,7 @@ std::vector<std::string> read_names(const ParentRecord& record, char letter)
     return names;
 }
 
-void take_info(router_view& view, const ParentRecord& record)
+void apply_info(router_view& view, const ParentRecord& record)
 {
     view.identity.clear();
     for (const auto& [name, value] : record.fields)
@@ -102,7 +101,7 @@ void take_info(router_view& view, const ParentRecord& record)
     view.routes.resize(static_cast<std::size_t>(view.outputs));
 }
 
-void take_route(router_view& view, int output, int input, news& told)
+void apply_route(router_view& view, int output, int input, notices& to_show)
 {
     const auto index = static_cast<std::size_t>(output);
     if (view.routes.size() <= index) view.routes.resize(index + 1);
@@ -113,24 +112,24 @@ void take_route(router_view& view, int output, int input, news& told)
         output_label(view, output) + " now shows " + input_label(view, input);
     if (route.request != request_state::none && route.asked == input) {
         route.request = request_state::none;
-        told.push_back(now_shows + ": confirmed");
+        to_show.push_back(now_shows + ": confirmed");
     } else if (before != INPUT_UNKNOWN && before != input) {
         if (route.request == request_state::unconfirmed) route.request = request_state::none;
-        told.push_back(now_shows);
+        to_show.push_back(now_shows);
     }
 }
 
-void take_routes(router_view& view, const ParentRecord& record, news& told)
+void apply_routes(router_view& view, const ParentRecord& record, notices& to_show)
 {
     for (const auto& [name, value] : record.fields) {
         const std::optional<int> output = position_of(name, 'o', ".input.all");
         if (!output) continue;
         view.routes_reported = true;
-        take_route(view, *output, to_position(value).value_or(INPUT_NONE), told);
+        apply_route(view, *output, to_position(value).value_or(INPUT_NONE), to_show);
     }
 }
 
-void take_output_names(router_view& view, const ParentRecord& record)
+void apply_output_names(router_view& view, const ParentRecord& record)
 {
     std::vector<std::string> names = read_names(record, 'o');
     if (names.empty() && !record.fields.empty()) return;
@@ -139,22 +138,22 @@ void take_output_names(router_view& view, const ParentRecord& record)
 }
 } // namespace
 
-news take_record(router_view& view, const ParentRecord& record)
+notices apply_record(router_view& view, const ParentRecord& record)
 {
-    news told;
+    notices to_show;
     if (record.type == "reply") {
         if (!record.error.empty())
-            told.push_back("The backend replies: " + printable(record.error));
+            to_show.push_back("The backend replies: " + printable(record.error));
     } else if (record.command == "info") {
-        take_info(view, record);
+        apply_info(view, record);
     } else if (record.command == "inputs") {
         view.inputs_named = true;
         view.input_names = read_names(record, 'i');
     } else if (record.command == "outputs") {
-        take_output_names(view, record);
-        take_routes(view, record, told);
+        apply_output_names(view, record);
+        apply_routes(view, record, to_show);
     }
-    return told;
+    return to_show;
 }
 
 // What the beginning of a diagnostics line tells of the link.
@@ -181,18 +180,18 @@ constexpr link_rule LINK_RULES[] = {
     {"<NOTE>Connection to router closed", link_state::down, std::nullopt},
 };
 
-// A router that stays away is news once, not at each new attempt.
-void announce_link(router_view& view, news& told)
+// A router that stays away is shown once, not at each new attempt.
+void announce_link(router_view& view, notices& to_show)
 {
     if (view.link != link_state::down && view.link != link_state::ready) return;
     const std::string text = "The router is " + link_text(view);
     if (text == view.link_announced) return;
     view.link_announced = text;
-    told.push_back(text);
+    to_show.push_back(text);
 }
 } // namespace
 
-bool take_diagnostics(router_view& view, const std::string& line, news& told)
+bool apply_diagnostics(router_view& view, const std::string& line, notices& to_show)
 {
     const auto* const rule =
         std::find_if(std::begin(LINK_RULES), std::end(LINK_RULES),
@@ -204,7 +203,7 @@ bool take_diagnostics(router_view& view, const std::string& line, news& told)
         view.link_problem = *rule->problem;
     if (rule->state) {
         view.link = *rule->state;
-        announce_link(view, told);
+        announce_link(view, to_show);
     }
     return true;
 }
@@ -232,18 +231,18 @@ void note_discarded(router_view& view)
     view.staged.clear();
 }
 
-news expire_requests(router_view& view, us_time_t now)
+notices expire_requests(router_view& view, us_time_t now)
 {
-    news told;
+    notices to_show;
     for (std::size_t output = 0; output < view.routes.size(); ++output) {
         route_view& route = view.routes[output];
         if (route.request != request_state::pending) continue;
         if (now - route.asked_at < CONFIRMATION_LIMIT_US) continue;
         route.request = request_state::unconfirmed;
-        told.push_back(output_label(view, static_cast<int>(output)) + ": " +
-                       input_label(view, route.asked) + " was not confirmed within 3 s");
+        to_show.push_back(output_label(view, static_cast<int>(output)) + ": " +
+                          input_label(view, route.asked) + " was not confirmed within 3 s");
     }
-    return told;
+    return to_show;
 }
 
 us_time_t time_to_expiry(const router_view& view, us_time_t now)

@@ -44,20 +44,21 @@ struct router_view {
 
     link_state link = link_state::down;
     std::string link_problem;   // why it is down, or what is amiss; may be empty
-    std::string link_announced; // the last link state that became news
+    std::string link_announced; // the last link state that was shown
 
     bool inputs_named = false; // a report of that kind has come
     bool outputs_named = false;
     bool routes_reported = false;
 };
 
-// Lines for the person, without line ends.
-using news = std::vector<std::string>;
+// What the person is shown of a change: lines, without line ends.
+using notices = std::vector<std::string>;
 
-news take_record(router_view& view, const ParentRecord& record);
+// Applies what the record reports.
+notices apply_record(router_view& view, const ParentRecord& record);
 
-// Returns whether the line was about the link, and so has become news if it is any.
-bool take_diagnostics(router_view& view, const std::string& line, news& told);
+// Returns whether the line was about the link; what is to be shown of it has then been appended.
+bool apply_diagnostics(router_view& view, const std::string& line, notices& to_show);
 
 // Notes that the route was staged; with the next flush it is asked for.
 void note_staged(router_view& view, int output, int input);
@@ -65,7 +66,7 @@ void note_flushed(router_view& view, us_time_t now);
 void note_discarded(router_view& view);
 
 // Makes pending routes unconfirmed whose time is over.
-news expire_requests(router_view& view, us_time_t now);
+notices expire_requests(router_view& view, us_time_t now);
 
 // How long until expire_requests has something to do; no_expiry when no route is pending.
 constexpr us_time_t NO_EXPIRY = ~us_time_t{0};
@@ -81,7 +82,7 @@ std::string link_text(const router_view& view);
 std::string input_label(const router_view& view, int input);
 std::string output_label(const router_view& view, int output);
 
-// The backend has told all that a command can refer to: names and routes.
+// The backend has reported all that a command can refer to: names and routes.
 bool fully_reported(const router_view& view);
 
 } // namespace console

@@ -27,22 +27,22 @@ bool start_session(console_session& session, const std::string& backend,
 }
 
 namespace {
-void print_news(const console_session& session, const news& told)
+void print_notices(const console_session& session, const notices& to_show)
 {
     std::string text;
-    for (const std::string& line : told)
+    for (const std::string& line : to_show)
         text += line + '\n';
     if (!text.empty()) session.print(text);
 }
 
-void take_diagnostics_line(console_session& session, const std::string& line)
+void handle_diagnostics(console_session& session, const std::string& line)
 {
     session.last_diagnostics.push_back(line);
     if (session.last_diagnostics.size() > KEPT_DIAGNOSTICS) session.last_diagnostics.pop_front();
-    news told;
-    const bool about_link = take_diagnostics(session.state.view, line, told);
+    notices to_show;
+    const bool about_link = apply_diagnostics(session.state.view, line, to_show);
     if (is_shown(session.state.log, line, about_link)) session.print(line + '\n');
-    print_news(session, told);
+    print_notices(session, to_show);
 }
 } // namespace
 
@@ -52,15 +52,15 @@ void serve_session(console_session& session)
     std::deque<std::string> lines;
     lines.swap(session.link.diagnostics);
     for (const std::string& line : lines)
-        take_diagnostics_line(session, line);
+        handle_diagnostics(session, line);
     std::deque<ParentRecord> records;
     records.swap(session.link.records);
     session.came_up = session.came_up || !records.empty();
     for (const ParentRecord& record : records)
-        print_news(session, take_record(session.state.view, record));
-    const news expired = expire_requests(session.state.view, now_us());
+        print_notices(session, apply_record(session.state.view, record));
+    const notices expired = expire_requests(session.state.view, now_us());
     session.unconfirmed = session.unconfirmed || !expired.empty();
-    print_news(session, expired);
+    print_notices(session, expired);
 }
 
 void wait_session(console_session& session, std::span<pollfd> watched,

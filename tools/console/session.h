@@ -36,7 +36,7 @@ struct console_session {
 bool start_session(console_session& session, const std::string& backend,
                    const std::string& config_path);
 
-// Serves the backend and prints the news.
+// Serves the backend and prints what is to be shown.
 void serve_session(console_session& session);
 
 // Waits for the backend, for a route's time to be over or for what the caller watches (as poll has

@@ -19,11 +19,11 @@ inline ParentRecord backend_report(const std::string& command,
     return record;
 }
 
-inline news diagnose(router_view& view, const std::string& text)
+inline notices diagnose(router_view& view, const std::string& text)
 {
-    news told;
-    take_diagnostics(view, text, told);
-    return told;
+    notices to_show;
+    apply_diagnostics(view, text, to_show);
+    return to_show;
 }
 
 inline router_view known_router()
@@ -31,15 +31,16 @@ inline router_view known_router()
     router_view view;
     diagnose(view, "<NOTE>Connection sucessful.");
     diagnose(view, "<DBG>Router finished returning levels, sources, destinations");
-    take_record(view, backend_report("info", {{"inputs", "3"},
-                                              {"outputs", "2"},
-                                              {"model", "Box"},
-                                              {"firmware version", ""},
-                                              {"product", "Switcher"},
-                                              {"company", "Maker"}}));
-    take_record(view, backend_report("inputs", {{"i0.name", "CAM 1"}, {"i1.name", "CAM 2"}}));
-    take_record(view, backend_report("outputs", {{"o0.name", "MON A"}, {"o1.name", "MON B"}}));
-    take_record(view, backend_report("outputs", {{"o0.input.all", "1"}, {"o1.input.all", "none"}}));
+    apply_record(view, backend_report("info", {{"inputs", "3"},
+                                               {"outputs", "2"},
+                                               {"model", "Box"},
+                                               {"firmware version", ""},
+                                               {"product", "Switcher"},
+                                               {"company", "Maker"}}));
+    apply_record(view, backend_report("inputs", {{"i0.name", "CAM 1"}, {"i1.name", "CAM 2"}}));
+    apply_record(view, backend_report("outputs", {{"o0.name", "MON A"}, {"o1.name", "MON B"}}));
+    apply_record(view,
+                 backend_report("outputs", {{"o0.input.all", "1"}, {"o1.input.all", "none"}}));
     return view;
 }
 

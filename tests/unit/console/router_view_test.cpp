@@ -14,9 +14,10 @@ class RouterView : public testing::Test {
     router_view view = known_router();
     us_time_t now = 5'000'000;
 
-    news route(const std::string& output, const std::string& input)
+    notices route(const std::string& output, const std::string& input)
     {
-        return take_record(view, backend_report("outputs", {{"o" + output + ".input.all", input}}));
+        return apply_record(view,
+                            backend_report("outputs", {{"o" + output + ".input.all", input}}));
     }
 
     void ask(int output, int input)
@@ -164,30 +165,30 @@ TEST_F(RouterView, TellsErrorOfReply)
     reply.type = "reply";
     reply.command = "outputs";
     reply.error = "Unknown command outputs";
-    EXPECT_THAT(take_record(view, reply),
+    EXPECT_THAT(apply_record(view, reply),
                 ElementsAre("The backend replies: Unknown command outputs"));
 }
 
 TEST_F(RouterView, ControlCharactersOfNamesNeverReachTheScreen)
 {
-    take_record(view, backend_report("inputs", {{"i0.name", "\x1b[2JCAM\n1"}}));
+    apply_record(view, backend_report("inputs", {{"i0.name", "\x1b[2JCAM\n1"}}));
     EXPECT_EQ(view.input_names, std::vector<std::string>{"?[2JCAM?1"});
 }
 
 TEST_F(RouterView, NonsensicalPositionsAreIgnored)
 {
-    EXPECT_THAT(take_record(view, backend_report("outputs", {{"o-1.input.all", "0"},
-                                                             {"o99999.input.all", "0"},
-                                                             {"o.input.all", "0"},
-                                                             {"ox.name", "x"},
-                                                             {"x", "y"}})),
+    EXPECT_THAT(apply_record(view, backend_report("outputs", {{"o-1.input.all", "0"},
+                                                              {"o99999.input.all", "0"},
+                                                              {"o.input.all", "0"},
+                                                              {"ox.name", "x"},
+                                                              {"x", "y"}})),
                 IsEmpty());
     EXPECT_EQ(view.routes.size(), 2U);
 }
 
 TEST_F(RouterView, FewerOutputsForgetRoutes)
 {
-    take_record(view, backend_report("info", {{"inputs", "3"}, {"outputs", "1"}}));
+    apply_record(view, backend_report("info", {{"inputs", "3"}, {"outputs", "1"}}));
     EXPECT_EQ(routes_text(view), "#  output  #  input  state\n0  MON A   1  CAM 2\n");
 }
 
@@ -209,20 +210,22 @@ TEST(RouterViewLink, FollowsConnection)
 
 TEST(RouterViewLink, TellsWhyThereIsNone)
 {
-    const auto told = [](const std::string& text) {
+    const auto link_after = [](const std::string& text) {
         router_view view;
         diagnose(view, "<NOTE>Connection sucessful.");
         diagnose(view, text);
         diagnose(view, "<NOTE>Connection to router closed");
         return link_text(view);
     };
-    EXPECT_EQ(told("<ERR>Connection failed, Refused"), "not connected (Refused)");
-    EXPECT_EQ(told("<ERR>Failed to connect to router, Away"), "not connected (Away)");
-    EXPECT_EQ(told("<ERR>Cannot connect, cannot parse IP address"),
+    EXPECT_EQ(link_after("<ERR>Connection failed, Refused"), "not connected (Refused)");
+    EXPECT_EQ(link_after("<ERR>Failed to connect to router, Away"), "not connected (Away)");
+    EXPECT_EQ(link_after("<ERR>Cannot connect, cannot parse IP address"),
               "not connected (cannot parse IP address)");
-    EXPECT_EQ(told("<NOTE>Connection problem, Reset"), "not connected (Reset)");
-    EXPECT_EQ(told("<WARN>Connection timeout"), "not connected (the router has fallen silent)");
-    EXPECT_EQ(told("<ERR>Timeout receiving message"), "not connected (the router does not answer)");
+    EXPECT_EQ(link_after("<NOTE>Connection problem, Reset"), "not connected (Reset)");
+    EXPECT_EQ(link_after("<WARN>Connection timeout"),
+              "not connected (the router has fallen silent)");
+    EXPECT_EQ(link_after("<ERR>Timeout receiving message"),
+              "not connected (the router does not answer)");
 }
 
 TEST(RouterViewLink, RouterThatStaysAwayIsNewsOnce)
@@ -245,7 +248,16 @@ TEST(RouterViewLink, IncompleteDiscoveryIsReadyWithProblem)
 TEST(RouterViewLink, OtherLinesAreNotAboutIt)
 {
     router_view view;
-    news told;
-    EXPECT_FALSE(take_diagnostics(view, "<DBG>Router: ACK", told));
-    EXPECT_TRUE(take_diagnostics(view, "<WARN>Connection timeout", told));
+    notices to_show;
+    EXPECT_FALSE(apply_diagnostics(view, "<DBG>Router: ACK", to_show));
+    EXPECT_TRUE(apply_diagnostics(view, "<WARN>Connection timeout", to_show));
+}
+
+TEST_F(RouterView, RoutesAreUnknownBeforeTheirFirstReport)
+{
+    view = {};
+    apply_record(view, backend_report("info", {{"inputs", "3"}, {"outputs", "2"}}));
+    EXPECT_EQ(routes_text(view), "#  output  #  input  state\n"
+                                 "0             ?\n"
+                                 "1             ?\n");
 }
