@@ -71,5 +71,5 @@ TEST_F(Soak, WrongOptionIsReported)
 {
     run("", "x");
     EXPECT_THAT(complaints, HasSubstr("--seconds"));
-    EXPECT_EQ(status, 2);
+    EXPECT_EQ(status, 1);
 }

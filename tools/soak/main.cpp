@@ -1,9 +1,8 @@
 // The soak as a program.
 #include <CLI/CLI.hpp>
-#include <cstdio>
-#include <exception>
 
 #include "soak/run.h"
+#include "tools/common/program.h"
 
 namespace {
 int run_program(int argument_count, const char* const* arguments)
@@ -26,21 +25,12 @@ int run_program(int argument_count, const char* const* arguments)
     app.footer(
         "Exit status: 0 when nothing was lost and nothing grew, 1 otherwise, 2 when it could "
         "not start.\nSIGINT and SIGTERM end the run early; what is open then is not judged.");
-    try {
-        app.parse(argument_count, arguments);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : 2;
-    }
+    if (const auto status = common::parse_arguments(app, argument_count, arguments)) return *status;
     return soak::run_soak(options);
 }
 } // namespace
 
 int main(int argument_count, char** arguments)
 {
-    try {
-        return run_program(argument_count, arguments);
-    } catch (const std::exception& fault) {
-        std::fprintf(stderr, "%s\n", fault.what());
-        return 2;
-    }
+    return common::run_main(run_program, argument_count, arguments);
 }

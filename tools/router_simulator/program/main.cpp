@@ -12,6 +12,7 @@
 #include "router_simulator/program/server.h"
 #include "router_simulator/router/names_file.h"
 #include "router_simulator/scenario/file.h"
+#include "tools/common/program.h"
 
 using namespace router_simulator;
 
@@ -94,9 +95,8 @@ bool prepare_scenario(const simulated_router& router, const simulator_options& o
     }
     return true;
 }
-} // namespace
 
-int main(int argument_count, char** arguments)
+int run_program(int argument_count, const char* const* arguments)
 {
     simulator_options options;
     if (const auto status = parse_options(argument_count, arguments, options, std::cout, std::cerr))
@@ -118,4 +118,10 @@ int main(int argument_count, char** arguments)
     run_until_signal(server, signals);
     stop_server(server);
     return 0;
+}
+} // namespace
+
+int main(int argument_count, char** arguments)
+{
+    return common::run_main(run_program, argument_count, arguments);
 }

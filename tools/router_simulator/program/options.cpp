@@ -4,6 +4,7 @@
 
 #include "router_simulator/program/commands.h"
 #include "router_simulator/router/names.h"
+#include "tools/common/program.h"
 
 namespace router_simulator {
 
@@ -143,12 +144,7 @@ std::optional<int> parse_options(int argument_count, const char* const* argument
     add_event_options(app, options);
     app.footer(std::string("Commands on standard input:\n") + COMMAND_HELP +
                "SIGINT and SIGTERM end the program; the end of standard input does not.");
-    try {
-        app.parse(argument_count, arguments);
-    } catch (const CLI::ParseError& outcome) {
-        return app.exit(outcome, output, errors) == 0 ? 0 : 1;
-    }
-    return std::nullopt;
+    return common::parse_arguments(app, argument_count, arguments, output, errors);
 }
 
 } // namespace router_simulator
