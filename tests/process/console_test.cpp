@@ -1,11 +1,18 @@
+#include <csignal>
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <poll.h>
 
 #include "support/process_test.h"
 
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
+using testing::StartsWith;
+
+namespace {
+constexpr int PATIENCE_MS = 60'000; // without a byte more: only a hang lasts that long
+} // namespace
 
 class Console : public ProcessTest {
   protected:
@@ -22,26 +29,14 @@ class Console : public ProcessTest {
         printed.childs.reset();
         write_all(input.ours.number, script);
         input.ours.reset();
-        output = read_to_end(printed.ours.number);
-        return status_at_end(console);
+        output.clear();
+        return status_after(printed.ours.number);
     }
 
     int play_on_simulator(const std::string& script)
     {
         start_simulator({"--source-base", "1", "--destination-base", "1"});
         return play({"--file", simulator_config()}, script);
-    }
-
-    int type_on_terminal(const std::string& keys)
-    {
-        start_simulator();
-        descriptor_pair terminal = pseudo_terminal();
-        run({"--file", simulator_config()},
-            {terminal.childs.number, terminal.childs.number, terminal.childs.number});
-        terminal.childs.reset();
-        write_all(terminal.ours.number, keys);
-        output = read_to_end(terminal.ours.number);
-        return status_at_end(console);
     }
 
     // A program in the backend's place.
@@ -52,7 +47,26 @@ class Console : public ProcessTest {
         return path;
     }
 
-  private:
+    // Its status, once what it prints has come to an end.
+    int status_after(int printed)
+    {
+        while (read_more(printed)) {
+        }
+        return status_at_end(console);
+    }
+
+    // Reads some of what it prints. False at its end; a console that hangs is killed.
+    bool read_more(int printed)
+    {
+        pollfd watched = {printed, POLLIN, 0};
+        if (poll(&watched, 1, PATIENCE_MS) == 0) {
+            ADD_FAILURE() << "The console hangs after: " << output;
+            kill(console.process, SIGKILL);
+            return false;
+        }
+        return common::read_some(printed, output) == common::read_outcome::read;
+    }
+
     std::string simulator_config()
     {
         return directory.file("console.conf",
@@ -144,14 +158,102 @@ TEST_F(Console, HelpGivesStatusZeroAndMissingFileStatusOne)
     EXPECT_EQ(play({}, ""), 1);
 }
 
-TEST_F(Console, TerminalCompletesAndQuits)
+TEST_F(Console, FewOfTheLastDiagnosticsAreKept)
 {
-    EXPECT_EQ(type_on_terminal("he\t\rq\t\r"), 0);
+    const std::string program = script_backend(
+        "echo '*COMMAND=info'; echo; for i in 1 2 3 4 5 6 7; do echo line $i >&2; done; exit 5\n");
+    EXPECT_EQ(play({"--file", "any", "--backend", program}, ""), 3);
+    EXPECT_EQ(output, "The backend exited with status 5. Its last diagnostics:\n"
+                      "  line 3\n  line 4\n  line 5\n  line 6\n  line 7\n");
+}
+
+TEST_F(Console, OverlongLineIsRefused)
+{
+    EXPECT_EQ(play_on_simulator(std::string(70'000, ' ') + "help\n" + std::string(65'532, ' ') +
+                                "info\n"),
+              2);
+    EXPECT_THAT(output, AllOf(HasSubstr("A line is longer than 65536 bytes.\nRouter    ready\n"),
+                              Not(HasSubstr("route an input to an output now"))));
+}
+
+TEST_F(Console, TellsItsVersion)
+{
+    EXPECT_EQ(play({"--version"}, ""), 0);
+    EXPECT_THAT(output, StartsWith("router_console "));
+}
+
+class ConsoleTerminal : public Console {
+  protected:
+    descriptor_pair terminal = pseudo_terminal();
+
+    void SetUp() override
+    {
+        start_simulator();
+        run({"--file", simulator_config()},
+            {terminal.childs.number, terminal.childs.number, terminal.childs.number});
+        terminal.childs.reset();
+    }
+
+    void type(const std::string& keys)
+    {
+        write_all(terminal.ours.number, keys);
+    }
+
+    // Reads until the text is on the screen after what was waited for before.
+    void wait_for(const std::string& text)
+    {
+        std::size_t found = std::string::npos;
+        while ((found = output.find(text, seen)) == std::string::npos)
+            ASSERT_TRUE(read_more(terminal.ours.number)) << text;
+        seen = found + text.size();
+    }
+
+    int status()
+    {
+        return status_after(terminal.ours.number);
+    }
+
+  private:
+    std::size_t seen = 0;
+};
+
+TEST_F(ConsoleTerminal, CompletesAndQuits)
+{
+    type("he\t\rq\t\r");
+    EXPECT_EQ(status(), 0);
     EXPECT_THAT(output, AllOf(HasSubstr("\"help\" lists the commands."), HasSubstr("router> "),
                               HasSubstr("route an input to an output now")));
 }
 
-TEST_F(Console, EndOfInputLeavesTerminal)
+TEST_F(ConsoleTerminal, IsLeftByTheEndOfInput)
 {
-    EXPECT_EQ(type_on_terminal("\x04"), 0);
+    type("\x04");
+    EXPECT_EQ(status(), 0);
+}
+
+TEST_F(ConsoleTerminal, IsLeftByTerminationSignal)
+{
+    wait_for("router> ");
+    kill(console.process, SIGTERM);
+    EXPECT_EQ(status(), 0);
+}
+
+// The signal is what the terminal makes of Ctrl-C.
+TEST_F(ConsoleTerminal, InterruptEmptiesTheLine)
+{
+    type("help");
+    wait_for("help");
+    kill(console.process, SIGINT);
+    type("quit\r");
+    EXPECT_EQ(status(), 0);
+    EXPECT_THAT(output, Not(HasSubstr("leaves the console")));
+}
+
+TEST_F(ConsoleTerminal, InterruptOnAnEmptyLineTellsHowToLeave)
+{
+    wait_for("router> ");
+    kill(console.process, SIGINT);
+    wait_for("\"quit\" or Ctrl-D leaves the console.");
+    type("quit\r");
+    EXPECT_EQ(status(), 0);
 }

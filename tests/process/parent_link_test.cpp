@@ -1,5 +1,6 @@
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -8,11 +9,15 @@
 #include "parent_link/parent_link.h"
 #include "support/child_process.h"
 #include "support/temporary_directory.h"
+#include "tools/common/lines.h"
 
 using namespace parent_link;
 using namespace std::chrono_literals;
+using testing::AnyOf;
+using testing::Each;
 using testing::ElementsAre;
 using testing::EndsWith;
+using testing::Field;
 using testing::IsEmpty;
 
 namespace {
@@ -213,6 +218,23 @@ TEST_F(ParentLink, LeavesRecordsInThePipeWhileItDoesNotRead)
     send_bytes(link, "go\n");
     ASSERT_TRUE(wait_until(link, PATIENCE, [this] { return link.ended; }));
     EXPECT_EQ(hear().fields.count("b"), 1U); // nothing is lost with its end
+}
+
+TEST_F(ParentLink, WaitsForNothingThatItDoesNotRead)
+{
+    start_shell("echo a=1; echo; read forever");
+    link.reads_output = false;
+    std::vector<pollfd> descriptors;
+    add_poll_descriptors(link, descriptors);
+    EXPECT_THAT(descriptors,
+                Each(Field(&pollfd::fd, AnyOf(link.process_fd.number, link.pipes.errors.number))));
+    EXPECT_EQ(descriptors.size(), 2U);
+}
+
+TEST_F(ParentLink, CutsOverlongLine)
+{
+    start_shell("printf a=; head -c 3000000 /dev/zero | tr '\\0' x; echo; echo");
+    EXPECT_EQ(hear().fields["a"].size(), common::LONGEST_LINE + 1 - std::strlen("a="));
 }
 
 TEST_F(ParentLink, HandsOutEverythingWrittenBeforeEnd)
