@@ -56,6 +56,15 @@ TEST_F(SimulatorProgram, CommandIsAnswered)
     EXPECT_TRUE(simulator_prints("0 MON A <- 1 CAM 2"));
 }
 
+TEST_F(SimulatorProgram, OverlongCommandIsRefusedWhole)
+{
+    start_simulator({"--sources", "2", "--destinations", "1"});
+    write_all(simulator.input.number, std::string(10'000, ' ') + "help\nroutes\n");
+    EXPECT_TRUE(simulator_prints("Line too long."));
+    EXPECT_TRUE(until([this] { return simulator.lines.size() >= 3; }));
+    EXPECT_EQ(simulator.lines[2], "0 MON A <- 0 CAM 1");
+}
+
 TEST_F(SimulatorProgram, EndOfInputRunsTheLastLineAndDoesNotEndIt)
 {
     start_simulator({"--sources", "2", "--destinations", "1"});

@@ -1,13 +1,12 @@
 #include "router_simulator/router/names_file.h"
 
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 #include <fstream>
 #include <map>
-#include <optional>
 
 #include "router_simulator/router/names.h"
+#include "tools/common/numbers.h"
 
 namespace router_simulator {
 
@@ -43,15 +42,6 @@ std::string split_line(const std::string& line, named_port& port)
     return unquote(port.name) ? "" : "the quotes of the name do not match";
 }
 
-std::optional<std::uint64_t> decimal_index(const std::string& text)
-{
-    std::uint64_t index = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, index);
-    if (error != std::errc() || stop != end) return std::nullopt;
-    return index;
-}
-
 std::string range_text(std::uint64_t base, std::size_t count)
 {
     if (count == 0) return "there are none";
@@ -66,15 +56,15 @@ std::string* find_port(simulated_router& router, const named_port& port, std::st
         fault = "unknown kind \"" + port.kind + "\": source, destination or level expected";
         return nullptr;
     }
-    const std::optional<std::uint64_t> index = decimal_index(port.index);
-    if (!index) {
+    std::uint64_t index = 0;
+    if (!common::read_decimal(port.index, index)) {
         fault = "the index \"" + port.index + "\" is not a decimal number";
         return nullptr;
     }
     port_list& ports = port.kind == "source" ? router.sources : router.destinations;
     std::vector<std::string>& names = is_level ? router.levels : ports.names;
     const std::uint64_t base = is_level ? 0 : ports.base;
-    if (*index >= base && *index - base < names.size()) return &names[*index - base];
+    if (index >= base && index - base < names.size()) return &names[index - base];
     fault = "no " + port.kind + " " + port.index + ": " + range_text(base, names.size());
     return nullptr;
 }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "tools/common/random.h"
+
 namespace router_simulator {
 
 namespace {
@@ -86,21 +88,14 @@ void start_scenario(scenario& plan)
 
 std::uint64_t draw(std::mt19937_64& random, number_range range)
 {
-    const std::uint64_t count = range.most - range.least + 1; // 0: all there are
-    return count == 0 ? random() : range.least + random() % count;
+    return common::draw(random, range.least, range.most);
 }
 
 namespace {
-// From 0 to just below 1, by the 53 bits that a double holds exactly.
-double draw_fraction(std::mt19937_64& random)
-{
-    return static_cast<double>(random() >> 11) / 9007199254740992.0;
-}
-
 // Whether a step that comes up is done by what limits it; counts.
 bool is_done_now(const scenario_step& step, step_state& state)
 {
-    if (step.chance < 1 && draw_fraction(state.random) >= step.chance) return false;
+    if (step.chance < 1 && !common::draw_chance(state.random, step.chance)) return false;
     if (state.passed_over < step.after) {
         ++state.passed_over;
         return false;
