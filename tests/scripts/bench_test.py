@@ -4,16 +4,46 @@ import unittest
 
 from sandbox import SandboxTest
 
+# Its fourth argument is the folder for what it has measured.
+MEASURER = """
+echo "$*" >arguments.log
+mkdir -p "$4"
+echo '"ratio": 1, of' "$*" >"$4/bench.json"
+"""
+
 
 class BenchTest(SandboxTest):
     def setUp(self):
         super().setUp()
-        self.program("build/release/router_bench", 'echo "$*" >arguments.log')
+        self.program("build/release/router_bench", MEASURER)
+        self.program("bench/chart", 'cat "$1"')
+        self.program("bin/gnuplot", "cat")
 
     def test_measured(self):
         status, output = self.run_command("scripts/bench", "take", "--quick", "status")
         self.assertEqual(status, 0, output)
         self.assertTrue(self.path("arguments.log").read_text().endswith(" take --quick status\n"))
+
+    def test_run_before_is_kept_to_compare_with(self):
+        self.run_command("scripts/bench", "take")
+        self.run_command("scripts/bench", "--quick", "status")
+        self.assertEqual(self.run_command("scripts/bench", "start")[0], 0)
+        results = self.path("build/bench")
+        self.assertRegex((results / "last.json").read_text(), " take\n$")
+        self.assertRegex((results / "bench.json").read_text(), " start\n$")
+        self.assertRegex((results / "quick/bench.json").read_text(), " --quick status\n$")
+        self.assertIn(" --last build/bench/last.json ", self.path("arguments.log").read_text())
+
+    def test_ratios_are_drawn(self):
+        output = self.run_command("scripts/bench", "take")[1]
+        results = self.path("build/bench")
+        self.assertEqual((results / "bench.svg").read_text(), (results / "bench.json").read_text())
+        self.assertIn("build/bench/bench.svg\n", output)
+
+    def test_without_ratios_nothing_is_drawn(self):
+        self.program("build/release/router_bench", 'mkdir -p "$4"; echo "{}" >"$4/bench.json"')
+        status, output = self.run_command("scripts/bench", "pieces")
+        self.assertEqual((status, output.count("svg")), (0, 0), output)
 
     def test_not_measured(self):
         self.program("build/release/router_bench", "exit 1")
