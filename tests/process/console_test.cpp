@@ -1,3 +1,4 @@
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <gmock/gmock.h>
@@ -188,7 +189,7 @@ class ConsoleTerminal : public Console {
 
     void SetUp() override
     {
-        start_simulator();
+        start_simulator({"--source-base", "1", "--destination-base", "1"});
         run({"--file", simulator_config()},
             {terminal.childs.number, terminal.childs.number, terminal.childs.number});
         terminal.childs.reset();
@@ -206,6 +207,20 @@ class ConsoleTerminal : public Console {
         while ((found = output.find(text, seen)) == std::string::npos)
             ASSERT_TRUE(read_more(terminal.ours.number)) << text;
         seen = found + text.size();
+    }
+
+    // A route of the router's own is shown once it is known what was there before.
+    void wait_for_routes()
+    {
+        const auto deadline =
+            std::chrono::steady_clock::now() + std::chrono::milliseconds(PATIENCE_MS);
+        while (output.find("MON A") == std::string::npos) {
+            ASSERT_LT(std::chrono::steady_clock::now(), deadline) << output;
+            type("outputs\r");
+            wait_for("router> ");
+        }
+        type("take 0 1\r");
+        wait_for("0 MON A now shows 1 CAM 2: confirmed");
     }
 
     int status()
@@ -255,5 +270,30 @@ TEST_F(ConsoleTerminal, InterruptOnAnEmptyLineTellsHowToLeave)
     kill(console.process, SIGINT);
     wait_for("\"quit\" or Ctrl-D leaves the console.");
     type("quit\r");
+    EXPECT_EQ(status(), 0);
+}
+
+TEST_F(ConsoleTerminal, ReportsAppearAboveTheLineThatIsTyped)
+{
+    wait_for_routes();
+    type("hel");
+    wait_for("hel");
+    write_all(simulator.input.number, "take 1 6\n");
+    wait_for("\r\033[J0 MON A now shows 5 CAM 6");
+    wait_for("router> hel");
+    type("p\r");
+    wait_for("route an input to an output now");
+    type("quit\r");
+    EXPECT_EQ(status(), 0);
+}
+
+TEST_F(ConsoleTerminal, LineOfSeveralRowsIsWipedWhole)
+{
+    wait_for_routes();
+    type(std::string(160, 'a') + "z"); // behind a prompt of 8 characters, 80 to a row
+    wait_for("z");
+    write_all(simulator.input.number, "take 1 6\n");
+    wait_for("\033[2A\r\033[J0 MON A now shows 5 CAM 6");
+    type("\x15quit\r");
     EXPECT_EQ(status(), 0);
 }
