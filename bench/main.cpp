@@ -127,6 +127,7 @@ int run_program(int argument_count, const char* const* arguments)
     app.add_option("--commit", options.commit, "what is measured, for the file")->type_name("TEXT");
     app.add_flag("--quick", options.quick, "few repetitions: shows that it works, not how fast");
     std::vector<std::string> names;
+    names.reserve(WORKLOADS.size());
     for (const named_workload& workload : WORKLOADS)
         names.emplace_back(workload.name);
     app.add_option("workload", options.workloads, "what to measure; everything")

@@ -10,8 +10,10 @@ ParentRecord report(const char* command, const std::string& key, unsigned count,
     ParentRecord record;
     record.command = command;
     record.type = "message";
-    for (unsigned i = 0; i < count; ++i)
-        record.fields[key + std::to_string(i) + suffix] = value + std::to_string(i);
+    for (unsigned i = 0; i < count; ++i) {
+        const std::string number = std::to_string(i);
+        record.fields[std::string(key).append(number).append(suffix)] = value + number;
+    }
     return record;
 }
 
