@@ -165,8 +165,11 @@ void serve_until(const std::vector<measured_program*>& programs, const std::func
 void serve_for(const std::vector<measured_program*>& programs, double milliseconds)
 {
     const double end = now_in_us() + milliseconds * 1000;
-    for (double left = milliseconds; left > 0; left = (end - now_in_us()) / 1000)
-        serve_once(programs, std::min(LONGEST_WAIT_MS, static_cast<int>(left) + 1));
+    for (;;) {
+        const double left_ms = (end - now_in_us()) / 1000;
+        if (left_ms <= 0) return;
+        serve_once(programs, std::min(LONGEST_WAIT_MS, static_cast<int>(left_ms) + 1));
+    }
 }
 
 void say(const measured_program& program, std::string_view records)
