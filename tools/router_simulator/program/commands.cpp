@@ -106,7 +106,7 @@ std::string run_rename(simulator_server& server, const std::vector<std::string>&
     std::string name = words[3];
     for (std::size_t i = 4; i < words.size(); ++i)
         name += " " + words[i];
-    fault = name_fault(name);
+    fault = name_error(name);
     if (!fault.empty()) return "The name " + fault + ".\n";
     (is_source ? rename_source : rename_destination)(server.router, *position, name);
     print_rename(server, is_source, *position);

@@ -66,10 +66,10 @@ void run_until_signal(simulator_server& server, int signals)
     }
 }
 
-bool report_fault(const std::string& fault)
+bool report_error(const std::string& error)
 {
-    if (fault.empty()) return false;
-    std::fprintf(stderr, "%s\n", fault.c_str());
+    if (error.empty()) return false;
+    std::fprintf(stderr, "%s\n", error.c_str());
     return true;
 }
 
@@ -79,7 +79,7 @@ bool prepare_scenario(const simulated_router& router, const simulator_options& o
 {
     if (options.scenario_file.empty()) return true;
     plan.emplace();
-    if (report_fault(read_scenario_file(*plan, options.scenario_file, router))) return false;
+    if (report_error(read_scenario_file(*plan, options.scenario_file, router))) return false;
     if (options.seed) {
         plan->seed = *options.seed;
         start_scenario(*plan);
@@ -98,11 +98,11 @@ int run_program(int argument_count, const char* const* arguments)
                             .json_events = options.json_events,
                             .receive_buffer = options.receive_buffer};
     if (!options.names_file.empty() &&
-        report_fault(read_names_file(server.router, options.names_file)))
+        report_error(read_names_file(server.router, options.names_file)))
         return 1;
     std::optional<scenario> plan;
     if (!prepare_scenario(server.router, options, plan)) return 1;
-    if (report_fault(start_listening(server, options.listen, options.port))) return 1;
+    if (report_error(start_listening(server, options.listen, options.port))) return 1;
     const int signals = watch_signals();
     print_text("Listening on " + listening_address(server) + "\n");
     if (plan) begin_scenario(server, *plan);

@@ -71,16 +71,16 @@ void add_size_options(CLI::App& app, router_options& router)
                               "index of the first destination");
 }
 
-std::string identity_fault(const std::string& text)
+std::string identity_error(const std::string& text)
 {
-    const std::string fault = text_fault(text, MAX_IDENTITY_LENGTH);
-    return fault.empty() ? "" : "the text " + fault;
+    const std::string error = text_error(text, MAX_IDENTITY_LENGTH);
+    return error.empty() ? "" : "the text " + error;
 }
 
 void add_identity(CLI::App& app, const char* name, std::string& text, const char* description)
 {
     app.add_option(name, text, description)
-        ->check(CLI::Validator(identity_fault, ""))
+        ->check(CLI::Validator(identity_error, ""))
         ->type_name("TEXT")
         ->capture_default_str();
 }
@@ -120,8 +120,8 @@ void add_manner_options(CLI::App& app, router_options& router)
     app.add_option_function<std::string>(
            "--sequence",
            [&router](const std::string& word) {
-               const std::string fault = choose_style(word, router);
-               if (!fault.empty()) throw CLI::ValidationError("--sequence", fault);
+               const std::string error = choose_style(word, router);
+               if (!error.empty()) throw CLI::ValidationError("--sequence", error);
            },
            "sequence bytes of a reply in several messages: 1 1 0 or 1 2 0")
         ->type_name("ones|counting")

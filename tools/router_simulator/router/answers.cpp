@@ -238,10 +238,10 @@ void answer_request(request_exchange& exchange)
 std::vector<addressed_message> answer_frame(simulated_router& router, int client,
                                             const parsed_frame& frame)
 {
-    if (frame.fault != frame_fault::none) {
+    if (frame.error != frame_error::none) {
         router_message rejection;
         rejection.nak = true;
-        rejection.nakerr = static_cast<std::int32_t>(frame.fault);
+        rejection.nakerr = static_cast<std::int32_t>(frame.error);
         return {{client, rejection}};
     }
     request_exchange exchange{router,

@@ -58,7 +58,7 @@ std::string generated_level_name(std::size_t position)
     return position == 0 ? "VIDEO" : "AUDIO " + std::to_string(position);
 }
 
-std::string text_fault(std::string_view text, std::size_t longest)
+std::string text_error(std::string_view text, std::size_t longest)
 {
     for (const char character : text)
         if (static_cast<unsigned char>(character) < ' ' || character == '\x7F')
@@ -67,9 +67,9 @@ std::string text_fault(std::string_view text, std::size_t longest)
     return "";
 }
 
-std::string name_fault(std::string_view name)
+std::string name_error(std::string_view name)
 {
-    return name.empty() ? "is empty" : text_fault(name, MAX_NAME_LENGTH);
+    return text_error(name, MAX_NAME_LENGTH);
 }
 
 } // namespace router_simulator

@@ -16,9 +16,9 @@ std::string generated_level_name(std::size_t position);
 
 // Why the text cannot go over the wire as a text of at most this length, or "" when it can: it
 // holds a control character or is too long.
-std::string text_fault(std::string_view text, std::size_t longest);
+std::string text_error(std::string_view text, std::size_t longest);
 
-// The same for a name, which must not be empty either.
-std::string name_fault(std::string_view name);
+// The same for a name, which may be empty.
+std::string name_error(std::string_view name);
 
 } // namespace router_simulator

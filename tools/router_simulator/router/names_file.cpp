@@ -17,7 +17,14 @@ struct named_port {
     std::string name;
 };
 
-// Takes the quotes off a quoted name. Returns false when they do not match.
+std::string without_blanks(const std::string& text)
+{
+    const std::size_t first = text.find_first_not_of(" \t");
+    if (first == std::string::npos) return "";
+    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
+// A quoted name loses its quotes. Returns false when they do not match.
 bool unquote(std::string& name)
 {
     if (name.empty() || name.front() != '"') return true;
@@ -36,9 +43,9 @@ std::string split_line(const std::string& line, named_port& port)
     const std::size_t first = line.find(',');
     const std::size_t second = first == std::string::npos ? first : line.find(',', first + 1);
     if (second == std::string::npos) return "three fields expected: kind,index,name";
-    port.kind = line.substr(0, first);
-    port.index = line.substr(first + 1, second - first - 1);
-    port.name = line.substr(second + 1);
+    port.kind = without_blanks(line.substr(0, first));
+    port.index = without_blanks(line.substr(first + 1, second - first - 1));
+    port.name = without_blanks(line.substr(second + 1));
     return unquote(port.name) ? "" : "the quotes of the name do not match";
 }
 
@@ -48,24 +55,24 @@ std::string range_text(std::uint64_t base, std::size_t count)
     return "they are " + std::to_string(base) + " to " + std::to_string(base + count - 1);
 }
 
-// The name that the line is about, or null with the reason in `fault`.
-std::string* find_port(simulated_router& router, const named_port& port, std::string& fault)
+// The name that the line is about, or null with the reason in `error`.
+std::string* find_port(simulated_router& router, const named_port& port, std::string& error)
 {
     const bool is_level = port.kind == "level";
     if (!is_level && port.kind != "source" && port.kind != "destination") {
-        fault = "unknown kind \"" + port.kind + "\": source, destination or level expected";
+        error = "unknown kind \"" + port.kind + "\": source, destination or level expected";
         return nullptr;
     }
     std::uint64_t index = 0;
     if (!common::read_decimal(port.index, index)) {
-        fault = "the index \"" + port.index + "\" is not a decimal number";
+        error = "the index \"" + port.index + "\" is not a decimal number";
         return nullptr;
     }
     port_list& ports = port.kind == "source" ? router.sources : router.destinations;
     std::vector<std::string>& names = is_level ? router.levels : ports.names;
     const std::uint64_t base = is_level ? 0 : ports.base;
     if (index >= base && index - base < names.size()) return &names[index - base];
-    fault = "no " + port.kind + " " + port.index + ": " + range_text(base, names.size());
+    error = "no " + port.kind + " " + port.index + ": " + range_text(base, names.size());
     return nullptr;
 }
 
@@ -73,12 +80,12 @@ std::string set_name(simulated_router& router, const std::string& line,
                      std::map<const std::string*, std::size_t>& named_in, std::size_t line_number)
 {
     named_port port;
-    std::string fault = split_line(line, port);
-    if (!fault.empty()) return fault;
-    std::string* const name = find_port(router, port, fault);
-    if (name == nullptr) return fault;
-    fault = name_fault(port.name);
-    if (!fault.empty()) return "the name " + fault;
+    std::string error = split_line(line, port);
+    if (!error.empty()) return error;
+    std::string* const name = find_port(router, port, error);
+    if (name == nullptr) return error;
+    error = name_error(port.name);
+    if (!error.empty()) return "the name " + error;
     const auto [earlier, is_first] = named_in.emplace(name, line_number);
     if (!is_first)
         return port.kind + " " + port.index + " was named in line " +
@@ -95,11 +102,12 @@ std::string read_names(simulated_router& router, std::istream& file, const std::
     for (std::size_t number = 1; std::getline(file, line); ++number) {
         if (number == 1 && line.starts_with("\xEF\xBB\xBF")) line.erase(0, 3);
         if (line.ends_with('\r')) line.pop_back();
-        if (line.empty() || line.front() == '#' || line == "kind,index,name") continue;
-        const std::string fault = set_name(router, line, named_in, number);
-        if (fault.empty()) continue;
+        const std::string content = without_blanks(line);
+        if (content.empty() || content.front() == '#' || content == "kind,index,name") continue;
+        const std::string error = set_name(router, line, named_in, number);
+        if (error.empty()) continue;
         return std::string(file_name).append(":").append(std::to_string(number)).append(": ") +
-               fault;
+               error;
     }
     return file.bad() ? file_name + ": cannot be read: " + std::strerror(errno) : "";
 }

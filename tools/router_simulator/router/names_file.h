@@ -1,9 +1,10 @@
 // The file that sets the names of the router's sources, destinations and levels.
 //
 // A names file has one name a line, "kind,index,name": the kind is source, destination or level,
-// the index is decimal as the router counts (its base included), the name is the rest of the line.
-// A name in double quotes loses them, and "" within stands for one. Empty lines, lines that begin
-// with # and the heading "kind,index,name" are passed over.
+// the index is decimal as the router counts (its base included), the name is the rest of the line
+// and may be empty. Blanks round a field do not count. A name in double quotes loses them and keeps
+// its blanks, and "" within stands for one. Empty lines, lines that begin with # and the heading
+// "kind,index,name" are passed over.
 #pragma once
 
 #include <istream>

@@ -130,7 +130,7 @@ void handle_request(simulator_server& server, int number, const parsed_frame& fr
 
 void handle_bad_frame(simulator_server& server, int number, const parsed_frame& frame)
 {
-    print_event(server, {.kind = "bad frame", .client = number, .reason = fault_text(frame.fault)});
+    print_event(server, {.kind = "bad frame", .client = number, .reason = error_text(frame.error)});
     send_messages(server, answer_frame(server.router, number, frame));
 }
 
@@ -138,7 +138,7 @@ void handle_frame(simulator_server& server, int number, const parsed_frame& fram
 {
     trace_line(server, number, '>', readable_frame(frame));
     if (is_mute(server.links.at(number))) return;
-    if (frame.fault == frame_fault::none) {
+    if (frame.error == frame_error::none) {
         handle_request(server, number, frame);
     } else {
         handle_bad_frame(server, number, frame);

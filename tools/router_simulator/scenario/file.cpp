@@ -164,7 +164,7 @@ void read_new_name(step_reader& reader)
                "\"source\" and \"destination\" cannot be renamed in one step");
     if (find(reader.from, "to") == nullptr) return;
     reader.step.to = read_text(reader.from, "to");
-    const std::string fault = name_fault(reader.step.to);
+    const std::string fault = name_error(reader.step.to);
     if (!fault.empty()) refuse(line_of(reader.from, "to"), "\"to\" " + fault);
 }
 
@@ -317,8 +317,8 @@ std::string read_scenario(scenario& plan, const std::string& text, const simulat
         text_positions seen;
         const json object = parse_located(text, seen);
         read_file_object(plan, object, seen, router);
-    } catch (const file_fault& fault) {
-        return file_name + ":" + std::to_string(fault.line) + ": " + fault.reason;
+    } catch (const file_error& error) {
+        return file_name + ":" + std::to_string(error.line) + ": " + error.reason;
     }
     start_scenario(plan);
     return "";

@@ -41,7 +41,7 @@ struct counting_reader {
 
 void refuse(std::size_t line, const std::string& reason)
 {
-    throw file_fault{line, reason};
+    throw file_error{line, reason};
 }
 
 std::size_t line_of(const located_object& from, const std::string& key)

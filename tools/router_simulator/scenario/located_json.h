@@ -14,7 +14,7 @@ namespace router_simulator {
 using key_lines = std::map<std::string, std::size_t>;
 
 // What is wrong, and in which line. Thrown by everything here.
-struct file_fault {
+struct file_error {
     std::size_t line;
     std::string reason;
 };

@@ -11,22 +11,22 @@ constexpr std::size_t HEADER_LENGTH = 4; // protocol, sequence byte, mnemonic
 constexpr std::size_t CHECKSUM_LENGTH = 2;
 } // namespace
 
-const char* fault_text(frame_fault fault)
+const char* error_text(frame_error error)
 {
-    switch (fault) {
-    case frame_fault::none:
+    switch (error) {
+    case frame_error::none:
         return "good";
-    case frame_fault::bad_checksum:
+    case frame_error::bad_checksum:
         return "bad checksum";
-    case frame_fault::too_short:
+    case frame_error::too_short:
         return "too short";
-    case frame_fault::too_long:
+    case frame_error::too_long:
         return "too long";
-    case frame_fault::holds_nul:
+    case frame_error::holds_nul:
         return "holds a NUL";
-    case frame_fault::bad_header:
+    case frame_error::bad_header:
         return "bad header";
-    case frame_fault::cut_short:
+    case frame_error::cut_short:
         return "cut short by the next frame";
     }
     return "";
@@ -58,29 +58,29 @@ std::vector<std::string> split_at_tabs(std::string_view text)
     }
 }
 
-frame_fault read_request(std::string_view content, router_message& request)
+frame_error read_request(std::string_view content, router_message& request)
 {
-    if (content.size() < HEADER_LENGTH + CHECKSUM_LENGTH) return frame_fault::too_short;
-    if (!checksum_holds(content)) return frame_fault::bad_checksum;
+    if (content.size() < HEADER_LENGTH + CHECKSUM_LENGTH) return frame_error::too_short;
+    if (!checksum_holds(content)) return frame_error::bad_checksum;
     content.remove_suffix(CHECKSUM_LENGTH);
     std::vector<std::string> parts = split_at_tabs(content);
     const std::string header = parts.front();
-    if (header.size() != HEADER_LENGTH) return frame_fault::bad_header;
+    if (header.size() != HEADER_LENGTH) return frame_error::bad_header;
     request.protocol = header[0];
     request.seq = header[1];
     request.request = {header[2], header[3], '\0'};
     parts.erase(parts.begin());
     request.parameters = std::move(parts);
     request.ok = true;
-    return frame_fault::none;
+    return frame_error::none;
 }
 
 // The end of the frame being received, good or not.
-parsed_frame end_frame(request_parser& parser, frame_fault fault)
+parsed_frame end_frame(request_parser& parser, frame_error error)
 {
     parser.in_frame = false;
     parsed_frame frame;
-    frame.fault = fault;
+    frame.error = error;
     frame.content = std::exchange(parser.content, {});
     return frame;
 }
@@ -88,17 +88,17 @@ parsed_frame end_frame(request_parser& parser, frame_fault fault)
 void parse_byte(request_parser& parser, char byte, std::vector<parsed_frame>& frames)
 {
     if (byte == SOH) {
-        if (parser.in_frame) frames.push_back(end_frame(parser, frame_fault::cut_short));
+        if (parser.in_frame) frames.push_back(end_frame(parser, frame_error::cut_short));
         parser.in_frame = true;
     } else if (!parser.in_frame) {
         return;
     } else if (byte == EOT) {
-        parsed_frame& frame = frames.emplace_back(end_frame(parser, frame_fault::none));
-        frame.fault = read_request(frame.content, frame.request);
+        parsed_frame& frame = frames.emplace_back(end_frame(parser, frame_error::none));
+        frame.error = read_request(frame.content, frame.request);
     } else if (byte == '\0') {
-        frames.push_back(end_frame(parser, frame_fault::holds_nul));
+        frames.push_back(end_frame(parser, frame_error::holds_nul));
     } else if (parser.content.size() == MAX_FRAME_CONTENT) {
-        frames.push_back(end_frame(parser, frame_fault::too_long));
+        frames.push_back(end_frame(parser, frame_error::too_long));
     } else {
         parser.content += byte;
     }

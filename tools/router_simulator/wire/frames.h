@@ -16,7 +16,7 @@ namespace router_simulator {
 constexpr std::size_t MAX_FRAME_CONTENT = 1021;
 
 // What is wrong with a frame. The values are the codes of the NAK that answers it.
-enum class frame_fault {
+enum class frame_error {
     none = 0,
     bad_checksum = 1,
     too_short = 2,
@@ -27,8 +27,8 @@ enum class frame_fault {
 };
 
 struct parsed_frame {
-    frame_fault fault = frame_fault::none;
-    router_message request; // of a frame without fault: header and parameters
+    frame_error error = frame_error::none;
+    router_message request; // of a frame without error: header and parameters
     std::string content;    // the bytes between SOH and EOT, or those received
 };
 
@@ -40,6 +40,6 @@ struct request_parser {
 // The frames that these bytes complete or spoil, in order.
 std::vector<parsed_frame> parse_requests(request_parser& parser, std::string_view bytes);
 
-const char* fault_text(frame_fault fault);
+const char* error_text(frame_error error);
 
 } // namespace router_simulator

@@ -46,8 +46,8 @@ std::string readable_message(const router_message& message)
 
 std::string readable_frame(const parsed_frame& frame)
 {
-    if (frame.fault == frame_fault::none) return readable_message(frame.request);
-    return std::string("bad frame, ") + fault_text(frame.fault) + ": " + quoted_text(frame.content);
+    if (frame.error == frame_error::none) return readable_message(frame.request);
+    return std::string("bad frame, ") + error_text(frame.error) + ": " + quoted_text(frame.content);
 }
 
 } // namespace router_simulator

@@ -11,7 +11,7 @@ namespace router_simulator {
 
 std::string readable_message(const router_message& message);
 
-// The same of a received frame; what is wrong with it and its bytes when it has a fault.
+// The same of a received frame; what is wrong with it and its bytes when it is bad.
 std::string readable_frame(const parsed_frame& frame);
 
 std::string quoted_text(std::string_view text);

@@ -50,8 +50,8 @@ TEST(SimulatorNames, AreAllDifferentAndAcceptable)
     for (std::size_t i = 0; i < 1024; ++i) {
         sources.insert(generated_source_name(i));
         destinations.insert(generated_destination_name(i));
-        EXPECT_EQ(name_fault(generated_source_name(i)), "");
-        EXPECT_EQ(name_fault(generated_destination_name(i)), "");
+        EXPECT_EQ(name_error(generated_source_name(i)), "");
+        EXPECT_EQ(name_error(generated_destination_name(i)), "");
     }
     EXPECT_EQ(sources.size(), 1024U);
     EXPECT_EQ(destinations.size(), 1024U);
@@ -59,12 +59,12 @@ TEST(SimulatorNames, AreAllDifferentAndAcceptable)
 
 TEST(SimulatorNames, MustFitTheWire)
 {
-    EXPECT_EQ(name_fault(""), "is empty");
-    EXPECT_EQ(name_fault("A\tB"), "holds a control character");
-    EXPECT_EQ(name_fault("A\x7F"), "holds a control character");
-    EXPECT_EQ(name_fault(std::string(65, 'x')), "is longer than 64 bytes");
-    EXPECT_EQ(name_fault(std::string(64, 'x')), "");
-    EXPECT_EQ(name_fault("K\xC3\xB6ln"), "");
+    EXPECT_EQ(name_error(""), "");
+    EXPECT_EQ(name_error("A\tB"), "holds a control character");
+    EXPECT_EQ(name_error("A\x7F"), "holds a control character");
+    EXPECT_EQ(name_error(std::string(65, 'x')), "is longer than 64 bytes");
+    EXPECT_EQ(name_error(std::string(64, 'x')), "");
+    EXPECT_EQ(name_error("K\xC3\xB6ln"), "");
 }
 
 TEST_F(SimulatorNamesFile, SetsNamesByRouterIndex)
@@ -100,8 +100,21 @@ TEST_F(SimulatorNamesFile, SaysWhatIsWrongWithWhichLine)
     EXPECT_EQ(read("source,0,A"), "names.csv:1: no source 0: they are 1 to 3");
     EXPECT_EQ(read("destination,18,A"), "names.csv:1: no destination 18: they are 16 to 17");
     EXPECT_EQ(read("level,2,A"), "names.csv:1: no level 2: they are 0 to 1");
-    EXPECT_EQ(read("source,1,"), "names.csv:1: the name is empty");
     EXPECT_EQ(read("source,1,A\tB"), "names.csv:1: the name holds a control character");
+}
+
+TEST_F(SimulatorNamesFile, LeavesPortsWithoutANameAsTheyAre)
+{
+    EXPECT_EQ(read("source,1,\nsource,2,\"\"\nlevel,0,  \n"), "");
+    EXPECT_THAT(router.sources.names, ElementsAre("", "", "CAM 3"));
+    EXPECT_EQ(router.levels[0], "");
+}
+
+TEST_F(SimulatorNamesFile, CutsBlanksRoundFields)
+{
+    EXPECT_EQ(read(" kind,index,name \n source , 1 , STUDIO  1 \nsource,\t2,\" VTR \" \n  # no\n"),
+              "");
+    EXPECT_THAT(router.sources.names, ElementsAre("STUDIO  1", " VTR ", "CAM 3"));
 }
 
 TEST_F(SimulatorNamesFile, RefusesQuotesThatDoNotMatch)
@@ -119,7 +132,7 @@ TEST_F(SimulatorNamesFile, RefusesASecondNameForTheSame)
 
 TEST_F(SimulatorNamesFile, SaysThatThereAreNone)
 {
-    router = make_router({.levels = 0});
+    router = make_router({.levels = 0, .source_base = 0, .destination_base = 0});
     EXPECT_EQ(read("level,0,A"), "names.csv:1: no level 0: there are none");
 }
 

@@ -244,7 +244,6 @@ INSTANTIATE_TEST_SUITE_P(
                    "2: \"source\" is not the index of a source of the router"},
         wrong_step{"RenameOfTwo", R"("at": 1, "fault": "rename", "source": 1, "destination": 1)",
                    "2: \"source\" and \"destination\" cannot be renamed in one step"},
-        wrong_step{"ToNothing", R"("at": 1, "fault": "rename", "to": "")", "2: \"to\" is empty"},
         wrong_step{"ContradictedNames", R"("request": "QN", "fault": "contradict")",
                    "2: \"request\" is not QI or TI, which alone can be contradicted"}),
     [](const auto& each) { return std::string(each.param.name); });

@@ -13,8 +13,8 @@ std::vector<std::string> outcomes(const std::vector<parsed_frame>& frames)
 {
     std::vector<std::string> lines;
     for (const parsed_frame& each : frames) {
-        std::string line = fault_text(each.fault);
-        if (each.fault == frame_fault::none) {
+        std::string line = error_text(each.error);
+        if (each.error == frame_error::none) {
             line = std::string{each.request.protocol, each.request.seq};
             line += mnemonic_of(each.request);
         }

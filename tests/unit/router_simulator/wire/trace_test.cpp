@@ -35,7 +35,7 @@ TEST(SimulatorTrace, ShowsBytesThatDoNotPrint)
 TEST(SimulatorTrace, ShowsWhatIsWrongWithAFrame)
 {
     parsed_frame frame;
-    frame.fault = frame_fault::bad_checksum;
+    frame.error = frame_error::bad_checksum;
     frame.content = "N0QD\t00";
     EXPECT_EQ(readable_frame(frame), "bad frame, bad checksum: \"N0QD\\x0900\"");
 }
