@@ -36,7 +36,7 @@ class Console : public ProcessTest {
 
     int play_on_simulator(const std::string& script)
     {
-        start_simulator({"--source-base", "1", "--destination-base", "1"});
+        start_simulator();
         return play({"--file", simulator_config()}, script);
     }
 

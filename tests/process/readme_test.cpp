@@ -37,5 +37,5 @@ TEST_F(Readme, ParentRoutes)
     ASSERT_FALSE(parent.lines.empty());
     EXPECT_EQ(parent.lines.back(), "routed");
     write_all(simulator.input.number, "routes\n");
-    EXPECT_TRUE(simulator_prints("1 MON B <- 3 CAM 4"));
+    EXPECT_TRUE(simulator_prints("2 MON B <- 4 CAM 4"));
 }

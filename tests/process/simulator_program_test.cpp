@@ -52,8 +52,8 @@ TEST_F(SimulatorProgram, FirstLineTellsTheAddress)
 TEST_F(SimulatorProgram, CommandIsAnswered)
 {
     start_simulator({"--sources", "2", "--destinations", "1"});
-    write_all(simulator.input.number, "take 0 1\nroutes\n");
-    EXPECT_TRUE(simulator_prints("0 MON A <- 1 CAM 2"));
+    write_all(simulator.input.number, "take 1 2\nroutes\n");
+    EXPECT_TRUE(simulator_prints("1 MON A <- 2 CAM 2"));
 }
 
 TEST_F(SimulatorProgram, OverlongCommandIsRefusedWhole)
@@ -62,7 +62,7 @@ TEST_F(SimulatorProgram, OverlongCommandIsRefusedWhole)
     write_all(simulator.input.number, std::string(10'000, ' ') + "help\nroutes\n");
     EXPECT_TRUE(simulator_prints("Line too long."));
     EXPECT_TRUE(until([this] { return simulator.lines.size() >= 3; }));
-    EXPECT_EQ(simulator.lines[2], "0 MON A <- 0 CAM 1");
+    EXPECT_EQ(simulator.lines[2], "1 MON A <- 1 CAM 1");
 }
 
 TEST_F(SimulatorProgram, EndOfInputRunsTheLastLineAndDoesNotEndIt)
@@ -70,7 +70,7 @@ TEST_F(SimulatorProgram, EndOfInputRunsTheLastLineAndDoesNotEndIt)
     start_simulator({"--sources", "2", "--destinations", "1"});
     write_all(simulator.input.number, "routes");
     simulator.input.reset();
-    EXPECT_TRUE(simulator_prints("0 MON A <- 0 CAM 1"));
+    EXPECT_TRUE(simulator_prints("1 MON A <- 1 CAM 1"));
     start_on_simulator(backend);
     EXPECT_NE(hear_line("model=Simulated router"), "");
 }

@@ -19,7 +19,7 @@ class Simulator : public ProcessTest {
 
 TEST_F(Simulator, IsDiscovered)
 {
-    start_simulator({"--sources", "4", "--destinations", "3", "--destination-base", "1"});
+    start_simulator({"--sources", "4", "--destinations", "3"});
     start_on_simulator(backend);
     EXPECT_EQ(hear_line("model=Simulated router"),
               "*COMMAND=info\n*TYPE=message\ncompany=Grass Valley\n"
@@ -35,10 +35,10 @@ TEST_F(Simulator, IsDiscovered)
 
 TEST_F(Simulator, ReportsItsRoutes)
 {
-    start_simulator({"--sources", "2", "--destinations", "3", "--destination-base", "1"});
+    start_simulator({"--sources", "2", "--destinations", "3"});
     start_on_simulator(backend);
     EXPECT_NE(hear_line("o0.input.all=0"), "");
-    tell_simulator("take 3 1");
+    tell_simulator("take 3 2");
     EXPECT_NE(hear_line("o2.input.all=1"), "");
 }
 
@@ -50,7 +50,7 @@ TEST_F(Simulator, ConfirmsTake)
     take(backend, 1, 3);
     EXPECT_THAT(hear_line("o1.input.all=3"), HasSubstr("*COMMAND=outputs\n*TYPE=message\n"));
     tell_simulator("routes");
-    EXPECT_TRUE(simulator_prints("1 MON B <- 3 CAM 4"));
+    EXPECT_TRUE(simulator_prints("2 MON B <- 4 CAM 4"));
 }
 
 TEST_F(Simulator, KeepsLastOfSeveralTakesOfOneOutput)
@@ -65,15 +65,15 @@ TEST_F(Simulator, KeepsLastOfSeveralTakesOfOneOutput)
     EXPECT_NE(hear_line("o1.input.all=5"), "");
 }
 
-TEST_F(Simulator, BasesOfOneAreTakenIntoAccount)
+TEST_F(Simulator, BasesAreTakenIntoAccount)
 {
-    start_simulator({"--source-base", "1", "--destination-base", "1"});
+    start_simulator({"--source-base", "17", "--destination-base", "0"});
     start_on_simulator(backend);
     ASSERT_NE(hear_line("o31.input.all=31"), "");
     take(backend, 0, 7);
     EXPECT_NE(hear_line("o0.input.all=7"), "");
     tell_simulator("routes");
-    EXPECT_TRUE(simulator_prints("1 MON A <- 8 CAM 8"));
+    EXPECT_TRUE(simulator_prints("0 MON A <- 24 CAM 8"));
 }
 
 TEST_F(Simulator, RenamesReachTheParent)
@@ -82,18 +82,18 @@ TEST_F(Simulator, RenamesReachTheParent)
     start_on_simulator(backend);
     ASSERT_NE(hear_line("i2.name=CAM 3"), "");
     ASSERT_NE(hear_line("o2.name=MON C"), "");
-    tell_simulator("rename source 2 Studio camera");
+    tell_simulator("rename source 3 Studio camera");
     EXPECT_NE(hear_line("i2.name=Studio camera"), "");
-    tell_simulator("rename destination 2 Foyer");
+    tell_simulator("rename destination 3 Foyer");
     EXPECT_NE(hear_line("o2.name=Foyer"), "");
 }
 
 TEST_F(Simulator, TakeOfAnotherOperatorReachesTheParent)
 {
-    start_simulator({"--destination-base", "1"});
+    start_simulator();
     start_on_simulator(backend);
     ASSERT_NE(hear_line("o31.input.all=31"), "");
-    tell_simulator("take 5 20");
+    tell_simulator("take 5 21");
     EXPECT_EQ(hear_line("o4.input.all=20"), "*COMMAND=outputs\n*TYPE=message\no4.input.all=20\n\n");
 }
 
@@ -103,13 +103,13 @@ TEST_F(Simulator, AnnouncedTakeReachesTheParent)
     start_on_simulator(backend);
     ASSERT_NE(hear_line("o2.name=MON C"), "");
     ASSERT_TRUE(logs("<DBG>Router finished returning levels, sources, destinations"));
-    tell_simulator("take 0 20");
+    tell_simulator("take 1 21");
     EXPECT_NE(hear_line("o0.input.all=20"), "");
 }
 
 TEST_F(Simulator, TwoBackendsSeeEachOthersTakes)
 {
-    start_simulator({"--destination-base", "1"});
+    start_simulator();
     start_on_simulator(backend);
     start_on_simulator(second_backend);
     ASSERT_NE(hear(backend, "inputs"), "");
@@ -124,13 +124,13 @@ TEST_F(Simulator, TwoBackendsSeeEachOthersTakes)
 
 TEST_F(Simulator, DroppedBackendComesBackAndDiscoversAgain)
 {
-    start_simulator({"--destination-base", "1"});
+    start_simulator();
     start_on_simulator(backend);
     ASSERT_NE(hear_line("o31.input.all=31"), "");
     tell_simulator("drop");
     ASSERT_TRUE(logs("<NOTE>Connection to router closed"));
-    tell_simulator("take 1 9");
-    tell_simulator("rename source 0 Newcomer");
+    tell_simulator("take 1 10");
+    tell_simulator("rename source 1 Newcomer");
     EXPECT_NE(hear_line("i0.name=Newcomer"), "");
     EXPECT_NE(hear_line("o0.input.all=9"), "");
 }
@@ -148,8 +148,7 @@ TEST_F(Simulator, TakeWhileAwayIsSentAfterDiscovery)
 
 TEST_F(Simulator, OfFullSizeIsDiscoveredAndRouted)
 {
-    start_simulator({"--sources", "256", "--destinations", "256", "--destination-base", "1",
-                     "--sequence", "counting"});
+    start_simulator({"--sources", "256", "--destinations", "256", "--sequence", "counting"});
     start_on_simulator(backend);
     EXPECT_THAT(hear_line("model=Simulated router"),
                 AllOf(HasSubstr("\ninputs=256\n"), HasSubstr("\noutputs=256\n")));
@@ -161,7 +160,7 @@ TEST_F(Simulator, OfFullSizeIsDiscoveredAndRouted)
 // More than the counts can show. The names of all indexes below 1024 are there.
 TEST_F(Simulator, BeyondFullSizeIsDiscoveredAndRouted)
 {
-    start_simulator({"--sources", "1024", "--destinations", "1024", "--destination-base", "1"});
+    start_simulator({"--sources", "1024", "--destinations", "1024", "--source-base", "0"});
     start_on_simulator(backend);
     EXPECT_THAT(hear_line("model=Simulated router"),
                 AllOf(HasSubstr("\ninputs=256\n"), HasSubstr("\noutputs=256\n")));

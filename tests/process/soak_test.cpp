@@ -36,8 +36,7 @@ class Soak : public ProcessTest {
 
     void run_on_simulator(const std::string& events)
     {
-        start_simulator({"--sources", "64", "--destinations", "64", "--source-base", "1",
-                         "--destination-base", "1"});
+        start_simulator({"--sources", "64", "--destinations", "64"});
         run("Listening on 127.0.0.1:" + simulator_port + "\n@ 0 start seed=1\n" + events, "1");
     }
 };

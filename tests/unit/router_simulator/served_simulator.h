@@ -74,10 +74,12 @@ class ServedSimulator : public testing::Test {
 
     std::vector<std::string> printed;
     std::vector<int> ends;
-    simulator_server server{.router = make_router({.sources = 4, .destinations = 3}),
-                            .print = [this](const std::string& line) {
-                                printed.push_back(line);
-                            }};
+    simulator_server server{
+        .router =
+            make_router({.sources = 4, .destinations = 3, .source_base = 0, .destination_base = 0}),
+        .print = [this](const std::string& line) {
+            printed.push_back(line);
+        }};
 };
 
 } // namespace router_simulator

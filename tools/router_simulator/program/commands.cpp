@@ -66,19 +66,6 @@ std::optional<std::size_t> find_port(const port_list& ports, const char* kind,
     return static_cast<std::size_t>(found - ports.names.begin());
 }
 
-std::string port_text(const port_list& ports, std::size_t position)
-{
-    return std::to_string(index_of(ports, position)) + " " + ports.names[position];
-}
-
-std::string route_text(const simulated_router& router, std::size_t destination)
-{
-    const std::string source = router.sources.names.empty()
-                                   ? "none"
-                                   : port_text(router.sources, router.routes[destination]);
-    return port_text(router.destinations, destination) + " <- " + source + "\n";
-}
-
 std::string run_take(simulator_server& server, const std::vector<std::string>& words)
 {
     if (words.size() != 3) return "Usage: take DESTINATION SOURCE\n";
@@ -91,7 +78,7 @@ std::string run_take(simulator_server& server, const std::vector<std::string>& w
     const std::vector<addressed_message> told = take_route(router, *destination, *source);
     print_takes(server, "command");
     send_messages(server, told);
-    return route_text(router, *destination);
+    return route_text(router, *destination) + "\n";
 }
 
 std::string run_rename(simulator_server& server, const std::vector<std::string>& words)
@@ -118,7 +105,7 @@ std::string routes_text(const simulated_router& router)
     if (router.routes.empty()) return "There are no destinations.\n";
     std::string text;
     for (std::size_t i = 0; i < router.routes.size(); ++i)
-        text += route_text(router, i);
+        text += route_text(router, i) + "\n";
     return text;
 }
 

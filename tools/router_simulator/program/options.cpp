@@ -68,7 +68,7 @@ void add_size_options(CLI::App& app, router_options& router)
     add_number<std::uint32_t>(app, "--source-base", router.source_base, 0, MAX_BASE,
                               "index of the first source");
     add_number<std::uint32_t>(app, "--destination-base", router.destination_base, 0, MAX_BASE,
-                              "index of the first destination");
+                              "index of the first destination, better not 0");
 }
 
 std::string identity_error(const std::string& text)
@@ -143,6 +143,8 @@ std::optional<int> parse_options(int argument_count, const char* const* argument
     add_scenario_options(app, options);
     add_event_options(app, options);
     app.footer(std::string("Commands on standard input:\n") + COMMAND_HELP +
+               "The backend's status queries count destinations from 1. With a base of 0 the first "
+               "output\nstays unknown to it, and it sees the takes of others late.\n"
                "SIGINT and SIGTERM end the program; the end of standard input does not.");
     return common::parse_arguments(app, argument_count, arguments, output, errors);
 }

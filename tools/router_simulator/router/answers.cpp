@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "common/numbers.h"
+#include "tools/common/numbers.h"
 
 namespace router_simulator {
 
@@ -13,7 +14,7 @@ namespace {
 constexpr std::size_t PARAMETER_ROOM = 1000;
 
 // One request being answered.
-struct request_exchange {
+struct open_request {
     simulated_router& router;
     client_view& view;
     int client;
@@ -25,80 +26,74 @@ struct request_exchange {
 // The parameters of one entry of a name answer.
 using name_entry = std::vector<std::string>;
 
-void reply(request_exchange& exchange, router_message message)
+void reply(open_request& request, router_message message)
 {
-    exchange.answers.push_back({exchange.client, std::move(message)});
+    request.answers.push_back({request.client, std::move(message)});
 }
 
-void reply_code(request_exchange& exchange, const char* code)
+void reply_code(open_request& request, const char* code)
 {
-    reply(exchange, make_request("ER", {code, exchange.mnemonic}));
+    reply(request, make_request("ER", {code, request.mnemonic}));
 }
 
-void confirm(request_exchange& exchange)
+void confirm(open_request& request)
 {
-    if (exchange.view.confirms_commands) reply_code(exchange, NO_ERROR);
+    if (request.view.confirms_commands) reply_code(request, NO_ERROR);
 }
 
 // Sends the messages as one reply: the sequence byte of all but the last says that it goes on.
-void reply_in_sequence(request_exchange& exchange, std::vector<router_message> messages)
+void reply_in_sequence(open_request& request, std::vector<router_message> messages)
 {
-    const bool counts = exchange.router.options.sequence == sequence_style::counting;
+    const bool counts = request.router.options.sequence == sequence_style::counting;
     for (std::size_t i = 0; i + 1 < messages.size(); ++i)
         messages[i].seq = static_cast<char>('1' + (counts ? i % 9 : 0));
     for (router_message& message : messages)
-        reply(exchange, std::move(message));
+        reply(request, std::move(message));
 }
 
 std::optional<std::uint32_t> hexadecimal(const std::string& text)
 {
-    std::uint64_t value = 0;
-    for (const char character : text) {
-        const int digit = hex_digit_value(character);
-        if (digit < 0) return std::nullopt;
-        value = value * 16 + static_cast<std::uint64_t>(digit);
-        if (value > UINT32_MAX) return std::nullopt;
-    }
-    if (text.empty()) return std::nullopt;
-    return static_cast<std::uint32_t>(value);
+    std::uint32_t value = 0;
+    if (!common::read_hexadecimal(text, value)) return std::nullopt;
+    return value;
 }
 
-void reply_identity(request_exchange& exchange, const std::string& text)
+void reply_identity(open_request& request, const std::string& text)
 {
-    reply(exchange, make_request("KB", {exchange.parameters[0], text}));
+    reply(request, make_request("KB", {request.parameters[0], text}));
 }
 
-void clear_flags(request_exchange& exchange)
+void clear_flags(open_request& request)
 {
     const auto flags =
-        exchange.parameters.size() == 2 ? hexadecimal(exchange.parameters[1]) : std::nullopt;
-    if (!flags) return reply_code(exchange, BAD_PARAMETERS);
-    exchange.view.flags &= ~*flags;
-    confirm(exchange);
+        request.parameters.size() == 2 ? hexadecimal(request.parameters[1]) : std::nullopt;
+    if (!flags) return reply_code(request, BAD_PARAMETERS);
+    request.view.flags &= ~*flags;
+    confirm(request);
 }
 
-void switch_confirmation(request_exchange& exchange)
+void switch_confirmation(open_request& request)
 {
-    const std::string& state = exchange.parameters.size() == 2 ? exchange.parameters[1] : "";
-    if (state != "ON" && state != "OFF") return reply_code(exchange, BAD_PARAMETERS);
-    exchange.view.confirms_commands = state == "ON";
-    confirm(exchange);
+    const std::string& state = request.parameters.size() == 2 ? request.parameters[1] : "";
+    if (state != "ON" && state != "OFF") return reply_code(request, BAD_PARAMETERS);
+    request.view.confirms_commands = state == "ON";
+    confirm(request);
 }
 
-void answer_background(request_exchange& exchange)
+void answer_background(open_request& request)
 {
-    if (exchange.parameters.empty()) return confirm(exchange);
-    const router_options& options = exchange.router.options;
-    const std::string& kind = exchange.parameters[0];
-    if (kind == "N") return reply_identity(exchange, options.model);
-    if (kind == "R") return reply_identity(exchange, options.revision);
-    if (kind == "T") return reply_identity(exchange, options.title);
-    if (kind == "F") return reply_identity(exchange, upper_hex(exchange.view.flags));
-    if (kind == "f") return clear_flags(exchange);
-    if (kind == "E") return switch_confirmation(exchange);
-    if (kind == "D") exchange.view.changed_destinations.clear();
-    if (kind == "D" || kind == "I" || kind == "A") return confirm(exchange);
-    reply_code(exchange, BAD_PARAMETERS);
+    if (request.parameters.empty()) return confirm(request);
+    const router_options& options = request.router.options;
+    const std::string& kind = request.parameters[0];
+    if (kind == "N") return reply_identity(request, options.model);
+    if (kind == "R") return reply_identity(request, options.revision);
+    if (kind == "T") return reply_identity(request, options.title);
+    if (kind == "F") return reply_identity(request, upper_hex(request.view.flags));
+    if (kind == "f") return clear_flags(request);
+    if (kind == "E") return switch_confirmation(request);
+    if (kind == "D") request.view.changed_destinations.clear();
+    if (kind == "D" || kind == "I" || kind == "A") return confirm(request);
+    reply_code(request, BAD_PARAMETERS);
 }
 
 std::size_t encoded_length(const std::vector<std::string>& parameters)
@@ -111,10 +106,9 @@ std::size_t encoded_length(const std::vector<std::string>& parameters)
 
 // A set of names split over as many messages as needed, at least one. Each begins with the kind and
 // its number of entries.
-void reply_names(request_exchange& exchange, const char* kind,
-                 const std::vector<name_entry>& entries)
+void reply_names(open_request& request, const char* kind, const std::vector<name_entry>& entries)
 {
-    const std::size_t limit = exchange.router.options.entries_per_answer;
+    const std::size_t limit = request.router.options.entries_per_answer;
     std::vector<router_message> messages{make_request("NQ", {kind, "0"})};
     std::size_t count = 0;
     std::size_t room = PARAMETER_ROOM;
@@ -129,7 +123,7 @@ void reply_names(request_exchange& exchange, const char* kind,
         parameters[1] = upper_hex(static_cast<std::uint32_t>(++count));
         room -= encoded_length(entry);
     }
-    reply_in_sequence(exchange, std::move(messages));
+    reply_in_sequence(request, std::move(messages));
 }
 
 std::vector<name_entry> port_entries(const port_list& ports)
@@ -148,14 +142,14 @@ std::vector<name_entry> level_entries(const std::vector<std::string>& levels)
     return entries;
 }
 
-void answer_name_query(request_exchange& exchange)
+void answer_name_query(open_request& request)
 {
-    const std::string kind = exchange.parameters.size() == 1 ? exchange.parameters[0] : "";
-    const simulated_router& router = exchange.router;
-    if (kind == "L") return reply_names(exchange, "L", level_entries(router.levels));
-    if (kind == "IS") return reply_names(exchange, "S", port_entries(router.sources));
-    if (kind == "ID") return reply_names(exchange, "D", port_entries(router.destinations));
-    reply_code(exchange, BAD_PARAMETERS);
+    const std::string kind = request.parameters.size() == 1 ? request.parameters[0] : "";
+    const simulated_router& router = request.router;
+    if (kind == "L") return reply_names(request, "L", level_entries(router.levels));
+    if (kind == "IS") return reply_names(request, "S", port_entries(router.sources));
+    if (kind == "ID") return reply_names(request, "D", port_entries(router.destinations));
+    reply_code(request, BAD_PARAMETERS);
 }
 
 // Routes are the same on all levels, so a change is one of all levels.
@@ -172,20 +166,20 @@ router_message changed_destination(const simulated_router& router, std::size_t d
                          wire_index(index_of(router.sources, router.routes[destination]))});
 }
 
-void answer_changed_destinations(request_exchange& exchange)
+void answer_changed_destinations(open_request& request)
 {
     std::vector<router_message> messages;
-    for (const std::size_t destination : std::exchange(exchange.view.changed_destinations, {}))
-        messages.push_back(changed_destination(exchange.router, destination));
-    if (messages.empty()) return reply_code(exchange, NO_ERROR);
-    reply_in_sequence(exchange, std::move(messages));
+    for (const std::size_t destination : std::exchange(request.view.changed_destinations, {}))
+        messages.push_back(changed_destination(request.router, destination));
+    if (messages.empty()) return reply_code(request, NO_ERROR);
+    reply_in_sequence(request, std::move(messages));
 }
 
 // The two numbers of a request about a destination. Without the second it counts as 0.
-bool read_numbers(const request_exchange& exchange, std::size_t needed, std::uint32_t& first,
+bool read_numbers(const open_request& request, std::size_t needed, std::uint32_t& first,
                   std::uint32_t& second)
 {
-    const std::vector<std::string>& parameters = exchange.parameters;
+    const std::vector<std::string>& parameters = request.parameters;
     if (parameters.size() < needed || parameters.size() > 2) return false;
     const auto one = hexadecimal(parameters[0]);
     const auto two = parameters.size() == 2 ? hexadecimal(parameters[1]) : 0;
@@ -194,68 +188,72 @@ bool read_numbers(const request_exchange& exchange, std::size_t needed, std::uin
     return one && two;
 }
 
-void answer_routing_query(request_exchange& exchange)
+void answer_routing_query(open_request& request)
 {
     std::uint32_t index = 0;
     std::uint32_t level = 0;
-    if (!read_numbers(exchange, 1, index, level)) return reply_code(exchange, BAD_PARAMETERS);
-    const simulated_router& router = exchange.router;
+    if (!read_numbers(request, 1, index, level)) return reply_code(request, BAD_PARAMETERS);
+    const simulated_router& router = request.router;
     const auto destination = position_of(router.destinations, index);
-    if (!destination) return reply_code(exchange, NO_SUCH_DESTINATION);
+    if (!destination) return reply_code(request, NO_SUCH_DESTINATION);
     // A router without named levels still has one to route on.
-    if (level != 0 && level >= router.levels.size()) return reply_code(exchange, NO_SUCH_LEVEL);
-    reply(exchange, routing_status(router, *destination, level));
+    if (level != 0 && level >= router.levels.size()) return reply_code(request, NO_SUCH_LEVEL);
+    reply(request, routing_status(router, *destination, level));
 }
 
-void answer_take(request_exchange& exchange)
+void answer_take(open_request& request)
 {
     std::uint32_t destination_index = 0;
     std::uint32_t source_index = 0;
-    if (!read_numbers(exchange, 2, destination_index, source_index))
-        return reply_code(exchange, BAD_PARAMETERS);
-    simulated_router& router = exchange.router;
+    if (!read_numbers(request, 2, destination_index, source_index))
+        return reply_code(request, BAD_PARAMETERS);
+    simulated_router& router = request.router;
     const auto destination = position_of(router.destinations, destination_index);
     const auto source = position_of(router.sources, source_index);
-    if (!destination) return reply_code(exchange, NO_SUCH_DESTINATION);
-    if (!source) return reply_code(exchange, NO_SUCH_SOURCE);
-    confirm(exchange);
+    if (!destination) return reply_code(request, NO_SUCH_DESTINATION);
+    if (!source) return reply_code(request, NO_SUCH_SOURCE);
+    const auto refused = router.refused.find({*destination, *source});
+    if (refused != router.refused.end()) return reply_code(request, refused->second.c_str());
+    confirm(request);
+    if (router.locked.contains(*destination)) return;
     for (addressed_message& announcement : take_route(router, *destination, *source))
-        exchange.answers.push_back(std::move(announcement));
+        request.answers.push_back(std::move(announcement));
 }
 
-void answer_request(request_exchange& exchange)
+void answer_known_request(open_request& request)
 {
-    if (exchange.mnemonic == "BK") return answer_background(exchange);
-    if (exchange.mnemonic == "QN") return answer_name_query(exchange);
-    if (exchange.mnemonic == "QD" && exchange.parameters.empty())
-        return answer_changed_destinations(exchange);
-    if (exchange.mnemonic == "QI") return answer_routing_query(exchange);
-    if (exchange.mnemonic == "TI") return answer_take(exchange);
-    reply_code(exchange, UNKNOWN_REQUEST);
+    if (request.mnemonic == "BK") return answer_background(request);
+    if (request.mnemonic == "QN") return answer_name_query(request);
+    if (request.mnemonic == "QD" && request.parameters.empty())
+        return answer_changed_destinations(request);
+    if (request.mnemonic == "QI") return answer_routing_query(request);
+    if (request.mnemonic == "TI") return answer_take(request);
+    reply_code(request, UNKNOWN_REQUEST);
 }
 } // namespace
 
-std::vector<addressed_message> answer_frame(simulated_router& router, int client,
-                                            const parsed_frame& frame)
+std::vector<addressed_message> answer_request(simulated_router& router, int client,
+                                              const router_message& request)
 {
-    if (frame.error != frame_error::none) {
-        router_message rejection;
-        rejection.nak = true;
-        rejection.nakerr = static_cast<std::int32_t>(frame.error);
-        return {{client, rejection}};
-    }
-    request_exchange exchange{router,
-                              router.clients.at(client),
-                              client,
-                              std::string(mnemonic_of(frame.request)),
-                              frame.request.parameters,
-                              {}};
-    if (frame.request.protocol == 'N') {
-        answer_request(exchange);
-    } else {
-        reply_code(exchange, UNKNOWN_REQUEST);
-    }
-    return std::move(exchange.answers);
+    open_request open{router,
+                      router.clients.at(client),
+                      client,
+                      std::string(mnemonic_of(request)),
+                      request.parameters,
+                      {}};
+    if (request.protocol == 'N')
+        answer_known_request(open);
+    else
+        reply_code(open, UNKNOWN_REQUEST);
+    return std::move(open.answers);
+}
+
+router_message make_nak(std::int32_t code)
+{
+    router_message message;
+    message.nak = true;
+    message.nakerr = code;
+    return message;
 }
 
 } // namespace router_simulator

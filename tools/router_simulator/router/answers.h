@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "router_simulator/router/state.h"
-#include "router_simulator/wire/frames.h"
 
 namespace router_simulator {
 
@@ -20,10 +19,12 @@ constexpr const char* NO_SUCH_DESTINATION = "03";
 constexpr const char* NO_SUCH_SOURCE = "04";
 constexpr const char* NO_SUCH_LEVEL = "05";
 
-// Carries the frame's request out and returns what is to be sent, in order: the answer to the
-// client, which must be one of the router's, then announcements. A frame with a fault is answered
-// by a NAK.
-std::vector<addressed_message> answer_frame(simulated_router& router, int client,
-                                            const parsed_frame& frame);
+// Carries the request out and returns what is to be sent, in order: the answer to the client, which
+// must be one of the router's, then announcements.
+std::vector<addressed_message> answer_request(simulated_router& router, int client,
+                                              const router_message& request);
+
+// What answers a frame that is no good one.
+router_message make_nak(std::int32_t code);
 
 } // namespace router_simulator

@@ -35,6 +35,19 @@ std::uint32_t index_of(const port_list& ports, std::size_t position)
     return ports.base + static_cast<std::uint32_t>(position);
 }
 
+std::string port_text(const port_list& ports, std::size_t position)
+{
+    return std::to_string(index_of(ports, position)) + " " + ports.names[position];
+}
+
+std::string route_text(const simulated_router& router, std::size_t destination)
+{
+    const std::size_t source = router.routes[destination];
+    const bool is_routed = source < router.sources.names.size();
+    return port_text(router.destinations, destination) + " <- " +
+           (is_routed ? port_text(router.sources, source) : "none");
+}
+
 std::string wire_index(std::uint32_t index)
 {
     char text[9];

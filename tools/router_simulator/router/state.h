@@ -10,6 +10,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "router_link/message.h"
@@ -19,6 +20,9 @@ namespace router_simulator {
 constexpr std::uint32_t SOURCE_NAMES_FLAG = 0x10;
 constexpr std::uint32_t DESTINATION_NAMES_FLAG = 0x04;
 
+// In place of a source's position; the index before the first one on the wire.
+constexpr std::size_t NO_SOURCE = SIZE_MAX;
+
 // How the messages of one reply are marked as not being its last: all "1", or "1" to "9" in turn.
 // The last is always "0".
 enum class sequence_style { ones, counting };
@@ -27,8 +31,8 @@ struct router_options {
     std::size_t sources = 32;
     std::size_t destinations = 32;
     std::size_t levels = 1;
-    std::uint32_t source_base = 0;
-    std::uint32_t destination_base = 0;
+    std::uint32_t source_base = 1;
+    std::uint32_t destination_base = 1;
     std::string model = "Simulated router";
     std::string title = "Router simulator 1.0";
     std::string revision = "r1";
@@ -61,6 +65,9 @@ struct simulated_router {
     port_list destinations;
     std::vector<std::string> levels;
     std::vector<std::size_t> routes; // source position per destination position; 0 without sources
+    std::set<std::size_t> locked;    // destinations whose routes the takes of clients do not change
+    // The error code that answers a client's take of this destination and source.
+    std::map<std::pair<std::size_t, std::size_t>, std::string> refused;
     std::map<int, client_view> clients; // by client number
     std::vector<made_take> takes;       // not told to people yet; whoever tells empties it
 };
@@ -78,16 +85,24 @@ simulated_router make_router(const router_options& options);
 std::optional<std::size_t> position_of(const port_list& ports, std::uint64_t index);
 std::uint32_t index_of(const port_list& ports, std::size_t position);
 
+// "4 CAM 4".
+std::string port_text(const port_list& ports, std::size_t position);
+
 // The routing status ("IQ") of a destination on one level.
 router_message routing_status(const simulated_router& router, std::size_t destination,
                               std::uint32_t level);
 
-// Routes the source to the destination, which counts as changed for every client even when the
-// source was there already. Returns the announcements, none unless the router makes them.
+// "17 MON B <- 4 CAM 4", or "17 MON B <- none".
+std::string route_text(const simulated_router& router, std::size_t destination);
+
+// Routes the source, or NO_SOURCE, to the destination, which counts as changed for every client
+// even when the source was there already. Returns the announcements, none unless the router makes
+// them.
 std::vector<addressed_message> take_route(simulated_router& router, std::size_t destination,
                                           std::size_t source);
 
-// The name must be an acceptable one. Every client's flag for this kind is set.
+// The name must be an acceptable one; an empty one is of a port without a name. Every client's flag
+// for this kind is set.
 void rename_source(simulated_router& router, std::size_t position, const std::string& name);
 void rename_destination(simulated_router& router, std::size_t position, const std::string& name);
 

@@ -100,7 +100,7 @@ std::vector<addressed_message> answer_or_refuse(simulator_server& server, int nu
         if (refuses_request(step.fault))
             return {{number, refusal(step, mnemonic_of(frame.request))}};
     }
-    return answer_frame(server.router, number, frame);
+    return answer_request(server.router, number, frame.request);
 }
 
 void answer_request(simulator_server& server, int number, const parsed_frame& frame)
@@ -131,7 +131,7 @@ void handle_request(simulator_server& server, int number, const parsed_frame& fr
 void handle_bad_frame(simulator_server& server, int number, const parsed_frame& frame)
 {
     print_event(server, {.kind = "bad frame", .client = number, .reason = error_text(frame.error)});
-    send_messages(server, answer_frame(server.router, number, frame));
+    send_messages(server, {{number, make_nak(static_cast<std::int32_t>(frame.error))}});
 }
 
 void handle_frame(simulator_server& server, int number, const parsed_frame& frame)

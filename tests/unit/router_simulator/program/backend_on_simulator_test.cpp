@@ -97,7 +97,12 @@ TEST_F(BackendOnSimulator, DiscoversIdentityNamesAndLevels)
 TEST_F(BackendOnSimulator, DiscoversTheLargestRouterInEitherSequenceStyle)
 {
     for (const sequence_style style : {sequence_style::ones, sequence_style::counting}) {
-        discover({.sources = 1024, .destinations = 1024, .levels = 32, .sequence = style});
+        discover({.sources = 1024,
+                  .destinations = 1024,
+                  .levels = 32,
+                  .source_base = 0,
+                  .destination_base = 0,
+                  .sequence = style});
         EXPECT_EQ(discovered_inputs, 1024U);
         EXPECT_EQ(discovered_outputs, 1024U);
         EXPECT_EQ(router_levels.size(), 32U);
@@ -132,7 +137,7 @@ TEST_F(BackendOnSimulator, ReportsATakeOfAnotherOperatorByPolling)
 
 TEST_F(BackendOnSimulator, ReportsAnAnnouncedTake)
 {
-    discover({.announce = true});
+    discover({.source_base = 0, .destination_base = 0, .announce = true});
     pass_us(1'000'000);
     // Only behind a status cycle: what waits when the next begins is thrown away.
     for (const us_time_t due = next_status_request; next_status_request == due;)
@@ -145,7 +150,7 @@ TEST_F(BackendOnSimulator, ReportsAnAnnouncedTake)
 
 TEST_F(BackendOnSimulator, ReportsNamesThatChange)
 {
-    discover({});
+    discover({.source_base = 0, .destination_base = 0});
     pass_us(1'000'000);
     parent_hears();
     run_command(server, "rename source 3 STUDIO");
@@ -160,7 +165,7 @@ TEST_F(BackendOnSimulator, ReportsNamesThatChange)
 
 TEST_F(BackendOnSimulator, StaysConnectedThroughTenIdleMinutes)
 {
-    discover({});
+    discover({.source_base = 0, .destination_base = 0});
     diagnostics();
     pass_us(10 * 60 * 1'000'000ULL);
     EXPECT_GE(router_fd, 0);
@@ -169,7 +174,7 @@ TEST_F(BackendOnSimulator, StaysConnectedThroughTenIdleMinutes)
 
 TEST_F(BackendOnSimulator, LosesTheLinkWhenTheRouterDropsIt)
 {
-    discover({});
+    discover({.source_base = 0, .destination_base = 0});
     run_command(server, "drop");
     run_passes(1);
     EXPECT_EQ(router_fd, -1);

@@ -83,9 +83,10 @@ TEST_F(SimulatorCommands, RenameRefusesNamesThatDoNotFit)
 TEST_F(SimulatorCommands, ShowRoutes)
 {
     EXPECT_EQ(run("routes"), "16 MON A <- 1 CAM 1\n17 MON B <- 2 CAM 2\n18 MON C <- 3 CAM 3\n");
-    server.router = make_router({.sources = 0, .destinations = 1});
+    server.router =
+        make_router({.sources = 0, .destinations = 1, .source_base = 0, .destination_base = 0});
     EXPECT_EQ(run("routes"), "0 MON A <- none\n");
-    server.router = make_router({.destinations = 0});
+    server.router = make_router({.destinations = 0, .source_base = 0, .destination_base = 0});
     EXPECT_EQ(run("routes"), "There are no destinations.\n");
 }
 

@@ -41,6 +41,8 @@ TEST_F(SimulatorOptions, DescribeARouterOnLoopback)
     EXPECT_EQ(options.router.destinations, 32U);
     EXPECT_EQ(options.router.sequence, sequence_style::ones);
     EXPECT_FALSE(options.router.announce);
+    EXPECT_EQ(options.router.source_base, 1U);
+    EXPECT_EQ(options.router.destination_base, 1U);
     EXPECT_FALSE(options.trace);
     EXPECT_FALSE(options.json_events);
 }

@@ -121,7 +121,7 @@ TEST_F(SimulatorServer, TracesEveryFrameWithItsTime)
 
 TEST_F(SimulatorServer, DropsAClientThatDoesNotReadAndServesTheOthers)
 {
-    server.router = make_router({.sources = 1024});
+    server.router = make_router({.sources = 1024, .source_base = 0, .destination_base = 0});
     const int deaf = connect_client();
     const int other = connect_client();
     std::string queries;
@@ -137,7 +137,8 @@ TEST_F(SimulatorServer, DropsAClientThatDoesNotReadAndServesTheOthers)
 
 TEST_F(SimulatorServer, SendsTheRestOnceTheClientReads)
 {
-    server.router = make_router({.sources = 1024, .entries_per_answer = 1024});
+    server.router = make_router(
+        {.sources = 1024, .source_base = 0, .destination_base = 0, .entries_per_answer = 1024});
     const int end = connect_client();
     std::string queries;
     for (int i = 0; i < 30; ++i)

@@ -29,10 +29,9 @@ inline Texts texts_of(const std::vector<addressed_message>& messages)
 inline Texts ask(simulated_router& router, int client, const char* mnemonic,
                  const std::vector<std::string>& parameters = {})
 {
-    parsed_frame frame;
-    frame.request = make_request(mnemonic);
-    frame.request.parameters = parameters;
-    return texts_of(answer_frame(router, client, frame));
+    router_message request = make_request(mnemonic);
+    request.parameters = parameters;
+    return texts_of(answer_request(router, client, request));
 }
 
 // A router of this size with the clients 1 and 2.

@@ -29,13 +29,14 @@ TEST_F(SimulatorRoutes, StartOneToOne)
 
 TEST_F(SimulatorRoutes, StartOverWhereThereAreFewerSources)
 {
-    router = router_with_two_clients({.sources = 2, .destinations = 3});
+    router = router_with_two_clients(
+        {.sources = 2, .destinations = 3, .source_base = 0, .destination_base = 0});
     EXPECT_THAT(asked("QI", {"2", "0"}), ElementsAre("1:0IQ|0002|0|N|N|0000"));
 }
 
 TEST_F(SimulatorRoutes, ShowTheSourceBaseWithoutSources)
 {
-    router = router_with_two_clients({.sources = 0, .source_base = 5});
+    router = router_with_two_clients({.sources = 0, .source_base = 5, .destination_base = 0});
     EXPECT_THAT(asked("QI", {"0", "0"}), ElementsAre("1:0IQ|0000|0|N|N|0005"));
 }
 
@@ -131,4 +132,33 @@ TEST_F(SimulatorRoutes, AreAnnouncedToEveryClientBehindTheConfirmation)
     EXPECT_THAT(asked("TI", {"10", "3"}),
                 ElementsAre("1:0ER|00|TI", "1:0IQ|0010|0|N|N|0003", "2:0IQ|0010|0|N|N|0003"));
     EXPECT_THAT(asked("TI", {"10", "0"}), ElementsAre("1:0ER|04|TI"));
+}
+
+TEST_F(SimulatorRoutes, StayWhereADestinationIsLocked)
+{
+    asked("BK", {"E", "ON"});
+    router.locked = {1};
+    EXPECT_THAT(asked("TI", {"11", "5"}), ElementsAre("1:0ER|00|TI"));
+    EXPECT_THAT(asked("QI", {"11"}), ElementsAre("1:0IQ|0011|0|N|N|0002"));
+    EXPECT_THAT(asked("QD"), ElementsAre("1:0ER|00|QD"));
+    EXPECT_THAT(asked("TI", {"10", "5"}), ElementsAre("1:0ER|00|TI"));
+    EXPECT_THAT(asked("QI", {"10"}), ElementsAre("1:0IQ|0010|0|N|N|0005"));
+}
+
+TEST_F(SimulatorRoutes, AreRefusedByCrosspoint)
+{
+    router.refused[{1, 4}] = "0A";
+    EXPECT_THAT(asked("TI", {"11", "5"}), ElementsAre("1:0ER|0A|TI"));
+    EXPECT_THAT(asked("QI", {"11"}), ElementsAre("1:0IQ|0011|0|N|N|0002"));
+    EXPECT_THAT(asked("TI", {"11", "6"}), IsEmpty());
+    EXPECT_THAT(asked("TI", {"10", "5"}), IsEmpty());
+    EXPECT_THAT(asked("QI", {"10"}), ElementsAre("1:0IQ|0010|0|N|N|0005"));
+}
+
+TEST_F(SimulatorRoutes, ShowTheIndexBeforeTheFirstWhenDisconnected)
+{
+    take_route(router, 1, NO_SOURCE);
+    EXPECT_THAT(asked("QI", {"11"}), ElementsAre("1:0IQ|0011|0|N|N|0000"));
+    EXPECT_THAT(asked("QD"), ElementsAre("1:0DQ|MON B|3|0000"));
+    EXPECT_EQ(route_text(router, 1), "17 MON B <- none");
 }

@@ -366,7 +366,8 @@ TEST_F(LinkFaults, SameSeedDoesTheSame)
     };
     const std::vector<std::string> once = run();
     stop_server(server);
-    server.router = make_router({.sources = 4, .destinations = 3});
+    server.router =
+        make_router({.sources = 4, .destinations = 3, .source_base = 0, .destination_base = 0});
     server.last_client = 0;
     EXPECT_EQ(run(), once);
     EXPECT_GT(once.size(), 30U);

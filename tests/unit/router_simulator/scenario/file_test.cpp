@@ -11,7 +11,8 @@ class ScenarioFile : public testing::Test {
     std::string read(const std::string& text)
     {
         plan = {};
-        const simulated_router router = make_router({.sources = 4, .destinations = 3});
+        const simulated_router router =
+            make_router({.sources = 4, .destinations = 3, .source_base = 0, .destination_base = 0});
         return read_scenario(plan, text, router, "FILE");
     }
 

@@ -217,7 +217,8 @@ TEST_F(ReplyFaults, ContradictedTakeIsFollowedByAnotherSource)
 
 TEST_F(ReplyFaults, NothingContradictsARouterOfOneSource)
 {
-    server.router = make_router({.sources = 1, .destinations = 2});
+    server.router =
+        make_router({.sources = 1, .destinations = 2, .source_base = 0, .destination_base = 0});
     const int end = client_under(R"("fault": "contradict")", "QI");
     says(end, ask_route);
     EXPECT_EQ(hears(end), frame("N0IQ\t0001\t0\tN\tN\t0000"));
