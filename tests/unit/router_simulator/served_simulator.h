@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "router_simulator/program/server.h"
+#include "router_simulator/wire/listener.h"
 #include "support/backend_test.h"
 
 namespace router_simulator {

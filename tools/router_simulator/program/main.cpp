@@ -3,7 +3,6 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
-#include <deque>
 #include <iostream>
 #include <sys/signalfd.h>
 #include <unistd.h>
@@ -13,9 +12,7 @@
 #include "router_simulator/program/server.h"
 #include "router_simulator/router/names_file.h"
 #include "router_simulator/scenario/file.h"
-#include "tools/common/descriptors.h"
-#include "tools/common/lines.h"
-#include "tools/common/program.h"
+#include "router_simulator/wire/listener.h"
 
 using namespace router_simulator;
 
@@ -41,28 +38,40 @@ int watch_signals()
     return signalfd(-1, &signals, SFD_CLOEXEC);
 }
 
-// Returns false at the end of standard input; a line without its newline then counts as a whole.
-bool read_commands(simulator_server& server, std::string& partial)
+void run_complete_lines(simulator_server& server, std::string& input)
 {
-    std::string bytes;
-    const bool ended = common::read_some(STDIN_FILENO, bytes) == common::read_outcome::ended;
-    if (ended && !partial.empty()) bytes = "\n";
-    std::deque<std::string> lines;
-    common::cut_lines(bytes, partial, lines, MAX_COMMAND_LINE);
-    for (const std::string& line : lines)
-        print_text(line.size() > MAX_COMMAND_LINE ? "Line too long.\n" : run_command(server, line));
-    return !ended;
+    for (std::size_t end = input.find('\n'); end != std::string::npos; end = input.find('\n')) {
+        print_text(run_command(server, input.substr(0, end)));
+        input.erase(0, end + 1);
+    }
+    if (input.size() <= MAX_COMMAND_LINE) return;
+    print_text("Line too long.\n");
+    input.clear();
+}
+
+// Returns false at the end of standard input; a line without its newline then counts as a whole.
+bool read_commands(simulator_server& server, std::string& input)
+{
+    std::array<char, MAX_COMMAND_LINE> bytes{};
+    const ssize_t count = read(STDIN_FILENO, bytes.data(), bytes.size());
+    if (count <= 0) {
+        print_text(run_command(server, input));
+        return false;
+    }
+    input.append(bytes.data(), static_cast<std::size_t>(count));
+    run_complete_lines(server, input);
+    return true;
 }
 
 void run_until_signal(simulator_server& server, int signals)
 {
     std::array<pollfd, 2> watched = {{{.fd = signals, .events = POLLIN, .revents = 0},
                                       {.fd = STDIN_FILENO, .events = POLLIN, .revents = 0}}};
-    std::string partial;
+    std::string input;
     for (;;) {
         serve(server, -1, watched);
         if (watched[0].revents != 0) return;
-        if (watched[1].revents != 0 && !read_commands(server, partial)) watched[1].fd = -1;
+        if (watched[1].revents != 0 && !read_commands(server, input)) watched[1].fd = -1;
     }
 }
 
@@ -86,8 +95,9 @@ bool prepare_scenario(const simulated_router& router, const simulator_options& o
     }
     return true;
 }
+} // namespace
 
-int run_program(int argument_count, const char* const* arguments)
+int main(int argument_count, char** arguments)
 {
     simulator_options options;
     if (const auto status = parse_options(argument_count, arguments, options, std::cout, std::cerr))
@@ -109,10 +119,4 @@ int run_program(int argument_count, const char* const* arguments)
     run_until_signal(server, signals);
     stop_server(server);
     return 0;
-}
-} // namespace
-
-int main(int argument_count, char** arguments)
-{
-    return common::run_main(run_program, argument_count, arguments);
 }

@@ -1,8 +1,7 @@
-// The network side: one listening socket, any number of clients, one loop step. Nothing here waits
-// but the step's own poll, and no client can hold up another.
+// The loop's step over all clients. Nothing here waits but the step's own poll, and no client can
+// hold up another.
 #pragma once
 
-#include <cstdint>
 #include <poll.h>
 #include <span>
 #include <string>
@@ -10,13 +9,6 @@
 #include "router_simulator/wire/clients.h"
 
 namespace router_simulator {
-
-// Listens on the IPv4 address and port, 0 for any free one. Returns "" or why it cannot.
-std::string start_listening(simulator_server& server, const std::string& address,
-                            std::uint16_t port);
-
-// "ADDRESS:PORT" of the listening socket, with the port that it really has.
-std::string listening_address(const simulator_server& server);
 
 // Makes a connected stream socket a client, and its descriptor the server's. Returns its number;
 // the client may be gone already when the scenario wants it so.

@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 #include <utility>
 
+#include "router_simulator/wire/listener.h"
 #include "router_simulator/wire/trace.h"
 
 namespace router_simulator {
@@ -139,11 +140,10 @@ void do_link_fault(simulator_server& server, std::size_t index, int number)
         server.links.at(number).lasting[step.fault] = end_of(step);
 }
 
-// The listener stays bound, so that nobody else can have its port meanwhile. From the event on,
-// nobody connects.
+// From the event on, nobody connects.
 void refuse_connections(simulator_server& server, us_time_t until)
 {
-    if (server.listener >= 0) shutdown(server.listener, SHUT_RDWR);
+    set_refusing(server, true);
     print_start_of_fault(server, fault_kind::refuse, ALL_CLIENTS);
     server.lasting[fault_kind::refuse] = until;
     while (!server.links.empty())
@@ -217,10 +217,8 @@ void end_lasting(const simulator_server& server, lasting_faults& lasting, int nu
 
 void end_faults(simulator_server& server)
 {
-    const bool refused = server.lasting.contains(fault_kind::refuse);
     end_lasting(server, server.lasting, ALL_CLIENTS);
-    if (refused && !server.lasting.contains(fault_kind::refuse) && server.listener >= 0)
-        listen(server.listener, MAX_WAITING_CONNECTIONS);
+    set_refusing(server, server.lasting.contains(fault_kind::refuse));
     for (auto& [number, link] : server.links)
         end_lasting(server, link.lasting, number);
 }

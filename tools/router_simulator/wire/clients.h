@@ -21,8 +21,6 @@ namespace router_simulator {
 // Bytes that may wait for a client that does not read; beyond, it is dropped.
 constexpr std::size_t MAX_WAITING_OUTPUT = 4'194'304;
 
-constexpr int MAX_WAITING_CONNECTIONS = 64; // not accepted yet
-
 // The faults that last, and until when.
 using lasting_faults = std::map<fault_kind, us_time_t>;
 
@@ -55,6 +53,7 @@ struct simulator_server {
     us_time_t started = now_us(); // where the trace counts from
     int listener = -1;            // -1: clients come by add_client alone
     bool accepting = true;        // clear while there is no descriptor for another client
+    bool refusing = false;        // connections
     int last_client = 0;          // clients are numbered from 1
     std::map<int, client_link> links{};
     std::optional<scenario> plan{}; // with one, every event is a readable line
