@@ -75,6 +75,28 @@ TEST_F(SimulatorProgram, EndOfInputRunsTheLastLineAndDoesNotEndIt)
     EXPECT_NE(hear_line("model=Simulated router"), "");
 }
 
+TEST_F(SimulatorProgram, QuitEndsItWithStatusZero)
+{
+    start_simulator();
+    write_all(simulator.input.number, "quit\nroutes\n");
+    EXPECT_EQ(status_of_simulator(), 0);
+    EXPECT_EQ(simulator.lines.size(), 1U) << "nothing behind the announcement";
+}
+
+TEST_F(SimulatorProgram, EventsAreJsonOnRequest)
+{
+    start_simulator({"--events", "json"});
+    write_all(simulator.input.number, "rename source 1 'A B=C'\n");
+    ASSERT_TRUE(until([this] { return simulator.lines.size() >= 2; }));
+    EXPECT_THAT(simulator.lines[1],
+                MatchesRegex(R"(\{"time":[0-9.e-]+,"event":"rename","source":1,"name":"A B=C"\})"));
+}
+
+TEST_F(SimulatorProgram, SeedWithoutScenarioIsRefused)
+{
+    EXPECT_THAT(refusal_of({"--seed", "1"}), StartsWith("--seed requires --scenario\n"));
+}
+
 TEST_P(SimulatorProgramSignals, EndItWithStatusZero)
 {
     start_simulator();
@@ -93,9 +115,10 @@ TEST_F(SimulatorProgram, ScenarioIsPlayed)
         {"at": 0, "fault": "take", "destination": 1, "source": 3},
         {"name": "end it", "fault": "close"}]})");
     start_simulator({"--scenario", file, "--seed", "12"});
-    ASSERT_TRUE(until([this] { return simulator.lines.size() >= 3; }));
+    ASSERT_TRUE(until([this] { return simulator.lines.size() >= 4; }));
     EXPECT_THAT(simulator.lines[1], MatchesRegex("@ 0\\.[0-9]{6} start seed=12"));
-    EXPECT_THAT(simulator.lines[2],
+    EXPECT_EQ(simulator.lines[2], "1 MON A <- 3 CAM 3");
+    EXPECT_THAT(simulator.lines[3],
                 MatchesRegex("@ 0\\.[0-9]{6} take destination=1 source=3 by=scenario"));
     start_on_simulator(backend);
     ASSERT_NE(hear_line("model=Simulated router"), "");

@@ -3,6 +3,8 @@
 
 #include <cstdio>
 #include <fstream>
+#include <map>
+#include <set>
 #include <sstream>
 
 #include "common/loop_flags.h"
@@ -13,6 +15,7 @@
 #include "router_link/receive_parser.h"
 #include "router_model/route_queue.h"
 #include "router_model/state.h"
+#include "router_simulator/scenario/fault_table.h"
 #include "router_simulator/scenario/file.h"
 #include "support/backend_test.h"
 
@@ -249,24 +252,46 @@ TEST_F(Documents, ShowScenariosThatAreRead)
 }
 
 namespace {
-// The first column of the tables under the headings that begin so.
-std::set<std::string> documented_names(const std::string& document, const std::string& heading)
+// The texts of a table's cell that stand between this mark and the next one.
+std::set<std::string> marked_texts(const std::string& cell, char mark)
 {
-    std::ifstream file(PROJECT_DIRECTORY "/" + document);
-    std::set<std::string> names;
+    std::set<std::string> texts;
+    for (std::size_t start = cell.find(mark); start != std::string::npos;
+         start = cell.find(mark, start)) {
+        const std::size_t end = cell.find(mark, start + 1);
+        if (end == std::string::npos) break;
+        texts.insert(cell.substr(start + 1, end - start - 1));
+        start = end + 1;
+    }
+    return texts;
+}
+
+// The first two columns of the tables under the headings that begin so: name and keys.
+std::map<std::string, std::set<std::string>> documented_faults(const std::string& heading)
+{
+    std::ifstream file(PROJECT_DIRECTORY "/docs/scenarios.md");
+    std::map<std::string, std::set<std::string>> faults;
     bool inside = false;
     for (std::string line; std::getline(file, line);) {
         if (line.starts_with("#")) inside = line.starts_with(heading);
-        if (inside && line.starts_with("| `")) names.insert(line.substr(3, line.find("` |") - 3));
+        if (!inside || !line.starts_with("| `")) continue;
+        const std::size_t first = line.find(" | ");
+        const std::string keys = line.substr(first + 3, line.find(" | ", first + 3) - first - 3);
+        faults[*marked_texts(line.substr(0, first), '`').begin()] = marked_texts(keys, '"');
     }
-    return names;
+    return faults;
 }
 } // namespace
 
 TEST_F(Documents, DescribeEveryFaultOfTheSimulator)
 {
-    std::set<std::string> names;
-    for (int i = 0; i <= static_cast<int>(router_simulator::fault_kind::rename); ++i)
-        names.insert(fault_name(static_cast<router_simulator::fault_kind>(i)));
-    EXPECT_EQ(documented_names("docs/scenarios.md", "## Faults of"), names);
+    std::map<std::string, std::set<std::string>> of_replies;
+    std::map<std::string, std::set<std::string>> others;
+    for (const router_simulator::fault_row& fault : router_simulator::all_faults()) {
+        std::set<std::string>& keys = (concerns_reply(fault) ? of_replies : others)[fault.name];
+        for (const router_simulator::fault_key key : fault.keys)
+            if (key != router_simulator::fault_key::none) keys.insert(key_name(key));
+    }
+    EXPECT_EQ(documented_faults("## Faults of a reply"), of_replies);
+    EXPECT_EQ(documented_faults("## Other faults"), others);
 }

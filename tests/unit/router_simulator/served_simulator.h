@@ -15,7 +15,7 @@ class ServedSimulator : public testing::Test {
   protected:
     void TearDown() override
     {
-        stop_server(server);
+        stop_server(simulated);
         for (const int end : ends)
             close(end);
     }
@@ -25,7 +25,7 @@ class ServedSimulator : public testing::Test {
     {
         int pair[2];
         EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, pair), 0);
-        add_client(server, pair[0], "test");
+        add_client(simulated, pair[0], "test");
         ends.push_back(pair[1]);
         return pair[1];
     }
@@ -60,7 +60,7 @@ class ServedSimulator : public testing::Test {
     {
         EXPECT_EQ(send(end, bytes.data(), bytes.size(), MSG_NOSIGNAL),
                   static_cast<ssize_t>(bytes.size()));
-        serve(server, 0);
+        serve(simulated, 0);
     }
 
     static std::string hears(int end)
@@ -75,12 +75,13 @@ class ServedSimulator : public testing::Test {
 
     std::vector<std::string> printed;
     std::vector<int> ends;
-    simulator_server server{
-        .router =
-            make_router({.sources = 4, .destinations = 3, .source_base = 0, .destination_base = 0}),
-        .print = [this](const std::string& line) {
-            printed.push_back(line);
-        }};
+    simulator simulated{
+        .server = {.router = make_router(
+                       {.sources = 4, .destinations = 3, .source_base = 0, .destination_base = 0}),
+                   .print = [this](const std::string& line) {
+                       printed.push_back(line);
+                   }}};
+    simulator_server& server = simulated.server;
 };
 
 } // namespace router_simulator

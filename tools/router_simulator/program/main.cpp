@@ -3,6 +3,7 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
+#include <deque>
 #include <iostream>
 #include <sys/signalfd.h>
 #include <unistd.h>
@@ -12,7 +13,12 @@
 #include "router_simulator/program/server.h"
 #include "router_simulator/router/names_file.h"
 #include "router_simulator/scenario/file.h"
+#include "router_simulator/scenario/plan.h"
+#include "router_simulator/scenario/player.h"
 #include "router_simulator/wire/listener.h"
+#include "tools/common/descriptors.h"
+#include "tools/common/lines.h"
+#include "tools/common/program.h"
 
 using namespace router_simulator;
 
@@ -38,40 +44,29 @@ int watch_signals()
     return signalfd(-1, &signals, SFD_CLOEXEC);
 }
 
-void run_complete_lines(simulator_server& server, std::string& input)
-{
-    for (std::size_t end = input.find('\n'); end != std::string::npos; end = input.find('\n')) {
-        print_text(run_command(server, input.substr(0, end)));
-        input.erase(0, end + 1);
-    }
-    if (input.size() <= MAX_COMMAND_LINE) return;
-    print_text("Line too long.\n");
-    input.clear();
-}
-
 // Returns false at the end of standard input; a line without its newline then counts as a whole.
-bool read_commands(simulator_server& server, std::string& input)
+bool run_input(simulator& simulated, std::string& partial)
 {
-    std::array<char, MAX_COMMAND_LINE> bytes{};
-    const ssize_t count = read(STDIN_FILENO, bytes.data(), bytes.size());
-    if (count <= 0) {
-        print_text(run_command(server, input));
-        return false;
-    }
-    input.append(bytes.data(), static_cast<std::size_t>(count));
-    run_complete_lines(server, input);
-    return true;
+    std::string bytes;
+    const bool goes_on = common::read_some(STDIN_FILENO, bytes) != common::read_outcome::ended;
+    if (!goes_on && !partial.empty()) bytes = "\n";
+    std::deque<std::string> lines;
+    common::cut_lines(bytes, partial, lines, MAX_COMMAND_LINE);
+    for (const std::string& line : lines)
+        print_text(line.size() > MAX_COMMAND_LINE ? "Line too long.\n"
+                                                  : run_commands(simulated, line));
+    return goes_on;
 }
 
-void run_until_signal(simulator_server& server, int signals)
+void run_until_end(simulator& simulated, int signals)
 {
     std::array<pollfd, 2> watched = {{{.fd = signals, .events = POLLIN, .revents = 0},
                                       {.fd = STDIN_FILENO, .events = POLLIN, .revents = 0}}};
-    std::string input;
-    for (;;) {
-        serve(server, -1, watched);
+    std::string partial;
+    while (!simulated.quit) {
+        serve(simulated, -1, watched);
         if (watched[0].revents != 0) return;
-        if (watched[1].revents != 0 && !read_commands(server, input)) watched[1].fd = -1;
+        if (watched[1].revents != 0 && !run_input(simulated, partial)) watched[1].fd = -1;
     }
 }
 
@@ -82,41 +77,40 @@ bool report_error(const std::string& error)
     return true;
 }
 
-// Returns false when the scenario cannot be read, which is then said.
-bool prepare_scenario(const simulated_router& router, const simulator_options& options,
-                      std::optional<scenario>& plan)
+int run_program(int argument_count, const char* const* arguments)
 {
-    if (options.scenario_file.empty()) return true;
-    plan.emplace();
-    if (report_error(read_scenario_file(*plan, options.scenario_file, router))) return false;
-    if (options.seed) {
+    simulator_options options;
+    if (const auto status = parse_options(argument_count, arguments, options, std::cout, std::cerr))
+        return *status;
+    simulator simulated{
+        .server = {.router = make_router(options.router),
+                   .print = [](const std::string& line) { print_text(line + "\n"); },
+                   .trace = options.trace,
+                   .json_events = options.json_events,
+                   .receive_buffer = options.receive_buffer}};
+    simulator_server& server = simulated.server;
+    if (!options.names_file.empty() &&
+        report_error(read_names_file(server.router, options.names_file)))
+        return 1;
+    std::optional<scenario> plan;
+    if (!options.scenario_file.empty() &&
+        report_error(read_scenario_file(plan.emplace(), options.scenario_file, server.router)))
+        return 1;
+    if (plan && options.seed) {
         plan->seed = *options.seed;
         start_scenario(*plan);
     }
-    return true;
+    if (report_error(start_listening(server, options.listen, options.port))) return 1;
+    const int signals = watch_signals();
+    print_text("Listening on " + listening_address(server) + "\n");
+    if (plan) begin_scenario(simulated, *plan);
+    run_until_end(simulated, signals);
+    stop_server(simulated);
+    return 0;
 }
 } // namespace
 
 int main(int argument_count, char** arguments)
 {
-    simulator_options options;
-    if (const auto status = parse_options(argument_count, arguments, options, std::cout, std::cerr))
-        return *status;
-    simulator_server server{.router = make_router(options.router),
-                            .print = [](const std::string& line) { print_text(line + "\n"); },
-                            .trace = options.trace,
-                            .json_events = options.json_events,
-                            .receive_buffer = options.receive_buffer};
-    if (!options.names_file.empty() &&
-        report_error(read_names_file(server.router, options.names_file)))
-        return 1;
-    std::optional<scenario> plan;
-    if (!prepare_scenario(server.router, options, plan)) return 1;
-    if (report_error(start_listening(server, options.listen, options.port))) return 1;
-    const int signals = watch_signals();
-    print_text("Listening on " + listening_address(server) + "\n");
-    if (plan) begin_scenario(server, *plan);
-    run_until_signal(server, signals);
-    stop_server(server);
-    return 0;
+    return common::run_main(run_program, argument_count, arguments);
 }

@@ -4,6 +4,7 @@
 
 #include "router_simulator/program/commands.h"
 #include "router_simulator/router/names.h"
+#include "router_simulator/scenario/fault_table.h"
 #include "tools/common/program.h"
 
 namespace router_simulator {
@@ -142,7 +143,7 @@ std::optional<int> parse_options(int argument_count, const char* const* argument
     add_manner_options(app, options.router);
     add_scenario_options(app, options);
     add_event_options(app, options);
-    app.footer(std::string("Commands on standard input:\n") + COMMAND_HELP +
+    app.footer(std::string("Commands on standard input:\n") + COMMAND_HELP + fault_help() +
                "The backend's status queries count destinations from 1. With a base of 0 the first "
                "output\nstays unknown to it, and it sees the takes of others late.\n"
                "SIGINT and SIGTERM end the program; the end of standard input does not.");

@@ -5,9 +5,10 @@
 #include <cstring>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <vector>
 
 #include "router_simulator/scenario/answering.h"
-#include "router_simulator/scenario/connection_faults.h"
+#include "router_simulator/scenario/player.h"
 #include "router_simulator/wire/listener.h"
 
 namespace router_simulator {
@@ -17,76 +18,53 @@ constexpr std::size_t READ_SIZE = 4096;
 constexpr us_time_t LONGEST_WAIT_MS = 3'600'000;
 } // namespace
 
-int add_client(simulator_server& server, int descriptor, const std::string& peer)
+int add_client(simulator& simulated, int descriptor, const std::string& peer)
 {
-    const int number = add_link(server, descriptor, peer);
-    do_connection_faults(server, number);
+    const int number = add_connection(simulated.server, descriptor, peer);
+    do_connection_steps(simulated, number);
     return number;
 }
 
-void begin_scenario(simulator_server& server, const scenario& plan)
+void stop_server(simulator& simulated)
 {
-    server.plan = plan;
-    server.started = now_us();
-    print_event(server, {.kind = "start", .seed = plan.seed});
-}
-
-void stop_server(simulator_server& server)
-{
+    simulator_server& server = simulated.server;
     drop_clients(server);
     if (server.listener >= 0) close(server.listener);
     server.listener = -1;
 }
 
 namespace {
-void read_requests(simulator_server& server, int number)
+short awaited_events(const connected_client& client)
 {
-    char bytes[READ_SIZE];
-    const ssize_t count =
-        recv(server.links.at(number).descriptor, bytes, sizeof bytes, MSG_DONTWAIT);
-    if (count > 0) {
-        answer_bytes(server, number, {bytes, static_cast<std::size_t>(count)});
-    } else if (count == 0) {
-        remove_client(server, number, "closed its connection");
-    } else if (errno != EAGAIN && errno != EINTR) {
-        remove_client(server, number, std::string("lost: ") + std::strerror(errno));
-    }
-}
-
-void accept_clients(simulator_server& server)
-{
-    std::string peer;
-    for (int descriptor = accept_connection(server, peer); descriptor >= 0;
-         descriptor = accept_connection(server, peer))
-        add_client(server, descriptor, peer);
-}
-
-short awaited_events(const client_link& link)
-{
-    if (is_under(link, fault_kind::half_open)) return POLLRDHUP;
-    const int reading = is_deaf(link) ? 0 : POLLIN;
-    const int writing = link.output.ready.empty() ? 0 : POLLOUT;
+    if (client.stopped.writing) return POLLRDHUP;
+    const int reading = client.stopped.reading ? 0 : POLLIN;
+    const int writing = client.output.ready.empty() ? 0 : POLLOUT;
     return static_cast<short>(reading | writing);
 }
 
-void serve_client(simulator_server& server, int number, int ready)
+void serve_client(simulator& simulated, int number, int ready)
 {
-    if (is_under(server.links.at(number), fault_kind::half_open))
+    simulator_server& server = simulated.server;
+    const connected_client& client = server.clients.at(number);
+    if (client.stopped.writing)
         return remove_client(server, number, "closed its half of a forgotten connection");
+    const int descriptor = client.descriptor;
     if ((ready & POLLOUT) != 0) write_output(server, number);
-    if ((ready & ~POLLOUT) != 0 && server.links.contains(number)) read_requests(server, number);
-}
-
-// Poll passes over -1. A listener that refuses would report that it has ended.
-int awaited_listener(const simulator_server& server)
-{
-    return server.accepting && !server.refusing ? server.listener : -1;
+    if ((ready & ~POLLOUT) == 0 || !server.clients.contains(number)) return;
+    char bytes[READ_SIZE];
+    const ssize_t count = recv(descriptor, bytes, sizeof bytes, MSG_DONTWAIT);
+    if (count > 0)
+        answer_bytes(simulated, number, {bytes, static_cast<std::size_t>(count)});
+    else if (count == 0)
+        remove_client(server, number, "closed its connection");
+    else if (errno != EAGAIN && errno != EINTR)
+        remove_client(server, number, std::string("lost: ") + std::strerror(errno));
 }
 
 // No longer than until something is due.
-int bounded_wait(const simulator_server& server, int wait_ms)
+int bounded_wait(const simulator& simulated, int wait_ms)
 {
-    const us_time_t due = next_due_fault(server);
+    const us_time_t due = next_due(simulated);
     if (due == NEVER) return wait_ms;
     const us_time_t now = now_us();
     const us_time_t until_due = due <= now ? 0 : (due - now + 999) / 1000;
@@ -95,28 +73,36 @@ int bounded_wait(const simulator_server& server, int wait_ms)
 }
 } // namespace
 
-void serve(simulator_server& server, int wait_ms, std::span<pollfd> also_watched)
+void serve(simulator& simulated, int wait_ms, std::span<pollfd> also_watched)
 {
-    do_due_faults(server);
+    simulator_server& server = simulated.server;
+    do_due_steps(simulated);
     std::vector<pollfd> watched(also_watched.begin(), also_watched.end());
-    watched.push_back({.fd = awaited_listener(server), .events = POLLIN, .revents = 0});
+    // Poll passes over -1. A listener that refuses would report that it has ended.
+    const int listener = server.accepting && !server.refusing ? server.listener : -1;
+    watched.push_back({.fd = listener, .events = POLLIN, .revents = 0});
     std::vector<int> numbers;
-    for (const auto& [number, link] : server.links) {
-        watched.push_back({.fd = link.descriptor, .events = awaited_events(link), .revents = 0});
+    for (const auto& [number, client] : server.clients) {
+        watched.push_back(
+            {.fd = client.descriptor, .events = awaited_events(client), .revents = 0});
         numbers.push_back(number);
     }
     // Interrupted by a signal, poll leaves the results as they were.
-    if (poll(watched.data(), watched.size(), bounded_wait(server, wait_ms)) < 0)
+    if (poll(watched.data(), watched.size(), bounded_wait(simulated, wait_ms)) < 0)
         for (pollfd& each : watched)
             each.revents = 0;
     std::copy_n(watched.begin(), also_watched.size(), also_watched.begin());
     for (std::size_t i = 0; i < numbers.size(); ++i) {
         const short ready = watched[also_watched.size() + 1 + i].revents;
         // The answers to another client may have ended this one.
-        if (ready != 0 && server.links.contains(numbers[i]))
-            serve_client(server, numbers[i], ready);
+        if (ready != 0 && server.clients.contains(numbers[i]))
+            serve_client(simulated, numbers[i], ready);
     }
-    if (watched[also_watched.size()].revents != 0) accept_clients(server);
+    if (watched[also_watched.size()].revents == 0) return;
+    std::string peer;
+    for (int descriptor = accept_connection(server, peer); descriptor >= 0;
+         descriptor = accept_connection(server, peer))
+        add_client(simulated, descriptor, peer);
 }
 
 } // namespace router_simulator

@@ -1,4 +1,4 @@
-// The loop's step over all clients. Nothing here waits but the step's own poll, and no client can
+// The loop's step over network and scenario. Nothing here waits but its poll, and no client can
 // hold up another.
 #pragma once
 
@@ -6,24 +6,21 @@
 #include <span>
 #include <string>
 
-#include "router_simulator/wire/clients.h"
+#include "router_simulator/scenario/simulator.h"
 
 namespace router_simulator {
 
 // Makes a connected stream socket a client, and its descriptor the server's. Returns its number;
 // the client may be gone already when the scenario wants it so.
-int add_client(simulator_server& server, int descriptor, const std::string& peer);
+int add_client(simulator& simulated, int descriptor, const std::string& peer);
 
 // One step: waits at most this long for something to happen (0: not at all, -1: for ever), then
 // accepts, reads at most 4096 bytes from each client, answers, writes and does what the scenario
 // has due. Also waits for the given descriptors, whose results are set as poll sets them; a signal
 // ends the wait, and so does what becomes due.
-void serve(simulator_server& server, int wait_ms, std::span<pollfd> also_watched = {});
+void serve(simulator& simulated, int wait_ms, std::span<pollfd> also_watched = {});
 
 // Closes everything.
-void stop_server(simulator_server& server);
-
-// Begins the scenario, whose times count from now.
-void begin_scenario(simulator_server& server, const scenario& plan);
+void stop_server(simulator& simulated);
 
 } // namespace router_simulator

@@ -4,11 +4,11 @@
 
 #include <string_view>
 
-#include "router_simulator/wire/clients.h"
+#include "router_simulator/scenario/simulator.h"
 
 namespace router_simulator {
 
 // Carries out what the bytes complete. The client may be gone afterwards.
-void answer_bytes(simulator_server& server, int number, std::string_view bytes);
+void answer_bytes(simulator& simulated, int number, std::string_view bytes);
 
 } // namespace router_simulator

@@ -2,301 +2,226 @@
 
 #include <algorithm>
 #include <sys/socket.h>
-#include <utility>
 
+#include "router_simulator/scenario/fault.h"
 #include "router_simulator/wire/listener.h"
-#include "router_simulator/wire/trace.h"
+#include "tools/common/random.h"
 
 namespace router_simulator {
 
-namespace {
-// The clients that a step is about when no trigger names one.
-constexpr int ALL_CLIENTS = 0;
-
-void print_start_of_fault(const simulator_server& server, fault_kind fault, int number)
+void print_start(const simulator_server& server, const fault_row& fault, int number)
 {
-    router_event event{.kind = "fault", .fault = fault_name(fault)};
-    const fault_span span = span_of(fault);
-    event.lasting =
-        span == fault_span::listener || (span == fault_span::connection && number != ALL_CLIENTS);
+    router_event event{.kind = "fault", .fault = fault.name};
+    event.lasting = fault.span == fault_span::listener ||
+                    (fault.span == fault_span::connection && number != ALL_CLIENTS);
     if (number != ALL_CLIENTS) event.client = number;
     print_event(server, event);
 }
 
-void print_end_of_fault(const simulator_server& server, fault_kind fault, int number)
+void print_end(const simulator_server& server, const fault_row& fault, int number)
 {
-    router_event event{.kind = "end of fault", .fault = fault_name(fault)};
+    router_event event{.kind = "end of fault", .fault = fault.name};
     if (number != ALL_CLIENTS) event.client = number;
     print_event(server, event);
 }
 
-std::vector<int> clients_meant(const simulator_server& server, int number)
+void send_garbage(simulator& simulated, std::size_t step, int number)
 {
-    if (number != ALL_CLIENTS) return {number};
-    std::vector<int> numbers;
-    for (const auto& [each, link] : server.links)
-        numbers.push_back(each);
-    return numbers;
-}
-
-std::string garbage(std::mt19937_64& random, std::size_t size)
-{
+    const std::size_t size = simulated.plan->steps[step].bytes;
+    std::mt19937_64& random = simulated.plan->states[step].random;
     std::string bytes;
     while (bytes.size() < size)
-        bytes += static_cast<char>(draw(random, {0, 255}));
-    return bytes;
-}
-
-std::size_t random_position(std::mt19937_64& random, const port_list& ports)
-{
-    return draw(random, {0, ports.names.size() - 1});
-}
-
-std::size_t chosen_position(std::mt19937_64& random, const port_list& ports,
-                            const std::optional<std::uint32_t>& index)
-{
-    return index ? position_of(ports, *index).value() : random_position(random, ports);
-}
-
-void take_as_operator(simulator_server& server, const scenario_step& step, std::mt19937_64& random)
-{
-    simulated_router& router = server.router;
-    if (router.sources.names.empty() || router.destinations.names.empty()) return;
-    const std::size_t destination = chosen_position(random, router.destinations, step.destination);
-    const std::size_t source = chosen_position(random, router.sources, step.source);
-    const std::vector<addressed_message> told = take_route(router, destination, source);
-    print_takes(server, "scenario");
-    send_messages(server, told);
-}
-
-void rename_as_operator(simulator_server& server, const scenario_step& step,
-                        std::mt19937_64& random)
-{
-    simulated_router& router = server.router;
-    const bool is_drawn = !step.source && !step.destination;
-    const bool is_source = step.source || (is_drawn && draw(random, {0, 1}) == 0);
-    const port_list& ports = is_source ? router.sources : router.destinations;
-    if (ports.names.empty()) return;
-    const std::size_t position =
-        chosen_position(random, ports, is_source ? step.source : step.destination);
-    const std::string name =
-        step.to.empty() ? "NAME " + std::to_string(draw(random, {1, 9999})) : step.to;
-    (is_source ? rename_source : rename_destination)(router, position, name);
-    print_rename(server, is_source, position);
+        bytes += static_cast<char>(common::draw(random, 0, 255));
+    send_bytes(simulated.server, number, bytes);
 }
 
 // Leaves nothing unread behind: the close would reset the connection.
-void end_stream(simulator_server& server, int number)
+void end_stream(simulator& simulated, std::size_t, int number)
 {
-    const int descriptor = server.links.at(number).descriptor;
+    const int descriptor = simulated.server.clients.at(number).descriptor;
     shutdown(descriptor, SHUT_WR);
     char bytes[4096];
     while (recv(descriptor, bytes, sizeof bytes, MSG_DONTWAIT) > 0)
         continue;
-    remove_client(server, number, "closed by the scenario");
+    remove_client(simulated.server, number, "closed by the scenario");
 }
 
-void reset_connection(simulator_server& server, int number, bool inside)
+void reset_connection(simulator& simulated, std::size_t step, int number)
 {
-    const int descriptor = server.links.at(number).descriptor;
-    if (inside) send(descriptor, "\x01N0IQ\t0", 7, MSG_NOSIGNAL | MSG_DONTWAIT);
+    const int descriptor = simulated.server.clients.at(number).descriptor;
+    if (simulated.plan->steps[step].inside)
+        send(descriptor, "\x01N0IQ\t0", 7, MSG_NOSIGNAL | MSG_DONTWAIT);
     const linger at_once = {.l_onoff = 1, .l_linger = 0};
     setsockopt(descriptor, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
-    remove_client(server, number, "reset by the scenario");
-}
-} // namespace
-
-void start_stream(simulator_server& server, std::size_t step, int number, const std::string& bytes)
-{
-    const scenario_step& plan = server.plan->steps[step];
-    server.streams.push_back({.fault = plan.fault,
-                              .client = number,
-                              .step = step,
-                              .bytes = bytes,
-                              .left = plan.messages,
-                              .due = now_us(),
-                              .interval_us = plan.interval_us});
+    remove_client(simulated.server, number, "reset by the scenario");
 }
 
-namespace {
-us_time_t end_of(const scenario_step& step)
+void start_stream(simulator& simulated, std::size_t step, int number, const std::string& bytes)
 {
-    return step.fault == fault_kind::half_open ? NEVER : now_us() + step.for_us;
+    simulated.streams.push_back({.step = step,
+                                 .client = number,
+                                 .bytes = bytes,
+                                 .left = simulated.plan->steps[step].messages,
+                                 .due = now_us()});
 }
 
-void do_link_fault(simulator_server& server, std::size_t index, int number)
+void start_burst(simulator& simulated, std::size_t step, int number)
 {
-    const scenario_step& step = server.plan->steps[index];
-    std::mt19937_64& random = server.plan->states[index].random;
-    if (step.fault == fault_kind::garbage)
-        send_bytes(server, number, garbage(random, step.bytes));
-    else if (step.fault == fault_kind::close)
-        end_stream(server, number);
-    else if (step.fault == fault_kind::reset)
-        reset_connection(server, number, step.inside);
-    else if (step.fault == fault_kind::burst)
-        start_stream(server, index, number, "");
-    else
-        server.links.at(number).lasting[step.fault] = end_of(step);
+    start_stream(simulated, step, number, "");
+}
+
+// A second time begins anew.
+void start_lasting(simulator& simulated, std::size_t step, int number)
+{
+    const scenario_step& begun = simulated.plan->steps[step];
+    std::erase_if(simulated.lasting, [&begun, number](const lasting_fault& each) {
+        return each.fault == begun.fault && each.client == number;
+    });
+    const us_time_t until = begun.for_us == NEVER ? NEVER : now_us() + begun.for_us;
+    simulated.lasting.push_back({.fault = begun.fault, .client = number, .until = until});
+    apply_lasting(simulated);
+}
+
+void stop_actions(simulator& simulated, std::size_t step, int number)
+{
+    start_lasting(simulated, step, number);
+}
+
+void apply_lasting(simulator& simulated)
+{
+    bool refusing = false;
+    for (auto& [number, client] : simulated.server.clients)
+        client.stopped = {};
+    for (const lasting_fault& each : simulated.lasting) {
+        const stopped_actions& stops = each.fault->stops;
+        refusing = refusing || stops.accepting;
+        const auto found = simulated.server.clients.find(each.client);
+        if (found == simulated.server.clients.end()) continue;
+        stopped_actions& stopped = found->second.stopped;
+        stopped.reading = stopped.reading || stops.reading;
+        stopped.answering = stopped.answering || stops.answering;
+        stopped.writing = stopped.writing || stops.writing;
+    }
+    set_refusing(simulated.server, refusing);
 }
 
 // From the event on, nobody connects.
-void refuse_connections(simulator_server& server, us_time_t until)
+void refuse_connections(simulator& simulated, std::size_t step)
 {
-    set_refusing(server, true);
-    print_start_of_fault(server, fault_kind::refuse, ALL_CLIENTS);
-    server.lasting[fault_kind::refuse] = until;
-    while (!server.links.empty())
-        reset_connection(server, server.links.begin()->first, false);
-}
-
-void do_step(simulator_server& server, std::size_t index, int number)
-{
-    const scenario_step& step = server.plan->steps[index];
-    std::mt19937_64& random = server.plan->states[index].random;
-    if (step.fault == fault_kind::take) return take_as_operator(server, step, random);
-    if (step.fault == fault_kind::rename) return rename_as_operator(server, step, random);
-    if (step.fault == fault_kind::refuse) return refuse_connections(server, end_of(step));
-    if (step.fault == fault_kind::ignore && number == ALL_CLIENTS)
-        server.lasting[fault_kind::ignore] = end_of(step);
-    const std::vector<int> numbers = clients_meant(server, number);
-    if (numbers.empty()) print_start_of_fault(server, step.fault, ALL_CLIENTS);
-    for (const int each : numbers) {
-        print_start_of_fault(server, step.fault, each);
-        do_link_fault(server, index, each);
-    }
-}
-
-// Whether a client that is known by its number is still there; all are for the whole.
-bool still_there(const simulator_server& server, int number)
-{
-    return number == ALL_CLIENTS || server.links.contains(number);
-}
-
-void do_steps(simulator_server& server, const std::vector<std::size_t>& steps, int number)
-{
-    for (const std::size_t step : steps)
-        if (still_there(server, number)) do_step(server, step, number);
-}
-} // namespace
-
-void do_connection_faults(simulator_server& server, int number)
-{
-    if (!server.plan) return;
-    const auto ignored = server.lasting.find(fault_kind::ignore);
-    if (ignored != server.lasting.end()) server.links.at(number).lasting.insert(*ignored);
-    do_steps(server, connection_steps(*server.plan, number), number);
-}
-
-void do_request_faults(simulator_server& server, int number, const std::string& request,
-                       bool answered)
-{
-    if (server.plan) do_steps(server, request_steps(*server.plan, request, answered), number);
-}
-
-std::string do_named_faults(simulator_server& server, const std::string& name)
-{
-    if (!server.plan) return "There is no scenario.\n";
-    const auto steps = named_steps(*server.plan, name);
-    if (!steps) return "No step is named " + quoted_text(name) + ".\n";
-    do_steps(server, *steps, ALL_CLIENTS);
-    return "";
+    set_refusing(simulated.server, true);
+    print_start(simulated.server, *simulated.plan->steps[step].fault, ALL_CLIENTS);
+    start_lasting(simulated, step, ALL_CLIENTS);
+    while (!simulated.server.clients.empty())
+        reset_connection(simulated, step, simulated.server.clients.begin()->first);
 }
 
 namespace {
-void end_lasting(const simulator_server& server, lasting_faults& lasting, int number)
+// Of the index that the step names, else a random one.
+std::size_t chosen_position(std::mt19937_64& random, const port_list& ports,
+                            const std::optional<std::uint32_t>& index)
 {
-    const us_time_t now = now_us();
-    std::erase_if(lasting, [&](const auto& each) {
-        const auto& [fault, until] = each;
-        if (until > now) return false;
-        print_end_of_fault(server, fault, number);
-        return true;
-    });
+    return index ? position_of(ports, *index).value()
+                 : common::draw<std::size_t>(random, 0, ports.names.size() - 1);
 }
 
-void end_faults(simulator_server& server)
+// The crosspoint that a step is about.
+struct crosspoint {
+    std::size_t destination = 0;
+    std::size_t source = 0;
+};
+
+// Nothing where the router has none.
+std::optional<crosspoint> chosen_crosspoint(simulator& simulated, std::size_t step)
 {
-    end_lasting(server, server.lasting, ALL_CLIENTS);
-    set_refusing(server, server.lasting.contains(fault_kind::refuse));
-    for (auto& [number, link] : server.links)
-        end_lasting(server, link.lasting, number);
+    const simulated_router& router = simulated.server.router;
+    if (router.sources.names.empty() || router.destinations.names.empty()) return std::nullopt;
+    const scenario_step& plan = simulated.plan->steps[step];
+    std::mt19937_64& random = simulated.plan->states[step].random;
+    const std::size_t destination = chosen_position(random, router.destinations, plan.destination);
+    return crosspoint{destination, chosen_position(random, router.sources, plan.source)};
 }
 
-std::string stream_message(simulator_server& server, const message_stream& stream)
+std::optional<std::size_t> chosen_destination(simulator& simulated, std::size_t step)
 {
-    const simulated_router& router = server.router;
-    if (!stream.bytes.empty() || router.destinations.names.empty()) return stream.bytes;
-    const std::size_t destination =
-        random_position(server.plan->states[stream.step].random, router.destinations);
-    return plain_reply({routing_status(router, destination, 0)}).pieces[0].bytes;
-}
-
-// What of the stream is due by now.
-std::string due_messages(simulator_server& server, message_stream& stream)
-{
-    std::string bytes;
-    for (; stream.left > 0 && stream.due <= now_us(); --stream.left) {
-        bytes += stream_message(server, stream);
-        stream.due += stream.interval_us;
-    }
-    return bytes;
-}
-
-void continue_streams(simulator_server& server)
-{
-    std::vector<std::pair<int, std::string>> sent;
-    for (message_stream& stream : server.streams)
-        sent.emplace_back(stream.client, due_messages(server, stream));
-    std::erase_if(server.streams, [&server](const message_stream& stream) {
-        if (stream.left == 0) print_end_of_fault(server, stream.fault, stream.client);
-        return stream.left == 0;
-    });
-    // May end a client, and with it its streams.
-    for (const auto& [number, bytes] : sent)
-        if (server.links.contains(number)) send_bytes(server, number, bytes);
-}
-
-void write_due_output(simulator_server& server)
-{
-    std::vector<int> numbers;
-    for (const auto& [number, link] : server.links)
-        if (next_due(link.output) <= now_us()) numbers.push_back(number);
-    for (const int number : numbers)
-        write_output(server, number);
+    const port_list& ports = simulated.server.router.destinations;
+    if (ports.names.empty()) return std::nullopt;
+    return chosen_position(simulated.plan->states[step].random, ports,
+                           simulated.plan->steps[step].destination);
 }
 } // namespace
 
-void do_due_faults(simulator_server& server)
+void make_take(simulator& simulated, std::size_t step)
 {
-    if (server.plan) {
-        end_faults(server);
-        do_steps(server, timed_steps(*server.plan, now_us() - server.started), ALL_CLIENTS);
-        continue_streams(server);
-    }
-    write_due_output(server);
+    const auto chosen = chosen_crosspoint(simulated, step);
+    if (!chosen) return;
+    simulator_server& server = simulated.server;
+    const std::vector<addressed_message> announcements =
+        take_route(server.router, chosen->destination, chosen->source);
+    print_takes(server, "scenario");
+    send_messages(server, announcements);
+}
+
+void make_rename(simulator& simulated, std::size_t step)
+{
+    simulated_router& router = simulated.server.router;
+    const scenario_step& plan = simulated.plan->steps[step];
+    std::mt19937_64& random = simulated.plan->states[step].random;
+    const bool is_drawn = !plan.source && !plan.destination;
+    const bool is_source = plan.source || (is_drawn && common::draw(random, 0, 1) == 0);
+    const port_list& ports = is_source ? router.sources : router.destinations;
+    if (ports.names.empty()) return;
+    const std::size_t position =
+        chosen_position(random, ports, is_source ? plan.source : plan.destination);
+    const std::string name =
+        plan.to ? *plan.to : "NAME " + std::to_string(common::draw(random, 1, 9999));
+    (is_source ? rename_source : rename_destination)(router, position, name);
+    print_rename(simulated.server, is_source, position);
 }
 
 namespace {
-us_time_t next_end(const lasting_faults& lasting)
+// Of a right to take: "lock", "unlock", "refuse take" or "allow take".
+void print_right(const simulator_server& server, const char* kind, std::size_t destination,
+                 std::optional<std::size_t> source)
 {
-    us_time_t next = NEVER;
-    for (const auto& [fault, until] : lasting)
-        next = std::min(next, until);
-    return next;
+    router_event event{.kind = kind,
+                       .destination = index_of(server.router.destinations, destination),
+                       .by = "scenario"};
+    if (source) event.source = index_of(server.router.sources, *source);
+    print_event(server, event);
 }
 } // namespace
 
-us_time_t next_due_fault(const simulator_server& server)
+void lock_destination(simulator& simulated, std::size_t step)
 {
-    us_time_t next = next_end(server.lasting);
-    for (const message_stream& stream : server.streams)
-        next = std::min(next, stream.due);
-    for (const auto& [number, link] : server.links)
-        next = std::min({next, next_end(link.lasting), next_due(link.output)});
-    if (!server.plan) return next;
-    const us_time_t timed = next_timed_step(*server.plan);
-    return timed == NEVER ? next : std::min(next, server.started + timed);
+    const auto destination = chosen_destination(simulated, step);
+    if (!destination) return;
+    simulated.server.router.locked.insert(*destination);
+    print_right(simulated.server, "lock", *destination, {});
+}
+
+void unlock_destination(simulator& simulated, std::size_t step)
+{
+    const auto destination = chosen_destination(simulated, step);
+    if (!destination) return;
+    simulated.server.router.locked.erase(*destination);
+    print_right(simulated.server, "unlock", *destination, {});
+}
+
+void refuse_take(simulator& simulated, std::size_t step)
+{
+    const auto chosen = chosen_crosspoint(simulated, step);
+    if (!chosen) return;
+    simulated.server.router.refused[{chosen->destination, chosen->source}] =
+        simulated.plan->steps[step].code;
+    print_right(simulated.server, "refuse take", chosen->destination, chosen->source);
+}
+
+void allow_take(simulator& simulated, std::size_t step)
+{
+    const auto chosen = chosen_crosspoint(simulated, step);
+    if (!chosen) return;
+    simulated.server.router.refused.erase({chosen->destination, chosen->source});
+    print_right(simulated.server, "allow take", chosen->destination, chosen->source);
 }
 
 } // namespace router_simulator

@@ -1,29 +1,40 @@
-// The faults of the connection, and what a scenario brings with time. Nothing here waits.
+// The faults that do not concern a reply. Nothing here waits.
 #pragma once
 
-#include <string>
-
-#include "router_simulator/wire/clients.h"
+#include "router_simulator/scenario/simulator.h"
 
 namespace router_simulator {
 
-// Does what has become due: timed steps, the ends of faults that last, messages of bursts, replies
-// that were held back. Nothing without a scenario, but for what waits for its time to be sent.
-void do_due_faults(simulator_server& server);
+// Each does the fault of the scenario's step: those of a client to the one of this number, which
+// may be gone afterwards; those of the router, and of its operator, once.
+using client_fault = void(simulator& simulated, std::size_t step, int number);
+using router_fault = void(simulator& simulated, std::size_t step);
 
-// When do_due_faults has something to do next, by the clock; NEVER when nothing is foreseen.
-us_time_t next_due_fault(const simulator_server& server);
+client_fault send_garbage;
+client_fault end_stream;
+client_fault reset_connection;
+client_fault start_burst;
+client_fault stop_actions; // those of the fault's row, for its time
 
-// Does what the scenario says of a client that has connected, and of a request that has come from
-// it or has been answered, its reply aside. The client may be gone afterwards.
-void do_connection_faults(simulator_server& server, int number);
-void do_request_faults(simulator_server& server, int number, const std::string& request,
-                       bool answered);
+router_fault refuse_connections;
+router_fault make_take;
+router_fault make_rename;
+router_fault lock_destination;
+router_fault unlock_destination;
+router_fault refuse_take;
+router_fault allow_take;
 
-// Does the steps of this name. Returns "" or why not, a line.
-std::string do_named_faults(simulator_server& server, const std::string& name);
+// Begins to repeat the frame to the client, as the step says; "" for a burst.
+void start_stream(simulator& simulated, std::size_t step, int number, const std::string& bytes);
 
-// Begins to repeat the message to the client, as the step says.
-void start_stream(simulator_server& server, std::size_t step, int number, const std::string& bytes);
+// Has the fault go on for the step's time, for the client or for all that connect.
+void start_lasting(simulator& simulated, std::size_t step, int number);
+
+// Brings what each client and the listener do in line with the faults that last.
+void apply_lasting(simulator& simulated);
+
+// Tells that the fault begins, or ends, for the client; ALL_CLIENTS: not for a client of its own.
+void print_start(const simulator_server& server, const fault_row& fault, int number);
+void print_end(const simulator_server& server, const fault_row& fault, int number);
 
 } // namespace router_simulator

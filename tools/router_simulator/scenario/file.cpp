@@ -8,24 +8,20 @@
 #include <set>
 #include <sstream>
 
-#include "common/numbers.h"
 #include "router_simulator/router/names.h"
+#include "router_simulator/scenario/fault_table.h"
 #include "router_simulator/scenario/located_json.h"
-
-namespace router_simulator {
+#include "router_simulator/scenario/plan.h"
+#include "tools/common/numbers.h"
 
 using nlohmann::json;
+
+namespace router_simulator {
 
 namespace {
 constexpr std::uint64_t MAX_COUNT = 1'000'000;
 constexpr double MAX_SECONDS = 31'536'000; // a year
 constexpr std::uint64_t MAX_MS = 3'600'000;
-
-struct step_reader {
-    located_object& from;
-    const simulated_router& router;
-    scenario_step& step;
-};
 
 bool is_count(const json& value, std::uint64_t least, std::uint64_t most)
 {
@@ -54,6 +50,14 @@ std::string read_text(located_object& from, const std::string& key)
     return value.get<std::string>();
 }
 
+bool read_flag(located_object& from, const std::string& key)
+{
+    const json* const value = find(from, key);
+    if (value == nullptr) return false;
+    if (!value->is_boolean()) refuse_key(from, key, "true or false");
+    return value->get<bool>();
+}
+
 bool is_seconds(const json& value)
 {
     return value.is_number() && value.get<double>() >= 0 && value.get<double>() <= MAX_SECONDS;
@@ -71,171 +75,118 @@ us_time_t read_seconds(located_object& from, const std::string& key)
     return microseconds(value);
 }
 
-void read_every(step_reader& reader)
+number_range read_every(located_object& from)
 {
-    const json& value = need(reader.from, "every");
+    const json& value = need(from, "every");
     if (!value.is_array() || value.size() != 2 || !is_seconds(value[0]) || !is_seconds(value[1]) ||
         microseconds(value[0]) < 1000 || value[0] > value[1])
-        refuse_key(reader.from, "every", "[LEAST, MOST] in seconds, 0.001 to a year");
-    reader.step.every_us = {microseconds(value[0]), microseconds(value[1])};
+        refuse_key(from, "every", "[LEAST, MOST] in seconds, 0.001 to a year");
+    return {microseconds(value[0]), microseconds(value[1])};
 }
 
-void read_ms_range(step_reader& reader)
+number_range read_ms_range(located_object& from)
 {
-    const json& value = need(reader.from, "ms");
+    const json& value = need(from, "ms");
     if (!value.is_array() || value.size() != 2 || !is_count(value[0], 0, MAX_MS) ||
         !is_count(value[1], 0, MAX_MS) || value[0] > value[1])
-        refuse_key(reader.from, "ms",
-                   "[LEAST, MOST] in whole milliseconds, " + range_text(0, MAX_MS));
-    reader.step.delay_us = {value[0].get<std::uint64_t>() * 1000,
-                            value[1].get<std::uint64_t>() * 1000};
+        refuse_key(from, "ms", "[LEAST, MOST] in whole milliseconds, " + range_text(0, MAX_MS));
+    return {value[0].get<std::uint64_t>() * 1000, value[1].get<std::uint64_t>() * 1000};
 }
 
-void read_pause(step_reader& reader)
+std::vector<std::size_t> read_cuts(located_object& from)
 {
-    reader.step.pause_us = read_count(reader.from, "ms", 0, MAX_MS) * 1000;
-}
-
-void read_cuts(step_reader& reader)
-{
-    const json& value = need(reader.from, "at");
+    const json& value = need(from, "at");
     const bool is_list = value.is_array() && !value.empty() &&
                          std::all_of(value.begin(), value.end(),
                                      [](const json& each) { return is_count(each, 1, MAX_COUNT); });
     if (!is_list)
-        refuse_key(reader.from, "at", "a list of whole numbers from " + range_text(1, MAX_COUNT));
+        refuse_key(from, "at", "a list of whole numbers from " + range_text(1, MAX_COUNT));
     const auto cuts = value.get<std::set<std::size_t>>();
-    reader.step.cuts.assign(cuts.begin(), cuts.end());
+    return {cuts.begin(), cuts.end()};
 }
 
-void read_code(step_reader& reader)
+std::string read_code(located_object& from)
 {
-    const std::string code = read_text(reader.from, "code");
-    if (code.size() != 2 || hex_digit_value(code[0]) < 0 || hex_digit_value(code[1]) < 0)
-        refuse_key(reader.from, "code", "two hexadecimal digits");
-    reader.step.code = code;
+    const std::string code = read_text(from, "code");
+    std::uint8_t value = 0;
+    if (code.size() != 2 || !common::read_hexadecimal(code, value))
+        refuse_key(from, "code", "two hexadecimal digits");
+    return code;
 }
 
-void read_bytes(step_reader& reader)
-{
-    const std::uint64_t least = reader.step.fault == fault_kind::garbage ? 1 : 0;
-    reader.step.bytes = read_count(reader.from, "bytes", least, MAX_COUNT);
-}
-
-void read_stream(step_reader& reader)
-{
-    reader.step.messages = read_count(reader.from, "messages", 1, MAX_COUNT);
-    reader.step.interval_us = 1'000'000 / read_count(reader.from, "rate", 1, MAX_COUNT);
-}
-
-void read_for(step_reader& reader)
-{
-    reader.step.for_us = read_seconds(reader.from, "for");
-}
-
-void read_inside(step_reader& reader)
-{
-    const json* const value = find(reader.from, "inside");
-    if (value == nullptr) return;
-    if (!value->is_boolean()) refuse_key(reader.from, "inside", "true or false");
-    reader.step.inside = value->get<bool>();
-}
-
-std::optional<std::uint32_t> read_index(step_reader& reader, const std::string& key,
+std::optional<std::uint32_t> read_index(located_object& from, const std::string& key,
                                         const port_list& ports)
 {
-    const json* const value = find(reader.from, key);
+    const json* const value = find(from, key);
     if (value == nullptr) return std::nullopt;
     if (!value->is_number_unsigned() || !position_of(ports, value->get<std::uint64_t>()))
-        refuse_key(reader.from, key, "the index of a " + key + " of the router");
+        refuse_key(from, key, "the index of a " + key + " of the router");
     return value->get<std::uint32_t>();
 }
 
-void read_ports(step_reader& reader)
+std::optional<std::string> read_new_name(located_object& from, const scenario_step& step)
 {
-    reader.step.destination = read_index(reader, "destination", reader.router.destinations);
-    reader.step.source = read_index(reader, "source", reader.router.sources);
-}
-
-void read_new_name(step_reader& reader)
-{
-    if (reader.step.destination && reader.step.source)
-        refuse(line_of(reader.from, "source"),
+    if (step.destination && step.source)
+        refuse(line_of(from, "source"),
                "\"source\" and \"destination\" cannot be renamed in one step");
-    if (find(reader.from, "to") == nullptr) return;
-    reader.step.to = read_text(reader.from, "to");
-    const std::string fault = name_error(reader.step.to);
-    if (!fault.empty()) refuse(line_of(reader.from, "to"), "\"to\" " + fault);
+    if (find(from, "to") == nullptr) return std::nullopt;
+    const std::string name = read_text(from, "to");
+    const std::string error = name_error(name);
+    if (!error.empty()) refuse(line_of(from, "to"), "\"to\" " + error);
+    return name;
 }
 
-// Only these requests have replies that show a source.
-void need_routes(step_reader& reader)
+void read_key(located_object& from, fault_key key, const simulated_router& router,
+              scenario_step& step)
 {
-    const std::string& request = reader.step.request;
-    if (!request.starts_with("QI") && !request.starts_with("TI"))
-        refuse_key(reader.from, "request", "QI or TI, which alone can be contradicted");
-}
-
-void read_fault(step_reader& reader)
-{
-    const std::string name = read_text(reader.from, "fault");
-    const std::optional<fault_kind> kind = fault_named(name);
-    if (!kind) refuse(line_of(reader.from, "fault"), "unknown fault \"" + name + "\"");
-    reader.step.fault = *kind;
-    if (concerns_reply(*kind) && reader.step.trigger != trigger_kind::request)
-        refuse(reader.from.line, "\"request\" is missing, \"" + name + "\" is of a reply");
-}
-
-void read_keys_of_fault(step_reader& reader)
-{
-    switch (reader.step.fault) {
-    case fault_kind::delay:
-    case fault_kind::late:
-        return read_ms_range(reader);
-    case fault_kind::error:
-        return read_code(reader);
-    case fault_kind::truncate:
-    case fault_kind::length:
-    case fault_kind::garbage:
-        return read_bytes(reader);
-    case fault_kind::cut:
-        read_cuts(reader);
-        return read_pause(reader);
-    case fault_kind::contradict:
-        return need_routes(reader);
-    case fault_kind::endless:
-    case fault_kind::burst:
-        return read_stream(reader);
-    case fault_kind::silence:
-    case fault_kind::stop_reading:
-    case fault_kind::refuse:
-    case fault_kind::ignore:
-        return read_for(reader);
-    case fault_kind::reset:
-        return read_inside(reader);
-    case fault_kind::take:
-        return read_ports(reader);
-    case fault_kind::rename:
-        read_ports(reader);
-        return read_new_name(reader);
-    case fault_kind::lose:
-    case fault_kind::duplicate:
-    case fault_kind::reorder:
-    case fault_kind::checksum:
-    case fault_kind::nak:
-    case fault_kind::nul:
-    case fault_kind::half_open:
-    case fault_kind::close:
+    switch (key) {
+    case fault_key::none:
+        return;
+    case fault_key::ms_range:
+        step.delay_us = read_ms_range(from);
+        return;
+    case fault_key::ms:
+        step.pause_us = read_count(from, "ms", 0, MAX_MS) * 1000;
+        return;
+    case fault_key::cut_at:
+        step.cuts = read_cuts(from);
+        return;
+    case fault_key::code:
+        step.code = read_code(from);
+        return;
+    case fault_key::bytes:
+        step.bytes = read_count(from, "bytes", 0, MAX_COUNT);
+        return;
+    case fault_key::some_bytes:
+        step.bytes = read_count(from, "bytes", 1, MAX_COUNT);
+        return;
+    case fault_key::messages:
+        step.messages = read_count(from, "messages", 1, MAX_COUNT);
+        return;
+    case fault_key::rate:
+        step.interval_us = 1'000'000 / read_count(from, "rate", 1, MAX_COUNT);
+        return;
+    case fault_key::seconds:
+        step.for_us = read_seconds(from, "for");
+        return;
+    case fault_key::inside:
+        step.inside = read_flag(from, "inside");
+        return;
+    case fault_key::destination:
+        step.destination = read_index(from, "destination", router.destinations);
+        return;
+    case fault_key::source:
+        step.source = read_index(from, "source", router.sources);
+        return;
+    case fault_key::to:
+        step.to = read_new_name(from, step);
         return;
     }
 }
 
-// "at" is a key of the fault "cut", which has its trigger in "request".
-void read_trigger(step_reader& reader)
+// Exactly one trigger, or a name. "at" may be a key of the fault.
+void read_trigger(located_object& from, scenario_step& step)
 {
-    located_object& from = reader.from;
-    scenario_step& step = reader.step;
-    const bool cuts = from.object.contains("fault") && from.object["fault"] == "cut";
     int triggers = 0;
     const auto chosen = [&](const char* key, trigger_kind kind) {
         if (!from.object.contains(key)) return false;
@@ -244,8 +195,9 @@ void read_trigger(step_reader& reader)
         return true;
     };
     if (chosen("request", trigger_kind::request)) step.request = read_text(from, "request");
-    if (!cuts && chosen("at", trigger_kind::at)) step.at_us = read_seconds(from, "at");
-    if (chosen("every", trigger_kind::every)) read_every(reader);
+    if (!has_key(*step.fault, fault_key::cut_at) && chosen("at", trigger_kind::at))
+        step.at_us = read_seconds(from, "at");
+    if (chosen("every", trigger_kind::every)) step.every_us = read_every(from);
     if (chosen("connection", trigger_kind::connection))
         step.connection = static_cast<int>(read_count(from, "connection", 0, MAX_COUNT));
     if (triggers == 0 && step.name.empty())
@@ -253,44 +205,32 @@ void read_trigger(step_reader& reader)
                           "\"name\"");
 }
 
-void read_name(step_reader& reader)
-{
-    if (find(reader.from, "name") == nullptr) return;
-    reader.step.name = read_text(reader.from, "name");
-    if (reader.step.name.empty()) refuse_key(reader.from, "name", "a text with something in it");
-}
-
-void read_order(step_reader& reader)
-{
-    if (concerns_reply(reader.step.fault) || reader.step.trigger != trigger_kind::request) return;
-    const json* const value = find(reader.from, "answered");
-    if (value == nullptr) return;
-    if (!value->is_boolean()) refuse_key(reader.from, "answered", "true or false");
-    reader.step.answered = value->get<bool>();
-}
-
-void read_limits(step_reader& reader)
-{
-    located_object& from = reader.from;
-    if (find(from, "after") != nullptr) reader.step.after = read_count(from, "after", 0, MAX_COUNT);
-    if (find(from, "times") != nullptr) reader.step.times = read_count(from, "times", 0, MAX_COUNT);
-    const json* const chance = find(from, "chance");
-    if (chance == nullptr) return;
-    if (!chance->is_number() || chance->get<double>() <= 0 || chance->get<double>() > 1)
-        refuse_key(from, "chance", "a number above 0 and at most 1");
-    reader.step.chance = chance->get<double>();
-}
-
 scenario_step read_step(located_object from, const simulated_router& router)
 {
     scenario_step step;
-    step_reader reader{from, router, step};
-    read_name(reader);
-    read_trigger(reader);
-    read_limits(reader);
-    read_fault(reader);
-    read_order(reader);
-    read_keys_of_fault(reader);
+    const std::string fault = read_text(from, "fault");
+    step.fault = fault_named(fault);
+    if (step.fault == nullptr) refuse(line_of(from, "fault"), "unknown fault \"" + fault + "\"");
+    if (find(from, "name") != nullptr) {
+        step.name = read_text(from, "name");
+        if (step.name.empty()) refuse_key(from, "name", "a text with something in it");
+    }
+    read_trigger(from, step);
+    const bool on_request = step.trigger == trigger_kind::request;
+    if (concerns_reply(*step.fault) && !on_request)
+        refuse(from.line, "\"request\" is missing, \"" + fault + "\" is of a reply");
+    if (step.fault->of_routes && !step.request.starts_with("QI") && !step.request.starts_with("TI"))
+        refuse_key(from, "request", "QI or TI, which alone show a source");
+    if (!concerns_reply(*step.fault) && on_request) step.answered = read_flag(from, "answered");
+    if (find(from, "after") != nullptr) step.after = read_count(from, "after", 0, MAX_COUNT);
+    if (find(from, "times") != nullptr) step.times = read_count(from, "times", 0, MAX_COUNT);
+    if (const json* const chance = find(from, "chance"); chance != nullptr) {
+        if (!chance->is_number() || chance->get<double>() <= 0 || chance->get<double>() > 1)
+            refuse_key(from, "chance", "a number above 0 and at most 1");
+        step.chance = chance->get<double>();
+    }
+    for (const fault_key key : step.fault->keys)
+        read_key(from, key, router, step);
     refuse_unused_keys(from);
     return step;
 }

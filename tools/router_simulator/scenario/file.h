@@ -4,7 +4,7 @@
 #include <string>
 
 #include "router_simulator/router/state.h"
-#include "router_simulator/scenario/plan.h"
+#include "router_simulator/scenario/step.h"
 
 namespace router_simulator {
 

@@ -1,77 +1,11 @@
 #include "router_simulator/scenario/plan.h"
 
 #include <algorithm>
-#include <array>
 
+#include "router_simulator/scenario/fault_table.h"
 #include "tools/common/random.h"
 
 namespace router_simulator {
-
-namespace {
-struct named_fault {
-    fault_kind kind;
-    const char* name;
-    fault_span span = fault_span::moment;
-};
-
-constexpr std::array<named_fault, 25> FAULTS = {{
-    {fault_kind::delay, "delay"},
-    {fault_kind::lose, "lose"},
-    {fault_kind::late, "late"},
-    {fault_kind::duplicate, "duplicate"},
-    {fault_kind::reorder, "reorder"},
-    {fault_kind::checksum, "checksum"},
-    {fault_kind::nak, "nak"},
-    {fault_kind::error, "error"},
-    {fault_kind::truncate, "truncate"},
-    {fault_kind::length, "length"},
-    {fault_kind::nul, "nul"},
-    {fault_kind::cut, "cut"},
-    {fault_kind::contradict, "contradict"},
-    {fault_kind::endless, "endless", fault_span::connection},
-    {fault_kind::garbage, "garbage"},
-    {fault_kind::silence, "silence", fault_span::connection},
-    {fault_kind::half_open, "half-open", fault_span::connection},
-    {fault_kind::stop_reading, "stop reading", fault_span::connection},
-    {fault_kind::close, "close"},
-    {fault_kind::reset, "reset"},
-    {fault_kind::refuse, "refuse", fault_span::listener},
-    {fault_kind::ignore, "ignore", fault_span::listener},
-    {fault_kind::burst, "burst", fault_span::connection},
-    {fault_kind::take, "take"},
-    {fault_kind::rename, "rename"},
-}};
-
-const named_fault& row_of(fault_kind kind)
-{
-    return *std::find_if(FAULTS.begin(), FAULTS.end(),
-                         [kind](const named_fault& each) { return each.kind == kind; });
-}
-} // namespace
-
-const char* fault_name(fault_kind kind)
-{
-    return row_of(kind).name;
-}
-
-fault_span span_of(fault_kind kind)
-{
-    return row_of(kind).span;
-}
-
-std::optional<fault_kind> fault_named(std::string_view name)
-{
-    const auto* const found =
-        std::find_if(FAULTS.begin(), FAULTS.end(),
-                     [name](const named_fault& each) { return each.name == name; });
-    if (found == FAULTS.end()) return std::nullopt;
-    return found->kind;
-}
-
-bool concerns_reply(fault_kind kind)
-{
-    return kind <= fault_kind::endless;
-}
 
 void start_scenario(scenario& plan)
 {
@@ -82,13 +16,9 @@ void start_scenario(scenario& plan)
         // Far apart: neighbouring seeds are often those of neighbouring runs.
         state.random.seed(plan.seed + i * 0x9E3779B97F4A7C15);
         if (step.trigger == trigger_kind::at) state.due = step.at_us;
-        if (step.trigger == trigger_kind::every) state.due = draw(state.random, step.every_us);
+        if (step.trigger == trigger_kind::every)
+            state.due = common::draw(state.random, step.every_us.least, step.every_us.most);
     }
-}
-
-std::uint64_t draw(std::mt19937_64& random, number_range range)
-{
-    return common::draw(random, range.least, range.most);
 }
 
 namespace {
@@ -114,7 +44,9 @@ std::vector<std::size_t> timed_steps(scenario& plan, us_time_t elapsed)
         step_state& state = plan.states[i];
         if (state.due > elapsed) continue;
         state.due =
-            step.trigger == trigger_kind::at ? NEVER : elapsed + draw(state.random, step.every_us);
+            step.trigger == trigger_kind::at
+                ? NEVER
+                : elapsed + common::draw(state.random, step.every_us.least, step.every_us.most);
         if (is_done_now(step, state)) steps.push_back(i);
     }
     return steps;
@@ -144,7 +76,7 @@ std::vector<std::size_t> request_steps(scenario& plan, std::string_view request,
     std::vector<std::size_t> steps;
     for (std::size_t i = 0; i < plan.steps.size(); ++i) {
         const scenario_step& step = plan.steps[i];
-        if (concerns_reply(step.fault) || !is_met_by(step, request)) continue;
+        if (concerns_reply(*step.fault) || !is_met_by(step, request)) continue;
         if (step.answered != answered) continue;
         if (is_done_now(step, plan.states[i])) steps.push_back(i);
     }
@@ -157,13 +89,13 @@ std::vector<std::size_t> reply_steps(scenario& plan, std::string_view request)
     bool chosen = false;
     for (std::size_t i = 0; i < plan.steps.size(); ++i) {
         const scenario_step& step = plan.steps[i];
-        const bool is_delay = step.fault == fault_kind::delay;
-        if (!concerns_reply(step.fault) || !is_met_by(step, request)) continue;
-        if (chosen && !is_delay) continue;
+        const bool joins = step.fault->joins_others;
+        if (!concerns_reply(*step.fault) || !is_met_by(step, request)) continue;
+        if (chosen && !joins) continue;
         step_state& state = plan.states[i];
         if (!state.ordered && !is_done_now(step, state)) continue;
         state.ordered = false;
-        chosen = chosen || !is_delay;
+        chosen = chosen || !joins;
         steps.push_back(i);
     }
     return steps;
@@ -176,7 +108,7 @@ std::optional<std::vector<std::size_t>> named_steps(scenario& plan, const std::s
     for (std::size_t i = 0; i < plan.steps.size(); ++i) {
         if (plan.steps[i].name != name || name.empty()) continue;
         any = true;
-        if (concerns_reply(plan.steps[i].fault)) {
+        if (concerns_reply(*plan.steps[i].fault)) {
             plan.states[i].ordered = true;
         } else {
             steps.push_back(i);

@@ -1,51 +1,78 @@
 #include "router_simulator/scenario/reply_faults.h"
 
 #include <algorithm>
-#include <cstdlib>
 
-#include "common/check.h"
+#include "router_simulator/router/answers.h"
+#include "tools/common/numbers.h"
+#include "tools/common/random.h"
 
 namespace router_simulator {
 
+void delay_reply(faulty_reply& reply, const scenario_step& step, std::mt19937_64& random)
+{
+    const us_time_t delay_us = common::draw(random, step.delay_us.least, step.delay_us.most);
+    reply.shaped.delay_us += delay_us;
+    reply.event.ms = delay_us / 1000;
+}
+
+void lose_reply(faulty_reply& reply, const scenario_step&, std::mt19937_64&)
+{
+    reply.shaped.pieces.clear();
+}
+
+void send_late(faulty_reply& reply, const scenario_step& step, std::mt19937_64& random)
+{
+    reply.shaped.late_us = common::draw(random, step.delay_us.least, step.delay_us.most);
+}
+
+void send_twice(faulty_reply& reply, const scenario_step&, std::mt19937_64&)
+{
+    const std::vector<reply_piece> once = reply.shaped.pieces;
+    reply.shaped.pieces.insert(reply.shaped.pieces.end(), once.begin(), once.end());
+}
+
+void reorder_frames(faulty_reply& reply, const scenario_step&, std::mt19937_64&)
+{
+    std::reverse(reply.shaped.pieces.begin(), reply.shaped.pieces.end());
+    reply.shaped.behind_next = reply.shaped.pieces.size() == 1;
+}
+
+// Other than the true one in the last of its two digits.
+void spoil_checksums(faulty_reply& reply, const scenario_step&, std::mt19937_64&)
+{
+    for (reply_piece& frame : reply.shaped.pieces) {
+        char& digit = frame.bytes[frame.bytes.size() - 2];
+        digit = digit == '0' ? '1' : '0';
+    }
+}
+
 namespace {
-constexpr std::size_t CHECKSUM_LENGTH = 2;
-
-std::string encoded_message(const router_message& message)
+void reply_instead(faulty_reply& reply, const router_message& message)
 {
-    std::string frame;
-    const bool fits = encode_router_message(message, frame);
-    CHECK(fits);
-    return frame;
-}
-
-std::vector<std::string> encoded_messages(const std::vector<router_message>& messages)
-{
-    std::vector<std::string> frames(messages.size());
-    std::transform(messages.begin(), messages.end(), frames.begin(), encoded_message);
-    return frames;
-}
-
-shaped_reply reply_of(const std::vector<std::string>& frames)
-{
-    shaped_reply reply;
-    for (const std::string& frame : frames)
-        reply.pieces.push_back({.bytes = frame});
-    return reply;
+    reply.messages = {message};
+    reply.shaped = plain_reply(reply.messages, reply.shaped.delay_us);
 }
 } // namespace
 
-shaped_reply plain_reply(const std::vector<router_message>& messages)
+void reply_nak(faulty_reply& reply, const scenario_step&, std::mt19937_64&)
 {
-    return reply_of(encoded_messages(messages));
+    reply_instead(reply, make_nak(1));
+}
+
+void reply_error(faulty_reply& reply, const scenario_step& step, std::mt19937_64&)
+{
+    reply_instead(reply, make_request("ER", {step.code, std::string(mnemonic_of(reply.request))}));
+}
+
+void truncate_frame(faulty_reply& reply, const scenario_step& step, std::mt19937_64&)
+{
+    if (reply.shaped.pieces.empty()) return;
+    std::string& frame = reply.shaped.pieces[0].bytes;
+    if (frame.size() > step.bytes) frame.resize(step.bytes);
 }
 
 namespace {
-// Other than the true one in the last of its two digits.
-void spoil_checksum(std::string& frame)
-{
-    char& digit = frame[frame.size() - 2];
-    digit = digit == '0' ? '1' : '0';
-}
+constexpr std::size_t CHECKSUM_LENGTH = 2;
 
 std::string checksum_digits(const std::string& bytes)
 {
@@ -53,113 +80,79 @@ std::string checksum_digits(const std::string& bytes)
     const std::uint8_t sum = router_checksum(bytes);
     return {DIGITS[sum / 16], DIGITS[sum % 16]};
 }
+} // namespace
 
-// A frame that begins like this one and has so many bytes between its start and its end, with a
-// good checksum wherever one fits.
-std::string of_length(const std::string& frame, std::size_t length)
+// The frame begins as before and has a good checksum wherever one fits.
+void change_length(faulty_reply& reply, const scenario_step& step, std::mt19937_64&)
 {
+    if (reply.shaped.pieces.empty()) return;
+    std::string& frame = reply.shaped.pieces[0].bytes;
     std::string content = frame.substr(1, frame.size() - 2 - CHECKSUM_LENGTH);
-    if (length < CHECKSUM_LENGTH) return SOH + content.substr(0, length) + EOT;
-    content.resize(length - CHECKSUM_LENGTH, 'X');
-    return SOH + content + checksum_digits(content) + EOT;
+    if (step.bytes < CHECKSUM_LENGTH) {
+        content.resize(step.bytes);
+    } else {
+        content.resize(step.bytes - CHECKSUM_LENGTH, 'X');
+        content += checksum_digits(content);
+    }
+    frame = SOH + content + EOT;
 }
 
-std::string with_nul(std::string frame)
+void insert_nul(faulty_reply& reply, const scenario_step&, std::mt19937_64&)
 {
-    return frame.insert(frame.size() / 2, 1, '\0');
+    if (reply.shaped.pieces.empty()) return;
+    std::string& frame = reply.shaped.pieces[0].bytes;
+    frame.insert(frame.size() / 2, 1, '\0');
 }
 
-shaped_reply cut_reply(const std::vector<std::string>& frames, const scenario_step& step)
+void cut_in_pieces(faulty_reply& reply, const scenario_step& step, std::mt19937_64&)
 {
+    if (reply.shaped.pieces.empty()) return;
     std::string rest;
-    for (const std::string& frame : frames)
-        rest += frame;
-    shaped_reply reply;
+    for (const reply_piece& frame : reply.shaped.pieces)
+        rest += frame.bytes;
+    std::vector<reply_piece> pieces;
     std::size_t sent = 0;
     for (const std::size_t cut : step.cuts) {
         if (cut - sent >= rest.size()) break;
-        reply.pieces.push_back(
-            {reply.pieces.empty() ? 0 : step.pause_us, rest.substr(0, cut - sent)});
+        pieces.push_back({pieces.empty() ? 0 : step.pause_us, rest.substr(0, cut - sent)});
         rest.erase(0, cut - sent);
         sent = cut;
     }
-    reply.pieces.push_back({reply.pieces.empty() ? 0 : step.pause_us, rest});
-    return reply;
+    pieces.push_back({pieces.empty() ? 0 : step.pause_us, rest});
+    reply.shaped.pieces = pieces;
 }
 
-void change_frames(std::vector<std::string>& frames, const scenario_step& step)
+// Every routing status shows another source than the one that is routed; a reply to a take gets one
+// that does. The destination counts as changed for the client, which can so find out what is true.
+// Nothing happens where the router has no other source.
+void contradict_route(faulty_reply& reply, const scenario_step&, std::mt19937_64& random)
 {
-    if (step.fault == fault_kind::checksum)
-        std::for_each(frames.begin(), frames.end(), spoil_checksum);
-    if (step.fault == fault_kind::reorder) std::reverse(frames.begin(), frames.end());
-    if (step.fault == fault_kind::truncate && frames[0].size() > step.bytes)
-        frames[0].resize(step.bytes);
-    if (step.fault == fault_kind::length) frames[0] = of_length(frames[0], step.bytes);
-    if (step.fault == fault_kind::nul) frames[0] = with_nul(frames[0]);
-}
-} // namespace
-
-shaped_reply faulty_reply(const scenario_step& step, std::mt19937_64& random,
-                          const std::vector<router_message>& messages)
-{
-    if (step.fault == fault_kind::lose || step.fault == fault_kind::endless) return {};
-    std::vector<std::string> frames = encoded_messages(messages);
-    if (frames.empty()) return {};
-    change_frames(frames, step);
-    if (step.fault == fault_kind::cut) return cut_reply(frames, step);
-    if (step.fault == fault_kind::duplicate) {
-        const std::vector<std::string> once = frames;
-        frames.insert(frames.end(), once.begin(), once.end());
+    const simulated_router& router = reply.router;
+    const std::vector<std::string>& asked = reply.request.parameters;
+    std::uint32_t index = 0;
+    if (asked.empty() || !common::read_hexadecimal(asked[0], index)) return;
+    const auto destination = position_of(router.destinations, index);
+    if (!destination || router.sources.names.size() < 2) return;
+    if (mnemonic_of(reply.request) == "TI")
+        reply.messages.push_back(routing_status(router, *destination, 0));
+    const std::size_t drawn = common::draw<std::size_t>(random, 0, router.sources.names.size() - 2);
+    const std::size_t shown = drawn < router.routes[*destination] ? drawn : drawn + 1;
+    for (router_message& message : reply.messages) {
+        if (mnemonic_of(message) != "IQ") continue;
+        message.parameters[4] = wire_index(index_of(router.sources, shown));
+        reply.event.destination = index_of(router.destinations, *destination);
+        reply.event.source = index_of(router.sources, shown);
+        reply.router.clients.at(reply.client).changed_destinations.insert(*destination);
     }
-    shaped_reply reply = reply_of(frames);
-    if (step.fault == fault_kind::late) reply.late_us = draw(random, step.delay_us);
-    reply.behind_next = step.fault == fault_kind::reorder && frames.size() == 1;
-    return reply;
+    reply.shaped = plain_reply(reply.messages, reply.shaped.delay_us);
 }
 
-bool refuses_request(fault_kind kind)
+void repeat_without_end(faulty_reply& reply, const scenario_step&, std::mt19937_64&)
 {
-    return kind == fault_kind::nak || kind == fault_kind::error;
-}
-
-router_message refusal(const scenario_step& step, std::string_view mnemonic)
-{
-    if (step.fault == fault_kind::error)
-        return make_request("ER", {step.code, std::string(mnemonic)});
-    router_message rejection;
-    rejection.nak = true;
-    rejection.nakerr = 1;
-    return rejection;
-}
-
-namespace {
-// A position drawn from all but the one that is routed.
-std::size_t other_source(const simulated_router& router, std::mt19937_64& random,
-                         std::size_t destination)
-{
-    const std::size_t drawn = draw(random, {0, router.sources.names.size() - 2});
-    return drawn < router.routes[destination] ? drawn : drawn + 1;
-}
-} // namespace
-
-std::optional<made_take> contradict(const simulated_router& router, std::mt19937_64& random,
-                                    const router_message& request,
-                                    std::vector<router_message>& messages)
-{
-    if (request.parameters.empty() || router.sources.names.size() < 2) return std::nullopt;
-    const auto destination =
-        position_of(router.destinations, std::strtoul(request.parameters[0].c_str(), nullptr, 16));
-    if (!destination) return std::nullopt;
-    const auto is_status = [](const router_message& each) {
-        return mnemonic_of(each) == "IQ";
-    };
-    if (mnemonic_of(request) == "TI") messages.push_back(routing_status(router, *destination, 0));
-    if (std::none_of(messages.begin(), messages.end(), is_status)) return std::nullopt;
-    const std::size_t source = other_source(router, random, *destination);
-    for (router_message& message : messages)
-        if (is_status(message))
-            message.parameters[4] = wire_index(index_of(router.sources, source));
-    return made_take{*destination, source};
+    reply.shaped.pieces.clear();
+    if (reply.messages.empty()) return;
+    reply.messages[0].seq = '1';
+    reply.shaped.repeated = plain_reply({reply.messages[0]}).pieces[0].bytes;
 }
 
 } // namespace router_simulator

@@ -22,7 +22,7 @@ struct router_event {
     std::optional<std::uint32_t> destination{}; // router indexes
     std::optional<std::uint32_t> source{};
     std::optional<std::string> name{};   // the new one of the source or destination
-    const char* by = nullptr;            // whose take: "client", "scenario" or "command"
+    const char* by = nullptr;            // who did it: "client", "scenario" or "command"
     std::optional<std::uint64_t> ms{};   // of a delay
     std::optional<std::string> reason{}; // why a frame is bad
 };

@@ -27,7 +27,7 @@ class BackendOnSimulator : public BackendTest {
     void TearDown() override
     {
         on_fake_wait = nullptr;
-        stop_server(server);
+        stop_server(simulated);
         BackendTest::TearDown();
     }
 
@@ -36,10 +36,10 @@ class BackendOnSimulator : public BackendTest {
     {
         server.router = make_router(options);
         connect_router();
-        add_client(server, router_end, "backend");
+        add_client(simulated, router_end, "backend");
         router_end = -1; // the server's now
         on_fake_wait = [this] {
-            serve(server, 0);
+            serve(simulated, 0);
         };
         discovery_needed = true;
         run_passes(3);
@@ -66,9 +66,11 @@ class BackendOnSimulator : public BackendTest {
     }
 
     std::vector<std::string> printed;
-    simulator_server server{.router = {},
-                            .print = [this](const std::string& line) { printed.push_back(line); },
-                            .trace = true};
+    simulator simulated{
+        .server = {.router = {},
+                   .print = [this](const std::string& line) { printed.push_back(line); },
+                   .trace = true}};
+    simulator_server& server = simulated.server;
 };
 } // namespace
 
@@ -130,7 +132,7 @@ TEST_F(BackendOnSimulator, ReportsATakeOfAnotherOperatorByPolling)
     discover({.source_base = 1, .destination_base = 1});
     pass_us(1'000'000);
     parent_hears();
-    run_command(server, "take 7 \"VTR 2\"");
+    run_commands(simulated, "take 7 \"VTR 2\"");
     pass_us(1'000'000);
     EXPECT_EQ(parent_hears(), "*COMMAND=outputs\n*TYPE=message\no6.input.all=9\n\n");
 }
@@ -143,7 +145,7 @@ TEST_F(BackendOnSimulator, ReportsAnAnnouncedTake)
     for (const us_time_t due = next_status_request; next_status_request == due;)
         run_passes(1);
     parent_hears();
-    run_command(server, "take 7 3");
+    run_commands(simulated, "take 7 3");
     run_passes(2);
     EXPECT_EQ(parent_hears(), "*COMMAND=outputs\n*TYPE=message\no7.input.all=3\n\n");
 }
@@ -153,8 +155,8 @@ TEST_F(BackendOnSimulator, ReportsNamesThatChange)
     discover({.source_base = 0, .destination_base = 0});
     pass_us(1'000'000);
     parent_hears();
-    run_command(server, "rename source 3 STUDIO");
-    run_command(server, "rename destination 4 WALL");
+    run_commands(simulated, "rename source 3 STUDIO");
+    run_commands(simulated, "rename destination 4 WALL");
     pass_us(1'000'000);
     const std::string heard = parent_hears();
     EXPECT_THAT(heard, HasSubstr("\ni3.name=STUDIO\n"));
@@ -175,7 +177,7 @@ TEST_F(BackendOnSimulator, StaysConnectedThroughTenIdleMinutes)
 TEST_F(BackendOnSimulator, LosesTheLinkWhenTheRouterDropsIt)
 {
     discover({.source_base = 0, .destination_base = 0});
-    run_command(server, "drop");
+    run_commands(simulated, "drop");
     run_passes(1);
     EXPECT_EQ(router_fd, -1);
     EXPECT_THAT(diagnostics(), HasSubstr("<NOTE>Connection suddenly dropped\n"));

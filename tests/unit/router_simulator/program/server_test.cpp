@@ -14,7 +14,7 @@ class SimulatorServer : public ServedSimulator {
     // What comes next on a TCP connection, once the server has had its step.
     std::string awaits(int end)
     {
-        serve(server, 10'000);
+        serve(simulated, 10'000);
         char buffer[4096];
         const ssize_t count = recv(end, buffer, sizeof buffer, 0);
         return {buffer, static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
@@ -36,7 +36,7 @@ TEST_F(SimulatorServer, AnswersOverTcp)
 {
     listen_anywhere();
     const int end = connect_over_tcp();
-    serve(server, 10'000);
+    serve(simulated, 10'000);
     ASSERT_EQ(send(end, QUERY_REVISION.data(), QUERY_REVISION.size(), 0),
               static_cast<ssize_t>(QUERY_REVISION.size()));
     EXPECT_EQ(awaits(end), REVISION);
@@ -58,7 +58,7 @@ TEST_F(SimulatorServer, SaysWhoComesAndGoes)
 {
     const int end = connect_client();
     shutdown(end, SHUT_RDWR);
-    serve(server, 0);
+    serve(simulated, 0);
     EXPECT_THAT(printed,
                 ElementsAre("client 1 connected from test", "client 1 closed its connection"));
     EXPECT_TRUE(server.router.clients.empty());
@@ -128,8 +128,8 @@ TEST_F(SimulatorServer, DropsAClientThatDoesNotReadAndServesTheOthers)
     for (int i = 0; i < 300; ++i)
         queries += frame("N0QN\tIS");
     says(deaf, queries);
-    for (int i = 0; i < 10 && server.links.contains(1); ++i)
-        serve(server, 0);
+    for (int i = 0; i < 10 && server.clients.contains(1); ++i)
+        serve(simulated, 0);
     EXPECT_EQ(printed.back(), "client 1 dropped: it does not read what it is sent");
     says(other, QUERY_REVISION);
     EXPECT_EQ(hears(other), REVISION);
@@ -144,11 +144,11 @@ TEST_F(SimulatorServer, SendsTheRestOnceTheClientReads)
     for (int i = 0; i < 30; ++i)
         queries += frame("N0QN\tIS");
     says(end, queries);
-    EXPECT_FALSE(server.links.at(1).output.ready.empty());
+    EXPECT_FALSE(server.clients.at(1).output.ready.empty());
     std::string heard;
-    while (!server.links.at(1).output.ready.empty()) {
+    while (!server.clients.at(1).output.ready.empty()) {
         heard += hears(end);
-        serve(server, 0);
+        serve(simulated, 0);
     }
     heard += hears(end);
     says(end, frame("N0QN\tIS"));
@@ -165,12 +165,12 @@ TEST_F(SimulatorServer, PassesOverTheListenerWhileThereIsNoDescriptor)
     const int first = connect_client();
     connect_over_tcp();
     server.accepting = false;
-    serve(server, 0);
-    EXPECT_EQ(server.links.size(), 1U);
+    serve(simulated, 0);
+    EXPECT_EQ(server.clients.size(), 1U);
     shutdown(first, SHUT_RDWR);
-    serve(server, 0);
-    serve(server, 10'000);
-    EXPECT_EQ(printed.back(), "client 2 connected from " + server.links.at(2).peer);
+    serve(simulated, 0);
+    serve(simulated, 10'000);
+    EXPECT_EQ(printed.back(), "client 2 connected from " + server.clients.at(2).peer);
 }
 
 TEST_F(SimulatorServer, ReportsTheOtherDescriptorsItWaitsFor)
@@ -179,10 +179,10 @@ TEST_F(SimulatorServer, ReportsTheOtherDescriptorsItWaitsFor)
     ASSERT_EQ(pipe(pipe_ends), 0);
     ends.insert(ends.end(), {pipe_ends[0], pipe_ends[1]});
     pollfd watched[] = {{.fd = pipe_ends[0], .events = POLLIN, .revents = 0}};
-    serve(server, 0, watched);
+    serve(simulated, 0, watched);
     EXPECT_EQ(watched[0].revents, 0);
     ASSERT_EQ(write(pipe_ends[1], "x", 1), 1);
-    serve(server, -1, watched);
+    serve(simulated, -1, watched);
     EXPECT_EQ(watched[0].revents, POLLIN);
 }
 
@@ -194,7 +194,7 @@ TEST_F(SimulatorServer, DropsAllClientsWhenTold)
     char byte = 0;
     EXPECT_EQ(recv(end, &byte, 1, MSG_DONTWAIT), 0);
     EXPECT_EQ(printed.back(), "client 2 dropped");
-    EXPECT_TRUE(server.links.empty());
+    EXPECT_TRUE(server.clients.empty());
 }
 
 TEST_F(SimulatorServer, SurvivesAnyBytes)

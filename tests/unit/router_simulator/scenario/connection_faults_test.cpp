@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "router_simulator/program/commands.h"
-#include "router_simulator/scenario/connection_faults.h"
+#include "router_simulator/scenario/player.h"
 #include "unit/router_simulator/scenario/scenario_simulator.h"
 
 using namespace router_simulator;
@@ -12,7 +12,7 @@ using testing::HasSubstr;
 using testing::MatchesRegex;
 
 namespace {
-class LinkFaults : public ScenarioSimulator {
+class ConnectionFaults : public ScenarioSimulator {
   protected:
     // A client of a simulator that does this fault on the command "do it".
     int client_of(const std::string& fault)
@@ -25,43 +25,43 @@ class LinkFaults : public ScenarioSimulator {
 
     void do_it()
     {
-        EXPECT_EQ(run_command(server, "do it"), "");
-        serve(server, 0);
+        EXPECT_EQ(run_commands(simulated, "do it"), "");
+        serve(simulated, 0);
     }
 };
 } // namespace
 
-TEST_F(LinkFaults, BeginningIsALineWithTheSeed)
+TEST_F(ConnectionFaults, BeginningIsALineWithTheSeed)
 {
-    server.plan = scenario{.seed = 9, .steps = {}, .states = {}};
+    simulated.plan = scenario{.seed = 9, .steps = {}, .states = {}};
     advance_us(500);
-    begin_scenario(server, *server.plan);
+    begin_scenario(simulated, *simulated.plan);
     advance_us(1'000'250);
     connect_client();
     EXPECT_THAT(printed, ElementsAre("@ 0.000000 start seed=9", "client 1 connected from test",
                                      "@ 1.000250 connected client=1"));
 }
 
-TEST_F(LinkFaults, NothingIsTheEventOfASimulatorWithoutScenario)
+TEST_F(ConnectionFaults, NothingIsTheEventOfASimulatorWithoutScenario)
 {
     const int end = connect_client();
     says(end, frame("N0TI\t1\t3"));
     EXPECT_EQ(events(), "");
-    EXPECT_EQ(run_command(server, "do it"), "There is no scenario.\n");
+    EXPECT_EQ(run_commands(simulated, "do it"), "There is no scenario.\n");
 }
 
-TEST_F(LinkFaults, EventsAreJsonBesideTheTextWhenAskedFor)
+TEST_F(ConnectionFaults, EventsAreJsonBesideTheTextWhenAskedFor)
 {
     server.json_events = true;
     const int end = connect_client();
     says(end, frame("N0TI\t1\t3"));
     EXPECT_THAT(printed,
-                ElementsAre(_, EndsWith(R"("event":"connected","client":1})"),
+                ElementsAre(_, EndsWith(R"("event":"connected","client":1})"), "1 MON B <- 3 CAM 4",
                             EndsWith(R"("event":"take","client":1,"destination":1,"source":3,)"
                                      R"("by":"client"})")));
 }
 
-TEST_F(LinkFaults, EventTellsWhetherTheFaultLasts)
+TEST_F(ConnectionFaults, EventTellsWhetherTheFaultLasts)
 {
     server.json_events = true;
     client_of(R"("fault": "silence", "for": 2)");
@@ -80,14 +80,14 @@ TEST_F(LinkFaults, EventTellsWhetherTheFaultLasts)
     EXPECT_THAT(printed, ElementsAre(_, EndsWith(R"("event":"fault","fault":"silence"})")));
 }
 
-TEST_F(LinkFaults, CommandNeedsTheNameOfAStep)
+TEST_F(ConnectionFaults, CommandNeedsTheNameOfAStep)
 {
     begin(R"({"name": "it", "fault": "close"})");
-    EXPECT_EQ(run_command(server, "do that"), "No step is named \"that\".\n");
-    EXPECT_EQ(run_command(server, "do"), "Usage: do NAME\n");
+    EXPECT_EQ(run_commands(simulated, "do that"), "No step is named \"that\".\n");
+    EXPECT_EQ(run_commands(simulated, "do"), "Usage: do NAME\n");
 }
 
-TEST_F(LinkFaults, GarbageIsSoManyRandomBytes)
+TEST_F(ConnectionFaults, GarbageIsSoManyRandomBytes)
 {
     const int end = client_of(R"("fault": "garbage", "bytes": 1000)");
     do_it();
@@ -97,12 +97,12 @@ TEST_F(LinkFaults, GarbageIsSoManyRandomBytes)
     EXPECT_EQ(events(), "garbage client=1\n");
 }
 
-TEST_F(LinkFaults, SilentRouterReadsAndDoesNothing)
+TEST_F(ConnectionFaults, SilentRouterReadsAndDoesNothing)
 {
     const int end = client_of(R"("fault": "silence", "for": 2)");
     do_it();
     says(end, ask_revision + frame("N0TI\t1\t3"));
-    run_command(server, "take 2 2");
+    run_commands(simulated, "take 2 2");
     EXPECT_EQ(hears(end), "");
     EXPECT_EQ(server.router.routes.at(1), 1U);
     pass_ms(1999);
@@ -113,7 +113,32 @@ TEST_F(LinkFaults, SilentRouterReadsAndDoesNothing)
     EXPECT_EQ(hears(end), revision);
 }
 
-TEST_F(LinkFaults, HalfOpenConnectionIsNeitherReadNorClosed)
+TEST_F(ConnectionFaults, RequestOfASilentRouterUsesUpNoFault)
+{
+    begin(R"({"at": 1, "fault": "silence", "for": 2},
+             {"request": "BK", "times": 1, "fault": "lose"},
+             {"request": "BK", "times": 1, "fault": "take", "destination": 2, "source": 3})");
+    const int end = connect_client();
+    pass_ms(1000);
+    says(end, ask_revision);
+    pass_ms(2000);
+    events();
+    says(end, ask_revision);
+    EXPECT_EQ(events(), "take destination=2 source=3 by=scenario\n"
+                        "lose client=1 request=\"BK R\"\n");
+}
+
+TEST_F(ConnectionFaults, FaultThatSilencesLeavesItsOwnRequestUnanswered)
+{
+    begin(R"({"request": "BK", "fault": "silence", "for": 2},
+             {"request": "BK", "fault": "lose"})");
+    const int end = connect_client();
+    events();
+    says(end, ask_revision);
+    EXPECT_EQ(events(), "silence client=1\n");
+}
+
+TEST_F(ConnectionFaults, HalfOpenConnectionIsNeitherReadNorClosed)
 {
     const int end = client_of(R"("fault": "half-open")");
     do_it();
@@ -124,18 +149,18 @@ TEST_F(LinkFaults, HalfOpenConnectionIsNeitherReadNorClosed)
     EXPECT_EQ(events(), "half-open client=1\n");
 }
 
-TEST_F(LinkFaults, HalfOpenConnectionIsGivenUpWithItsClient)
+TEST_F(ConnectionFaults, HalfOpenConnectionIsGivenUpWithItsClient)
 {
     const int end = client_of(R"("fault": "half-open")");
     do_it();
     says(end, ask_revision);
     shutdown(end, SHUT_RDWR);
-    serve(server, 0);
+    serve(simulated, 0);
     EXPECT_EQ(events(), "half-open client=1\ngone client=1\n");
-    EXPECT_TRUE(server.links.empty());
+    EXPECT_TRUE(server.clients.empty());
 }
 
-TEST_F(LinkFaults, RequestsWaitWhileTheRouterDoesNotRead)
+TEST_F(ConnectionFaults, RequestsWaitWhileTheRouterDoesNotRead)
 {
     const int end = client_of(R"("fault": "stop reading", "for": 2)");
     do_it();
@@ -147,16 +172,16 @@ TEST_F(LinkFaults, RequestsWaitWhileTheRouterDoesNotRead)
     EXPECT_EQ(events(), "stop reading client=1\nend of stop reading client=1\n");
 }
 
-TEST_F(LinkFaults, RouterThatDoesNotReadGoesOnSending)
+TEST_F(ConnectionFaults, RouterThatDoesNotReadGoesOnSending)
 {
     const int end = client_of(R"("fault": "stop reading", "for": 2)");
     server.router.options.announce = true;
     do_it();
-    run_command(server, "take 1 3");
+    run_commands(simulated, "take 1 3");
     EXPECT_EQ(hears(end), frame("N0IQ\t0001\t0\tN\tN\t0003"));
 }
 
-TEST_F(LinkFaults, CloseEndsTheStream)
+TEST_F(ConnectionFaults, CloseEndsTheStream)
 {
     const int end = client_of(R"("fault": "close")");
     do_it();
@@ -164,7 +189,21 @@ TEST_F(LinkFaults, CloseEndsTheStream)
     EXPECT_EQ(events(), "close client=1\ngone client=1\n");
 }
 
-TEST_F(LinkFaults, RequestThatClosesIsNotAnswered)
+TEST_F(ConnectionFaults, CloseIsNoResetThoughRequestsAreUnread)
+{
+    begin(R"({"name": "it", "fault": "close"})");
+    listen_anywhere();
+    const int end = connect_over_tcp();
+    serve(simulated, 10'000);
+    ASSERT_EQ(send(end, "unread", 6, 0), 6);
+    pollfd arrived = {.fd = server.clients.at(1).descriptor, .events = POLLIN, .revents = 0};
+    ASSERT_EQ(poll(&arrived, 1, 60'000), 1);
+    EXPECT_EQ(run_commands(simulated, "do it"), "");
+    char byte = 0;
+    EXPECT_EQ(recv(end, &byte, 1, 0), 0);
+}
+
+TEST_F(ConnectionFaults, RequestThatClosesIsNotAnswered)
 {
     begin(R"({"request": "BK", "after": 1, "fault": "close"})");
     const int end = connect_client();
@@ -175,7 +214,7 @@ TEST_F(LinkFaults, RequestThatClosesIsNotAnswered)
     EXPECT_FALSE(has_ended(other));
 }
 
-TEST_F(LinkFaults, FaultBehindTheAnswerLetsItPass)
+TEST_F(ConnectionFaults, FaultBehindTheAnswerLetsItPass)
 {
     begin(R"({"request": "BK", "answered": true, "fault": "close"})");
     const int end = connect_client();
@@ -184,7 +223,7 @@ TEST_F(LinkFaults, FaultBehindTheAnswerLetsItPass)
     EXPECT_TRUE(has_ended(end));
 }
 
-TEST_F(LinkFaults, ConnectionFaultMeetsTheClientOfItsNumber)
+TEST_F(ConnectionFaults, ConnectionFaultMeetsTheClientOfItsNumber)
 {
     begin(R"({"connection": 2, "fault": "close"})");
     const int first = connect_client();
@@ -195,7 +234,7 @@ TEST_F(LinkFaults, ConnectionFaultMeetsTheClientOfItsNumber)
     EXPECT_FALSE(has_ended(third));
 }
 
-TEST_F(LinkFaults, TimedFaultMeetsAllClients)
+TEST_F(ConnectionFaults, TimedFaultMeetsAllClients)
 {
     begin(R"({"at": 1.5, "fault": "close"})");
     const int first = connect_client();
@@ -207,25 +246,25 @@ TEST_F(LinkFaults, TimedFaultMeetsAllClients)
     EXPECT_TRUE(has_ended(second));
 }
 
-TEST_F(LinkFaults, ResetIsTheEndOfATcpConnection)
+TEST_F(ConnectionFaults, ResetIsTheEndOfATcpConnection)
 {
     begin(R"({"name": "it", "fault": "reset", "inside": true})");
     listen_anywhere();
     const int end = connect_over_tcp();
-    serve(server, 10'000);
+    serve(simulated, 10'000);
     do_it();
     EXPECT_EQ(hears(end), "\x01N0IQ\t0");
     EXPECT_EQ(errno, ECONNRESET);
     EXPECT_THAT(events(), EndsWith("reset client=1\ngone client=1\n"));
 }
 
-TEST_F(LinkFaults, RefusedConnectionsComeToThePortAgainAfterwards)
+TEST_F(ConnectionFaults, RefusedConnectionsComeToThePortAgainAfterwards)
 {
     begin(R"({"name": "it", "fault": "refuse", "for": 2})");
     listen_anywhere();
     const std::string address = listening_address(server);
     const int standing = connect_over_tcp();
-    serve(server, 10'000);
+    serve(simulated, 10'000);
     events();
     do_it();
     EXPECT_TRUE(has_ended(standing));
@@ -235,11 +274,11 @@ TEST_F(LinkFaults, RefusedConnectionsComeToThePortAgainAfterwards)
     pass_ms(1);
     EXPECT_EQ(listening_address(server), address);
     connect_over_tcp();
-    serve(server, 10'000);
+    serve(simulated, 10'000);
     EXPECT_EQ(events(), "refuse\ngone client=1\nend of refuse\nconnected client=2\n");
 }
 
-TEST_F(LinkFaults, IgnoredClientIsServedAfterwards)
+TEST_F(ConnectionFaults, IgnoredClientIsServedAfterwards)
 {
     begin(R"({"connection": 1, "fault": "ignore", "for": 2})");
     const int ignored = connect_client();
@@ -252,7 +291,7 @@ TEST_F(LinkFaults, IgnoredClientIsServedAfterwards)
     EXPECT_EQ(hears(ignored), revision);
 }
 
-TEST_F(LinkFaults, ClientThatComesMeanwhileIsIgnoredToo)
+TEST_F(ConnectionFaults, ClientThatComesMeanwhileIsIgnoredToo)
 {
     begin(R"({"at": 1, "fault": "ignore", "for": 2})");
     pass_ms(1000);
@@ -265,7 +304,7 @@ TEST_F(LinkFaults, ClientThatComesMeanwhileIsIgnoredToo)
     EXPECT_EQ(hears(end), revision);
 }
 
-TEST_F(LinkFaults, BurstTellsRandomRoutesAtItsRate)
+TEST_F(ConnectionFaults, BurstTellsRandomRoutesAtItsRate)
 {
     const int end = client_of(R"("fault": "burst", "messages": 40, "rate": 1000)");
     do_it();
@@ -282,16 +321,17 @@ TEST_F(LinkFaults, BurstTellsRandomRoutesAtItsRate)
     EXPECT_EQ(events(), "burst client=1\nend of burst client=1\n");
 }
 
-TEST_F(LinkFaults, BurstEndsWithItsClient)
+TEST_F(ConnectionFaults, BurstEndsWithItsClient)
 {
     const int end = client_of(R"("fault": "burst", "messages": 40, "rate": 1)");
     do_it();
     shutdown(end, SHUT_RDWR);
-    serve(server, 0);
-    EXPECT_TRUE(server.streams.empty());
+    serve(simulated, 0); // sees the end
+    serve(simulated, 0);
+    EXPECT_TRUE(simulated.streams.empty());
 }
 
-TEST_F(LinkFaults, TakeOfAnotherOperatorIsRoutedAndTold)
+TEST_F(ConnectionFaults, TakeOfAnotherOperatorIsRoutedAndTold)
 {
     const int end = client_of(R"("fault": "take", "destination": 2, "source": 3)");
     do_it();
@@ -300,7 +340,7 @@ TEST_F(LinkFaults, TakeOfAnotherOperatorIsRoutedAndTold)
     EXPECT_EQ(events(), "take destination=2 source=3 by=scenario\n");
 }
 
-TEST_F(LinkFaults, TakeWithoutPortsDrawsThem)
+TEST_F(ConnectionFaults, TakeWithoutPortsDrawsThem)
 {
     begin(R"({"every": [1, 1], "fault": "take"})");
     std::set<std::string> lines;
@@ -311,7 +351,7 @@ TEST_F(LinkFaults, TakeWithoutPortsDrawsThem)
     EXPECT_EQ(lines.size(), 12U) << "each of 3 destinations on each of 4 sources";
 }
 
-TEST_F(LinkFaults, RenameSetsTheFlagOfItsKind)
+TEST_F(ConnectionFaults, RenameSetsTheFlagOfItsKind)
 {
     const int end = client_of(R"("fault": "rename", "destination": 1, "to": "WALL")");
     do_it();
@@ -321,7 +361,7 @@ TEST_F(LinkFaults, RenameSetsTheFlagOfItsKind)
     EXPECT_EQ(events(), "rename destination=1 name=\"WALL\"\n");
 }
 
-TEST_F(LinkFaults, RenameWithoutPortDrawsOne)
+TEST_F(ConnectionFaults, RenameWithoutPortDrawsOne)
 {
     begin(R"({"every": [1, 1], "fault": "rename"})");
     std::set<std::string> renamed;
@@ -334,25 +374,61 @@ TEST_F(LinkFaults, RenameWithoutPortDrawsOne)
     EXPECT_EQ(renamed.size(), 7U);
 }
 
-TEST_F(LinkFaults, CommandsOfPeopleAreEvents)
+TEST_F(ConnectionFaults, LockKeepsARouteUntilItEnds)
+{
+    begin(R"({"at": 1, "fault": "lock", "destination": 2},
+             {"at": 2, "fault": "unlock", "destination": 2})");
+    const int end = connect_client();
+    pass_ms(1000);
+    says(end, frame("N0TI\t2\t3"));
+    EXPECT_EQ(server.router.routes.at(2), 2U);
+    pass_ms(1000);
+    says(end, frame("N0TI\t2\t3"));
+    EXPECT_EQ(server.router.routes.at(2), 3U);
+    EXPECT_EQ(events(), "connected client=1\n"
+                        "lock destination=2 by=scenario\n"
+                        "unlock destination=2 by=scenario\n"
+                        "take client=1 destination=2 source=3 by=client\n");
+}
+
+TEST_F(ConnectionFaults, CrosspointIsRefusedUntilItIsAllowed)
+{
+    begin(R"({"at": 1, "fault": "refuse take", "destination": 2, "source": 3, "code": "0B"},
+             {"at": 2, "fault": "allow take", "destination": 2, "source": 3})");
+    const int end = connect_client();
+    pass_ms(1000);
+    says(end, frame("N0TI\t2\t3"));
+    EXPECT_EQ(hears(end), frame("N0ER\t0B\tTI"));
+    EXPECT_EQ(server.router.routes.at(2), 2U);
+    pass_ms(1000);
+    says(end, frame("N0TI\t2\t3"));
+    EXPECT_EQ(hears(end), "");
+    EXPECT_EQ(server.router.routes.at(2), 3U);
+    EXPECT_EQ(events(), "connected client=1\n"
+                        "refuse take destination=2 source=3 by=scenario\n"
+                        "allow take destination=2 source=3 by=scenario\n"
+                        "take client=1 destination=2 source=3 by=client\n");
+}
+
+TEST_F(ConnectionFaults, CommandsOfPeopleAreEvents)
 {
     begin("");
-    run_command(server, "take 1 3");
-    run_command(server, "rename source 0 NEW");
+    run_commands(simulated, "take 1 3");
+    run_commands(simulated, "rename source 0 NEW");
     EXPECT_EQ(events(), "take destination=1 source=3 by=command\nrename source=0 name=\"NEW\"\n");
 }
 
-TEST_F(LinkFaults, WaitEndsWhenSomethingIsDue)
+TEST_F(ConnectionFaults, WaitEndsWhenSomethingIsDue)
 {
     begin(R"({"at": 0.01, "fault": "take"})");
-    EXPECT_EQ(next_due_fault(server), server.started + 10'000);
-    serve(server, -1); // would not return
+    EXPECT_EQ(next_due(simulated), server.started + 10'000);
+    serve(simulated, -1); // would not return
     advance_us(10'000);
-    serve(server, 0);
-    EXPECT_EQ(next_due_fault(server), NEVER);
+    serve(simulated, 0);
+    EXPECT_EQ(next_due(simulated), NEVER);
 }
 
-TEST_F(LinkFaults, SameSeedDoesTheSame)
+TEST_F(ConnectionFaults, SameSeedDoesTheSame)
 {
     const auto run = [this] {
         begin(R"({"every": [0.5, 2], "fault": "take"}, {"every": [1, 5], "fault": "rename"},
@@ -365,7 +441,7 @@ TEST_F(LinkFaults, SameSeedDoesTheSame)
         return printed;
     };
     const std::vector<std::string> once = run();
-    stop_server(server);
+    stop_server(simulated);
     server.router =
         make_router({.sources = 4, .destinations = 3, .source_base = 0, .destination_base = 0});
     server.last_client = 0;

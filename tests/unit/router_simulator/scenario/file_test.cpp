@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "router_simulator/scenario/fault_table.h"
 #include "router_simulator/scenario/file.h"
 
 using namespace router_simulator;
@@ -48,8 +49,8 @@ TEST_F(ScenarioFile, KeepsSeedAndOrder)
               "");
     EXPECT_EQ(plan.seed, UINT64_MAX);
     ASSERT_EQ(plan.steps.size(), 2U);
-    EXPECT_EQ(plan.steps[0].fault, fault_kind::close);
-    EXPECT_EQ(plan.steps[1].fault, fault_kind::half_open);
+    EXPECT_EQ(plan.steps[0].fault, fault_named("close"));
+    EXPECT_EQ(plan.steps[1].fault, fault_named("half-open"));
     EXPECT_EQ(plan.states.size(), 2U);
     EXPECT_EQ(read(R"({"steps": []})"), "");
     EXPECT_EQ(plan.seed, 0U);
@@ -97,7 +98,7 @@ TEST_F(ScenarioFile, TakesTheKeysOfReplyFaults)
     EXPECT_EQ(cut.cuts, (std::vector<std::size_t>{1, 5}));
     EXPECT_EQ(cut.pause_us, 20'000U);
     EXPECT_EQ(cut.trigger, trigger_kind::request);
-    EXPECT_EQ(step(R"("request": "TI", "fault": "contradict")").fault, fault_kind::contradict);
+    EXPECT_EQ(step(R"("request": "TI", "fault": "contradict")").fault, fault_named("contradict"));
     const scenario_step endless =
         step(R"("request": "", "fault": "endless", "messages": 9, "rate": 2000)");
     EXPECT_EQ(endless.messages, 9U);
@@ -107,9 +108,8 @@ TEST_F(ScenarioFile, TakesTheKeysOfReplyFaults)
 TEST_F(ScenarioFile, TakesReplyFaultsWithoutKeys)
 {
     for (const char* name : {"lose", "duplicate", "reorder", "checksum", "nak", "nul"})
-        EXPECT_STREQ(
-            fault_name(step(std::string(R"("request": "", "fault": ")") + name + "\"").fault),
-            name);
+        EXPECT_EQ(step(std::string(R"("request": "", "fault": ")") + name + "\"").fault,
+                  fault_named(name));
 }
 
 TEST_F(ScenarioFile, TakesTheKeysOfConnectionFaults)
@@ -133,6 +133,13 @@ TEST_F(ScenarioFile, TakesPortsAndNames)
     const scenario_step rename = step(R"("at": 0, "fault": "rename", "source": 1, "to": "NEW")");
     EXPECT_EQ(rename.source, 1U);
     EXPECT_EQ(rename.to, "NEW");
+    EXPECT_EQ(step(R"("at": 0, "fault": "rename", "to": "")").to, "");
+    EXPECT_EQ(step(R"("at": 0, "fault": "rename")").to, std::nullopt);
+    const scenario_step refusal =
+        step(R"("at": 0, "fault": "refuse take", "destination": 2, "code": "0a")");
+    EXPECT_EQ(refusal.destination, 2U);
+    EXPECT_EQ(refusal.source, std::nullopt);
+    EXPECT_EQ(refusal.code, "0a");
 }
 
 TEST_F(ScenarioFile, TellsTheLineOfASyntaxError)
@@ -245,6 +252,8 @@ INSTANTIATE_TEST_SUITE_P(
                    "2: \"source\" is not the index of a source of the router"},
         wrong_step{"RenameOfTwo", R"("at": 1, "fault": "rename", "source": 1, "destination": 1)",
                    "2: \"source\" and \"destination\" cannot be renamed in one step"},
+        wrong_step{"ToWhatDoesNotFit", R"("at": 1, "fault": "rename", "to": "A\tB")",
+                   "2: \"to\" holds a control character"},
         wrong_step{"ContradictedNames", R"("request": "QN", "fault": "contradict")",
-                   "2: \"request\" is not QI or TI, which alone can be contradicted"}),
+                   "2: \"request\" is not QI or TI, which alone show a source"}),
     [](const auto& each) { return std::string(each.param.name); });

@@ -116,7 +116,7 @@ TEST_F(ReplyFaults, ChecksumIsWrong)
 {
     EXPECT_TRUE(revision.ends_with("EE\x04"));
     EXPECT_EQ(revision_under(R"("fault": "checksum")"), "\x01N0KB\tR\tr1E0\x04");
-    stop_server(server);
+    stop_server(simulated);
     server.router.options.revision = "r?";
     EXPECT_TRUE(frame("N0KB\tR\tr?").ends_with("E0\x04"));
     EXPECT_EQ(revision_under(R"("fault": "checksum")"), "\x01N0KB\tR\tr?E1\x04");
@@ -161,7 +161,7 @@ TEST_F(ReplyFaults, FrameHasTheLengthItIsGiven)
         const std::string body = "N0KB\tR\tr1" + std::string(length - 11, 'X');
         EXPECT_TRUE(heard == frame(body)) << heard.size();
         EXPECT_EQ(heard.size(), length + 2);
-        stop_server(server);
+        stop_server(simulated);
         server.last_client = 0;
     }
 }
@@ -169,7 +169,7 @@ TEST_F(ReplyFaults, FrameHasTheLengthItIsGiven)
 TEST_F(ReplyFaults, ShortFrameHasItsLengthToo)
 {
     EXPECT_EQ(revision_under(R"("fault": "length", "bytes": 3)"), frame("N"));
-    stop_server(server);
+    stop_server(simulated);
     EXPECT_EQ(revision_under(R"("fault": "length", "bytes": 0)"), "\x01\x04");
 }
 
@@ -229,7 +229,7 @@ TEST_F(ReplyFaults, EndlessReplyRepeatsItsFirstMessageAsNotTheLast)
 {
     const int end = client_under(R"("fault": "endless", "messages": 3, "rate": 100)");
     says(end, ask_revision);
-    serve(server, 0);
+    serve(simulated, 0);
     const std::string again = frame("N1KB\tR\tr1");
     EXPECT_EQ(hears(end), again);
     pass_ms(10);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "router_simulator/scenario/file.h"
+#include "router_simulator/scenario/player.h"
 #include "unit/router_simulator/served_simulator.h"
 
 namespace router_simulator {
@@ -20,14 +21,14 @@ class ScenarioSimulator : public ServedSimulator {
         ASSERT_EQ(
             read_scenario(plan, R"({"seed": 7, "steps": [)" + steps + "]}", server.router, "FILE"),
             "");
-        begin_scenario(server, plan);
+        begin_scenario(simulated, plan);
         printed.clear();
     }
 
     void pass_ms(us_time_t interval)
     {
         advance_us(interval * 1000);
-        serve(server, 0);
+        serve(simulated, 0);
     }
 
     // The events since the last call, without their times, in one line each.
