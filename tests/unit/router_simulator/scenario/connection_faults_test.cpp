@@ -201,6 +201,10 @@ TEST_F(ConnectionFaults, CloseIsNoResetThoughRequestsAreUnread)
     EXPECT_EQ(run_commands(simulated, "do it"), "");
     char byte = 0;
     EXPECT_EQ(recv(end, &byte, 1, 0), 0);
+    int error = 0; // a reset behind the end of the stream shows here alone
+    socklen_t size = sizeof error;
+    ASSERT_EQ(getsockopt(end, SOL_SOCKET, SO_ERROR, &error, &size), 0);
+    EXPECT_EQ(error, 0);
 }
 
 TEST_F(ConnectionFaults, RequestThatClosesIsNotAnswered)
