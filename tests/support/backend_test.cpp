@@ -43,7 +43,7 @@ void BackendTest::SetUp()
 {
     reset_backend_state();
     reset_fake_clock();
-    reset_faults();
+    reset_forced_results();
     int input[2];
     int output[2];
     ASSERT_EQ(pipe(input), 0);

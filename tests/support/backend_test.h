@@ -11,7 +11,7 @@
 
 #include "router_link/message.h"
 #include "support/fake_clock.h"
-#include "support/faults.h"
+#include "support/forced_results.h"
 #include "support/frames.h"
 
 // The pieces of a frame as a received, good message, raw included.
@@ -28,7 +28,7 @@ class BackendTest : public testing::Test {
     void parent_says(const std::string& lines);
     void parent_says_bytes(std::string_view bytes);
     // The record is handed out at the n-th dispatch from now; 1: at the next. Everything said
-    // before must have been taken.
+    // before must have been read.
     void parent_says_at_dispatch(int n, const std::string& lines);
     void parent_closes();        // end of file on descriptor 0
     void parent_closes_output(); // nobody reads descriptor 1 any more
@@ -59,7 +59,7 @@ class BackendTest : public testing::Test {
     // --- driving ---
     // Handles one complete record as the main loop does, reading it to its end.
     void handle_parent_input();
-    // Lets the handler of the backend's commands take parent records, as start-up does.
+    // Lets the handler of the backend's commands have parent records, as start-up does.
     void install_commands();
     void run_passes(int count);
     // Passes until the fake clock has reached the time.

@@ -21,7 +21,7 @@ class ConfigFile : public testing::Test {
   protected:
     void SetUp() override
     {
-        reset_faults();
+        reset_forced_results();
         std::string pattern = std::filesystem::temp_directory_path() / "config_file_XXXXXX";
         ASSERT_NE(mkdtemp(pattern.data()), nullptr);
         directory = pattern;
@@ -30,7 +30,7 @@ class ConfigFile : public testing::Test {
 
     void TearDown() override
     {
-        reset_faults();
+        reset_forced_results();
         std::filesystem::remove_all(directory);
     }
 

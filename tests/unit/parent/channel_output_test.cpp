@@ -16,7 +16,7 @@ class ChannelOutput : public BackendTest {
         const std::string page(4096, '.');
         while (write(STDOUT_FILENO, page.data(), page.size()) > 0)
             filling += page.size();
-        reset_faults();
+        reset_forced_results();
     }
 
     std::string parent_hears_behind_filling()
@@ -268,7 +268,7 @@ TEST_F(ChannelOutput, ArrivesWholeHoweverThePipeTakesIt)
             send_parent_record(record);
             heard += parent_hears();
         }
-        reset_faults();
+        reset_forced_results();
         flush_parent_output();
         return heard + parent_hears() == expected && !parent_output_pending();
     }));

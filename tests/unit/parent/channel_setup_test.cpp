@@ -18,7 +18,7 @@ class ChannelSetup : public BackendTest {
         put_pipe_on(STDERR_FILENO);
         for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO})
             fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
-        reset_faults();
+        reset_forced_results();
     }
 
     void TearDown() override

@@ -1,4 +1,4 @@
-#include "support/faults.h"
+#include "support/forced_results.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -53,7 +53,7 @@ std::size_t greatest_length(SystemCall call, int descriptor)
     return statistics[{call, descriptor}].greatest_length;
 }
 
-void reset_faults()
+void reset_forced_results()
 {
     forced_results.clear();
     statistics.clear();
@@ -61,7 +61,7 @@ void reset_faults()
 }
 
 namespace {
-// Counts the call and takes what is forced on it. Returns whether the call must not be made.
+// Counts the call and finds what is forced on it. Returns whether the call must not be made.
 bool intercept(SystemCall call, int descriptor, std::size_t& length, ssize_t& result)
 {
     call_statistics& counted = statistics[{call, descriptor}];

@@ -14,7 +14,7 @@ enum class SystemCall { Read, Write, Send, Close, Connect, Socket, Fcntl, Fstat,
 constexpr int ANY_DESCRIPTOR = -1;
 
 // The next such call on this descriptor does nothing and returns this result with this errno;
-// several are taken in order.
+// several come in order.
 void force_result(SystemCall call, int descriptor, ssize_t result, int error_number = 0);
 
 // The next write or send on this descriptor writes at most this many bytes.
@@ -28,4 +28,4 @@ std::size_t greatest_length(SystemCall call, int descriptor);
 // Called in place of connect, when set, unless a result is forced; returns what connect returns.
 extern std::function<int(int descriptor, const sockaddr_in& address)> on_connect;
 
-void reset_faults();
+void reset_forced_results();
