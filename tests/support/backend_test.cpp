@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -100,6 +101,13 @@ void BackendTest::parent_says_bytes(std::string_view bytes)
 {
     ASSERT_EQ(write(parent_input_end, bytes.data(), bytes.size()),
               static_cast<ssize_t>(bytes.size()));
+}
+
+int BackendTest::parent_bytes_unread()
+{
+    int count = -1;
+    ioctl(STDIN_FILENO, FIONREAD, &count);
+    return count;
 }
 
 // A carriage return is read and ignored, and each dispatch reads two bytes.

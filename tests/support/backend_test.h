@@ -27,6 +27,7 @@ class BackendTest : public testing::Test {
     // Lines joined by newlines; the empty line that ends the record is added.
     void parent_says(const std::string& lines);
     void parent_says_bytes(std::string_view bytes);
+    static int parent_bytes_unread(); // how many bytes said the backend has left in the pipe
     // The record is handed out at the n-th dispatch from now; 1: at the next. Everything said
     // before must have been read.
     void parent_says_at_dispatch(int n, const std::string& lines);

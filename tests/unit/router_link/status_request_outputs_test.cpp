@@ -290,9 +290,8 @@ TEST_F(StatusDrain, NeedsAConnection)
 {
     router_rx_queue.resize(1);
     connect_in_progress = true;
-    const std::size_t reads = call_count(SystemCall::Read, router_fd);
+    router_says("XY");
     periodic_status_request();
-    EXPECT_EQ(call_count(SystemCall::Read, router_fd), reads);
     EXPECT_EQ(router_rx_queue.size(), 1U);
     close_router_connection();
     connect_in_progress = false;
