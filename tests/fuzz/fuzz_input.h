@@ -17,22 +17,22 @@ inline fuzz_input input_of(const std::uint8_t* data, std::size_t size)
     return {{reinterpret_cast<const char*>(data), size}}; // the fuzzer's bytes are our characters
 }
 
-inline std::string take_bytes(fuzz_input& input, std::size_t count)
+inline std::string read_bytes(fuzz_input& input, std::size_t count)
 {
     const std::string bytes(input.rest.substr(0, count));
     input.rest.remove_prefix(bytes.size());
     return bytes;
 }
 
-inline unsigned take_number(fuzz_input& input)
+inline unsigned read_number(fuzz_input& input)
 {
-    const std::string byte = take_bytes(input, 1);
+    const std::string byte = read_bytes(input, 1);
     return byte.empty() ? 0 : static_cast<unsigned char>(byte[0]);
 }
 
 // One byte of length, then the text.
-inline std::string take_text(fuzz_input& input)
+inline std::string read_text(fuzz_input& input)
 {
-    const std::size_t length = take_number(input);
-    return take_bytes(input, length);
+    const std::size_t length = read_number(input);
+    return read_bytes(input, length);
 }

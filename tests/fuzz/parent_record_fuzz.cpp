@@ -38,16 +38,16 @@ void check_decoder(std::string_view text)
 }
 
 // Names without what ends them, and values without what ends a line's text.
-std::string take_name(fuzz_input& input)
+std::string read_name(fuzz_input& input)
 {
-    std::string name = "n" + take_text(input);
+    std::string name = "n" + read_text(input);
     std::erase_if(name, [](char byte) { return byte == '=' || byte == '\n' || byte == '\0'; });
     return name;
 }
 
-std::string take_value(fuzz_input& input)
+std::string read_value(fuzz_input& input)
 {
-    std::string value = take_text(input);
+    std::string value = read_text(input);
     std::erase(value, '\0');
     return value;
 }
@@ -60,13 +60,13 @@ void drop_leading_newlines(std::string& value)
 void check_encoder(fuzz_input& input)
 {
     ParentRecord record;
-    record.command = take_value(input);
-    record.error = take_value(input);
-    record.type = take_value(input);
-    record.id = take_value(input);
+    record.command = read_value(input);
+    record.error = read_value(input);
+    record.type = read_value(input);
+    record.id = read_value(input);
     while (!input.rest.empty()) {
-        const std::string name = take_name(input);
-        record.fields[name] = take_value(input);
+        const std::string name = read_name(input);
+        record.fields[name] = read_value(input);
     }
     const std::string written = encoded(record);
     require(written == text_of(record), "a record is encoded as the model does");
@@ -83,7 +83,7 @@ void check_encoder(fuzz_input& input)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     fuzz_input input = input_of(data, size);
-    if (take_number(input) % 2 == 0) {
+    if (read_number(input) % 2 == 0) {
         check_decoder(input.rest);
     } else {
         check_encoder(input);

@@ -101,7 +101,7 @@ std::string answer_to(const words& request)
     return message("ER", {"00", "TI"});
 }
 
-void take_request(const std::string& framed)
+void answer_request(const std::string& framed)
 {
     const std::string text = readable_request(framed);
     require(text != "bad frame", "requests are well-formed frames");
@@ -130,7 +130,7 @@ void played_router_hears(const std::string& bytes)
     for (;;) {
         const std::size_t end = router.heard.find('\x04');
         if (end == std::string::npos) break;
-        take_request(router.heard.substr(0, end + 1));
+        answer_request(router.heard.substr(0, end + 1));
         router.heard.erase(0, end + 1);
     }
     send_due_answers();

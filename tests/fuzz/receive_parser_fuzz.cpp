@@ -20,11 +20,11 @@ namespace {
 // One read never brings more.
 constexpr std::size_t LONGEST_READ = 4096;
 
-piece_lengths take_lengths(fuzz_input& input)
+piece_lengths read_lengths(fuzz_input& input)
 {
     piece_lengths lengths{};
     for (std::size_t& length : lengths) {
-        const unsigned number = take_number(input);
+        const unsigned number = read_number(input);
         length = number == 255 ? LONGEST_READ : number + 1;
     }
     return lengths;
@@ -82,11 +82,11 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     fuzz_input input = input_of(data, size);
-    const piece_lengths lengths = take_lengths(input);
+    const piece_lengths lengths = read_lengths(input);
     piece_lengths whole{};
     whole.fill(LONGEST_READ);
-    const bool mended = take_number(input) % 2 != 0;
-    const std::string bytes = take_bytes(input, size);
+    const bool mended = read_number(input) % 2 != 0;
+    const std::string bytes = read_bytes(input, size);
     const std::string sent = mended ? with_checksums(bytes) : bytes;
     require(parsed(sent, lengths) == parsed(sent, whole),
             "pieces give the same messages as the whole");

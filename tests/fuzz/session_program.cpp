@@ -25,7 +25,7 @@ session_program program;
 namespace {
 unsigned number()
 {
-    return take_number(program.input);
+    return read_number(program.input);
 }
 
 std::string decimal()
@@ -35,7 +35,7 @@ std::string decimal()
 
 std::string text()
 {
-    return take_text(program.input);
+    return read_text(program.input);
 }
 } // namespace
 

@@ -164,7 +164,7 @@ void accept_client(tcp_router& router)
     if (router.client >= 0) ++router.connections;
 }
 
-void take_requests(tcp_router& router)
+void cut_requests(tcp_router& router)
 {
     for (std::size_t end = 0; (end = router.unread.find('\x04')) != std::string::npos;) {
         const std::string request = readable_request(router.unread.substr(0, end + 1));
@@ -181,7 +181,7 @@ void receive_requests(tcp_router& router)
     const ssize_t count = recv(router.client, bytes, sizeof bytes, MSG_DONTWAIT);
     if (count > 0) {
         router.unread.append(bytes, static_cast<std::size_t>(count));
-        take_requests(router);
+        cut_requests(router);
     } else if (count == 0 || errno != EAGAIN) {
         forget_client(router);
         ++router.endings;

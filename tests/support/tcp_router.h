@@ -19,7 +19,7 @@ struct tcp_router {
     int connections = 0;              // how many were accepted so far
     int endings = 0;                  // how many of them the client has ended
     std::string unread;               // the beginning of a frame
-    std::deque<std::string> requests; // oldest first; the test may take entries out
+    std::deque<std::string> requests; // oldest first; the test may remove entries
     std::map<std::string, std::string> answers; // bytes sent at once for a request
 
     tcp_router() = default;
@@ -46,7 +46,7 @@ void send_bytes(tcp_router& router, std::string_view bytes);
 void close_client(tcp_router& router);
 void reset_client(tcp_router& router); // the client sees "Connection reset by peer"
 
-// How often the request has been received and not been taken out.
+// How often the request has been received and not been removed.
 long count_requests(const tcp_router& router, const std::string& request);
 
 // How much the client of this port has written that has not arrived.
