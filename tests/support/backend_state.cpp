@@ -9,63 +9,60 @@
 #include "router_model/route_queue.h"
 #include "router_model/state.h"
 
-void reset_backend_state()
+namespace {
+// Each becomes what its type begins with: 0, false or empty.
+template <typename... Variables>
+void empty_all(Variables&... variables)
+{
+    ((variables = Variables{}), ...);
+}
+
+void reset_loop_flags()
 {
     quit_requested = false;
-    disconnect_requested = false;
-    discovery_needed = false;
-    io_counts_changed = true;
-    info_report_pending = true;
-    inputs_report_pending = false;
-    outputs_report_pending = false;
+    empty_all(disconnect_requested, discovery_needed, inputs_report_pending,
+              outputs_report_pending);
+    io_counts_changed = info_report_pending = true;
+}
 
-    configured_inputs = 0;
-    configured_outputs = 0;
-    router_ip_address.clear();
+void reset_settings()
+{
+    empty_all(configured_inputs, configured_outputs, router_ip_address);
     router_port = -1;
+}
 
-    clear(incoming_record);
-    parent_line.clear();
-    record_complete = false;
+void reset_parent_channel()
+{
+    empty_all(incoming_record, parent_line, record_complete, parent_input_ended, parent_output,
+              parent_output_written, active_record_handlers, output_is_null_device,
+              diagnostics_are_null_device);
     record_reset_pending = true;
-    parent_input_ended = false;
-    parent_output.clear();
-    parent_output_written = 0;
-    active_record_handlers = 0;
-    output_is_null_device = false;
-    diagnostics_are_null_device = false;
     set_parent_record_handler(nullptr);
+}
 
+void reset_router_link()
+{
     reset_receive_parser();
-    router_rx_queue.clear();
-    last_router_activity = 0;
-
+    empty_all(router_rx_queue, last_router_activity, connect_in_progress, next_connect_attempt,
+              router_tx_buffer, router_tx_offset, next_status_request, drain_interrupted);
     router_fd = -1;
-    connect_in_progress = false;
-    next_connect_attempt = 0;
-    router_tx_buffer.clear();
-    router_tx_offset = 0;
-    next_status_request = 0;
-    drain_interrupted = false;
+}
 
-    discovered_inputs = 0;
-    discovered_outputs = 0;
-    input_index_base = 0;
-    output_index_base = 0;
-    router_inputs_info.clear();
-    router_outputs_info.clear();
-    router_levels.clear();
-    level_mask = 0;
-    device_model.clear();
-    software_title.clear();
-    software_revision.clear();
-    firmware_version.clear();
-    number_of_inputs = 0;
-    number_of_outputs = 0;
-    accepted_route_changes.clear();
+void reset_router_model()
+{
+    empty_all(discovered_inputs, discovered_outputs, input_index_base, output_index_base,
+              router_inputs_info, router_outputs_info, router_levels, level_mask, device_model,
+              software_title, software_revision, firmware_version, number_of_inputs,
+              number_of_outputs, accepted_route_changes);
+    empty_all(staged_route_changes, pending_route_changes, flush_allow_time, queue_timeout_time);
+}
+} // namespace
 
-    staged_route_changes.clear();
-    pending_route_changes.clear();
-    flush_allow_time = 0;
-    queue_timeout_time = 0;
+void reset_backend_state()
+{
+    reset_loop_flags();
+    reset_settings();
+    reset_parent_channel();
+    reset_router_link();
+    reset_router_model();
 }
