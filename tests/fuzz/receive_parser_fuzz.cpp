@@ -7,12 +7,13 @@
 #include <array>
 
 #include "fuzz/fuzz_input.h"
-#include "fuzz/parser_model.h"
 #include "fuzz/property.h"
 #include "router_link/receive_parser.h"
+#include "support/backend_state.h"
 #include "support/fake_clock.h"
 #include "support/frames.h"
 #include "support/message_fields.h"
+#include "support/parser_model.h"
 
 using piece_lengths = std::array<std::size_t, 8>;
 
@@ -49,10 +50,8 @@ std::string with_checksums(std::string bytes)
 // Feeds parser and model alike and compares them; returns the messages.
 std::vector<message_fields> parsed(std::string_view bytes, const piece_lengths& lengths)
 {
-    reset_receive_parser();
+    reset_backend_state();
     reset_fake_clock();
-    router_rx_queue.clear();
-    last_router_activity = 0;
     logged_lines.clear();
     parser_model model;
     for (std::size_t i = 0; !bytes.empty(); ++i) {

@@ -1,11 +1,12 @@
-// The parser against every cut of known frames, and against generated input compared with a model
-// that looks at the whole stream at once.
+// The parser against every cut of known frames, and against generated input compared with the
+// model.
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
 #include "router_link/receive_parser.h"
 #include "support/backend_test.h"
 #include "support/message_fields.h"
+#include "support/parser_model.h"
 
 using namespace std::string_literals;
 
@@ -20,7 +21,7 @@ struct outcome {
 
 class ParsedStream : public BackendTest {
   protected:
-    Messages take_messages()
+    Messages read_messages()
     {
         Messages messages = all_fields(router_rx_queue);
         router_rx_queue.clear();
@@ -32,7 +33,7 @@ class ParsedStream : public BackendTest {
     {
         for (const std::string& bytes : reads)
             parse_router_bytes(bytes);
-        return {take_messages(), diagnostics()};
+        return {read_messages(), diagnostics()};
     }
 };
 
@@ -77,127 +78,11 @@ TEST_F(ParsedStream, ForgetsEveryPrefixOfAFrameAtAReset)
         for (std::size_t length = 0; length < bytes.size(); ++length) {
             parse_router_bytes(bytes.substr(0, length));
             reset_receive_parser();
-            EXPECT_EQ(take_messages(), Messages{});
+            EXPECT_EQ(read_messages(), Messages{});
             parse_router_bytes(VALID_FRAMES[3]);
-            EXPECT_EQ(take_messages().size(), 1U);
+            EXPECT_EQ(read_messages().size(), 1U);
         }
 }
-
-// ---- the model ----
-
-namespace {
-const std::string HEXADECIMAL_DIGITS = "0123456789ABCDEF0123456789abcdef";
-
-unsigned model_digit(char digit)
-{
-    const std::size_t position = HEXADECIMAL_DIGITS.find(digit);
-    return position == std::string::npos ? 0 : static_cast<unsigned>(position % 16);
-}
-
-std::int32_t model_code(const std::string& text)
-{
-    std::uint32_t code = 0;
-    for (const char digit : text.substr(0, text.find_first_not_of(HEXADECIMAL_DIGITS)))
-        code = code << 4 | model_digit(digit);
-    return static_cast<std::int32_t>(code);
-}
-
-std::string two_digits(unsigned value)
-{
-    return {HEXADECIMAL_DIGITS[16 + value / 16], HEXADECIMAL_DIGITS[16 + value % 16]};
-}
-
-std::vector<std::string> model_parameters(const std::string& body)
-{
-    std::vector<std::string> parameters;
-    std::size_t tab = body.size() < 4 ? std::string::npos : body.find('\t', 4);
-    if (tab == std::string::npos) return {};
-    std::string rest = body.substr(tab + 1);
-    if (rest.empty()) return {};
-    if (rest.back() != '\t') rest += '\t';
-    while ((tab = rest.find('\t')) != std::string::npos) {
-        parameters.push_back(rest.substr(0, tab));
-        rest.erase(0, tab + 1);
-    }
-    return parameters;
-}
-
-void model_frame(const std::string& raw, outcome& result)
-{
-    result.log += "<DBG>Router: MSG " + raw + "\n";
-    if (raw.size() < 2) {
-        result.log += "<DBG>Message rejected, no checksum field\n";
-        return;
-    }
-    const std::string body = raw.substr(0, raw.size() - 2);
-    unsigned got = 0;
-    for (const char byte : body)
-        got = (got + 256 - static_cast<unsigned char>(byte)) % 256;
-    const unsigned want = model_digit(raw[body.size()]) * 16 + model_digit(raw[body.size() + 1]);
-    if (want != got) {
-        result.log += "<DBG>Message rejected, invalid checksum (want=" + two_digits(want) +
-                      " got=" + two_digits(got) + ")\n";
-        return;
-    }
-    const std::string header = (raw + "\0\0"s).substr(0, 4);
-    const std::vector<std::string> parameters = model_parameters(body);
-    const bool error_reply = header.substr(2) == "ER";
-    const std::int32_t code = error_reply && !parameters.empty() ? model_code(parameters[0]) : -1;
-    const bool error = error_reply && code != 0;
-    result.messages.emplace_back(header[0], header[1], std::array<char, 3>{header[2], header[3], 0},
-                                 parameters, !error, false, false, error, code, raw);
-}
-
-// Cuts the stream at the first end, NUL or 4097th byte behind each start byte.
-outcome model(std::string bytes)
-{
-    constexpr std::size_t LIMIT = 4096;
-    const std::string shown = bytes.substr(0, bytes.find('\0'));
-    outcome result;
-    while (!bytes.empty()) {
-        const char start = bytes[0];
-        bytes.erase(0, 1);
-        if (start == '\x06') {
-            result.log += "<DBG>Router: ACK\n";
-            result.messages.emplace_back('\0', '0', std::array<char, 3>{},
-                                         std::vector<std::string>{}, true, true, false, false, -1,
-                                         "");
-        } else if (start != '\x01' && start != '\x15') {
-            result.log += "Discarding unexpected byte " +
-                          two_digits(static_cast<unsigned char>(start)) + "\n";
-        } else {
-            const std::size_t end = bytes.find_first_of("\x04\0"s);
-            if (std::min(end, bytes.size()) > LIMIT) {
-                result.log += "<WARN>Over-long rambling response from router switcher\n";
-                bytes.erase(0, LIMIT + 1);
-                continue;
-            }
-            if (end == std::string::npos) break;
-            const std::string raw = bytes.substr(0, end);
-            if (bytes[end] == '\0') {
-                result.log += "<DBG>Unexpected NUL in response from router switcher, "
-                              "ignoring response\n<DBG>Response: " +
-                              shown + "\n";
-                const std::size_t skipped = bytes.find('\x04', end);
-                bytes.erase(0, skipped == std::string::npos ? skipped : skipped + 1);
-                continue;
-            }
-            bytes.erase(0, end + 1);
-            if (start == '\x01') {
-                model_frame(raw, result);
-            } else {
-                result.log += "<DBG>Router: NAK " + raw + "\n";
-                result.messages.emplace_back('\0', '0', std::array<char, 3>{},
-                                             std::vector<std::string>{}, false, false, true, false,
-                                             model_code(raw), raw);
-            }
-        }
-    }
-    return result;
-}
-} // namespace
-
-// ---- generated input ----
 
 namespace {
 rc::Gen<std::string> text_of(const std::string& alphabet)
@@ -238,47 +123,51 @@ rc::Gen<std::string> stream()
                         });
 }
 
-// What follows "Response: " depends on the reads alone.
-std::string without_responses(const std::string& log)
+std::string joined(const std::vector<std::string>& lines)
 {
-    std::string kept;
-    const std::string response = "<DBG>Response: ";
+    std::string text;
+    for (const std::string& line : lines)
+        text += line;
+    return text;
+}
+
+// The stream in reads of these lengths, used in turn; of one byte each where there are none.
+std::vector<std::string> reads_of(const std::string& bytes, const std::vector<std::size_t>& lengths)
+{
+    std::vector<std::string> reads;
     std::size_t begin = 0;
-    for (std::size_t at = log.find(response); at != std::string::npos;
-         at = log.find(response, begin)) {
-        kept += log.substr(begin, at - begin);
-        begin = log.find('\n', at) + 1;
+    for (std::size_t i = 0; begin < bytes.size(); ++i) {
+        reads.push_back(bytes.substr(begin, lengths.empty() ? 1 : lengths[i % lengths.size()]));
+        begin += reads.back().size();
     }
-    return kept + log.substr(begin);
+    return reads;
 }
 } // namespace
 
-RC_GTEST_FIXTURE_PROP(ParsedStream, AgreesWithTheModel, ())
-{
-    const std::string bytes = *stream();
-    parse_router_bytes(bytes);
-    const outcome expected = model(bytes);
-    RC_ASSERT(take_messages() == expected.messages);
-    RC_ASSERT(diagnostics() == expected.log);
-}
-
-RC_GTEST_FIXTURE_PROP(ParsedStream, GivesTheSameForAnyChunking, ())
+RC_GTEST_FIXTURE_PROP(ParsedStream, AgreesWithTheModelForAnyChunking, ())
 {
     const std::string bytes = *stream();
     const auto lengths =
         *rc::gen::container<std::vector<std::size_t>>(rc::gen::inRange<std::size_t>(1, 40));
-    parse_router_bytes(bytes);
-    const Messages whole = take_messages();
-    const std::string log = without_responses(diagnostics());
-    reset_receive_parser();
-    std::size_t begin = 0;
-    for (std::size_t i = 0; begin < bytes.size(); ++i) {
-        const std::size_t length = lengths.empty() ? 1 : lengths[i % lengths.size()];
-        parse_router_bytes(std::string_view(bytes).substr(begin, length));
-        begin += length;
+    for (const auto& reads : {std::vector{bytes}, reads_of(bytes, lengths)}) {
+        reset_receive_parser();
+        parser_model model;
+        for (const std::string& read : reads)
+            read_into_model(model, read, fake_now_us);
+        const outcome real = parsed(reads);
+        RC_ASSERT(real.messages == all_fields(model.messages));
+        RC_ASSERT(real.log == joined(model.log));
     }
-    RC_ASSERT(take_messages() == whole);
-    RC_ASSERT(without_responses(diagnostics()) == log);
+}
+
+RC_GTEST_FIXTURE_PROP(ParsedStream, GivesTheSameMessagesForAnyChunking, ())
+{
+    const std::string bytes = *stream();
+    const auto lengths =
+        *rc::gen::container<std::vector<std::size_t>>(rc::gen::inRange<std::size_t>(1, 40));
+    const Messages whole = parsed({bytes}).messages;
+    reset_receive_parser();
+    RC_ASSERT(parsed(reads_of(bytes, lengths)).messages == whole);
 }
 
 RC_GTEST_FIXTURE_PROP(ParsedStream, GivesBackWhatWasEncoded, ())
@@ -294,5 +183,5 @@ RC_GTEST_FIXTURE_PROP(ParsedStream, GivesBackWhatWasEncoded, ())
     parse_router_bytes(bytes);
     message.ok = true;
     message.raw = bytes.substr(1, bytes.size() - 2);
-    RC_ASSERT(take_messages() == Messages{fields(message)});
+    RC_ASSERT(read_messages() == Messages{fields(message)});
 }

@@ -1,4 +1,4 @@
-#include "fuzz/parser_model.h"
+#include "support/parser_model.h"
 
 #include <algorithm>
 #include <cstdio>
