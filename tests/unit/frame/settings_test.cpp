@@ -63,28 +63,20 @@ TEST_F(Settings, AreUnsetAtStart)
     EXPECT_EQ(at_start.port, -1);
 }
 
-TEST_F(Settings, ReadTheNumberOfInputs)
+TEST_F(Settings, ReadEachCountForItself)
 {
-    EXPECT_EQ(inputs_of("12"), 12);
-    EXPECT_EQ(inputs_of("12abc"), 12);
-    EXPECT_EQ(inputs_of("8\n16"), 8);
-    EXPECT_EQ(inputs_of(" +9\r"), 9);
-    EXPECT_EQ(inputs_of("abc"), 0);
-    EXPECT_EQ(inputs_of("-1"), -1);
-    EXPECT_EQ(inputs_of(""), 0);
-    EXPECT_EQ(configured_outputs, 0);
-}
-
-TEST_F(Settings, ReadTheNumberOfOutputs)
-{
-    EXPECT_EQ(outputs_of("12"), 12);
-    EXPECT_EQ(outputs_of("12abc"), 12);
-    EXPECT_EQ(outputs_of("8\n16"), 8);
-    EXPECT_EQ(outputs_of(" +9\r"), 9);
-    EXPECT_EQ(outputs_of("abc"), 0);
-    EXPECT_EQ(outputs_of("-1"), -1);
-    EXPECT_EQ(outputs_of(""), 0);
-    EXPECT_EQ(configured_inputs, 0);
+    for (const auto& count_of : {inputs_of, outputs_of}) {
+        reset_backend_state();
+        EXPECT_EQ(count_of("12"), 12);
+        EXPECT_EQ(count_of("12abc"), 12);
+        EXPECT_EQ(count_of("8\n16"), 8);
+        EXPECT_EQ(count_of(" +9\r"), 9);
+        EXPECT_EQ(count_of("abc"), 0);
+        EXPECT_EQ(count_of("-1"), -1);
+        EXPECT_EQ(count_of(""), 0);
+        count_of("5");
+        EXPECT_EQ(configured_inputs + configured_outputs, 5) << "the other one stays";
+    }
 }
 
 TEST_F(Settings, CutCountsTo32BitsAndWidenThemWithTheSign)
