@@ -1,10 +1,12 @@
 // What a parent may pour over the real program at once: nothing is lost, torn or answered twice.
 #include <algorithm>
+#include <cstring>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <numeric>
 #include <unistd.h>
 
+#include "support/info_record.h"
 #include "support/process_test.h"
 
 namespace {
@@ -186,16 +188,11 @@ class UnreadOutput : public ParentFlood {
     // Every report is whole: the same text but for the number.
     void read_counts(std::vector<int>& counts)
     {
-        static const std::string head =
-            "*COMMAND=info\n*TYPE=message\ncompany=Grass Valley\n"
-            "copyright=Copyright (C) 2026 the routing switcher backend's authors\n"
-            "firmware version=\ninputs=";
-        static const std::string tail =
-            "\nmodel=\noutput routing controls=all\noutputs=0\n"
-            "product=Grass Valley Native Protocol switcher or compatible\n\n";
         for (std::size_t end = 0; (end = heard.find("\n\n")) != std::string::npos;) {
-            const int count = std::atoi(heard.c_str() + head.size());
-            EXPECT_EQ(heard.substr(0, end + 2), head + std::to_string(count) + tail);
+            const std::string record = heard.substr(0, end + 2);
+            const std::size_t digits = record.find("\ninputs=") + std::strlen("\ninputs=");
+            const int count = std::atoi(record.substr(digits).c_str());
+            EXPECT_EQ(record, info_record(count, 0));
             counts.push_back(count);
             heard.erase(0, end + 2);
         }

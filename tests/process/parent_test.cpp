@@ -1,6 +1,7 @@
 // The parent's side of the real program: records, diagnostics and the ways in which it ends.
 #include <gmock/gmock.h>
 
+#include "support/info_record.h"
 #include "support/process_test.h"
 
 using testing::ElementsAre;
@@ -15,19 +16,13 @@ class Parent : public ProcessTest {
         return until([this] { return bytes_unread(backend.pipes.input.number) == 0; });
     }
 };
-
-const std::string INFO_OF_FOUR_INPUTS =
-    "*COMMAND=info\n*TYPE=message\ncompany=Grass Valley\n"
-    "copyright=Copyright (C) 2026 the routing switcher backend's authors\nfirmware version=\n"
-    "inputs=4\nmodel=\noutput routing controls=all\noutputs=3\n"
-    "product=Grass Valley Native Protocol switcher or compatible\n\n";
 } // namespace
 
 TEST_F(Parent, HearsInfoFirst)
 {
     start("inputs=4\noutputs=3\n");
     ASSERT_TRUE(until([this] { return !backend.records.empty(); }));
-    EXPECT_EQ(hear("info"), INFO_OF_FOUR_INPUTS);
+    EXPECT_EQ(hear("info"), info_record(4, 3));
     EXPECT_THAT(backend.diagnostics, ElementsAre("<DBG>Changing number of inputs to 4",
                                                  "<DBG>Changing number of outputs to 3"));
 }
@@ -90,7 +85,7 @@ TEST_F(Parent, SettingShowsInDiagnosticsAndInfo)
     start("outputs=3\n");
     ASSERT_NE(hear("info"), "");
     say("*COMMAND=set\n*TYPE=message\nname=inputs\nvalue=4");
-    EXPECT_EQ(hear("info"), INFO_OF_FOUR_INPUTS);
+    EXPECT_EQ(hear("info"), info_record(4, 3));
     EXPECT_TRUE(logs("<DBG>Changing number of inputs to 4"));
 }
 

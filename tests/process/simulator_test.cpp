@@ -1,6 +1,7 @@
 // The real program between a parent and the simulated router as a program of its own.
 #include <gmock/gmock.h>
 
+#include "support/info_record.h"
 #include "support/process_test.h"
 
 using testing::AllOf;
@@ -22,11 +23,7 @@ TEST_F(Simulator, IsDiscovered)
     start_simulator({"--sources", "4", "--destinations", "3"});
     start_on_simulator(backend);
     EXPECT_EQ(hear_line("model=Simulated router"),
-              "*COMMAND=info\n*TYPE=message\ncompany=Grass Valley\n"
-              "copyright=Copyright (C) 2026 the routing switcher backend's authors\n"
-              "firmware version=Router simulator 1.0 [r1]\ninputs=4\nmodel=Simulated router\n"
-              "output routing controls=all\noutputs=3\n"
-              "product=Grass Valley Native Protocol switcher or compatible\n\n");
+              info_record(4, 3, "Simulated router", "Router simulator 1.0 [r1]"));
     EXPECT_EQ(hear("inputs"), "*COMMAND=inputs\n*TYPE=message\n"
                               "i0.name=CAM 1\ni1.name=CAM 2\ni2.name=CAM 3\ni3.name=CAM 4\n\n");
     EXPECT_EQ(hear("outputs"), "*COMMAND=outputs\n*TYPE=message\n"

@@ -3,22 +3,12 @@
 #include "frame/settings.h"
 #include "router_model/state.h"
 #include "support/backend_test.h"
+#include "support/info_record.h"
 
 namespace {
 class RoutingReport : public BackendTest {};
 class NamesReport : public BackendTest {};
 class InfoReport : public BackendTest {};
-
-std::string info(const std::string& inputs, const std::string& outputs, const std::string& firmware,
-                 const std::string& model)
-{
-    return "*COMMAND=info\n*TYPE=message\ncompany=Grass Valley\n"
-           "copyright=Copyright (C) 2026 the routing switcher backend's authors\n"
-           "firmware version=" +
-           firmware + "\ninputs=" + inputs + "\nmodel=" + model +
-           "\noutput routing controls=all\noutputs=" + outputs +
-           "\nproduct=Grass Valley Native Protocol switcher or compatible\n\n";
-}
 } // namespace
 
 TEST_F(RoutingReport, IsNotSentWithoutChanges)
@@ -120,7 +110,7 @@ TEST_F(InfoReport, TellsCountsAndIdentity)
     device_model = "Model 3";
     software_title = "Title 1.2";
     send_info_report();
-    EXPECT_EQ(parent_hears(), info("12", "256", "Title 1.2 [r5]", "Model 3"));
+    EXPECT_EQ(parent_hears(), info_record(12, 256, "Model 3", "Title 1.2 [r5]"));
 }
 
 TEST_F(InfoReport, IsEmptyOfIdentityBeforeDiscovery)
@@ -129,7 +119,7 @@ TEST_F(InfoReport, IsEmptyOfIdentityBeforeDiscovery)
     configured_outputs = 4;
     recompute_io_counts();
     send_info_report();
-    EXPECT_EQ(parent_hears(), info("8", "4", "", ""));
+    EXPECT_EQ(parent_hears(), info_record(8, 4));
 }
 
 TEST_F(InfoReport, IsSentOnTheFirstPassAndAfterEachChangeOfCounts)
@@ -137,10 +127,10 @@ TEST_F(InfoReport, IsSentOnTheFirstPassAndAfterEachChangeOfCounts)
     install_commands();
     configured_outputs = 4;
     run_passes(2);
-    EXPECT_EQ(parent_hears(), info("0", "4", "", ""));
+    EXPECT_EQ(parent_hears(), info_record(0, 4));
     parent_says("*TYPE=message\n*COMMAND=set\nname=outputs\nvalue=300");
     run_passes(40);
-    EXPECT_EQ(parent_hears(), info("0", "256", "", ""));
+    EXPECT_EQ(parent_hears(), info_record(0, 256));
 }
 
 TEST_F(InfoReport, LeavesItsFlagToTheCaller)

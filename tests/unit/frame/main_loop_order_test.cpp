@@ -18,6 +18,7 @@
 #include "router_model/route_queue.h"
 #include "router_model/state.h"
 #include "support/backend_test.h"
+#include "support/info_record.h"
 
 namespace {
 class MainLoopOrder : public BackendTest {
@@ -72,15 +73,6 @@ const std::string SEND_TI = "<DBG>Send to router: " + frame(body("TI", {"1", "2"
 const std::string SEND_QI = "<DBG>Send to router: " + frame(body("QI", {"1", "0"})) + "\n";
 constexpr const char* CLOSED = "<NOTE>Connection to router closed\n";
 constexpr const char* ROUTING = "*COMMAND=outputs\n*TYPE=message\no0.input.all=3\n\n";
-
-std::string info(const char* inputs, const char* outputs)
-{
-    return "*COMMAND=info\n*TYPE=message\ncompany=Grass Valley\n"
-           "copyright=Copyright (C) 2026 the routing switcher backend's authors\n"
-           "firmware version=\ninputs=" +
-           std::string(inputs) + "\nmodel=\noutput routing controls=all\noutputs=" + outputs +
-           "\nproduct=Grass Valley Native Protocol switcher or compatible\n\n";
-}
 } // namespace
 
 TEST_F(MainLoopOrder, DoesNothingOnceQuitIsRequested)
@@ -124,7 +116,7 @@ TEST_F(MainLoopOrder, TakesEverythingThatIsDueInItsTurn)
               "<DBG>Now sending delayed route changes\n" + SEND_TI + SEND_QI + CLOSED + ROUTING +
                   "<ERR>Cannot connect, cannot parse IP address\n"
                   "<DBG>Changing number of inputs to 5\n" +
-                  info("5", "4") + "*COMMAND=inputs\n*TYPE=message\ni0.name=Camera\n\n" +
+                  info_record(5, 4) + "*COMMAND=inputs\n*TYPE=message\ni0.name=Camera\n\n" +
                   "*COMMAND=outputs\n*TYPE=message\no0.name=Monitor\n\n");
     EXPECT_FALSE(disconnect_requested);
     EXPECT_FALSE(io_counts_changed);
@@ -143,14 +135,14 @@ TEST_F(MainLoopOrder, ReportsAllBeforeItWaits)
         before_wait += diagnostics();
     };
     ASSERT_TRUE(main_loop_pass());
-    EXPECT_EQ(before_wait, info("0", "0") + "*COMMAND=inputs\n*TYPE=message\n\n" +
+    EXPECT_EQ(before_wait, info_record(0, 0) + "*COMMAND=inputs\n*TYPE=message\n\n" +
                                "*COMMAND=outputs\n*TYPE=message\n\n");
 }
 
 TEST_F(MainLoopOrder, ReportsEachOnItsOwnFlagAndOnce)
 {
     info_report_pending = true;
-    EXPECT_EQ(transcript_of_a_pass(), info("0", "0"));
+    EXPECT_EQ(transcript_of_a_pass(), info_record(0, 0));
     inputs_report_pending = true;
     EXPECT_EQ(transcript_of_a_pass(), "*COMMAND=inputs\n*TYPE=message\n\n");
     outputs_report_pending = true;
@@ -229,7 +221,7 @@ TEST_F(MainLoopOrder, DiscoversBeforeItRecomputesTheCounts)
     const std::string text = transcript_of_a_pass();
     const std::string end = "<ERR>Timeout during query (d=0 s=0 l=0)\n<ERR>Unable to send message\n"
                             "<DBG>Changing number of inputs to 5\n" +
-                            info("5", "0");
+                            info_record(5, 0);
     EXPECT_EQ(text.substr(text.size() - std::min(text.size(), end.size())), end);
     EXPECT_FALSE(io_counts_changed);
 }

@@ -1,4 +1,5 @@
 #include "frame/settings.h"
+#include "support/info_record.h"
 #include "unit/router_model/discovery_fixture.h"
 
 namespace {
@@ -20,15 +21,6 @@ struct firmware_case {
 };
 
 class FirmwareText : public DiscoveryTest, public testing::WithParamInterface<firmware_case> {};
-
-std::string info(const std::string& inputs, const std::string& outputs)
-{
-    return "*COMMAND=info\n*TYPE=message\ncompany=Grass Valley\n"
-           "copyright=Copyright (C) 2026 the routing switcher backend's authors\n"
-           "firmware version=\ninputs=" +
-           inputs + "\nmodel=\noutput routing controls=all\noutputs=" + outputs +
-           "\nproduct=Grass Valley Native Protocol switcher or compatible\n\n";
-}
 } // namespace
 
 TEST_P(FirmwareText, IsComposedOfTitleAndRevision)
@@ -64,7 +56,7 @@ TEST_F(DiscoveryEnd, RecomputesTheCountsWhenTheyAreDue)
     EXPECT_FALSE(info_report_pending);
     EXPECT_TRUE(inputs_report_pending);
     EXPECT_TRUE(outputs_report_pending);
-    EXPECT_EQ(parent_hears(), info("2", "3"));
+    EXPECT_EQ(parent_hears(), info_record(2, 3));
 }
 
 TEST_F(DiscoveryEnd, LeavesTheCountsWhenNothingHasChanged)
@@ -74,7 +66,7 @@ TEST_F(DiscoveryEnd, LeavesTheCountsWhenNothingHasChanged)
     number_of_outputs = 1;
     run_discovery();
     EXPECT_EQ(number_of_outputs, 1U);
-    EXPECT_EQ(parent_hears(), info("0", "1"));
+    EXPECT_EQ(parent_hears(), info_record(0, 1));
 }
 
 TEST_F(DiscoveryEnd, SendsWhatWasFlushedWhileTheRouterWasAway)
@@ -115,7 +107,7 @@ TEST_F(DiscoveryEnd, SendsRouteChangesBeforeTheInfoReport)
     parent_says_at_dispatch(DISPATCHES_BEFORE_QUERIES + 1,
                             "*TYPE=command\n*COMMAND=report\nwhat=inputs");
     run_discovery();
-    EXPECT_EQ(parent_hears(), "*TYPE=reply\n\n" + info("2", "1"));
+    EXPECT_EQ(parent_hears(), "*TYPE=reply\n\n" + info_record(2, 1));
 }
 
 TEST_F(DiscoveryEnd, LeavesTheFlagDownWhenTheLinkIsLostInTheBurst)
@@ -125,7 +117,7 @@ TEST_F(DiscoveryEnd, LeavesTheFlagDownWhenTheLinkIsLostInTheBurst)
     break_message(12);
     run_discovery();
     EXPECT_FALSE(discovery_needed);
-    EXPECT_EQ(parent_hears(), info("2", "1"));
+    EXPECT_EQ(parent_hears(), info_record(2, 1));
     EXPECT_TRUE(logged("<ERR>Unable to send message"));
 }
 
@@ -147,7 +139,7 @@ TEST_F(DiscoveryEnd, SendsTheInfoReportBeforeTheOutputQueryAndTheRoutingReportAf
     parent_says_at_dispatch(DISPATCHES_BEFORE_QUERIES + 1,
                             "*TYPE=command\n*COMMAND=report\nwhat=inputs");
     run_discovery();
-    EXPECT_EQ(parent_hears(), info("2", "1") + "*TYPE=reply\n\n" +
+    EXPECT_EQ(parent_hears(), info_record(2, 1) + "*TYPE=reply\n\n" +
                                   "*COMMAND=outputs\n*TYPE=message\no0.input.all=1\n\n");
 }
 
@@ -193,6 +185,6 @@ TEST_F(DiscoveryEnd, StopsWhenAnOutputQueryCannotBeSent)
     run_discovery();
     EXPECT_TRUE(logged("<ERR>Unable to send message"));
     EXPECT_EQ(router_hears(), all_requests({"BK D", "BK A", "QI 1 0"}));
-    EXPECT_EQ(parent_hears(), info("2", "4"));
+    EXPECT_EQ(parent_hears(), info_record(2, 4));
     EXPECT_EQ(accepted_route_changes.size(), 1U) << "no routing report";
 }

@@ -12,6 +12,7 @@
 #include "router_model/route_queue.h"
 #include "router_model/state.h"
 #include "support/backend_test.h"
+#include "support/info_record.h"
 
 using Requests = std::vector<std::string>;
 
@@ -61,13 +62,9 @@ class PlayedSession : public BackendTest {
         }
     }
 
-    static std::string info_record(const std::string& inputs, const std::string& outputs)
+    static std::string info_of(int inputs, int outputs)
     {
-        return "*COMMAND=info\n*TYPE=message\ncompany=Grass Valley\n"
-               "copyright=Copyright (C) 2026 the routing switcher backend's authors\n"
-               "firmware version=Title 1.2 [r5]\ninputs=" +
-               inputs + "\nmodel=Model 3\noutput routing controls=all\noutputs=" + outputs +
-               "\nproduct=Grass Valley Native Protocol switcher or compatible\n\n";
+        return info_record(inputs, outputs, "Model 3", "Title 1.2 [r5]");
     }
 
     static inline const std::string SOURCE_ANSWER = frame(

@@ -10,7 +10,7 @@ TEST_F(ScenarioSession, StartsWithDiscoveryAndTellsTheParent)
     router_answers("QI 2 0", frame(body("IQ", {"2", "x", "x", "x", "1"})));
     run_passes(3);
     EXPECT_EQ(router_hears(), DISCOVERY_REQUESTS);
-    EXPECT_EQ(parent_hears(), info_record("3", "2") + INPUT_NAMES + OUTPUT_NAMES +
+    EXPECT_EQ(parent_hears(), info_of(3, 2) + INPUT_NAMES + OUTPUT_NAMES +
                                   "*COMMAND=outputs\n*TYPE=message\n"
                                   "o0.input.all=2\no1.input.all=0\n\n");
 }
@@ -36,7 +36,7 @@ TEST_F(ScenarioSession, ReadsChangedNamesAgain)
     router_answers("QD", frame(body("DQ", {})));
     run_until(next_status_request + 200'000);
     EXPECT_EQ(router_hears(), (Requests{"BK F", "QN IS", "QN ID", "BK f 14", "QD"}));
-    EXPECT_EQ(parent_hears(), info_record("3", "2") + INPUT_NAMES + OUTPUT_NAMES);
+    EXPECT_EQ(parent_hears(), info_of(3, 2) + INPUT_NAMES + OUTPUT_NAMES);
 }
 
 TEST_F(ScenarioSession, CarriesARouteChangeFromTheParentToTheReport)
@@ -84,8 +84,8 @@ TEST_F(ScenarioSession, FollowsTheCountsThatTheParentSets)
     run_until_parent_is_served();
     EXPECT_EQ(router_hears(), (Requests{"QI 1 0"}));
     EXPECT_TRUE(staged_route_changes.empty());
-    EXPECT_EQ(parent_hears(), info_record("3", "1") + "*TYPE=reply\n\n" +
-                                  "*COMMAND=route output\n*TYPE=reply\n\n" + info_record("3", "2"));
+    EXPECT_EQ(parent_hears(), info_of(3, 1) + "*TYPE=reply\n\n" +
+                                  "*COMMAND=route output\n*TYPE=reply\n\n" + info_of(3, 2));
 }
 
 TEST_F(ScenarioSession, DropsARouteReportBeyondALoweredCount)
