@@ -83,6 +83,14 @@ TEST_F(RouterView, ShowsRequestAsPendingUntilReported)
     EXPECT_EQ(view.routes[0].request, request_state::none);
 }
 
+TEST_F(RouterView, RequestBeforeTheFirstInfoIsPending)
+{
+    view = {};
+    ask(0, 1);
+    EXPECT_TRUE(any_pending(view));
+    EXPECT_THAT(route("0", "1"), ElementsAre("0 now shows 1: confirmed"));
+}
+
 TEST_F(RouterView, RequestForWhatIsShownIsConfirmedByReportAlone)
 {
     ask(0, 1);
