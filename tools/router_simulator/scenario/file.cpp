@@ -107,7 +107,7 @@ std::vector<std::size_t> read_cuts(located_object& from)
 
 std::string read_code(located_object& from)
 {
-    const std::string code = read_text(from, "code");
+    std::string code = read_text(from, "code");
     std::uint8_t value = 0;
     if (code.size() != 2 || !common::read_hexadecimal(code, value))
         refuse_key(from, "code", "two hexadecimal digits");
