@@ -36,15 +36,18 @@ class Soak : public ProcessTest {
 
     void run_on_simulator(const std::string& events)
     {
-        start_simulator({"--sources", "64", "--destinations", "64"});
-        run("Listening on 127.0.0.1:" + simulator_port + "\n@ 0 start seed=1\n" + events, "1");
+        start_simulator({"--sources", "64", "--destinations", "64", "--source-base", "1",
+                         "--destination-base", "1"});
+        run("Listening on 127.0.0.1:" + simulator_port + "\n" + events, "1");
     }
 };
 } // namespace
 
 TEST_F(Soak, LossIsFoundOut)
 {
-    run_on_simulator("@ 0.1 connected client=1\n@ 0.1 take destination=3 source=9 by=scenario\n");
+    run_on_simulator(R"({"event":"connected","client":1}
+{"event":"take","destination":3,"source":9,"by":"scenario"}
+)");
     EXPECT_THAT(printed, HasSubstr("FAULT: changed by the router, unknown to the parent after "
                                    "three undisturbed queries: output 2 input 8, told 2\n"));
     EXPECT_THAT(printed, HasSubstr("faults: FAILED\n"));

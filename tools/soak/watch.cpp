@@ -10,9 +10,6 @@ namespace soak {
 namespace {
 constexpr std::size_t FAULTS_TOLD = 50; // what follows is the same over and over
 
-const std::set<std::string> LASTING_FAULTS = {"silence", "stop reading", "refuse",
-                                              "ignore",  "burst",        "endless"};
-
 // A report of wrong positions may still be on its way when the right names have come.
 constexpr us_time_t DOUBT_LASTS_US = 2'000'000;
 constexpr us_time_t LONGEST_PROMPT_WAIT_US = 1'000'000;
@@ -37,48 +34,30 @@ void note_fault(soak_watch& watch, const std::string& fault)
     if (watch.faults.size() < FAULTS_TOLD) watch.faults.push_back(fault);
 }
 
-namespace {
-// A fault of a connection ends with it, at the latest; 0 stands for all connections.
-void take_lasting(soak_watch& watch, const event_line& event)
+void take_event(soak_watch& watch, const router_event& event, us_time_t now)
 {
-    const int client = number_value(event, "client").value_or(0);
-    const bool of_all = event.what == "refuse" || event.what == "ignore";
-    if (event.what == "gone")
-        std::erase_if(watch.lasting, [client](const auto& each) { return each.second == client; });
-    else if (event.what.starts_with("end of "))
-        watch.lasting.erase({event.what.substr(7), client});
-    else if (LASTING_FAULTS.contains(event.what) && (client != 0 || of_all))
-        watch.lasting.insert({event.what, client});
-}
-
-void take_disturbance(soak_watch& watch, const event_line& event, us_time_t now)
-{
-    note_disturbance(watch.routes, now);
-    take_lasting(watch, event);
-    if (event.what == "connected")
-        watch.link.client = number_value(event, "client").value_or(watch.link.client);
-    const auto request = event.values.find("request");
-    if (request != event.values.end() && request->second.starts_with("\"QN") &&
-        event.what != "cut") // which only takes time
-        watch.link.misled = number_value(event, "client").value_or(watch.link.client);
-}
-} // namespace
-
-void take_event(soak_watch& watch, const event_line& event, us_time_t now)
-{
-    ++watch.events[event.what];
-    const auto destination = position_value(event, "destination");
-    const auto source = position_value(event, "source");
-    if (event.what == "take" && destination && source) {
-        router_shows(watch.routes, *destination, *source, now);
-        const auto by = event.values.find("by");
-        if (by != event.values.end() && by->second.starts_with("client"))
-            note_take(watch.conduct, *destination, *source);
-        return;
+    const std::string name = event.fault.empty() ? event.kind : event.fault;
+    ++watch.events[event.kind == "end of fault" ? "end of " + name : name];
+    if (event.kind == "take") {
+        router_shows(watch.routes, event.destination, event.source, now);
+        if (event.by == "client") note_take(watch.conduct, event.destination, event.source);
     }
-    if (event.what == "contradict" && destination && source)
-        router_claims(watch.routes, *destination, *source, now);
-    if (event.what != "start" && event.what != "delay") take_disturbance(watch, event, now);
+    // What happens all the time, or only takes time.
+    if (event.kind == "start" || event.kind == "take" || event.fault == "delay") return;
+    note_disturbance(watch.routes, now);
+    if (event.fault == "contradict")
+        router_claims(watch.routes, event.destination, event.source, now);
+    if (event.lasting) watch.lasting.insert({event.fault, event.client});
+    if (event.kind == "end of fault") watch.lasting.erase({event.fault, event.client});
+    if (event.kind == "gone")
+        std::erase_if(watch.lasting, [&](const auto& each) { return each.second == event.client; });
+    if (event.kind == "connected") {
+        watch.link.client = event.client;
+        // The connection before this one may never end: the router may have forgotten it.
+        std::erase_if(watch.lasting, [](const auto& each) { return each.second != 0; });
+    }
+    if (event.request.starts_with("QN") && event.fault != "cut") // which only takes time
+        watch.link.misled = event.client;
 }
 
 namespace {

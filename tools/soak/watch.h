@@ -11,10 +11,10 @@
 
 #include "parent/record.h"
 #include "soak/conduct.h"
-#include "soak/event_line.h"
 #include "soak/reply_ledger.h"
 #include "soak/report_ledger.h"
 #include "soak/route_ledger.h"
+#include "soak/router_event.h"
 
 namespace soak {
 
@@ -36,8 +36,9 @@ struct soak_watch {
     report_ledger reports;
     route_ledger routes;
     link_watch link;
-    std::set<std::pair<std::string, int>> lasting;   // faults under way, with their connection
-    std::map<std::string, std::uint64_t> events;     // of the simulated router, by what
+    std::set<std::pair<std::string, int>>
+        lasting;                                 // faults under way, with their connection, 0: all
+    std::map<std::string, std::uint64_t> events; // of the simulated router, by what
     std::map<std::string, std::uint64_t> complaints; // lines of NOTE, WARN and ERR
     std::vector<std::string> faults;                 // what must not be: the first of them
     std::uint64_t fault_count = 0;
@@ -46,7 +47,7 @@ struct soak_watch {
 // Nothing when the text is empty.
 void note_fault(soak_watch& watch, const std::string& fault);
 
-void take_event(soak_watch& watch, const event_line& event, us_time_t now);
+void take_event(soak_watch& watch, const router_event& event, us_time_t now);
 void take_record(soak_watch& watch, const ParentRecord& record, us_time_t now);
 void take_diagnostics(soak_watch& watch, const std::string& line, us_time_t now);
 

@@ -19,7 +19,7 @@ class Watch : public testing::Test {
     void SetUp() override
     {
         watch.routes = make_route_ledger(2, now);
-        event("@ 0 connected client=1");
+        event(R"({"event":"connected","client":1})");
         diagnostics("<NOTE>Connection sucessful.");
         diagnostics("<DBG>Router finished returning levels, sources, destinations");
         message("info", {{"inputs", "2"}, {"outputs", "2"}});
@@ -70,7 +70,7 @@ class Watch : public testing::Test {
 
 TEST_F(Watch, ChangeThatIsToldIsRight)
 {
-    event("@ 1 take destination=2 source=5 by=scenario");
+    event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     told(1, 4);
     pass(20 * SECOND);
     EXPECT_THAT(watch.faults, IsEmpty());
@@ -80,7 +80,7 @@ TEST_F(Watch, ChangeThatIsToldIsRight)
 
 TEST_F(Watch, ChangeThatIsNotToldIsAFault)
 {
-    event("@ 1 take destination=2 source=5 by=scenario");
+    event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     pass(20 * SECOND);
     EXPECT_THAT(watch.faults,
                 ElementsAre("changed by the router, unknown to the parent after 5 s of polling: "
@@ -90,8 +90,8 @@ TEST_F(Watch, ChangeThatIsNotToldIsAFault)
 
 TEST_F(Watch, AcceptedChangeWithoutReportIsAFault)
 {
-    event("@ 1 take destination=2 source=5 by=scenario");
-    event("@ 1 lose client=1 request=\"QI 2 0\"");
+    event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
+    event(R"({"event":"fault","fault":"lose","client":1,"request":"QI 2 0"})");
     diagnostics("<DBG>Accepting route change output=1 input=4");
     pass(30 * SECOND);
     EXPECT_THAT(watch.faults, ElementsAre("accepted but never reported: output 1 input 4"));
@@ -122,7 +122,7 @@ TEST_F(Watch, NamesAreNoRoutes)
 
 TEST_F(Watch, ContradictionMayBeTold)
 {
-    event("@ 1 contradict client=1 destination=2 source=9");
+    event(R"({"event":"fault","fault":"contradict","client":1,"destination":2,"source":9})");
     told(1, 8);
     pass(3 * SECOND);
     EXPECT_THAT(watch.faults, IsEmpty());
@@ -133,34 +133,45 @@ TEST_F(Watch, ContradictionMayBeTold)
 
 TEST_F(Watch, FaultThatLastsExcusesToItsEnd)
 {
-    event("@ 1 burst client=1");
+    event(R"({"event":"fault","fault":"burst","lasting":true,"client":1})");
     pass(20 * SECOND);
-    event("@ 1 take destination=2 source=5 by=scenario");
+    event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     pass(20 * SECOND);
     EXPECT_THAT(watch.faults, IsEmpty());
-    event("@ 1 end of burst client=1");
+    event(R"({"event":"end of fault","fault":"burst","client":1})");
     told(1, 4);
     pass(20 * SECOND);
-    event("@ 1 take destination=2 source=6 by=scenario");
+    event(R"({"event":"take","destination":2,"source":6,"by":"scenario"})");
     pass(20 * SECOND);
     EXPECT_EQ(watch.fault_count, 1U);
 }
 
 TEST_F(Watch, FaultOfAConnectionEndsWithIt)
 {
-    event("@ 1 silence client=1");
-    event("@ 1 refuse");
-    event("@ 1 gone client=1");
+    event(R"({"event":"fault","fault":"silence","lasting":true,"client":1})");
+    event(R"({"event":"fault","fault":"refuse","lasting":true})");
+    event(R"({"event":"gone","client":1})");
     EXPECT_THAT(watch.lasting, ElementsAre(std::pair("refuse", 0)));
+}
+
+TEST_F(Watch, FaultOfAForgottenConnectionEndsWithTheNextOne)
+{
+    event(R"({"event":"fault","fault":"half-open","lasting":true,"client":1})");
+    event(R"({"event":"fault","fault":"ignore","lasting":true})");
+    event(R"({"event":"connected","client":2})");
+    EXPECT_THAT(watch.lasting, ElementsAre(std::pair("ignore", 0)));
+    event(R"({"event":"end of fault","fault":"ignore"})");
+    EXPECT_THAT(watch.lasting, IsEmpty());
+    EXPECT_EQ(watch.events.at("end of ignore"), 1U);
 }
 
 TEST_F(Watch, LostConnectionExcusesUntilTheRouterIsLearnt)
 {
     diagnostics("<NOTE>Connection to router closed");
-    event("@ 1 take destination=2 source=5 by=scenario");
+    event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     pass(60 * SECOND);
     EXPECT_THAT(watch.faults, IsEmpty());
-    event("@ 1 connected client=2");
+    event(R"({"event":"connected","client":2})");
     diagnostics("<NOTE>Connection sucessful.");
     diagnostics("<DBG>Router finished returning levels, sources, destinations");
     told(1, 4);
@@ -172,15 +183,15 @@ TEST_F(Watch, LostConnectionExcusesUntilTheRouterIsLearnt)
 
 TEST_F(Watch, SpoiltNamesExcuseUntilTheNextConnection)
 {
-    event("@ 1 checksum client=1 request=\"QN ID\"");
+    event(R"({"event":"fault","fault":"checksum","client":1,"request":"QN ID"})");
     told(0, 1); // a position that has moved
     pass(60 * SECOND);
     EXPECT_THAT(watch.faults, IsEmpty());
-    event("@ 1 connected client=2");
+    event(R"({"event":"connected","client":2})");
     told(0, 0);
-    event("@ 1 cut client=2 request=\"QN ID\"");
+    event(R"({"event":"fault","fault":"cut","client":2,"request":"QN ID"})");
     pass(60 * SECOND);
-    event("@ 1 take destination=2 source=5 by=scenario");
+    event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     pass(60 * SECOND);
     EXPECT_EQ(watch.fault_count, 1U);
 }
@@ -224,7 +235,7 @@ TEST_F(Watch, EmptyReportIsAFault)
 TEST_F(Watch, TimedOutNamesExcuseUntilTheNextConnection)
 {
     diagnostics("<ERR>Timeout during query (d=0 s=1 l=1)");
-    event("@ 1 take destination=2 source=5 by=scenario");
+    event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     pass(60 * SECOND);
     EXPECT_THAT(watch.faults, IsEmpty());
 }
@@ -241,7 +252,7 @@ TEST_F(Watch, CommandThatReachesTheRouterDisturbs)
 {
     expect_reply(watch.replies, "7", {"route output", "", true, now});
     pass(2 * SECOND);
-    event("@ 1 take destination=2 source=5 by=scenario");
+    event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     take_record(watch, {"route output", "", "reply", "7", {}}, now);
     pass(60 * SECOND);
     EXPECT_THAT(watch.faults, IsEmpty());
@@ -276,7 +287,7 @@ TEST_F(Watch, ReportsOfABackendThatIsBehindAreNotJudged)
 TEST_F(Watch, ParentThatDoesNotReadMissesNothing)
 {
     expect_reply(watch.replies, "7", {"dance", "", false, now});
-    event("@ 1 take destination=2 source=5 by=scenario");
+    event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     diagnostics("<DBG>Accepting route change output=1 input=4");
     pass(60 * SECOND, false);
     EXPECT_THAT(watch.faults, IsEmpty());
