@@ -4,7 +4,7 @@
 #include <string>
 
 #include "soak/growth.h"
-#include "soak/watch.h"
+#include "soak/ledgers.h"
 
 namespace soak {
 

@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "soak/watch.h"
+#include "soak/ledgers.h"
 
 using namespace soak;
 using testing::ElementsAre;

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "soak/conduct.h"
+#include "soak/random_parent.h"
 
 using namespace soak;
 

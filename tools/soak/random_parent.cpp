@@ -1,4 +1,4 @@
-#include "soak/conduct.h"
+#include "soak/random_parent.h"
 
 namespace soak {
 

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "parent/record.h"
-#include "soak/conduct.h"
+#include "soak/random_parent.h"
 #include "soak/reply_ledger.h"
 #include "soak/report_ledger.h"
 #include "soak/route_ledger.h"

@@ -1,4 +1,4 @@
-#include "soak/watch.h"
+#include "soak/ledgers.h"
 
 #include <algorithm>
 #include <charconv>
