@@ -48,17 +48,17 @@ TEST_F(Soak, LossIsFoundOut)
     run_on_simulator(R"({"event":"connected","client":1}
 {"event":"take","destination":3,"source":9,"by":"scenario"}
 )");
-    EXPECT_THAT(printed, HasSubstr("FAULT: changed by the router, unknown to the parent after "
+    EXPECT_THAT(printed, HasSubstr("FINDING: changed by the router, unknown to the parent after "
                                    "three undisturbed queries: output 2 input 8, told 2\n"));
     EXPECT_THAT(printed, HasSubstr("faults: FAILED\n"));
     EXPECT_EQ(status, 1);
 }
 
-TEST_F(Soak, BackendThatEndsEarlyIsAFault)
+TEST_F(Soak, BackendThatEndsEarlyIsAFinding)
 {
     run("Listening on 127.0.0.1:1\n", "60", "/bin/true");
-    EXPECT_THAT(printed, HasSubstr("FAULT: the backend ended by itself\n"
-                                   "FAULT: the backend never reached the router\n"));
+    EXPECT_THAT(printed, HasSubstr("FINDING: the backend ended by itself\n"
+                                   "FINDING: the backend never reached the router\n"));
     EXPECT_EQ(status, 1);
 }
 

@@ -67,7 +67,7 @@ std::string kib_text(double kib)
 }
 } // namespace
 
-std::string growth_fault(const std::vector<cost_sample>& samples)
+std::string growth_finding(const std::vector<cost_sample>& samples)
 {
     const double heap = measure_growth(samples, &process_cost::heap_kib).growth;
     const double pss = measure_growth(samples, &process_cost::pss_kib).growth;

@@ -26,7 +26,7 @@ growth_figures measure_growth(const std::vector<cost_sample>& samples,
 // "", or what grew. Each flood larger than those before leaves its mark on the heap: half a MiB is
 // allowed, and 16 in a run of less than five minutes, most of which is floods met first. PSS also
 // changes by up to 2 MiB as other programs that use the same libraries come and go.
-std::string growth_fault(const std::vector<cost_sample>& samples);
+std::string growth_finding(const std::vector<cost_sample>& samples);
 
 // One character per sample or group of samples, higher for more.
 std::string sparkline(const std::vector<cost_sample>& samples, std::uint64_t process_cost::*count);

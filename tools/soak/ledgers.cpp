@@ -8,16 +8,16 @@
 namespace soak {
 
 namespace {
-constexpr std::size_t FAULTS_TOLD = 50; // what follows is the same over and over
+constexpr std::size_t FINDINGS_KEPT = 50; // what follows is the same over and over
 
 // A report of wrong positions may still be on its way when the right names have come.
 constexpr us_time_t DOUBT_LASTS_US = 2'000'000;
 constexpr us_time_t LONGEST_PROMPT_WAIT_US = 1'000'000;
 
-bool is_misled(const link_watch& link, us_time_t now)
+bool positions_are_doubtful(const link_watch& link, us_time_t now)
 {
-    return !link.up || !link.knows_inputs || !link.knows_outputs || link.misled == link.client ||
-           now - link.learnt < DOUBT_LASTS_US;
+    return !link.up || !link.knows_inputs || !link.knows_outputs ||
+           link.names_spoilt_on == link.client || now - link.learnt < DOUBT_LASTS_US;
 }
 
 void learn(link_watch& link, bool& fact, bool holds, us_time_t now)
@@ -27,14 +27,14 @@ void learn(link_watch& link, bool& fact, bool holds, us_time_t now)
 }
 } // namespace
 
-void note_fault(soak_watch& watch, const std::string& fault)
+void note_finding(soak_watch& watch, const std::string& fault)
 {
     if (fault.empty()) return;
-    ++watch.fault_count;
-    if (watch.faults.size() < FAULTS_TOLD) watch.faults.push_back(fault);
+    ++watch.finding_count;
+    if (watch.findings.size() < FINDINGS_KEPT) watch.findings.push_back(fault);
 }
 
-void take_event(soak_watch& watch, const router_event& event, us_time_t now)
+void enter_event(soak_watch& watch, const router_event& event, us_time_t now)
 {
     const std::string name = event.fault.empty() ? event.kind : event.fault;
     ++watch.events[event.kind == "end of fault" ? "end of " + name : name];
@@ -57,12 +57,12 @@ void take_event(soak_watch& watch, const router_event& event, us_time_t now)
         std::erase_if(watch.lasting, [](const auto& each) { return each.second != 0; });
     }
     if (event.request.starts_with("QN") && event.fault != "cut") // which only takes time
-        watch.link.misled = event.client;
+        watch.link.names_spoilt_on = event.client;
 }
 
 namespace {
 // Takes the decimal number that the text begins with off its front.
-std::optional<int> take_number(std::string_view& text)
+std::optional<int> cut_number(std::string_view& text)
 {
     int number = 0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -71,7 +71,7 @@ std::optional<int> take_number(std::string_view& text)
     return number;
 }
 
-bool take_prefix(std::string_view& text, std::string_view prefix)
+bool cut_prefix(std::string_view& text, std::string_view prefix)
 {
     if (!text.starts_with(prefix)) return false;
     text.remove_prefix(prefix.size());
@@ -80,24 +80,25 @@ bool take_prefix(std::string_view& text, std::string_view prefix)
 
 std::optional<int> output_of(std::string_view name)
 {
-    if (!take_prefix(name, "o")) return std::nullopt;
-    const auto output = take_number(name);
+    if (!cut_prefix(name, "o")) return std::nullopt;
+    const auto output = cut_number(name);
     return name == ".input.all" ? output : std::nullopt;
 }
 
-void take_reported_routes(soak_watch& watch, const ParentRecord& record, us_time_t now)
+void enter_reported_routes(soak_watch& watch, const ParentRecord& record, us_time_t now)
 {
     std::map<int, int> routes;
     for (const auto& [name, value] : record.fields) {
         const auto output = output_of(name);
         if (!output) continue;
         std::string_view text = value;
-        const int input = take_number(text).value_or(-1); // "none"
+        const int input = cut_number(text).value_or(-1); // "none"
         routes[*output] = input;
-        const auto tell = is_misled(watch.link, now) ? parent_may_be_told_wrong : parent_is_told;
+        const auto tell =
+            positions_are_doubtful(watch.link, now) ? note_doubtful_report : note_reported;
         tell(watch.routes, *output, input, now);
     }
-    take_reported(watch.reports, routes, now);
+    enter_report(watch.reports, routes, now);
 }
 
 // Whether the record tells of as many sources, or destinations, as the router has.
@@ -108,7 +109,7 @@ bool tells_all(const soak_watch& watch, const ParentRecord& info, const char* wh
            found->second == std::to_string(watch.routes.destinations.size());
 }
 
-void take_info(soak_watch& watch, const ParentRecord& info, us_time_t now)
+void enter_info(soak_watch& watch, const ParentRecord& info, us_time_t now)
 {
     link_watch& link = watch.link;
     learn(link, link.knows_inputs, tells_all(watch, info, "inputs"), now);
@@ -116,7 +117,7 @@ void take_info(soak_watch& watch, const ParentRecord& info, us_time_t now)
 }
 
 // Every report of names holds all of them.
-void take_names(link_watch& link, const ParentRecord& record)
+void enter_names(link_watch& link, const ParentRecord& record)
 {
     for (const auto& [name, value] : record.fields)
         if (name.ends_with(".name") && value.empty())
@@ -130,46 +131,46 @@ bool holds_routes(const soak_watch& watch, const ParentRecord& record)
                                  : !record.fields.begin()->first.ends_with(".name");
 }
 
-void take_message(soak_watch& watch, const ParentRecord& record, us_time_t now)
+void enter_message(soak_watch& watch, const ParentRecord& record, us_time_t now)
 {
-    if (record.command == "info") take_info(watch, record, now);
+    if (record.command == "info") enter_info(watch, record, now);
     if (record.command == "outputs" && holds_routes(watch, record))
-        take_reported_routes(watch, record, now);
+        enter_reported_routes(watch, record, now);
     else
-        take_names(watch.link, record);
+        enter_names(watch.link, record);
 }
 } // namespace
 
-void take_record(soak_watch& watch, const ParentRecord& record, us_time_t now)
+void enter_record(soak_watch& watch, const ParentRecord& record, us_time_t now)
 {
-    if (record.type != "reply") return take_message(watch, record, now);
+    if (record.type != "reply") return enter_message(watch, record, now);
     const expected_reply* const expected = find_reply(watch.replies, record.id);
     const bool reached_router = expected != nullptr && expected->reaches_router;
     if (!note_proof_reply(watch.conduct, record.id, now) && reached_router)
         note_disturbance(watch.routes, now);
-    note_fault(watch, take_reply(watch.replies, record, now));
+    note_finding(watch, enter_reply(watch.replies, record, now));
 }
 
 namespace {
-void take_accepted_line(soak_watch& watch, std::string_view line, us_time_t now)
+void enter_accepted_line(soak_watch& watch, std::string_view line, us_time_t now)
 {
-    if (!take_prefix(line, "<DBG>Accepting route change output=")) return;
-    const auto output = take_number(line);
-    const auto input = take_prefix(line, " input=") ? take_number(line) : std::nullopt;
-    if (output && input) take_accepted(watch.reports, *output, *input, now);
+    if (!cut_prefix(line, "<DBG>Accepting route change output=")) return;
+    const auto output = cut_number(line);
+    const auto input = cut_prefix(line, " input=") ? cut_number(line) : std::nullopt;
+    if (output && input) enter_accepted(watch.reports, *output, *input, now);
 }
 } // namespace
 
-void take_diagnostics(soak_watch& watch, const std::string& line, us_time_t now)
+void enter_diagnostics(soak_watch& watch, const std::string& line, us_time_t now)
 {
-    take_accepted_line(watch, line, now);
+    enter_accepted_line(watch, line, now);
     // Garbage in a line of DBG may hold line ends of its own.
     for (const char* level : {"<NOTE>", "<WARN>", "<ERR>"})
         if (line.starts_with(level)) ++watch.complaints[line];
     link_watch& link = watch.link;
     if (line == "<NOTE>Connection sucessful.") ++link.connections;
     if (line == "<NOTE>Connection to router closed") link.up = false;
-    if (line.starts_with("<ERR>Timeout during query")) link.misled = link.client;
+    if (line.starts_with("<ERR>Timeout during query")) link.names_spoilt_on = link.client;
     if (line == "<DBG>Router finished returning levels, sources, destinations")
         learn(link, link.up, true, now);
 }
@@ -186,15 +187,16 @@ bool backend_is_behind(const reply_ledger& replies, us_time_t now)
 
 void judge(soak_watch& watch, bool reading, us_time_t now)
 {
-    if (is_misled(watch.link, now) || !watch.lasting.empty() || !reading)
+    if (positions_are_doubtful(watch.link, now) || !watch.lasting.empty() || !reading)
         note_disturbance(watch.routes, now);
-    if (!reading || is_misled(watch.link, now) || backend_is_behind(watch.replies, now))
+    if (!reading || positions_are_doubtful(watch.link, now) ||
+        backend_is_behind(watch.replies, now))
         forget_reports(watch.reports, now);
-    note_fault(watch, judge_proofs(watch.conduct, watch.routes, now));
+    note_finding(watch, judge_proofs(watch.conduct, watch.routes, now));
     if (!reading) return;
-    note_fault(watch, take_overdue_reply(watch.replies, now));
-    note_fault(watch, take_report_fault(watch.reports, now));
-    note_fault(watch, take_route_fault(watch.routes, now));
+    note_finding(watch, find_overdue_reply(watch.replies, now));
+    note_finding(watch, find_wrong_report(watch.reports, now));
+    note_finding(watch, find_wrong_route(watch.routes, now));
 }
 
 bool all_settled(const soak_watch& watch)

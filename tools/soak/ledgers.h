@@ -26,7 +26,7 @@ struct link_watch {
     bool knows_outputs = false; // likewise
     us_time_t learnt = 0;       // when the last of these became true
     int client = 0;             // the simulated router's number for the connection made last
-    int misled = -1;            // the connection on which names were spoilt
+    int names_spoilt_on = -1;   // the connection on which names were spoilt
     std::uint64_t connections = 0;
 };
 
@@ -40,16 +40,16 @@ struct soak_watch {
         lasting;                                 // faults under way, with their connection, 0: all
     std::map<std::string, std::uint64_t> events; // of the simulated router, by what
     std::map<std::string, std::uint64_t> complaints; // lines of NOTE, WARN and ERR
-    std::vector<std::string> faults;                 // what must not be: the first of them
-    std::uint64_t fault_count = 0;
+    std::vector<std::string> findings;               // what must not be: the first of them
+    std::uint64_t finding_count = 0;
 };
 
 // Nothing when the text is empty.
-void note_fault(soak_watch& watch, const std::string& fault);
+void note_finding(soak_watch& watch, const std::string& fault);
 
-void take_event(soak_watch& watch, const router_event& event, us_time_t now);
-void take_record(soak_watch& watch, const ParentRecord& record, us_time_t now);
-void take_diagnostics(soak_watch& watch, const std::string& line, us_time_t now);
+void enter_event(soak_watch& watch, const router_event& event, us_time_t now);
+void enter_record(soak_watch& watch, const ParentRecord& record, us_time_t now);
+void enter_diagnostics(soak_watch& watch, const std::string& line, us_time_t now);
 
 // Judges what should be known by now; to be called again and again. `reading`: the parent reads.
 void judge(soak_watch& watch, bool reading, us_time_t now);

@@ -16,7 +16,7 @@ const expected_reply* find_reply(const reply_ledger& ledger, const std::string& 
     return found == ledger.open.end() ? nullptr : &found->second;
 }
 
-std::string take_reply(reply_ledger& ledger, const ParentRecord& reply, us_time_t now)
+std::string enter_reply(reply_ledger& ledger, const ParentRecord& reply, us_time_t now)
 {
     const auto found = ledger.open.find(reply.id);
     if (found == ledger.open.end())
@@ -37,7 +37,7 @@ void restart_waits(reply_ledger& ledger, us_time_t now)
         expected.sent = now;
 }
 
-std::string take_overdue_reply(reply_ledger& ledger, us_time_t now)
+std::string find_overdue_reply(reply_ledger& ledger, us_time_t now)
 {
     const auto overdue =
         std::find_if(ledger.open.begin(), ledger.open.end(), [&](const auto& each) {

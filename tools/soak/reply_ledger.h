@@ -35,12 +35,12 @@ void expect_reply(reply_ledger& ledger, const std::string& id, const expected_re
 const expected_reply* find_reply(const reply_ledger& ledger, const std::string& id);
 
 // "", or what is wrong with the reply.
-std::string take_reply(reply_ledger& ledger, const ParentRecord& reply, us_time_t now);
+std::string enter_reply(reply_ledger& ledger, const ParentRecord& reply, us_time_t now);
 
 // The parent itself did not read until now: no reply counts as late for that.
 void restart_waits(reply_ledger& ledger, us_time_t now);
 
 // "", or which command has waited for too long; that one is then forgotten.
-std::string take_overdue_reply(reply_ledger& ledger, us_time_t now);
+std::string find_overdue_reply(reply_ledger& ledger, us_time_t now);
 
 } // namespace soak

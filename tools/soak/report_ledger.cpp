@@ -65,13 +65,13 @@ void match_reports(report_ledger& ledger, us_time_t now)
 }
 } // namespace
 
-void take_accepted(report_ledger& ledger, int destination, int source, us_time_t now)
+void enter_accepted(report_ledger& ledger, int destination, int source, us_time_t now)
 {
     ledger.changes.push_back({destination, source, now});
     ++ledger.accepted;
 }
 
-void take_reported(report_ledger& ledger, const std::map<int, int>& routes, us_time_t now)
+void enter_report(report_ledger& ledger, const std::map<int, int>& routes, us_time_t now)
 {
     ledger.reported += routes.size();
     ++ledger.reports_seen;
@@ -97,7 +97,7 @@ std::string report_text(const routing_report& report)
 }
 } // namespace
 
-std::string take_report_fault(report_ledger& ledger, us_time_t now)
+std::string find_wrong_report(report_ledger& ledger, us_time_t now)
 {
     if (ledger.changes.size() > MOST_OPEN_CHANGES) forget_reports(ledger, now);
     match_reports(ledger, now);

@@ -50,14 +50,14 @@ struct report_ledger {
     std::uint64_t judged = 0; // of these; the rest was passed over
 };
 
-void take_accepted(report_ledger& ledger, int destination, int source, us_time_t now);
-void take_reported(report_ledger& ledger, const std::map<int, int>& routes, us_time_t now);
+void enter_accepted(report_ledger& ledger, int destination, int source, us_time_t now);
+void enter_report(report_ledger& ledger, const std::map<int, int>& routes, us_time_t now);
 
 // Judges nothing until a report can be told to be of changes since now.
 void forget_reports(report_ledger& ledger, us_time_t now);
 
 // "", or a change that was not reported or a report without its changes; all of it is then
 // forgotten. Floods are forgotten without a fault.
-std::string take_report_fault(report_ledger& ledger, us_time_t now);
+std::string find_wrong_report(report_ledger& ledger, us_time_t now);
 
 } // namespace soak

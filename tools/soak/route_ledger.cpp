@@ -18,7 +18,7 @@ route_ledger make_route_ledger(int destinations, us_time_t now)
         state.shown.push_back({i, now});
         state.known = false;
         state.unknown_since = now;
-        state.excused = true;
+        state.disturbed = true;
     }
     return ledger;
 }
@@ -37,13 +37,14 @@ void become_unknown(const route_ledger& ledger, destination_state& state, us_tim
     state.known = false;
     state.unknown_since = now;
     state.failed_queries = 0;
-    state.excused = !undisturbed_since(ledger, now - DISTURBANCE_LASTS_US);
+    state.disturbed = !undisturbed_since(ledger, now - DISTURBANCE_LASTS_US);
 }
 
 void compare(route_ledger& ledger, destination_state& state, us_time_t now)
 {
     const bool known = state.told == state.shown.back().source;
-    if (known && !state.known) ++(state.excused ? ledger.known_by_query : ledger.known_by_polling);
+    if (known && !state.known)
+        ++(state.disturbed ? ledger.known_by_query : ledger.known_by_polling);
     if (!known && state.known) become_unknown(ledger, state, now);
     state.known = known;
 }
@@ -68,13 +69,13 @@ void router_claims(route_ledger& ledger, int destination, int source, us_time_t 
     if (state != nullptr) state->shown.insert(state->shown.end() - 1, {source, now});
 }
 
-void parent_is_told(route_ledger& ledger, int destination, int source, us_time_t now)
+void note_reported(route_ledger& ledger, int destination, int source, us_time_t now)
 {
     ledger.unproved.push_back({destination, source, now});
-    parent_may_be_told_wrong(ledger, destination, source, now);
+    note_doubtful_report(ledger, destination, source, now);
 }
 
-void parent_may_be_told_wrong(route_ledger& ledger, int destination, int source, us_time_t now)
+void note_doubtful_report(route_ledger& ledger, int destination, int source, us_time_t now)
 {
     destination_state* const state = find_state(ledger, destination);
     if (state == nullptr) return;
@@ -86,7 +87,7 @@ void note_disturbance(route_ledger& ledger, us_time_t now)
 {
     ledger.last_disturbance = now;
     for (destination_state& state : ledger.destinations)
-        if (!state.known) state.excused = true;
+        if (!state.known) state.disturbed = true;
 }
 
 bool undisturbed_since(const route_ledger& ledger, us_time_t time)
@@ -112,10 +113,10 @@ std::string route_text(int destination, int source)
 }
 
 namespace {
-std::string take_invention(route_ledger& ledger, us_time_t now)
+std::string find_invented_route(route_ledger& ledger, us_time_t now)
 {
     while (!ledger.unproved.empty() && now - ledger.unproved.front().when > PROOF_LAG_US) {
-        const told_route told = ledger.unproved.front();
+        const reported_route told = ledger.unproved.front();
         ledger.unproved.pop_front();
         const destination_state* const state = find_state(ledger, told.destination);
         const bool shown = state != nullptr && std::any_of(state->shown.begin(), state->shown.end(),
@@ -132,21 +133,21 @@ std::string take_invention(route_ledger& ledger, us_time_t now)
 bool must_be_known(const destination_state& state, us_time_t now)
 {
     if (state.known) return false;
-    if (state.excused) return state.failed_queries > QUERIES_THAT_MAY_FAIL;
+    if (state.disturbed) return state.failed_queries > QUERIES_THAT_MAY_FAIL;
     return now - state.unknown_since > POLLING_MUST_SHOW_US;
 }
 } // namespace
 
-std::string take_route_fault(route_ledger& ledger, us_time_t now)
+std::string find_wrong_route(route_ledger& ledger, us_time_t now)
 {
-    std::string invention = take_invention(ledger, now);
+    std::string invention = find_invented_route(ledger, now);
     if (!invention.empty()) return invention;
     for (std::size_t i = 0; i < ledger.destinations.size(); ++i) {
         destination_state& state = ledger.destinations[i];
         if (!must_be_known(state, now)) continue;
         state.known = true;
         return std::string("changed by the router, unknown to the parent ") +
-               (state.excused ? "after three undisturbed queries: " : "after 5 s of polling: ") +
+               (state.disturbed ? "after three undisturbed queries: " : "after 5 s of polling: ") +
                route_text(static_cast<int>(i), state.shown.back().source) + ", told " +
                std::to_string(state.told);
     }

@@ -31,12 +31,12 @@ struct destination_state {
     int told = -1;     // to the parent last, -1: nothing yet
     bool known = true; // the parent knows what the router shows
     us_time_t unknown_since = 0;
-    bool excused = false;          // a disturbance struck since then
+    bool disturbed = false;        // a disturbance struck since then
     int failed_queries = 0;        // since then
     std::deque<shown_route> shown; // by the router, the current one last, and for two minutes back
 };
 
-struct told_route {
+struct reported_route {
     int destination = 0;
     int source = 0;
     us_time_t when = 0;
@@ -44,7 +44,7 @@ struct told_route {
 
 struct route_ledger {
     std::vector<destination_state> destinations; // by position
-    std::deque<told_route> unproved;             // told, to be held against what the router showed
+    std::deque<reported_route> unproved;         // told, to be held against what the router showed
     us_time_t last_disturbance = 0;
     std::uint64_t changes = 0;
     std::uint64_t known_by_polling = 0; // of the changes; the rest was overtaken by another one
@@ -57,9 +57,9 @@ route_ledger make_route_ledger(int destinations, us_time_t now);
 void router_shows(route_ledger& ledger, int destination, int source, us_time_t now);
 // The router says so once although it is not true.
 void router_claims(route_ledger& ledger, int destination, int source, us_time_t now);
-void parent_is_told(route_ledger& ledger, int destination, int source, us_time_t now);
+void note_reported(route_ledger& ledger, int destination, int source, us_time_t now);
 // The same while the backend has been given wrong names, and with them wrong positions.
-void parent_may_be_told_wrong(route_ledger& ledger, int destination, int source, us_time_t now);
+void note_doubtful_report(route_ledger& ledger, int destination, int source, us_time_t now);
 void note_disturbance(route_ledger& ledger, us_time_t now);
 bool undisturbed_since(const route_ledger& ledger, us_time_t time);
 
@@ -71,6 +71,6 @@ bool all_known(const route_ledger& ledger);
 
 // "", or a change that the parent does not know, or one that it was told and never was; it is then
 // taken as known.
-std::string take_route_fault(route_ledger& ledger, us_time_t now);
+std::string find_wrong_route(route_ledger& ledger, us_time_t now);
 
 } // namespace soak

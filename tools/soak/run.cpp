@@ -34,7 +34,7 @@ struct soak_run {
     us_time_t next_check = 0;
     us_time_t next_sample = 0;
     us_time_t next_line = 0;
-    std::size_t faults_told = 0;
+    std::size_t findings_printed = 0;
     std::vector<cost_sample> samples;
     std::vector<double> reconnections; // seconds since the start
 };
@@ -85,7 +85,7 @@ void read_router_lines(soak_run& run)
          end = run.partial_line.find('\n', begin)) {
         const auto event =
             parse_event(std::string_view(run.partial_line).substr(begin, end - begin));
-        if (event) take_event(run.watch, *event, now_us());
+        if (event) enter_event(run.watch, *event, now_us());
         begin = end + 1;
     }
     run.partial_line.erase(0, begin);
@@ -97,25 +97,25 @@ void read_backend(soak_run& run)
     const us_time_t now = now_us();
     const std::uint64_t connections = run.watch.link.connections;
     for (; !run.backend.diagnostics.empty(); run.backend.diagnostics.pop_front())
-        take_diagnostics(run.watch, run.backend.diagnostics.front(), now);
+        enter_diagnostics(run.watch, run.backend.diagnostics.front(), now);
     for (; !run.backend.records.empty(); run.backend.records.pop_front())
-        take_record(run.watch, run.backend.records.front(), now);
+        enter_record(run.watch, run.backend.records.front(), now);
     if (run.watch.link.connections > connections && connections > 0)
         run.reconnections.push_back(seconds_since_start(run));
 }
 
-void take_sample(soak_run& run)
+void measure(soak_run& run)
 {
     const auto cost = read_process_cost(run.backend.child.process);
     if (cost) run.samples.push_back({seconds_since_start(run), *cost});
 }
 
-void tell_faults(soak_run& run)
+void print_findings(soak_run& run)
 {
-    const std::vector<std::string>& faults = run.watch.faults;
-    for (; run.faults_told < faults.size(); ++run.faults_told)
-        std::printf("%6.0f s  FAULT: %s\n", seconds_since_start(run),
-                    faults[run.faults_told].c_str());
+    const std::vector<std::string>& faults = run.watch.findings;
+    for (; run.findings_printed < faults.size(); ++run.findings_printed)
+        std::printf("%6.0f s  FINDING: %s\n", seconds_since_start(run),
+                    faults[run.findings_printed].c_str());
 }
 
 void check(soak_run& run, us_time_t now)
@@ -123,9 +123,9 @@ void check(soak_run& run, us_time_t now)
     if (now < run.next_check) return;
     run.next_check = now + CHECK_US;
     judge(run.watch, run.backend.reads_output, now);
-    tell_faults(run);
+    print_findings(run);
     if (now >= run.next_sample) {
-        take_sample(run);
+        measure(run);
         run.next_sample =
             now + std::max<us_time_t>(SECOND, run.options.seconds * SECOND / MOST_SAMPLES);
     }
@@ -174,7 +174,7 @@ void settle(soak_run& run)
     const us_time_t end = now_us() + LONGEST_SETTLING_US;
     while (goes_on(run) && !all_settled(run.watch)) {
         if (now_us() > end) {
-            note_fault(run.watch, "not all was known three minutes after the last command");
+            note_finding(run.watch, "not all was known three minutes after the last command");
             return;
         }
         send_proof_query(run.watch.conduct, tools_of(run), now_us());
@@ -185,21 +185,22 @@ void settle(soak_run& run)
 void end_backend(soak_run& run)
 {
     // The keyboard's signal ends the backend as well.
-    if (run.backend.ended && interrupted == 0) note_fault(run.watch, "the backend ended by itself");
+    if (run.backend.ended && interrupted == 0)
+        note_finding(run.watch, "the backend ended by itself");
     end_input(run.backend);
     const us_time_t end = now_us() + LONGEST_END_US;
     while (!run.backend.ended && now_us() < end)
         step(run);
     if (!run.backend.ended || run.backend.exit_status != 0)
-        note_fault(run.watch, "the backend " + describe_end(run.backend));
+        note_finding(run.watch, "the backend " + describe_end(run.backend));
 }
 
 // A run in which hardly anything happened proves nothing.
-void judge_measuring(soak_run& run)
+void find_what_is_missing(soak_run& run)
 {
     if (run.watch.link.connections == 0)
-        note_fault(run.watch, "the backend never reached the router");
-    if (run.samples.empty()) note_fault(run.watch, "the memory could not be measured");
+        note_finding(run.watch, "the backend never reached the router");
+    if (run.samples.empty()) note_finding(run.watch, "the memory could not be measured");
 }
 
 bool write_files(const soak_run& run, const soak_result& result)
@@ -215,14 +216,14 @@ bool write_files(const soak_run& run, const soak_result& result)
 int finish(soak_run& run)
 {
     // The keyboard's signal ends the router as well.
-    if (run.router_ended && interrupted == 0) note_fault(run.watch, "the simulated router ended");
-    judge_measuring(run);
-    note_fault(run.watch, growth_fault(run.samples));
+    if (run.router_ended && interrupted == 0) note_finding(run.watch, "the simulated router ended");
+    find_what_is_missing(run);
+    note_finding(run.watch, growth_finding(run.samples));
     const soak_result result = result_of(run);
     const bool written = write_files(run, result);
     std::printf("\n%ssoak.svg and soak.json %s %s\n", summary_text(result).c_str(),
                 written ? "are in" : "cannot be written to", run.options.output_folder.c_str());
-    return written && run.watch.fault_count == 0 ? 0 : 1;
+    return written && run.watch.finding_count == 0 ? 0 : 1;
 }
 
 bool start(soak_run& run)

@@ -29,7 +29,7 @@ std::string progress_line(const soak_result& result)
          << watch.link.connections << " connections, longest wait "
          << std::lround(milliseconds(watch.replies.longest_wait_us)) << " ms, PSS " << cost.pss_kib
          << " heap " << cost.heap_kib << " KiB, " << cost.descriptors << " descriptors, "
-         << watch.fault_count << " faults";
+         << watch.finding_count << " faults";
     return text.str();
 }
 
@@ -81,10 +81,10 @@ std::string summary_text(const soak_result& result)
     add_growth(text, "heap", result.samples, &process_cost::heap_kib);
     add_table(text, "What the router did:", watch.events);
     add_table(text, "What the backend complained of on standard error:", watch.complaints);
-    for (const std::string& fault : watch.faults)
-        text << "FAULT: " << fault << "\n";
-    text << (watch.fault_count == 0 ? "Nothing was lost, nothing grew.\n"
-                                    : std::to_string(watch.fault_count) + " faults: FAILED\n");
+    for (const std::string& fault : watch.findings)
+        text << "FINDING: " << fault << "\n";
+    text << (watch.finding_count == 0 ? "Nothing was lost, nothing grew.\n"
+                                      : std::to_string(watch.finding_count) + " faults: FAILED\n");
     return text.str();
 }
 
@@ -119,8 +119,8 @@ std::string summary_json(const soak_result& result)
                                  {"pss", growth_json(result.samples, &process_cost::pss_kib)},
                                  {"heap", growth_json(result.samples, &process_cost::heap_kib)},
                                  {"events", watch.events},
-                                 {"fault_count", watch.fault_count},
-                                 {"faults", watch.faults}};
+                                 {"finding_count", watch.finding_count},
+                                 {"faults", watch.findings}};
     return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 

@@ -20,7 +20,7 @@ TEST(Growth, SteadyMemoryDoesNotGrow)
 {
     const auto samples = samples_of(100, [](int i) { return i % 2 == 0 ? 100U : 104U; });
     EXPECT_NEAR(measure_growth(samples, &process_cost::heap_kib).slope_per_hour, 0, 50);
-    EXPECT_EQ(growth_fault(samples), "");
+    EXPECT_EQ(growth_finding(samples), "");
 }
 
 TEST(Growth, StraightLineHasItsSlope)
@@ -36,17 +36,17 @@ TEST(Growth, LeakIsFound)
 {
     const auto samples =
         samples_of(100, [](int i) { return 1000U + 11 * static_cast<unsigned>(i); });
-    EXPECT_EQ(growth_fault(samples), "the heap has grown by 550 KiB");
+    EXPECT_EQ(growth_finding(samples), "the heap has grown by 550 KiB");
 }
 
 TEST(Growth, StartIsNoGrowth)
 {
-    EXPECT_EQ(growth_fault(samples_of(100, [](int i) { return i < 20 ? 100U : 9000U; })), "");
+    EXPECT_EQ(growth_finding(samples_of(100, [](int i) { return i < 20 ? 100U : 9000U; })), "");
 }
 
 TEST(Growth, SinglePeakIsNoGrowth)
 {
-    EXPECT_EQ(growth_fault(samples_of(100, [](int i) { return i == 80 ? 9000U : 100U; })), "");
+    EXPECT_EQ(growth_finding(samples_of(100, [](int i) { return i == 80 ? 9000U : 100U; })), "");
 }
 
 TEST(Growth, OtherMemoryAndDescriptorsCountToo)
@@ -54,25 +54,25 @@ TEST(Growth, OtherMemoryAndDescriptorsCountToo)
     auto samples = samples_of(100, [](int) { return 100U; });
     for (std::size_t i = 60; i < 100; ++i)
         samples[i].cost.pss_kib = 4000;
-    EXPECT_EQ(growth_fault(samples), "memory has grown by 3100 KiB");
+    EXPECT_EQ(growth_finding(samples), "memory has grown by 3100 KiB");
     samples = samples_of(100, [](int) { return 100U; });
     for (std::size_t i = 60; i < 100; ++i)
         samples[i].cost.descriptors = 8;
-    EXPECT_EQ(growth_fault(samples), "the number of open descriptors has grown");
+    EXPECT_EQ(growth_finding(samples), "the number of open descriptors has grown");
 }
 
 TEST(Growth, ShortRunMayGrowMore)
 {
     const auto samples = samples_of(29, [](int i) { return i < 15 ? 100U : 16000U; });
-    EXPECT_EQ(growth_fault(samples), "");
-    EXPECT_NE(growth_fault(samples_of(29, [](int i) { return i < 15 ? 100U : 17000U; })), "");
+    EXPECT_EQ(growth_finding(samples), "");
+    EXPECT_NE(growth_finding(samples_of(29, [](int i) { return i < 15 ? 100U : 17000U; })), "");
 }
 
 TEST(Growth, FewSamplesSayNothing)
 {
-    EXPECT_EQ(growth_fault(samples_of(7, [](int i) { return 9000U * static_cast<unsigned>(i); })),
+    EXPECT_EQ(growth_finding(samples_of(7, [](int i) { return 9000U * static_cast<unsigned>(i); })),
               "");
-    EXPECT_EQ(growth_fault({}), "");
+    EXPECT_EQ(growth_finding({}), "");
 }
 
 TEST(Growth, SparklineShowsTheCourse)

@@ -30,29 +30,29 @@ class Watch : public testing::Test {
         pass(100 * SECOND);
         told(0, 0); // reports are judged from here on
         pass(10 * SECOND);
-        ASSERT_THAT(watch.faults, IsEmpty());
+        ASSERT_THAT(watch.findings, IsEmpty());
         ASSERT_TRUE(all_settled(watch));
     }
     void event(const std::string& line)
     {
         const auto parsed = parse_event(line);
         ASSERT_TRUE(parsed);
-        take_event(watch, *parsed, now);
+        enter_event(watch, *parsed, now);
     }
     void diagnostics(const std::string& line)
     {
-        take_diagnostics(watch, line, now);
+        enter_diagnostics(watch, line, now);
     }
     void reported(int output, const std::string& input)
     {
-        take_record(
+        enter_record(
             watch,
             {"outputs", "", "message", "", {{"o" + std::to_string(output) + ".input.all", input}}},
             now);
     }
     void message(const std::string& command, const std::map<std::string, std::string>& fields)
     {
-        take_record(watch, {command, "", "message", "", fields}, now);
+        enter_record(watch, {command, "", "message", "", fields}, now);
     }
     void told(int output, int input)
     {
@@ -73,35 +73,36 @@ TEST_F(Watch, ChangeThatIsToldIsRight)
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     told(1, 4);
     pass(20 * SECOND);
-    EXPECT_THAT(watch.faults, IsEmpty());
+    EXPECT_THAT(watch.findings, IsEmpty());
     EXPECT_EQ(watch.routes.known_by_polling, 1U);
     EXPECT_EQ(watch.events.at("take"), 1U);
 }
 
-TEST_F(Watch, ChangeThatIsNotToldIsAFault)
+TEST_F(Watch, ChangeThatIsNotToldIsAFinding)
 {
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     pass(20 * SECOND);
-    EXPECT_THAT(watch.faults,
+    EXPECT_THAT(watch.findings,
                 ElementsAre("changed by the router, unknown to the parent after 5 s of polling: "
                             "output 1 input 4, told 1"));
-    EXPECT_EQ(watch.fault_count, 1U);
+    EXPECT_EQ(watch.finding_count, 1U);
 }
 
-TEST_F(Watch, AcceptedChangeWithoutReportIsAFault)
+TEST_F(Watch, AcceptedChangeWithoutReportIsAFinding)
 {
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     event(R"({"event":"fault","fault":"lose","client":1,"request":"QI 2 0"})");
     diagnostics("<DBG>Accepting route change output=1 input=4");
     pass(30 * SECOND);
-    EXPECT_THAT(watch.faults, ElementsAre("accepted but never reported: output 1 input 4"));
+    EXPECT_THAT(watch.findings, ElementsAre("accepted but never reported: output 1 input 4"));
 }
 
-TEST_F(Watch, ReportThatNobodyMadeIsAFault)
+TEST_F(Watch, ReportThatNobodyMadeIsAFinding)
 {
     reported(0, "1");
     pass(3 * SECOND);
-    EXPECT_THAT(watch.faults, ElementsAre("told, but never shown by the router: output 0 input 1"));
+    EXPECT_THAT(watch.findings,
+                ElementsAre("told, but never shown by the router: output 0 input 1"));
 }
 
 TEST_F(Watch, NoneIsNoRoute)
@@ -109,9 +110,9 @@ TEST_F(Watch, NoneIsNoRoute)
     told(0, -1);
     reported(0, "none");
     pass(3 * SECOND);
-    EXPECT_THAT(watch.faults, testing::Each("told, but never shown by the router: output 0 input "
-                                            "-1"));
-    EXPECT_EQ(watch.fault_count, 2U);
+    EXPECT_THAT(watch.findings, testing::Each("told, but never shown by the router: output 0 input "
+                                              "-1"));
+    EXPECT_EQ(watch.finding_count, 2U);
 }
 
 TEST_F(Watch, NamesAreNoRoutes)
@@ -125,7 +126,7 @@ TEST_F(Watch, ContradictionMayBeTold)
     event(R"({"event":"fault","fault":"contradict","client":1,"destination":2,"source":9})");
     told(1, 8);
     pass(3 * SECOND);
-    EXPECT_THAT(watch.faults, IsEmpty());
+    EXPECT_THAT(watch.findings, IsEmpty());
     EXPECT_FALSE(all_settled(watch));
     told(1, 1);
     EXPECT_TRUE(all_settled(watch));
@@ -137,13 +138,13 @@ TEST_F(Watch, FaultThatLastsExcusesToItsEnd)
     pass(20 * SECOND);
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     pass(20 * SECOND);
-    EXPECT_THAT(watch.faults, IsEmpty());
+    EXPECT_THAT(watch.findings, IsEmpty());
     event(R"({"event":"end of fault","fault":"burst","client":1})");
     told(1, 4);
     pass(20 * SECOND);
     event(R"({"event":"take","destination":2,"source":6,"by":"scenario"})");
     pass(20 * SECOND);
-    EXPECT_EQ(watch.fault_count, 1U);
+    EXPECT_EQ(watch.finding_count, 1U);
 }
 
 TEST_F(Watch, FaultOfAConnectionEndsWithIt)
@@ -170,7 +171,7 @@ TEST_F(Watch, LostConnectionExcusesUntilTheRouterIsLearnt)
     diagnostics("<NOTE>Connection to router closed");
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     pass(60 * SECOND);
-    EXPECT_THAT(watch.faults, IsEmpty());
+    EXPECT_THAT(watch.findings, IsEmpty());
     event(R"({"event":"connected","client":2})");
     diagnostics("<NOTE>Connection sucessful.");
     diagnostics("<DBG>Router finished returning levels, sources, destinations");
@@ -186,14 +187,14 @@ TEST_F(Watch, SpoiltNamesExcuseUntilTheNextConnection)
     event(R"({"event":"fault","fault":"checksum","client":1,"request":"QN ID"})");
     told(0, 1); // a position that has moved
     pass(60 * SECOND);
-    EXPECT_THAT(watch.faults, IsEmpty());
+    EXPECT_THAT(watch.findings, IsEmpty());
     event(R"({"event":"connected","client":2})");
     told(0, 0);
     event(R"({"event":"fault","fault":"cut","client":2,"request":"QN ID"})");
     pass(60 * SECOND);
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     pass(60 * SECOND);
-    EXPECT_EQ(watch.fault_count, 1U);
+    EXPECT_EQ(watch.finding_count, 1U);
 }
 
 TEST_F(Watch, MissingNamesExcuseUntilTheyAreKnownAgain)
@@ -210,10 +211,10 @@ TEST_F(Watch, MissingNamesExcuseUntilTheyAreKnownAgain)
     message("info", {{"inputs", "2"}, {"outputs", "2"}});
     told(0, 0); // on its way since before
     pass(60 * SECOND);
-    EXPECT_THAT(watch.faults, IsEmpty());
+    EXPECT_THAT(watch.findings, IsEmpty());
     told(0, 1);
     pass(60 * SECOND);
-    EXPECT_THAT(watch.faults,
+    EXPECT_THAT(watch.findings,
                 testing::Contains("told, but never shown by the router: output 0 input 1"));
 }
 
@@ -222,14 +223,14 @@ TEST_F(Watch, PositionWithoutNameExcuses)
     message("inputs", {{"i0.name", "CAM"}, {"i1.name", ""}});
     told(0, 1);
     pass(60 * SECOND);
-    EXPECT_THAT(watch.faults, IsEmpty());
+    EXPECT_THAT(watch.findings, IsEmpty());
 }
 
-TEST_F(Watch, EmptyReportIsAFault)
+TEST_F(Watch, EmptyReportIsAFinding)
 {
     message("outputs", {});
     pass(30 * SECOND);
-    EXPECT_THAT(watch.faults, ElementsAre("a report is not what was accepted: "));
+    EXPECT_THAT(watch.findings, ElementsAre("a report is not what was accepted: "));
 }
 
 TEST_F(Watch, TimedOutNamesExcuseUntilTheNextConnection)
@@ -237,7 +238,7 @@ TEST_F(Watch, TimedOutNamesExcuseUntilTheNextConnection)
     diagnostics("<ERR>Timeout during query (d=0 s=1 l=1)");
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     pass(60 * SECOND);
-    EXPECT_THAT(watch.faults, IsEmpty());
+    EXPECT_THAT(watch.findings, IsEmpty());
 }
 
 TEST_F(Watch, OnlyComplaintsAreCounted)
@@ -253,17 +254,17 @@ TEST_F(Watch, CommandThatReachesTheRouterDisturbs)
     expect_reply(watch.replies, "7", {"route output", "", true, now});
     pass(2 * SECOND);
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
-    take_record(watch, {"route output", "", "reply", "7", {}}, now);
+    enter_record(watch, {"route output", "", "reply", "7", {}}, now);
     pass(60 * SECOND);
-    EXPECT_THAT(watch.faults, IsEmpty());
+    EXPECT_THAT(watch.findings, IsEmpty());
 }
 
-TEST_F(Watch, LateReplyIsAFault)
+TEST_F(Watch, LateReplyIsAFinding)
 {
     expect_reply(watch.replies, "7", {"dance", "", false, now});
     EXPECT_FALSE(all_settled(watch));
     pass(16 * SECOND);
-    EXPECT_THAT(watch.faults, ElementsAre("no reply within 15 s: id 7, dance "));
+    EXPECT_THAT(watch.findings, ElementsAre("no reply within 15 s: id 7, dance "));
 }
 
 TEST_F(Watch, ReportsOfABackendThatIsBehindAreNotJudged)
@@ -271,17 +272,17 @@ TEST_F(Watch, ReportsOfABackendThatIsBehindAreNotJudged)
     expect_reply(watch.replies, "7", {"dance", "", false, now});
     pass(2 * SECOND);
     reported(0, "0"); // of a change before
-    take_record(watch, {"dance", "", "reply", "7", {}}, now);
+    enter_record(watch, {"dance", "", "reply", "7", {}}, now);
     pass(30 * SECOND);
-    EXPECT_THAT(watch.faults, IsEmpty());
+    EXPECT_THAT(watch.findings, IsEmpty());
     reported(0, "0");
     pass(30 * SECOND);
     told(0, 0);
     pass(30 * SECOND);
-    EXPECT_THAT(watch.faults, IsEmpty());
+    EXPECT_THAT(watch.findings, IsEmpty());
     reported(0, "0");
     pass(30 * SECOND);
-    EXPECT_THAT(watch.faults, ElementsAre("a report is not what was accepted: output 0 input 0"));
+    EXPECT_THAT(watch.findings, ElementsAre("a report is not what was accepted: output 0 input 0"));
 }
 
 TEST_F(Watch, ParentThatDoesNotReadMissesNothing)
@@ -290,5 +291,5 @@ TEST_F(Watch, ParentThatDoesNotReadMissesNothing)
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     diagnostics("<DBG>Accepting route change output=1 input=4");
     pass(60 * SECOND, false);
-    EXPECT_THAT(watch.faults, IsEmpty());
+    EXPECT_THAT(watch.findings, IsEmpty());
 }

@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t SIZE = 8 << 20;
 
 // Takes memory once it is told, and says so.
-[[noreturn]] void take_memory_when_told(int teller)
+[[noreturn]] void grow_when_asked(int teller)
 {
     char word = 0;
     if (read(teller, &word, 1) != 1) _exit(1);
@@ -33,7 +33,7 @@ TEST(ProcessCost, CountsWhatIsAllocated)
     int ends[2];
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
     const pid_t process = fork();
-    if (process == 0) take_memory_when_told(ends[1]);
+    if (process == 0) grow_when_asked(ends[1]);
     const auto before = read_process_cost(process);
     char word = 'x';
     EXPECT_EQ(write(ends[0], &word, 1), 1);

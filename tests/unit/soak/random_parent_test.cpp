@@ -113,7 +113,7 @@ TEST_F(Conduct, TakeThatTheRouterMakesIsProved)
     EXPECT_EQ(conduct.proved_takes, 1U);
 }
 
-TEST_F(Conduct, TakeThatStaysAwayIsAFault)
+TEST_F(Conduct, TakeThatStaysAwayIsAFinding)
 {
     router_takes = false;
     become_calm();

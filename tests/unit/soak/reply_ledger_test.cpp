@@ -15,7 +15,7 @@ class ReplyLedger : public testing::Test {
     }
     std::string reply(const std::string& id, us_time_t now)
     {
-        return take_reply(ledger, {"dance", "Unknown command dance", "reply", id, {}}, now);
+        return enter_reply(ledger, {"dance", "Unknown command dance", "reply", id, {}}, now);
     }
 };
 } // namespace
@@ -31,33 +31,33 @@ TEST_F(ReplyLedger, RightReplyClosesTheCommand)
     EXPECT_EQ(ledger.replied, 1U);
 }
 
-TEST_F(ReplyLedger, SecondReplyIsAFault)
+TEST_F(ReplyLedger, SecondReplyIsAFinding)
 {
     expect("1", 0);
     reply("1", 1);
     EXPECT_EQ(reply("1", 2), "reply to nothing, or a second one: id 1, dance");
 }
 
-TEST_F(ReplyLedger, WrongTextIsAFault)
+TEST_F(ReplyLedger, WrongTextIsAFinding)
 {
     expect("1", 0);
-    EXPECT_EQ(take_reply(ledger, {"dance", "", "reply", "1", {}}, 1),
+    EXPECT_EQ(enter_reply(ledger, {"dance", "", "reply", "1", {}}, 1),
               "wrong reply to 1: command \"dance\" error \"\" in place of \"dance\" \"Unknown "
               "command dance\"");
     expect("2", 0);
-    EXPECT_NE(take_reply(ledger, {"", "Unknown command dance", "reply", "2", {}}, 1), "");
+    EXPECT_NE(enter_reply(ledger, {"", "Unknown command dance", "reply", "2", {}}, 1), "");
     expect("3", 0);
-    EXPECT_NE(take_reply(ledger, {"dance", "Unknown command dance", "reply", "3", {{"a", "b"}}}, 1),
-              "");
+    EXPECT_NE(
+        enter_reply(ledger, {"dance", "Unknown command dance", "reply", "3", {{"a", "b"}}}, 1), "");
 }
 
-TEST_F(ReplyLedger, ReplyThatStaysAwayIsAFaultOnce)
+TEST_F(ReplyLedger, ReplyThatStaysAwayIsAFindingOnce)
 {
     expect("1", 100);
-    EXPECT_EQ(take_overdue_reply(ledger, 100 + LONGEST_ALLOWED_WAIT_US), "");
-    EXPECT_EQ(take_overdue_reply(ledger, 101 + LONGEST_ALLOWED_WAIT_US),
+    EXPECT_EQ(find_overdue_reply(ledger, 100 + LONGEST_ALLOWED_WAIT_US), "");
+    EXPECT_EQ(find_overdue_reply(ledger, 101 + LONGEST_ALLOWED_WAIT_US),
               "no reply within 15 s: id 1, dance Unknown command dance");
-    EXPECT_EQ(take_overdue_reply(ledger, 102 + LONGEST_ALLOWED_WAIT_US), "");
+    EXPECT_EQ(find_overdue_reply(ledger, 102 + LONGEST_ALLOWED_WAIT_US), "");
 }
 
 TEST_F(ReplyLedger, OwnPauseDoesNotCount)

@@ -14,19 +14,19 @@ class ReportLedger : public testing::Test {
 
     void accepted(int destination, int source)
     {
-        take_accepted(ledger, destination, source, now);
+        enter_accepted(ledger, destination, source, now);
     }
     void reported(const std::map<int, int>& routes)
     {
-        take_reported(ledger, routes, now);
+        enter_report(ledger, routes, now);
     }
     // The first fault found in so many seconds.
-    std::string fault_within(int seconds)
+    std::string finding_within(int seconds)
     {
         std::string fault;
         for (int i = 0; i < 10 * seconds && fault.empty(); ++i) {
             now += SECOND / 10;
-            fault = take_report_fault(ledger, now);
+            fault = find_wrong_report(ledger, now);
         }
         return fault;
     }
@@ -40,7 +40,7 @@ TEST_F(ReportLedger, ReportOfEachChangeIsRight)
     accepted(3, 6);
     accepted(4, 7);
     reported({{3, 6}, {4, 7}});
-    EXPECT_EQ(fault_within(60), "");
+    EXPECT_EQ(finding_within(60), "");
     EXPECT_EQ(ledger.accepted, 3U);
     EXPECT_EQ(ledger.reported, 3U);
     EXPECT_EQ(ledger.reports_seen, 2U);
@@ -53,7 +53,7 @@ TEST_F(ReportLedger, ReportMayBeSeenFirst)
     reported({{3, 5}});
     now += SECOND;
     accepted(3, 5);
-    EXPECT_EQ(fault_within(60), "");
+    EXPECT_EQ(finding_within(60), "");
 }
 
 TEST_F(ReportLedger, LastOfSeveralChangesStandsForAll)
@@ -61,27 +61,27 @@ TEST_F(ReportLedger, LastOfSeveralChangesStandsForAll)
     for (const int source : {5, 3, 5})
         accepted(3, source);
     reported({{3, 5}});
-    EXPECT_EQ(fault_within(60), "");
+    EXPECT_EQ(finding_within(60), "");
 }
 
-TEST_F(ReportLedger, LastChangeWithoutReportIsAFaultOnce)
+TEST_F(ReportLedger, LastChangeWithoutReportIsAFindingOnce)
 {
     accepted(3, 5);
     reported({{3, 5}});
     accepted(4, 7);
-    EXPECT_EQ(fault_within(19), "");
-    EXPECT_EQ(fault_within(5), "accepted but never reported: output 4 input 7");
-    EXPECT_EQ(fault_within(60), "");
+    EXPECT_EQ(finding_within(19), "");
+    EXPECT_EQ(finding_within(5), "accepted but never reported: output 4 input 7");
+    EXPECT_EQ(finding_within(60), "");
 }
 
-TEST_F(ReportLedger, ChangeThatALaterReportPassesOverIsAFault)
+TEST_F(ReportLedger, ChangeThatALaterReportPassesOverIsAFinding)
 {
     accepted(3, 5);
     accepted(4, 7);
     reported({{3, 5}});
     accepted(6, 1);
     reported({{6, 1}});
-    EXPECT_EQ(fault_within(30),
+    EXPECT_EQ(finding_within(30),
               "a report is not what was accepted: output 6 input 1; accepted next: output 4 input "
               "7");
 }
@@ -93,21 +93,21 @@ TEST_F(ReportLedger, LossIsFoundAlthoughTheSameChangeComesAgain)
     reported({{3, 5}});
     accepted(4, 7);
     reported({{4, 7}});
-    EXPECT_NE(fault_within(30), "");
+    EXPECT_NE(finding_within(30), "");
 }
 
-TEST_F(ReportLedger, ReportWithoutChangeIsAFault)
+TEST_F(ReportLedger, ReportWithoutChangeIsAFinding)
 {
     reported({{3, 6}});
-    EXPECT_EQ(fault_within(30), "a report is not what was accepted: output 3 input 6");
+    EXPECT_EQ(finding_within(30), "a report is not what was accepted: output 3 input 6");
 }
 
-TEST_F(ReportLedger, RepeatedReportOfOneChangeIsAFault)
+TEST_F(ReportLedger, RepeatedReportOfOneChangeIsAFinding)
 {
     accepted(3, 5);
     reported({{3, 5}});
     reported({{3, 5}});
-    EXPECT_EQ(fault_within(30), "a report is not what was accepted: output 3 input 5");
+    EXPECT_EQ(finding_within(30), "a report is not what was accepted: output 3 input 5");
 }
 
 TEST_F(ReportLedger, RepeatedChangesMayBeCutAnywhere)
@@ -118,7 +118,7 @@ TEST_F(ReportLedger, RepeatedChangesMayBeCutAnywhere)
     reported({{3, 5}});
     accepted(4, 1);
     reported({{3, 5}, {4, 1}});
-    EXPECT_EQ(fault_within(60), "");
+    EXPECT_EQ(finding_within(60), "");
     EXPECT_TRUE(ledger.changes.empty());
 }
 
@@ -129,13 +129,13 @@ TEST_F(ReportLedger, FindsItsPlaceAgainAfterForgetting)
     accepted(3, 4);
     reported({{9, 9}}); // of what has been forgotten
     reported({{3, 4}});
-    fault_within(4);
+    finding_within(4);
     reported({{9, 9}});
     accepted(3, 5);
     reported({{3, 5}});
     accepted(4, 6);
-    EXPECT_EQ(fault_within(19), "");
-    EXPECT_EQ(fault_within(5), "accepted but never reported: output 4 input 6");
+    EXPECT_EQ(finding_within(19), "");
+    EXPECT_EQ(finding_within(5), "accepted but never reported: output 4 input 6");
     EXPECT_EQ(ledger.reports_seen, 4U);
     EXPECT_EQ(ledger.judged, 1U);
 }
@@ -145,6 +145,6 @@ TEST_F(ReportLedger, FloodIsForgotten)
     for (int i = 0; i < 2000; ++i)
         accepted(i % 64, i % 7);
     reported({{1, 1}});
-    EXPECT_EQ(fault_within(60), "");
+    EXPECT_EQ(finding_within(60), "");
     EXPECT_TRUE(ledger.changes.empty());
 }

@@ -16,8 +16,8 @@ class RouteLedger : public testing::Test {
     void SetUp() override
     {
         for (int i = 0; i < 4; ++i)
-            parent_is_told(ledger, i, i, START + SECOND);
-        EXPECT_EQ(take_route_fault(ledger, quiet), "");
+            note_reported(ledger, i, i, START + SECOND);
+        EXPECT_EQ(find_wrong_route(ledger, quiet), "");
     }
 };
 } // namespace
@@ -27,20 +27,20 @@ TEST_F(RouteLedger, AllIsKnownOnceTold)
     EXPECT_TRUE(all_known(ledger));
     router_shows(ledger, 2, 3, quiet);
     EXPECT_FALSE(all_known(ledger));
-    parent_is_told(ledger, 2, 3, quiet + 1);
+    note_reported(ledger, 2, 3, quiet + 1);
     EXPECT_TRUE(all_known(ledger));
     EXPECT_EQ(ledger.known_by_polling, 1U);
-    EXPECT_EQ(take_route_fault(ledger, quiet + 100 * SECOND), "");
+    EXPECT_EQ(find_wrong_route(ledger, quiet + 100 * SECOND), "");
 }
 
 TEST_F(RouteLedger, UndisturbedChangeMustBecomeKnownByPolling)
 {
     router_shows(ledger, 2, 3, quiet);
-    EXPECT_EQ(take_route_fault(ledger, quiet + POLLING_MUST_SHOW_US), "");
-    EXPECT_EQ(take_route_fault(ledger, quiet + POLLING_MUST_SHOW_US + 1),
+    EXPECT_EQ(find_wrong_route(ledger, quiet + POLLING_MUST_SHOW_US), "");
+    EXPECT_EQ(find_wrong_route(ledger, quiet + POLLING_MUST_SHOW_US + 1),
               "changed by the router, unknown to the parent after 5 s of polling: output 2 input "
               "3, told 2");
-    EXPECT_EQ(take_route_fault(ledger, quiet + POLLING_MUST_SHOW_US + 1), "");
+    EXPECT_EQ(find_wrong_route(ledger, quiet + POLLING_MUST_SHOW_US + 1), "");
 }
 
 TEST_F(RouteLedger, DisturbedChangeMustBecomeKnownByThreeQueries)
@@ -49,9 +49,9 @@ TEST_F(RouteLedger, DisturbedChangeMustBecomeKnownByThreeQueries)
     note_disturbance(ledger, quiet + 1);
     for (int i = 0; i < 2; ++i)
         note_query(ledger, quiet + 1);
-    EXPECT_EQ(take_route_fault(ledger, quiet + 100 * SECOND), "");
+    EXPECT_EQ(find_wrong_route(ledger, quiet + 100 * SECOND), "");
     note_query(ledger, quiet + 1);
-    EXPECT_EQ(take_route_fault(ledger, quiet + 100 * SECOND),
+    EXPECT_EQ(find_wrong_route(ledger, quiet + 100 * SECOND),
               "changed by the router, unknown to the parent after three undisturbed queries: "
               "output 2 input 3, told 2");
 }
@@ -60,8 +60,8 @@ TEST_F(RouteLedger, DisturbanceShortlyBeforeExcusesToo)
 {
     note_disturbance(ledger, quiet - DISTURBANCE_LASTS_US);
     router_shows(ledger, 2, 3, quiet);
-    EXPECT_EQ(take_route_fault(ledger, quiet + 100 * SECOND), "");
-    parent_is_told(ledger, 2, 3, quiet + 100 * SECOND);
+    EXPECT_EQ(find_wrong_route(ledger, quiet + 100 * SECOND), "");
+    note_reported(ledger, 2, 3, quiet + 100 * SECOND);
     EXPECT_EQ(ledger.known_by_query, 5U); // the four at the start as well
 }
 
@@ -71,28 +71,28 @@ TEST_F(RouteLedger, QueryBeforeTheChangeProvesNothing)
     note_disturbance(ledger, quiet);
     for (int i = 0; i < 3; ++i)
         note_query(ledger, quiet);
-    EXPECT_EQ(take_route_fault(ledger, quiet + 100 * SECOND), "");
+    EXPECT_EQ(find_wrong_route(ledger, quiet + 100 * SECOND), "");
 }
 
-TEST_F(RouteLedger, ToldAndNeverShownIsAFault)
+TEST_F(RouteLedger, ToldAndNeverShownIsAFinding)
 {
-    parent_is_told(ledger, 2, 1, quiet);
-    EXPECT_EQ(take_route_fault(ledger, quiet + 3 * SECOND),
+    note_reported(ledger, 2, 1, quiet);
+    EXPECT_EQ(find_wrong_route(ledger, quiet + 3 * SECOND),
               "told, but never shown by the router: output 2 input 1");
 }
 
 TEST_F(RouteLedger, ToldBeforeTheRoutersOwnLineIsRight)
 {
-    parent_is_told(ledger, 2, 1, quiet);
+    note_reported(ledger, 2, 1, quiet);
     router_shows(ledger, 2, 1, quiet + 1);
-    EXPECT_EQ(take_route_fault(ledger, quiet + 3 * SECOND), "");
+    EXPECT_EQ(find_wrong_route(ledger, quiet + 3 * SECOND), "");
     EXPECT_TRUE(all_known(ledger));
 }
 
 TEST_F(RouteLedger, OutputBeyondTheRouterIsNeverShown)
 {
-    parent_is_told(ledger, 4, 1, quiet);
-    EXPECT_EQ(take_route_fault(ledger, quiet + 3 * SECOND),
+    note_reported(ledger, 4, 1, quiet);
+    EXPECT_EQ(find_wrong_route(ledger, quiet + 3 * SECOND),
               "told, but never shown by the router: output 4 input 1");
 }
 
@@ -101,9 +101,9 @@ TEST_F(RouteLedger, WhatWasShownUntilJustNowMayBeTold)
     router_shows(ledger, 2, 3, quiet);
     router_shows(ledger, 2, 0, quiet + 200 * SECOND);
     router_shows(ledger, 2, 1, quiet + 201 * SECOND);
-    parent_is_told(ledger, 2, 3, quiet + 202 * SECOND);
-    parent_is_told(ledger, 2, 1, quiet + 202 * SECOND);
-    EXPECT_EQ(take_route_fault(ledger, quiet + 206 * SECOND), "");
+    note_reported(ledger, 2, 3, quiet + 202 * SECOND);
+    note_reported(ledger, 2, 1, quiet + 202 * SECOND);
+    EXPECT_EQ(find_wrong_route(ledger, quiet + 206 * SECOND), "");
 }
 
 TEST_F(RouteLedger, WhatWasShownLongAgoMayNotBeTold)
@@ -111,25 +111,25 @@ TEST_F(RouteLedger, WhatWasShownLongAgoMayNotBeTold)
     router_shows(ledger, 2, 3, quiet);
     for (const us_time_t later : {1U, 122U, 124U})
         router_shows(ledger, 2, 0, quiet + later * SECOND);
-    parent_is_told(ledger, 2, 3, quiet + 124 * SECOND);
-    parent_is_told(ledger, 2, 0, quiet + 124 * SECOND);
-    EXPECT_EQ(take_route_fault(ledger, quiet + 128 * SECOND),
+    note_reported(ledger, 2, 3, quiet + 124 * SECOND);
+    note_reported(ledger, 2, 0, quiet + 124 * SECOND);
+    EXPECT_EQ(find_wrong_route(ledger, quiet + 128 * SECOND),
               "told, but never shown by the router: output 2 input 3");
 }
 
 TEST_F(RouteLedger, FalseClaimMayBeToldButMustBePutRight)
 {
     router_claims(ledger, 2, 1, quiet);
-    parent_is_told(ledger, 2, 1, quiet);
-    EXPECT_EQ(take_route_fault(ledger, quiet + 3 * SECOND), "");
+    note_reported(ledger, 2, 1, quiet);
+    EXPECT_EQ(find_wrong_route(ledger, quiet + 3 * SECOND), "");
     EXPECT_FALSE(all_known(ledger));
-    EXPECT_NE(take_route_fault(ledger, quiet + 6 * SECOND), "");
+    EXPECT_NE(find_wrong_route(ledger, quiet + 6 * SECOND), "");
 }
 
 TEST_F(RouteLedger, MisledBackendMayTellWhatNeverWas)
 {
-    parent_may_be_told_wrong(ledger, 2, 1, quiet);
+    note_doubtful_report(ledger, 2, 1, quiet);
     EXPECT_FALSE(all_known(ledger));
-    parent_is_told(ledger, 2, 2, quiet);
-    EXPECT_EQ(take_route_fault(ledger, quiet + 3 * SECOND), "");
+    note_reported(ledger, 2, 2, quiet);
+    EXPECT_EQ(find_wrong_route(ledger, quiet + 3 * SECOND), "");
 }

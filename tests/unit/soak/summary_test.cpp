@@ -46,18 +46,18 @@ TEST_F(Summary, SaysWhatWasCounted)
 
 TEST_F(Summary, SaysWhatFailed)
 {
-    note_fault(watch, "something is missing");
-    note_fault(watch, "");
+    note_finding(watch, "something is missing");
+    note_finding(watch, "");
     const std::string text = summary_text(result());
-    EXPECT_THAT(text, HasSubstr("\nFAULT: something is missing\n1 faults: FAILED\n"));
+    EXPECT_THAT(text, HasSubstr("\nFINDING: something is missing\n1 faults: FAILED\n"));
     EXPECT_THAT(text, Not(HasSubstr("Nothing was lost")));
 }
 
-TEST_F(Summary, KeepsTheFirstFaultsAndCountsAll)
+TEST_F(Summary, KeepsTheFirstFindingsAndCountsAll)
 {
     for (int i = 0; i < 60; ++i)
-        note_fault(watch, std::to_string(i));
-    EXPECT_EQ(watch.faults.size(), 50U);
+        note_finding(watch, std::to_string(i));
+    EXPECT_EQ(watch.findings.size(), 50U);
     EXPECT_THAT(progress_line(result()), HasSubstr(", 60 faults"));
 }
 
@@ -71,12 +71,12 @@ TEST_F(Summary, ProgressIsOneLine)
 TEST_F(Summary, JsonHoldsTheSame)
 {
     watch.complaints["\xff"] = 1;
-    note_fault(watch, "odd byte \xff");
+    note_finding(watch, "odd byte \xff");
     const auto json = nlohmann::json::parse(summary_json(result()));
     EXPECT_EQ(json["commands_sent"], 12);
     EXPECT_EQ(json["longest_wait_ms"], 34);
     EXPECT_EQ(json["events"]["reset"], 3);
-    EXPECT_EQ(json["fault_count"], 1);
+    EXPECT_EQ(json["finding_count"], 1);
     EXPECT_EQ(json["heap"]["growth_kib"], 0);
 }
 
