@@ -49,8 +49,8 @@ TEST_F(Soak, LossIsFoundOut)
 {"event":"take","destination":3,"source":9,"by":"scenario"}
 )");
     EXPECT_THAT(printed, HasSubstr("FINDING: changed by the router, unknown to the parent after "
-                                   "three undisturbed queries: output 2 input 8, told 2\n"));
-    EXPECT_THAT(printed, HasSubstr("faults: FAILED\n"));
+                                   "three undisturbed queries: output 2 input 8, last reported input 2\n"));
+    EXPECT_THAT(printed, HasSubstr("findings: FAILED\n"));
     EXPECT_EQ(status, 1);
 }
 

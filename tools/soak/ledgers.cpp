@@ -14,50 +14,50 @@ constexpr std::size_t FINDINGS_KEPT = 50; // what follows is the same over and o
 constexpr us_time_t DOUBT_LASTS_US = 2'000'000;
 constexpr us_time_t LONGEST_PROMPT_WAIT_US = 1'000'000;
 
-bool positions_are_doubtful(const link_watch& link, us_time_t now)
+bool positions_are_doubtful(const link_state& link, us_time_t now)
 {
     return !link.up || !link.knows_inputs || !link.knows_outputs ||
            link.names_spoilt_on == link.client || now - link.learnt < DOUBT_LASTS_US;
 }
 
-void learn(link_watch& link, bool& fact, bool holds, us_time_t now)
+void learn(link_state& link, bool& fact, bool holds, us_time_t now)
 {
     if (holds && !fact) link.learnt = now;
     fact = holds;
 }
 } // namespace
 
-void note_finding(soak_watch& watch, const std::string& fault)
+void note_finding(ledgers& books, const std::string& finding)
 {
-    if (fault.empty()) return;
-    ++watch.finding_count;
-    if (watch.findings.size() < FINDINGS_KEPT) watch.findings.push_back(fault);
+    if (finding.empty()) return;
+    ++books.finding_count;
+    if (books.findings.size() < FINDINGS_KEPT) books.findings.push_back(finding);
 }
 
-void enter_event(soak_watch& watch, const router_event& event, us_time_t now)
+void enter_event(ledgers& books, const router_event& event, us_time_t now)
 {
     const std::string name = event.fault.empty() ? event.kind : event.fault;
-    ++watch.events[event.kind == "end of fault" ? "end of " + name : name];
+    ++books.events[event.kind == "end of fault" ? "end of " + name : name];
     if (event.kind == "take") {
-        router_shows(watch.routes, event.destination, event.source, now);
-        if (event.by == "client") note_take(watch.conduct, event.destination, event.source);
+        router_shows(books.routes, event.destination, event.source, now);
+        if (event.by == "client") note_take(books.parent, event.destination, event.source);
     }
     // What happens all the time, or only takes time.
     if (event.kind == "start" || event.kind == "take" || event.fault == "delay") return;
-    note_disturbance(watch.routes, now);
+    note_disturbance(books.routes, now);
     if (event.fault == "contradict")
-        router_claims(watch.routes, event.destination, event.source, now);
-    if (event.lasting) watch.lasting.insert({event.fault, event.client});
-    if (event.kind == "end of fault") watch.lasting.erase({event.fault, event.client});
+        router_claims(books.routes, event.destination, event.source, now);
+    if (event.lasting) books.lasting.insert({event.fault, event.client});
+    if (event.kind == "end of fault") books.lasting.erase({event.fault, event.client});
     if (event.kind == "gone")
-        std::erase_if(watch.lasting, [&](const auto& each) { return each.second == event.client; });
+        std::erase_if(books.lasting, [&](const auto& each) { return each.second == event.client; });
     if (event.kind == "connected") {
-        watch.link.client = event.client;
+        books.link.client = event.client;
         // The connection before this one may never end: the router may have forgotten it.
-        std::erase_if(watch.lasting, [](const auto& each) { return each.second != 0; });
+        std::erase_if(books.lasting, [](const auto& each) { return each.second != 0; });
     }
     if (event.request.starts_with("QN") && event.fault != "cut") // which only takes time
-        watch.link.names_spoilt_on = event.client;
+        books.link.names_spoilt_on = event.client;
 }
 
 namespace {
@@ -85,7 +85,7 @@ std::optional<int> output_of(std::string_view name)
     return name == ".input.all" ? output : std::nullopt;
 }
 
-void enter_reported_routes(soak_watch& watch, const ParentRecord& record, us_time_t now)
+void enter_reported_routes(ledgers& books, const ParentRecord& record, us_time_t now)
 {
     std::map<int, int> routes;
     for (const auto& [name, value] : record.fields) {
@@ -94,30 +94,30 @@ void enter_reported_routes(soak_watch& watch, const ParentRecord& record, us_tim
         std::string_view text = value;
         const int input = cut_number(text).value_or(-1); // "none"
         routes[*output] = input;
-        const auto tell =
-            positions_are_doubtful(watch.link, now) ? note_doubtful_report : note_reported;
-        tell(watch.routes, *output, input, now);
+        const auto note =
+            positions_are_doubtful(books.link, now) ? note_doubtful_report : note_reported;
+        note(books.routes, *output, input, now);
     }
-    enter_report(watch.reports, routes, now);
+    enter_report(books.reports, routes, now);
 }
 
 // Whether the record tells of as many sources, or destinations, as the router has.
-bool tells_all(const soak_watch& watch, const ParentRecord& info, const char* what)
+bool counts_all(const ledgers& books, const ParentRecord& info, const char* what)
 {
     const auto found = info.fields.find(what);
     return found != info.fields.end() &&
-           found->second == std::to_string(watch.routes.destinations.size());
+           found->second == std::to_string(books.routes.destinations.size());
 }
 
-void enter_info(soak_watch& watch, const ParentRecord& info, us_time_t now)
+void enter_info(ledgers& books, const ParentRecord& info, us_time_t now)
 {
-    link_watch& link = watch.link;
-    learn(link, link.knows_inputs, tells_all(watch, info, "inputs"), now);
-    learn(link, link.knows_outputs, tells_all(watch, info, "outputs"), now);
+    link_state& link = books.link;
+    learn(link, link.knows_inputs, counts_all(books, info, "inputs"), now);
+    learn(link, link.knows_outputs, counts_all(books, info, "outputs"), now);
 }
 
 // Every report of names holds all of them.
-void enter_names(link_watch& link, const ParentRecord& record)
+void enter_names(link_state& link, const ParentRecord& record)
 {
     for (const auto& [name, value] : record.fields)
         if (name.ends_with(".name") && value.empty())
@@ -125,49 +125,49 @@ void enter_names(link_watch& link, const ParentRecord& record)
 }
 
 // Reports of names and of routes share their command; when there are no names, it is of names.
-bool holds_routes(const soak_watch& watch, const ParentRecord& record)
+bool holds_routes(const ledgers& books, const ParentRecord& record)
 {
-    return record.fields.empty() ? watch.link.knows_outputs
+    return record.fields.empty() ? books.link.knows_outputs
                                  : !record.fields.begin()->first.ends_with(".name");
 }
 
-void enter_message(soak_watch& watch, const ParentRecord& record, us_time_t now)
+void enter_message(ledgers& books, const ParentRecord& record, us_time_t now)
 {
-    if (record.command == "info") enter_info(watch, record, now);
-    if (record.command == "outputs" && holds_routes(watch, record))
-        enter_reported_routes(watch, record, now);
+    if (record.command == "info") enter_info(books, record, now);
+    if (record.command == "outputs" && holds_routes(books, record))
+        enter_reported_routes(books, record, now);
     else
-        enter_names(watch.link, record);
+        enter_names(books.link, record);
 }
 } // namespace
 
-void enter_record(soak_watch& watch, const ParentRecord& record, us_time_t now)
+void enter_record(ledgers& books, const ParentRecord& record, us_time_t now)
 {
-    if (record.type != "reply") return enter_message(watch, record, now);
-    const expected_reply* const expected = find_reply(watch.replies, record.id);
+    if (record.type != "reply") return enter_message(books, record, now);
+    const expected_reply* const expected = find_reply(books.replies, record.id);
     const bool reached_router = expected != nullptr && expected->reaches_router;
-    if (!note_proof_reply(watch.conduct, record.id, now) && reached_router)
-        note_disturbance(watch.routes, now);
-    note_finding(watch, enter_reply(watch.replies, record, now));
+    if (!note_proof_reply(books.parent, record.id, now) && reached_router)
+        note_disturbance(books.routes, now);
+    note_finding(books, enter_reply(books.replies, record, now));
 }
 
 namespace {
-void enter_accepted_line(soak_watch& watch, std::string_view line, us_time_t now)
+void enter_accepted_line(ledgers& books, std::string_view line, us_time_t now)
 {
     if (!cut_prefix(line, "<DBG>Accepting route change output=")) return;
     const auto output = cut_number(line);
     const auto input = cut_prefix(line, " input=") ? cut_number(line) : std::nullopt;
-    if (output && input) enter_accepted(watch.reports, *output, *input, now);
+    if (output && input) enter_accepted(books.reports, *output, *input, now);
 }
 } // namespace
 
-void enter_diagnostics(soak_watch& watch, const std::string& line, us_time_t now)
+void enter_diagnostics(ledgers& books, const std::string& line, us_time_t now)
 {
-    enter_accepted_line(watch, line, now);
+    enter_accepted_line(books, line, now);
     // Garbage in a line of DBG may hold line ends of its own.
     for (const char* level : {"<NOTE>", "<WARN>", "<ERR>"})
-        if (line.starts_with(level)) ++watch.complaints[line];
-    link_watch& link = watch.link;
+        if (line.starts_with(level)) ++books.complaints[line];
+    link_state& link = books.link;
     if (line == "<NOTE>Connection sucessful.") ++link.connections;
     if (line == "<NOTE>Connection to router closed") link.up = false;
     if (line.starts_with("<ERR>Timeout during query")) link.names_spoilt_on = link.client;
@@ -185,23 +185,23 @@ bool backend_is_behind(const reply_ledger& replies, us_time_t now)
 }
 } // namespace
 
-void judge(soak_watch& watch, bool reading, us_time_t now)
+void judge(ledgers& books, bool reading, us_time_t now)
 {
-    if (positions_are_doubtful(watch.link, now) || !watch.lasting.empty() || !reading)
-        note_disturbance(watch.routes, now);
-    if (!reading || positions_are_doubtful(watch.link, now) ||
-        backend_is_behind(watch.replies, now))
-        forget_reports(watch.reports, now);
-    note_finding(watch, judge_proofs(watch.conduct, watch.routes, now));
+    if (positions_are_doubtful(books.link, now) || !books.lasting.empty() || !reading)
+        note_disturbance(books.routes, now);
+    if (!reading || positions_are_doubtful(books.link, now) ||
+        backend_is_behind(books.replies, now))
+        forget_reports(books.reports, now);
+    note_finding(books, judge_proofs(books.parent, books.routes, now));
     if (!reading) return;
-    note_finding(watch, find_overdue_reply(watch.replies, now));
-    note_finding(watch, find_wrong_report(watch.reports, now));
-    note_finding(watch, find_wrong_route(watch.routes, now));
+    note_finding(books, find_overdue_reply(books.replies, now));
+    note_finding(books, find_wrong_report(books.reports, now));
+    note_finding(books, find_wrong_route(books.routes, now));
 }
 
-bool all_settled(const soak_watch& watch)
+bool all_settled(const ledgers& books)
 {
-    return watch.replies.open.empty() && all_known(watch.routes);
+    return books.replies.open.empty() && all_known(books.routes);
 }
 
 } // namespace soak

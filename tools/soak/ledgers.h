@@ -20,7 +20,7 @@ namespace soak {
 
 // Names that were spoilt on the way, or cut short by a message that came between them, stay so for
 // a while, and with them the positions of all that is reported.
-struct link_watch {
+struct link_state {
     bool up = false;            // connected, and the router has been learnt
     bool knows_inputs = false;  // all of their names
     bool knows_outputs = false; // likewise
@@ -30,12 +30,12 @@ struct link_watch {
     std::uint64_t connections = 0;
 };
 
-struct soak_watch {
-    parent_conduct conduct;
+struct ledgers {
+    random_parent parent;
     reply_ledger replies;
     report_ledger reports;
     route_ledger routes;
-    link_watch link;
+    link_state link;
     std::set<std::pair<std::string, int>>
         lasting;                                 // faults under way, with their connection, 0: all
     std::map<std::string, std::uint64_t> events; // of the simulated router, by what
@@ -45,16 +45,16 @@ struct soak_watch {
 };
 
 // Nothing when the text is empty.
-void note_finding(soak_watch& watch, const std::string& fault);
+void note_finding(ledgers& books, const std::string& finding);
 
-void enter_event(soak_watch& watch, const router_event& event, us_time_t now);
-void enter_record(soak_watch& watch, const ParentRecord& record, us_time_t now);
-void enter_diagnostics(soak_watch& watch, const std::string& line, us_time_t now);
+void enter_event(ledgers& books, const router_event& event, us_time_t now);
+void enter_record(ledgers& books, const ParentRecord& record, us_time_t now);
+void enter_diagnostics(ledgers& books, const std::string& line, us_time_t now);
 
 // Judges what should be known by now; to be called again and again. `reading`: the parent reads.
-void judge(soak_watch& watch, bool reading, us_time_t now);
+void judge(ledgers& books, bool reading, us_time_t now);
 
 // Whether nothing is open any more: every command answered, every route known.
-bool all_settled(const soak_watch& watch);
+bool all_settled(const ledgers& books);
 
 } // namespace soak

@@ -30,7 +30,7 @@ struct proof_take {
     bool made = false;
 };
 
-struct parent_conduct {
+struct random_parent {
     std::mt19937_64 random;
     std::string port; // the router's
     std::uint64_t last_id = 0;
@@ -57,19 +57,19 @@ struct parent_tools {
 };
 
 // Says whatever is due now. `link_up`: the backend is connected and has learnt the router.
-void act(parent_conduct& conduct, const parent_tools& tools, bool link_up, us_time_t now);
+void act(random_parent& parent, const parent_tools& tools, bool link_up, us_time_t now);
 
-// Reads again and sets the right port: the end of random conduct.
-void stop_acting(parent_conduct& conduct, const parent_tools& tools, us_time_t now);
+// Reads again and sets the right port: the end of random parent.
+void stop_acting(random_parent& parent, const parent_tools& tools, us_time_t now);
 
 // A query, however busy the parent is, unless one is under way.
-void send_proof_query(parent_conduct& conduct, const parent_tools& tools, us_time_t now);
+void send_proof_query(random_parent& parent, const parent_tools& tools, us_time_t now);
 
 // Returns whether the reply with this id belongs to a proof.
-bool note_proof_reply(parent_conduct& conduct, const std::string& id, us_time_t now);
-void note_take(parent_conduct& conduct, int output, int input);
+bool note_proof_reply(random_parent& parent, const std::string& id, us_time_t now);
+void note_take(random_parent& parent, int output, int input);
 
 // Judges what is under way: "", or what was not proved although nothing disturbed it.
-std::string judge_proofs(parent_conduct& conduct, route_ledger& routes, us_time_t now);
+std::string judge_proofs(random_parent& parent, route_ledger& routes, us_time_t now);
 
 } // namespace soak

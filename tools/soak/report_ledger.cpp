@@ -101,20 +101,20 @@ std::string find_wrong_report(report_ledger& ledger, us_time_t now)
 {
     if (ledger.changes.size() > MOST_OPEN_CHANGES) forget_reports(ledger, now);
     match_reports(ledger, now);
-    std::string fault;
+    std::string finding;
     const std::size_t waiting = *ledger.cuts.rbegin();
     if (!ledger.reports.empty() && now - ledger.reports.front().when >= REPORT_SETTLES_US) {
-        fault = "a report is not what was accepted: " + report_text(ledger.reports.front());
+        finding = "a report is not what was accepted: " + report_text(ledger.reports.front());
         if (waiting < ledger.changes.size())
-            fault += "; accepted next: " + route_text(ledger.changes[waiting].destination,
-                                                      ledger.changes[waiting].source);
+            finding += "; accepted next: " + route_text(ledger.changes[waiting].destination,
+                                                        ledger.changes[waiting].source);
     } else if (ledger.aligned && waiting < ledger.changes.size() &&
                now - ledger.changes[waiting].when > LONGEST_LAG_US) {
-        fault = "accepted but never reported: " +
-                route_text(ledger.changes[waiting].destination, ledger.changes[waiting].source);
+        finding = "accepted but never reported: " +
+                  route_text(ledger.changes[waiting].destination, ledger.changes[waiting].source);
     }
-    if (!fault.empty()) forget_reports(ledger, now);
-    return fault;
+    if (!finding.empty()) forget_reports(ledger, now);
+    return finding;
 }
 
 } // namespace soak

@@ -57,7 +57,7 @@ void enter_report(report_ledger& ledger, const std::map<int, int>& routes, us_ti
 void forget_reports(report_ledger& ledger, us_time_t now);
 
 // "", or a change that was not reported or a report without its changes; all of it is then
-// forgotten. Floods are forgotten without a fault.
+// forgotten. Floods are forgotten without a finding.
 std::string find_wrong_report(report_ledger& ledger, us_time_t now);
 
 } // namespace soak

@@ -42,7 +42,7 @@ void become_unknown(const route_ledger& ledger, destination_state& state, us_tim
 
 void compare(route_ledger& ledger, destination_state& state, us_time_t now)
 {
-    const bool known = state.told == state.shown.back().source;
+    const bool known = state.reported == state.shown.back().source;
     if (known && !state.known)
         ++(state.disturbed ? ledger.known_by_query : ledger.known_by_polling);
     if (!known && state.known) become_unknown(ledger, state, now);
@@ -79,7 +79,7 @@ void note_doubtful_report(route_ledger& ledger, int destination, int source, us_
 {
     destination_state* const state = find_state(ledger, destination);
     if (state == nullptr) return;
-    state->told = source;
+    state->reported = source;
     compare(ledger, *state, now);
 }
 
@@ -116,16 +116,16 @@ namespace {
 std::string find_invented_route(route_ledger& ledger, us_time_t now)
 {
     while (!ledger.unproved.empty() && now - ledger.unproved.front().when > PROOF_LAG_US) {
-        const reported_route told = ledger.unproved.front();
+        const reported_route report = ledger.unproved.front();
         ledger.unproved.pop_front();
-        const destination_state* const state = find_state(ledger, told.destination);
+        const destination_state* const state = find_state(ledger, report.destination);
         const bool shown = state != nullptr && std::any_of(state->shown.begin(), state->shown.end(),
                                                            [&](const shown_route& route) {
-                                                               return route.source == told.source;
+                                                               return route.source == report.source;
                                                            });
         if (!shown)
-            return "told, but never shown by the router: " +
-                   route_text(told.destination, told.source);
+            return "reported, but never shown by the router: " +
+                   route_text(report.destination, report.source);
     }
     return "";
 }
@@ -148,8 +148,8 @@ std::string find_wrong_route(route_ledger& ledger, us_time_t now)
         state.known = true;
         return std::string("changed by the router, unknown to the parent ") +
                (state.disturbed ? "after three undisturbed queries: " : "after 5 s of polling: ") +
-               route_text(static_cast<int>(i), state.shown.back().source) + ", told " +
-               std::to_string(state.told);
+               route_text(static_cast<int>(i), state.shown.back().source) +
+               ", last reported input " + std::to_string(state.reported);
     }
     return "";
 }

@@ -1,4 +1,4 @@
-// What the router really shows on each destination, held against what the parent was told.
+// What the router really shows on each destination, held against what is reported to the parent.
 //
 // A change made while nothing is disturbed must be known soon, by polling alone. Faults, and
 // requests of our own that cross the polling, can cost the answer that would have told; such a
@@ -19,7 +19,7 @@ constexpr us_time_t POLLING_MUST_SHOW_US = 5'000'000; // a dozen cycles
 constexpr us_time_t DISTURBANCE_LASTS_US = 1'000'000;
 constexpr int QUERIES_THAT_MAY_FAIL = 2;
 
-// "output 3 input 5", as faults name a route.
+// "output 3 input 5", as findings name a route.
 std::string route_text(int destination, int source);
 
 struct shown_route {
@@ -28,7 +28,7 @@ struct shown_route {
 };
 
 struct destination_state {
-    int told = -1;     // to the parent last, -1: nothing yet
+    int reported = -1; // source that the parent was told last, -1: nothing yet
     bool known = true; // the parent knows what the router shows
     us_time_t unknown_since = 0;
     bool disturbed = false;        // a disturbance struck since then
@@ -69,7 +69,7 @@ void note_query(route_ledger& ledger, us_time_t sent);
 // Whether every destination is known.
 bool all_known(const route_ledger& ledger);
 
-// "", or a change that the parent does not know, or one that it was told and never was; it is then
+// "", or a change that the parent does not know, or a report of what never was; it is then
 // taken as known.
 std::string find_wrong_route(route_ledger& ledger, us_time_t now);
 

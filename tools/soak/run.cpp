@@ -26,7 +26,7 @@ constexpr us_time_t MOST_SAMPLES = 600; // more than the picture can show
 
 struct soak_run {
     soak_options options;
-    soak_watch watch;
+    ledgers books;
     parent_link::backend_link backend;
     std::string partial_line; // of the router's lines
     bool router_ended = false;
@@ -54,7 +54,7 @@ double seconds_since_start(const soak_run& run)
 
 soak_result result_of(const soak_run& run)
 {
-    return {.watch = run.watch,
+    return {.books = run.books,
             .samples = run.samples,
             .seconds = seconds_since_start(run),
             .seed = run.options.seed};
@@ -85,7 +85,7 @@ void read_router_lines(soak_run& run)
          end = run.partial_line.find('\n', begin)) {
         const auto event =
             parse_event(std::string_view(run.partial_line).substr(begin, end - begin));
-        if (event) enter_event(run.watch, *event, now_us());
+        if (event) enter_event(run.books, *event, now_us());
         begin = end + 1;
     }
     run.partial_line.erase(0, begin);
@@ -95,12 +95,12 @@ void read_backend(soak_run& run)
 {
     serve_backend(run.backend);
     const us_time_t now = now_us();
-    const std::uint64_t connections = run.watch.link.connections;
+    const std::uint64_t connections = run.books.link.connections;
     for (; !run.backend.diagnostics.empty(); run.backend.diagnostics.pop_front())
-        enter_diagnostics(run.watch, run.backend.diagnostics.front(), now);
+        enter_diagnostics(run.books, run.backend.diagnostics.front(), now);
     for (; !run.backend.records.empty(); run.backend.records.pop_front())
-        enter_record(run.watch, run.backend.records.front(), now);
-    if (run.watch.link.connections > connections && connections > 0)
+        enter_record(run.books, run.backend.records.front(), now);
+    if (run.books.link.connections > connections && connections > 0)
         run.reconnections.push_back(seconds_since_start(run));
 }
 
@@ -112,17 +112,17 @@ void measure(soak_run& run)
 
 void print_findings(soak_run& run)
 {
-    const std::vector<std::string>& faults = run.watch.findings;
-    for (; run.findings_printed < faults.size(); ++run.findings_printed)
+    const std::vector<std::string>& findings = run.books.findings;
+    for (; run.findings_printed < findings.size(); ++run.findings_printed)
         std::printf("%6.0f s  FINDING: %s\n", seconds_since_start(run),
-                    faults[run.findings_printed].c_str());
+                    findings[run.findings_printed].c_str());
 }
 
 void check(soak_run& run, us_time_t now)
 {
     if (now < run.next_check) return;
     run.next_check = now + CHECK_US;
-    judge(run.watch, run.backend.reads_output, now);
+    judge(run.books, run.backend.reads_output, now);
     print_findings(run);
     if (now >= run.next_sample) {
         measure(run);
@@ -155,14 +155,14 @@ bool goes_on(const soak_run& run)
 
 parent_tools tools_of(soak_run& run)
 {
-    return {run.backend, run.watch.replies, run.watch.routes};
+    return {run.backend, run.books.replies, run.books.routes};
 }
 
 void be_busy(soak_run& run)
 {
     const us_time_t end = run.began + run.options.seconds * SECOND;
     while (goes_on(run) && now_us() < end) {
-        act(run.watch.conduct, tools_of(run), run.watch.link.up, now_us());
+        act(run.books.parent, tools_of(run), run.books.link.up, now_us());
         step(run);
     }
 }
@@ -170,14 +170,14 @@ void be_busy(soak_run& run)
 // Asks until everything is known, or for too long.
 void settle(soak_run& run)
 {
-    stop_acting(run.watch.conduct, tools_of(run), now_us());
+    stop_acting(run.books.parent, tools_of(run), now_us());
     const us_time_t end = now_us() + LONGEST_SETTLING_US;
-    while (goes_on(run) && !all_settled(run.watch)) {
+    while (goes_on(run) && !all_settled(run.books)) {
         if (now_us() > end) {
-            note_finding(run.watch, "not all was known three minutes after the last command");
+            note_finding(run.books, "not all was known three minutes after the last command");
             return;
         }
-        send_proof_query(run.watch.conduct, tools_of(run), now_us());
+        send_proof_query(run.books.parent, tools_of(run), now_us());
         step(run);
     }
 }
@@ -186,21 +186,21 @@ void end_backend(soak_run& run)
 {
     // The keyboard's signal ends the backend as well.
     if (run.backend.ended && interrupted == 0)
-        note_finding(run.watch, "the backend ended by itself");
+        note_finding(run.books, "the backend ended by itself");
     end_input(run.backend);
     const us_time_t end = now_us() + LONGEST_END_US;
     while (!run.backend.ended && now_us() < end)
         step(run);
     if (!run.backend.ended || run.backend.exit_status != 0)
-        note_finding(run.watch, "the backend " + describe_end(run.backend));
+        note_finding(run.books, "the backend " + describe_end(run.backend));
 }
 
 // A run in which hardly anything happened proves nothing.
 void find_what_is_missing(soak_run& run)
 {
-    if (run.watch.link.connections == 0)
-        note_finding(run.watch, "the backend never reached the router");
-    if (run.samples.empty()) note_finding(run.watch, "the memory could not be measured");
+    if (run.books.link.connections == 0)
+        note_finding(run.books, "the backend never reached the router");
+    if (run.samples.empty()) note_finding(run.books, "the memory could not be measured");
 }
 
 bool write_files(const soak_run& run, const soak_result& result)
@@ -216,14 +216,14 @@ bool write_files(const soak_run& run, const soak_result& result)
 int finish(soak_run& run)
 {
     // The keyboard's signal ends the router as well.
-    if (run.router_ended && interrupted == 0) note_finding(run.watch, "the simulated router ended");
+    if (run.router_ended && interrupted == 0) note_finding(run.books, "the simulated router ended");
     find_what_is_missing(run);
-    note_finding(run.watch, growth_finding(run.samples));
+    note_finding(run.books, growth_finding(run.samples));
     const soak_result result = result_of(run);
     const bool written = write_files(run, result);
     std::printf("\n%ssoak.svg and soak.json %s %s\n", summary_text(result).c_str(),
                 written ? "are in" : "cannot be written to", run.options.output_folder.c_str());
-    return written && run.watch.finding_count == 0 ? 0 : 1;
+    return written && run.books.finding_count == 0 ? 0 : 1;
 }
 
 bool start(soak_run& run)
@@ -232,7 +232,7 @@ bool start(soak_run& run)
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     const std::filesystem::path configuration = folder / "soak.conf";
-    std::ofstream(configuration) << "ip address = 127.0.0.1\nport = " << run.watch.conduct.port
+    std::ofstream(configuration) << "ip address = 127.0.0.1\nport = " << run.books.parent.port
                                  << "\n";
     std::string failure;
     if (start_backend(run.backend, run.options.backend,
@@ -247,10 +247,10 @@ int run_soak(const soak_options& options)
 {
     soak_run run;
     run.options = options;
-    run.watch.conduct.random.seed(options.seed);
-    run.watch.conduct.port = read_port();
-    run.watch.routes = make_route_ledger(DESTINATIONS, now_us());
-    if (run.watch.conduct.port.empty()) {
+    run.books.parent.random.seed(options.seed);
+    run.books.parent.port = read_port();
+    run.books.routes = make_route_ledger(DESTINATIONS, now_us());
+    if (run.books.parent.port.empty()) {
         std::fputs("The simulated router's lines are expected on standard input.\n", stderr);
         return 2;
     }

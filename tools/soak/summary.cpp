@@ -21,15 +21,15 @@ double milliseconds(us_time_t time)
 
 std::string progress_line(const soak_result& result)
 {
-    const soak_watch& watch = result.watch;
+    const ledgers& books = result.books;
     const process_cost cost = last_cost(result);
     std::ostringstream text;
-    text << std::setw(6) << std::lround(result.seconds) << " s  " << watch.replies.replied << " of "
-         << watch.replies.sent << " answered, " << watch.routes.changes << " changes, "
-         << watch.link.connections << " connections, longest wait "
-         << std::lround(milliseconds(watch.replies.longest_wait_us)) << " ms, PSS " << cost.pss_kib
+    text << std::setw(6) << std::lround(result.seconds) << " s  " << books.replies.replied << " of "
+         << books.replies.sent << " answered, " << books.routes.changes << " changes, "
+         << books.link.connections << " connections, longest wait "
+         << std::lround(milliseconds(books.replies.longest_wait_us)) << " ms, PSS " << cost.pss_kib
          << " heap " << cost.heap_kib << " KiB, " << cost.descriptors << " descriptors, "
-         << watch.finding_count << " faults";
+         << books.finding_count << " findings";
     return text.str();
 }
 
@@ -59,32 +59,33 @@ void add_table(std::ostream& text, const char* title,
 
 std::string summary_text(const soak_result& result)
 {
-    const soak_watch& watch = result.watch;
+    const ledgers& books = result.books;
     std::ostringstream text;
     text << "Seed " << result.seed << ", " << std::lround(result.seconds) << " s\n";
-    add_count(text, "commands sent", watch.replies.sent);
-    add_count(text, "replied, each once", watch.replies.replied);
+    add_count(text, "commands sent", books.replies.sent);
+    add_count(text, "replied, each once", books.replies.replied);
     text << "  " << std::left << std::setw(44) << "longest wait for a reply, ms"
-         << std::lround(milliseconds(watch.replies.longest_wait_us)) << "\n";
-    add_count(text, "route changes that the router made", watch.routes.changes);
-    add_count(text, "  known to the parent by polling", watch.routes.known_by_polling);
-    add_count(text, "  known after a disturbance", watch.routes.known_by_query);
-    add_count(text, "route changes accepted by the backend", watch.reports.accepted);
-    add_count(text, "routes reported to the parent", watch.reports.reported);
-    add_count(text, "  in reports", watch.reports.reports_seen);
-    add_count(text, "  held against what was accepted", watch.reports.judged);
-    add_count(text, "undisturbed queries of all outputs", watch.conduct.proved_queries);
-    add_count(text, "undisturbed takes, all made and reported", watch.conduct.proved_takes);
-    add_count(text, "connections", watch.link.connections);
+         << std::lround(milliseconds(books.replies.longest_wait_us)) << "\n";
+    add_count(text, "route changes that the router made", books.routes.changes);
+    add_count(text, "  known to the parent by polling", books.routes.known_by_polling);
+    add_count(text, "  known after a disturbance", books.routes.known_by_query);
+    add_count(text, "route changes accepted by the backend", books.reports.accepted);
+    add_count(text, "routes reported to the parent", books.reports.reported);
+    add_count(text, "  in reports", books.reports.reports_seen);
+    add_count(text, "  held against what was accepted", books.reports.judged);
+    add_count(text, "undisturbed queries of all outputs", books.parent.proved_queries);
+    add_count(text, "undisturbed takes, all made and reported", books.parent.proved_takes);
+    add_count(text, "connections", books.link.connections);
     add_count(text, "open descriptors at the end", last_cost(result).descriptors);
     add_growth(text, "PSS ", result.samples, &process_cost::pss_kib);
     add_growth(text, "heap", result.samples, &process_cost::heap_kib);
-    add_table(text, "What the router did:", watch.events);
-    add_table(text, "What the backend complained of on standard error:", watch.complaints);
-    for (const std::string& fault : watch.findings)
-        text << "FINDING: " << fault << "\n";
-    text << (watch.finding_count == 0 ? "Nothing was lost, nothing grew.\n"
-                                      : std::to_string(watch.finding_count) + " faults: FAILED\n");
+    add_table(text, "What the router did:", books.events);
+    add_table(text, "What the backend complained of on standard error:", books.complaints);
+    for (const std::string& finding : books.findings)
+        text << "FINDING: " << finding << "\n";
+    text << (books.finding_count == 0
+                 ? "Nothing was lost, nothing grew.\n"
+                 : std::to_string(books.finding_count) + " findings: FAILED\n");
     return text.str();
 }
 
@@ -99,28 +100,28 @@ nlohmann::json growth_json(const std::vector<cost_sample>& samples,
 
 std::string summary_json(const soak_result& result)
 {
-    const soak_watch& watch = result.watch;
+    const ledgers& books = result.books;
     const nlohmann::json json = {{"seed", result.seed},
                                  {"seconds", result.seconds},
-                                 {"commands_sent", watch.replies.sent},
-                                 {"commands_replied", watch.replies.replied},
-                                 {"longest_wait_ms", milliseconds(watch.replies.longest_wait_us)},
-                                 {"route_changes", watch.routes.changes},
-                                 {"known_by_polling", watch.routes.known_by_polling},
-                                 {"known_after_disturbance", watch.routes.known_by_query},
-                                 {"accepted", watch.reports.accepted},
-                                 {"reported", watch.reports.reported},
-                                 {"reports", watch.reports.reports_seen},
-                                 {"reports_judged", watch.reports.judged},
+                                 {"commands_sent", books.replies.sent},
+                                 {"commands_replied", books.replies.replied},
+                                 {"longest_wait_ms", milliseconds(books.replies.longest_wait_us)},
+                                 {"route_changes", books.routes.changes},
+                                 {"known_by_polling", books.routes.known_by_polling},
+                                 {"known_after_disturbance", books.routes.known_by_query},
+                                 {"accepted", books.reports.accepted},
+                                 {"reported", books.reports.reported},
+                                 {"reports", books.reports.reports_seen},
+                                 {"reports_judged", books.reports.judged},
                                  {"descriptors", last_cost(result).descriptors},
-                                 {"undisturbed_queries", watch.conduct.proved_queries},
-                                 {"undisturbed_takes", watch.conduct.proved_takes},
-                                 {"connections", watch.link.connections},
+                                 {"undisturbed_queries", books.parent.proved_queries},
+                                 {"undisturbed_takes", books.parent.proved_takes},
+                                 {"connections", books.link.connections},
                                  {"pss", growth_json(result.samples, &process_cost::pss_kib)},
                                  {"heap", growth_json(result.samples, &process_cost::heap_kib)},
-                                 {"events", watch.events},
-                                 {"finding_count", watch.finding_count},
-                                 {"faults", watch.findings}};
+                                 {"events", books.events},
+                                 {"finding_count", books.finding_count},
+                                 {"findings", books.findings}};
     return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 

@@ -9,7 +9,7 @@
 namespace soak {
 
 struct soak_result {
-    const soak_watch& watch;
+    const ledgers& books;
     const std::vector<cost_sample>& samples;
     double seconds = 0;
     unsigned seed = 0;

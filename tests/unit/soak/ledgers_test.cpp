@@ -10,51 +10,51 @@ namespace {
 constexpr us_time_t SECOND = 1'000'000;
 constexpr us_time_t START = 1'000 * SECOND;
 
-class Watch : public testing::Test {
+class Ledgers : public testing::Test {
   protected:
-    soak_watch watch;
+    ledgers books;
     us_time_t now = START;
 
     // A connected backend that knows all of a router with two destinations, long undisturbed.
     void SetUp() override
     {
-        watch.routes = make_route_ledger(2, now);
+        books.routes = make_route_ledger(2, now);
         event(R"({"event":"connected","client":1})");
         diagnostics("<NOTE>Connection sucessful.");
         diagnostics("<DBG>Router finished returning levels, sources, destinations");
         message("info", {{"inputs", "2"}, {"outputs", "2"}});
         message("inputs", {{"i0.name", "CAM"}, {"i1.name", "VTR"}});
         message("outputs", {{"o0.name", "MON"}, {"o1.name", "PGM"}});
-        told(0, 0);
-        told(1, 1);
+        reports_route(0, 0);
+        reports_route(1, 1);
         pass(100 * SECOND);
-        told(0, 0); // reports are judged from here on
+        reports_route(0, 0); // reports are judged from here on
         pass(10 * SECOND);
-        ASSERT_THAT(watch.findings, IsEmpty());
-        ASSERT_TRUE(all_settled(watch));
+        ASSERT_THAT(books.findings, IsEmpty());
+        ASSERT_TRUE(all_settled(books));
     }
     void event(const std::string& line)
     {
         const auto parsed = parse_event(line);
         ASSERT_TRUE(parsed);
-        enter_event(watch, *parsed, now);
+        enter_event(books, *parsed, now);
     }
     void diagnostics(const std::string& line)
     {
-        enter_diagnostics(watch, line, now);
+        enter_diagnostics(books, line, now);
     }
     void reported(int output, const std::string& input)
     {
         enter_record(
-            watch,
+            books,
             {"outputs", "", "message", "", {{"o" + std::to_string(output) + ".input.all", input}}},
             now);
     }
     void message(const std::string& command, const std::map<std::string, std::string>& fields)
     {
-        enter_record(watch, {command, "", "message", "", fields}, now);
+        enter_record(books, {command, "", "message", "", fields}, now);
     }
-    void told(int output, int input)
+    void reports_route(int output, int input)
     {
         diagnostics("<DBG>Accepting route change output=" + std::to_string(output) +
                     " input=" + std::to_string(input));
@@ -63,233 +63,234 @@ class Watch : public testing::Test {
     void pass(us_time_t time, bool reading = true)
     {
         for (const us_time_t end = now + time; now < end; now += SECOND / 10)
-            judge(watch, reading, now);
+            judge(books, reading, now);
     }
 };
 } // namespace
 
-TEST_F(Watch, ChangeThatIsToldIsRight)
+TEST_F(Ledgers, ChangeThatIsToldIsRight)
 {
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
-    told(1, 4);
+    reports_route(1, 4);
     pass(20 * SECOND);
-    EXPECT_THAT(watch.findings, IsEmpty());
-    EXPECT_EQ(watch.routes.known_by_polling, 1U);
-    EXPECT_EQ(watch.events.at("take"), 1U);
+    EXPECT_THAT(books.findings, IsEmpty());
+    EXPECT_EQ(books.routes.known_by_polling, 1U);
+    EXPECT_EQ(books.events.at("take"), 1U);
 }
 
-TEST_F(Watch, ChangeThatIsNotToldIsAFinding)
+TEST_F(Ledgers, ChangeThatIsNotToldIsAFinding)
 {
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     pass(20 * SECOND);
-    EXPECT_THAT(watch.findings,
+    EXPECT_THAT(books.findings,
                 ElementsAre("changed by the router, unknown to the parent after 5 s of polling: "
-                            "output 1 input 4, told 1"));
-    EXPECT_EQ(watch.finding_count, 1U);
+                            "output 1 input 4, last reported input 1"));
+    EXPECT_EQ(books.finding_count, 1U);
 }
 
-TEST_F(Watch, AcceptedChangeWithoutReportIsAFinding)
+TEST_F(Ledgers, AcceptedChangeWithoutReportIsAFinding)
 {
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     event(R"({"event":"fault","fault":"lose","client":1,"request":"QI 2 0"})");
     diagnostics("<DBG>Accepting route change output=1 input=4");
     pass(30 * SECOND);
-    EXPECT_THAT(watch.findings, ElementsAre("accepted but never reported: output 1 input 4"));
+    EXPECT_THAT(books.findings, ElementsAre("accepted but never reported: output 1 input 4"));
 }
 
-TEST_F(Watch, ReportThatNobodyMadeIsAFinding)
+TEST_F(Ledgers, ReportThatNobodyMadeIsAFinding)
 {
     reported(0, "1");
     pass(3 * SECOND);
-    EXPECT_THAT(watch.findings,
-                ElementsAre("told, but never shown by the router: output 0 input 1"));
+    EXPECT_THAT(books.findings,
+                ElementsAre("reported, but never shown by the router: output 0 input 1"));
 }
 
-TEST_F(Watch, NoneIsNoRoute)
+TEST_F(Ledgers, NoneIsNoRoute)
 {
-    told(0, -1);
+    reports_route(0, -1);
     reported(0, "none");
     pass(3 * SECOND);
-    EXPECT_THAT(watch.findings, testing::Each("told, but never shown by the router: output 0 input "
-                                              "-1"));
-    EXPECT_EQ(watch.finding_count, 2U);
+    EXPECT_THAT(books.findings,
+                testing::Each("reported, but never shown by the router: output 0 input "
+                              "-1"));
+    EXPECT_EQ(books.finding_count, 2U);
 }
 
-TEST_F(Watch, NamesAreNoRoutes)
+TEST_F(Ledgers, NamesAreNoRoutes)
 {
     message("outputs", {{"o0.name", "MON"}, {"o1.input.allx", "7"}});
-    EXPECT_EQ(watch.reports.reported, 3U); // those of the beginning
+    EXPECT_EQ(books.reports.reported, 3U); // those of the beginning
 }
 
-TEST_F(Watch, ContradictionMayBeTold)
+TEST_F(Ledgers, ContradictionMayBeTold)
 {
     event(R"({"event":"fault","fault":"contradict","client":1,"destination":2,"source":9})");
-    told(1, 8);
+    reports_route(1, 8);
     pass(3 * SECOND);
-    EXPECT_THAT(watch.findings, IsEmpty());
-    EXPECT_FALSE(all_settled(watch));
-    told(1, 1);
-    EXPECT_TRUE(all_settled(watch));
+    EXPECT_THAT(books.findings, IsEmpty());
+    EXPECT_FALSE(all_settled(books));
+    reports_route(1, 1);
+    EXPECT_TRUE(all_settled(books));
 }
 
-TEST_F(Watch, FaultThatLastsExcusesToItsEnd)
+TEST_F(Ledgers, FaultThatLastsExcusesToItsEnd)
 {
     event(R"({"event":"fault","fault":"burst","lasting":true,"client":1})");
     pass(20 * SECOND);
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     pass(20 * SECOND);
-    EXPECT_THAT(watch.findings, IsEmpty());
+    EXPECT_THAT(books.findings, IsEmpty());
     event(R"({"event":"end of fault","fault":"burst","client":1})");
-    told(1, 4);
+    reports_route(1, 4);
     pass(20 * SECOND);
     event(R"({"event":"take","destination":2,"source":6,"by":"scenario"})");
     pass(20 * SECOND);
-    EXPECT_EQ(watch.finding_count, 1U);
+    EXPECT_EQ(books.finding_count, 1U);
 }
 
-TEST_F(Watch, FaultOfAConnectionEndsWithIt)
+TEST_F(Ledgers, FaultOfAConnectionEndsWithIt)
 {
     event(R"({"event":"fault","fault":"silence","lasting":true,"client":1})");
     event(R"({"event":"fault","fault":"refuse","lasting":true})");
     event(R"({"event":"gone","client":1})");
-    EXPECT_THAT(watch.lasting, ElementsAre(std::pair("refuse", 0)));
+    EXPECT_THAT(books.lasting, ElementsAre(std::pair("refuse", 0)));
 }
 
-TEST_F(Watch, FaultOfAForgottenConnectionEndsWithTheNextOne)
+TEST_F(Ledgers, FaultOfAForgottenConnectionEndsWithTheNextOne)
 {
     event(R"({"event":"fault","fault":"half-open","lasting":true,"client":1})");
     event(R"({"event":"fault","fault":"ignore","lasting":true})");
     event(R"({"event":"connected","client":2})");
-    EXPECT_THAT(watch.lasting, ElementsAre(std::pair("ignore", 0)));
+    EXPECT_THAT(books.lasting, ElementsAre(std::pair("ignore", 0)));
     event(R"({"event":"end of fault","fault":"ignore"})");
-    EXPECT_THAT(watch.lasting, IsEmpty());
-    EXPECT_EQ(watch.events.at("end of ignore"), 1U);
+    EXPECT_THAT(books.lasting, IsEmpty());
+    EXPECT_EQ(books.events.at("end of ignore"), 1U);
 }
 
-TEST_F(Watch, LostConnectionExcusesUntilTheRouterIsLearnt)
+TEST_F(Ledgers, LostConnectionExcusesUntilTheRouterIsLearnt)
 {
     diagnostics("<NOTE>Connection to router closed");
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     pass(60 * SECOND);
-    EXPECT_THAT(watch.findings, IsEmpty());
+    EXPECT_THAT(books.findings, IsEmpty());
     event(R"({"event":"connected","client":2})");
     diagnostics("<NOTE>Connection sucessful.");
     diagnostics("<DBG>Router finished returning levels, sources, destinations");
-    told(1, 4);
+    reports_route(1, 4);
     pass(60 * SECOND);
-    EXPECT_TRUE(all_settled(watch));
-    EXPECT_EQ(watch.link.connections, 2U);
-    EXPECT_EQ(watch.complaints.at("<NOTE>Connection sucessful."), 2U);
+    EXPECT_TRUE(all_settled(books));
+    EXPECT_EQ(books.link.connections, 2U);
+    EXPECT_EQ(books.complaints.at("<NOTE>Connection sucessful."), 2U);
 }
 
-TEST_F(Watch, SpoiltNamesExcuseUntilTheNextConnection)
+TEST_F(Ledgers, SpoiltNamesExcuseUntilTheNextConnection)
 {
     event(R"({"event":"fault","fault":"checksum","client":1,"request":"QN ID"})");
-    told(0, 1); // a position that has moved
+    reports_route(0, 1); // a position that has moved
     pass(60 * SECOND);
-    EXPECT_THAT(watch.findings, IsEmpty());
+    EXPECT_THAT(books.findings, IsEmpty());
     event(R"({"event":"connected","client":2})");
-    told(0, 0);
+    reports_route(0, 0);
     event(R"({"event":"fault","fault":"cut","client":2,"request":"QN ID"})");
     pass(60 * SECOND);
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     pass(60 * SECOND);
-    EXPECT_EQ(watch.finding_count, 1U);
+    EXPECT_EQ(books.finding_count, 1U);
 }
 
-TEST_F(Watch, MissingNamesExcuseUntilTheyAreKnownAgain)
+TEST_F(Ledgers, MissingNamesExcuseUntilTheyAreKnownAgain)
 {
     for (const char* count : {"1", "0"}) {
         message("info", {{"inputs", "2"}, {"outputs", count}});
-        told(0, 1);
+        reports_route(0, 1);
         pass(60 * SECOND);
     }
     message("outputs", {}); // names
     message("info", {{"inputs", "1"}, {"outputs", "2"}});
-    told(0, 1);
+    reports_route(0, 1);
     pass(60 * SECOND);
     message("info", {{"inputs", "2"}, {"outputs", "2"}});
-    told(0, 0); // on its way since before
+    reports_route(0, 0); // on its way since before
     pass(60 * SECOND);
-    EXPECT_THAT(watch.findings, IsEmpty());
-    told(0, 1);
+    EXPECT_THAT(books.findings, IsEmpty());
+    reports_route(0, 1);
     pass(60 * SECOND);
-    EXPECT_THAT(watch.findings,
-                testing::Contains("told, but never shown by the router: output 0 input 1"));
+    EXPECT_THAT(books.findings,
+                testing::Contains("reported, but never shown by the router: output 0 input 1"));
 }
 
-TEST_F(Watch, PositionWithoutNameExcuses)
+TEST_F(Ledgers, PositionWithoutNameExcuses)
 {
     message("inputs", {{"i0.name", "CAM"}, {"i1.name", ""}});
-    told(0, 1);
+    reports_route(0, 1);
     pass(60 * SECOND);
-    EXPECT_THAT(watch.findings, IsEmpty());
+    EXPECT_THAT(books.findings, IsEmpty());
 }
 
-TEST_F(Watch, EmptyReportIsAFinding)
+TEST_F(Ledgers, EmptyReportIsAFinding)
 {
     message("outputs", {});
     pass(30 * SECOND);
-    EXPECT_THAT(watch.findings, ElementsAre("a report is not what was accepted: "));
+    EXPECT_THAT(books.findings, ElementsAre("a report is not what was accepted: "));
 }
 
-TEST_F(Watch, TimedOutNamesExcuseUntilTheNextConnection)
+TEST_F(Ledgers, TimedOutNamesExcuseUntilTheNextConnection)
 {
     diagnostics("<ERR>Timeout during query (d=0 s=1 l=1)");
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     pass(60 * SECOND);
-    EXPECT_THAT(watch.findings, IsEmpty());
+    EXPECT_THAT(books.findings, IsEmpty());
 }
 
-TEST_F(Watch, OnlyComplaintsAreCounted)
+TEST_F(Ledgers, OnlyComplaintsAreCounted)
 {
     for (const char* line : {"<ERR>Timeout receiving message", "<DBG>'garbage", "more garbage"})
         diagnostics(line);
-    EXPECT_THAT(watch.complaints, ElementsAre(testing::Pair("<ERR>Timeout receiving message", 1),
+    EXPECT_THAT(books.complaints, ElementsAre(testing::Pair("<ERR>Timeout receiving message", 1),
                                               testing::Pair("<NOTE>Connection sucessful.", 1)));
 }
 
-TEST_F(Watch, CommandThatReachesTheRouterDisturbs)
+TEST_F(Ledgers, CommandThatReachesTheRouterDisturbs)
 {
-    expect_reply(watch.replies, "7", {"route output", "", true, now});
+    expect_reply(books.replies, "7", {"route output", "", true, now});
     pass(2 * SECOND);
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
-    enter_record(watch, {"route output", "", "reply", "7", {}}, now);
+    enter_record(books, {"route output", "", "reply", "7", {}}, now);
     pass(60 * SECOND);
-    EXPECT_THAT(watch.findings, IsEmpty());
+    EXPECT_THAT(books.findings, IsEmpty());
 }
 
-TEST_F(Watch, LateReplyIsAFinding)
+TEST_F(Ledgers, LateReplyIsAFinding)
 {
-    expect_reply(watch.replies, "7", {"dance", "", false, now});
-    EXPECT_FALSE(all_settled(watch));
+    expect_reply(books.replies, "7", {"dance", "", false, now});
+    EXPECT_FALSE(all_settled(books));
     pass(16 * SECOND);
-    EXPECT_THAT(watch.findings, ElementsAre("no reply within 15 s: id 7, dance "));
+    EXPECT_THAT(books.findings, ElementsAre("no reply within 15 s: id 7, dance "));
 }
 
-TEST_F(Watch, ReportsOfABackendThatIsBehindAreNotJudged)
+TEST_F(Ledgers, ReportsOfABackendThatIsBehindAreNotJudged)
 {
-    expect_reply(watch.replies, "7", {"dance", "", false, now});
+    expect_reply(books.replies, "7", {"dance", "", false, now});
     pass(2 * SECOND);
     reported(0, "0"); // of a change before
-    enter_record(watch, {"dance", "", "reply", "7", {}}, now);
+    enter_record(books, {"dance", "", "reply", "7", {}}, now);
     pass(30 * SECOND);
-    EXPECT_THAT(watch.findings, IsEmpty());
+    EXPECT_THAT(books.findings, IsEmpty());
     reported(0, "0");
     pass(30 * SECOND);
-    told(0, 0);
+    reports_route(0, 0);
     pass(30 * SECOND);
-    EXPECT_THAT(watch.findings, IsEmpty());
+    EXPECT_THAT(books.findings, IsEmpty());
     reported(0, "0");
     pass(30 * SECOND);
-    EXPECT_THAT(watch.findings, ElementsAre("a report is not what was accepted: output 0 input 0"));
+    EXPECT_THAT(books.findings, ElementsAre("a report is not what was accepted: output 0 input 0"));
 }
 
-TEST_F(Watch, ParentThatDoesNotReadMissesNothing)
+TEST_F(Ledgers, ParentThatDoesNotReadMissesNothing)
 {
-    expect_reply(watch.replies, "7", {"dance", "", false, now});
+    expect_reply(books.replies, "7", {"dance", "", false, now});
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     diagnostics("<DBG>Accepting route change output=1 input=4");
     pass(60 * SECOND, false);
-    EXPECT_THAT(watch.findings, IsEmpty());
+    EXPECT_THAT(books.findings, IsEmpty());
 }

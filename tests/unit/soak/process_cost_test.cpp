@@ -13,7 +13,7 @@ using namespace soak;
 namespace {
 constexpr std::size_t SIZE = 8 << 20;
 
-// Takes memory once it is told, and says so.
+// Allocates memory once it is asked to, and says so.
 [[noreturn]] void grow_when_asked(int teller)
 {
     char word = 0;

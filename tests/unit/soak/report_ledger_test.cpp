@@ -20,15 +20,15 @@ class ReportLedger : public testing::Test {
     {
         enter_report(ledger, routes, now);
     }
-    // The first fault found in so many seconds.
+    // The first finding found in so many seconds.
     std::string finding_within(int seconds)
     {
-        std::string fault;
-        for (int i = 0; i < 10 * seconds && fault.empty(); ++i) {
+        std::string finding;
+        for (int i = 0; i < 10 * seconds && finding.empty(); ++i) {
             now += SECOND / 10;
-            fault = find_wrong_report(ledger, now);
+            finding = find_wrong_report(ledger, now);
         }
-        return fault;
+        return finding;
     }
 };
 } // namespace

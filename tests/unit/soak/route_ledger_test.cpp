@@ -39,7 +39,7 @@ TEST_F(RouteLedger, UndisturbedChangeMustBecomeKnownByPolling)
     EXPECT_EQ(find_wrong_route(ledger, quiet + POLLING_MUST_SHOW_US), "");
     EXPECT_EQ(find_wrong_route(ledger, quiet + POLLING_MUST_SHOW_US + 1),
               "changed by the router, unknown to the parent after 5 s of polling: output 2 input "
-              "3, told 2");
+              "3, last reported input 2");
     EXPECT_EQ(find_wrong_route(ledger, quiet + POLLING_MUST_SHOW_US + 1), "");
 }
 
@@ -53,7 +53,7 @@ TEST_F(RouteLedger, DisturbedChangeMustBecomeKnownByThreeQueries)
     note_query(ledger, quiet + 1);
     EXPECT_EQ(find_wrong_route(ledger, quiet + 100 * SECOND),
               "changed by the router, unknown to the parent after three undisturbed queries: "
-              "output 2 input 3, told 2");
+              "output 2 input 3, last reported input 2");
 }
 
 TEST_F(RouteLedger, DisturbanceShortlyBeforeExcusesToo)
@@ -78,7 +78,7 @@ TEST_F(RouteLedger, ToldAndNeverShownIsAFinding)
 {
     note_reported(ledger, 2, 1, quiet);
     EXPECT_EQ(find_wrong_route(ledger, quiet + 3 * SECOND),
-              "told, but never shown by the router: output 2 input 1");
+              "reported, but never shown by the router: output 2 input 1");
 }
 
 TEST_F(RouteLedger, ToldBeforeTheRoutersOwnLineIsRight)
@@ -93,7 +93,7 @@ TEST_F(RouteLedger, OutputBeyondTheRouterIsNeverShown)
 {
     note_reported(ledger, 4, 1, quiet);
     EXPECT_EQ(find_wrong_route(ledger, quiet + 3 * SECOND),
-              "told, but never shown by the router: output 4 input 1");
+              "reported, but never shown by the router: output 4 input 1");
 }
 
 TEST_F(RouteLedger, WhatWasShownUntilJustNowMayBeTold)
@@ -114,7 +114,7 @@ TEST_F(RouteLedger, WhatWasShownLongAgoMayNotBeTold)
     note_reported(ledger, 2, 3, quiet + 124 * SECOND);
     note_reported(ledger, 2, 0, quiet + 124 * SECOND);
     EXPECT_EQ(find_wrong_route(ledger, quiet + 128 * SECOND),
-              "told, but never shown by the router: output 2 input 3");
+              "reported, but never shown by the router: output 2 input 3");
 }
 
 TEST_F(RouteLedger, FalseClaimMayBeToldButMustBePutRight)

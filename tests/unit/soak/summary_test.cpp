@@ -12,23 +12,23 @@ using testing::Not;
 namespace {
 class Summary : public testing::Test {
   protected:
-    soak_watch watch;
+    ledgers books;
     std::vector<cost_sample> samples;
 
     void SetUp() override
     {
-        watch.replies.sent = 12;
-        watch.replies.replied = 11;
-        watch.replies.longest_wait_us = 34'000;
-        watch.events["reset"] = 3;
-        watch.complaints["<ERR>Timeout receiving message"] = 2;
+        books.replies.sent = 12;
+        books.replies.replied = 11;
+        books.replies.longest_wait_us = 34'000;
+        books.events["reset"] = 3;
+        books.complaints["<ERR>Timeout receiving message"] = 2;
         for (int i = 0; i < 700; ++i)
             samples.push_back(
                 {static_cast<double>(i), {.pss_kib = 900, .heap_kib = 100, .descriptors = 6}});
     }
     soak_result result() const
     {
-        return {.watch = watch, .samples = samples, .seconds = 700, .seed = 4};
+        return {.books = books, .samples = samples, .seconds = 700, .seed = 4};
     }
 };
 } // namespace
@@ -46,32 +46,32 @@ TEST_F(Summary, SaysWhatWasCounted)
 
 TEST_F(Summary, SaysWhatFailed)
 {
-    note_finding(watch, "something is missing");
-    note_finding(watch, "");
+    note_finding(books, "something is missing");
+    note_finding(books, "");
     const std::string text = summary_text(result());
-    EXPECT_THAT(text, HasSubstr("\nFINDING: something is missing\n1 faults: FAILED\n"));
+    EXPECT_THAT(text, HasSubstr("\nFINDING: something is missing\n1 findings: FAILED\n"));
     EXPECT_THAT(text, Not(HasSubstr("Nothing was lost")));
 }
 
 TEST_F(Summary, KeepsTheFirstFindingsAndCountsAll)
 {
     for (int i = 0; i < 60; ++i)
-        note_finding(watch, std::to_string(i));
-    EXPECT_EQ(watch.findings.size(), 50U);
-    EXPECT_THAT(progress_line(result()), HasSubstr(", 60 faults"));
+        note_finding(books, std::to_string(i));
+    EXPECT_EQ(books.findings.size(), 50U);
+    EXPECT_THAT(progress_line(result()), HasSubstr(", 60 findings"));
 }
 
 TEST_F(Summary, ProgressIsOneLine)
 {
     EXPECT_EQ(progress_line(result()),
               "   700 s  11 of 12 answered, 0 changes, 0 connections, longest wait 34 ms, PSS 900 "
-              "heap 100 KiB, 6 descriptors, 0 faults");
+              "heap 100 KiB, 6 descriptors, 0 findings");
 }
 
 TEST_F(Summary, JsonHoldsTheSame)
 {
-    watch.complaints["\xff"] = 1;
-    note_finding(watch, "odd byte \xff");
+    books.complaints["\xff"] = 1;
+    note_finding(books, "odd byte \xff");
     const auto json = nlohmann::json::parse(summary_json(result()));
     EXPECT_EQ(json["commands_sent"], 12);
     EXPECT_EQ(json["longest_wait_ms"], 34);
