@@ -2,26 +2,18 @@
 
 #include <array>
 
+#include "tools/common/random.h"
+
+using common::draw;
+using common::draw_chance;
+
 namespace soak {
 
 namespace {
 constexpr int PORTS = 70; // a few more than the router has
 constexpr int LONGEST_WORD = 40;
 constexpr int LONGEST_VALUE = 50'000; // now and then
-} // namespace
 
-int draw(std::mt19937_64& random, int least, int most)
-{
-    const auto count = static_cast<std::uint64_t>(most - least) + 1;
-    return least + static_cast<int>(random() % count);
-}
-
-bool chance(std::mt19937_64& random, double probability)
-{
-    return static_cast<double>(random() >> 11) * 0x1p-53 < probability;
-}
-
-namespace {
 std::string record(const std::string& id, const std::string& lines)
 {
     return (id.empty() ? "" : "*ID=" + id + "\n") + lines + "\n\n";
@@ -88,8 +80,8 @@ std::string random_word(std::mt19937_64& random, int longest)
 parent_command unknown_command(std::mt19937_64& random, const std::string& id)
 {
     const std::string word = random_word(random, LONGEST_WORD);
-    const bool message = chance(random, 0.5);
-    const std::string value = random_word(random, chance(random, 0.01) ? LONGEST_VALUE : 100);
+    const bool message = draw_chance(random, 0.5);
+    const std::string value = random_word(random, draw_chance(random, 0.01) ? LONGEST_VALUE : 100);
     return {.bytes =
                 record(id, "*COMMAND=" + word + (message ? "\n*TYPE=message" : "\n*TYPE=command") +
                                "\nnote=" + value),
@@ -144,12 +136,12 @@ parent_command random_quiet_command(std::mt19937_64& random, const std::string& 
 
 parent_command random_command(std::mt19937_64& random, const std::string& id)
 {
-    return chance(random, 0.15) ? flush_routes(id) : random_quiet_command(random, id);
+    return draw_chance(random, 0.15) ? flush_routes(id) : random_quiet_command(random, id);
 }
 
 parent_command random_flood_command(std::mt19937_64& random, const std::string& id)
 {
-    return chance(random, 0.04) ? query_outputs(id) : random_command(random, id);
+    return draw_chance(random, 0.04) ? query_outputs(id) : random_command(random, id);
 }
 
 } // namespace soak

@@ -8,10 +8,6 @@
 
 namespace soak {
 
-// Evenly from both ends inclusive; the same from the same seed on every system.
-int draw(std::mt19937_64& random, int least, int most);
-bool chance(std::mt19937_64& random, double probability);
-
 struct parent_command {
     std::string bytes;           // the record, with its empty line
     std::string command;         // of the reply

@@ -1,5 +1,11 @@
 #include "soak/random_parent.h"
 
+#include "soak/random_commands.h"
+#include "tools/common/random.h"
+
+using common::draw;
+using common::draw_chance;
+
 namespace soak {
 
 namespace {
@@ -51,13 +57,13 @@ void begin_busy_phase(random_parent& parent, const parent_tools& tools, us_time_
     const bool worst = ++parent.busy_phases == 2;
     const auto length = static_cast<us_time_t>(draw(random, 4, 12)) * SECOND;
     parent.phase_ends = now + length;
-    if (worst || chance(random, 0.2)) {
+    if (worst || draw_chance(random, 0.2)) {
         tools.backend.reads_output = false;
         parent.reads_again = now + length / 2;
     }
-    if (worst || chance(random, 0.2))
+    if (worst || draw_chance(random, 0.2))
         send_flood(parent, tools, worst ? LARGEST_FLOOD : draw(random, 100, LARGEST_FLOOD), now);
-    if (chance(random, 0.05)) leave_router_for_a_while(parent, tools, now);
+    if (draw_chance(random, 0.05)) leave_router_for_a_while(parent, tools, now);
 }
 
 void begin_phase(random_parent& parent, const parent_tools& tools, us_time_t now)

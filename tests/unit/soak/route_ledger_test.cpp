@@ -65,6 +65,21 @@ TEST_F(RouteLedger, DisturbanceShortlyBeforeExcusesToo)
     EXPECT_EQ(ledger.known_by_query, 5U); // the four at the start as well
 }
 
+TEST_F(RouteLedger, FailedQueriesAreThoseSinceTheLastChange)
+{
+    router_shows(ledger, 2, 3, quiet);
+    note_disturbance(ledger, quiet + 1);
+    for (int i = 0; i < 2; ++i)
+        note_query(ledger, quiet + 1);
+    router_shows(ledger, 2, 0, quiet + 2);
+    note_disturbance(ledger, quiet + 3);
+    for (int i = 0; i < 2; ++i)
+        note_query(ledger, quiet + 3);
+    EXPECT_EQ(find_wrong_route(ledger, quiet + 100 * SECOND), "");
+    note_query(ledger, quiet + 3);
+    EXPECT_NE(find_wrong_route(ledger, quiet + 100 * SECOND), "");
+}
+
 TEST_F(RouteLedger, QueryBeforeTheChangeProvesNothing)
 {
     router_shows(ledger, 2, 3, quiet);
