@@ -3,13 +3,23 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdlib>
 
 namespace soak {
 
 namespace {
-constexpr double ALLOWED_HEAP_KIB = 512;
-constexpr double ALLOWED_PSS_KIB = 2048;
-constexpr double ALLOWED_IN_SHORT_RUN_KIB = 16384;
+struct growth_bound {
+    const char* name;
+    std::uint64_t process_cost::*count;
+    const char* unit;
+    long allowed;
+    long allowed_in_short_run;
+};
+constexpr std::array<growth_bound, 3> BOUNDS = {{
+    {"the heap", &process_cost::heap_kib, " KiB", 512, 16384},
+    {"PSS", &process_cost::pss_kib, " KiB", 2048, 16384},
+    {"the number of open descriptors", &process_cost::descriptors, "", 1, 1},
+}};
 constexpr double SHORT_RUN_SECONDS = 300;
 constexpr std::size_t LEAST_SAMPLES = 8;
 constexpr std::size_t SPARKLINE_WIDTH = 60;
@@ -60,25 +70,24 @@ growth_figures measure_growth(const std::vector<cost_sample>& samples,
                 median(samples, quarter, 2 * quarter, count)};
 }
 
-namespace {
-std::string kib_text(double kib)
+std::vector<growth_judgement> judge_growth(const std::vector<cost_sample>& samples)
 {
-    return std::to_string(std::lround(kib)) + " KiB";
-}
-} // namespace
-
-std::string growth_finding(const std::vector<cost_sample>& samples)
-{
-    const double heap = measure_growth(samples, &process_cost::heap_kib).growth;
-    const double pss = measure_growth(samples, &process_cost::pss_kib).growth;
-    const bool is_short = samples.empty() || samples.back().seconds < SHORT_RUN_SECONDS;
-    if (heap > (is_short ? ALLOWED_IN_SHORT_RUN_KIB : ALLOWED_HEAP_KIB))
-        return "the heap has grown by " + kib_text(heap);
-    if (pss > (is_short ? ALLOWED_IN_SHORT_RUN_KIB : ALLOWED_PSS_KIB))
-        return "memory has grown by " + kib_text(pss);
-    const growth_figures descriptors = measure_growth(samples, &process_cost::descriptors);
-    if (descriptors.growth > 1) return "the number of open descriptors has grown";
-    return "";
+    if (samples.size() < LEAST_SAMPLES)
+        return {{"memory was measured " + std::to_string(samples.size()) +
+                     " times, too seldom to tell a growth",
+                 true}};
+    const bool is_short = samples.back().seconds < SHORT_RUN_SECONDS;
+    std::vector<growth_judgement> judgements;
+    for (const growth_bound& bound : BOUNDS) {
+        const long growth = std::lround(measure_growth(samples, bound.count).growth);
+        const long allowed = is_short ? bound.allowed_in_short_run : bound.allowed;
+        judgements.push_back({bound.name +
+                                  std::string(growth < 0 ? " has shrunk by " : " has grown by ") +
+                                  std::to_string(std::abs(growth)) + bound.unit + ", " +
+                                  std::to_string(allowed) + bound.unit + " allowed",
+                              growth > allowed});
+    }
+    return judgements;
 }
 
 std::string sparkline(const std::vector<cost_sample>& samples, std::uint64_t process_cost::*count)

@@ -23,10 +23,16 @@ struct growth_figures {
 growth_figures measure_growth(const std::vector<cost_sample>& samples,
                               std::uint64_t process_cost::*count);
 
-// "", or what grew. Each flood larger than those before leaves its mark on the heap: half a MiB is
-// allowed, and 16 in a run of less than five minutes, most of which is floods met first. PSS also
-// changes by up to 2 MiB as other programs that use the same libraries come and go.
-std::string growth_finding(const std::vector<cost_sample>& samples);
+struct growth_judgement {
+    std::string text; // "the heap has grown by 28 KiB, 512 KiB allowed"
+    bool too_much = false;
+};
+
+// One each for heap, PSS and open descriptors. Each flood larger than those before leaves its mark
+// on the heap: half a MiB is allowed, and 16 in a run of less than five minutes, most of which is
+// floods met first. PSS also changes by up to 2 MiB as other programs that use the same libraries
+// come and go. Fewer than eight samples are too much of a guess: a judgement of its own says so.
+std::vector<growth_judgement> judge_growth(const std::vector<cost_sample>& samples);
 
 // One character per sample or group of samples, higher for more.
 std::string sparkline(const std::vector<cost_sample>& samples, std::uint64_t process_cost::*count);

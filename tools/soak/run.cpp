@@ -200,7 +200,6 @@ void find_what_is_missing(soak_run& run)
 {
     if (run.books.link.connections == 0)
         note_finding(run.books, "the backend never reached the router");
-    if (run.samples.empty()) note_finding(run.books, "the memory could not be measured");
 }
 
 bool write_files(const soak_run& run, const soak_result& result)
@@ -218,7 +217,8 @@ int finish(soak_run& run)
     // The keyboard's signal ends the router as well.
     if (run.router_ended && interrupted == 0) note_finding(run.books, "the simulated router ended");
     find_what_is_missing(run);
-    note_finding(run.books, growth_finding(run.samples));
+    for (const growth_judgement& judgement : judge_growth(run.samples))
+        if (judgement.too_much) note_finding(run.books, judgement.text);
     const soak_result result = result_of(run);
     const bool written = write_files(run, result);
     std::printf("\n%ssoak.svg and soak.json %s %s\n", summary_text(result).c_str(),
