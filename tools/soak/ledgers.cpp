@@ -38,9 +38,10 @@ void enter_event(ledgers& books, const router_event& event, us_time_t now)
 {
     const std::string name = event.fault.empty() ? event.kind : event.fault;
     ++books.events[event.kind == "end of fault" ? "end of " + name : name];
+    if (event.kind == "fault") ++books.faults;
     if (event.kind == "take") {
         router_shows(books.routes, event.destination, event.source, now);
-        if (event.by == "client") note_take(books.parent, event.destination, event.source);
+        if (event.by == "client") note_take(books.proofs, event.destination, event.source);
     }
     // What happens all the time, or only takes time.
     if (event.kind == "start" || event.kind == "take" || event.fault == "delay") return;
@@ -100,70 +101,46 @@ void enter_reported_routes(ledgers& books, const ParentRecord& record, us_time_t
     }
     enter_report(books.reports, routes, now);
 }
+} // namespace
 
-// Whether the record tells of as many sources, or destinations, as the router has.
-bool counts_all(const ledgers& books, const ParentRecord& info, const char* what)
-{
-    const auto found = info.fields.find(what);
-    return found != info.fields.end() &&
-           found->second == std::to_string(books.routes.destinations.size());
-}
-
-void enter_info(ledgers& books, const ParentRecord& info, us_time_t now)
+void enter_record(ledgers& books, const ParentRecord& record, us_time_t now)
 {
     link_state& link = books.link;
-    learn(link, link.knows_inputs, counts_all(books, info, "inputs"), now);
-    learn(link, link.knows_outputs, counts_all(books, info, "outputs"), now);
-}
-
-// Every report of names holds all of them.
-void enter_names(link_state& link, const ParentRecord& record)
-{
+    if (record.type == "reply") {
+        const expected_reply* const expected = find_reply(books.replies, record.id);
+        const bool reached_router = expected != nullptr && expected->reaches_router;
+        if (!note_proof_reply(books.proofs, record.id, now) && reached_router)
+            note_disturbance(books.routes, now);
+        note_finding(books, enter_reply(books.replies, record, now));
+        return;
+    }
+    if (record.command == "info") {
+        const auto counts_all = [&](const char* what) {
+            const auto found = record.fields.find(what);
+            return found != record.fields.end() &&
+                   found->second == std::to_string(books.routes.destinations.size());
+        };
+        learn(link, link.knows_inputs, counts_all("inputs"), now);
+        learn(link, link.knows_outputs, counts_all("outputs"), now);
+    }
+    // Reports of names and of routes share their command; when there are no names, it is of names.
+    const bool of_names = record.fields.empty() ? !link.knows_outputs
+                                                : record.fields.begin()->first.ends_with(".name");
+    if (record.command == "outputs" && !of_names) return enter_reported_routes(books, record, now);
+    // Every report of names holds all of them.
     for (const auto& [name, value] : record.fields)
         if (name.ends_with(".name") && value.empty())
             (record.command == "inputs" ? link.knows_inputs : link.knows_outputs) = false;
 }
 
-// Reports of names and of routes share their command; when there are no names, it is of names.
-bool holds_routes(const ledgers& books, const ParentRecord& record)
-{
-    return record.fields.empty() ? books.link.knows_outputs
-                                 : !record.fields.begin()->first.ends_with(".name");
-}
-
-void enter_message(ledgers& books, const ParentRecord& record, us_time_t now)
-{
-    if (record.command == "info") enter_info(books, record, now);
-    if (record.command == "outputs" && holds_routes(books, record))
-        enter_reported_routes(books, record, now);
-    else
-        enter_names(books.link, record);
-}
-} // namespace
-
-void enter_record(ledgers& books, const ParentRecord& record, us_time_t now)
-{
-    if (record.type != "reply") return enter_message(books, record, now);
-    const expected_reply* const expected = find_reply(books.replies, record.id);
-    const bool reached_router = expected != nullptr && expected->reaches_router;
-    if (!note_proof_reply(books.parent, record.id, now) && reached_router)
-        note_disturbance(books.routes, now);
-    note_finding(books, enter_reply(books.replies, record, now));
-}
-
-namespace {
-void enter_accepted_line(ledgers& books, std::string_view line, us_time_t now)
-{
-    if (!cut_prefix(line, "<DBG>Accepting route change output=")) return;
-    const auto output = cut_number(line);
-    const auto input = cut_prefix(line, " input=") ? cut_number(line) : std::nullopt;
-    if (output && input) enter_accepted(books.reports, *output, *input, now);
-}
-} // namespace
-
 void enter_diagnostics(ledgers& books, const std::string& line, us_time_t now)
 {
-    enter_accepted_line(books, line, now);
+    std::string_view text = line;
+    if (cut_prefix(text, "<DBG>Accepting route change output=")) {
+        const auto output = cut_number(text);
+        const auto input = cut_prefix(text, " input=") ? cut_number(text) : std::nullopt;
+        if (output && input) enter_accepted(books.reports, *output, *input, now);
+    }
     // Garbage in a line of DBG may hold line ends of its own.
     for (const char* level : {"<NOTE>", "<WARN>", "<ERR>"})
         if (line.starts_with(level)) ++books.complaints[line];
@@ -175,24 +152,17 @@ void enter_diagnostics(ledgers& books, const std::string& line, us_time_t now)
         learn(link, link.up, true, now);
 }
 
-namespace {
-// Reports then come long after what they report.
-bool backend_is_behind(const reply_ledger& replies, us_time_t now)
-{
-    return std::any_of(replies.open.begin(), replies.open.end(), [now](const auto& each) {
-        return now - each.second.sent > LONGEST_PROMPT_WAIT_US;
-    });
-}
-} // namespace
-
 void judge(ledgers& books, bool reading, us_time_t now)
 {
-    if (positions_are_doubtful(books.link, now) || !books.lasting.empty() || !reading)
-        note_disturbance(books.routes, now);
-    if (!reading || positions_are_doubtful(books.link, now) ||
-        backend_is_behind(books.replies, now))
-        forget_reports(books.reports, now);
-    note_finding(books, judge_proofs(books.parent, books.routes, now));
+    const bool doubtful = positions_are_doubtful(books.link, now);
+    if (doubtful || !books.lasting.empty() || !reading) note_disturbance(books.routes, now);
+    // Of a backend that is behind, reports come long after what they report.
+    const bool behind =
+        std::any_of(books.replies.open.begin(), books.replies.open.end(), [now](const auto& each) {
+            return now - each.second.sent > LONGEST_PROMPT_WAIT_US;
+        });
+    if (doubtful || behind || !reading) forget_reports(books.reports, now);
+    note_finding(books, judge_proofs(books.proofs, books.routes, now));
     if (!reading) return;
     note_finding(books, find_overdue_reply(books.replies, now));
     note_finding(books, find_wrong_report(books.reports, now));

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "parent/record.h"
-#include "soak/random_parent.h"
+#include "soak/proof_ledger.h"
 #include "soak/reply_ledger.h"
 #include "soak/report_ledger.h"
 #include "soak/route_ledger.h"
@@ -31,14 +31,14 @@ struct link_state {
 };
 
 struct ledgers {
-    random_parent parent;
     reply_ledger replies;
     report_ledger reports;
     route_ledger routes;
+    proof_ledger proofs;
     link_state link;
-    std::set<std::pair<std::string, int>>
-        lasting;                                 // faults under way, with their connection, 0: all
-    std::map<std::string, std::uint64_t> events; // of the simulated router, by what
+    std::set<std::pair<std::string, int>> lasting;   // faults under way; their connection, 0: all
+    std::map<std::string, std::uint64_t> events;     // of the simulated router, by what
+    std::uint64_t faults = 0;                        // of these
     std::map<std::string, std::uint64_t> complaints; // lines of NOTE, WARN and ERR
     std::vector<std::string> findings;               // what must not be: the first of them
     std::uint64_t finding_count = 0;

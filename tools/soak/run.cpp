@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "soak/plot.h"
+#include "soak/random_parent.h"
 #include "soak/summary.h"
 
 namespace soak {
@@ -26,6 +27,7 @@ constexpr us_time_t MOST_SAMPLES = 600; // more than the picture can show
 
 struct soak_run {
     soak_options options;
+    random_parent parent;
     ledgers books;
     parent_link::backend_link backend;
     std::string partial_line; // of the router's lines
@@ -153,16 +155,11 @@ bool goes_on(const soak_run& run)
     return interrupted == 0 && !run.router_ended && !run.backend.ended;
 }
 
-parent_tools tools_of(soak_run& run)
-{
-    return {run.backend, run.books.replies, run.books.routes};
-}
-
 void be_busy(soak_run& run)
 {
     const us_time_t end = run.began + run.options.seconds * SECOND;
     while (goes_on(run) && now_us() < end) {
-        act(run.books.parent, tools_of(run), run.books.link.up, now_us());
+        act(run.parent, run.backend, run.books, now_us());
         step(run);
     }
 }
@@ -170,14 +167,14 @@ void be_busy(soak_run& run)
 // Asks until everything is known, or for too long.
 void settle(soak_run& run)
 {
-    stop_acting(run.books.parent, tools_of(run), now_us());
+    stop_acting(run.parent, run.backend, run.books, now_us());
     const us_time_t end = now_us() + LONGEST_SETTLING_US;
-    while (goes_on(run) && !all_settled(run.books)) {
+    while (goes_on(run) && !(all_settled(run.books) && run.books.proofs.takes > 0)) {
         if (now_us() > end) {
             note_finding(run.books, "not all was known three minutes after the last command");
             return;
         }
-        send_proof_query(run.books.parent, tools_of(run), now_us());
+        settle(run.parent, run.backend, run.books, now_us());
         step(run);
     }
 }
@@ -198,8 +195,8 @@ void end_backend(soak_run& run)
 // A run in which hardly anything happened proves nothing.
 void find_what_is_missing(soak_run& run)
 {
-    if (run.books.link.connections == 0)
-        note_finding(run.books, "the backend never reached the router");
+    for (const std::string& missing : missing_proofs(run.books.proofs, run.books.link.connections))
+        note_finding(run.books, missing);
 }
 
 bool write_files(const soak_run& run, const soak_result& result)
@@ -232,8 +229,7 @@ bool start(soak_run& run)
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     const std::filesystem::path configuration = folder / "soak.conf";
-    std::ofstream(configuration) << "ip address = 127.0.0.1\nport = " << run.books.parent.port
-                                 << "\n";
+    std::ofstream(configuration) << "ip address = 127.0.0.1\nport = " << run.parent.port << "\n";
     std::string failure;
     if (start_backend(run.backend, run.options.backend,
                       {"--file", std::filesystem::absolute(configuration)}, failure))
@@ -247,10 +243,10 @@ int run_soak(const soak_options& options)
 {
     soak_run run;
     run.options = options;
-    run.books.parent.random.seed(options.seed);
-    run.books.parent.port = read_port();
+    run.parent.random.seed(options.seed);
+    run.parent.port = read_port();
     run.books.routes = make_route_ledger(DESTINATIONS, now_us());
-    if (run.books.parent.port.empty()) {
+    if (run.parent.port.empty()) {
         std::fputs("The simulated router's lines are expected on standard input.\n", stderr);
         return 2;
     }

@@ -73,8 +73,8 @@ std::string summary_text(const soak_result& result)
     add_count(text, "routes reported to the parent", books.reports.reported);
     add_count(text, "  in reports", books.reports.reports_seen);
     add_count(text, "  held against what was accepted", books.reports.judged);
-    add_count(text, "undisturbed queries of all outputs", books.parent.proved_queries);
-    add_count(text, "undisturbed takes, all made and reported", books.parent.proved_takes);
+    add_count(text, "undisturbed queries of all outputs", books.proofs.queries);
+    add_count(text, "undisturbed takes, all made and reported", books.proofs.takes);
     add_count(text, "connections", books.link.connections);
     add_count(text, "open descriptors at the end", last_cost(result).descriptors);
     add_growth(text, "PSS ", result.samples, &process_cost::pss_kib);
@@ -114,8 +114,8 @@ std::string summary_json(const soak_result& result)
                                  {"reports", books.reports.reports_seen},
                                  {"reports_judged", books.reports.judged},
                                  {"descriptors", last_cost(result).descriptors},
-                                 {"undisturbed_queries", books.parent.proved_queries},
-                                 {"undisturbed_takes", books.parent.proved_takes},
+                                 {"undisturbed_queries", books.proofs.queries},
+                                 {"undisturbed_takes", books.proofs.takes},
                                  {"connections", books.link.connections},
                                  {"pss", growth_json(result.samples, &process_cost::pss_kib)},
                                  {"heap", growth_json(result.samples, &process_cost::heap_kib)},

@@ -11,32 +11,28 @@ constexpr us_time_t START = 1'000 * SECOND;
 class RandomParent : public testing::Test {
   protected:
     parent_link::backend_link backend;
-    reply_ledger replies;
-    route_ledger routes = make_route_ledger(64, START);
+    ledgers books;
     random_parent parent;
     us_time_t now = START;
-    bool router_takes = true;
+    bool follows_port = true; // the link goes down while another port is set
 
-    parent_tools tools()
+    void SetUp() override
     {
-        return {backend, replies, routes};
+        books.routes = make_route_ledger(64, START);
+        books.link.up = true;
     }
-    // Acts a hundred times a second; every command is answered at once.
-    void act_for(us_time_t time, bool link_up = true)
+    // Acts a hundred times a second; every command is answered at once, every take made.
+    void act_for(us_time_t time)
     {
         for (const us_time_t end = now + time; now < end; now += SECOND / 100) {
-            act(parent, tools(), link_up, now);
-            answer_all();
-            if (router_takes) note_take(parent, parent.take.output, parent.take.input);
-            EXPECT_EQ(judge_proofs(parent, routes, now), "");
+            act(parent, backend, books, now);
+            if (follows_port) books.link.up = parent.port_returns == 0;
+            for (const auto& [id, reply] : books.replies.open)
+                note_proof_reply(books.proofs, id, now);
+            books.replies.open.clear();
+            note_take(books.proofs, books.proofs.take.output, books.proofs.take.input);
+            EXPECT_EQ(judge_proofs(books.proofs, books.routes, now), "");
         }
-    }
-    void answer_all()
-    {
-        for (const auto& [id, reply] : replies.open)
-            note_proof_reply(parent, id, now);
-        replies.replied += replies.open.size();
-        replies.open.clear();
     }
     // Goes on to the beginning of the next calm phase.
     void become_calm()
@@ -53,12 +49,12 @@ TEST_F(RandomParent, BusyAndCalmPhasesFollowEachOther)
 {
     act_for(SECOND);
     EXPECT_FALSE(parent.calm);
-    EXPECT_GT(replies.sent, 5U);
+    EXPECT_GT(books.replies.sent, 5U);
     become_calm();
-    const std::uint64_t sent = replies.sent;
+    const std::uint64_t sent = books.replies.sent;
     act_for(5 * SECOND);
     EXPECT_TRUE(parent.calm);
-    EXPECT_LT(replies.sent - sent, 40U);
+    EXPECT_LT(books.replies.sent - sent, 40U);
 }
 
 TEST_F(RandomParent, ReadingPausesAndComesBack)
@@ -72,73 +68,97 @@ TEST_F(RandomParent, ReadingPausesAndComesBack)
     }
     EXPECT_GT(pauses, 0);
     backend.reads_output = false;
-    stop_acting(parent, tools(), now);
+    stop_acting(parent, backend, books, now);
     EXPECT_TRUE(backend.reads_output);
 }
 
-TEST_F(RandomParent, UndisturbedQueryCounts)
+TEST_F(RandomParent, RepliesAreNotLateForItsOwnPause)
 {
-    become_calm();
-    act_for(3 * SECOND);
-    EXPECT_EQ(parent.proved_queries, 1U);
+    backend.reads_output = false;
+    parent.phase_ends = parent.next_command = now + 60 * SECOND;
+    parent.reads_again = now + 20 * SECOND;
+    expect_reply(books.replies, "x", {"dance", "", false, now});
+    act(parent, backend, books, now + 20 * SECOND);
+    EXPECT_EQ(find_overdue_reply(books.replies, now + 20 * SECOND), "");
+    EXPECT_EQ(books.replies.open.at("x").sent, now + 20 * SECOND);
 }
 
-TEST_F(RandomParent, DisturbedQueryDoesNotCount)
+TEST_F(RandomParent, EverythingHappensOnceInTheLeastTime)
 {
-    become_calm();
-    act_for(SECOND);
-    EXPECT_NE(parent.query.id, "");
-    note_disturbance(routes, now);
-    act_for(3 * SECOND);
-    EXPECT_EQ(parent.query.id, "");
-    EXPECT_EQ(parent.proved_queries, 0U);
+    for (const unsigned seed : {1U, 2U, 3U, 4U, 5U}) {
+        parent = {};
+        parent.random.seed(seed);
+        books.proofs = {};
+        act_for(LEAST_SECONDS * SECOND);
+        EXPECT_GE(books.proofs.queries, 1U) << seed;
+        EXPECT_GE(books.proofs.takes, 1U) << seed;
+        EXPECT_GE(books.proofs.floods, 1U) << seed;
+        EXPECT_GE(books.proofs.port_changes, 1U) << seed;
+    }
 }
 
-TEST_F(RandomParent, OneQueryAtATime)
+TEST_F(RandomParent, FloodsAndPortChangesComeAgain)
 {
-    send_proof_query(parent, tools(), now);
-    const std::string id = parent.query.id;
-    send_proof_query(parent, tools(), now);
-    EXPECT_EQ(parent.query.id, id);
-    EXPECT_EQ(replies.sent, 1U);
+    act_for(30 * 60 * SECOND);
+    EXPECT_GT(books.proofs.floods, 5U);
+    EXPECT_GT(books.proofs.port_changes, 2U);
 }
 
-TEST_F(RandomParent, TakeThatTheRouterMakesIsProved)
+TEST_F(RandomParent, PortChangeThatIsNotFollowedDoesNotCount)
 {
-    become_calm();
-    act_for(8 * SECOND);
-    ASSERT_GE(parent.take.output, 0);
-    act_for(4 * SECOND);
-    EXPECT_EQ(parent.take.output, -1);
-    EXPECT_EQ(parent.proved_takes, 1U);
+    follows_port = false;
+    act_for(120 * SECOND);
+    EXPECT_EQ(books.proofs.port_changes, 0U);
+    EXPECT_EQ(parent.port_returns, 0U);
 }
 
-TEST_F(RandomParent, TakeThatStaysAwayIsAFinding)
+TEST_F(RandomParent, RouterIsLeftOnlyWhenItIsKnown)
 {
-    router_takes = false;
-    become_calm();
-    act_for(8 * SECOND);
-    const proof_take take = parent.take;
-    note_take(parent, take.output, take.input + 1);
-    EXPECT_EQ(judge_proofs(parent, routes, take.sent + 5 * SECOND),
-              "a take did not reach the router: output " + std::to_string(take.output) + " input " +
-                  std::to_string(take.input));
-    EXPECT_EQ(judge_proofs(parent, routes, take.sent + 5 * SECOND), "");
-}
-
-TEST_F(RandomParent, DisturbedTakeProvesNothing)
-{
-    become_calm();
-    act_for(8 * SECOND);
-    ASSERT_GE(parent.take.output, 0);
-    note_disturbance(routes, now);
-    EXPECT_EQ(judge_proofs(parent, routes, now + 5 * SECOND), "");
-    EXPECT_EQ(parent.proved_takes, 0U);
+    follows_port = false;
+    books.link.up = false;
+    act_for(120 * SECOND);
+    EXPECT_EQ(books.proofs.port_changes, 0U);
 }
 
 TEST_F(RandomParent, NothingIsTakenWithoutTheRouter)
 {
+    follows_port = false;
+    books.link.up = false;
     become_calm();
-    act_for(8 * SECOND, false);
-    EXPECT_EQ(parent.take.output, -1);
+    act_for(9 * SECOND);
+    EXPECT_EQ(books.proofs.take.output, -1);
+    EXPECT_FALSE(parent.taken);
+}
+
+TEST_F(RandomParent, OwnRequestsDisturb)
+{
+    become_calm();
+    now += 2 * SECOND;
+    ASSERT_TRUE(undisturbed_since(books.routes, now));
+    act(parent, backend, books, now); // the query of the calm phase
+    EXPECT_FALSE(undisturbed_since(books.routes, now));
+}
+
+TEST_F(RandomParent, SettlesByQueriesAndThenByATake)
+{
+    settle(parent, backend, books, now); // no route is known
+    const std::string id = books.proofs.query.id;
+    EXPECT_NE(id, "");
+    settle(parent, backend, books, now);
+    EXPECT_EQ(books.proofs.query.id, id);
+    EXPECT_EQ(books.replies.sent, 1U);
+
+    for (destination_state& state : books.routes.destinations)
+        state.known = true;
+    books.replies.open.clear();
+    books.proofs.query = {};
+    settle(parent, backend, books, now);
+    EXPECT_EQ(books.proofs.take.output, -1); // the query has just disturbed
+    settle(parent, backend, books, now + 2 * SECOND);
+    EXPECT_GE(books.proofs.take.output, 0);
+    books.proofs.take = {};
+    books.proofs.takes = 1;
+    books.replies.open.clear();
+    settle(parent, backend, books, now + 4 * SECOND);
+    EXPECT_EQ(books.proofs.take.output, -1);
 }
