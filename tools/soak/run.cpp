@@ -9,7 +9,6 @@
 #include <fstream>
 #include <unistd.h>
 
-#include "soak/plot.h"
 #include "soak/random_parent.h"
 #include "soak/summary.h"
 
@@ -58,6 +57,7 @@ soak_result result_of(const soak_run& run)
 {
     return {.books = run.books,
             .samples = run.samples,
+            .reconnections = run.reconnections,
             .seconds = seconds_since_start(run),
             .seed = run.options.seed};
 }
@@ -204,9 +204,7 @@ bool write_files(const soak_run& run, const soak_result& result)
     const std::filesystem::path folder = run.options.output_folder;
     std::ofstream json(folder / "soak.json");
     json << summary_json(result);
-    std::ofstream plot(folder / "soak.svg");
-    write_plot(plot, run.samples, run.reconnections);
-    return json.flush() && plot.flush();
+    return static_cast<bool>(json.flush());
 }
 
 int finish(soak_run& run)
@@ -218,8 +216,8 @@ int finish(soak_run& run)
         if (judgement.too_much) note_finding(run.books, judgement.text);
     const soak_result result = result_of(run);
     const bool written = write_files(run, result);
-    std::printf("\n%ssoak.svg and soak.json %s %s\n", summary_text(result).c_str(),
-                written ? "are in" : "cannot be written to", run.options.output_folder.c_str());
+    std::printf("\n%ssoak.json %s %s\n", summary_text(result).c_str(),
+                written ? "is in" : "cannot be written to", run.options.output_folder.c_str());
     return written && run.books.finding_count == 0 ? 0 : 1;
 }
 

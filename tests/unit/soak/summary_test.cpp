@@ -1,11 +1,10 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
-#include "soak/plot.h"
 #include "soak/summary.h"
 
 using namespace soak;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -14,6 +13,7 @@ class Summary : public testing::Test {
   protected:
     ledgers books;
     std::vector<cost_sample> samples;
+    std::vector<double> reconnections;
 
     void SetUp() override
     {
@@ -28,7 +28,11 @@ class Summary : public testing::Test {
     }
     soak_result result() const
     {
-        return {.books = books, .samples = samples, .seconds = 700, .seed = 4};
+        return {.books = books,
+                .samples = samples,
+                .reconnections = reconnections,
+                .seconds = 700,
+                .seed = 4};
     }
 };
 } // namespace
@@ -36,12 +40,29 @@ class Summary : public testing::Test {
 TEST_F(Summary, SaysWhatWasCounted)
 {
     const std::string text = summary_text(result());
-    EXPECT_THAT(text, HasSubstr("Seed 4, 700 s\n  commands sent                               12\n"
-                                "  replied, each once                          11\n"
-                                "  longest wait for a reply, ms                34\n"));
-    EXPECT_THAT(text, HasSubstr("What the router did:\n         3  reset\n"));
-    EXPECT_THAT(text, HasSubstr("         2  <ERR>Timeout receiving message\n"));
-    EXPECT_THAT(text, HasSubstr("\nNothing was lost, nothing grew.\n"));
+    EXPECT_THAT(text, HasSubstr("Seed 4, 700 s\n"));
+    EXPECT_THAT(text, HasSubstr("\ncommands sent                                12\n"
+                                "replied, each once                           11\n"));
+    EXPECT_THAT(text, HasSubstr("\nlongest wait for a reply, ms                 34\n"));
+    EXPECT_THAT(text, HasSubstr("\ntimes  what the router did\n    3  reset\n"));
+    EXPECT_THAT(text, HasSubstr("\n    2  <ERR>Timeout receiving message\n"));
+}
+
+TEST_F(Summary, VerdictSaysWhatWasJudged)
+{
+    books.reports.judged = 5;
+    books.proofs.takes = 2;
+    books.proofs.queries = 3;
+    books.proofs.floods = 1;
+    books.proofs.port_changes = 1;
+    books.link.connections = 3;
+    EXPECT_THAT(summary_text(result()),
+                EndsWith("\nJudged: 11 replies, 5 reports, 2 takes, 3 queries, 1 flood, 1 port "
+                         "change, 2 reconnections.\n"
+                         "Growth: the heap has grown by 0 KiB, 512 KiB allowed.\n"
+                         "Growth: PSS has grown by 0 KiB, 2048 KiB allowed.\n"
+                         "Growth: the number of open descriptors has grown by 0, 1 allowed.\n"
+                         "Nothing was lost, invented or late.\n"));
 }
 
 TEST_F(Summary, SaysWhatFailed)
@@ -49,7 +70,8 @@ TEST_F(Summary, SaysWhatFailed)
     note_finding(books, "something is missing");
     note_finding(books, "");
     const std::string text = summary_text(result());
-    EXPECT_THAT(text, HasSubstr("\nFINDING: something is missing\n1 findings: FAILED\n"));
+    EXPECT_THAT(text, HasSubstr(", 0 reconnections.\n"));
+    EXPECT_THAT(text, EndsWith("\nFINDING: something is missing\n1 finding: FAILED\n"));
     EXPECT_THAT(text, Not(HasSubstr("Nothing was lost")));
 }
 
@@ -58,14 +80,15 @@ TEST_F(Summary, KeepsTheFirstFindingsAndCountsAll)
     for (int i = 0; i < 60; ++i)
         note_finding(books, std::to_string(i));
     EXPECT_EQ(books.findings.size(), 50U);
-    EXPECT_THAT(progress_line(result()), HasSubstr(", 60 findings"));
+    EXPECT_THAT(progress_line(result()), EndsWith(", 60 findings"));
 }
 
 TEST_F(Summary, ProgressIsOneLine)
 {
+    books.faults = 1;
     EXPECT_EQ(progress_line(result()),
-              "   700 s  11 of 12 answered, 0 changes, 0 connections, longest wait 34 ms, PSS 900 "
-              "heap 100 KiB, 6 descriptors, 0 findings");
+              "   700 s  11 of 12 answered, longest wait 34 ms, 0 changes, 0 connections, PSS 900 "
+              "heap 100 KiB, 6 descriptors, 1 fault, 0 findings");
 }
 
 TEST_F(Summary, JsonHoldsTheSame)
@@ -78,24 +101,24 @@ TEST_F(Summary, JsonHoldsTheSame)
     EXPECT_EQ(json["events"]["reset"], 3);
     EXPECT_EQ(json["finding_count"], 1);
     EXPECT_EQ(json["heap"]["growth_kib"], 0);
+    EXPECT_EQ(json["samples"].size(), 700U);
 }
 
-TEST_F(Summary, PlotShowsBothLinesAndReconnections)
+TEST_F(Summary, JsonHasALinePerSampleAndReconnection)
 {
-    std::ostringstream plot;
-    write_plot(plot, samples, {350});
-    const std::string text = plot.str();
-    EXPECT_THAT(text, HasSubstr("points=\"70.0,"));   // two lines from the left edge
-    EXPECT_THAT(text, HasSubstr("880.0,79.0 \"/>"));  // PSS to the right one: 900 of 1000
-    EXPECT_THAT(text, HasSubstr("880.0,311.0 \"/>")); // heap: 100 of 1000
-    EXPECT_THAT(text, HasSubstr("<line stroke=\"#999\" x1=\"475.6\""));
-    EXPECT_THAT(text, HasSubstr(">minutes</text>"));
-    EXPECT_TRUE(text.ends_with("</svg>\n"));
-}
-
-TEST_F(Summary, PlotWithoutSamplesIsEmpty)
-{
-    std::ostringstream plot;
-    write_plot(plot, {}, {});
-    EXPECT_THAT(plot.str(), HasSubstr(">seconds</text>"));
+    samples.resize(2);
+    reconnections = {1.5};
+    EXPECT_THAT(summary_json(result()), EndsWith("\n  \"samples\": [\n"
+                                                 "[0.0,900,100,6],\n"
+                                                 "[1.0,900,100,6]\n"
+                                                 "  ],\n"
+                                                 "  \"reconnections\": [\n"
+                                                 "[1.5]\n"
+                                                 "  ]\n"
+                                                 "}\n"));
+    samples.clear();
+    reconnections.clear();
+    const auto json = nlohmann::json::parse(summary_json(result()));
+    EXPECT_TRUE(json["samples"].empty());
+    EXPECT_TRUE(json["reconnections"].empty());
 }
