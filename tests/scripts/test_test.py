@@ -32,7 +32,7 @@ class TestTest(SandboxTest):
         status, output = self.run_command("test")
         self.assertEqual(status, 0, output)
         self.assertEqual(output.count("100% tests passed, 0 tests failed out of 2\n"), 3)
-        self.assertIn("soaks for 30s\n", output)
+        self.assertIn("soaks for 60s\n", output)
         self.assertTrue(output.endswith("\nEverything passed.\n"), output)
 
     def test_one_failure_hides_nothing(self):

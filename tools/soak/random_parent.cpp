@@ -137,14 +137,17 @@ void stop_acting(random_parent& parent, parent_link::backend_link& backend, ledg
     send_command(parent, backend, books, set_setting("port", parent.port), now);
 }
 
-void settle(random_parent& parent, parent_link::backend_link& backend, ledgers& books,
+bool settle(random_parent& parent, parent_link::backend_link& backend, ledgers& books,
             us_time_t now)
 {
-    if (!books.proofs.query.id.empty() || books.proofs.take.output >= 0) return;
-    if (!all_settled(books))
+    if (!books.proofs.query.id.empty() || books.proofs.take.output >= 0) return false;
+    if (!all_settled(books) || books.proofs.queries == 0)
         send_proof_query(parent, backend, books, now);
     else if (books.proofs.takes == 0)
         send_proof_take(parent, backend, books, now);
+    else
+        return true;
+    return false;
 }
 
 } // namespace soak

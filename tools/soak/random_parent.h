@@ -39,8 +39,9 @@ void act(random_parent& parent, parent_link::backend_link& backend, ledgers& boo
 void stop_acting(random_parent& parent, parent_link::backend_link& backend, ledgers& books,
                  us_time_t now);
 
-// Says what is needed to settle what is open, and to prove a take.
-void settle(random_parent& parent, parent_link::backend_link& backend, ledgers& books,
+// Says what is needed to settle what is open, and to prove a query and a take. Returns whether
+// nothing is.
+bool settle(random_parent& parent, parent_link::backend_link& backend, ledgers& books,
             us_time_t now);
 
 } // namespace soak

@@ -1,20 +1,41 @@
-// One run: a backend between the simulated router, whose lines come on standard input, and a parent
-// that says whatever comes to its mind.
+// One run: a backend between the simulated router and a parent that says whatever comes to its
+// mind; all that the three say is entered into the ledgers and judged.
 #pragma once
 
+#include <csignal>
 #include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <ostream>
+#include <poll.h>
 #include <string>
+#include <vector>
+
+#include "parent_link/parent_link.h"
+#include "soak/process_cost.h"
 
 namespace soak {
 
-struct soak_options {
-    std::string backend;       // the program
-    std::string output_folder; // gets soak.json and soak.svg
-    std::uint64_t seconds = 600;
+struct run_options {
+    std::uint64_t seconds = 600; // at least LEAST_SECONDS, or what the run claims stays unproved
     unsigned seed = 1;
+    std::string port;                    // the router's
+    std::filesystem::path output_folder; // gets soak.json
 };
 
-// Returns 0 when nothing was lost and nothing grew, 1 otherwise, 2 when it could not start.
-int run_soak(const soak_options& options);
+// What a run stands in.
+struct run_surroundings {
+    parent_link::backend_link& backend;             // started
+    int router_lines = -1;                          // reads the router's output
+    std::function<void(std::vector<pollfd>&)> wait; // polls, for a moment at most
+    std::function<std::optional<process_cost>(pid_t process)> measure;
+    const volatile std::sig_atomic_t& interrupted; // not 0: ends early, what is open is not judged
+    std::ostream& output;                          // progress, findings and the summary
+};
+
+// Ends the backend as well. Returns 0 when nothing was found and everything claimed was proved,
+// otherwise 1.
+int run_soak(const run_options& options, const run_surroundings& around);
 
 } // namespace soak

@@ -141,10 +141,10 @@ TEST_F(RandomParent, OwnRequestsDisturb)
 
 TEST_F(RandomParent, SettlesByQueriesAndThenByATake)
 {
-    settle(parent, backend, books, now); // no route is known
+    EXPECT_FALSE(settle(parent, backend, books, now)); // no route is known
     const std::string id = books.proofs.query.id;
     EXPECT_NE(id, "");
-    settle(parent, backend, books, now);
+    EXPECT_FALSE(settle(parent, backend, books, now));
     EXPECT_EQ(books.proofs.query.id, id);
     EXPECT_EQ(books.replies.sent, 1U);
 
@@ -152,13 +152,20 @@ TEST_F(RandomParent, SettlesByQueriesAndThenByATake)
         state.known = true;
     books.replies.open.clear();
     books.proofs.query = {};
-    settle(parent, backend, books, now);
-    EXPECT_EQ(books.proofs.take.output, -1); // the query has just disturbed
-    settle(parent, backend, books, now + 2 * SECOND);
+    EXPECT_FALSE(settle(parent, backend, books, now)); // no query is proved
+    EXPECT_NE(books.proofs.query.id, "");
+
+    books.replies.open.clear();
+    books.proofs.query = {};
+    books.proofs.queries = 1;
+    EXPECT_FALSE(settle(parent, backend, books, now)); // the query has just disturbed
+    EXPECT_EQ(books.proofs.take.output, -1);
+    EXPECT_FALSE(settle(parent, backend, books, now + 2 * SECOND));
     EXPECT_GE(books.proofs.take.output, 0);
+    EXPECT_FALSE(settle(parent, backend, books, now + 3 * SECOND));
+
+    books.replies.open.clear();
     books.proofs.take = {};
     books.proofs.takes = 1;
-    books.replies.open.clear();
-    settle(parent, backend, books, now + 4 * SECOND);
-    EXPECT_EQ(books.proofs.take.output, -1);
+    EXPECT_TRUE(settle(parent, backend, books, now + 9 * SECOND));
 }
