@@ -60,8 +60,7 @@ class Soak : public ProcessTest {
 
 TEST_F(Soak, LossIsFoundOut)
 {
-    start_simulator({"--sources", "64", "--destinations", "64", "--source-base", "1",
-                     "--destination-base", "1", "--events", "json"});
+    start_simulator({"--sources", "64", "--destinations", "64", "--events", "json"});
     start_soak(simulator_port);
     // Besides what the router does, takes that it never made, until one meets five seconds of
     // peace.
