@@ -1,6 +1,7 @@
 #include "soak/reply_ledger.h"
 
 #include <algorithm>
+#include <tuple>
 
 namespace soak {
 
@@ -39,14 +40,21 @@ void restart_waits(reply_ledger& ledger, us_time_t now)
 
 std::string find_overdue_reply(reply_ledger& ledger, us_time_t now)
 {
-    const auto overdue =
-        std::find_if(ledger.open.begin(), ledger.open.end(), [&](const auto& each) {
-            return now - each.second.sent > LONGEST_ALLOWED_WAIT_US;
+    const auto oldest = std::min_element(
+        ledger.open.begin(), ledger.open.end(), [](const auto& left, const auto& right) {
+            return std::tuple(left.second.sent, left.first.size(), left.first) <
+                   std::tuple(right.second.sent, right.first.size(), right.first);
         });
-    if (overdue == ledger.open.end()) return "";
-    std::string text = "no reply within 15 s: id " + overdue->first + ", " +
-                       overdue->second.command + " " + overdue->second.error;
-    ledger.open.erase(overdue);
+    if (oldest == ledger.open.end()) return "";
+    if (oldest->first != ledger.oldest) {
+        ledger.oldest = oldest->first;
+        ledger.oldest_since = now;
+    }
+    if (now - std::max(oldest->second.sent, ledger.oldest_since) <= LONGEST_ALLOWED_WAIT_US)
+        return "";
+    std::string text = "no reply within 15 s: id " + oldest->first + ", " + oldest->second.command +
+                       " " + oldest->second.error;
+    ledger.open.erase(oldest);
     return text;
 }
 

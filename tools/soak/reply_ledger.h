@@ -11,8 +11,9 @@
 
 namespace soak {
 
-// No reply may take longer. A status request serves the parent all the while, and nothing else
-// waits for the router as long as its 13 s.
+// No reply may come longer after its command, and those before it, were done with: a flood may take
+// its time. A status request serves the parent all the while, and nothing else waits for the router
+// as long as its 13 s.
 constexpr us_time_t LONGEST_ALLOWED_WAIT_US = 15'000'000;
 
 struct expected_reply {
@@ -27,6 +28,8 @@ struct reply_ledger {
     std::uint64_t sent = 0;
     std::uint64_t replied = 0;
     us_time_t longest_wait_us = 0;
+    std::string oldest;         // the open command that was sent first, as last seen
+    us_time_t oldest_since = 0; // it has been that
 };
 
 void expect_reply(reply_ledger& ledger, const std::string& id, const expected_reply& reply);
@@ -40,7 +43,8 @@ std::string enter_reply(reply_ledger& ledger, const ParentRecord& reply, us_time
 // The parent itself did not read until now: no reply counts as late for that.
 void restart_waits(reply_ledger& ledger, us_time_t now);
 
-// "", or which command has waited for too long; that one is then forgotten.
+// "", or which command has waited for too long; that one is then forgotten. To be called again and
+// again.
 std::string find_overdue_reply(reply_ledger& ledger, us_time_t now);
 
 } // namespace soak

@@ -54,6 +54,7 @@ TEST_F(ReplyLedger, WrongTextIsAFinding)
 TEST_F(ReplyLedger, ReplyThatStaysAwayIsAFindingOnce)
 {
     expect("1", 100);
+    EXPECT_EQ(find_overdue_reply(ledger, 100), "");
     EXPECT_EQ(find_overdue_reply(ledger, 100 + LONGEST_ALLOWED_WAIT_US), "");
     EXPECT_EQ(find_overdue_reply(ledger, 101 + LONGEST_ALLOWED_WAIT_US),
               "no reply within 15 s: id 1, dance Unknown command dance");
@@ -66,4 +67,18 @@ TEST_F(ReplyLedger, OwnPauseDoesNotCount)
     restart_waits(ledger, 5000);
     EXPECT_EQ(reply("1", 5010), "");
     EXPECT_EQ(ledger.longest_wait_us, 10U);
+}
+
+TEST_F(ReplyLedger, WaitBeginsBehindTheCommandsBefore)
+{
+    for (const char* id : {"9", "10", "11"})
+        expect(id, 100);
+    EXPECT_EQ(find_overdue_reply(ledger, 100), "");
+    reply("9", 100 + LONGEST_ALLOWED_WAIT_US);
+    const us_time_t later = 101 + LONGEST_ALLOWED_WAIT_US;
+    EXPECT_EQ(find_overdue_reply(ledger, later), "");
+    reply("11", later + 1); // the one before it does not gain by that
+    EXPECT_EQ(find_overdue_reply(ledger, later + LONGEST_ALLOWED_WAIT_US), "");
+    EXPECT_EQ(find_overdue_reply(ledger, later + LONGEST_ALLOWED_WAIT_US + 1),
+              "no reply within 15 s: id 10, dance Unknown command dance");
 }
