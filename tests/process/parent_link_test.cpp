@@ -110,8 +110,8 @@ TEST_F(ParentLink, SendsRawBytes)
 {
     start_with_config("");
     ASSERT_EQ(hear().command, "info");
-    send_bytes(link, "*COMMAND=si");
-    send_bytes(link, "ng\r\n*TYPE=message\n\n");
+    for (const char byte : std::string_view("*COMMAND=sing\r\n*TYPE=message\n\n"))
+        send_bytes(link, {&byte, 1});
     EXPECT_EQ(hear().error, "Message sing ignored");
 }
 
