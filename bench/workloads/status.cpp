@@ -117,8 +117,9 @@ common::text_table measure_growth(const bench_plan& plan)
                              .columns = {{"sources × destinations", true}, {"CPU us", true}},
                              .rows = {}};
     for (std::size_t i = 0; i < ROUTER_SIZES.size(); ++i) {
-        const std::string size = std::to_string(ROUTER_SIZES[i]);
-        table.rows.push_back({size + " × " + size, number_text(quantile_of(cpu[i], 0.5))});
+        std::string size = std::to_string(ROUTER_SIZES[i]);
+        size += " × " + size;
+        table.rows.push_back({size, number_text(quantile_of(cpu[i], 0.5))});
     }
     return table;
 }
