@@ -37,8 +37,8 @@ bool only_pacing_is_due(us_time_t now)
 // The result of the wait is of no interest: every step finds out for itself what there is to do.
 void wait_for_work()
 {
-    const us_time_t now =
-        now_us(); // before the return, so that every pass takes the same course to it
+    // Read also by a pass that does not wait: each looks at the clock here once.
+    const us_time_t now = now_us();
     if (parent_record_ready() != nullptr || info_report_pending || io_counts_changed ||
         drain_interrupted)
         return;
@@ -69,7 +69,7 @@ bool main_loop_pass()
     connect_to_router();
     service_router_connection();
     periodic_status_request();
-    if (discovery_needed) {
+    if (discovery_needed && !drain_interrupted) { // discovery throws away what waits
         run_discovery();
         discovery_needed = false;
     }

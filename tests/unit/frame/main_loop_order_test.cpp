@@ -226,6 +226,26 @@ TEST_F(MainLoopOrder, DiscoversBeforeItRecomputesTheCounts)
     EXPECT_FALSE(io_counts_changed);
 }
 
+// Discovery would throw the rest away.
+TEST_F(MainLoopOrder, HandlesAllMessagesBeforeDiscovery)
+{
+    connect_router();
+    discovery_needed = true;
+    discovered_inputs = discovered_outputs = number_of_outputs = 1;
+    router_rx_queue.resize(5000, received("IQ", {"0", "0", "N", "N", "0"}));
+    main_loop_pass();
+    EXPECT_EQ(accepted_route_changes.size(), 4096U);
+    EXPECT_EQ(router_hears(), std::vector<std::string>{});
+    EXPECT_TRUE(discovery_needed);
+    accepted_route_changes.clear();
+    on_fake_wait = [] {
+        quit_requested = true;
+    }; // in the midst of discovery
+    main_loop_pass();
+    EXPECT_EQ(accepted_route_changes.size(), 904U);
+    EXPECT_FALSE(router_hears().empty());
+}
+
 TEST_F(MainLoopOrder, KeepsDiscoveryNeededUntilDiscoveryHasReturned)
 {
     connect_router();
