@@ -33,7 +33,7 @@ std::uint32_t leading_hex_digits(std::string_view text)
 std::uint64_t hex_number(const std::string& text)
 {
     // Plain digits, as every router sends them, are read in a fraction of strtoul's time, which
-    // would be most of a name update's. It keeps what it alone takes: blanks, sign, 0x, too many
+    // would be most of a name update's. It keeps what it alone reads: blanks, sign, 0x, too many
     // digits.
     const bool has_prefix = text.size() > 1 && (text[1] == 'x' || text[1] == 'X');
     std::uint64_t value = 0;

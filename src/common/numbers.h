@@ -16,8 +16,8 @@ int hex_digit_value(char digit);
 // are cut to the low 32 bits.
 std::uint32_t leading_hex_digits(std::string_view text);
 
-// strtoul in base 16: takes blanks, a sign and 0x, saturates.
+// strtoul in base 16: reads blanks, a sign and 0x, saturates.
 std::uint64_t hex_number(const std::string& text);
 
-// strtol in base 10 (takes blanks and a sign, saturates at 64 bits), then the low 32 bits.
+// strtol in base 10 (reads blanks and a sign, saturates at 64 bits), then the low 32 bits.
 std::int32_t decimal_number(const std::string& text);

@@ -57,7 +57,7 @@ void flush_route_changes()
 
 void handle_route_output(const ParentRecord& record)
 {
-    // The record may be gone after a flush: everything is taken from it before.
+    // The record may be gone after a flush: everything is read from it before.
     const ParentRecord reply = make_reply(record, "route output");
     const std::string& queue = field(record, "queue"); // not looked at again after a flush
     if (queue == "add") {

@@ -8,7 +8,7 @@
 // All written by apply_setting alone.
 extern std::int64_t configured_inputs;  // 0: as many as the router reports
 extern std::int64_t configured_outputs; // 0: as many as the router reports
-extern std::string router_ip_address;   // as inet_aton takes it; empty: do not connect
+extern std::string router_ip_address;   // as inet_aton reads it; empty: do not connect
 extern std::int32_t router_port;        // -1 when unset; below 1: the default port
 
 // Applies one setting by its exact name; any other name is ignored. A changed count sets

@@ -1,6 +1,6 @@
 // The parent's channel: records in on descriptor 0, records out on descriptor 1, neither ever
-// blocking. Input is read one byte a call, so that nothing beyond a waiting record is taken from
-// the descriptor. Output that the parent does not take accumulates without bound and in order.
+// blocking. Input is read one byte a call, so that nothing beyond a waiting record leaves the
+// descriptor. Output that the parent does not read accumulates without bound and in order.
 //
 // Every wait for the router calls service_parent_and_dispatch, which may run the record handler
 // nested inside itself: whatever calls it must look up shared state again afterwards.

@@ -1,7 +1,7 @@
 // One record exchanged with the parent, and its text form: lines of name=value ended by an empty
 // line. The names "*COMMAND", "*ERROR", "*TYPE" and "*ID" are reserved for the record's head; every
 // other line is a field. A value with newlines is written as one line per piece, all under the same
-// name. Bytes are taken as they are: no quoting, no escaping.
+// name. Bytes stay as they are: no quoting, no escaping.
 #pragma once
 
 #include <map>

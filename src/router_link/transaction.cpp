@@ -64,8 +64,8 @@ bool ends_reply(const router_message& message, const std::vector<router_message>
                                   message.protocol != response.front().protocol));
 }
 
-// Takes the next message that may belong to a reply, pausing 10 ms where there is none.
-std::optional<router_message> take_reply_message()
+// The next message that may belong to a reply; pauses 10 ms where there is none.
+std::optional<router_message> next_reply_message()
 {
     if (router_rx_queue.empty()) {
         pause_us(POLLING_PAUSE_US);
@@ -105,7 +105,7 @@ bool do_timeout_send_and_recv(const router_message& request, std::vector<router_
         // Once more: the service reads before it writes, and what comes behind a full read or
         // answers that write would otherwise wait 10 ms for the next turn.
         receive_from_router();
-        std::optional<router_message> message = take_reply_message();
+        std::optional<router_message> message = next_reply_message();
         if (!message || (response.empty() && is_late_status_error(*message, request))) continue;
         ended = ends_reply(*message, response);
         handle_router_message(*message);

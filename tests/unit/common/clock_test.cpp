@@ -44,11 +44,11 @@ int __wrap_usleep(useconds_t interval)
 
 // Uses the time-out up, as select does.
 int __wrap_select(int descriptor_count, fd_set* readable, fd_set* writable, fd_set* exceptional,
-                  timeval* TIMEOUT)
+                  timeval* timeout)
 {
     waits.push_back(
-        {descriptor_count, readable, writable, exceptional, TIMEOUT->tv_sec, TIMEOUT->tv_usec});
-    *TIMEOUT = {};
+        {descriptor_count, readable, writable, exceptional, timeout->tv_sec, timeout->tv_usec});
+    *timeout = {};
     return wait_result;
 }
 }
