@@ -12,7 +12,7 @@
 
 namespace {
 constexpr int WAIT_MS = 20;
-constexpr std::uint64_t MOST_SECONDS = 366 * 24 * 3600;
+constexpr std::uint64_t MOST_SECONDS = std::uint64_t{366} * 24 * 3600;
 
 volatile std::sig_atomic_t interrupted = 0;
 
