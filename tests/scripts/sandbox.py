@@ -83,6 +83,7 @@ class SandboxTest(unittest.TestCase):
             self.assertEqual(status, 0, output)
             self.assertTrue(output.startswith(f"Usage: {command_name(command)}"), output)
             self.assertIn("\nExit status: ", output)
+            self.assertIn("130 when it was interrupted.", " ".join(output.split()))
 
     def lines_of(self, name, count):
         """The lines of a file, as soon as there are so many."""
