@@ -22,6 +22,14 @@ class SoakTest(SandboxTest):
         self.assertEqual(self.run_command("scripts/soak", "5")[0], 1)
         self.expect_simulator_stopped()
 
+    def test_picture_that_fails(self):
+        self.program("build/release/router_soak",
+                     "mkdir -p build/soak; touch build/soak/soak.json; read -r; exit 3")
+        self.program("bin/gnuplot", "exit 2")
+        status, output = self.run_command("scripts/soak", "5")
+        self.assertEqual(status, 3)
+        self.assertTrue(output.endswith("/soak: there is no picture of it\n"), output)
+
     def test_durations_and_seed(self):
         for arguments in (["90"], ["90s", "--seed", "7"], ["--seed=8", "10m"], ["2h"], []):
             self.assertEqual(self.run_command("scripts/soak", *arguments)[0], 0)
