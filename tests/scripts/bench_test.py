@@ -34,6 +34,12 @@ class BenchTest(SandboxTest):
         self.assertRegex((results / "quick/bench.json").read_text(), " --quick status\n$")
         self.assertIn(" --last build/bench/last.json ", self.path("arguments.log").read_text())
 
+    def test_quick_run_is_compared_with_nothing(self):
+        for _ in range(2):
+            self.assertEqual(self.run_command("scripts/bench", "--quick")[0], 0)
+        self.assertNotIn("--last", self.path("arguments.log").read_text())
+        self.assertFalse(self.path("build/bench/quick/last.json").exists())
+
     def test_ratios_are_drawn(self):
         output = self.run_command("scripts/bench", "take")[1]
         results = self.path("build/bench")
