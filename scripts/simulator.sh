@@ -3,9 +3,10 @@
 
 # start_simulator OPTION... : starts it on a free port, in a session of its own, where Ctrl-C on the
 # terminal does not reach it. Its lines come from the descriptor simulator_output. The command must
-# call stop_simulator when it ends.
+# call stop_simulator when it ends; one that is killed takes it along.
 start_simulator() {
-    exec {simulator_output}< <(exec setsid build/release/router_simulator --port 0 "$@" </dev/null)
+    exec {simulator_output}< <(exec setsid setpriv --pdeathsig TERM \
+        build/release/router_simulator --port 0 "$@" </dev/null)
     simulator=$!
 }
 

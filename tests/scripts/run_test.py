@@ -82,6 +82,14 @@ class RunTest(SandboxTest):
         terminal.process.wait(LONGEST)
         self.expect_simulator_stopped()
 
+    def test_command_that_is_killed_leaves_no_router(self):
+        self.program("build/release/router_console", "echo runs; read -r")
+        terminal = self.start_on_terminal("run")
+        terminal.expect("runs")
+        terminal.process.kill()
+        self.assertEqual(terminal.status(), -9)
+        self.expect_simulator_stopped()
+
     def test_arguments(self):
         self.expect_usage("run")
         for arguments in (["x"], ["--x"], ["--file"], ["--file", "none.conf"], ["--file="]):
