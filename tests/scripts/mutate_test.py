@@ -118,6 +118,13 @@ class MutateTest(SandboxTest):
         self.assertEqual(status, 1)
         self.assertTrue(output.endswith("\nThese tests fail without any change: unit_tests\n"), output)
 
+    def test_build_that_fails(self):
+        self.path("src/numbers/larger.cpp").write_text("int larger(\n")
+        status, output = self.run_command("scripts/mutate", "src", cwd=self.folder)
+        self.assertEqual(status, 1)
+        self.assertRegex(output, "\nThis failed, see above: cmake --build .*\n$")
+        self.assertNotIn("Traceback", output)
+
     def test_wrong_arguments(self):
         for arguments in (["--count", "0"], ["--seed"], ["--fast"], ["src/none.cpp"], ["scripts"],
                           ["/bin"]):
