@@ -128,6 +128,7 @@ TEST_F(ParentLink, EndOfInputEndsBackendWithStatusZero)
     start_with_config("");
     ASSERT_EQ(hear().command, "info");
     end_input(link);
+    EXPECT_EQ(link.pipes.input.number, -1); // at once: nothing was unsent
     ASSERT_TRUE(wait_for_end());
     EXPECT_EQ(link.exit_status, 0);
     EXPECT_EQ(link.end_signal, 0);

@@ -186,12 +186,27 @@ TEST_F(RouterView, ControlCharactersOfNamesNeverReachTheScreen)
 TEST_F(RouterView, NonsensicalPositionsAreIgnored)
 {
     EXPECT_THAT(apply_record(view, backend_report("outputs", {{"o-1.input.all", "0"},
-                                                              {"o99999.input.all", "0"},
+                                                              {"o65536.input.all", "0"},
                                                               {"o.input.all", "0"},
                                                               {"ox.name", "x"},
                                                               {"x", "y"}})),
                 IsEmpty());
     EXPECT_EQ(view.routes.size(), 2U);
+}
+
+TEST_F(RouterView, HighestPositionIsKept)
+{
+    EXPECT_THAT(route("65535", "1"), IsEmpty());
+    ASSERT_EQ(view.routes.size(), 65536U);
+    EXPECT_EQ(view.routes[65535].shown, 1);
+}
+
+TEST_F(RouterView, InfoWithoutCountsLeavesNone)
+{
+    apply_record(view, backend_report("info", {{"model", "Box"}}));
+    EXPECT_EQ(view.inputs, 0);
+    EXPECT_EQ(view.outputs, 0);
+    EXPECT_THAT(view.routes, IsEmpty());
 }
 
 TEST_F(RouterView, FewerOutputsForgetRoutes)
