@@ -210,7 +210,7 @@ TEST_F(UnreadOutput, WaitsWholeAndInOrder)
 }
 
 // What has been read leaves no trace: the second flood finds the memory of the first.
-TEST_F(UnreadOutput, TakesMemoryOnlyForWhatWaits)
+TEST_F(UnreadOutput, UsesMemoryOnlyForWhatWaits)
 {
     start_unread();
     const long before = resident_kb(child.process);

@@ -62,7 +62,7 @@ TEST_F(Simulator, KeepsLastOfSeveralTakesOfOneOutput)
     EXPECT_NE(hear_line("o1.input.all=5"), "");
 }
 
-TEST_F(Simulator, BasesAreTakenIntoAccount)
+TEST_F(Simulator, BasesAreHeeded)
 {
     start_simulator({"--source-base", "17", "--destination-base", "0"});
     start_on_simulator(backend);

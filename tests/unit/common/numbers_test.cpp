@@ -30,7 +30,7 @@ TEST(LeadingHexDigits, StopAtTheFirstOtherCharacter)
     EXPECT_EQ(leading_hex_digits(std::string_view("1\0002", 3)), 1U);
 }
 
-TEST(LeadingHexDigits, TakeNoBlankSignOrPrefix)
+TEST(LeadingHexDigits, AcceptNoBlankSignOrPrefix)
 {
     EXPECT_EQ(leading_hex_digits(""), 0U);
     EXPECT_EQ(leading_hex_digits(" 1"), 0U);
@@ -46,7 +46,7 @@ TEST(LeadingHexDigits, KeepTheLow32BitsOfALongNumber)
     EXPECT_EQ(leading_hex_digits(std::string(100, 'F') + "01"), 0xFFFFFF01U);
 }
 
-TEST(HexNumber, TakesBlanksSignAndPrefix)
+TEST(HexNumber, AcceptsBlanksSignAndPrefix)
 {
     EXPECT_EQ(hex_number("1fG"), 0x1FU);
     EXPECT_EQ(hex_number(" \t12"), 0x12U);
@@ -90,7 +90,7 @@ TEST(DecimalNumber, StopsAtTheFirstNonDigit)
     EXPECT_EQ(decimal_number(""), 0);
 }
 
-TEST(DecimalNumber, TakesWhiteSpaceAndASign)
+TEST(DecimalNumber, AcceptsWhiteSpaceAndASign)
 {
     EXPECT_EQ(decimal_number(" \t\n\v\f\r7"), 7);
     EXPECT_EQ(decimal_number("+7"), 7);

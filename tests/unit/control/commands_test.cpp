@@ -101,7 +101,7 @@ TEST_F(SetCommand, AppliesTheSettingWithoutReply)
     EXPECT_TRUE(io_counts_changed);
 }
 
-TEST_F(SetCommand, TakesAMissingValueAsEmpty)
+TEST_F(SetCommand, ReadsAMissingValueAsEmpty)
 {
     configured_outputs = 5;
     parent_says("*TYPE=message\n*COMMAND=set\nname=outputs");

@@ -132,7 +132,7 @@ TEST_F(ReportCommand, ServesTheRouterBeforeTheParentEachTime)
     }
 }
 
-TEST_F(ReportCommand, TakesOneParentRecordBeforeEachQuery)
+TEST_F(ReportCommand, ReadsOneParentRecordBeforeEachQuery)
 {
     number_of_outputs = 3;
     const char* const heard_before[] = {"TI 1 2", "QI 1 0"};

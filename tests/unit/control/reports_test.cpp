@@ -59,7 +59,7 @@ TEST_F(RoutingReport, GoesOnAfterAnUnknownOutput)
     EXPECT_EQ(parent_hears(), "*COMMAND=outputs\n*TYPE=message\no3.input.all=0\n\n");
 }
 
-TEST_F(RoutingReport, TakesAnyInput)
+TEST_F(RoutingReport, ShowsAnyInput)
 {
     number_of_inputs = 2;
     number_of_outputs = 11;

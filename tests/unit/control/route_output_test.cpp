@@ -84,7 +84,7 @@ INSTANTIATE_TEST_SUITE_P(
                     position_case{"9223372036854775807", -1},
                     position_case{"99999999999999999999", -1}));
 
-TEST_F(RouteOutput, TakesEveryDigitAtTheStart)
+TEST_F(RouteOutput, ReadsEveryDigitAtTheStart)
 {
     number_of_inputs = 100;
     command("queue=add\nto output=0\nfrom input=9");

@@ -25,14 +25,14 @@ constexpr const char* NO_PATH =
     "No file path specified, use --file option. See --help for details\n";
 } // namespace
 
-TEST_F(CommandLine, TakesTheFile)
+TEST_F(CommandLine, AcceptsTheFile)
 {
     EXPECT_TRUE(parse({"--file", "/etc/a.conf"}));
     EXPECT_EQ(config_path, "/etc/a.conf");
     EXPECT_EQ(diagnostics(), "");
 }
 
-TEST_F(CommandLine, TakesAnyNumberOfDashes)
+TEST_F(CommandLine, AcceptsAnyNumberOfDashes)
 {
     for (const char* option : {"-file", "--file", "---file", "----------file"}) {
         EXPECT_TRUE(parse({option, option})) << option;
@@ -97,7 +97,7 @@ TEST_F(CommandLine, EndsSilentlyWhenTheFileIsMissing)
     EXPECT_EQ(diagnostics(), "");
 }
 
-TEST_F(CommandLine, TakesWhateverFollowsFileForThePath)
+TEST_F(CommandLine, UsesWhateverFollowsFileAsThePath)
 {
     EXPECT_TRUE(parse({"--file", "--help"}));
     EXPECT_EQ(config_path, "--help");

@@ -70,7 +70,7 @@ TEST_F(ConfigFile, HoldsNamesAndValues)
               (ConfigMap{{"inputs", "8"}, {"ip address", "10.0.0.5"}, {"port", "12345"}}));
 }
 
-TEST_F(ConfigFile, TakesOneBlankBeforeAndThenOneAfterTheEqualsSign)
+TEST_F(ConfigFile, StripsOneBlankBeforeAndThenOneAfterTheEqualsSign)
 {
     EXPECT_EQ(settings_of("a = value\nb =value\nc=value\nd= value\ne  = value\nf =  value\n"),
               (ConfigMap{{"a", "value"},
@@ -86,7 +86,7 @@ TEST_F(ConfigFile, KeepsAllOtherWhiteSpace)
     EXPECT_EQ(settings_of("  a=v \t\n\tb\t=\tv\n"), (ConfigMap{{"  a", "v \t"}, {"\tb\t", "\tv"}}));
 }
 
-TEST_F(ConfigFile, TakesAnEqualsSignInTheFirstColumnForAnEmptyName)
+TEST_F(ConfigFile, ReadsAnEqualsSignInTheFirstColumnAsAnEmptyName)
 {
     EXPECT_EQ(settings_of("= v\n"), (ConfigMap{{"", " v"}}));
     EXPECT_EQ(settings_of(" = v\n"), (ConfigMap{{"", "v"}}));

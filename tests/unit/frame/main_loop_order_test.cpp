@@ -95,7 +95,7 @@ TEST_F(MainLoopOrder, DoesNothingWhenNothingIsDue)
 }
 
 // Pacing, disconnect, routing report and connection upkeep, then counts and the three reports.
-TEST_F(MainLoopOrder, TakesEverythingThatIsDueInItsTurn)
+TEST_F(MainLoopOrder, DoesEverythingThatIsDueInItsTurn)
 {
     connect_router();
     make_change_due();

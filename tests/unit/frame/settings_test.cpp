@@ -94,7 +94,7 @@ TEST_F(Settings, SaturateAt64BitsBeforeTheyCut)
     EXPECT_EQ(port_of("99999999999999999999"), -1);
 }
 
-TEST_F(Settings, TakeTheAddressUnchanged)
+TEST_F(Settings, KeepTheAddressUnchanged)
 {
     apply_setting("ip address", " 10.0.0.5\r\nx ");
     EXPECT_EQ(router_ip_address, " 10.0.0.5\r\nx ");

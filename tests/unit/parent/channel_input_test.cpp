@@ -42,7 +42,7 @@ TEST_F(ChannelInput, MakesOneRecordOfItsLines)
               Records{"*COMMAND=report\n*TYPE=command\n\n"});
 }
 
-TEST_F(ChannelInput, TakesCarriageReturnAndNewlineForTheSame)
+TEST_F(ChannelInput, ReadsCarriageReturnAndNewlineAsTheSame)
 {
     EXPECT_EQ(records_of("*COMMAND=report\r\n*TYPE=command\r\n\r\n"),
               Records{"*COMMAND=report\n*TYPE=command\n\n"});
@@ -90,7 +90,7 @@ TEST_F(ChannelInput, CutsALineAtItsNulAndGoesOnBehindIt)
     EXPECT_EQ(records_of(std::string_view("a=1\0002\n\0\nb=\0\n\n", 13)), Records{"a=1\nb=\n\n"});
 }
 
-TEST_F(ChannelInput, TakesALineWithANulOnlyForNoEmptyLine)
+TEST_F(ChannelInput, ReadsALineWithANulOnlyAsNoEmptyLine)
 {
     EXPECT_EQ(records_of(std::string_view("a=1\n\0\n", 6)), Records{});
     EXPECT_EQ(records_of("\n"), Records{"a=1\n\n"});
@@ -177,14 +177,14 @@ TEST_F(ChannelInput, ClearsOnlyOnceForEachRecord)
     EXPECT_EQ(incoming_record.id, "1");
 }
 
-TEST_F(ChannelInput, TakesNothingToReadForNothingYet)
+TEST_F(ChannelInput, ReadsNothingYetWhereThereIsNothing)
 {
     EXPECT_EQ(read_parent_byte(), 0);
     EXPECT_FALSE(parent_input_ended);
     EXPECT_EQ(parent_line, "");
 }
 
-TEST_F(ChannelInput, TakesAnInterruptedReadForNothingYet)
+TEST_F(ChannelInput, TreatsAnInterruptedReadAsNothingYet)
 {
     parent_says_bytes("a");
     force_result(SystemCall::Read, STDIN_FILENO, -1, EINTR);
@@ -220,7 +220,7 @@ TEST_F(ChannelInput, FailsAtEndOfFileOnceAllIsRead)
     EXPECT_EQ(parent_line, "ab");
 }
 
-TEST_F(ChannelInput, TakesALeftoverErrnoForNoErrorOfEndOfFile)
+TEST_F(ChannelInput, TreatsALeftoverErrnoAsNoErrorOfEndOfFile)
 {
     parent_closes();
     errno = EAGAIN;

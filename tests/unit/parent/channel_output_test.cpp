@@ -112,7 +112,7 @@ TEST_F(ChannelOutput, SendsRecordsInOrderOnceTheParentReads)
     EXPECT_EQ(heard, expected);
 }
 
-TEST_F(ChannelOutput, TakesAFullPipeAndAnInterruptionForAWriteOfNothing)
+TEST_F(ChannelOutput, TreatsAFullPipeAndAnInterruptionAsAWriteOfNothing)
 {
     parent_output = "a=1\n\n";
     force_result(SystemCall::Write, STDOUT_FILENO, -1, EAGAIN);
@@ -254,7 +254,7 @@ TEST_F(ChannelOutput, DoesNotGrowForAParentThatIsAlwaysBehind)
     }
 }
 
-TEST_F(ChannelOutput, ArrivesWholeHoweverThePipeTakesIt)
+TEST_F(ChannelOutput, ArrivesWholeHoweverThePipeAcceptsIt)
 {
     EXPECT_TRUE(rc::check([this](const std::vector<std::string>& values) {
         std::string expected;

@@ -274,7 +274,7 @@ TEST_F(ConnectionAttempt, RefusesADescriptorThatCannotBeWaitedFor)
     EXPECT_EQ(call_count(SystemCall::Connect, FD_SETSIZE), 0U);
 }
 
-TEST_F(ConnectionAttempt, TakesTheHighestDescriptorThatCanBeWaitedFor)
+TEST_F(ConnectionAttempt, UsesTheHighestDescriptorThatCanBeWaitedFor)
 {
     force_result(SystemCall::Socket, ANY_DESCRIPTOR, FD_SETSIZE - 1);
     force_result(SystemCall::Connect, FD_SETSIZE - 1, 0);
@@ -323,7 +323,7 @@ TEST_F(ConnectionAttempt, GoesToPort12345UnlessThePortIsAtLeast1)
     EXPECT_EQ(address_for_port(1), "127.0.0.1:1");
 }
 
-TEST_F(ConnectionAttempt, TakesTheLow16BitsOfThePort)
+TEST_F(ConnectionAttempt, UsesTheLow16BitsOfThePort)
 {
     EXPECT_EQ(address_for_port(65535), "127.0.0.1:65535");
     EXPECT_EQ(address_for_port(65536), "127.0.0.1:0");

@@ -119,7 +119,7 @@ TEST_F(ConnectionSend, ClosesAfterAWriteErrorAndStillSucceeds)
     EXPECT_EQ(router_tx_offset, 0U);
 }
 
-TEST_F(ConnectionSend, TakesAnInterruptedWriteForAnError)
+TEST_F(ConnectionSend, TreatsAnInterruptedWriteAsAnError)
 {
     EXPECT_TRUE(send_with(-1, EINTR));
     EXPECT_EQ(diagnostics(),

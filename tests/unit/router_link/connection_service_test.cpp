@@ -99,7 +99,7 @@ TEST_F(ConnectionService, ClosesAfterAReadError)
     EXPECT_EQ(router_fd, -1);
 }
 
-TEST_F(ConnectionService, TakesAnInterruptedReadForAnError)
+TEST_F(ConnectionService, TreatsAnInterruptedReadAsAnError)
 {
     force_result(SystemCall::Read, router_fd, -1, EINTR);
     service_router_connection();

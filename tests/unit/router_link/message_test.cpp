@@ -66,7 +66,7 @@ TEST(RouterMessage, RequestCarriesProtocolMnemonicAndParameters)
     EXPECT_EQ(fields(make_request("BK", {"f", "14"})), expected);
 }
 
-TEST(RouterMessageEncoding, TakesEightBytesWithoutParameters)
+TEST(RouterMessageEncoding, NeedsEightBytesWithoutParameters)
 {
     EXPECT_EQ(encoded(make_request("QD")), "\x01N0QDED\x04");
 }
@@ -110,7 +110,7 @@ TEST(RouterMessageEncoding, AddsBytesAbove127AsUnsigned)
     EXPECT_EQ(router_checksum(""), 0);
 }
 
-TEST(RouterMessageEncoding, TakesAnAckAsItsByteAlone)
+TEST(RouterMessageEncoding, WritesAnAckAsItsByteAlone)
 {
     router_message message = make_request("QD", {"a"});
     message.ack = true;
@@ -169,7 +169,7 @@ TEST(RouterMessageEncoding, LeavesTheFrameAloneWhenTheMessageDoesNotFit)
     EXPECT_EQ(frame, "earlier");
 }
 
-TEST(RouterMessageEncoding, TakesAThousandEmptyParameters)
+TEST(RouterMessageEncoding, AcceptsAThousandEmptyParameters)
 {
     // 0x113 of the header and 9 a TAB: 0x243B.
     EXPECT_EQ(encoded(request_with_empty_parameters(1000)),

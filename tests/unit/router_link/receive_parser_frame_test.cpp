@@ -131,7 +131,7 @@ TEST_F(ReceivedFrame, SplitsItsParametersAtTabs)
     EXPECT_EQ(parameters_of("N0QD\t\ta"), (Parameters{"", "a"}));
 }
 
-TEST_F(ReceivedFrame, TakesNoEmptyParameterFromATabBeforeTheChecksum)
+TEST_F(ReceivedFrame, ReadsNoEmptyParameterFromATabBeforeTheChecksum)
 {
     EXPECT_EQ(parameters_of("N0QD\t"), Parameters{});
     EXPECT_EQ(parameters_of("N0QD\ta\t"), Parameters{"a"});
@@ -193,7 +193,7 @@ TEST_F(ReceivedFrame, ReadsTheLeadingHexadecimalDigitsOfTheErrorCode)
     }
 }
 
-TEST_F(ReceivedFrame, TakesAnErrorCodeFromErrorRepliesAlone)
+TEST_F(ReceivedFrame, ReadsAnErrorCodeFromErrorRepliesAlone)
 {
     EXPECT_EQ(become("N0EX\t0577"), Messages{good('N', '0', {'E', 'X', 0}, {"05"}, "N0EX\t0577")});
 }

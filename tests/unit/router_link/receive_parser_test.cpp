@@ -68,7 +68,7 @@ TEST_F(ReceiveParser, LogsEachUnexpectedByteWhileIdle)
     EXPECT_EQ(queued(), Messages{QD_MESSAGE});
 }
 
-TEST_F(ReceiveParser, TakesAnAckAtItsSingleByte)
+TEST_F(ReceiveParser, ReadsAnAckAtItsSingleByte)
 {
     parse_router_bytes("\x06");
     EXPECT_EQ(queued(), Messages{ACK_MESSAGE});
@@ -112,7 +112,7 @@ TEST_F(ReceiveParser, WrapsANakCodeOfTooManyDigits)
               (Messages{nak_message(-1, "FFFFFFFF"), nak_message(0x23456789, "123456789")}));
 }
 
-TEST_F(ReceiveParser, TakesStartBytesInsideAFrameAsOrdinary)
+TEST_F(ReceiveParser, ReadsStartBytesInsideAFrameAsOrdinary)
 {
     const std::string inside = "N0QD\t\x01\x06\x15";
     parse_router_bytes(frame(inside));
@@ -204,7 +204,7 @@ std::string frame_of_size(std::size_t raw_size)
 }
 } // namespace
 
-TEST_F(ReceiveParser, TakesFramesOfUpTo4096Bytes)
+TEST_F(ReceiveParser, AcceptsFramesOfUpTo4096Bytes)
 {
     for (const std::size_t size : {4095U, 4096U}) {
         parse_router_bytes(frame_of_size(size));

@@ -57,7 +57,7 @@ TEST_F(StatusOutputs, NeedsGoodMessagesOfTwoParameters)
         Requests{});
 }
 
-TEST_F(StatusOutputs, TakesAMessageOfMoreParameters)
+TEST_F(StatusOutputs, AcceptsAMessageOfMoreParameters)
 {
     EXPECT_EQ(queries_after(framed("DQ", {"B", "x", "y"})), Requests{"QI 2 0"});
 }
@@ -92,7 +92,7 @@ TEST_F(StatusOutputs, QueriesOnlyEffectiveOutputs)
     EXPECT_EQ(queries_after(framed("DQ", {"A", "x"})), Requests{"QI 1 0"});
 }
 
-TEST_F(StatusOutputs, TakesPositionsBeyondTheRoutersCountAsUnchanged)
+TEST_F(StatusOutputs, TreatsPositionsBeyondTheRoutersCountAsUnchanged)
 {
     discovered_outputs = 2;
     EXPECT_EQ(queries_after(framed("DQ", {"A", "x"})), Requests{"QI 1 0"});
@@ -117,7 +117,7 @@ TEST_F(StatusOutputs, FollowsTheCountWhenItShrinksMeanwhile)
     EXPECT_EQ(queries_after(framed("DQ", {"A", "x"})), Requests{"QI 1 0"});
 }
 
-TEST_F(StatusOutputs, TakesPositionsOfACountThatGrewMeanwhileAsUnchanged)
+TEST_F(StatusOutputs, TreatsPositionsOfACountThatGrewMeanwhileAsUnchanged)
 {
     when_dispatched(DISPATCHES_BEFORE_QUERIES + 1, [] { number_of_outputs = 256; });
     EXPECT_EQ(queries_after(framed("DQ", {"F", "x"})), Requests{"QI 6 0"});
@@ -211,7 +211,7 @@ TEST_F(StatusDrain, HandlesMessagesInOrder)
     EXPECT_EQ(accepted_route_changes[2].output, 2);
 }
 
-TEST_F(StatusDrain, HandlesAMessageThatTakesTwoReads)
+TEST_F(StatusDrain, HandlesAMessageThatNeedsTwoReads)
 {
     router_says("IQ", {"1", "", "", "", "0", std::string(4082, 'x')});
     periodic_status_request();

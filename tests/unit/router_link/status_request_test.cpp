@@ -115,12 +115,12 @@ INSTANTIATE_TEST_SUITE_P(Forms, UnusableFlagReply,
                                          framed("KB", {"F", "14"}, '1') +
                                              framed("KB", {"F", "14"})));
 
-TEST_F(StatusRequest, TakesFlagsWithFurtherParameters)
+TEST_F(StatusRequest, AcceptsFlagsWithFurtherParameters)
 {
     EXPECT_EQ(cycle_with_reply(framed("KB", {"F", "0", "x"})), WHOLE_CYCLE);
 }
 
-TEST_F(StatusRequest, TakesFlagsThatAreNotMarkedGood)
+TEST_F(StatusRequest, AcceptsFlagsThatAreNotMarkedGood)
 {
     at_us(FAKE_START_US + 1, [] {
         router_message reply = received("KB", {"F", "0"});

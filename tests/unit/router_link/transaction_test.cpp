@@ -234,7 +234,7 @@ TEST_F(Transaction, LooksAtTheDeadlineEachTenMilliseconds)
     EXPECT_EQ(router_hears(), (Raws{"QD", "QD"}));
 }
 
-TEST_F(Transaction, TakesAnAnswerOneTurnBeforeTheDeadlineAndNotAtIt)
+TEST_F(Transaction, AcceptsAnAnswerOneTurnBeforeTheDeadlineAndNotAtIt)
 {
     at_us(DEADLINE_US - PAUSE_US, [this] { router_says("DQ"); });
     EXPECT_TRUE(ask(make_request("QD")));
@@ -284,7 +284,7 @@ TEST_F(Transaction, DropsTheErrorReplyToAnEarlierStatusRequest)
               std::string::npos);
 }
 
-TEST_F(Transaction, TakesAnErrorReplyToItsOwnStatusRequest)
+TEST_F(Transaction, AcceptsAnErrorReplyToItsOwnStatusRequest)
 {
     EXPECT_EQ(reply_to_qd(framed("ER", {"00", "QD"})), Raws{raw_of("ER", {"00", "QD"})});
 }

@@ -145,7 +145,7 @@ TEST_F(DiscoveryCollection, EmptiesAnIdentityTextQuietly)
     EXPECT_FALSE(logged("<NOTE>Firmware: "));
 }
 
-TEST_F(DiscoveryCollection, TakesIdentityAnswersThatAreNotOk)
+TEST_F(DiscoveryCollection, AcceptsIdentityAnswersThatAreNotOk)
 {
     router_message failed = received("KB", {"N", "M"});
     failed.ok = false;
@@ -179,7 +179,7 @@ TEST_F(DiscoveryCollection, PassesOverEverythingElse)
     EXPECT_TRUE(logged("<ERR>Timeout during query (d=0 s=0 l=0)"));
 }
 
-TEST_F(DiscoveryCollection, TakesAMessageThatComesAtTheDeadline)
+TEST_F(DiscoveryCollection, AcceptsAMessageThatComesAtTheDeadline)
 {
     router_says_at(DEADLINE, "KB", {"N", "M"});
     run_discovery();

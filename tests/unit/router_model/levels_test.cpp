@@ -74,7 +74,7 @@ TEST_F(Levels, SkipMessagesThatDoNotCount)
     EXPECT_EQ(level_mask, 4U);
 }
 
-TEST_F(Levels, TakeTheCountAsAnUpperBoundOnly)
+TEST_F(Levels, UseTheCountAsAnUpperBoundOnly)
 {
     update_levels_info({received("NQ", {"L", "5", "A", "0", "x", "B", "1"}),
                         received("NQ", {"L", "1", "C", "2", "x", "D", "3", "x"})});
@@ -95,7 +95,7 @@ TEST_F(Levels, ReadCountAndNumberAsHexadecimal)
     EXPECT_EQ(level_mask, 0U);
 }
 
-TEST_F(Levels, TakeAnyCountHoweverLarge)
+TEST_F(Levels, AcceptAnyCountHoweverLarge)
 {
     update_levels_info({received("NQ", {"L", "FFFFFFFFFFFFFFFFFF", "A", "0", "x"})});
     EXPECT_EQ(level_mask, 1U);

@@ -114,7 +114,7 @@ TEST_P(NameIndexes, LeaveTheTableEmptyWhenAllAreOutOfRange)
     EXPECT_EQ(diagnostics(), "");
 }
 
-TEST_P(NameIndexes, TakeWhateverFormOfHexadecimalNumberIsRead)
+TEST_P(NameIndexes, AcceptWhateverFormOfHexadecimalNumberIsRead)
 {
     update(
         {answer("6", {"A", "0", "x",  "0", "B", " 1", "x",  "0", "C", "0x2", "x",

@@ -75,7 +75,7 @@ TEST_P(NameUpdate, KeepsNothingOfTheTableBefore)
     EXPECT_EQ(base(), 9U);
 }
 
-TEST_P(NameUpdate, TakesTheCountAsAnUpperBoundOnly)
+TEST_P(NameUpdate, UsesTheCountAsAnUpperBoundOnly)
 {
     update({answer("5", {"OutA", "1", "x", "0", "OutB", "2", "x", "0"})});
     EXPECT_EQ(names(), (Names{"OutA", "OutB"}));
@@ -106,7 +106,7 @@ TEST_P(NameUpdate, PassesOverAnAnswerThatCountsNothing)
     }
 }
 
-TEST_P(NameUpdate, TakesAnyCountHoweverLarge)
+TEST_P(NameUpdate, AcceptsAnyCountHoweverLarge)
 {
     update({answer("FFFFFFFFFFFFFFFFFFFF", {"A", "0", "x", "0"}), answer_with({"1"})});
     EXPECT_EQ(names(), (Names{"A", "n1"}));

@@ -141,7 +141,7 @@ TEST_F(AcceptedRoutes, LogButDropAnOutputOutsideTheEffectiveCount)
     EXPECT_TRUE(accepted_route_changes.empty());
 }
 
-TEST_F(AcceptedRoutes, TakeAnyInput)
+TEST_F(AcceptedRoutes, HoldAnyInput)
 {
     number_of_inputs = 2;
     number_of_outputs = 1;

@@ -81,7 +81,7 @@ TEST_F(SimulatorNamesFile, SetsNamesByRouterIndex)
     EXPECT_THAT(router.levels, ElementsAre("VIDEO", "SOUND"));
 }
 
-TEST_F(SimulatorNamesFile, TakesWhatSpreadsheetsWrite)
+TEST_F(SimulatorNamesFile, AcceptsWhatSpreadsheetsWrite)
 {
     EXPECT_EQ(read("\xEF\xBB\xBFsource,1,\"A \"\"B\"\", C\"\r\nsource,2,D, E\r\nsource,3,F"), "");
     EXPECT_THAT(router.sources.names, ElementsAre("A \"B\", C", "D, E", "F"));

@@ -47,7 +47,7 @@ TEST_F(SimulatorRoutes, FollowATakeForEveryClient)
     EXPECT_THAT(ask(router, 2, "QI", {"12", "0"}), ElementsAre("2:0IQ|0012|0|N|N|0006"));
 }
 
-TEST_F(SimulatorRoutes, TakeIndexesOfAnyLengthAndCase)
+TEST_F(SimulatorRoutes, AcceptIndexesOfAnyLengthAndCase)
 {
     asked("TI", {"0000000000000001f", "a"});
     EXPECT_THAT(asked("QI", {"1F"}), ElementsAre("1:0IQ|001F|0|N|N|000A"));

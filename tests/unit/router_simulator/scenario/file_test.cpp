@@ -56,7 +56,7 @@ TEST_F(ScenarioFile, KeepsSeedAndOrder)
     EXPECT_EQ(plan.seed, 0U);
 }
 
-TEST_F(ScenarioFile, TakesEveryTrigger)
+TEST_F(ScenarioFile, ReadsEveryTrigger)
 {
     EXPECT_EQ(step(R"("at": 1.5, "fault": "close")").at_us, 1'500'000U);
     EXPECT_EQ(step(R"("every": [0.001, 60], "fault": "close")").every_us.least, 1000U);
@@ -72,7 +72,7 @@ TEST_F(ScenarioFile, TakesEveryTrigger)
     EXPECT_EQ(plan.steps[0].trigger, trigger_kind::command);
 }
 
-TEST_F(ScenarioFile, TakesEveryLimit)
+TEST_F(ScenarioFile, ReadsEveryLimit)
 {
     const scenario_step limited =
         step(R"("request": "", "after": 2, "times": 0, "chance": 0.25, "fault": "lose")");
@@ -85,7 +85,7 @@ TEST_F(ScenarioFile, TakesEveryLimit)
     EXPECT_EQ(unlimited.chance, 1);
 }
 
-TEST_F(ScenarioFile, TakesTheKeysOfReplyFaults)
+TEST_F(ScenarioFile, ReadsTheKeysOfReplyFaults)
 {
     const scenario_step delay = step(R"("request": "", "fault": "delay", "ms": [1, 40])");
     EXPECT_EQ(delay.delay_us.least, 1000U);
@@ -105,14 +105,14 @@ TEST_F(ScenarioFile, TakesTheKeysOfReplyFaults)
     EXPECT_EQ(endless.interval_us, 500U);
 }
 
-TEST_F(ScenarioFile, TakesReplyFaultsWithoutKeys)
+TEST_F(ScenarioFile, AcceptsReplyFaultsWithoutKeys)
 {
     for (const char* name : {"lose", "duplicate", "reorder", "checksum", "nak", "nul"})
         EXPECT_EQ(step(std::string(R"("request": "", "fault": ")") + name + "\"").fault,
                   fault_named(name));
 }
 
-TEST_F(ScenarioFile, TakesTheKeysOfConnectionFaults)
+TEST_F(ScenarioFile, ReadsTheKeysOfConnectionFaults)
 {
     EXPECT_EQ(step(R"("at": 0, "fault": "garbage", "bytes": 100)").bytes, 100U);
     for (const char* name : {"silence", "stop reading", "refuse", "ignore"})
@@ -124,7 +124,7 @@ TEST_F(ScenarioFile, TakesTheKeysOfConnectionFaults)
               1'000'000U);
 }
 
-TEST_F(ScenarioFile, TakesPortsAndNames)
+TEST_F(ScenarioFile, ReadsPortsAndNames)
 {
     const scenario_step take = step(R"("at": 0, "fault": "take", "destination": 2, "source": 3)");
     EXPECT_EQ(take.destination, 2U);

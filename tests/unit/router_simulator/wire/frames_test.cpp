@@ -44,7 +44,7 @@ TEST(SimulatorParser, ReadsRequestWithoutParameters)
     EXPECT_THAT(outcomes_of("\x01N0QDED\x04"), ElementsAre("N0QD"));
 }
 
-TEST(SimulatorParser, TakesChecksumDigitsOfEitherCase)
+TEST(SimulatorParser, AcceptsChecksumDigitsOfEitherCase)
 {
     EXPECT_THAT(outcomes_of("\x01N0QDed\x04"), ElementsAre("N0QD"));
 }
@@ -94,7 +94,7 @@ TEST(SimulatorParser, PassesOverWhatIsBetweenFrames)
                 ElementsAre("N0QD", "N0QD"));
 }
 
-TEST(SimulatorParser, TakesTheLongestFrame)
+TEST(SimulatorParser, AcceptsTheLongestFrame)
 {
     const std::string content = "N0QD\t" + std::string(MAX_FRAME_CONTENT - 7, 'x');
     EXPECT_THAT(outcomes_of(frame(content)), ElementsAre("N0QD|" + content.substr(5)));
