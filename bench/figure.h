@@ -9,7 +9,7 @@
 
 namespace bench {
 
-// Samples of one measure, taken in turns so that what disturbs one side disturbs the other too.
+// Samples of one measure, in turns so that what disturbs one side disturbs the other too.
 // The sides need not have as many samples as each other.
 struct paired_samples {
     std::vector<double> ours;

@@ -32,7 +32,7 @@ void EncodeLongMessage(benchmark::State& state)
 }
 BENCHMARK(EncodeLongMessage);
 
-// Parses the bytes in pieces of the benchmark's argument and takes the messages as the backend
+// Parses the bytes in pieces of the benchmark's argument and removes the messages as the backend
 // does.
 void measure_parsing(benchmark::State& state, const std::string& bytes)
 {

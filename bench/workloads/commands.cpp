@@ -29,7 +29,7 @@ std::size_t remove_replies(measured_program& program)
     return count;
 }
 
-// Writes as the pipe takes it and reads what comes, until each record has been answered.
+// Writes as the pipe accepts it and reads what comes, until each record has been answered.
 command_cost answer_all(measured_program& program, std::size_t records)
 {
     std::string text;

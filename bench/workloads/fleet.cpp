@@ -197,7 +197,7 @@ std::vector<figure> growth_figures(std::size_t few, const fleet_cost& cost_of_fe
     return {cpu, pss};
 }
 
-// Each backend takes four descriptors here.
+// Each backend needs four descriptors here.
 void allow_many_descriptors()
 {
     rlimit limit{};

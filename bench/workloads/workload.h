@@ -1,7 +1,7 @@
-// The workloads that are measured. Each starts the backend and its floor anew and takes turns
-// between them, or has both do little at the same time; only fleets of different size follow each
-// other. None depends on how fast the machine is. All throw when a program cannot be started, ends
-// or does not answer.
+// The workloads that are measured. Each starts the backend and its floor anew and turns
+// from one to the other, or has both do little at the same time; only fleets of different size
+// follow each other. None depends on how fast the machine is. All throw when a program cannot be
+// started, ends or does not answer.
 #pragma once
 
 #include <functional>
@@ -29,7 +29,7 @@ struct measurements {
 // From the last byte of a flush to the route change at the router, the link being idle.
 measurements measure_take(const bench_plan& plan);
 
-// Records answered in a second when they come as fast as they are taken, and what one costs.
+// Records answered in a second when they come as fast as they are read, and what one costs.
 measurements measure_commands(const bench_plan& plan);
 
 // What a polling cycle costs when nothing changes, and its system calls.

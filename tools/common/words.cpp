@@ -27,7 +27,7 @@ bool is_quote(char character)
 }
 
 // The word from the position on, which becomes the one after it.
-word take_word(std::string_view line, std::size_t& position, bool& open_quote)
+word cut_word(std::string_view line, std::size_t& position, bool& open_quote)
 {
     word result;
     result.start = position;
@@ -68,7 +68,7 @@ split_line split_words(std::string_view line)
         } else {
             if (!in_command) result.commands.emplace_back();
             in_command = true;
-            result.commands.back().push_back(take_word(line, position, result.open_quote));
+            result.commands.back().push_back(cut_word(line, position, result.open_quote));
             result.open_word = true;
         }
     }

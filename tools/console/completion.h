@@ -1,5 +1,4 @@
-// Completion of the word before the cursor: a command's name, or what the command takes at that
-// place.
+// Completion of the word before the cursor: a command's name, or what stands at that place of it.
 #pragma once
 
 #include <cstddef>

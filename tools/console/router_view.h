@@ -2,7 +2,7 @@
 // and diagnostics lines and from what the person has asked for.
 //
 // A route that was asked for is pending until a report shows the input asked for on its output;
-// when none has after confirmation_limit_us it is unconfirmed, until a report shows that input
+// when none has after CONFIRMATION_LIMIT_US it is unconfirmed, until a report shows that input
 // after all, shows another change of that output, or the route is asked for anew.
 #pragma once
 
@@ -68,7 +68,7 @@ void note_discarded(router_view& view);
 // Makes pending routes unconfirmed whose time is over.
 notices expire_requests(router_view& view, us_time_t now);
 
-// How long until expire_requests has something to do; no_expiry when no route is pending.
+// How long until expire_requests has something to do; NO_EXPIRY when no route is pending.
 constexpr us_time_t NO_EXPIRY = ~us_time_t{0};
 us_time_t time_to_expiry(const router_view& view, us_time_t now);
 

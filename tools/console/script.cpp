@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 namespace console {
 
 namespace {
-// Longer than the backend takes to learn a router that answers slowly.
+// Longer than the backend needs to learn a router that answers slowly.
 constexpr us_time_t START_LIMIT_US = 10'000'000;
 
 constexpr auto NO_TIME_LIMIT = 24h;

@@ -25,7 +25,7 @@ struct console_session {
     parent_link::backend_link link;
     console_state state;
     std::deque<std::string> last_diagnostics;      // a few, for the case that the backend ends
-    std::function<void(const std::string&)> print; // takes whole lines, with their ends
+    std::function<void(const std::string&)> print; // of whole lines, with their ends
     bool came_up = false;                          // the backend has sent a record
     bool unconfirmed = false;                      // a route has not been confirmed in time
     bool refused = false;                          // a command has not been understood

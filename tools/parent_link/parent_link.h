@@ -20,7 +20,7 @@
 
 namespace parent_link {
 
-// A line beyond common::LONGEST_LINE is cut to it.
+// A line beyond common::LONGEST_LINE is cut as common::cut_lines does it.
 struct backend_link {
     common::child_process child;         // without a process when none was started or it has ended
     common::owned_descriptor process_fd; // readable when the backend has ended
@@ -50,7 +50,7 @@ struct backend_link {
 bool start_backend(backend_link& link, const std::string& program,
                    const std::vector<std::string>& arguments, std::string& error);
 
-// Queues the record or the bytes and writes what the pipe takes. Dropped without a sign when the
+// Queues the record or the bytes and writes what the pipe accepts. Dropped without a sign when the
 // backend's input is closed.
 void send_record(backend_link& link, const ParentRecord& record);
 void send_bytes(backend_link& link, std::string_view bytes);

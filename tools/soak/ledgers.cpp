@@ -43,7 +43,7 @@ void enter_event(ledgers& books, const router_event& event, us_time_t now)
         router_shows(books.routes, event.destination, event.source, now);
         if (event.by == "client") note_take(books.proofs, event.destination, event.source);
     }
-    // What happens all the time, or only takes time.
+    // What happens all the time, or only costs time.
     if (event.kind == "start" || event.kind == "take" || event.fault == "delay") return;
     note_disturbance(books.routes, now);
     if (event.fault == "contradict")
@@ -57,12 +57,12 @@ void enter_event(ledgers& books, const router_event& event, us_time_t now)
         // The connection before this one may never end: the router may have forgotten it.
         std::erase_if(books.lasting, [](const auto& each) { return each.second != 0; });
     }
-    if (event.request.starts_with("QN") && event.fault != "cut") // which only takes time
+    if (event.request.starts_with("QN") && event.fault != "cut") // which only costs time
         books.link.names_spoilt_on = event.client;
 }
 
 namespace {
-// Takes the decimal number that the text begins with off its front.
+// Cuts the decimal number that the text begins with off its front.
 std::optional<int> cut_number(std::string_view& text)
 {
     int number = 0;

@@ -66,7 +66,7 @@ parent_command set_setting(const std::string& name, const std::string& value)
 }
 
 namespace {
-// Any bytes but those that end a line or are taken out of it.
+// Any bytes but those that end a line or are dropped from it.
 std::string random_word(std::mt19937_64& random, int longest)
 {
     std::string word;

@@ -11,7 +11,7 @@
 
 namespace soak {
 
-// No reply may come longer after its command, and those before it, were done with: a flood may take
+// No reply may come longer after its command, and those before it, were done with: a flood may need
 // its time. A status request serves the parent all the while, and nothing else waits for the router
 // as long as its 13 s.
 constexpr us_time_t LONGEST_ALLOWED_WAIT_US = 15'000'000;

@@ -69,8 +69,8 @@ void note_query(route_ledger& ledger, us_time_t sent);
 // Whether every destination is known.
 bool all_known(const route_ledger& ledger);
 
-// "", or a change that the parent does not know, or a report of what never was; it is then
-// taken as known.
+// "", or a change that the parent does not know, or a report of what never was; it then
+// counts as known.
 std::string find_wrong_route(route_ledger& ledger, us_time_t now);
 
 } // namespace soak

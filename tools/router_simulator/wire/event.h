@@ -27,8 +27,8 @@ struct router_event {
     std::optional<std::string> reason{}; // why a frame is bad
 };
 
-// Both take the time since the start. Without a newline; a byte that is no UTF-8 shows as \xNN to
-// people and as U+FFFD to programs.
+// Both are given the time since the start. Without a newline; a byte that is no UTF-8 shows as \xNN
+// to people and as U+FFFD to programs.
 std::string readable_event(const router_event& event, us_time_t elapsed);
 std::string json_event(const router_event& event, us_time_t elapsed);
 

@@ -16,7 +16,7 @@ struct due_bytes {
 };
 
 struct output_queue {
-    std::string ready;                          // due, not yet taken by the socket
+    std::string ready;                          // due, not yet accepted by the socket
     std::deque<due_bytes> in_order;             // the due times never fall
     std::multimap<us_time_t, std::string> late; // each joins the others when it is due
 };
