@@ -35,18 +35,18 @@ void put(json& object, const char* key, const std::optional<double>& value)
     if (value) object[key] = *value;
 }
 
-json figure_json(const figure& figure)
+json figure_json(const figure& written)
 {
-    json object = {{"workload", figure.workload},
-                   {"measure", figure.measure},
-                   {"unit", figure.unit},
-                   {"ours", figure.ours},
-                   {"better", figure.direction == better::less ? "less" : "more"}};
-    put(object, "floor", figure.floor);
-    put(object, "ratio", figure.ratio);
-    put(object, "ratio_low", figure.ratio_low);
-    put(object, "ratio_high", figure.ratio_high);
-    put(object, "aim", figure.aim);
+    json object = {{"workload", written.workload},
+                   {"measure", written.measure},
+                   {"unit", written.unit},
+                   {"ours", written.ours},
+                   {"better", written.direction == better::less ? "less" : "more"}};
+    put(object, "floor", written.floor);
+    put(object, "ratio", written.ratio);
+    put(object, "ratio_low", written.ratio_low);
+    put(object, "ratio_high", written.ratio_high);
+    put(object, "aim", written.aim);
     return object;
 }
 } // namespace
@@ -59,8 +59,8 @@ std::string run_json(const bench_run& run)
                      {"processor", run.machine.processor},
                      {"kernel", run.machine.kernel}}},
                    {"figures", json::array()}};
-    for (const figure& figure : run.figures)
-        object["figures"].push_back(figure_json(figure));
+    for (const figure& written : run.figures)
+        object["figures"].push_back(figure_json(written));
     return object.dump(2, ' ', false, json::error_handler_t::replace) + "\n";
 }
 
@@ -73,18 +73,18 @@ std::optional<double> optional_number(const json& object, const char* key)
 
 figure figure_of(const json& object)
 {
-    figure figure;
-    object.at("workload").get_to(figure.workload);
-    object.at("measure").get_to(figure.measure);
-    object.at("unit").get_to(figure.unit);
-    object.at("ours").get_to(figure.ours);
-    figure.floor = optional_number(object, "floor");
-    figure.ratio = optional_number(object, "ratio");
-    figure.ratio_low = optional_number(object, "ratio_low");
-    figure.ratio_high = optional_number(object, "ratio_high");
-    figure.direction = object.at("better") == "more" ? better::more : better::less;
-    figure.aim = optional_number(object, "aim");
-    return figure;
+    figure found;
+    object.at("workload").get_to(found.workload);
+    object.at("measure").get_to(found.measure);
+    object.at("unit").get_to(found.unit);
+    object.at("ours").get_to(found.ours);
+    found.floor = optional_number(object, "floor");
+    found.ratio = optional_number(object, "ratio");
+    found.ratio_low = optional_number(object, "ratio_low");
+    found.ratio_high = optional_number(object, "ratio_high");
+    found.direction = object.at("better") == "more" ? better::more : better::less;
+    found.aim = optional_number(object, "aim");
+    return found;
 }
 
 bench_run run_of(const json& object)
@@ -95,8 +95,8 @@ bench_run run_of(const json& object)
     machine.at("cores").get_to(run.machine.cores);
     machine.at("processor").get_to(run.machine.processor);
     machine.at("kernel").get_to(run.machine.kernel);
-    for (const json& figure : object.at("figures"))
-        run.figures.push_back(figure_of(figure));
+    for (const json& each : object.at("figures"))
+        run.figures.push_back(figure_of(each));
     return run;
 }
 } // namespace

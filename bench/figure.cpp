@@ -16,7 +16,8 @@ std::vector<double> resample(const std::vector<double>& values, std::mt19937_64&
 {
     std::uniform_int_distribution<std::size_t> index(0, values.size() - 1);
     std::vector<double> drawn(values.size());
-    std::generate(drawn.begin(), drawn.end(), [&] { return values[index(random)]; });
+    std::generate(drawn.begin(), drawn.end(),
+                  [&] { return values[index(random)]; });
     return drawn;
 }
 
@@ -53,12 +54,12 @@ figure make_figure(const std::string& workload, const std::string& measure, cons
     return made;
 }
 
-bool meets_aim(const figure& figure)
+bool meets_aim(const figure& judged)
 {
-    if (!figure.aim) return true;
-    if (!figure.ratio) return false;
-    return figure.direction == better::less ? *figure.ratio <= *figure.aim
-                                            : *figure.ratio >= *figure.aim;
+    if (!judged.aim) return true;
+    if (!judged.ratio) return false;
+    return judged.direction == better::less ? *judged.ratio <= *judged.aim
+                                            : *judged.ratio >= *judged.aim;
 }
 
 double quantile_of(std::vector<double> values, double quantile)

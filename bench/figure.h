@@ -41,7 +41,7 @@ figure make_figure(const std::string& workload, const std::string& measure, cons
                    const paired_samples& samples, double quantile = 0.5);
 
 // True without an aim; false with an aim but no ratio.
-bool meets_aim(const figure& figure);
+bool meets_aim(const figure& judged);
 
 // Of at least one value, in any order; between two neighbours in proportion.
 double quantile_of(std::vector<double> values, double quantile);

@@ -47,28 +47,28 @@ std::string ratio_text(double ratio)
     return text.str();
 }
 
-std::string spread_text(const figure& figure)
+std::string spread_text(const figure& shown)
 {
-    if (!figure.ratio_low || !figure.ratio_high) return "";
-    return ratio_text(*figure.ratio_low) + "-" + ratio_text(*figure.ratio_high);
+    if (!shown.ratio_low || !shown.ratio_high) return "";
+    return ratio_text(*shown.ratio_low) + "-" + ratio_text(*shown.ratio_high);
 }
 
-std::string aim_text(const figure& figure)
+std::string aim_text(const figure& shown)
 {
-    if (!figure.aim) return "";
-    return (figure.direction == better::less ? "≤ " : "≥ ") + ratio_text(*figure.aim);
+    if (!shown.aim) return "";
+    return (shown.direction == better::less ? "≤ " : "≥ ") + ratio_text(*shown.aim);
 }
 
-std::string verdict_text(const figure& figure)
+std::string verdict_text(const figure& shown)
 {
-    if (!figure.aim) return "";
-    return meets_aim(figure) ? "met" : "missed";
+    if (!shown.aim) return "";
+    return meets_aim(shown) ? "met" : "missed";
 }
 
 namespace {
-bool has_spread(const figure& figure)
+bool has_spread(const figure& shown)
 {
-    return figure.ratio && figure.ratio_low && figure.ratio_high;
+    return shown.ratio && shown.ratio_low && shown.ratio_high;
 }
 
 bool spreads_overlap(const figure& one, const figure& other)
@@ -86,8 +86,8 @@ std::string difference_text(double now, double before, better direction)
 
 std::string change_text(const figure& now, const std::vector<figure>& last)
 {
-    const auto before = std::find_if(last.begin(), last.end(), [&](const figure& figure) {
-        return figure.workload == now.workload && figure.measure == now.measure;
+    const auto before = std::find_if(last.begin(), last.end(), [&](const figure& each) {
+        return each.workload == now.workload && each.measure == now.measure;
     });
     if (before == last.end() || before->unit != now.unit || has_spread(*before) != has_spread(now))
         return "new";
@@ -114,13 +114,13 @@ common::text_table figures_table(const std::vector<figure>& figures,
                                          {"verdict"}},
                              .rows = {}};
     if (!last.empty()) table.columns.push_back({"since last run"});
-    for (const figure& figure : figures) {
-        const std::string unit = figure.unit.empty() ? "" : " " + figure.unit;
-        table.rows.push_back({figure.workload, figure.measure, number_text(figure.ours) + unit,
-                              figure.floor ? number_text(*figure.floor) + unit : "",
-                              figure.ratio ? ratio_text(*figure.ratio) : "", spread_text(figure),
-                              aim_text(figure), verdict_text(figure)});
-        if (!last.empty()) table.rows.back().push_back(change_text(figure, last));
+    for (const figure& shown : figures) {
+        const std::string unit = shown.unit.empty() ? "" : " " + shown.unit;
+        table.rows.push_back({shown.workload, shown.measure, number_text(shown.ours) + unit,
+                              shown.floor ? number_text(*shown.floor) + unit : "",
+                              shown.ratio ? ratio_text(*shown.ratio) : "", spread_text(shown),
+                              aim_text(shown), verdict_text(shown)});
+        if (!last.empty()) table.rows.back().push_back(change_text(shown, last));
     }
     return table;
 }

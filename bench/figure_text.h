@@ -17,9 +17,9 @@ std::string number_text(double value);
 std::string ratio_text(double ratio);
 
 // Each of these is "" for a figure without what it shows.
-std::string spread_text(const figure& figure);  // "0.98-1.04"
-std::string aim_text(const figure& figure);     // "≤ 1.25", "≥ 0.85"
-std::string verdict_text(const figure& figure); // "met", "missed"
+std::string spread_text(const figure& shown);  // "0.98-1.04"
+std::string aim_text(const figure& shown);     // "≤ 1.25", "≥ 0.85"
+std::string verdict_text(const figure& shown); // "met", "missed"
 
 // What has become of the last run's figure of the same workload and measure: "as before", "better
 // by 12 %", "worse by 9 %", "new". Ratios are compared, and are as before when their spreads

@@ -79,8 +79,8 @@ bench_run measure(const bench_options& options, bool& complete)
                  }});
             run.figures.insert(run.figures.end(), found.figures.begin(), found.figures.end());
             run.tables.insert(run.tables.end(), found.tables.begin(), found.tables.end());
-        } catch (const std::exception& fault) {
-            std::fprintf(stderr, "\n%-10s cannot be measured: %s\n", workload.name, fault.what());
+        } catch (const std::exception& error) {
+            std::fprintf(stderr, "\n%-10s cannot be measured: %s\n", workload.name, error.what());
             complete = false;
         }
     }

@@ -14,7 +14,7 @@ using std::chrono::steady_clock;
 
 namespace {
 // Sends the request and waits for its answer.
-void exchange(std::string_view request)
+void ask(std::string_view request)
 {
     read_router();
     send_to_router(request);
@@ -40,7 +40,7 @@ void run_cycle(const std::vector<std::string>& requests)
     write_log("<DBG>Sending periodic status request as TCP keepalive and to keep up with "
               "unreported changes if they should occur\n");
     for (const std::string& request : requests)
-        exchange(request);
+        ask(request);
 }
 } // namespace
 

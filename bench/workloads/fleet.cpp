@@ -60,15 +60,15 @@ fleet start_fleet(const bench_plan& plan, std::size_t size)
 }
 
 // Polls that have come and takes that have arrived.
-void note_requests(fleet& fleet, fleet_member& member, double now)
+void note_requests(fleet& backends, fleet_member& member, double now)
 {
     for (const std::string& request : member.program->router.requests) {
         if (request == "QD") member.cycle_end = now;
         if (request == "BK F" && member.cycle_end > 0)
-            fleet.largest_poll_delay_us =
-                std::max(fleet.largest_poll_delay_us, now - member.cycle_end - POLL_INTERVAL_US);
+            backends.largest_poll_delay_us =
+                std::max(backends.largest_poll_delay_us, now - member.cycle_end - POLL_INTERVAL_US);
         if (request.starts_with("TI ") && member.flush_start > 0) {
-            fleet.take_us.push_back(now - member.flush_start);
+            backends.take_us.push_back(now - member.flush_start);
             member.flush_start = 0;
         }
     }
@@ -89,24 +89,24 @@ void go_on_with_take(fleet_member& member, double now)
     }
 }
 
-double cpu_of(const fleet& fleet)
+double cpu_of(const fleet& backends)
 {
     double sum = 0;
-    for (const measured_program* const each : fleet.programs)
+    for (const measured_program* const each : backends.programs)
         sum += cpu_in_us(*each);
     return sum;
 }
 
 // Polls go on. Calls each_window with its length after every second.
-void serve_fleet(fleet& fleet, std::size_t windows,
+void serve_fleet(fleet& backends, std::size_t windows,
                  const std::function<void(double us)>& each_window)
 {
     double window_start = now_in_us();
     std::size_t over = 0;
-    serve_until(fleet.programs, [&] {
+    serve_until(backends.programs, [&] {
         const double now = now_in_us();
-        for (fleet_member& member : fleet.members) {
-            note_requests(fleet, member, now);
+        for (fleet_member& member : backends.members) {
+            note_requests(backends, member, now);
             if (member.take_interval > 0) go_on_with_take(member, now);
         }
         if (now - window_start < WINDOW_US) return false;
@@ -117,12 +117,12 @@ void serve_fleet(fleet& fleet, std::size_t windows,
 }
 
 // CPU in milliseconds of each second, all together, while nothing but polling goes on.
-std::vector<double> measure_polling(fleet& fleet, std::size_t windows)
+std::vector<double> measure_polling(fleet& backends, std::size_t windows)
 {
     std::vector<double> cpu_ms;
-    double cpu_before = cpu_of(fleet);
-    serve_fleet(fleet, windows, [&](double window_us) {
-        const double cpu = cpu_of(fleet);
+    double cpu_before = cpu_of(backends);
+    serve_fleet(backends, windows, [&](double window_us) {
+        const double cpu = cpu_of(backends);
         cpu_ms.push_back((cpu - cpu_before) / window_us * 1000);
         cpu_before = cpu;
     });
@@ -131,33 +131,33 @@ std::vector<double> measure_polling(fleet& fleet, std::size_t windows)
 
 // Takes at any moment of the polling, each in microseconds; one that is under way at the end
 // counts as long as it has lasted.
-std::vector<double> measure_takes(fleet& fleet, std::size_t windows)
+std::vector<double> measure_takes(fleet& backends, std::size_t windows)
 {
-    const auto size = static_cast<double>(fleet.members.size());
+    const auto size = static_cast<double>(backends.members.size());
     const double interval = std::max(TAKE_INTERVAL_US, size / TAKES_PER_SECOND * 1e6);
-    std::mt19937_64 random(fleet.members.size());
+    std::mt19937_64 random(backends.members.size());
     std::uniform_real_distribution phase(0.0, interval);
-    for (fleet_member& member : fleet.members) {
+    for (fleet_member& member : backends.members) {
         member.take_interval = interval;
         member.next_take = now_in_us() + phase(random);
     }
-    serve_fleet(fleet, windows, [](double) {});
-    for (const fleet_member& member : fleet.members)
-        if (member.flush_start > 0) fleet.take_us.push_back(now_in_us() - member.flush_start);
-    return fleet.take_us;
+    serve_fleet(backends, windows, [](double) {});
+    for (const fleet_member& member : backends.members)
+        if (member.flush_start > 0) backends.take_us.push_back(now_in_us() - member.flush_start);
+    return backends.take_us;
 }
 
 fleet_cost measure_size(const bench_plan& plan, std::size_t size)
 {
-    fleet fleet = start_fleet(plan, size);
+    fleet backends = start_fleet(plan, size);
     const std::size_t windows = plan.quick ? QUICK_WINDOWS : WINDOWS;
     fleet_cost cost;
-    cost.cpu_ms = measure_polling(fleet, windows);
-    for (const measured_program* const each : fleet.programs)
+    cost.cpu_ms = measure_polling(backends, windows);
+    for (const measured_program* const each : backends.programs)
         cost.pss_kib += pss_in_kib(*each);
-    const std::vector<double> takes = measure_takes(fleet, windows);
+    const std::vector<double> takes = measure_takes(backends, windows);
     cost.take_p99_us = takes.empty() ? 0 : quantile_of(takes, 0.99);
-    cost.largest_poll_delay_us = fleet.largest_poll_delay_us;
+    cost.largest_poll_delay_us = backends.largest_poll_delay_us;
     return cost;
 }
 

@@ -7,12 +7,12 @@ using namespace bench;
 namespace {
 figure ratio_of(double ratio, double low, double high)
 {
-    figure figure = {.workload = "take", .measure = "p50", .unit = "us", .ours = ratio};
-    figure.floor = 1;
-    figure.ratio = ratio;
-    figure.ratio_low = low;
-    figure.ratio_high = high;
-    return figure;
+    figure made = {.workload = "take", .measure = "p50", .unit = "us", .ours = ratio};
+    made.floor = 1;
+    made.ratio = ratio;
+    made.ratio_low = low;
+    made.ratio_high = high;
+    return made;
 }
 
 figure value_of(double value)
@@ -20,11 +20,11 @@ figure value_of(double value)
     return {.workload = "memory", .measure = "slope", .unit = "KiB/h", .ours = value};
 }
 
-figure aimed(figure figure, double aim, better direction)
+figure aimed(figure made, double aim, better direction)
 {
-    figure.aim = aim;
-    figure.direction = direction;
-    return figure;
+    made.aim = aim;
+    made.direction = direction;
+    return made;
 }
 
 std::vector<figure> take_and_memory()
