@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
-#include <random>
+
+#include "tools/common/random.h"
 
 namespace bench {
 
@@ -14,10 +15,9 @@ constexpr double SPREAD_HIGH = 0.95;
 
 std::vector<double> resample(const std::vector<double>& values, std::mt19937_64& random)
 {
-    std::uniform_int_distribution<std::size_t> index(0, values.size() - 1);
     std::vector<double> drawn(values.size());
     std::generate(drawn.begin(), drawn.end(),
-                  [&] { return values[index(random)]; });
+                  [&] { return values[common::draw<std::size_t>(random, 0, values.size() - 1)]; });
     return drawn;
 }
 

@@ -1,10 +1,10 @@
 #include <algorithm>
 #include <array>
-#include <random>
 #include <sys/resource.h>
 
 #include "bench/figure_text.h"
 #include "bench/workloads/workload.h"
+#include "tools/common/random.h"
 
 namespace bench {
 
@@ -136,10 +136,9 @@ std::vector<double> measure_takes(fleet& backends, std::size_t windows)
     const auto size = static_cast<double>(backends.members.size());
     const double interval = std::max(TAKE_INTERVAL_US, size / TAKES_PER_SECOND * 1e6);
     std::mt19937_64 random(backends.members.size());
-    std::uniform_real_distribution phase(0.0, interval);
     for (fleet_member& member : backends.members) {
         member.take_interval = interval;
-        member.next_take = now_in_us() + phase(random);
+        member.next_take = now_in_us() + common::draw_fraction(random) * interval;
     }
     serve_fleet(backends, windows, [](double) {});
     for (const fleet_member& member : backends.members)
