@@ -7,13 +7,13 @@
 
 namespace {
 // What the parent says and what it hears.
-struct exchange {
+struct answered_record {
     const char* title;
     const char* said;
     const char* heard;
 };
 
-class Command : public BackendTest, public testing::WithParamInterface<exchange> {};
+class Command : public BackendTest, public testing::WithParamInterface<answered_record> {};
 
 class SetCommand : public BackendTest {
   protected:
@@ -40,7 +40,7 @@ TEST_P(Command, IsAnswered)
 }
 
 namespace {
-const exchange EXCHANGES[] = {
+const answered_record ANSWERED_RECORDS[] = {
     {"UnknownMessage", "*TYPE=message\n*COMMAND=hello\n*ID=7",
      "*COMMAND=hello\n*ERROR=Message hello ignored\n*TYPE=reply\n*ID=7\n\n"},
     {"MessageWithoutCommand", "*TYPE=message\nname=inputs\nvalue=3",
@@ -88,7 +88,7 @@ const exchange EXCHANGES[] = {
 };
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(Handled, Command, testing::ValuesIn(EXCHANGES),
+INSTANTIATE_TEST_SUITE_P(Handled, Command, testing::ValuesIn(ANSWERED_RECORDS),
                          [](const auto& tested) { return tested.param.title; });
 
 TEST_F(SetCommand, AppliesTheSettingWithoutReply)
