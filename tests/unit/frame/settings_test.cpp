@@ -47,21 +47,7 @@ class Settings : public testing::Test {
         return router_port;
     }
 };
-
-// Holds the values of the process start, before any other test.
-const struct {
-    std::int64_t inputs = configured_inputs;
-    std::int64_t outputs = configured_outputs;
-    std::int32_t port = router_port;
-} at_start;
 } // namespace
-
-TEST_F(Settings, AreUnsetAtStart)
-{
-    EXPECT_EQ(at_start.inputs, 0);
-    EXPECT_EQ(at_start.outputs, 0);
-    EXPECT_EQ(at_start.port, -1);
-}
 
 TEST_F(Settings, ReadEachCountForItself)
 {
