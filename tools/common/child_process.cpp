@@ -76,13 +76,27 @@ bool start_on_pipes(child_process& child, child_pipes& pipes, const std::vector<
     return true;
 }
 
+namespace {
+int forget_ended(child_process& child, int status)
+{
+    child.process = -1;
+    return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+}
+} // namespace
+
 int status_at_end(child_process& child)
 {
     int status = 0;
     while (waitpid(child.process, &status, 0) < 0 && errno == EINTR) {
     }
-    child.process = -1;
-    return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+    return forget_ended(child, status);
+}
+
+std::optional<int> status_if_ended(child_process& child)
+{
+    int status = 0;
+    if (waitpid(child.process, &status, WNOHANG) != child.process) return std::nullopt;
+    return forget_ended(child, status);
 }
 
 } // namespace common

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -42,5 +43,8 @@ bool start_on_pipes(child_process& child, child_pipes& pipes, const std::vector<
 // Waits for its end: the exit status, or the negated number of the signal that ended it. One must
 // run.
 int status_at_end(child_process& child);
+
+// The same without waiting; nothing while it runs.
+std::optional<int> status_if_ended(child_process& child);
 
 } // namespace common

@@ -4,7 +4,6 @@
 #include <csignal>
 #include <cstring>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "tools/common/lines.h"
@@ -163,14 +162,14 @@ void close_descriptors(backend_link& link)
     link.unsent.clear();
 }
 
-// The process is gone, so the pipes hold all that it ever wrote.
+// The process is gone, with this status or negated signal, so the pipes hold all that it ever
+// wrote.
 void finish(backend_link& link, int status)
 {
-    link.child.process = -1;
-    if (WIFSIGNALED(status))
-        link.end_signal = WTERMSIG(status);
+    if (status < 0)
+        link.end_signal = -status;
     else
-        link.exit_status = WEXITSTATUS(status);
+        link.exit_status = status;
     while (read_output(link)) {
     }
     while (read_diagnostics(link)) {
@@ -188,8 +187,7 @@ void serve_backend(backend_link& link)
     flush_input(link);
     if (link.reads_output) read_output(link);
     read_diagnostics(link);
-    int status = 0;
-    if (waitpid(link.child.process, &status, WNOHANG) == link.child.process) finish(link, status);
+    if (const auto status = common::status_if_ended(link.child)) finish(link, *status);
 }
 
 namespace {
@@ -242,10 +240,7 @@ void close_backend(backend_link& link)
 {
     if (link.child.process > 0) {
         kill(link.child.process, SIGKILL);
-        int status = 0;
-        while (waitpid(link.child.process, &status, 0) < 0 && errno == EINTR) {
-        }
-        finish(link, status);
+        finish(link, common::status_at_end(link.child));
     }
     close_descriptors(link);
 }
