@@ -8,15 +8,11 @@
 #include "tools/common/descriptors.h"
 #include "tools/common/lines.h"
 
-using namespace std::chrono_literals;
-
 namespace console {
 
 namespace {
 // Longer than the backend needs to learn a router that answers slowly.
 constexpr us_time_t START_LIMIT_US = 10'000'000;
-
-constexpr auto NO_TIME_LIMIT = 24h;
 
 constexpr std::size_t LONGEST_COMMAND_LINE = 65536;
 

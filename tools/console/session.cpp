@@ -13,8 +13,6 @@ constexpr std::size_t KEPT_DIAGNOSTICS = 5;
 
 // For what a healthy backend does at once.
 constexpr auto FAREWELL_TIME = 1s;
-
-constexpr auto NO_TIME_LIMIT = 24h;
 } // namespace
 
 bool start_session(console_session& session, const std::string& backend,

@@ -39,6 +39,9 @@ bool start_session(console_session& session, const std::string& backend,
 // Serves the backend and prints what is to be shown.
 void serve_session(console_session& session);
 
+// For waits that only an event ends.
+constexpr std::chrono::hours NO_TIME_LIMIT{24};
+
 // Waits for the backend, for a route's time to be over or for what the caller watches (as poll has
 // it), at most for the time-out; then serves the session.
 void wait_session(console_session& session, std::span<pollfd> watched,

@@ -14,14 +14,11 @@
 #include "tools/common/text_table.h"
 #include "tools/common/text_width.h"
 
-using namespace std::chrono_literals;
-
 namespace console {
 
 namespace {
 constexpr int HISTORY_LENGTH = 500;
 constexpr wchar_t KILL_LINE_KEY = 0x15; // Ctrl-U
-constexpr auto NO_TIME_LIMIT = 24h;
 char prompt[] = "router> ";
 
 // The editor's callbacks get nothing but the editor, so what they need stands here.
