@@ -7,9 +7,9 @@
 
 namespace bench {
 
+namespace {
 using json = nlohmann::ordered_json; // as it is read best, and changes least from run to run
 
-namespace {
 std::string processor_name()
 {
     std::ifstream file("/proc/cpuinfo");

@@ -10,11 +10,9 @@ namespace console {
 namespace {
 // As many as a person cares to read in one line.
 constexpr std::size_t MOST_CANDIDATES = 6;
-} // namespace
 
 using name_rule = bool (*)(std::string_view name, std::string_view wanted);
 
-namespace {
 bool identical(std::string_view name, std::string_view wanted)
 {
     return name == wanted;

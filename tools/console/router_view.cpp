@@ -156,6 +156,7 @@ notices apply_record(router_view& view, const ParentRecord& record)
     return to_show;
 }
 
+namespace {
 // What the beginning of a diagnostics line tells of the link.
 struct link_rule {
     std::string_view beginning;
@@ -163,7 +164,6 @@ struct link_rule {
     std::optional<std::string_view> problem; // unchanged when empty; "%" is the rest of the line
 };
 
-namespace {
 constexpr link_rule LINK_RULES[] = {
     {"<NOTE>Trying to connect to router...", link_state::connecting, std::nullopt},
     {"<NOTE>Connected to router, right away", link_state::discovering, ""},

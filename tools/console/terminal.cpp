@@ -75,11 +75,9 @@ bool handle_signal(wchar_t& key)
     key = KILL_LINE_KEY;
     return true;
 }
-} // namespace
 
 enum class key_state { none_yet, complete, input_ended };
 
-namespace {
 // One byte more of a character, whose bytes so far are in the conversion.
 key_state read_key(std::mbstate_t& conversion, wchar_t& key)
 {

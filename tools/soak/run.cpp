@@ -20,7 +20,6 @@ constexpr us_time_t LONGEST_SETTLING_US = 180 * SECOND;
 constexpr us_time_t LONGEST_END_US = 20 * SECOND; // a status request is finished first
 constexpr us_time_t CHECK_US = SECOND / 10;
 constexpr us_time_t MOST_SAMPLES = 600; // more than the picture can show
-} // namespace
 
 struct soak_run {
     const run_options& options;
@@ -38,7 +37,6 @@ struct soak_run {
     std::vector<double> reconnections{}; // seconds since the start
 };
 
-namespace {
 double seconds_since_start(const soak_run& run)
 {
     return static_cast<double>(now_us() - run.began) / static_cast<double>(SECOND);
