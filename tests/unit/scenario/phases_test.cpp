@@ -106,8 +106,9 @@ class ScenarioEachPhase : public ScenarioPhase, public testing::WithParamInterfa
 
 TEST_P(ScenarioEachPhase, LosesTheLinkAndFindsTheRouterAgain)
 {
-    bool lost = false;
-    event = [this, &lost] {
+    static bool lost;
+    lost = false;
+    event = [this] {
         router_hears();
         router_closes();
         lost = true;
@@ -129,8 +130,9 @@ TEST_P(ScenarioEachPhase, LosesTheLinkAndFindsTheRouterAgain)
 
 TEST_P(ScenarioEachPhase, EndsTheLoopWhenTheProcessIsToQuit)
 {
-    us_time_t asked = 0;
-    event = [&asked] {
+    static us_time_t asked;
+    asked = 0;
+    event = [] {
         handle_termination_signal(SIGTERM);
         asked = fake_now_us;
     };
