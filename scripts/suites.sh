@@ -59,7 +59,7 @@ run_tests() { # PRESET CTEST_OPTION...
     split_logs "$build"
     while IFS=: read -r _ name; do
         log=$build/failed/${name//[^A-Za-z0-9_.]/-}.log
-        print_log "$log"
+        [ ! -f "$log" ] || print_log "$log"
         failures+=("$1: $name, see $log")
     done <"$list"
 }
