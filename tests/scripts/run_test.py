@@ -67,6 +67,10 @@ class RunTest(SandboxTest):
         terminal.expect("The router is ready")
         terminal.type("\x03")
         terminal.expect('"quit" or Ctrl-D leaves the console.')
+        for _ in range(10000):  # the names come a moment after the announcement
+            terminal.type("inputs\n")
+            if "VTR 1" in terminal.expect("router> "):
+                break
         terminal.type('take 1 "VTR 1"; wait\n')
         terminal.expect("VTR 1: confirmed")
         terminal.type("quit\n")
