@@ -108,6 +108,28 @@ std::string due_messages(simulator& simulated, message_stream& stream)
     return bytes;
 }
 
+// The end is that of a fault and a client: the last of their streams tells it.
+void end_streams(simulator& simulated)
+{
+    std::vector<message_stream>& streams = simulated.streams;
+    const auto fault_of = [&simulated](const message_stream& stream) {
+        return simulated.plan->steps[stream.step].fault;
+    };
+    for (auto each = streams.begin(); each != streams.end();) {
+        if (each->left > 0) {
+            ++each;
+            continue;
+        }
+        const fault_row* const fault = fault_of(*each);
+        const int client = each->client;
+        each = streams.erase(each);
+        if (std::none_of(streams.begin(), streams.end(), [&](const message_stream& other) {
+                return other.client == client && fault_of(other) == fault;
+            }))
+            print_end(simulated.server, *fault, client);
+    }
+}
+
 void continue_streams(simulator& simulated)
 {
     simulator_server& server = simulated.server;
@@ -117,11 +139,7 @@ void continue_streams(simulator& simulated)
     std::vector<std::pair<int, std::string>> due;
     for (message_stream& stream : simulated.streams)
         due.emplace_back(stream.client, due_messages(simulated, stream));
-    std::erase_if(simulated.streams, [&simulated](const message_stream& stream) {
-        if (stream.left == 0)
-            print_end(simulated.server, *simulated.plan->steps[stream.step].fault, stream.client);
-        return stream.left == 0;
-    });
+    end_streams(simulated);
     // May end a client, and with it its streams.
     for (const auto& [number, bytes] : due)
         if (server.clients.contains(number)) send_bytes(server, number, bytes);

@@ -325,6 +325,22 @@ TEST_F(ConnectionFaults, BurstTellsRandomRoutesAtItsRate)
     EXPECT_EQ(events(), "burst client=1\nend of burst client=1\n");
 }
 
+TEST_F(ConnectionFaults, LastOfSeveralBurstsTellsTheEnd)
+{
+    begin(R"({"name": "short", "fault": "burst", "messages": 2, "rate": 100},
+             {"name": "long", "fault": "burst", "messages": 4, "rate": 100})");
+    connect_client();
+    connect_client();
+    EXPECT_EQ(run_commands(simulated, "do short; do long; do short"), "");
+    events();
+    pass_ms(10);
+    EXPECT_EQ(events(), "");
+    pass_ms(10);
+    EXPECT_EQ(events(), "");
+    pass_ms(10);
+    EXPECT_EQ(events(), "end of burst client=1\nend of burst client=2\n");
+}
+
 TEST_F(ConnectionFaults, BurstEndsWithItsClient)
 {
     const int end = client_of(R"("fault": "burst", "messages": 40, "rate": 1)");
