@@ -20,7 +20,8 @@ namespace router_simulator {
 
 namespace {
 constexpr std::uint64_t MAX_COUNT = 1'000'000;
-constexpr double MAX_SECONDS = 31'536'000; // a year
+constexpr std::uint64_t MAX_RATE = 100'000; // an interval is whole microseconds
+constexpr double MAX_SECONDS = 31'536'000;  // a year
 constexpr std::uint64_t MAX_MS = 3'600'000;
 
 bool is_count(const json& value, std::uint64_t least, std::uint64_t most)
@@ -164,7 +165,7 @@ void read_key(located_object& from, fault_key key, const simulated_router& route
         step.messages = read_count(from, "messages", 1, MAX_COUNT);
         return;
     case fault_key::rate:
-        step.interval_us = 1'000'000 / read_count(from, "rate", 1, MAX_COUNT);
+        step.interval_us = 1'000'000 / read_count(from, "rate", 1, MAX_RATE);
         return;
     case fault_key::seconds:
         step.for_us = read_seconds(from, "for");

@@ -96,8 +96,9 @@ std::string due_messages(simulator& simulated, message_stream& stream)
     const scenario_step& step = simulated.plan->steps[stream.step];
     const simulated_router& router = simulated.server.router;
     const std::size_t destinations = router.destinations.names.size();
+    const us_time_t now = now_us();
     std::string bytes;
-    for (; stream.left > 0 && stream.due <= now_us(); --stream.left) {
+    for (; stream.left > 0 && stream.due <= now; --stream.left) {
         stream.due += step.interval_us;
         bytes += stream.bytes;
         if (!stream.bytes.empty() || destinations == 0) continue;
