@@ -26,12 +26,12 @@ void do_step(simulator& simulated, std::size_t index, int number)
     simulator_server& server = simulated.server;
     const fault_row& fault = *simulated.plan->steps[index].fault;
     if (fault.strike_router != nullptr) return fault.strike_router(simulated, index);
-    if (fault.span == fault_span::listener && number == ALL_CLIENTS)
-        start_lasting(simulated, index, ALL_CLIENTS);
+    const bool is_of_listener = fault.span == fault_span::listener && number == ALL_CLIENTS;
+    if (is_of_listener) start_lasting(simulated, index, ALL_CLIENTS);
     std::vector<int> numbers;
     for (const auto& [each, client] : server.clients)
         if (number == ALL_CLIENTS || number == each) numbers.push_back(each);
-    if (numbers.empty()) print_start(server, fault, ALL_CLIENTS);
+    if (numbers.empty() || is_of_listener) print_start(server, fault, ALL_CLIENTS);
     for (const int each : numbers) {
         print_start(server, fault, each);
         fault.strike_client(simulated, index, each);
@@ -55,6 +55,7 @@ void do_connection_steps(simulator& simulated, int number)
         if (each.client == ALL_CLIENTS && !each.fault->stops.accepting) {
             each.client = number;
             simulated.lasting.push_back(each);
+            print_start(simulated.server, *each.fault, number);
         }
     apply_lasting(simulated);
     do_steps(simulated, connection_steps(*simulated.plan, number), number);

@@ -302,10 +302,19 @@ TEST_F(ConnectionFaults, ClientThatComesMeanwhileIsIgnoredToo)
     const int end = connect_client();
     says(end, ask_revision);
     EXPECT_EQ(hears(end), "");
-    EXPECT_EQ(events(), "ignore\nconnected client=1\n");
+    EXPECT_EQ(events(), "ignore\nconnected client=1\nignore client=1\n");
     pass_ms(2000);
     EXPECT_EQ(events(), "end of ignore\nend of ignore client=1\n");
     EXPECT_EQ(hears(end), revision);
+}
+
+TEST_F(ConnectionFaults, ListenerThatIgnoresIsToldBesideItsClients)
+{
+    client_of(R"("fault": "ignore", "for": 2)");
+    do_it();
+    EXPECT_EQ(events(), "ignore\nignore client=1\n");
+    pass_ms(2000);
+    EXPECT_EQ(events(), "end of ignore\nend of ignore client=1\n");
 }
 
 TEST_F(ConnectionFaults, BurstTellsRandomRoutesAtItsRate)
