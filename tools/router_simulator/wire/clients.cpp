@@ -95,7 +95,7 @@ void write_output(simulator_server& server, int number)
 {
     connected_client& client = server.clients.at(number);
     write_ready(client);
-    if (queued_size(client.output) > MAX_WAITING_OUTPUT)
+    if (queued_size(client.output) + client.behind_next.size() > MAX_WAITING_OUTPUT)
         remove_client(server, number, "dropped: it does not read what it is sent");
 }
 

@@ -112,6 +112,19 @@ TEST_F(ReplyFaults, ReorderedMessageComesBehindTheNextReply)
     EXPECT_EQ(hears(end), route + revision);
 }
 
+TEST_F(ReplyFaults, TooMuchBehindTheNextReplyEndsTheClient)
+{
+    const int end = connect_client();
+    shaped_reply reply = plain_reply({});
+    reply.behind_next = true;
+    reply.pieces = {{.bytes = std::string(MAX_WAITING_OUTPUT, 'x')}};
+    send_reply(server, 1, reply);
+    EXPECT_FALSE(has_ended(end));
+    reply.pieces = {{.bytes = "x"}};
+    send_reply(server, 1, reply);
+    EXPECT_TRUE(has_ended(end));
+}
+
 TEST_F(ReplyFaults, ChecksumIsWrong)
 {
     EXPECT_TRUE(revision.ends_with("EE\x04"));
