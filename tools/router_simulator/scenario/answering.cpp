@@ -1,6 +1,7 @@
 #include "router_simulator/scenario/answering.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "router_simulator/router/answers.h"
 #include "router_simulator/scenario/connection_faults.h"
@@ -47,15 +48,13 @@ void answer(simulator& simulated, int number, const router_message& request,
     reply.shaped = plain_reply(reply.messages);
     for (const std::size_t index : steps) {
         const scenario_step& step = simulated.plan->steps[index];
-        reply.event = {.kind = "fault",
-                       .fault = step.fault->name,
-                       .lasting = step.fault->span != fault_span::moment,
-                       .client = number,
-                       .request = text};
+        reply.event = {
+            .kind = "fault", .fault = step.fault->name, .client = number, .request = text};
         step.fault->change_reply(reply, step, simulated.plan->states[index].random);
+        const std::string repeated = std::exchange(reply.shaped.repeated, {});
+        reply.event.lasting = !repeated.empty();
         print_event(server, reply.event);
-        if (!reply.shaped.repeated.empty())
-            start_stream(simulated, index, number, reply.shaped.repeated);
+        if (!repeated.empty()) start_stream(simulated, index, number, repeated);
     }
     for (const router_message& message : reply.messages)
         trace_line(server, number, '<', readable_message(message));

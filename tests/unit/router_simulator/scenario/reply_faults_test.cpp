@@ -4,6 +4,8 @@
 
 using namespace router_simulator;
 using testing::AnyOf;
+using testing::Contains;
+using testing::EndsWith;
 
 namespace {
 class ReplyFaults : public ScenarioSimulator {
@@ -251,6 +253,32 @@ TEST_F(ReplyFaults, EndlessReplyRepeatsItsFirstMessageAsNotTheLast)
     pass_ms(100);
     EXPECT_EQ(hears(end), again);
     EXPECT_EQ(events(), "end of endless client=1\n");
+}
+
+TEST_F(ReplyFaults, EndlessLastsWhereSomethingIsRepeated)
+{
+    server.json_events = true;
+    begin(R"({"request": "", "fault": "endless", "messages": 3, "rate": 100})");
+    const int end = connect_client();
+    printed.clear();
+    says(end, frame("N0TI\t1\t3"));
+    EXPECT_THAT(printed, Contains(EndsWith(R"("fault":"endless","client":1,"request":"TI 1 3"})")));
+    says(end, ask_revision);
+    EXPECT_THAT(printed, Contains(EndsWith(
+                             R"("fault":"endless","lasting":true,"client":1,"request":"BK R"})")));
+}
+
+TEST_F(ReplyFaults, DelayOfAnEndlessReplyRepeatsNothing)
+{
+    begin(R"({"request": "", "fault": "endless", "messages": 3, "rate": 100},
+             {"request": "", "fault": "delay", "ms": [5, 5]})");
+    const int end = connect_client();
+    events();
+    says(end, ask_revision);
+    pass_ms(100);
+    EXPECT_EQ(events(), "endless client=1 request=\"BK R\"\n"
+                        "delay client=1 request=\"BK R\" ms=5\n"
+                        "end of endless client=1\n");
 }
 
 TEST_F(ReplyFaults, BadFrameIsRejectedAsEver)
