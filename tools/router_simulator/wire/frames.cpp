@@ -1,8 +1,9 @@
 #include "router_simulator/wire/frames.h"
 
+#include <cstdint>
 #include <utility>
 
-#include "common/numbers.h"
+#include "tools/common/numbers.h"
 
 namespace router_simulator {
 
@@ -37,10 +38,9 @@ namespace {
 bool checksum_holds(std::string_view content)
 {
     const std::size_t checked = content.size() - CHECKSUM_LENGTH;
-    const int high = hex_digit_value(content[checked]);
-    const int low = hex_digit_value(content[checked + 1]);
-    if (high < 0 || low < 0) return false;
-    auto sum = static_cast<unsigned>(16 * high + low);
+    std::uint8_t checksum = 0;
+    if (!common::read_hexadecimal(content.substr(checked), checksum)) return false;
+    unsigned sum = checksum;
     for (const char byte : content.substr(0, checked))
         sum += static_cast<unsigned char>(byte);
     return sum % 256 == 0;
