@@ -49,6 +49,13 @@ std::string split_line(const std::string& line, named_port& port)
     return unquote(port.name) ? "" : "the quotes of the name do not match";
 }
 
+bool is_header(const std::string& line)
+{
+    named_port titles;
+    return split_line(line, titles).empty() && titles.kind == "kind" && titles.index == "index" &&
+           titles.name == "name";
+}
+
 std::string range_text(std::uint64_t base, std::size_t count)
 {
     if (count == 0) return "there are none";
@@ -103,7 +110,7 @@ std::string read_names(simulated_router& router, std::istream& file, const std::
         if (number == 1 && line.starts_with("\xEF\xBB\xBF")) line.erase(0, 3);
         if (line.ends_with('\r')) line.pop_back();
         const std::string content = without_blanks(line);
-        if (content.empty() || content.front() == '#' || content == "kind,index,name") continue;
+        if (content.empty() || content.front() == '#' || is_header(line)) continue;
         const std::string error = set_name(router, line, named_in, number);
         if (error.empty()) continue;
         return std::string(file_name).append(":").append(std::to_string(number)).append(": ") +

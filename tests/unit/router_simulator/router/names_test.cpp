@@ -112,8 +112,9 @@ TEST_F(SimulatorNamesFile, LeavesPortsWithoutANameAsTheyAre)
 
 TEST_F(SimulatorNamesFile, CutsBlanksRoundFields)
 {
-    EXPECT_EQ(read(" kind,index,name \n source , 1 , STUDIO  1 \nsource,\t2,\" VTR \" \n  # no\n"),
-              "");
+    EXPECT_EQ(
+        read(" kind , index,\tname \n source , 1 , STUDIO  1 \nsource,\t2,\" VTR \" \n  # no\n"),
+        "");
     EXPECT_THAT(router.sources.names, ElementsAre("STUDIO  1", " VTR ", "CAM 3"));
 }
 
