@@ -63,7 +63,7 @@ std::string run_take(simulator& simulated, const command_words& words)
     std::string error;
     const auto destination = find_port(router.destinations, "destination", words[1], error);
     if (!destination) return error;
-    const bool disconnects = !words[2].quoted && words[2].text == "none";
+    const bool disconnects = !words[2].quoted && common::same_name(words[2].text, "none");
     const auto source =
         disconnects ? NO_SOURCE : find_port(router.sources, "source", words[2], error);
     if (!source) return error;

@@ -61,6 +61,8 @@ TEST_F(SimulatorCommands, NoneDisconnects)
     EXPECT_EQ(run("take 17 none"), "17 MON B <- none\n");
     EXPECT_THAT(server.router.routes, ElementsAre(0, NO_SOURCE, 2));
     EXPECT_EQ(run("routes"), "16 MON A <- 1 CAM 1\n17 MON B <- none\n18 MON C <- 3 CAM 3\n");
+    run("take 17 1");
+    EXPECT_EQ(run("take 17 NONE"), "17 MON B <- none\n");
     EXPECT_EQ(run("take 17 'none'"), "No source \"none\".\n");
 }
 
