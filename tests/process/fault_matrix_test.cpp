@@ -1,5 +1,6 @@
 // Every fault that the simulator knows, in every phase of the backend that it can strike, on the
-// real programs. Whatever happens, the parent is answered, the backend comes back when it has lost
+// real programs; but locks and refused takes, which only decide what a take comes to and strike no
+// phase. Whatever happens, the parent is answered, the backend comes back when it has lost
 // the router, what has changed meanwhile is found out, a route is taken, and the diagnostics are
 // those that belong to the fault: all of them but the debugging ones, compared as a whole.
 #include <gmock/gmock.h>
