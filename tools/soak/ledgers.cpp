@@ -98,6 +98,7 @@ void enter_reported_routes(ledgers& books, const ParentRecord& record, us_time_t
         const auto note =
             positions_are_doubtful(books.link, now) ? note_doubtful_report : note_reported;
         note(books.routes, *output, input, now);
+        note_told(books.proofs, *output, input);
     }
     enter_report(books.reports, routes, now);
 }

@@ -25,6 +25,12 @@ void note_take(proof_ledger& proofs, int output, int input)
     if (take.output == output && take.input == input) take.made = true;
 }
 
+void note_told(proof_ledger& proofs, int output, int input)
+{
+    proof_take& take = proofs.take;
+    if (take.output == output && take.input == input) take.reported = true;
+}
+
 std::string judge_proofs(proof_ledger& proofs, route_ledger& routes, us_time_t now)
 {
     if (proofs.query.answered != 0 && now - proofs.query.answered >= QUERY_SETTLES_US) {
@@ -39,6 +45,10 @@ std::string judge_proofs(proof_ledger& proofs, route_ledger& routes, us_time_t n
     if (!undisturbed_since(routes, take.sent + 1)) return "";
     if (!take.made)
         return "a take did not reach the router: " + route_text(take.output, take.input);
+    // The parent may know it from before, or never learn what the router has replaced meanwhile.
+    const destination_state& state = routes.destinations[static_cast<std::size_t>(take.output)];
+    if (!take.reported && !state.known && state.shown.back().source == take.input)
+        return "a take was not reported: " + route_text(take.output, take.input);
     ++proofs.takes;
     return "";
 }

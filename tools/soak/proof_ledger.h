@@ -22,7 +22,8 @@ struct proof_take {
     int output = -1; // -1 when none is under way
     int input = -1;
     us_time_t sent = 0;
-    bool made = false; // by the router
+    bool made = false;     // by the router
+    bool reported = false; // to the parent
 };
 
 struct proof_ledger {
@@ -32,7 +33,7 @@ struct proof_ledger {
 
     // What was proved.
     std::uint64_t queries = 0;
-    std::uint64_t takes = 0; // made by the router
+    std::uint64_t takes = 0; // made and reported
     std::uint64_t floods = 0;
     std::uint64_t port_changes = 0; // the backend has left the router
 };
@@ -42,6 +43,9 @@ bool note_proof_reply(proof_ledger& proofs, const std::string& id, us_time_t now
 
 // The router has made a take for a client.
 void note_take(proof_ledger& proofs, int output, int input);
+
+// The parent has been told this route.
+void note_told(proof_ledger& proofs, int output, int input);
 
 // Judges what is under way: "", or what was not done although nothing disturbed it. A query that
 // nothing disturbed is entered into the routes.

@@ -91,7 +91,8 @@ bool send_proof_take(random_parent& parent, parent_link::backend_link& backend, 
     send_command(parent, backend, books, add_route(next_id(parent), output, input), now);
     const std::string id = next_id(parent);
     send_command(parent, backend, books, flush_routes(id), now);
-    books.proofs.take = {.id = id, .output = output, .input = input, .sent = now, .made = false};
+    books.proofs.take = {
+        .id = id, .output = output, .input = input, .sent = now, .made = false, .reported = false};
     return true;
 }
 } // namespace

@@ -88,6 +88,20 @@ TEST_F(Ledgers, ChangeThatIsNotToldIsAFinding)
     EXPECT_EQ(books.finding_count, 1U);
 }
 
+TEST_F(Ledgers, ReportOfATakeCountsWhateverFollows)
+{
+    books.proofs.take = {
+        .id = "7", .output = 1, .input = 0, .sent = now, .made = false, .reported = false};
+    event(R"({"event":"take","destination":2,"source":1,"by":"client","client":1})");
+    reports_route(1, 0);
+    event(R"({"event":"take","destination":2,"source":2,"by":"scenario"})");
+    reports_route(1, 1);
+    event(R"({"event":"take","destination":2,"source":1,"by":"scenario"})");
+    pass(9 * SECOND / 2);
+    EXPECT_THAT(books.findings, IsEmpty());
+    EXPECT_EQ(books.proofs.takes, 1U);
+}
+
 TEST_F(Ledgers, AcceptedChangeWithoutReportIsAFinding)
 {
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");

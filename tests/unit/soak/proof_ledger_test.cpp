@@ -49,11 +49,14 @@ TEST_F(ProofLedger, DisturbedQueryDoesNotCount)
     EXPECT_EQ(routes.destinations[0].failed_queries, 0);
 }
 
-TEST_F(ProofLedger, TakeThatTheRouterMakesIsProved)
+TEST_F(ProofLedger, TakeThatIsMadeAndReportedIsProved)
 {
-    proofs.take = {.id = "7", .output = 2, .input = 3, .sent = now, .made = false};
+    proofs.take = {
+        .id = "7", .output = 2, .input = 3, .sent = now, .made = false, .reported = false};
     EXPECT_TRUE(note_proof_reply(proofs, "7", now));
     note_take(proofs, 2, 3);
+    router_shows(routes, 2, 3, now);
+    note_told(proofs, 2, 3);
     judged_after(4 * SECOND - 1);
     EXPECT_EQ(proofs.takes, 0U);
     EXPECT_EQ(judged_after(4 * SECOND), "");
@@ -63,7 +66,8 @@ TEST_F(ProofLedger, TakeThatTheRouterMakesIsProved)
 
 TEST_F(ProofLedger, TakeThatStaysAwayIsAFindingOnce)
 {
-    proofs.take = {.id = "7", .output = 2, .input = 3, .sent = now, .made = false};
+    proofs.take = {
+        .id = "7", .output = 2, .input = 3, .sent = now, .made = false, .reported = false};
     note_take(proofs, 2, 1);
     note_take(proofs, 1, 3);
     EXPECT_EQ(judged_after(4 * SECOND), "a take did not reach the router: output 2 input 3");
@@ -71,9 +75,44 @@ TEST_F(ProofLedger, TakeThatStaysAwayIsAFindingOnce)
     EXPECT_EQ(proofs.takes, 0U);
 }
 
+TEST_F(ProofLedger, TakeThatIsNotReportedIsAFinding)
+{
+    proofs.take = {
+        .id = "7", .output = 2, .input = 3, .sent = now, .made = false, .reported = false};
+    note_take(proofs, 2, 3);
+    router_shows(routes, 2, 3, now);
+    note_told(proofs, 2, 1);
+    note_told(proofs, 1, 3);
+    EXPECT_EQ(judged_after(4 * SECOND), "a take was not reported: output 2 input 3");
+    EXPECT_EQ(proofs.takes, 0U);
+}
+
+TEST_F(ProofLedger, TakeThatAnotherHasReplacedNeedsNoReport)
+{
+    proofs.take = {
+        .id = "7", .output = 2, .input = 3, .sent = now, .made = false, .reported = false};
+    note_take(proofs, 2, 3);
+    router_shows(routes, 2, 3, now);
+    router_shows(routes, 2, 1, now + SECOND);
+    EXPECT_EQ(judged_after(4 * SECOND), "");
+    EXPECT_EQ(proofs.takes, 1U);
+}
+
+TEST_F(ProofLedger, TakeOfWhatTheParentKnowsNeedsNoReport)
+{
+    note_reported(routes, 2, 3, now);
+    proofs.take = {
+        .id = "7", .output = 2, .input = 3, .sent = now, .made = false, .reported = false};
+    note_take(proofs, 2, 3);
+    router_shows(routes, 2, 3, now);
+    EXPECT_EQ(judged_after(4 * SECOND), "");
+    EXPECT_EQ(proofs.takes, 1U);
+}
+
 TEST_F(ProofLedger, DisturbedTakeProvesNothing)
 {
-    proofs.take = {.id = "7", .output = 2, .input = 3, .sent = now, .made = false};
+    proofs.take = {
+        .id = "7", .output = 2, .input = 3, .sent = now, .made = false, .reported = false};
     note_disturbance(routes, now + 1);
     EXPECT_EQ(judged_after(4 * SECOND), "");
     EXPECT_EQ(proofs.takes, 0U);

@@ -31,6 +31,7 @@ class RandomParent : public testing::Test {
                 note_proof_reply(books.proofs, id, now);
             books.replies.open.clear();
             note_take(books.proofs, books.proofs.take.output, books.proofs.take.input);
+            note_told(books.proofs, books.proofs.take.output, books.proofs.take.input);
             EXPECT_EQ(judge_proofs(books.proofs, books.routes, now), "");
         }
     }

@@ -166,6 +166,8 @@ const row ROWS[] = {
      "input 63, last reported input "},
     {"TakeThatIsNotMade", [](played_run& run) { run.backend.carries_out = false; },
      "a take did not reach the router: output "},
+    {"TakeThatIsNotReported", [](played_run& run) { run.backend.reports = false; },
+     "a take was not reported: output "},
     {"NeverSettled",
      [](played_run& run) {
          at(59, [&] {
