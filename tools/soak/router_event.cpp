@@ -14,14 +14,18 @@ std::optional<router_event> parse_event(std::string_view line)
     const auto number = [&](const char* key) {
         return json.value(key, 0);
     };
-    return router_event{.kind = text("event"),
-                        .fault = text("fault"),
-                        .request = text("request"),
-                        .by = text("by"),
-                        .client = number("client"),
-                        .destination = number("destination") - 1,
-                        .source = number("source") - 1,
-                        .lasting = json.value("lasting", false)};
+    try {
+        return router_event{.kind = text("event"),
+                            .fault = text("fault"),
+                            .request = text("request"),
+                            .by = text("by"),
+                            .client = number("client"),
+                            .destination = number("destination") - 1,
+                            .source = number("source") - 1,
+                            .lasting = json.value("lasting", false)};
+    } catch (const nlohmann::json::type_error&) {
+        return std::nullopt;
+    }
 }
 
 } // namespace soak

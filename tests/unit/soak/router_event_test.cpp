@@ -44,8 +44,8 @@ TEST(SoakRouterEvent, IsNotMisledByAName)
 
 TEST(SoakRouterEvent, PassesOverOtherLines)
 {
-    for (const char* line :
-         {"", "{", "{}", "[]", "\"event\"", "Listening on x:1", "@ 1.000000 take destination=3",
-          R"({"event":"take")", R"({"time":1})"})
+    for (const char* line : {"", "{", "{}", "[]", "\"event\"", "Listening on x:1",
+                             "@ 1.000000 take destination=3", R"({"event":"take")", R"({"time":1})",
+                             R"({"event":1})", R"({"event":"take","source":"5"})"})
         EXPECT_FALSE(parse_event(line)) << line;
 }
