@@ -39,14 +39,15 @@ class Soak : public ProcessTest {
         return status_at_end(soak.child);
     }
     // What it complains of when it does not start.
-    static std::string refusal(const std::string& seconds, const std::string& router_line)
+    static std::string refusal(const std::string& seconds, const std::string& router_line,
+                               const std::string& folder = "x")
     {
         descriptor_pair input = pipe_to_child();
         descriptor_pair errors = pipe_from_child();
         child_process program;
         start_child(program,
                     {built_program("router_soak"), "--seconds", seconds, "--backend", "/bin/true",
-                     "--output", "x"},
+                     "--output", folder},
                     {input.childs.number, errors.childs.number, errors.childs.number});
         input.childs.reset();
         errors.childs.reset();
@@ -91,6 +92,18 @@ TEST_F(Soak, RoutersLinesAreNeeded)
 {
     EXPECT_EQ(refusal("60", "client 1 connected\n"),
               "The simulated router's lines are expected on standard input.\n");
+}
+
+TEST_F(Soak, FirstLineWithoutEndIsRefused)
+{
+    EXPECT_EQ(refusal("60", std::string(200, 'x')),
+              "The simulated router's lines are expected on standard input.\n");
+}
+
+TEST_F(Soak, FolderThatCannotBeMadeIsRefused)
+{
+    EXPECT_EQ(refusal("60", "Listening on 127.0.0.1:1\n", "/dev/null/x"),
+              "Cannot write /dev/null/x/soak.conf\n");
 }
 
 TEST_F(Soak, WrongDurationIsRefused)

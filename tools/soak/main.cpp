@@ -12,6 +12,7 @@
 
 namespace {
 constexpr int WAIT_MS = 20;
+constexpr std::size_t LONGEST_FIRST_LINE = 200; // bytes
 constexpr std::uint64_t MOST_SECONDS = std::uint64_t{366} * 24 * 3600;
 
 volatile std::sig_atomic_t interrupted = 0;
@@ -25,7 +26,8 @@ void interrupt(int /*signal*/)
 bool read_router_port(std::uint16_t& port)
 {
     std::string line;
-    for (char byte = 0; read(STDIN_FILENO, &byte, 1) == 1 && byte != '\n';)
+    for (char byte = 0;
+         line.size() < LONGEST_FIRST_LINE && read(STDIN_FILENO, &byte, 1) == 1 && byte != '\n';)
         line += byte;
     return common::read_announced_port(line, port);
 }
@@ -68,7 +70,12 @@ int run_program(int argument_count, const char* const* arguments)
     std::error_code error;
     std::filesystem::create_directories(options.output_folder, error);
     const std::filesystem::path configuration = options.output_folder / "soak.conf";
-    std::ofstream(configuration) << "ip address = 127.0.0.1\nport = " << port << "\n";
+    std::ofstream file(configuration);
+    file << "ip address = 127.0.0.1\nport = " << port << "\n";
+    if (!file.flush()) {
+        std::fprintf(stderr, "Cannot write %s\n", configuration.c_str());
+        return 1;
+    }
     parent_link::backend_link backend;
     std::string failure;
     if (!start_backend(backend, backend_program,
