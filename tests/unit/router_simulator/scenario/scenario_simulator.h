@@ -1,6 +1,7 @@
 // A served simulator under a scenario and the fake clock, and the requests that its tests make.
 #pragma once
 
+#include "router_simulator/program/commands.h"
 #include "router_simulator/scenario/file.h"
 #include "router_simulator/scenario/player.h"
 #include "unit/router_simulator/served_simulator.h"
@@ -23,6 +24,21 @@ class ScenarioSimulator : public ServedSimulator {
             "");
         begin_scenario(simulated, plan);
         printed.clear();
+    }
+
+    // A client of a simulator that does this fault on the command "do it".
+    int client_of(const std::string& fault)
+    {
+        begin(R"({"name": "it", )" + fault + "}");
+        const int end = connect_client();
+        printed.clear();
+        return end;
+    }
+
+    void do_it()
+    {
+        EXPECT_EQ(run_commands(simulated, "do it"), "");
+        serve(simulated, 0);
     }
 
     void pass_ms(us_time_t interval)
