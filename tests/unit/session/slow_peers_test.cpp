@@ -2,7 +2,7 @@
 #include <unistd.h>
 
 #include "control/commands.h"
-#include "unit/scenario/played_session.h"
+#include "unit/session/played_session.h"
 
 namespace {
 class ScenarioSlowPeer : public PlayedSession {};

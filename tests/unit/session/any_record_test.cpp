@@ -1,7 +1,7 @@
 #include <rapidcheck.h>
 
 #include "control/commands.h"
-#include "unit/scenario/played_session.h"
+#include "unit/session/played_session.h"
 
 namespace {
 class ScenarioAnyRecord : public PlayedSession {};

@@ -7,7 +7,7 @@
 #include <sys/socket.h>
 
 #include "control/commands.h"
-#include "unit/scenario/played_session.h"
+#include "unit/session/played_session.h"
 
 namespace {
 // What happens in the middle of the phase.

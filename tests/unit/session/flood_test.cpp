@@ -7,7 +7,7 @@
 #include "control/commands.h"
 #include "router_link/transaction.h"
 #include "router_model/discovery.h"
-#include "unit/scenario/played_session.h"
+#include "unit/session/played_session.h"
 
 namespace {
 class ScenarioFlood : public PlayedSession {};

@@ -1,4 +1,4 @@
-#include "unit/scenario/played_session.h"
+#include "unit/session/played_session.h"
 
 namespace {
 class ScenarioSession : public PlayedSession {};

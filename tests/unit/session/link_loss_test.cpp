@@ -1,6 +1,6 @@
 #include <csignal>
 
-#include "unit/scenario/played_session.h"
+#include "unit/session/played_session.h"
 
 namespace {
 class ScenarioLinkLoss : public PlayedSession {

@@ -1,5 +1,5 @@
 #include "control/commands.h"
-#include "unit/scenario/played_session.h"
+#include "unit/session/played_session.h"
 
 namespace {
 // One command of every kind, what it is answered and, where requests may be sent and a change of
