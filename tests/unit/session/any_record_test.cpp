@@ -4,7 +4,7 @@
 #include "unit/session/played_session.h"
 
 namespace {
-class ScenarioAnyRecord : public PlayedSession {};
+class SessionAnyRecord : public PlayedSession {};
 
 rc::Gen<std::string> some_text(std::vector<std::string> usual)
 {
@@ -77,7 +77,7 @@ void check_queues()
 }
 } // namespace
 
-TEST_F(ScenarioAnyRecord, GetsTheRepliesThatItIsDue)
+TEST_F(SessionAnyRecord, GetsTheRepliesThatItIsDue)
 {
     EXPECT_TRUE(rc::check([this] {
         const ParentRecord record = some_record();
@@ -93,7 +93,7 @@ TEST_F(ScenarioAnyRecord, GetsTheRepliesThatItIsDue)
     }));
 }
 
-TEST_F(ScenarioAnyRecord, GetsItsRepliesWhateverTheMainLoopDoes)
+TEST_F(SessionAnyRecord, GetsItsRepliesWhateverTheMainLoopDoes)
 {
     router_reports_no_change();
     start_session();

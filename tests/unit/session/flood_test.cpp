@@ -10,7 +10,7 @@
 #include "unit/session/played_session.h"
 
 namespace {
-class ScenarioFlood : public PlayedSession {};
+class SessionFlood : public PlayedSession {};
 
 // For more diagnostics than a pipe holds: a pipe that nobody reads would block the backend.
 void discard_diagnostics()
@@ -30,7 +30,7 @@ void count_and_handle(ParentRecord& record)
 }
 } // namespace
 
-TEST_F(ScenarioFlood, ThousandsOfOutputQueriesAreAllAnsweredInBoundedNesting)
+TEST_F(SessionFlood, ThousandsOfOutputQueriesAreAllAnsweredInBoundedNesting)
 {
     start_session();
     discard_diagnostics();
@@ -78,7 +78,7 @@ std::string endless_reply(const char* mnemonic, const std::vector<std::string>& 
 }
 } // namespace
 
-TEST_F(ScenarioFlood, AReplyThatNeverEndsIsKeptInBounds)
+TEST_F(SessionFlood, AReplyThatNeverEndsIsKeptInBounds)
 {
     connect_router();
     discard_diagnostics();
@@ -91,7 +91,7 @@ TEST_F(ScenarioFlood, AReplyThatNeverEndsIsKeptInBounds)
     EXPECT_EQ(response.size(), MAX_REPLY_MESSAGES);
 }
 
-TEST_F(ScenarioFlood, AFullQueueIsNotTheRoutersSilence)
+TEST_F(SessionFlood, AFullQueueIsNotTheRoutersSilence)
 {
     connect_router();
     router_rx_queue.resize(4096);
@@ -105,7 +105,7 @@ TEST_F(ScenarioFlood, AFullQueueIsNotTheRoutersSilence)
     EXPECT_EQ(diagnostics(), "<WARN>Connection timeout\n<NOTE>Connection to router closed\n");
 }
 
-TEST_F(ScenarioFlood, ASetOfNamesIsKeptInBounds)
+TEST_F(SessionFlood, ASetOfNamesIsKeptInBounds)
 {
     connect_router();
     on_fake_wait = [] {
@@ -119,7 +119,7 @@ TEST_F(ScenarioFlood, ASetOfNamesIsKeptInBounds)
     EXPECT_EQ(router_inputs_info[0].name, "CAM 1");
 }
 
-TEST_F(ScenarioFlood, ReportsWaitForAParentThatDoesNotReadForMinutes)
+TEST_F(SessionFlood, ReportsWaitForAParentThatDoesNotReadForMinutes)
 {
     start_session();
     next_status_request = 0;

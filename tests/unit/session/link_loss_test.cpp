@@ -3,7 +3,7 @@
 #include "unit/session/played_session.h"
 
 namespace {
-class ScenarioLinkLoss : public PlayedSession {
+class SessionLinkLoss : public PlayedSession {
   protected:
     // The next attempt comes 5 seconds after the last one and finds the router again.
     void expect_reconnection_after_five_seconds()
@@ -36,7 +36,7 @@ class ScenarioLinkLoss : public PlayedSession {
 };
 } // namespace
 
-TEST_F(ScenarioLinkLoss, WhileIdleLeadsToReconnection)
+TEST_F(SessionLinkLoss, WhileIdleLeadsToReconnection)
 {
     start_session();
     router_closes();
@@ -49,7 +49,7 @@ TEST_F(ScenarioLinkLoss, WhileIdleLeadsToReconnection)
     EXPECT_EQ(router_hears(), DISCOVERY_REQUESTS);
 }
 
-TEST_F(ScenarioLinkLoss, DuringAnOutputQueryStillAnswersTheParent)
+TEST_F(SessionLinkLoss, DuringAnOutputQueryStillAnswersTheParent)
 {
     start_session();
     force_result(SystemCall::Send, router_fd, -1, ECONNRESET);
@@ -59,7 +59,7 @@ TEST_F(ScenarioLinkLoss, DuringAnOutputQueryStillAnswersTheParent)
     expect_reconnection_after_five_seconds();
 }
 
-TEST_F(ScenarioLinkLoss, KeepsTheNamesAndHoldsRouteChangesForTheNextConnection)
+TEST_F(SessionLinkLoss, KeepsTheNamesAndHoldsRouteChangesForTheNextConnection)
 {
     start_session();
     router_closes();
@@ -75,7 +75,7 @@ TEST_F(ScenarioLinkLoss, KeepsTheNamesAndHoldsRouteChangesForTheNextConnection)
     EXPECT_EQ(router_hears(), expected);
 }
 
-TEST_F(ScenarioLinkLoss, DropsRouteChangesFiveSecondsAfterTheLastBurst)
+TEST_F(SessionLinkLoss, DropsRouteChangesFiveSecondsAfterTheLastBurst)
 {
     start_session();
     number_of_outputs = 2;
@@ -92,7 +92,7 @@ TEST_F(ScenarioLinkLoss, DropsRouteChangesFiveSecondsAfterTheLastBurst)
     EXPECT_TRUE(staged_route_changes.empty());
 }
 
-TEST_F(ScenarioLinkLoss, FollowsARouterThatDoesNotAnswer)
+TEST_F(SessionLinkLoss, FollowsARouterThatDoesNotAnswer)
 {
     start_session();
     run_until(next_status_request + 2'000'000);
@@ -103,7 +103,7 @@ TEST_F(ScenarioLinkLoss, FollowsARouterThatDoesNotAnswer)
     expect_reconnection_after_five_seconds();
 }
 
-TEST_F(ScenarioLinkLoss, DoesNotDelayQuittingInABurstOrQuery)
+TEST_F(SessionLinkLoss, DoesNotDelayQuittingInABurstOrQuery)
 {
     start_session();
     set_parent_record_handler([](ParentRecord&) { handle_termination_signal(SIGINT); });

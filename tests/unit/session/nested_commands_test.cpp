@@ -19,8 +19,8 @@ void count_and_handle(ParentRecord& record)
     handle_parent_record(record);
 }
 
-class ScenarioNestedCommand : public PlayedSession,
-                              public testing::WithParamInterface<nested_command> {
+class SessionNestedCommand : public PlayedSession,
+                             public testing::WithParamInterface<nested_command> {
   protected:
     // Says the command while the backend waits for the router inside `operation`, and expects its
     // answer before the operation has ended.
@@ -55,14 +55,14 @@ class ScenarioNestedCommand : public PlayedSession,
 };
 } // namespace
 
-TEST_P(ScenarioNestedCommand, IsAnsweredDuringDiscovery)
+TEST_P(SessionNestedCommand, IsAnsweredDuringDiscovery)
 {
     at_us(FAKE_START_US, [] { router_rx_queue.clear(); });
     on_fake_wait = nullptr; // the router stays silent
     expect_answer_within([this] { run_passes(1); });
 }
 
-TEST_P(ScenarioNestedCommand, IsAnsweredDuringAStatusRequest)
+TEST_P(SessionNestedCommand, IsAnsweredDuringAStatusRequest)
 {
     start_session();
     fake_now_us = next_status_request;
@@ -70,7 +70,7 @@ TEST_P(ScenarioNestedCommand, IsAnsweredDuringAStatusRequest)
     expect_answer_within([this] { run_passes(1); });
 }
 
-TEST_P(ScenarioNestedCommand, IsAnsweredDuringANameUpdate)
+TEST_P(SessionNestedCommand, IsAnsweredDuringANameUpdate)
 {
     start_session();
     router_answers("BK F", frame(body("KB", {"F", "10"})));
@@ -79,7 +79,7 @@ TEST_P(ScenarioNestedCommand, IsAnsweredDuringANameUpdate)
     expect_answer_within([this] { run_passes(1); });
 }
 
-TEST_P(ScenarioNestedCommand, IsAnsweredDuringABurst)
+TEST_P(SessionNestedCommand, IsAnsweredDuringABurst)
 {
     start_session();
     pending_route_changes = {{.input = 0, .output = 0}};
@@ -87,7 +87,7 @@ TEST_P(ScenarioNestedCommand, IsAnsweredDuringABurst)
     EXPECT_EQ(parent_hears(), GetParam().heard);
 }
 
-TEST_P(ScenarioNestedCommand, IsAnsweredDuringAnOutputQuery)
+TEST_P(SessionNestedCommand, IsAnsweredDuringAnOutputQuery)
 {
     start_session();
     ParentRecord query{.command = "report",
@@ -138,5 +138,5 @@ const nested_command NESTED_COMMANDS[] = {
 };
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(EachKind, ScenarioNestedCommand, testing::ValuesIn(NESTED_COMMANDS),
+INSTANTIATE_TEST_SUITE_P(EachKind, SessionNestedCommand, testing::ValuesIn(NESTED_COMMANDS),
                          [](const auto& tested) { return tested.param.title; });

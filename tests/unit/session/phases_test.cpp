@@ -18,7 +18,7 @@ void let_event_happen(ParentRecord&)
     event();
 }
 
-class ScenarioPhase : public PlayedSession {
+class SessionPhase : public PlayedSession {
   public:
     // The first pass connects and asks for names; the router stays silent.
     void collect()
@@ -92,10 +92,10 @@ class ScenarioPhase : public PlayedSession {
 
 struct phase {
     const char* title;
-    void (ScenarioPhase::*run)();
+    void (SessionPhase::*run)();
 };
 
-class ScenarioEachPhase : public ScenarioPhase, public testing::WithParamInterface<phase> {
+class SessionEachPhase : public SessionPhase, public testing::WithParamInterface<phase> {
   protected:
     void run_phase()
     {
@@ -104,7 +104,7 @@ class ScenarioEachPhase : public ScenarioPhase, public testing::WithParamInterfa
 };
 } // namespace
 
-TEST_P(ScenarioEachPhase, LosesTheLinkAndFindsTheRouterAgain)
+TEST_P(SessionEachPhase, LosesTheLinkAndFindsTheRouterAgain)
 {
     static bool lost;
     lost = false;
@@ -128,7 +128,7 @@ TEST_P(ScenarioEachPhase, LosesTheLinkAndFindsTheRouterAgain)
     EXPECT_EQ(number_of_outputs, 2U);
 }
 
-TEST_P(ScenarioEachPhase, EndsTheLoopWhenTheProcessIsToQuit)
+TEST_P(SessionEachPhase, EndsTheLoopWhenTheProcessIsToQuit)
 {
     static us_time_t asked;
     asked = 0;
@@ -144,14 +144,14 @@ TEST_P(ScenarioEachPhase, EndsTheLoopWhenTheProcessIsToQuit)
     EXPECT_EQ(fake_now_us, ended);
 }
 
-INSTANTIATE_TEST_SUITE_P(Busy, ScenarioEachPhase,
-                         testing::Values(phase{"Collection", &ScenarioPhase::collect},
-                                         phase{"StatusRequest", &ScenarioPhase::request_status},
-                                         phase{"Burst", &ScenarioPhase::send_burst},
-                                         phase{"OutputQuery", &ScenarioPhase::query_outputs}),
+INSTANTIATE_TEST_SUITE_P(Busy, SessionEachPhase,
+                         testing::Values(phase{"Collection", &SessionPhase::collect},
+                                         phase{"StatusRequest", &SessionPhase::request_status},
+                                         phase{"Burst", &SessionPhase::send_burst},
+                                         phase{"OutputQuery", &SessionPhase::query_outputs}),
                          [](const auto& tested) { return std::string(tested.param.title); });
 
-TEST_F(ScenarioPhase, AnAttemptThatNobodyAnswersIsGivenUpAfter20SecondsAndMadeAgain)
+TEST_F(SessionPhase, AnAttemptThatNobodyAnswersIsGivenUpAfter20SecondsAndMadeAgain)
 {
     const auto accept = on_connect;
     on_fake_wait = nullptr;

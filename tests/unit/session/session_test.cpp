@@ -1,10 +1,10 @@
 #include "unit/session/played_session.h"
 
 namespace {
-class ScenarioSession : public PlayedSession {};
+class Session : public PlayedSession {};
 } // namespace
 
-TEST_F(ScenarioSession, StartsWithDiscoveryAndTellsTheParent)
+TEST_F(Session, StartsWithDiscoveryAndTellsTheParent)
 {
     router_answers("QI 1 0", frame(body("IQ", {"1", "x", "x", "x", "3"})));
     router_answers("QI 2 0", frame(body("IQ", {"2", "x", "x", "x", "1"})));
@@ -15,7 +15,7 @@ TEST_F(ScenarioSession, StartsWithDiscoveryAndTellsTheParent)
                                   "o0.input.all=2\no1.input.all=0\n\n");
 }
 
-TEST_F(ScenarioSession, PollsTheRouterAndLearnsWhatChanged)
+TEST_F(Session, PollsTheRouterAndLearnsWhatChanged)
 {
     start_session();
     router_answers("BK F", frame(body("KB", {"F", "0"})));
@@ -28,7 +28,7 @@ TEST_F(ScenarioSession, PollsTheRouterAndLearnsWhatChanged)
     EXPECT_EQ(parent_hears(), "*COMMAND=outputs\n*TYPE=message\no1.input.all=1\n\n");
 }
 
-TEST_F(ScenarioSession, ReadsChangedNamesAgain)
+TEST_F(Session, ReadsChangedNamesAgain)
 {
     start_session();
     router_answers("BK F", frame(body("KB", {"F", "14"})));
@@ -39,7 +39,7 @@ TEST_F(ScenarioSession, ReadsChangedNamesAgain)
     EXPECT_EQ(parent_hears(), info_of(3, 2) + INPUT_NAMES + OUTPUT_NAMES);
 }
 
-TEST_F(ScenarioSession, CarriesARouteChangeFromTheParentToTheReport)
+TEST_F(Session, CarriesARouteChangeFromTheParentToTheReport)
 {
     start_session();
     router_answers("TI 2 3", "\x06");
@@ -56,7 +56,7 @@ TEST_F(ScenarioSession, CarriesARouteChangeFromTheParentToTheReport)
                               "*COMMAND=outputs\n*TYPE=message\no1.input.all=2\n\n");
 }
 
-TEST_F(ScenarioSession, HoldsASecondFlushBackAndSendsItInTime)
+TEST_F(Session, HoldsASecondFlushBackAndSendsItInTime)
 {
     start_session();
     next_status_request = 0; // no polling
@@ -74,7 +74,7 @@ TEST_F(ScenarioSession, HoldsASecondFlushBackAndSendsItInTime)
     EXPECT_EQ(router_hears(), (Requests{"TI 2 1", "QI 2 0"}));
 }
 
-TEST_F(ScenarioSession, FollowsTheCountsThatTheParentSets)
+TEST_F(Session, FollowsTheCountsThatTheParentSets)
 {
     start_session();
     parent_says("*TYPE=message\n*COMMAND=set\nname=outputs\nvalue=1");
@@ -88,7 +88,7 @@ TEST_F(ScenarioSession, FollowsTheCountsThatTheParentSets)
                                   "*COMMAND=route output\n*TYPE=reply\n\n" + info_of(3, 2));
 }
 
-TEST_F(ScenarioSession, DropsARouteReportBeyondALoweredCount)
+TEST_F(Session, DropsARouteReportBeyondALoweredCount)
 {
     start_session();
     next_status_request = 0; // no polling
@@ -101,7 +101,7 @@ TEST_F(ScenarioSession, DropsARouteReportBeyondALoweredCount)
     EXPECT_EQ(parent_hears(), "*COMMAND=outputs\n*TYPE=message\no0.input.all=1\n\n");
 }
 
-TEST_F(ScenarioSession, MovesToTheAddressThatTheParentSets)
+TEST_F(Session, MovesToTheAddressThatTheParentSets)
 {
     start_session();
     std::string connected_to;

@@ -5,10 +5,10 @@
 #include "unit/session/played_session.h"
 
 namespace {
-class ScenarioSlowPeer : public PlayedSession {};
+class SessionSlowPeer : public PlayedSession {};
 } // namespace
 
-TEST_F(ScenarioSlowPeer, ParentGetsEverythingInOrderOnceItReads)
+TEST_F(SessionSlowPeer, ParentGetsEverythingInOrderOnceItReads)
 {
     start_session();
     fcntl(STDOUT_FILENO, F_SETPIPE_SZ, 4096);
@@ -29,7 +29,7 @@ TEST_F(ScenarioSlowPeer, ParentGetsEverythingInOrderOnceItReads)
     EXPECT_EQ(heard + parent_hears(), expected);
 }
 
-TEST_F(ScenarioSlowPeer, RouterGetsEverythingInOrderOnceItReads)
+TEST_F(SessionSlowPeer, RouterGetsEverythingInOrderOnceItReads)
 {
     start_session();
     number_of_outputs = 256;
@@ -57,7 +57,7 @@ TEST_F(ScenarioSlowPeer, RouterGetsEverythingInOrderOnceItReads)
     EXPECT_EQ(heard, expected);
 }
 
-TEST_F(ScenarioSlowPeer, ARouterThatNeverStopsSendingKeepsNobodyWaiting)
+TEST_F(SessionSlowPeer, ARouterThatNeverStopsSendingKeepsNobodyWaiting)
 {
     start_session();
     router_rx_queue.assign(100, received("XX"));
@@ -74,14 +74,14 @@ TEST_F(ScenarioSlowPeer, ARouterThatNeverStopsSendingKeepsNobodyWaiting)
     EXPECT_LE(router_rx_queue.size(), 4096U + 512U);
 }
 
-TEST_F(ScenarioSlowPeer, AParentThatHasGoneEndsTheLoop)
+TEST_F(SessionSlowPeer, AParentThatHasGoneEndsTheLoop)
 {
     start_session();
     parent_closes();
     EXPECT_FALSE(main_loop_pass());
 }
 
-TEST_F(ScenarioSlowPeer, AParentThatClosesDuringAStatusRequestEndsTheLoopAfterIt)
+TEST_F(SessionSlowPeer, AParentThatClosesDuringAStatusRequestEndsTheLoopAfterIt)
 {
     start_session();
     fake_now_us = next_status_request;
