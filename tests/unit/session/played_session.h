@@ -53,12 +53,11 @@ class PlayedSession : public BackendTest {
     // Passes until the parent has said it all and nothing waits for it any more.
     void run_until_parent_is_served()
     {
-        int idle_passes = 0;
-        while (idle_passes < 1) {
+        bool idle = false;
+        while (!idle) {
             const us_time_t before = fake_now_us;
             run_passes(1);
-            const bool idle = parent_line.empty() && !record_complete && fake_now_us > before;
-            idle_passes = idle ? idle_passes + 1 : 0;
+            idle = parent_line.empty() && !record_complete && fake_now_us > before;
         }
     }
 
