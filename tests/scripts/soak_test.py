@@ -12,21 +12,21 @@ class SoakTest(SandboxTest):
         self.program("build/release/router_soak", 'echo "$*" >>arguments.log; read -r; echo "$REPLY"')
 
     def test_nothing_found(self):
-        status, output = self.run_command("scripts/soak", "5")
+        status, output = self.run_command("scripts/soak", "60")
         self.assertEqual(status, 0, output)
         self.assertTrue(output.endswith("\nListening on 127.0.0.1:4321\n"), output)
         self.expect_simulator_stopped()
 
     def test_found(self):
         self.program("build/release/router_soak", "read -r; exit 1")
-        self.assertEqual(self.run_command("scripts/soak", "5")[0], 1)
+        self.assertEqual(self.run_command("scripts/soak", "60")[0], 1)
         self.expect_simulator_stopped()
 
     def test_picture_that_fails(self):
         self.program("build/release/router_soak",
                      "mkdir -p build/soak; touch build/soak/soak.json; read -r; exit 3")
         self.program("bin/gnuplot", "exit 2")
-        status, output = self.run_command("scripts/soak", "5")
+        status, output = self.run_command("scripts/soak", "60")
         self.assertEqual(status, 3)
         self.assertTrue(output.endswith("/soak: there is no picture of it\n"), output)
 
@@ -50,7 +50,8 @@ class SoakTest(SandboxTest):
 
     def test_arguments(self):
         self.expect_usage("scripts/soak")
-        for arguments in (["0"], ["x"], ["0.5"], ["5", "6"], ["--seed"], ["--seed", "x"], ["--x"]):
+        for arguments in (["0"], ["59"], ["x"], ["60.5"], ["60", "61"], ["--seed"], ["--seed", "x"],
+                          ["--x"]):
             self.expect_wrong_arguments("scripts/soak", *arguments)
 
 
