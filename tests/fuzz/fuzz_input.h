@@ -1,4 +1,4 @@
-// The fuzzer's bytes, taken piece by piece as choices. When they are used up, every number is 0 and
+// The fuzzer's bytes, read piece by piece as choices. When they are used up, every number is 0 and
 // every text empty.
 #pragma once
 

@@ -170,7 +170,7 @@ ssize_t read_parent(void* bytes, std::size_t length)
             "the parent is served within the longest deadline");
     world.parent_served_at = world.now;
     const ssize_t count = read_from(world.parent.input, bytes, length);
-    if (count == 1) world.taken_from_parent += *static_cast<const char*>(bytes);
+    if (count == 1) world.read_from_parent += *static_cast<const char*>(bytes);
     return count;
 }
 

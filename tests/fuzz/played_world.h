@@ -49,7 +49,7 @@ struct played_world {
     us_time_t now = WORLD_START_US;
     played_side parent;
     played_side router; // of the connection last made
-    std::string taken_from_parent;
+    std::string read_from_parent;
     us_time_t parent_served_at = WORLD_START_US; // when its input was last read or empty
     std::vector<std::string> earlier_output;     // to the router, of each earlier connection
     std::set<int> open_sockets;

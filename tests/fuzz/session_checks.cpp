@@ -122,7 +122,7 @@ std::vector<ParentRecord> expected_reply(const ParentRecord& request)
 void check_replies(std::vector<std::string> replies, bool complete)
 {
     std::vector<std::string> due;
-    for (const ParentRecord& request : records_in(world.taken_from_parent))
+    for (const ParentRecord& request : records_in(world.read_from_parent))
         for (const ParentRecord& reply : expected_reply(request))
             due.push_back(text_of(reply));
     std::sort(due.begin(), due.end());

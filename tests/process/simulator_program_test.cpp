@@ -22,14 +22,14 @@ class SimulatorProgram : public ProcessTest {
     {
         words.insert(words.begin(), built_program("router_simulator"));
         descriptor_pair printed = pipe_from_child();
-        descriptor_pair faults = pipe_from_child();
+        descriptor_pair errors = pipe_from_child();
         const descriptor_pair input = pipe_to_child();
         child_process program;
         start_child(program, words,
-                    {input.childs.number, printed.childs.number, faults.childs.number});
+                    {input.childs.number, printed.childs.number, errors.childs.number});
         printed.childs.reset();
-        faults.childs.reset();
-        const std::string refusal = read_to_end(faults.ours.number);
+        errors.childs.reset();
+        const std::string refusal = read_to_end(errors.ours.number);
         EXPECT_EQ(read_to_end(printed.ours.number), "");
         EXPECT_EQ(status_at_end(program), 1);
         return refusal;

@@ -111,7 +111,7 @@ class SandboxTest(unittest.TestCase):
     def start_on_terminal(self, command, *arguments):
         ours, theirs = pty.openpty()
         process = self.start(command, *arguments, stdin=theirs, stdout=theirs, stderr=theirs,
-                             preexec_fn=take_terminal)
+                             preexec_fn=claim_terminal)
         os.close(theirs)
         return Terminal(process, ours)
 
@@ -156,7 +156,7 @@ def command_name(command):
     return command if "/" in command else "./" + command
 
 
-def take_terminal():
+def claim_terminal():
     fcntl.ioctl(0, termios.TIOCSCTTY, 0)
 
 

@@ -12,7 +12,7 @@ namespace {
 class ChannelInput : public BackendTest {
   protected:
     // Calls that often for the next record. Returns the texts of the records handed out.
-    Records take_records(std::size_t calls)
+    Records read_records(std::size_t calls)
     {
         Records records;
         for (std::size_t i = 0; i < calls; ++i)
@@ -25,7 +25,7 @@ class ChannelInput : public BackendTest {
     Records records_of(std::string_view bytes)
     {
         parent_says_bytes(bytes);
-        return take_records(bytes.size());
+        return read_records(bytes.size());
     }
 
     void read_bytes(std::size_t count)
@@ -231,7 +231,7 @@ TEST_F(ChannelInput, HandsOutNoRecordAtEndOfFile)
 {
     parent_says_bytes("a=1\n");
     parent_closes();
-    EXPECT_EQ(take_records(6), Records{});
+    EXPECT_EQ(read_records(6), Records{});
 }
 
 TEST_F(ChannelInput, HandsARecordOutThatWasCompleteBeforeTheEnd)
@@ -240,7 +240,7 @@ TEST_F(ChannelInput, HandsARecordOutThatWasCompleteBeforeTheEnd)
     parent_closes();
     read_bytes(5);
     EXPECT_EQ(read_parent_byte(), 0);
-    EXPECT_EQ(take_records(1), Records{"a=1\n\n"});
+    EXPECT_EQ(read_records(1), Records{"a=1\n\n"});
     EXPECT_EQ(read_parent_byte(), -1);
 }
 
@@ -271,7 +271,7 @@ TEST_F(ChannelInput, DoesNotDependOnTheChunksThatBytesComeIn)
         for (const std::string& chunk : *chunks()) {
             whole += chunk;
             parent_says_bytes(chunk);
-            for (const std::string& record : take_records(chunk.size() + 1))
+            for (const std::string& record : read_records(chunk.size() + 1))
                 in_chunks.push_back(record);
         }
         const std::string line = std::exchange(parent_line, "");
