@@ -18,6 +18,7 @@
 #include "router_simulator/scenario/fault_table.h"
 #include "router_simulator/scenario/file.h"
 #include "support/backend_test.h"
+#include "support/temporary_directory.h"
 
 namespace {
 struct example {
@@ -152,19 +153,16 @@ TEST_F(Documents, StartWithRecordsAsTheyAre)
 
 TEST_F(Documents, ShowAConfigurationFileThatIsRead)
 {
-    const std::vector<std::string> lines = example_lines("README.md", "config");
-    const std::string path = testing::TempDir() + "documented.conf";
-    std::ofstream file(path);
-    for (const std::string& line : lines)
-        file << line << "\n";
-    file.close();
+    std::string text;
+    for (const std::string& line : example_lines("README.md", "config"))
+        text += line + "\n";
+    const temporary_directory directory;
     ConfigMap config;
-    EXPECT_EQ(read_config_file(path, config), 0);
+    EXPECT_EQ(read_config_file(directory.file("router.conf", text), config), 0);
     EXPECT_EQ(
         config,
         (ConfigMap{
             {"inputs", "8"}, {"outputs", "4"}, {"ip address", "127.0.0.1"}, {"port", "12345"}}));
-    std::remove(path.c_str());
 }
 
 TEST_F(Documents, ShowEachRequestWithItsBytes)

@@ -3,7 +3,6 @@
 #include <csignal>
 #include <cstdio>
 #include <fcntl.h>
-#include <filesystem>
 #include <fstream>
 #include <sys/file.h>
 #include <sys/ioctl.h>
@@ -15,6 +14,7 @@
 #include "frame/settings.h"
 #include "support/backend_state.h"
 #include "support/backend_test.h"
+#include "support/temporary_directory.h"
 
 namespace {
 class ConfigFile : public testing::Test {
@@ -22,16 +22,11 @@ class ConfigFile : public testing::Test {
     void SetUp() override
     {
         reset_forced_results();
-        std::string pattern = std::filesystem::temp_directory_path() / "config_file_XXXXXX";
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        directory = pattern;
-        path = directory + "/switcher.conf";
     }
 
     void TearDown() override
     {
         reset_forced_results();
-        std::filesystem::remove_all(directory);
     }
 
     void write_file(std::string_view text)
@@ -48,8 +43,8 @@ class ConfigFile : public testing::Test {
         return config;
     }
 
-    std::string directory;
-    std::string path;
+    temporary_directory directory;
+    std::string path = directory.path / "switcher.conf";
 };
 } // namespace
 
@@ -164,7 +159,7 @@ TEST_F(ConfigFile, FailsWhenItCannotBeOpened)
 TEST_F(ConfigFile, FailsWhenItIsADirectory)
 {
     ConfigMap config;
-    EXPECT_EQ(read_config_file(directory, config), -1);
+    EXPECT_EQ(read_config_file(directory.path, config), -1);
     EXPECT_EQ(config, ConfigMap{});
 }
 
@@ -195,7 +190,7 @@ TEST_F(ConfigFile, IsClosedAndUnlockedAfterReading)
     const int free_before = lowest_free_descriptor();
     ConfigMap config;
     EXPECT_EQ(read_config_file(path, config), 0);
-    EXPECT_EQ(read_config_file(directory, config), -1);
+    EXPECT_EQ(read_config_file(directory.path, config), -1);
     EXPECT_EQ(lowest_free_descriptor(), free_before);
     EXPECT_EQ(flock(other, LOCK_EX | LOCK_NB), 0);
     close(other);
