@@ -37,7 +37,8 @@ std::uint32_t index_of(const port_list& ports, std::size_t position)
 
 std::string port_text(const port_list& ports, std::size_t position)
 {
-    return std::to_string(index_of(ports, position)) + " " + ports.names[position];
+    const std::string& name = ports.names[position];
+    return std::to_string(index_of(ports, position)) + (name.empty() ? "" : " " + name);
 }
 
 std::string route_text(const simulated_router& router, std::size_t destination)

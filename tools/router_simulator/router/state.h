@@ -85,7 +85,7 @@ simulated_router make_router(const router_options& options);
 std::optional<std::size_t> position_of(const port_list& ports, std::uint64_t index);
 std::uint32_t index_of(const port_list& ports, std::size_t position);
 
-// "4 CAM 4".
+// "4 CAM 4", or "4" where there is no name.
 std::string port_text(const port_list& ports, std::size_t position);
 
 // The routing status ("IQ") of a destination on one level.

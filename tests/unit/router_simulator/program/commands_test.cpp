@@ -154,7 +154,9 @@ TEST_F(SimulatorCommands, RenameRaisesTheFlags)
 
 TEST_F(SimulatorCommands, RenameToNothingLeavesAPortWithoutAName)
 {
-    EXPECT_EQ(run("rename source 1 \"\""), "source 1 \n");
+    EXPECT_EQ(run("rename source 1 \"\""), "source 1\n");
+    EXPECT_EQ(run("rename destination 16 \"\""), "destination 16\n");
+    EXPECT_EQ(run("take 16 1"), "16 <- 1\n");
     EXPECT_EQ(server.router.sources.names[0], "");
 }
 
