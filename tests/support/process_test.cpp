@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <fstream>
 #include <sys/ioctl.h>
+#include <utility>
 
 using std::chrono::steady_clock;
 
@@ -89,18 +90,44 @@ bool ProcessTest::until(const std::function<bool()>& done)
     return true;
 }
 
+namespace {
+// The next record with this line, as text; those before it are dropped. "" when there is none.
+std::string next_with_line(std::deque<ParentRecord>& records, const std::string& line)
+{
+    while (!records.empty()) {
+        const std::string text = text_of(records.front());
+        records.pop_front();
+        if (("\n" + text).find("\n" + line + "\n") != std::string::npos) return text;
+    }
+    return "";
+}
+} // namespace
+
 std::string ProcessTest::hear_line(parent_link::backend_link& link, const std::string& line)
 {
     std::string text;
     until([&] {
-        for (; !link.records.empty(); link.records.pop_front()) {
-            text = text_of(link.records.front());
-            if (("\n" + text).find("\n" + line + "\n") == std::string::npos) continue;
-            link.records.pop_front();
-            return true;
-        }
-        text.clear();
-        return link.ended;
+        text = next_with_line(link.records, line);
+        return !text.empty() || link.ended;
+    });
+    return text;
+}
+
+std::string ProcessTest::hear_route(parent_link::backend_link& link, const std::string& line,
+                                    const std::function<void()>& again)
+{
+    std::string text;
+    long thrown_away = 0;
+    until([&] {
+        text = next_with_line(link.records, line);
+        if (!text.empty() || link.ended) return true;
+        const long before = std::exchange(thrown_away, statuses_thrown_away(link));
+        if (thrown_away <= before) return false;
+        if (again)
+            again();
+        else
+            send_bytes(link, "*COMMAND=report\n*TYPE=command\nwhat=outputs\n\n");
+        return false;
     });
     return text;
 }
@@ -157,6 +184,20 @@ std::string ProcessTest::end()
 std::string ProcessTest::last_line() const
 {
     return backend.diagnostics.empty() ? "" : backend.diagnostics.back();
+}
+
+// Each that is read is a line, and each that is handled another one behind it.
+long statuses_thrown_away(const parent_link::backend_link& link)
+{
+    static const std::string READ = "<DBG>Router: MSG N"; // the sequence byte and IQ follow
+    long unhandled = 0;
+    long thrown_away = 0;
+    for (const std::string& line : link.diagnostics) {
+        if (line.starts_with(READ) && line.find("IQ\t") == READ.size() + 1) ++unhandled;
+        if (line.starts_with("<DBG>Accepting route change ")) --unhandled;
+        if (line.starts_with("<DBG>Sending periodic status request ")) thrown_away = unhandled;
+    }
+    return thrown_away;
 }
 
 namespace {

@@ -53,6 +53,15 @@ class ProcessTest : public testing::Test {
         return hear_line(backend, line);
     }
 
+    // The same for a record with this route. Each time that the backend has thrown routing statuses
+    // away, again is done, or all routes are asked for.
+    std::string hear_route(parent_link::backend_link& link, const std::string& line,
+                           const std::function<void()>& again = {});
+    std::string hear_route(const std::string& line, const std::function<void()>& again = {})
+    {
+        return hear_route(backend, line, again);
+    }
+
     // Lines joined by newlines; the empty line that ends the record is added.
     void say(const std::string& lines);
     // Stages and flushes one route change.
@@ -72,6 +81,11 @@ class ProcessTest : public testing::Test {
     std::size_t diagnostics_seen = 0;
     std::size_t simulator_lines_seen = 0;
 };
+
+// How many routing statuses the backend has read and thrown away. It does so with all that it has
+// not handled when a status cycle begins: on a starved machine perhaps with whatever it has asked
+// for, which it never says then unless it is asked again.
+long statuses_thrown_away(const parent_link::backend_link& link);
 
 // How often the process has slept, and what it holds of the machine's memory. -1 when there is no
 // such process.
