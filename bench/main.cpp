@@ -87,14 +87,17 @@ bench_run measure(const bench_options& options, bool& complete)
     return run;
 }
 
-void write_files(const bench_run& run, const std::string& folder)
+// False when one cannot be written.
+bool write_files(const bench_run& run, const std::string& folder)
 {
-    std::filesystem::create_directories(folder);
-    std::ofstream(folder + "/bench.json") << run_json(run);
+    std::ofstream figures(folder + "/bench.json");
+    figures << run_json(run) << std::flush;
     std::ofstream document(folder + "/bench.md");
     document << markdown_text(figures_table(run.figures));
     for (const common::text_table& table : run.tables)
         document << '\n' << markdown_text(table);
+    document.flush();
+    return figures.good() && document.good();
 }
 
 void print_run(const bench_run& run, const std::optional<bench_run>& last)
@@ -112,9 +115,10 @@ void print_run(const bench_run& run, const std::optional<bench_run>& last)
 
 int run_program(int argument_count, const char* const* arguments)
 {
-    CLI::App app("Measures the backend beside programs that make the same system calls and nothing "
-                 "else, in turns, and prints what is ours of the cost.",
-                 "router_bench");
+    CLI::App app(
+        "Measures the backend in turns with its floors, programs that make the same system "
+        "calls and do little else, and prints what is ours of the cost.",
+        "router_bench");
     bench_options options;
     app.add_option("--programs", options.programs, "folder with the programs to measure")
         ->required()
@@ -136,12 +140,16 @@ int run_program(int argument_count, const char* const* arguments)
                "not be, or an argument is wrong.");
     if (const auto status = common::parse_arguments(app, argument_count, arguments)) return *status;
     std::signal(SIGPIPE, SIG_IGN);
+    std::filesystem::create_directories(options.output_folder); // minutes before it is written to
     std::optional<bench_run> last;
     if (!options.last_run.empty() && !options.quick) last = load_run(options.last_run, std::cerr);
     bool complete = true;
     const bench_run run = measure(options, complete);
-    write_files(run, options.output_folder);
     print_run(run, last);
+    if (!write_files(run, options.output_folder)) {
+        std::fprintf(stderr, "Cannot write the figures to %s\n", options.output_folder.c_str());
+        return 1;
+    }
     return complete ? 0 : 1;
 }
 } // namespace
