@@ -10,6 +10,7 @@ namespace common {
 std::optional<int> parse_arguments(CLI::App& app, int argument_count, const char* const* arguments,
                                    std::ostream& output, std::ostream& errors)
 {
+    app.set_help_flag("-h,--help", "print this text and exit");
     app.set_version_flag("--version", app.get_name() + " " PROJECT_VERSION,
                          "print the version and exit");
     try {

@@ -41,10 +41,9 @@ int run_program(int argument_count, const char* const* arguments)
     soak::run_options options;
     std::string backend_program;
     app.add_option("--seconds", options.seconds,
-                   "how long; only in a minute does everything happen that a run claims to prove: "
-                   "takes, floods, port changes, reconnections")
+                   "how long, a minute at least, in which everything happens that it is to prove")
         ->type_name("N")
-        ->check(CLI::Range(std::uint64_t{soak::LEAST_SECONDS}, MOST_SECONDS))
+        ->check(CLI::Range(std::uint64_t{soak::LEAST_SECONDS}, MOST_SECONDS).description(""))
         ->capture_default_str();
     app.add_option("--seed", options.seed, "of the random commands")
         ->type_name("N")

@@ -51,7 +51,8 @@ TEST_F(Program, TellsItsVersion)
 TEST_F(Program, TellsItsUsage)
 {
     EXPECT_EQ(parse({"tool", "--help"}), 0);
-    EXPECT_THAT(output.str(), HasSubstr("--version"));
+    EXPECT_THAT(output.str(), HasSubstr("print this text and exit\n"));
+    EXPECT_THAT(output.str(), HasSubstr("print the version and exit\n"));
     EXPECT_EQ(errors.str(), "");
 }
 

@@ -146,7 +146,8 @@ std::optional<int> parse_options(int argument_count, const char* const* argument
     app.footer(std::string("Commands on standard input:\n") + COMMAND_HELP + fault_help() +
                "The backend's status queries count destinations from 1. With a base of 0 the first "
                "output\nstays unknown to it, and it sees the takes of others late.\n"
-               "SIGINT and SIGTERM end the program; the end of standard input does not.");
+               "SIGINT and SIGTERM end the program; the end of standard input does not.\n"
+               "Exit status: 0 when it was ended; 1 when it could not start.");
     return common::parse_arguments(app, argument_count, arguments, output, errors);
 }
 

@@ -123,7 +123,8 @@ TEST_F(SimulatorOptions, AreExplained)
     EXPECT_THAT(output.str(), HasSubstr("  take DESTINATION SOURCE "));
     EXPECT_THAT(output.str(), HasSubstr("With a base of 0 the first output\nstays unknown to it, "
                                         "and it sees the takes of others late.\n"));
-    EXPECT_THAT(output.str(), EndsWith("the end of standard input does not.\n"));
+    EXPECT_THAT(output.str(),
+                EndsWith("Exit status: 0 when it was ended; 1 when it could not start.\n"));
     EXPECT_EQ(errors.str(), "");
 }
 
