@@ -78,9 +78,8 @@ class FaultMatrix : public testing::TestWithParam<matrix_cell> {};
 // One set of names is two messages.
 void matrix_play::start_under_fault()
 {
-    start_simulator({"--sources", "8", "--destinations", "8", "--source-base", "1",
-                     "--destination-base", "1", "--entries-per-answer", "5", "--trace",
-                     "--scenario", directory.file("scenario.json", scenario_of(cell))});
+    start_simulator({"--sources", "8", "--destinations", "8", "--entries-per-answer", "5",
+                     "--trace", "--scenario", directory.file("scenario.json", scenario_of(cell))});
     if (is_refused_at_first(cell)) {
         ASSERT_TRUE(simulator_tells(" refuse"));
     }
@@ -174,14 +173,15 @@ bool sends_routes(const matrix_cell& cell)
 }
 } // namespace
 
-// A routing status that comes unasked, or late, can stand in for the reply to a status request,
-// whose news is then lost: the router takes it for told. The operator has to repeat it.
+// A routing status that comes unasked, or late, can stand in for the reply to a status request.
+// What that reply tells is then lost, and the operator has to do it again.
 void matrix_play::repeat_until_learnt()
 {
-    const std::map<std::string, std::string> news = {{"o1.input.all", "6"}, {"o4.name", "STRUCK"}};
+    const std::map<std::string, std::string> changed = {{"o1.input.all", "6"},
+                                                        {"o4.name", "STRUCK"}};
     EXPECT_TRUE(until([&, next = requests("QD") + 4]() mutable {
         learn();
-        if (knows(news)) return true;
+        if (knows(changed)) return true;
         if (requests("QD") < next) return false;
         tell_simulator("take 2 7\nrename destination 5 STRUCK");
         next = requests("QD") + 4;
@@ -190,7 +190,7 @@ void matrix_play::repeat_until_learnt()
 }
 
 // What the router says of its routes is thrown away unhandled where a status cycle begins before it
-// is handled, and the router takes it for told.
+// is handled, and the router does not say it again.
 void matrix_play::ask_until_learnt(const std::map<std::string, std::string>& routes)
 {
     EXPECT_TRUE(until([&] {

@@ -44,9 +44,8 @@ std::map<phase, ending> muteness()
             {BURST, ending::unanswered}, {QUERY, ending::unanswered}};
 }
 
-// A reply is part of an exchange: there is none while connecting and none in an idle moment. A
-// burst and a query do not wait for their replies, and lose nothing but news that the next status
-// request brings.
+// A reply answers a request: there is none while connecting and none in an idle moment. A burst and
+// a query do not wait for their replies, and lose nothing but what the next status request brings.
 std::map<phase, ending> of_reply(ending in_discovery, ending in_transaction,
                                  ending elsewhere = ending::stays)
 {

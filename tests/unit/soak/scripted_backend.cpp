@@ -43,13 +43,13 @@ void wait_for_end(const parent_link::backend_link& link)
 scripted_backend::scripted_backend() : routes(PORTS)
 {
     std::iota(routes.begin(), routes.end(), 0);
-    common::owned_descriptor told;
+    common::owned_descriptor status_input;
     std::string error;
-    EXPECT_TRUE(common::open_pipe(told, ender, error)) << error;
+    EXPECT_TRUE(common::open_pipe(status_input, ender, error)) << error;
     link.child.process = fork(); // before there are pipes that it would keep open
     if (link.child.process == 0) {
         char status = 0;
-        _exit(read(told.number, &status, 1) == 1 ? status : 0);
+        _exit(read(status_input.number, &status, 1) == 1 ? status : 0);
     }
     open(commands, link.pipes.input);
     open(link.pipes.output, records);

@@ -122,12 +122,12 @@ TEST_F(SimulatorServer, TracesEveryFrameWithItsTime)
 TEST_F(SimulatorServer, DropsAClientThatDoesNotReadAndServesTheOthers)
 {
     server.router = make_router({.sources = 1024, .source_base = 0, .destination_base = 0});
-    const int deaf = connect_client();
+    const int not_reading = connect_client();
     const int other = connect_client();
     std::string queries;
     for (int i = 0; i < 300; ++i)
         queries += frame("N0QN\tIS");
-    says(deaf, queries);
+    says(not_reading, queries);
     for (int i = 0; i < 10 && server.clients.contains(1); ++i)
         serve(simulated, 0);
     EXPECT_EQ(printed.back(), "client 1 dropped: it does not read what it is sent");

@@ -8,7 +8,7 @@ using namespace router_simulator;
 namespace {
 class ScenarioFile : public testing::Test {
   protected:
-    // "" or the fault.
+    // "" or what is wrong.
     std::string read(const std::string& text)
     {
         plan = {};
@@ -17,7 +17,7 @@ class ScenarioFile : public testing::Test {
         return read_scenario(plan, text, router, "FILE");
     }
 
-    // The step of a file of one step, which begins in line 2; the reader must take it.
+    // The step of a file of one step, which begins in line 2; the reader must accept it.
     scenario_step step(const std::string& keys)
     {
         EXPECT_EQ(read("{\"steps\": [\n{" + keys + "}]}"), "");
