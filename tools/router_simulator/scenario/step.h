@@ -8,11 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "common/clock.h"
+#include "router_simulator/wire/output_queue.h"
 
 namespace router_simulator {
-
-constexpr us_time_t NEVER = UINT64_MAX;
 
 struct fault_row; // of the table of faults
 

@@ -27,7 +27,7 @@ void make_ready(output_queue& queue, us_time_t now)
 
 us_time_t next_due(const output_queue& queue)
 {
-    us_time_t next = UINT64_MAX;
+    us_time_t next = NEVER;
     if (!queue.in_order.empty()) next = queue.in_order.front().due;
     if (!queue.late.empty()) next = std::min(next, queue.late.begin()->first);
     return next;

@@ -10,6 +10,8 @@
 
 namespace router_simulator {
 
+constexpr us_time_t NEVER = UINT64_MAX;
+
 struct due_bytes {
     us_time_t due = 0;
     std::string bytes;
@@ -18,7 +20,7 @@ struct due_bytes {
 struct output_queue {
     std::string ready;                          // due, not yet accepted by the socket
     std::deque<due_bytes> in_order;             // the due times never fall
-    std::multimap<us_time_t, std::string> late; // each joins the others when it is due
+    std::multimap<us_time_t, std::string> late; // go behind `in_order` when they are due
 };
 
 // Appends the bytes, which go no earlier than what stands before them. Returns when they go.
@@ -30,7 +32,7 @@ void queue_late(output_queue& queue, us_time_t due, const std::string& bytes);
 // Puts what is due by now into `ready`.
 void make_ready(output_queue& queue, us_time_t now);
 
-// When the next bytes are due; UINT64_MAX when none wait for their time.
+// When the next bytes are due; NEVER when none wait for their time.
 us_time_t next_due(const output_queue& queue);
 
 std::size_t queued_size(const output_queue& queue);

@@ -7,14 +7,14 @@ using namespace router_simulator;
 TEST(OutputQueue, BytesWaitForTheirTime)
 {
     output_queue queue;
-    EXPECT_EQ(next_due(queue), UINT64_MAX);
+    EXPECT_EQ(next_due(queue), NEVER);
     queue_in_order(queue, 100, "a");
     EXPECT_EQ(next_due(queue), 100U);
     make_ready(queue, 99);
     EXPECT_EQ(queue.ready, "");
     make_ready(queue, 100);
     EXPECT_EQ(queue.ready, "a");
-    EXPECT_EQ(next_due(queue), UINT64_MAX);
+    EXPECT_EQ(next_due(queue), NEVER);
 }
 
 TEST(OutputQueue, WhatFollowsGoesNoEarlier)
