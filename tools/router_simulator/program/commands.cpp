@@ -106,9 +106,8 @@ std::string run_lock(simulator& simulated, const command_words& words)
         router.locked.insert(*destination);
     else
         router.locked.erase(*destination);
-    print_event(simulated.server, {.kind = command == "lock" ? "lock" : "unlock",
-                                   .destination = index_of(router.destinations, *destination),
-                                   .by = "command"});
+    print_right(simulated.server, command == "lock" ? "lock" : "unlock", *destination, {},
+                "command");
     return command + "ed " + port_text(router.destinations, *destination) + "\n";
 }
 
@@ -131,10 +130,8 @@ std::string run_refuse(simulator& simulated, const command_words& words)
         router.refused[{*destination, *source}] = words[3].text;
     else
         router.refused.erase({*destination, *source});
-    print_event(simulated.server, {.kind = refuses ? "refuse take" : "allow take",
-                                   .destination = index_of(router.destinations, *destination),
-                                   .source = index_of(router.sources, *source),
-                                   .by = "command"});
+    print_right(simulated.server, refuses ? "refuse take" : "allow take", *destination, *source,
+                "command");
     return std::string(refuses ? "refused" : "allowed") + ": " +
            port_text(router.destinations, *destination) + " <- " +
            port_text(router.sources, *source) + "\n";

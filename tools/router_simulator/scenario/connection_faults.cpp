@@ -178,25 +178,12 @@ void make_rename(simulator& simulated, std::size_t step)
     print_rename(simulated.server, is_source, position);
 }
 
-namespace {
-// Of a right to take: "lock", "unlock", "refuse take" or "allow take".
-void print_right(const simulator_server& server, const char* kind, std::size_t destination,
-                 std::optional<std::size_t> source)
-{
-    router_event event{.kind = kind,
-                       .destination = index_of(server.router.destinations, destination),
-                       .by = "scenario"};
-    if (source) event.source = index_of(server.router.sources, *source);
-    print_event(server, event);
-}
-} // namespace
-
 void lock_destination(simulator& simulated, std::size_t step)
 {
     const auto destination = chosen_destination(simulated, step);
     if (!destination) return;
     simulated.server.router.locked.insert(*destination);
-    print_right(simulated.server, "lock", *destination, {});
+    print_right(simulated.server, "lock", *destination, {}, "scenario");
 }
 
 void unlock_destination(simulator& simulated, std::size_t step)
@@ -204,7 +191,7 @@ void unlock_destination(simulator& simulated, std::size_t step)
     const auto destination = chosen_destination(simulated, step);
     if (!destination) return;
     simulated.server.router.locked.erase(*destination);
-    print_right(simulated.server, "unlock", *destination, {});
+    print_right(simulated.server, "unlock", *destination, {}, "scenario");
 }
 
 void refuse_take(simulator& simulated, std::size_t step)
@@ -213,7 +200,7 @@ void refuse_take(simulator& simulated, std::size_t step)
     if (!chosen) return;
     simulated.server.router.refused[{chosen->destination, chosen->source}] =
         simulated.plan->steps[step].code;
-    print_right(simulated.server, "refuse take", chosen->destination, chosen->source);
+    print_right(simulated.server, "refuse take", chosen->destination, chosen->source, "scenario");
 }
 
 void allow_take(simulator& simulated, std::size_t step)
@@ -221,7 +208,7 @@ void allow_take(simulator& simulated, std::size_t step)
     const auto chosen = chosen_crosspoint(simulated, step);
     if (!chosen) return;
     simulated.server.router.refused.erase({chosen->destination, chosen->source});
-    print_right(simulated.server, "allow take", chosen->destination, chosen->source);
+    print_right(simulated.server, "allow take", chosen->destination, chosen->source, "scenario");
 }
 
 } // namespace router_simulator

@@ -38,6 +38,16 @@ void print_rename(const simulator_server& server, bool is_source, std::size_t po
     print_event(server, event);
 }
 
+void print_right(const simulator_server& server, const char* kind, std::size_t destination,
+                 std::optional<std::size_t> source, const char* by)
+{
+    const simulated_router& router = server.router;
+    router_event event{
+        .kind = kind, .destination = index_of(router.destinations, destination), .by = by};
+    if (source) event.source = index_of(router.sources, *source);
+    print_event(server, event);
+}
+
 std::string client_text(int number)
 {
     return "client " + std::to_string(number);

@@ -60,6 +60,11 @@ void print_takes(simulator_server& server, const char* by, std::optional<int> cl
 // Prints the name that a source, else a destination, has been given.
 void print_rename(const simulator_server& server, bool is_source, std::size_t position);
 
+// Prints what clients may take from now on, or no more: "lock" or "unlock" of a destination,
+// "refuse take" or "allow take" of its crosspoint with a source. `by` as above.
+void print_right(const simulator_server& server, const char* kind, std::size_t destination,
+                 std::optional<std::size_t> source, const char* by);
+
 std::string client_text(int number);
 
 // `direction` is > for what a client sent and < for what it is sent. Only when the server traces.
