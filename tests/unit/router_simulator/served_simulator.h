@@ -32,7 +32,8 @@ class ServedSimulator : public testing::Test {
 
     void listen_anywhere()
     {
-        EXPECT_EQ(start_listening(server, "127.0.0.1", 0), "");
+        std::string error;
+        EXPECT_TRUE(start_listening(server, "127.0.0.1", 0, error)) << error;
     }
 
     // What a connection to the listening address ends with: 0 or the error.

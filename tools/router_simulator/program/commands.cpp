@@ -86,8 +86,7 @@ std::string run_rename(simulator& simulated, const command_words& words)
     std::string name = words[3].text;
     for (std::size_t i = 4; i < words.size(); ++i)
         name += " " + words[i].text;
-    error = name_error(name);
-    if (!error.empty()) return "The name " + error + ".\n";
+    if (!check_name(name, error)) return "The name " + error + ".\n";
     (is_source ? rename_source : rename_destination)(router, *position, name);
     print_rename(simulated.server, is_source, *position);
     return words[1].text + " " + port_text(ports, *position) + "\n";
@@ -137,6 +136,13 @@ std::string run_refuse(simulator& simulated, const command_words& words)
            port_text(router.sources, *source) + "\n";
 }
 
+std::string run_do(simulator& simulated, const command_words& words)
+{
+    if (words.size() != 2) return "Usage: do NAME\n";
+    std::string error;
+    return do_named_steps(simulated, words[1].text, error) ? "" : error + "\n";
+}
+
 std::string routes_text(const simulated_router& router)
 {
     if (router.routes.empty()) return "There are no destinations.\n";
@@ -163,8 +169,7 @@ std::string run_words(simulator& simulated, const command_words& words)
     if (command == "rename") return run_rename(simulated, words);
     if (command == "lock" || command == "unlock") return run_lock(simulated, words);
     if (command == "refuse" || command == "allow") return run_refuse(simulated, words);
-    if (command == "do")
-        return words.size() == 2 ? do_named_steps(simulated, words[1].text) : "Usage: do NAME\n";
+    if (command == "do") return run_do(simulated, words);
     if (command == "routes") return routes_text(server.router);
     if (command == "clients") return clients_text(server);
     if (command == "help") return COMMAND_HELP;

@@ -70,11 +70,20 @@ void run_until_end(simulator& simulated, int signals)
     }
 }
 
-bool report_error(const std::string& error)
+// Names the ports, reads the scenario where there is one, and listens.
+bool prepare(simulator_server& server, std::optional<scenario>& plan,
+             const simulator_options& options, std::string& error)
 {
-    if (error.empty()) return false;
-    std::fprintf(stderr, "%s\n", error.c_str());
-    return true;
+    if (!options.names_file.empty() && !read_names_file(server.router, options.names_file, error))
+        return false;
+    if (!options.scenario_file.empty())
+        error = read_scenario_file(plan.emplace(), options.scenario_file, server.router);
+    if (!error.empty()) return false;
+    if (plan && options.seed) {
+        plan->seed = *options.seed;
+        start_scenario(*plan);
+    }
+    return start_listening(server, options.listen, options.port, error);
 }
 
 int run_program(int argument_count, const char* const* arguments)
@@ -89,18 +98,12 @@ int run_program(int argument_count, const char* const* arguments)
                    .json_events = options.json_events,
                    .receive_buffer = options.receive_buffer}};
     simulator_server& server = simulated.server;
-    if (!options.names_file.empty() &&
-        report_error(read_names_file(server.router, options.names_file)))
-        return 1;
     std::optional<scenario> plan;
-    if (!options.scenario_file.empty() &&
-        report_error(read_scenario_file(plan.emplace(), options.scenario_file, server.router)))
+    std::string error;
+    if (!prepare(server, plan, options, error)) {
+        std::fprintf(stderr, "%s\n", error.c_str());
         return 1;
-    if (plan && options.seed) {
-        plan->seed = *options.seed;
-        start_scenario(*plan);
     }
-    if (report_error(start_listening(server, options.listen, options.port))) return 1;
     const int signals = watch_signals();
     print_text("Listening on " + listening_address(server) + "\n");
     if (plan) begin_scenario(simulated, *plan);

@@ -72,16 +72,15 @@ void add_size_options(CLI::App& app, router_options& router)
                               "index of the first destination, better not 0");
 }
 
-std::string identity_error(const std::string& text)
-{
-    const std::string error = text_error(text, MAX_IDENTITY_LENGTH);
-    return error.empty() ? "" : "the text " + error;
-}
-
 void add_identity(CLI::App& app, const char* name, std::string& text, const char* description)
 {
     app.add_option(name, text, description)
-        ->check(CLI::Validator(identity_error, ""))
+        ->check(CLI::Validator(
+            [](const std::string& identity) {
+                std::string error;
+                return check_text(identity, MAX_IDENTITY_LENGTH, error) ? "" : "the text " + error;
+            },
+            ""))
         ->type_name("TEXT")
         ->capture_default_str();
 }
@@ -94,13 +93,6 @@ void add_text_options(CLI::App& app, simulator_options& options)
     add_identity(app, "--model", options.router.model, "device name");
     add_identity(app, "--title", options.router.title, "software title with version");
     add_identity(app, "--revision", options.router.revision, "software revision");
-}
-
-std::string choose_style(const std::string& word, router_options& router)
-{
-    if (word != "ones" && word != "counting") return "ones or counting expected";
-    router.sequence = word == "ones" ? sequence_style::ones : sequence_style::counting;
-    return "";
 }
 
 void add_scenario_options(CLI::App& app, simulator_options& options)
@@ -121,8 +113,9 @@ void add_manner_options(CLI::App& app, router_options& router)
     app.add_option_function<std::string>(
            "--sequence",
            [&router](const std::string& word) {
-               const std::string error = choose_style(word, router);
-               if (!error.empty()) throw CLI::ValidationError("--sequence", error);
+               if (word != "ones" && word != "counting")
+                   throw CLI::ValidationError("--sequence", "ones or counting expected");
+               router.sequence = word == "ones" ? sequence_style::ones : sequence_style::counting;
            },
            "sequence bytes of a reply in several messages: 1 1 0 or 1 2 0")
         ->type_name("ones|counting")

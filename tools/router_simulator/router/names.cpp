@@ -58,18 +58,21 @@ std::string generated_level_name(std::size_t position)
     return position == 0 ? "VIDEO" : "AUDIO " + std::to_string(position);
 }
 
-std::string text_error(std::string_view text, std::size_t longest)
+bool check_text(std::string_view text, std::size_t longest, std::string& error)
 {
     for (const char character : text)
-        if (static_cast<unsigned char>(character) < ' ' || character == '\x7F')
-            return "holds a control character";
-    if (text.size() > longest) return "is longer than " + std::to_string(longest) + " bytes";
-    return "";
+        if (static_cast<unsigned char>(character) < ' ' || character == '\x7F') {
+            error = "holds a control character";
+            return false;
+        }
+    if (text.size() <= longest) return true;
+    error = "is longer than " + std::to_string(longest) + " bytes";
+    return false;
 }
 
-std::string name_error(std::string_view name)
+bool check_name(std::string_view name, std::string& error)
 {
-    return text_error(name, MAX_NAME_LENGTH);
+    return check_text(name, MAX_NAME_LENGTH, error);
 }
 
 } // namespace router_simulator

@@ -14,11 +14,11 @@ std::string generated_source_name(std::size_t position);
 std::string generated_destination_name(std::size_t position);
 std::string generated_level_name(std::size_t position);
 
-// Why the text cannot go over the wire as a text of at most this length, or "" when it can: it
-// holds a control character or is too long.
-std::string text_error(std::string_view text, std::size_t longest);
+// Whether the text can go over the wire as one of at most this length. False, with the reason ("is
+// longer than 64 bytes"), when it holds a control character or is too long.
+bool check_text(std::string_view text, std::size_t longest, std::string& error);
 
 // The same for a name, which may be empty.
-std::string name_error(std::string_view name);
+bool check_name(std::string_view name, std::string& error);
 
 } // namespace router_simulator

@@ -38,21 +38,27 @@ bool unquote(std::string& name)
     return true;
 }
 
-std::string split_line(const std::string& line, named_port& port)
+bool split_line(const std::string& line, named_port& port, std::string& error)
 {
     const std::size_t first = line.find(',');
     const std::size_t second = first == std::string::npos ? first : line.find(',', first + 1);
-    if (second == std::string::npos) return "three fields expected: kind,index,name";
+    if (second == std::string::npos) {
+        error = "three fields expected: kind,index,name";
+        return false;
+    }
     port.kind = without_blanks(line.substr(0, first));
     port.index = without_blanks(line.substr(first + 1, second - first - 1));
     port.name = without_blanks(line.substr(second + 1));
-    return unquote(port.name) ? "" : "the quotes of the name do not match";
+    if (unquote(port.name)) return true;
+    error = "the quotes of the name do not match";
+    return false;
 }
 
 bool is_header(const std::string& line)
 {
     named_port titles;
-    return split_line(line, titles).empty() && titles.kind == "kind" && titles.index == "index" &&
+    std::string error;
+    return split_line(line, titles, error) && titles.kind == "kind" && titles.index == "index" &&
            titles.name == "name";
 }
 
@@ -83,26 +89,31 @@ std::string* find_port(simulated_router& router, const named_port& port, std::st
     return nullptr;
 }
 
-std::string set_name(simulated_router& router, const std::string& line,
-                     std::map<const std::string*, std::size_t>& named_in, std::size_t line_number)
+bool set_name(simulated_router& router, const std::string& line,
+              std::map<const std::string*, std::size_t>& named_in, std::size_t line_number,
+              std::string& error)
 {
     named_port port;
-    std::string error = split_line(line, port);
-    if (!error.empty()) return error;
+    if (!split_line(line, port, error)) return false;
     std::string* const name = find_port(router, port, error);
-    if (name == nullptr) return error;
-    error = name_error(port.name);
-    if (!error.empty()) return "the name " + error;
+    if (name == nullptr) return false;
+    if (!check_name(port.name, error)) {
+        error = "the name " + error;
+        return false;
+    }
     const auto [earlier, is_first] = named_in.emplace(name, line_number);
-    if (!is_first)
-        return port.kind + " " + port.index + " was named in line " +
-               std::to_string(earlier->second) + " already";
+    if (!is_first) {
+        error = port.kind + " " + port.index + " was named in line " +
+                std::to_string(earlier->second) + " already";
+        return false;
+    }
     *name = port.name;
-    return "";
+    return true;
 }
 } // namespace
 
-std::string read_names(simulated_router& router, std::istream& file, const std::string& file_name)
+bool read_names(simulated_router& router, std::istream& file, const std::string& file_name,
+                std::string& error)
 {
     std::map<const std::string*, std::size_t> named_in;
     std::string line;
@@ -111,19 +122,21 @@ std::string read_names(simulated_router& router, std::istream& file, const std::
         if (line.ends_with('\r')) line.pop_back();
         const std::string content = without_blanks(line);
         if (content.empty() || content.front() == '#' || is_header(line)) continue;
-        const std::string error = set_name(router, line, named_in, number);
-        if (error.empty()) continue;
-        return std::string(file_name).append(":").append(std::to_string(number)).append(": ") +
-               error;
+        if (set_name(router, line, named_in, number, error)) continue;
+        error.insert(0, file_name + ":" + std::to_string(number) + ": ");
+        return false;
     }
-    return file.bad() ? file_name + ": cannot be read: " + std::strerror(errno) : "";
+    if (!file.bad()) return true;
+    error = file_name + ": cannot be read: " + std::strerror(errno);
+    return false;
 }
 
-std::string read_names_file(simulated_router& router, const std::string& path)
+bool read_names_file(simulated_router& router, const std::string& path, std::string& error)
 {
     std::ifstream file(path);
-    if (!file) return path + ": cannot be opened: " + std::strerror(errno);
-    return read_names(router, file, path);
+    if (file) return read_names(router, file, path, error);
+    error = path + ": cannot be opened: " + std::strerror(errno);
+    return false;
 }
 
 } // namespace router_simulator

@@ -14,9 +14,10 @@
 
 namespace router_simulator {
 
-// Gives the router the names of the file; ports that it does not mention keep theirs. Returns ""
-// or what is wrong with which line, "FILE:LINE: reason"; names before that line are then set.
-std::string read_names(simulated_router& router, std::istream& file, const std::string& file_name);
-std::string read_names_file(simulated_router& router, const std::string& path);
+// Gives the router the names of the file; ports that it does not mention keep theirs. False, with
+// what is wrong in which line, "FILE:LINE: reason"; names before that line are then set.
+bool read_names(simulated_router& router, std::istream& file, const std::string& file_name,
+                std::string& error);
+bool read_names_file(simulated_router& router, const std::string& path, std::string& error);
 
 } // namespace router_simulator

@@ -132,8 +132,8 @@ std::optional<std::string> read_new_name(located_object& from, const scenario_st
                "\"source\" and \"destination\" cannot be renamed in one step");
     if (find(from, "to") == nullptr) return std::nullopt;
     const std::string name = read_text(from, "to");
-    const std::string error = name_error(name);
-    if (!error.empty()) refuse(line_of(from, "to"), "\"to\" " + error);
+    std::string error;
+    if (!check_name(name, error)) refuse(line_of(from, "to"), "\"to\" " + error);
     return name;
 }
 

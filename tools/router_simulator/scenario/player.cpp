@@ -67,13 +67,19 @@ void do_request_steps(simulator& simulated, int number, std::string_view request
     do_steps(simulated, request_steps(*simulated.plan, request, answered), number);
 }
 
-std::string do_named_steps(simulator& simulated, const std::string& name)
+bool do_named_steps(simulator& simulated, const std::string& name, std::string& error)
 {
-    if (!simulated.plan) return "There is no scenario.\n";
+    if (!simulated.plan) {
+        error = "There is no scenario.";
+        return false;
+    }
     const auto steps = named_steps(*simulated.plan, name);
-    if (!steps) return "No step is named " + quoted_text(name) + ".\n";
+    if (!steps) {
+        error = "No step is named " + quoted_text(name) + ".";
+        return false;
+    }
     do_steps(simulated, *steps, ALL_CLIENTS);
-    return "";
+    return true;
 }
 
 namespace {

@@ -23,7 +23,7 @@ us_time_t next_due(const simulator& simulated);
 void do_connection_steps(simulator& simulated, int number);
 void do_request_steps(simulator& simulated, int number, std::string_view request, bool answered);
 
-// Does the steps of this name. Returns "" or why not, a line.
-std::string do_named_steps(simulator& simulated, const std::string& name);
+// Does the steps of this name. False, with the reason, when there are none.
+bool do_named_steps(simulator& simulated, const std::string& name, std::string& error);
 
 } // namespace router_simulator

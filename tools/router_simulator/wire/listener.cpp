@@ -73,17 +73,18 @@ int listening_socket(sockaddr_in& address, int receive_buffer)
 }
 } // namespace
 
-std::string start_listening(simulator_server& server, const std::string& address,
-                            std::uint16_t port)
+bool start_listening(simulator_server& server, const std::string& address, std::uint16_t port,
+                     std::string& error)
 {
-    const std::string failure = "Cannot listen on " + address + ":" + std::to_string(port) + ": ";
     sockaddr_in bound{};
     bound.sin_family = AF_INET;
     bound.sin_port = htons(port);
-    if (inet_pton(AF_INET, address.c_str(), &bound.sin_addr) != 1)
-        return failure + "not an IPv4 address";
-    server.listener = listening_socket(bound, server.receive_buffer);
-    return server.listener >= 0 ? "" : failure + std::strerror(errno);
+    const bool is_address = inet_pton(AF_INET, address.c_str(), &bound.sin_addr) == 1;
+    if (is_address) server.listener = listening_socket(bound, server.receive_buffer);
+    if (server.listener >= 0) return true;
+    error = "Cannot listen on " + address + ":" + std::to_string(port) + ": " +
+            (is_address ? std::strerror(errno) : "not an IPv4 address");
+    return false;
 }
 
 std::string listening_address(const simulator_server& server)

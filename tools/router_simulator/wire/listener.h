@@ -8,9 +8,9 @@
 
 namespace router_simulator {
 
-// Listens on the IPv4 address and port, 0 for any free one. Returns "" or why it cannot.
-std::string start_listening(simulator_server& server, const std::string& address,
-                            std::uint16_t port);
+// Listens on the IPv4 address and port, 0 for any free one. False, with the reason, when it cannot.
+bool start_listening(simulator_server& server, const std::string& address, std::uint16_t port,
+                     std::string& error);
 
 // "ADDRESS:PORT" of the listening socket, with the port that it really has.
 std::string listening_address(const simulator_server& server);

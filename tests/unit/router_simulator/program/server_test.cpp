@@ -44,14 +44,15 @@ TEST_F(SimulatorServer, AnswersOverTcp)
 
 TEST_F(SimulatorServer, SaysWhyItCannotListen)
 {
-    EXPECT_EQ(start_listening(server, "router", 0),
-              "Cannot listen on router:0: not an IPv4 address");
+    std::string error;
+    EXPECT_FALSE(start_listening(server, "router", 0, error));
+    EXPECT_EQ(error, "Cannot listen on router:0: not an IPv4 address");
     listen_anywhere();
     const std::string address = listening_address(server);
     const auto port = static_cast<std::uint16_t>(std::stoi(address.substr(address.find(':') + 1)));
     simulator_server second{.router = {}, .print = {}};
-    EXPECT_EQ(start_listening(second, "127.0.0.1", port),
-              "Cannot listen on " + address + ": Address already in use");
+    EXPECT_FALSE(start_listening(second, "127.0.0.1", port, error));
+    EXPECT_EQ(error, "Cannot listen on " + address + ": Address already in use");
 }
 
 TEST_F(SimulatorServer, SaysWhoComesAndGoes)

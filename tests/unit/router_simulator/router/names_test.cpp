@@ -16,12 +16,24 @@ class SimulatorNamesFile : public testing::Test {
     std::string read(const std::string& text)
     {
         std::istringstream file(text);
-        return read_names(router, file, "names.csv");
+        std::string error;
+        const bool is_read = read_names(router, file, "names.csv", error);
+        EXPECT_EQ(is_read, error.empty());
+        return error;
     }
 
     simulated_router router = make_router(
         {.sources = 3, .destinations = 2, .levels = 2, .source_base = 1, .destination_base = 16});
 };
+
+// What is wrong with the name, "" when nothing is.
+std::string refusal_of(const std::string& name)
+{
+    std::string error;
+    const bool is_acceptable = check_name(name, error);
+    EXPECT_EQ(is_acceptable, error.empty());
+    return error;
+}
 } // namespace
 
 TEST(SimulatorNames, AreGeneratedInGroups)
@@ -50,8 +62,8 @@ TEST(SimulatorNames, AreAllDifferentAndAcceptable)
     for (std::size_t i = 0; i < 1024; ++i) {
         sources.insert(generated_source_name(i));
         destinations.insert(generated_destination_name(i));
-        EXPECT_EQ(name_error(generated_source_name(i)), "");
-        EXPECT_EQ(name_error(generated_destination_name(i)), "");
+        EXPECT_EQ(refusal_of(generated_source_name(i)), "");
+        EXPECT_EQ(refusal_of(generated_destination_name(i)), "");
     }
     EXPECT_EQ(sources.size(), 1024U);
     EXPECT_EQ(destinations.size(), 1024U);
@@ -59,12 +71,12 @@ TEST(SimulatorNames, AreAllDifferentAndAcceptable)
 
 TEST(SimulatorNames, MustFitTheWire)
 {
-    EXPECT_EQ(name_error(""), "");
-    EXPECT_EQ(name_error("A\tB"), "holds a control character");
-    EXPECT_EQ(name_error("A\x7F"), "holds a control character");
-    EXPECT_EQ(name_error(std::string(65, 'x')), "is longer than 64 bytes");
-    EXPECT_EQ(name_error(std::string(64, 'x')), "");
-    EXPECT_EQ(name_error("K\xC3\xB6ln"), "");
+    EXPECT_EQ(refusal_of(""), "");
+    EXPECT_EQ(refusal_of("A\tB"), "holds a control character");
+    EXPECT_EQ(refusal_of("A\x7F"), "holds a control character");
+    EXPECT_EQ(refusal_of(std::string(65, 'x')), "is longer than 64 bytes");
+    EXPECT_EQ(refusal_of(std::string(64, 'x')), "");
+    EXPECT_EQ(refusal_of("K\xC3\xB6ln"), "");
 }
 
 TEST_F(SimulatorNamesFile, SetsNamesByRouterIndex)
@@ -139,7 +151,9 @@ TEST_F(SimulatorNamesFile, SaysThatThereAreNone)
 
 TEST_F(SimulatorNamesFile, SaysWhyAFileCannotBeRead)
 {
-    EXPECT_EQ(read_names_file(router, "/nowhere/names.csv"),
-              "/nowhere/names.csv: cannot be opened: No such file or directory");
-    EXPECT_EQ(read_names_file(router, "/"), "/: cannot be read: Is a directory");
+    std::string error;
+    EXPECT_FALSE(read_names_file(router, "/nowhere/names.csv", error));
+    EXPECT_EQ(error, "/nowhere/names.csv: cannot be opened: No such file or directory");
+    EXPECT_FALSE(read_names_file(router, "/", error));
+    EXPECT_EQ(error, "/: cannot be read: Is a directory");
 }
