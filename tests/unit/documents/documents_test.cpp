@@ -244,7 +244,8 @@ TEST_F(Documents, ShowScenariosThatAreRead)
     for (const example& shown : examples_in("docs/scenarios.md")) {
         ASSERT_EQ(shown.kind, "json");
         router_simulator::scenario plan;
-        EXPECT_EQ(read_scenario(plan, shown.text, router, "example"), "");
+        std::string error;
+        EXPECT_TRUE(read_scenario(plan, shown.text, router, "example", error)) << error;
         EXPECT_FALSE(plan.steps.empty());
     }
 }

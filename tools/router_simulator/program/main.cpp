@@ -76,9 +76,9 @@ bool prepare(simulator_server& server, std::optional<scenario>& plan,
 {
     if (!options.names_file.empty() && !read_names_file(server.router, options.names_file, error))
         return false;
-    if (!options.scenario_file.empty())
-        error = read_scenario_file(plan.emplace(), options.scenario_file, server.router);
-    if (!error.empty()) return false;
+    if (!options.scenario_file.empty() &&
+        !read_scenario_file(plan.emplace(), options.scenario_file, server.router, error))
+        return false;
     if (plan && options.seed) {
         plan->seed = *options.seed;
         start_scenario(*plan);

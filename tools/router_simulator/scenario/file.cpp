@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <concepts>
 #include <cstring>
 #include <fstream>
 #include <set>
@@ -35,28 +36,34 @@ std::string range_text(std::uint64_t least, std::uint64_t most)
     return std::to_string(least) + " to " + std::to_string(most);
 }
 
-std::uint64_t read_count(located_object& from, const std::string& key, std::uint64_t least,
-                         std::uint64_t most)
+template <std::integral number>
+bool read_count(located_object& from, const std::string& key, std::uint64_t least,
+                std::uint64_t most, number& count, std::string& error)
 {
-    const json& value = need(from, key);
-    if (!is_count(value, least, most))
-        refuse_key(from, key, "a whole number from " + range_text(least, most));
-    return value.get<std::uint64_t>();
+    const json* const value = need(from, key, error);
+    if (value == nullptr) return false;
+    if (!is_count(*value, least, most))
+        return refuse_key(from, key, "a whole number from " + range_text(least, most), error);
+    count = value->get<number>();
+    return true;
 }
 
-std::string read_text(located_object& from, const std::string& key)
+bool read_text(located_object& from, const std::string& key, std::string& text, std::string& error)
 {
-    const json& value = need(from, key);
-    if (!value.is_string()) refuse_key(from, key, "a text");
-    return value.get<std::string>();
+    const json* const value = need(from, key, error);
+    if (value == nullptr) return false;
+    if (!value->is_string()) return refuse_key(from, key, "a text", error);
+    text = value->get<std::string>();
+    return true;
 }
 
-bool read_flag(located_object& from, const std::string& key)
+bool read_flag(located_object& from, const std::string& key, bool& flag, std::string& error)
 {
     const json* const value = find(from, key);
-    if (value == nullptr) return false;
-    if (!value->is_boolean()) refuse_key(from, key, "true or false");
-    return value->get<bool>();
+    if (value == nullptr) return true;
+    if (!value->is_boolean()) return refuse_key(from, key, "true or false", error);
+    flag = value->get<bool>();
+    return true;
 }
 
 bool is_seconds(const json& value)
@@ -69,212 +76,256 @@ us_time_t microseconds(const json& seconds)
     return static_cast<us_time_t>(std::llround(seconds.get<double>() * 1e6));
 }
 
-us_time_t read_seconds(located_object& from, const std::string& key)
+bool read_seconds(located_object& from, const std::string& key, us_time_t& time_us,
+                  std::string& error)
 {
-    const json& value = need(from, key);
-    if (!is_seconds(value)) refuse_key(from, key, "a number of seconds, 0 to a year");
-    return microseconds(value);
+    const json* const value = need(from, key, error);
+    if (value == nullptr) return false;
+    if (!is_seconds(*value))
+        return refuse_key(from, key, "a number of seconds, 0 to a year", error);
+    time_us = microseconds(*value);
+    return true;
 }
 
-number_range read_every(located_object& from)
+bool read_every(located_object& from, number_range& every_us, std::string& error)
 {
-    const json& value = need(from, "every");
+    const json* const found = need(from, "every", error);
+    if (found == nullptr) return false;
+    const json& value = *found;
     if (!value.is_array() || value.size() != 2 || !is_seconds(value[0]) || !is_seconds(value[1]) ||
         microseconds(value[0]) < 1000 || value[0] > value[1])
-        refuse_key(from, "every", "[LEAST, MOST] in seconds, 0.001 to a year");
-    return {microseconds(value[0]), microseconds(value[1])};
+        return refuse_key(from, "every", "[LEAST, MOST] in seconds, 0.001 to a year", error);
+    every_us = {microseconds(value[0]), microseconds(value[1])};
+    return true;
 }
 
-number_range read_ms_range(located_object& from)
+bool read_ms_range(located_object& from, number_range& delay_us, std::string& error)
 {
-    const json& value = need(from, "ms");
+    const json* const found = need(from, "ms", error);
+    if (found == nullptr) return false;
+    const json& value = *found;
     if (!value.is_array() || value.size() != 2 || !is_count(value[0], 0, MAX_MS) ||
         !is_count(value[1], 0, MAX_MS) || value[0] > value[1])
-        refuse_key(from, "ms", "[LEAST, MOST] in whole milliseconds, " + range_text(0, MAX_MS));
-    return {value[0].get<std::uint64_t>() * 1000, value[1].get<std::uint64_t>() * 1000};
+        return refuse_key(from, "ms",
+                          "[LEAST, MOST] in whole milliseconds, " + range_text(0, MAX_MS), error);
+    delay_us = {value[0].get<std::uint64_t>() * 1000, value[1].get<std::uint64_t>() * 1000};
+    return true;
 }
 
-std::vector<std::size_t> read_cuts(located_object& from)
+bool read_cuts(located_object& from, std::vector<std::size_t>& cuts, std::string& error)
 {
-    const json& value = need(from, "at");
-    const bool is_list = value.is_array() && !value.empty() &&
-                         std::all_of(value.begin(), value.end(),
+    const json* const value = need(from, "at", error);
+    if (value == nullptr) return false;
+    const bool is_list = value->is_array() && !value->empty() &&
+                         std::all_of(value->begin(), value->end(),
                                      [](const json& each) { return is_count(each, 1, MAX_COUNT); });
     if (!is_list)
-        refuse_key(from, "at", "a list of whole numbers from " + range_text(1, MAX_COUNT));
-    const auto cuts = value.get<std::set<std::size_t>>();
-    return {cuts.begin(), cuts.end()};
+        return refuse_key(from, "at", "a list of whole numbers from " + range_text(1, MAX_COUNT),
+                          error);
+    const auto in_order = value->get<std::set<std::size_t>>();
+    cuts.assign(in_order.begin(), in_order.end());
+    return true;
 }
 
-std::string read_code(located_object& from)
+bool read_code(located_object& from, std::string& code, std::string& error)
 {
-    std::string code = read_text(from, "code");
+    if (!read_text(from, "code", code, error)) return false;
     std::uint8_t value = 0;
-    if (code.size() != 2 || !common::read_hexadecimal(code, value))
-        refuse_key(from, "code", "two hexadecimal digits");
-    return code;
+    if (code.size() == 2 && common::read_hexadecimal(code, value)) return true;
+    return refuse_key(from, "code", "two hexadecimal digits", error);
 }
 
-std::optional<std::uint32_t> read_index(located_object& from, const std::string& key,
-                                        const port_list& ports)
+bool read_index(located_object& from, const std::string& key, const port_list& ports,
+                std::optional<std::uint32_t>& index, std::string& error)
 {
     const json* const value = find(from, key);
-    if (value == nullptr) return std::nullopt;
+    if (value == nullptr) return true;
     if (!value->is_number_unsigned() || !position_of(ports, value->get<std::uint64_t>()))
-        refuse_key(from, key, "the index of a " + key + " of the router");
-    return value->get<std::uint32_t>();
+        return refuse_key(from, key, "the index of a " + key + " of the router", error);
+    index = value->get<std::uint32_t>();
+    return true;
 }
 
-std::optional<std::string> read_new_name(located_object& from, const scenario_step& step)
+bool read_new_name(located_object& from, scenario_step& step, std::string& error)
 {
     if (step.destination && step.source)
-        refuse(line_of(from, "source"),
-               "\"source\" and \"destination\" cannot be renamed in one step");
-    if (find(from, "to") == nullptr) return std::nullopt;
-    const std::string name = read_text(from, "to");
-    std::string error;
-    if (!check_name(name, error)) refuse(line_of(from, "to"), "\"to\" " + error);
-    return name;
+        return refuse(line_of(from, "source"),
+                      "\"source\" and \"destination\" cannot be renamed in one step", error);
+    if (find(from, "to") == nullptr) return true;
+    std::string reason;
+    if (!read_text(from, "to", step.to.emplace(), error)) return false;
+    if (check_name(*step.to, reason)) return true;
+    return refuse(line_of(from, "to"), "\"to\" " + reason, error);
 }
 
-void read_key(located_object& from, fault_key key, const simulated_router& router,
-              scenario_step& step)
+bool read_key(located_object& from, fault_key key, const simulated_router& router,
+              scenario_step& step, std::string& error)
 {
+    std::uint64_t count = 0;
     switch (key) {
     case fault_key::none:
-        return;
+        return true;
     case fault_key::ms_range:
-        step.delay_us = read_ms_range(from);
-        return;
+        return read_ms_range(from, step.delay_us, error);
     case fault_key::ms:
-        step.pause_us = read_count(from, "ms", 0, MAX_MS) * 1000;
-        return;
+        if (!read_count(from, "ms", 0, MAX_MS, count, error)) return false;
+        step.pause_us = count * 1000;
+        return true;
     case fault_key::cut_at:
-        step.cuts = read_cuts(from);
-        return;
+        return read_cuts(from, step.cuts, error);
     case fault_key::code:
-        step.code = read_code(from);
-        return;
+        return read_code(from, step.code, error);
     case fault_key::bytes:
-        step.bytes = read_count(from, "bytes", 0, MAX_COUNT);
-        return;
+        return read_count(from, "bytes", 0, MAX_COUNT, step.bytes, error);
     case fault_key::some_bytes:
-        step.bytes = read_count(from, "bytes", 1, MAX_COUNT);
-        return;
+        return read_count(from, "bytes", 1, MAX_COUNT, step.bytes, error);
     case fault_key::messages:
-        step.messages = read_count(from, "messages", 1, MAX_COUNT);
-        return;
+        return read_count(from, "messages", 1, MAX_COUNT, step.messages, error);
     case fault_key::rate:
-        step.interval_us = 1'000'000 / read_count(from, "rate", 1, MAX_RATE);
-        return;
+        if (!read_count(from, "rate", 1, MAX_RATE, count, error)) return false;
+        step.interval_us = 1'000'000 / count;
+        return true;
     case fault_key::seconds:
-        step.for_us = read_seconds(from, "for");
-        return;
+        return read_seconds(from, "for", step.for_us, error);
     case fault_key::inside:
-        step.inside = read_flag(from, "inside");
-        return;
+        return read_flag(from, "inside", step.inside, error);
     case fault_key::destination:
-        step.destination = read_index(from, "destination", router.destinations);
-        return;
+        return read_index(from, "destination", router.destinations, step.destination, error);
     case fault_key::source:
-        step.source = read_index(from, "source", router.sources);
-        return;
+        return read_index(from, "source", router.sources, step.source, error);
     case fault_key::to:
-        step.to = read_new_name(from, step);
-        return;
+        return read_new_name(from, step, error);
     }
+    return false;
 }
 
 // Exactly one trigger, or a name. "at" may be a key of the fault.
-void read_trigger(located_object& from, scenario_step& step)
+bool read_trigger(located_object& from, scenario_step& step, std::string& error)
 {
-    int triggers = 0;
-    const auto chosen = [&](const char* key, trigger_kind kind) {
-        if (!from.object.contains(key)) return false;
-        step.trigger = kind;
-        if (++triggers > 1) refuse(line_of(from, key), "a second trigger, only one can be");
-        return true;
-    };
-    if (chosen("request", trigger_kind::request)) step.request = read_text(from, "request");
-    if (!has_key(*step.fault, fault_key::cut_at) && chosen("at", trigger_kind::at))
-        step.at_us = read_seconds(from, "at");
-    if (chosen("every", trigger_kind::every)) step.every_us = read_every(from);
-    if (chosen("connection", trigger_kind::connection))
-        step.connection = static_cast<int>(read_count(from, "connection", 0, MAX_COUNT));
-    if (triggers == 0 && step.name.empty())
-        refuse(from.line, "neither \"at\", \"every\", \"connection\" nor \"request\", and no "
-                          "\"name\"");
+    std::vector<std::string> triggers;
+    for (const char* key : {"request", "at", "every", "connection"})
+        if (from.object.contains(key)) triggers.emplace_back(key);
+    if (has_key(*step.fault, fault_key::cut_at)) std::erase(triggers, "at");
+    if (triggers.size() > 1)
+        return refuse(line_of(from, triggers[1]), "a second trigger, only one can be", error);
+    if (triggers.empty() && step.name.empty())
+        return refuse(from.line,
+                      "neither \"at\", \"every\", \"connection\" nor \"request\", and no "
+                      "\"name\"",
+                      error);
+    const std::string trigger = triggers.empty() ? "" : triggers[0];
+    if (trigger == "request") {
+        step.trigger = trigger_kind::request;
+        return read_text(from, "request", step.request, error);
+    }
+    if (trigger == "at") {
+        step.trigger = trigger_kind::at;
+        return read_seconds(from, "at", step.at_us, error);
+    }
+    if (trigger == "every") {
+        step.trigger = trigger_kind::every;
+        return read_every(from, step.every_us, error);
+    }
+    if (trigger == "connection") {
+        step.trigger = trigger_kind::connection;
+        return read_count(from, "connection", 0, MAX_COUNT, step.connection, error);
+    }
+    return true;
 }
 
-scenario_step read_step(located_object from, const simulated_router& router)
+bool read_limits(located_object& from, scenario_step& step, std::string& error)
 {
-    scenario_step step;
-    const std::string fault = read_text(from, "fault");
+    if (find(from, "after") != nullptr &&
+        !read_count(from, "after", 0, MAX_COUNT, step.after, error))
+        return false;
+    if (find(from, "times") != nullptr &&
+        !read_count(from, "times", 0, MAX_COUNT, step.times.emplace(), error))
+        return false;
+    const json* const chance = find(from, "chance");
+    if (chance == nullptr) return true;
+    if (!chance->is_number() || chance->get<double>() <= 0 || chance->get<double>() > 1)
+        return refuse_key(from, "chance", "a number above 0 and at most 1", error);
+    step.chance = chance->get<double>();
+    return true;
+}
+
+bool read_step(located_object from, const simulated_router& router, scenario_step& step,
+               std::string& error)
+{
+    std::string fault;
+    if (!read_text(from, "fault", fault, error)) return false;
     step.fault = fault_named(fault);
-    if (step.fault == nullptr) refuse(line_of(from, "fault"), "unknown fault \"" + fault + "\"");
+    if (step.fault == nullptr)
+        return refuse(line_of(from, "fault"), "unknown fault \"" + fault + "\"", error);
     if (find(from, "name") != nullptr) {
-        step.name = read_text(from, "name");
-        if (step.name.empty()) refuse_key(from, "name", "a text with something in it");
+        if (!read_text(from, "name", step.name, error)) return false;
+        if (step.name.empty())
+            return refuse_key(from, "name", "a text with something in it", error);
     }
-    read_trigger(from, step);
+    if (!read_trigger(from, step, error)) return false;
     const bool on_request = step.trigger == trigger_kind::request;
     if (concerns_reply(*step.fault) && !on_request)
-        refuse(from.line, "\"request\" is missing, \"" + fault + "\" is of a reply");
+        return refuse(from.line, "\"request\" is missing, \"" + fault + "\" is of a reply", error);
     if (step.fault->of_routes && !step.request.starts_with("QI") && !step.request.starts_with("TI"))
-        refuse_key(from, "request", "QI or TI, which alone show a source");
-    if (!concerns_reply(*step.fault) && on_request) step.answered = read_flag(from, "answered");
-    if (find(from, "after") != nullptr) step.after = read_count(from, "after", 0, MAX_COUNT);
-    if (find(from, "times") != nullptr) step.times = read_count(from, "times", 0, MAX_COUNT);
-    if (const json* const chance = find(from, "chance"); chance != nullptr) {
-        if (!chance->is_number() || chance->get<double>() <= 0 || chance->get<double>() > 1)
-            refuse_key(from, "chance", "a number above 0 and at most 1");
-        step.chance = chance->get<double>();
-    }
+        return refuse_key(from, "request", "QI or TI, which alone show a source", error);
+    if (!concerns_reply(*step.fault) && on_request &&
+        !read_flag(from, "answered", step.answered, error))
+        return false;
+    if (!read_limits(from, step, error)) return false;
     for (const fault_key key : step.fault->keys)
-        read_key(from, key, router, step);
-    refuse_unused_keys(from);
-    return step;
+        if (!read_key(from, key, router, step, error)) return false;
+    return check_all_used(from, error);
 }
 
-void read_file_object(scenario& plan, const json& object, const text_positions& seen,
-                      const simulated_router& router)
+bool read_file_object(scenario& plan, const json& object, const text_positions& seen,
+                      const simulated_router& router, std::string& error)
 {
-    if (!object.is_object()) refuse(1, "not an object");
+    if (!object.is_object()) return refuse(1, "not an object", error);
     located_object from{object, 1, seen.keys};
-    if (find(from, "seed") != nullptr) plan.seed = read_count(from, "seed", 0, UINT64_MAX);
-    const json& steps = need(from, "steps");
-    refuse_unused_keys(from);
-    const bool are_objects = steps.is_array() && seen.members.size() == steps.size();
-    if (!are_objects) refuse_key(from, "steps", "a list of objects");
-    for (std::size_t i = 0; i < steps.size(); ++i)
-        plan.steps.push_back(read_step({steps[i], seen.members[i], seen.member_keys[i]}, router));
+    if (find(from, "seed") != nullptr && !read_count(from, "seed", 0, UINT64_MAX, plan.seed, error))
+        return false;
+    const json* const steps = need(from, "steps", error);
+    if (steps == nullptr || !check_all_used(from, error)) return false;
+    const bool are_objects = steps->is_array() && seen.members.size() == steps->size();
+    if (!are_objects) return refuse_key(from, "steps", "a list of objects", error);
+    for (std::size_t i = 0; i < steps->size(); ++i)
+        if (!read_step({(*steps)[i], seen.members[i], seen.member_keys[i]}, router,
+                       plan.steps.emplace_back(), error))
+            return false;
+    return true;
 }
 } // namespace
 
-std::string read_scenario(scenario& plan, const std::string& text, const simulated_router& router,
-                          const std::string& file_name)
+bool read_scenario(scenario& plan, const std::string& text, const simulated_router& router,
+                   const std::string& file_name, std::string& error)
 {
-    try {
-        text_positions seen;
-        const json object = parse_located(text, seen);
-        read_file_object(plan, object, seen, router);
-    } catch (const file_error& error) {
-        return file_name + ":" + std::to_string(error.line) + ": " + error.reason;
+    text_positions seen;
+    json object;
+    if (!parse_located(text, object, seen, error) ||
+        !read_file_object(plan, object, seen, router, error)) {
+        error.insert(0, file_name + ":");
+        return false;
     }
     start_scenario(plan);
-    return "";
+    return true;
 }
 
-std::string read_scenario_file(scenario& plan, const std::string& path,
-                               const simulated_router& router)
+bool read_scenario_file(scenario& plan, const std::string& path, const simulated_router& router,
+                        std::string& error)
 {
     std::ifstream file(path);
-    if (!file) return path + ": cannot be opened: " + std::strerror(errno);
+    if (!file) {
+        error = path + ": cannot be opened: " + std::strerror(errno);
+        return false;
+    }
     std::ostringstream text;
     errno = 0; // the streams tell an empty file and one that cannot be read by nothing else
     text << file.rdbuf();
-    if (errno != 0) return path + ": cannot be read: " + std::strerror(errno);
-    return read_scenario(plan, text.str(), router, path);
+    if (errno != 0) {
+        error = path + ": cannot be read: " + std::strerror(errno);
+        return false;
+    }
+    return read_scenario(plan, text.str(), router, path, error);
 }
 
 } // namespace router_simulator

@@ -39,9 +39,10 @@ struct counting_reader {
 };
 } // namespace
 
-void refuse(std::size_t line, const std::string& reason)
+bool refuse(std::size_t line, const std::string& reason, std::string& error)
 {
-    throw file_error{line, reason};
+    error = std::to_string(line) + ": " + reason;
+    return false;
 }
 
 std::size_t line_of(const located_object& from, const std::string& key)
@@ -50,28 +51,30 @@ std::size_t line_of(const located_object& from, const std::string& key)
     return found == from.lines.end() ? from.line : found->second;
 }
 
-void refuse_key(const located_object& from, const std::string& key, const std::string& expected)
+bool refuse_key(const located_object& from, const std::string& key, const std::string& expected,
+                std::string& error)
 {
-    refuse(line_of(from, key), "\"" + key + "\" is not " + expected);
+    return refuse(line_of(from, key), "\"" + key + "\" is not " + expected, error);
 }
 
 namespace {
-void note_key(key_lines& lines, const std::string& key, std::size_t line)
+void note_key(text_positions& seen, key_lines& lines, const std::string& key)
 {
-    if (!lines.emplace(key, line).second) refuse(line, "\"" + key + "\" stands here twice");
+    if (!lines.emplace(key, seen.line).second && seen.error.empty())
+        refuse(seen.line, "\"" + key + "\" stands here twice", seen.error);
 }
 
 // The levels are those of the file's form: its object, a list, a member, its keys.
 bool note_position(text_positions& seen, int depth, json::parse_event_t event, const json& parsed)
 {
     if (event == json::parse_event_t::key && depth == 1)
-        note_key(seen.keys, parsed.get<std::string>(), seen.line);
+        note_key(seen, seen.keys, parsed.get<std::string>());
     if (depth == 2 && event == json::parse_event_t::object_start) {
         seen.members.push_back(seen.line);
         seen.member_keys.emplace_back();
     }
     if (event == json::parse_event_t::key && depth == 3 && !seen.member_keys.empty())
-        note_key(seen.member_keys.back(), parsed.get<std::string>(), seen.line);
+        note_key(seen, seen.member_keys.back(), parsed.get<std::string>());
     return true;
 }
 
@@ -86,18 +89,20 @@ std::string syntax_reason(const std::string& message)
 }
 } // namespace
 
-json parse_located(const std::string& text, text_positions& seen)
+bool parse_located(const std::string& text, json& parsed, text_positions& seen, std::string& error)
 {
     const char* const start = text.data();
     try {
-        return json::parse(counting_reader{start, &seen},
-                           counting_reader{start + text.size(), &seen},
-                           [&seen](int depth, json::parse_event_t event, json& parsed) {
-                               return note_position(seen, depth, event, parsed);
-                           });
-    } catch (const json::exception& error) {
-        refuse(seen.line, syntax_reason(error.what()));
+        parsed =
+            json::parse(counting_reader{start, &seen}, counting_reader{start + text.size(), &seen},
+                        [&seen](int depth, json::parse_event_t event, json& part) {
+                            return note_position(seen, depth, event, part);
+                        });
+    } catch (const json::exception& thrown) {
+        if (seen.error.empty()) refuse(seen.line, syntax_reason(thrown.what()), seen.error);
     }
+    error = seen.error;
+    return error.empty();
 }
 
 const json* find(located_object& from, const std::string& key)
@@ -107,17 +112,18 @@ const json* find(located_object& from, const std::string& key)
     return found == from.object.end() ? nullptr : &*found;
 }
 
-const json& need(located_object& from, const std::string& key)
+const json* need(located_object& from, const std::string& key, std::string& error)
 {
     const json* const found = find(from, key);
-    if (found == nullptr) refuse(from.line, "\"" + key + "\" is missing");
-    return *found;
+    if (found == nullptr) refuse(from.line, "\"" + key + "\" is missing", error);
+    return found;
 }
 
-void refuse_unused_keys(const located_object& from)
+bool check_all_used(const located_object& from, std::string& error)
 {
     for (const auto& [key, line] : from.lines)
-        if (!from.used.contains(key)) refuse(line, "unknown key \"" + key + "\"");
+        if (!from.used.contains(key)) return refuse(line, "unknown key \"" + key + "\"", error);
+    return true;
 }
 
 } // namespace router_simulator

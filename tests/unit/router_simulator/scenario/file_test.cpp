@@ -14,7 +14,10 @@ class ScenarioFile : public testing::Test {
         plan = {};
         const simulated_router router =
             make_router({.sources = 4, .destinations = 3, .source_base = 0, .destination_base = 0});
-        return read_scenario(plan, text, router, "FILE");
+        std::string error;
+        const bool is_read = read_scenario(plan, text, router, "FILE", error);
+        EXPECT_EQ(is_read, error.empty());
+        return error;
     }
 
     // The step of a file of one step, which begins in line 2; the reader must accept it.
@@ -25,7 +28,7 @@ class ScenarioFile : public testing::Test {
     }
 
     // What the reader says of such a file.
-    std::string fault(const std::string& keys)
+    std::string refusal_of(const std::string& keys)
     {
         return read("{\"steps\": [\n{" + keys + "}]}");
     }
@@ -36,7 +39,7 @@ class ScenarioFile : public testing::Test {
 struct wrong_step {
     const char* name;
     const char* keys;
-    const char* fault; // the line and the reason
+    const char* refusal; // the line and the reason
 };
 
 class WrongStep : public ScenarioFile, public testing::WithParamInterface<wrong_step> {};
@@ -168,14 +171,16 @@ TEST_F(ScenarioFile, TellsWhatIsWrongWithTheWhole)
 
 TEST_F(ScenarioFile, TellsOfAFileThatCannotBeRead)
 {
-    EXPECT_EQ(read_scenario_file(plan, "/nowhere/x.json", {}),
-              "/nowhere/x.json: cannot be opened: No such file or directory");
-    EXPECT_EQ(read_scenario_file(plan, "/", {}), "/: cannot be read: Is a directory");
+    std::string error;
+    EXPECT_FALSE(read_scenario_file(plan, "/nowhere/x.json", {}, error));
+    EXPECT_EQ(error, "/nowhere/x.json: cannot be opened: No such file or directory");
+    EXPECT_FALSE(read_scenario_file(plan, "/", {}, error));
+    EXPECT_EQ(error, "/: cannot be read: Is a directory");
 }
 
 TEST_P(WrongStep, IsRefusedWithItsLineAndTheReason)
 {
-    EXPECT_EQ(fault(GetParam().keys), std::string("FILE:") + GetParam().fault);
+    EXPECT_EQ(refusal_of(GetParam().keys), std::string("FILE:") + GetParam().refusal);
 }
 
 INSTANTIATE_TEST_SUITE_P(

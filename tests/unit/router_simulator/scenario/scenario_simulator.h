@@ -19,9 +19,10 @@ class ScenarioSimulator : public ServedSimulator {
     void begin(const std::string& steps)
     {
         scenario plan;
-        ASSERT_EQ(
-            read_scenario(plan, R"({"seed": 7, "steps": [)" + steps + "]}", server.router, "FILE"),
-            "");
+        std::string error;
+        ASSERT_TRUE(read_scenario(plan, R"({"seed": 7, "steps": [)" + steps + "]}", server.router,
+                                  "FILE", error))
+            << error;
         begin_scenario(simulated, plan);
         printed.clear();
     }
