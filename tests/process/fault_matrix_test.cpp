@@ -1,8 +1,8 @@
 // Every fault that the simulator knows, in every phase of the backend that it can strike, on the
-// real programs; but locks and refused takes, which only decide what a take comes to and strike no
-// phase. Whatever happens, the parent is answered, the backend comes back when it has lost
-// the router, what has changed meanwhile is found out, a route is taken, and the diagnostics are
-// those that belong to the fault: all of them but the debugging ones, compared as a whole.
+// real programs. Whatever happens, the parent is answered, the backend comes back when it has lost
+// the router, what has changed meanwhile is found out, a route is taken, at a router that prevents
+// it as soon as it does no more, and the diagnostics are those that belong to the fault: all of
+// them but the debugging ones, compared as a whole.
 #include <gmock/gmock.h>
 #include <map>
 #include <set>
@@ -51,6 +51,8 @@ class matrix_play : public ProcessTest {
     void expect_return();
     void repeat_until_learnt();
     void ask_until_learnt(const std::map<std::string, std::string>& routes);
+    void say_take();
+    void expect_prevented_take();
     void expect_take(int client);
     void expect_true_routes();
     void expect_whole_status_cycle();
@@ -133,7 +135,7 @@ bool matrix_play::learns(const std::map<std::string, std::string>& values)
 void matrix_play::await_fault()
 {
     if (is_refused_at_first(cell)) return;
-    ASSERT_TRUE(simulator_tells(" " + fault_of(cell)));
+    ASSERT_TRUE(simulator_tells(" " + cell.fault.name));
 }
 
 void matrix_play::expect_reply(const std::string& command, const std::string& id)
@@ -169,7 +171,7 @@ long matrix_play::requests(const std::string& text) const
 namespace {
 bool sends_routes(const matrix_cell& cell)
 {
-    return fault_of(cell) == "burst" || cell.struck == phase::burst || cell.struck == phase::query;
+    return cell.fault.name == "burst" || cell.struck == phase::burst || cell.struck == phase::query;
 }
 } // namespace
 
@@ -203,10 +205,26 @@ void matrix_play::ask_until_learnt(const std::map<std::string, std::string>& rou
 }
 
 // Said twice: what is staged five seconds after a burst is dropped, once.
-void matrix_play::expect_take(int client)
+void matrix_play::say_take()
 {
     take(backend, 6, 2);
     take(backend, 6, 2);
+}
+
+// The router has it, and the route stays.
+void matrix_play::expect_prevented_take()
+{
+    say_take();
+    EXPECT_TRUE(until([this] { return requests("TI \"7\" \"3\"") > 0; }));
+    expect_true_routes();
+    EXPECT_EQ(known["o6.input.all"], "6");
+    tell_simulator("do lift");
+    EXPECT_TRUE(simulator_tells(" " + cell.lift.name));
+}
+
+void matrix_play::expect_take(int client)
+{
+    say_take();
     ask_until_learnt({{"o6.input.all", "2"}});
     EXPECT_TRUE(simulator_tells(" take client=" + std::to_string(client) +
                                 " destination=7 source=3 by=client"));
@@ -247,7 +265,7 @@ Lines matrix_play::diagnostics_but(const std::function<bool(const std::string&)>
 // All but what the router is, and but the bytes between frames where the fault is made of them.
 Lines matrix_play::problems() const
 {
-    const bool garbles = fault_of(cell) == "garbage";
+    const bool garbles = cell.fault.name == "garbage";
     return with_one_refusal(diagnostics_but([&](const std::string& line) {
         return tells_identity(line) || (garbles && line.starts_with("Discarding unexpected byte "));
     }));
@@ -259,7 +277,7 @@ void matrix_play::run()
     await_fault();
     expect_reply("*COMMAND=dance", "during");
     expect_return();
-    if (fault_of(cell) == "burst") {
+    if (cell.fault.name == "burst") {
         ASSERT_TRUE(simulator_tells(" end of burst"));
     }
     if (sends_routes(cell)) repeat_until_learnt();
@@ -268,6 +286,7 @@ void matrix_play::run()
     // Without destinations discovery has asked for no routes.
     if (cell.struck == phase::discovery && !is_lost(cell.end))
         expect_reply("*COMMAND=report\nwhat=outputs", "after");
+    if (!cell.lift.name.empty()) expect_prevented_take();
     expect_take(is_lost(cell.end) && !is_refused_at_first(cell) ? 2 : 1);
     expect_true_routes();
     expect_whole_status_cycle();

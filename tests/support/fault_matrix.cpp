@@ -3,11 +3,17 @@
 #include <algorithm>
 #include <map>
 
+#include "router_simulator/scenario/fault_table.h"
+
+using router_simulator::concerns_reply;
+using router_simulator::fault_named;
+
 namespace {
 struct matrix_row {
     const char* name;
-    const char* keys; // of the scenario's step, beside its trigger
+    matrix_fault fault;
     std::map<phase, ending> endings;
+    matrix_fault lift{};
 };
 } // namespace
 
@@ -60,31 +66,31 @@ const std::vector<matrix_row>& reply_rows()
 {
     using enum ending;
     static const std::vector<matrix_row> rows = {
-        {"Delay", R"("fault": "delay", "ms": [300, 300])", of_reply(stays, stays)},
-        {"Lose", R"("fault": "lose")", of_reply(incomplete, unanswered)},
-        {"LateInTime", R"("fault": "late", "ms": [300, 300])", of_reply(stays, stays)},
-        {"TooLate", R"("fault": "late", "ms": [7500, 7500])", of_reply(incomplete, unanswered)},
-        {"Duplicate", R"("fault": "duplicate")", of_reply(stays, stays)},
+        {"Delay", {"delay", R"("ms": [300, 300])"}, of_reply(stays, stays)},
+        {"Lose", {"lose"}, of_reply(incomplete, unanswered)},
+        {"LateInTime", {"late", R"("ms": [300, 300])"}, of_reply(stays, stays)},
+        {"TooLate", {"late", R"("ms": [7500, 7500])"}, of_reply(incomplete, unanswered)},
+        {"Duplicate", {"duplicate"}, of_reply(stays, stays)},
         // A single message waits for the next reply, which the backend asks for only after it.
-        {"Reorder", R"("fault": "reorder")", of_reply(stays, unanswered)},
-        {"Checksum", R"("fault": "checksum")", of_reply(incomplete, unanswered)},
-        {"Nak", R"("fault": "nak")", of_reply(incomplete, stays)},
-        {"Error", R"("fault": "error", "code": "05")", of_reply(incomplete, stays)},
+        {"Reorder", {"reorder"}, of_reply(stays, unanswered)},
+        {"Checksum", {"checksum"}, of_reply(incomplete, unanswered)},
+        {"Nak", {"nak"}, of_reply(incomplete, stays)},
+        {"Error", {"error", R"("code": "05")"}, of_reply(incomplete, stays)},
         // The rest of the set completes the frame, whose checksum is then wrong.
-        {"Truncate", R"("fault": "truncate", "bytes": 4)", of_reply(incomplete, unanswered)},
-        {"LengthBelowLimit", R"("fault": "length", "bytes": 4095)", of_reply(stays, stays)},
-        {"LengthAtLimit", R"("fault": "length", "bytes": 4096)", of_reply(stays, stays)},
-        {"LengthAboveLimit", R"("fault": "length", "bytes": 4097)",
+        {"Truncate", {"truncate", R"("bytes": 4)"}, of_reply(incomplete, unanswered)},
+        {"LengthBelowLimit", {"length", R"("bytes": 4095)"}, of_reply(stays, stays)},
+        {"LengthAtLimit", {"length", R"("bytes": 4096)"}, of_reply(stays, stays)},
+        {"LengthAboveLimit",
+         {"length", R"("bytes": 4097)"},
          of_reply(rambling, rambling_unanswered, rambling)},
         // The set's last message completes it without the first.
-        {"Nul", R"("fault": "nul")", of_reply(stays, unanswered)},
-        {"Cut", R"("fault": "cut", "at": [1, 3, 11], "ms": 100)", of_reply(stays, stays)},
-        {"Endless", R"("fault": "endless", "messages": 1000000, "rate": 1000)",
+        {"Nul", {"nul"}, of_reply(stays, unanswered)},
+        {"Cut", {"cut", R"("at": [1, 3, 11], "ms": 100)"}, of_reply(stays, stays)},
+        {"Endless",
+         {"endless", R"("messages": 1000000, "rate": 1000)"},
          of_reply(mute, unanswered, unanswered)},
         // No reply to a status request shows a route.
-        {"Contradict",
-         R"("fault": "contradict")",
-         {{DISCOVERY, stays}, {BURST, stays}, {QUERY, stays}}},
+        {"Contradict", {"contradict"}, {{DISCOVERY, stays}, {BURST, stays}, {QUERY, stays}}},
     };
     return rows;
 }
@@ -94,34 +100,42 @@ const std::vector<matrix_row>& connection_rows()
     using enum ending;
     static const std::vector<matrix_row> rows = {
         // These bytes of the generator end outside a frame,
-        {"Garbage", R"("fault": "garbage", "bytes": 300)", everywhere(stays)},
+        {"Garbage", {"garbage", R"("bytes": 300)"}, everywhere(stays)},
         // and these inside one, which swallows the next. While connecting that is any answer.
         {"GarbageThatOpensAFrame",
-         R"("fault": "garbage", "bytes": 383)",
+         {"garbage", R"("bytes": 383)"},
          {{DISCOVERY, stays},
           {IDLE, unanswered},
           {TRANSACTION, unanswered},
           {BURST, stays},
           {QUERY, stays}}},
-        {"Silence", R"("fault": "silence", "for": 60)", muteness()},
-        {"HalfOpen", R"("fault": "half-open")", muteness()},
-        {"Ignore", R"("fault": "ignore", "for": 60)", muteness()},
+        {"Silence", {"silence", R"("for": 60)"}, muteness()},
+        {"HalfOpen", {"half-open"}, muteness()},
+        {"Ignore", {"ignore", R"("for": 60)"}, muteness()},
         // What has been read is answered, so discovery ends well, and the flags tell of a new name.
         {"StopReading",
-         R"("fault": "stop reading", "for": 60)",
+         {"stop reading", R"("for": 60)"},
          {{CONNECTING, mute},
           {DISCOVERY, unanswered},
           {IDLE, unanswered},
           {TRANSACTION, names_unanswered},
           {BURST, unanswered},
           {QUERY, unanswered}}},
-        {"Close", R"("fault": "close")", everywhere(closed)},
-        {"Reset", R"("fault": "reset")", everywhere(reset)},
-        {"ResetInsideFrame", R"("fault": "reset", "inside": true)", everywhere(reset)},
-        {"Refuse", R"("fault": "refuse", "for": 8)", everywhere(refused)},
-        {"Burst", R"("fault": "burst", "messages": 100, "rate": 2000)", everywhere(stays)},
-        {"Take", R"("fault": "take", "destination": 3, "source": 1)", everywhere(stays)},
-        {"Rename", R"("fault": "rename", "source": 2, "to": "NEWCOMER")", everywhere(stays)},
+        {"Close", {"close"}, everywhere(closed)},
+        {"Reset", {"reset"}, everywhere(reset)},
+        {"ResetInsideFrame", {"reset", R"("inside": true)"}, everywhere(reset)},
+        {"Refuse", {"refuse", R"("for": 8)"}, everywhere(refused)},
+        {"Burst", {"burst", R"("messages": 100, "rate": 2000)"}, everywhere(stays)},
+        {"Take", {"take", R"("destination": 3, "source": 1)"}, everywhere(stays)},
+        {"Rename", {"rename", R"("source": 2, "to": "NEWCOMER")"}, everywhere(stays)},
+        {"Lock",
+         {"lock", R"("destination": 7)"},
+         everywhere(stays),
+         {"unlock", R"("destination": 7)"}},
+        {"RefuseTake",
+         {"refuse take", R"("destination": 7, "source": 3, "code": "0A")"},
+         everywhere(stays),
+         {"allow take", R"("destination": 7, "source": 3)"}},
     };
     return rows;
 }
@@ -152,8 +166,8 @@ std::vector<matrix_cell> all_cells()
     for (const auto* rows : {&reply_rows(), &connection_rows()})
         for (const matrix_row& row : *rows)
             for (const auto& [struck, end] : row.endings)
-                cells.push_back({struck, end, row.name + ("In" + phase_name(struck)), row.keys,
-                                 rows == &reply_rows()});
+                cells.push_back(
+                    {struck, end, row.name + ("In" + phase_name(struck)), row.fault, row.lift});
     return cells;
 }
 
@@ -162,7 +176,7 @@ namespace {
 // are the next ones. The last of discovery's nine requests is struck: all have been sent then.
 std::string trigger(const matrix_cell& cell)
 {
-    const bool contradicts = cell.name.starts_with("Contradict");
+    const bool contradicts = cell.fault.name == "contradict";
     switch (cell.struck) {
     case phase::connecting:
         // The backend starts when the simulator has told that it refuses.
@@ -174,12 +188,19 @@ std::string trigger(const matrix_cell& cell)
     case phase::transaction:
         return R"("request": "BK F", "after": 2, "times": 1)";
     case phase::burst:
-        return cell.of_reply ? R"("request": "QI", "after": 8, "times": 1)"
-                             : R"("request": "TI", "after": 2, "times": 1)";
+        return concerns_reply(*fault_named(cell.fault.name))
+                   ? R"("request": "QI", "after": 8, "times": 1)"
+                   : R"("request": "TI", "after": 2, "times": 1)";
     case phase::query:
         return R"("request": "QI", "after": 10, "times": 1)";
     }
     return "";
+}
+
+std::string step_text(const std::string& when, const matrix_fault& fault)
+{
+    return "{" + when + R"(, "fault": ")" + fault.name + '"' +
+           (fault.keys.empty() ? "" : ", " + fault.keys) + "}";
 }
 } // namespace
 
@@ -187,23 +208,13 @@ std::string trigger(const matrix_cell& cell)
 std::string scenario_of(const matrix_cell& cell)
 {
     matrix_cell operators = cell;
-    operators.of_reply = false;
+    operators.fault = {"take", R"("destination": 2, "source": 7)"};
     const std::string when = trigger(operators);
-    return R"({"seed": 7, "steps": [
-{)" + when +
-           R"(, "fault": "take", "destination": 2, "source": 7},
-{)" + when +
-           R"(, "fault": "rename", "destination": 5, "to": "STRUCK"},
-{)" + trigger(cell) +
-           ", " + cell.keys + "}]}\n";
-}
-
-std::string fault_of(const matrix_cell& cell)
-{
-    const std::string& keys = cell.keys;
-    const std::string before = R"("fault": ")";
-    const std::size_t start = keys.find(before) + before.size();
-    return keys.substr(start, keys.find('"', start) - start);
+    std::string steps = step_text(when, operators.fault) + ",\n" +
+                        step_text(when, {"rename", R"("destination": 5, "to": "STRUCK")"}) + ",\n" +
+                        step_text(trigger(cell), cell.fault);
+    if (!cell.lift.name.empty()) steps += ",\n" + step_text(R"("name": "lift")", cell.lift);
+    return "{\"seed\": 7, \"steps\": [\n" + steps + "]}\n";
 }
 
 bool tells_identity(const std::string& line)

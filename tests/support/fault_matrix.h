@@ -23,23 +23,25 @@ enum class ending {
     refused, // reset, and refused for a while
 };
 
+struct matrix_fault {
+    std::string name{}; // as the simulator has it: "half-open"
+    std::string keys{}; // of a scenario's step, beside its trigger
+};
+
 struct matrix_cell {
     phase struck;
     ending end;
     std::string name;
-    std::string keys;
-    bool of_reply;
+    matrix_fault fault;
+    matrix_fault lift; // of a fault that prevents takes: what ends that; else without a name
 };
 
 std::vector<matrix_cell> all_cells();
 
 // The simulator's scenario for the cell, for a router with eight sources and eight destinations,
 // both from 1. With the fault, another operator takes source 7 to destination 2 and renames
-// destination 5 to STRUCK.
+// destination 5 to STRUCK. What lifts the fault is a step named "lift".
 std::string scenario_of(const matrix_cell& cell);
-
-// The fault's name: "half-open".
-std::string fault_of(const matrix_cell& cell);
 
 // Whether the backend has to connect anew.
 bool is_lost(ending end);

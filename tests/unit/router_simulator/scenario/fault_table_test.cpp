@@ -1,9 +1,12 @@
 #include <gmock/gmock.h>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "router_simulator/scenario/fault_table.h"
+#include "router_simulator/scenario/file.h"
+#include "support/fault_matrix.h"
 
 using namespace router_simulator;
 using testing::UnorderedElementsAreArray;
@@ -42,4 +45,20 @@ TEST(FaultTable, HelpNamesEveryFault)
             named.push_back(name.substr(1));
     }
     EXPECT_THAT(named, UnorderedElementsAreArray(known));
+}
+
+// Its scenarios begin with what another operator does at the very moment, in two steps.
+TEST(FaultTable, EveryFaultStrikesSomewhereInTheMatrix)
+{
+    const simulated_router router = make_router({.sources = 8, .destinations = 8});
+    std::set<std::string> striking;
+    for (const matrix_cell& cell : all_cells()) {
+        scenario plan;
+        std::string error;
+        ASSERT_TRUE(read_scenario(plan, scenario_of(cell), router, cell.name, error)) << error;
+        for (std::size_t i = 2; i < plan.steps.size(); ++i)
+            striking.insert(plan.steps[i].fault->name);
+    }
+    for (const fault_row& fault : all_faults())
+        EXPECT_TRUE(striking.contains(fault.name)) << fault.name;
 }
