@@ -9,17 +9,14 @@
 #include <unistd.h>
 
 #include "parent_link/parent_link.h"
+#include "support/patience.h"
 
 using namespace parent_link;
-using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::FieldsAre;
 using testing::IsEmpty;
 
 namespace {
-// Far beyond what any step takes; only a failure lasts that long.
-constexpr auto PATIENCE = 60s;
-
 class ParentLinkState : public testing::Test {
   protected:
     backend_link link;
@@ -91,11 +88,16 @@ TEST_F(ParentLinkState, NothingIsLeftOfAnEarlierBackend)
 
 TEST_F(ParentLinkState, StartingAgainEndsAnEarlierBackend)
 {
-    start_shell("read forever");
+    start_shell("exec sleep 600");
+    send_bytes(link, std::string(1000000, 'x')); // far more than a pipe holds
     const pid_t earlier = link.child.process;
-    start_shell("read forever");
+    start_shell("read word; echo a=$word; echo");
     EXPECT_EQ(kill(earlier, 0), -1);
     EXPECT_EQ(errno, ESRCH);
+    send_bytes(link, "go\n"); // all that this one reads
+    ASSERT_TRUE(until_ended());
+    ASSERT_EQ(link.records.size(), 1U);
+    EXPECT_EQ(link.records.front().fields["a"], "go");
 }
 
 TEST_F(ParentLinkState, WaitsForEndOutputAndDiagnostics)
@@ -111,9 +113,18 @@ TEST_F(ParentLinkState, WaitsForEndOutputAndDiagnostics)
     EXPECT_THAT(waits_for(), IsEmpty());
 }
 
+TEST_F(ParentLinkState, WaitsForNothingMoreWhereAStreamHasEnded)
+{
+    start_shell("exec >&- 2>&-; read forever");
+    ASSERT_TRUE(wait_until(link, PATIENCE, [this] {
+        return link.pipes.output.number < 0 && link.pipes.errors.number < 0;
+    }));
+    EXPECT_THAT(waits_for(), ElementsAre(FieldsAre(link.process_fd.number, POLLIN, 0)));
+}
+
 TEST_F(ParentLinkState, WaitsToWriteWhileSomethingIsUnsent)
 {
-    start_shell("exec sleep 60"); // ends by itself at last, should the test be killed
+    start_shell("exec sleep 600"); // ends by itself at last, should the test be killed
     close_output(link);
     close_diagnostics(link);
     send_bytes(link, std::string(1000000, 'x')); // far more than a pipe holds

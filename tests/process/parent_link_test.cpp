@@ -8,6 +8,7 @@
 
 #include "parent_link/parent_link.h"
 #include "support/child_process.h"
+#include "support/patience.h"
 #include "support/temporary_directory.h"
 #include "tools/common/lines.h"
 
@@ -21,8 +22,6 @@ using testing::Field;
 using testing::IsEmpty;
 
 namespace {
-// Far beyond what any step takes; only a failure lasts that long.
-constexpr auto PATIENCE = 60s;
 // For a wait that must end at once: the test's own time limit is reached first.
 constexpr auto FOR_EVER = 24h;
 } // namespace
@@ -232,6 +231,15 @@ TEST_F(ParentLink, WaitsForNothingThatItDoesNotRead)
     EXPECT_EQ(descriptors.size(), 2U);
 }
 
+TEST_F(ParentLink, RecordBeginsWithALineThatIsNotEmpty)
+{
+    start_shell("printf '\\n\\na=1\\n\\n\\n\\nb=2\\n\\n\\n'");
+    ASSERT_TRUE(wait_for_end());
+    ASSERT_EQ(link.records.size(), 2U);
+    EXPECT_EQ(text(link.records[0]), "a=1\n\n");
+    EXPECT_EQ(text(link.records[1]), "b=2\n\n");
+}
+
 TEST_F(ParentLink, CutsOverlongLine)
 {
     start_shell("printf a=; head -c 3000000 /dev/zero | tr '\\0' x; echo; echo");
@@ -304,7 +312,7 @@ TEST_F(ParentLink, WaitForEventSeesRecordLineAndEnd)
 TEST_F(ParentLink, CloseKillsAndReaps)
 {
     // Ends by itself at last, should the test be killed.
-    start_shell("trap '' TERM; echo ready=1; echo; exec sleep 60");
+    start_shell("trap '' TERM; echo ready=1; echo; exec sleep 600");
     ASSERT_EQ(hear().fields["ready"], "1");
     const pid_t process = link.child.process;
     close_backend(link);

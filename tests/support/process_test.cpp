@@ -6,11 +6,11 @@
 #include <sys/ioctl.h>
 #include <utility>
 
+#include "support/patience.h"
+
 using std::chrono::steady_clock;
 
 namespace {
-// Far beyond what any step takes on any machine; only a failure lasts that long.
-constexpr auto PATIENCE = std::chrono::minutes(5);
 // Between two looks at what shows itself without an event at a descriptor.
 constexpr int LOOK_AGAIN_MS = 20;
 

@@ -8,7 +8,7 @@
 namespace common {
 
 namespace {
-constexpr int LONGEST_START_MS = 60'000; // only a hang lasts that long
+constexpr int LONGEST_START_MS = 300'000; // only a hang lasts that long
 } // namespace
 
 bool start_line_program(line_program& program, const std::vector<std::string>& words,

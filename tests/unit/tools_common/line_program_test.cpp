@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "support/patience.h"
 #include "support/temporary_directory.h"
 #include "tools/common/line_program.h"
 
@@ -20,7 +21,7 @@ class LineProgram : public testing::Test {
         std::vector<pollfd> watched;
         for (add_poll_descriptor(program, watched); !watched.empty();
              watched.clear(), add_poll_descriptor(program, watched)) {
-            ASSERT_EQ(poll(watched.data(), watched.size(), 60'000), 1);
+            ASSERT_EQ(poll(watched.data(), watched.size(), PATIENCE_MS), 1);
             serve_line_program(program);
         }
     }

@@ -2,6 +2,7 @@
 
 #include "router_simulator/program/commands.h"
 #include "router_simulator/scenario/player.h"
+#include "support/patience.h"
 #include "unit/router_simulator/scenario/scenario_simulator.h"
 
 using namespace router_simulator;
@@ -180,7 +181,7 @@ TEST_F(ConnectionFaults, CloseIsNoResetThoughRequestsAreUnread)
     serve(simulated, 10'000);
     ASSERT_EQ(send(end, "unread", 6, 0), 6);
     pollfd arrived = {.fd = server.clients.at(1).descriptor, .events = POLLIN, .revents = 0};
-    ASSERT_EQ(poll(&arrived, 1, 60'000), 1);
+    ASSERT_EQ(poll(&arrived, 1, PATIENCE_MS), 1);
     EXPECT_EQ(run_commands(simulated, "do it"), "");
     char byte = 0;
     EXPECT_EQ(recv(end, &byte, 1, 0), 0);
