@@ -155,13 +155,6 @@ bool read_diagnostics(backend_link& link)
     return read_lines(link.pipes.errors, link.partial_diagnostics, link.diagnostics);
 }
 
-void close_descriptors(backend_link& link)
-{
-    link.process_fd.reset();
-    link.pipes = {};
-    link.unsent.clear();
-}
-
 // The process is gone, with this status or negated signal, so the pipes hold all that it ever
 // wrote.
 void finish(backend_link& link, int status)
@@ -176,7 +169,9 @@ void finish(backend_link& link, int status)
     }
     if (!link.partial_diagnostics.empty())
         common::cut_lines("\n", link.partial_diagnostics, link.diagnostics);
-    close_descriptors(link);
+    link.process_fd.reset();
+    link.pipes = {};
+    link.unsent.clear();
     link.ended = true;
 }
 } // namespace
@@ -238,11 +233,9 @@ std::string describe_end(const backend_link& link)
 
 void close_backend(backend_link& link)
 {
-    if (link.child.process > 0) {
-        kill(link.child.process, SIGKILL);
-        finish(link, common::status_at_end(link.child));
-    }
-    close_descriptors(link);
+    if (link.child.process < 0) return;
+    kill(link.child.process, SIGKILL);
+    finish(link, common::status_at_end(link.child));
 }
 
 } // namespace parent_link
