@@ -40,9 +40,9 @@ TEST_F(ChildProcess, HasPipesAndAStatus)
 
 TEST_F(ChildProcess, ErrorOutputIsDiscardedOrOurs)
 {
-    start_shell("readlink /proc/self/fd/2", error_output::discarded);
+    start_shell("readlink /proc/self/fd/2; echo no >&2", error_output::discarded);
     EXPECT_EQ(all_of(pipes.output), "/dev/null\n");
-    status_at_end(child);
+    EXPECT_EQ(status_at_end(child), 0);
     start_shell("test /proc/self/fd/2 -ef /proc/$PPID/fd/2", error_output::inherited);
     EXPECT_EQ(pipes.errors.number, -1);
     EXPECT_EQ(status_at_end(child), 0);
@@ -70,6 +70,27 @@ TEST_F(ChildProcess, HasAProcessGroupOfItsOwn)
     EXPECT_EQ(getpgid(child.process), child.process);
     kill(child.process, SIGTERM);
     EXPECT_EQ(status_at_end(child), -SIGTERM);
+}
+
+TEST_F(ChildProcess, DescriptorsMayBeOurs)
+{
+    const std::string script = "for i in 0 1 2; do test /proc/self/fd/$i -ef /proc/$PPID/fd/$i || "
+                               "exit 1; done";
+    ASSERT_TRUE(start_child(child, {"sh", "-c", script}, {0, 1, 2}, error)) << error;
+    EXPECT_EQ(status_at_end(child), 0);
+}
+
+TEST_F(ChildProcess, EndIsAwaitedThroughSignals)
+{
+    struct sigaction before {};
+    struct sigaction interrupting {};
+    interrupting.sa_handler = [](int) {
+    };
+    sigaction(SIGUSR1, &interrupting, &before);
+    start_shell("for i in 1 2 3 4 5; do kill -USR1 $PPID; sleep 0.01; done; exit 3",
+                error_output::inherited);
+    EXPECT_EQ(status_at_end(child), 3);
+    sigaction(SIGUSR1, &before, nullptr);
 }
 
 TEST_F(ChildProcess, DescriptorMayBeLeftClosed)

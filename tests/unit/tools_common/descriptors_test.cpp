@@ -1,8 +1,10 @@
+#include <cerrno>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <thread>
 #include <unistd.h>
 
+#include "support/forced_results.h"
 #include "tools/common/descriptors.h"
 
 using namespace common;
@@ -81,6 +83,17 @@ TEST_F(Pipe, GivesWhatIsThereWithoutWaiting)
     EXPECT_EQ(read_some(reads.number, text), read_outcome::ended);
     EXPECT_FALSE(read_available(reads.number, text));
     EXPECT_EQ(text, "before some more");
+}
+
+TEST_F(Pipe, CallThatIsInterruptedIsMadeAgain)
+{
+    force_result(SystemCall::Write, writes.number, -1, EINTR);
+    limit_next_write(SystemCall::Write, writes.number, 3);
+    force_result(SystemCall::Write, writes.number, -1, EINTR);
+    EXPECT_TRUE(write_all(writes.number, "some"));
+    force_result(SystemCall::Read, reads.number, -1, EINTR);
+    EXPECT_EQ(read_some(reads.number, text), read_outcome::read);
+    EXPECT_EQ(text, "before some");
 }
 
 TEST_F(Pipe, ErrorsHaveTheirText)
