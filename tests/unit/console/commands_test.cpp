@@ -87,6 +87,10 @@ TEST_F(ConsoleCommands, DiscardForgetsStagedRoutes)
     EXPECT_EQ(sent("discard"), "*COMMAND=route output\n*TYPE=command\n*ID=2\nqueue=discard\n\n");
     EXPECT_EQ(result.text, "Discarded 1 staged route.\n");
     EXPECT_THAT(state.view.staged, IsEmpty());
+    sent("stage 1 0");
+    sent("stage 0 0");
+    sent("discard");
+    EXPECT_EQ(result.text, "Discarded 2 staged routes.\n");
     sent("discard");
     EXPECT_EQ(result.text, "Nothing was staged.\n");
 }
@@ -152,6 +156,8 @@ TEST_F(ConsoleCommands, WaitAndQuitAreLeftToCaller)
 TEST_F(ConsoleCommands, HelpNamesEveryCommand)
 {
     sent("help");
+    EXPECT_THAT(result.text, HasSubstr("\n  wait                      until every route is "));
+    EXPECT_THAT(result.text, HasSubstr("\n  log debug|note|warn|off   which diagnostics "));
     for (const command& each : all_commands())
         EXPECT_THAT('\n' + result.text, HasSubstr("\n  " + std::string(each.name) + ' '));
 }
