@@ -53,6 +53,7 @@ void enter_event(ledgers& books, const router_event& event, us_time_t now)
     if (event.kind == "gone")
         std::erase_if(books.lasting, [&](const auto& each) { return each.second == event.client; });
     if (event.kind == "connected") {
+        ++books.link.connections;
         books.link.client = event.client;
         // The connection before this one may never end: the router may have forgotten it.
         std::erase_if(books.lasting, [](const auto& each) { return each.second != 0; });
@@ -146,7 +147,6 @@ void enter_diagnostics(ledgers& books, const std::string& line, us_time_t now)
     for (const char* level : {"<NOTE>", "<WARN>", "<ERR>"})
         if (line.starts_with(level)) ++books.complaints[line];
     link_state& link = books.link;
-    if (line == "<NOTE>Connection sucessful.") ++link.connections;
     if (line == "<NOTE>Connection to router closed") link.up = false;
     if (line.starts_with("<ERR>Timeout during query")) link.names_spoilt_on = link.client;
     if (line == "<DBG>Router finished returning levels, sources, destinations")

@@ -21,13 +21,13 @@ namespace soak {
 // Names that were spoilt on the way, or cut short by a message that came between them, stay so for
 // a while, and with them the positions of all that is reported.
 struct link_state {
-    bool up = false;            // connected, and the router has been learnt
-    bool knows_inputs = false;  // all of their names
-    bool knows_outputs = false; // likewise
-    us_time_t learnt = 0;       // when the last of these became true
-    int client = 0;             // the simulated router's number for the connection made last
-    int names_spoilt_on = -1;   // the connection on which names were spoilt
-    std::uint64_t connections = 0;
+    bool up = false;               // connected, and the router has been learnt
+    bool knows_inputs = false;     // all of their names
+    bool knows_outputs = false;    // likewise
+    us_time_t learnt = 0;          // when the last of these became true
+    int client = 0;                // the simulated router's number for the connection made last
+    int names_spoilt_on = -1;      // the connection on which names were spoilt
+    std::uint64_t connections = 0; // that the router has accepted
 };
 
 struct ledgers {

@@ -5,6 +5,7 @@
 #include <iostream>
 #include <unistd.h>
 
+#include "soak/other_port.h"
 #include "soak/random_parent.h"
 #include "soak/run.h"
 #include "tools/common/line_program.h"
@@ -76,12 +77,15 @@ int run_program(int argument_count, const char* const* arguments)
         return 1;
     }
     parent_link::backend_link backend;
+    soak::other_port other_port;
     std::string failure;
-    if (!start_backend(backend, backend_program,
+    if (!open_other_port(other_port, failure) ||
+        !start_backend(backend, backend_program,
                        {"--file", std::filesystem::absolute(configuration)}, failure)) {
         std::fprintf(stderr, "%s\n", failure.c_str());
         return 1;
     }
+    options.other_port = std::to_string(other_port.number);
     std::signal(SIGINT, interrupt);
     std::signal(SIGTERM, interrupt);
     const auto wait = [](std::vector<pollfd>& descriptors) {
@@ -91,6 +95,7 @@ int run_program(int argument_count, const char* const* arguments)
                                     .router_lines = STDIN_FILENO,
                                     .wait = wait,
                                     .measure = soak::read_process_cost,
+                                    .visited = [&] { return was_visited(other_port); },
                                     .interrupted = interrupted,
                                     .output = std::cout});
 }

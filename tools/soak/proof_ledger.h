@@ -35,7 +35,7 @@ struct proof_ledger {
     std::uint64_t queries = 0;
     std::uint64_t takes = 0; // made and reported
     std::uint64_t floods = 0;
-    std::uint64_t port_changes = 0; // the backend has left the router
+    std::uint64_t port_changes = 0; // the backend has connected to the other port
 };
 
 // Returns whether the reply with this id belongs to a query or a take that is to prove something.

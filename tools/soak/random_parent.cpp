@@ -12,10 +12,11 @@ namespace {
 constexpr us_time_t SECOND = 1'000'000;
 constexpr int LARGEST_FLOOD = 3000; // commands
 constexpr us_time_t CALM_US = 12 * SECOND;
-constexpr us_time_t QUERY_AT_US = SECOND / 2; // in a calm phase
-constexpr us_time_t TAKE_AT_US = 7 * SECOND;  // when nothing earlier waits for its expiry
+constexpr us_time_t QUERY_AT_US = SECOND / 2;      // in a calm phase
+constexpr us_time_t TAKE_AT_US = 7 * SECOND;       // when nothing earlier waits for its expiry
+constexpr us_time_t LONGEST_AWAY_US = 10 * SECOND; // the backend tries to connect each 5 s
 
-// The third busy phase begins within 48 s, and lasts for 4 s at least: see LEAST_SECONDS.
+// The third busy phase begins within 48 s, and leaves the backend 12 s: see LEAST_SECONDS.
 constexpr int PHASE_OF_WORST = 2; // when the router is known
 constexpr int PHASE_OF_PORT_CHANGE = 3;
 
@@ -103,12 +104,11 @@ void act(random_parent& parent, parent_link::backend_link& backend, ledgers& boo
     if (now >= parent.phase_ends) begin_phase(parent, backend, books, now);
 
     if (parent.leaves_router && books.link.up) {
-        send_command(parent, backend, books, set_setting("port", "1"), now);
-        parent.port_returns = now + SECOND;
+        send_command(parent, backend, books, set_setting("port", parent.other_port), now);
+        parent.port_returns = now + LONGEST_AWAY_US;
         parent.leaves_router = false;
     }
     if (parent.port_returns != 0 && now >= parent.port_returns) {
-        if (!books.link.up) ++books.proofs.port_changes;
         send_command(parent, backend, books, set_setting("port", parent.port), now);
         parent.port_returns = 0;
     }
@@ -131,11 +131,19 @@ void act(random_parent& parent, parent_link::backend_link& backend, ledgers& boo
                                                     : draw<us_time_t>(parent.random, 5, 200));
 }
 
+void note_visit(random_parent& parent, ledgers& books, us_time_t now)
+{
+    if (parent.port_returns == 0) return;
+    ++books.proofs.port_changes;
+    parent.port_returns = now;
+}
+
 void stop_acting(random_parent& parent, parent_link::backend_link& backend, ledgers& books,
                  us_time_t now)
 {
     read_again(backend, books.replies, now);
     send_command(parent, backend, books, set_setting("port", parent.port), now);
+    parent.port_returns = 0;
 }
 
 bool settle(random_parent& parent, parent_link::backend_link& backend, ledgers& books,

@@ -18,7 +18,8 @@ constexpr unsigned LEAST_SECONDS = 60;
 
 struct random_parent {
     std::mt19937_64 random;
-    std::string port; // the router's
+    std::string port;       // the router's
+    std::string other_port; // where the backend is sent now and then
     std::uint64_t last_id = 0;
     bool calm = false;
     int busy_phases = 0;
@@ -26,7 +27,7 @@ struct random_parent {
     us_time_t phase_ends = 0;
     us_time_t next_command = 0;
     us_time_t reads_again = 0;  // while the parent does not read
-    us_time_t port_returns = 0; // 0: the right one is set
+    us_time_t port_returns = 0; // at the latest; 0: the right one is set
     bool leaves_router = false; // as soon as the backend knows it
     bool queried = false;       // in this phase
     bool taken = false;         // in this phase
@@ -34,6 +35,9 @@ struct random_parent {
 
 // Says whatever is due now and enters it into the ledgers.
 void act(random_parent& parent, parent_link::backend_link& backend, ledgers& books, us_time_t now);
+
+// The backend has connected to the other port. That proves a change of port when it was sent there.
+void note_visit(random_parent& parent, ledgers& books, us_time_t now);
 
 // Reads again and sets the right port: the end of random behaviour.
 void stop_acting(random_parent& parent, parent_link::backend_link& backend, ledgers& books,

@@ -78,6 +78,7 @@ void step(soak_run& run)
 {
     parent_link::backend_link& backend = run.around.backend;
     const int router_lines = run.router_ended ? -1 : run.around.router_lines;
+    const std::uint64_t connections = run.books.link.connections;
     std::vector<pollfd> descriptors = {{.fd = router_lines, .events = POLLIN, .revents = 0}};
     add_poll_descriptors(backend, descriptors);
     run.around.wait(descriptors);
@@ -91,7 +92,7 @@ void step(soak_run& run)
     }
     serve_backend(backend);
     const us_time_t now = now_us();
-    const std::uint64_t connections = run.books.link.connections;
+    if (run.around.visited()) note_visit(run.parent, run.books, now);
     for (; !backend.diagnostics.empty(); backend.diagnostics.pop_front())
         enter_diagnostics(run.books, backend.diagnostics.front(), now);
     for (; !backend.records.empty(); backend.records.pop_front())
@@ -112,6 +113,7 @@ int run_soak(const run_options& options, const run_surroundings& around)
     soak_run run{.options = options, .around = around};
     run.parent.random.seed(options.seed);
     run.parent.port = options.port;
+    run.parent.other_port = options.other_port;
     run.books.routes = make_route_ledger(DESTINATIONS, now_us());
     parent_link::backend_link& backend = around.backend;
     ledgers& books = run.books;

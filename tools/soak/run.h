@@ -21,6 +21,7 @@ struct run_options {
     std::uint64_t seconds = 600; // at least LEAST_SECONDS, or what the run claims stays unproved
     unsigned seed = 1;
     std::string port;                    // the router's
+    std::string other_port;              // where there is no router
     std::filesystem::path output_folder; // gets soak.json
 };
 
@@ -30,6 +31,8 @@ struct run_surroundings {
     int router_lines = -1;                          // reads the router's output
     std::function<void(std::vector<pollfd>&)> wait; // polls, for a moment at most
     std::function<std::optional<process_cost>(pid_t process)> measure;
+    std::function<bool()>
+        visited; // whether somebody has come to the other port since the last call
     const volatile std::sig_atomic_t& interrupted; // not 0: ends early, what is open is not judged
     std::ostream& output;                          // progress, findings and the summary
 };

@@ -14,19 +14,22 @@ class RandomParent : public testing::Test {
     ledgers books;
     random_parent parent;
     us_time_t now = START;
-    bool follows_port = true; // the link goes down while another port is set
+    bool follows_port = true; // connects to the other port when it is set
+    bool reaches_router = true;
 
     void SetUp() override
     {
         books.routes = make_route_ledger(64, START);
         books.link.up = true;
     }
-    // Acts a hundred times a second; every command is answered at once, every take made.
+    // Acts a hundred times a second; every command is answered at once, every take made. The link
+    // is down while another port is set, also where that is not why.
     void act_for(us_time_t time)
     {
         for (const us_time_t end = now + time; now < end; now += SECOND / 100) {
             act(parent, backend, books, now);
-            if (follows_port) books.link.up = parent.port_returns == 0;
+            books.link.up = reaches_router && parent.port_returns == 0;
+            if (follows_port && parent.port_returns != 0) note_visit(parent, books, now);
             for (const auto& [id, reply] : books.replies.open)
                 note_proof_reply(books.proofs, id, now);
             books.replies.open.clear();
@@ -108,23 +111,32 @@ TEST_F(RandomParent, FloodsAndPortChangesComeAgain)
 TEST_F(RandomParent, PortChangeThatIsNotFollowedDoesNotCount)
 {
     follows_port = false;
-    act_for(120 * SECOND);
-    EXPECT_EQ(books.proofs.port_changes, 0U);
+    while (parent.port_returns == 0)
+        act_for(SECOND / 100);
+    act_for(10 * SECOND);
     EXPECT_EQ(parent.port_returns, 0U);
+    note_visit(parent, books, now); // too late
+    EXPECT_EQ(books.proofs.port_changes, 0U);
+}
+
+TEST_F(RandomParent, PortChangeAtTheEndDoesNotCount)
+{
+    parent.port_returns = now + SECOND;
+    stop_acting(parent, backend, books, now);
+    note_visit(parent, books, now);
+    EXPECT_EQ(books.proofs.port_changes, 0U);
 }
 
 TEST_F(RandomParent, RouterIsLeftOnlyWhenItIsKnown)
 {
-    follows_port = false;
-    books.link.up = false;
+    reaches_router = books.link.up = false;
     act_for(120 * SECOND);
     EXPECT_EQ(books.proofs.port_changes, 0U);
 }
 
 TEST_F(RandomParent, NothingIsTakenWithoutTheRouter)
 {
-    follows_port = false;
-    books.link.up = false;
+    reaches_router = books.link.up = false;
     become_calm();
     act_for(9 * SECOND);
     EXPECT_EQ(books.proofs.take.output, -1);

@@ -3,6 +3,7 @@
 #include <functional>
 #include <gmock/gmock.h>
 #include <sstream>
+#include <utility>
 
 #include "soak/random_parent.h"
 #include "soak/run.h"
@@ -72,19 +73,21 @@ class SoakRun : public testing::Test {
         std::ostringstream output;
         const run_options options{.seconds = played.seconds,
                                   .port = "4567",
+                                  .other_port = "1",
                                   .output_folder =
                                       played.folder.empty() ? directory.path : played.folder};
-        const int status =
-            run_soak(options, {.backend = played.backend.link,
-                               .router_lines = played.backend.router_lines.number,
-                               .wait = [&](auto& descriptors) { played.backend.pass(descriptors); },
-                               .measure =
-                                   [&](pid_t) {
-                                       return played.measure(
-                                           static_cast<int>((now_us() - FAKE_START_US) / SECOND));
-                                   },
-                               .interrupted = played.interrupted,
-                               .output = output});
+        const int status = run_soak(
+            options,
+            {.backend = played.backend.link,
+             .router_lines = played.backend.router_lines.number,
+             .wait = [&](auto& descriptors) { played.backend.pass(descriptors); },
+             .measure =
+                 [&](pid_t) {
+                     return played.measure(static_cast<int>((now_us() - FAKE_START_US) / SECOND));
+                 },
+             .visited = [&] { return std::exchange(played.backend.visits, false); },
+             .interrupted = played.interrupted,
+             .output = output});
         printed = output.str();
         return status;
     }

@@ -146,6 +146,15 @@ void scripted_backend::connect()
 
 void scripted_backend::disconnect()
 {
+// Of the other port, where there is no router.
+void scripted_backend::visit()
+{
+    visits = true;
+    says("<NOTE>Connection sucessful.");
+    says("<NOTE>Connection suddenly dropped");
+    says("<NOTE>Connection to router closed");
+}
+
     up = false;
     router_tells("\"event\":\"gone\",\"client\":" + std::to_string(client));
     says("<NOTE>Connection to router closed");
@@ -184,7 +193,8 @@ void scripted_backend::handle(const ParentRecord& record)
     if (record.command == "set") {
         if (field("name") != "port") return;
         const bool away = field("value") == "1";
-        if (up && away && follows_port) disconnect();
+        if (up && away) disconnect();
+        if (away && follows_port) visit();
         if (!up && !away && reconnects) connect();
         return;
     }

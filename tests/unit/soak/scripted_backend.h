@@ -20,6 +20,7 @@ namespace soak {
 struct scripted_backend {
     parent_link::backend_link link; // the soak's side
     common::owned_descriptor router_lines;
+    bool visits = false; // has come to the other port; the soak clears it
 
     // What the backend or the router leaves out, or does wrong.
     bool answers = true;
@@ -28,7 +29,7 @@ struct scripted_backend {
     bool carries_out = true;    // flushed takes
     bool reports = true;        // changes, to the parent
     bool accepts = true;        // says so before it reports
-    bool follows_port = true;   // leaves the router when it is told another port
+    bool follows_port = true;   // connects to another port; leaves the router anyway
     bool reconnects = true;
     bool reaches_router = true; // from the start
     bool ends_with_input = true;
@@ -72,4 +73,5 @@ struct scripted_backend {
     void report(const std::map<int, int>& changed);
 };
 
+    void visit();
 } // namespace soak
