@@ -112,17 +112,9 @@ const row ROWS[] = {
                                run.backend.sends({"dance", "", "reply", "1", {}});
                            }); },
      "reply to nothing, or a second one: id 1, dance"},
-    {"WrongReply",
-     [](played_run& run) {
-         at(30, [&] { run.backend.error_text = "No"; });
-         at(31, [&] { run.backend.error_text.clear(); });
-     },
+    {"WrongReply", [](played_run& run) { at(30, [&] { run.backend.wrong_error = "No"; }); },
      "wrong reply to "},
-    {"NoReply",
-     [](played_run& run) {
-         at(30, [&] { run.backend.answers = false; });
-         at(31, [&] { run.backend.answers = true; });
-     },
+    {"NoReply", [](played_run& run) { at(30, [&] { run.backend.skips_reply = true; }); },
      "no reply within 15 s: id "},
     {"ReportOfNothing",
      [](played_run& run) {
@@ -180,8 +172,7 @@ const row ROWS[] = {
      [](played_run& run) {
          at(59, [&] {
              run.backend.operators_take = false;
-             run.backend.router_tells(
-                 R"("event":"fault","fault":"silence","lasting":true,"client":2)");
+             run.backend.router_tells(R"("event":"fault","fault":"ignore","lasting":true)");
              run.backend.router_tells(
                  R"("event":"take","source":64,"by":"scenario","destination":64)");
          });
@@ -219,9 +210,14 @@ const row ROWS[] = {
                 [&] { run.backend.router_tells(R"("event":"fault","fault":"lose","client":1)"); });
      },
      "no take was proved\n1 finding: FAILED"},
-    {"NoQuery", [](played_run& run) { at(5, [&] { run.interrupted = 1; }); },
-     "no query of all outputs was left undisturbed"},
-    {"NoFlood", [](played_run& run) { at(5, [&] { run.interrupted = 1; }); },
+    {"NoQuery", [](played_run& run) { run.backend.loses_answers = true; },
+     "no query of all outputs was left undisturbed\n1 finding: FAILED"},
+    {"NoFlood",
+     [](played_run& run) {
+         // What is open when a run is interrupted is no finding.
+         run.backend.answers_floods = false;
+         at(30, [&] { run.interrupted = 1; });
+     },
      "no flood was answered"},
     {"NoPortChange", [](played_run& run) { run.backend.follows_port = false; },
      "no change of the router's port was proved"},

@@ -15,6 +15,7 @@ namespace soak {
 namespace {
 constexpr int PORTS = 64;
 constexpr us_time_t MOMENT_US = 20'000;
+constexpr std::size_t MOST_LINES_AT_REST = 100;   // that come in a moment without a flood
 constexpr us_time_t BETWEEN_CHANGES_US = 300'000; // of another operator
 
 void open(common::owned_descriptor& reads, common::owned_descriptor& writes)
@@ -78,6 +79,7 @@ void scripted_backend::pass(std::vector<pollfd>& descriptors)
     std::string bytes;
     const bool goes_on = common::read_available(commands.number, bytes);
     common::cut_lines(bytes, partial_command, command_lines);
+    if (!answers_floods && command_lines.size() > MOST_LINES_AT_REST) answers = false;
     for (; !command_lines.empty(); command_lines.pop_front()) {
         if (!command_lines.front().empty()) {
             decode_record_line(command, command_lines.front());
@@ -144,8 +146,6 @@ void scripted_backend::connect()
     report(shown);
 }
 
-void scripted_backend::disconnect()
-{
 // Of the other port, where there is no router.
 void scripted_backend::visit()
 {
@@ -155,6 +155,8 @@ void scripted_backend::visit()
     says("<NOTE>Connection to router closed");
 }
 
+void scripted_backend::disconnect()
+{
     up = false;
     router_tells("\"event\":\"gone\",\"client\":" + std::to_string(client));
     says("<NOTE>Connection to router closed");
@@ -212,6 +214,8 @@ void scripted_backend::handle(const ParentRecord& record)
             staged.clear();
         }
     } else if (record.command == "report") {
+        if (field("what") == "outputs" && loses_answers)
+            router_tells(R"("event":"fault","fault":"lose","client":1)");
         const bool known = field("what") == "inputs" || field("what") == "outputs";
         reply.command = known ? "" : "report";
         reply.error = known ? "" : "I do not recognize what you are asking for";
@@ -220,8 +224,8 @@ void scripted_backend::handle(const ParentRecord& record)
     } else {
         reply.error = "Unknown command " + record.command;
     }
-    if (!error_text.empty()) reply.error = error_text;
-    if (answers) sends(reply);
+    if (!wrong_error.empty()) reply.error = std::exchange(wrong_error, "");
+    if (answers && !std::exchange(skips_reply, false)) sends(reply);
 }
 
 } // namespace soak

@@ -23,8 +23,10 @@ struct scripted_backend {
     bool visits = false; // has come to the other port; the soak clears it
 
     // What the backend or the router leaves out, or does wrong.
-    bool answers = true;
-    std::string error_text;     // "": as it should be
+    bool skips_reply = false;   // the next one
+    std::string wrong_error;    // of the next reply, "": as it should be
+    bool answers_floods = true; // clear: answers nothing any more once many commands come at once
+    bool loses_answers = false; // of the router to each query of all outputs
     bool operators_take = true; // changes of others, all the time
     bool carries_out = true;    // flushed takes
     bool reports = true;        // changes, to the parent
@@ -66,12 +68,13 @@ struct scripted_backend {
     std::map<int, int> staged;
     std::vector<int> routes;
     bool up = false;
+    bool answers = true;
     int client = 0;
     us_time_t next_change = 0;
 
     void handle(const ParentRecord& record);
+    void visit();
     void report(const std::map<int, int>& changed);
 };
 
-    void visit();
 } // namespace soak
