@@ -140,3 +140,19 @@ TEST_F(ProofLedger, NamesWhatIsMissing)
     EXPECT_THAT(missing_proofs(proofs, 1), ElementsAre("no reconnection was seen"));
     EXPECT_THAT(missing_proofs(proofs, 2), IsEmpty());
 }
+
+TEST_F(ProofLedger, NamesNothingElse)
+{
+    const auto missing_without = [](std::uint64_t proof_ledger::*count) {
+        proof_ledger others;
+        others.queries = others.takes = others.floods = others.port_changes = 1;
+        others.*count = 0;
+        return missing_proofs(others, 2);
+    };
+    EXPECT_THAT(missing_without(&proof_ledger::queries),
+                ElementsAre("no query of all outputs was left undisturbed"));
+    EXPECT_THAT(missing_without(&proof_ledger::takes), ElementsAre("no take was proved"));
+    EXPECT_THAT(missing_without(&proof_ledger::floods), ElementsAre("no flood was answered"));
+    EXPECT_THAT(missing_without(&proof_ledger::port_changes),
+                ElementsAre("no change of the router's port was proved"));
+}

@@ -49,6 +49,7 @@ scripted_backend::scripted_backend() : routes(PORTS)
     EXPECT_TRUE(common::open_pipe(status_input, ender, error)) << error;
     link.child.process = fork(); // before there are pipes that it would keep open
     if (link.child.process == 0) {
+        ender.reset(); // or it would outlive a test that crashes
         char status = 0;
         _exit(read(status_input.number, &status, 1) == 1 ? status : 0);
     }
