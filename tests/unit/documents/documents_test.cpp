@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <fstream>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
 
@@ -293,4 +294,17 @@ TEST_F(Documents, DescribeEveryFaultOfTheSimulator)
     }
     EXPECT_EQ(documented_faults("## Faults of a reply"), of_replies);
     EXPECT_EQ(documented_faults("## Other faults"), others);
+}
+
+// docs/reliability.md names those that it leaves out.
+TEST_F(Documents, SoakKnowsEveryOtherFault)
+{
+    std::set<std::string> played = {"lock", "unlock", "refuse take", "allow take"};
+    std::ifstream file(PROJECT_DIRECTORY "/tools/soak/scenario.json");
+    for (const auto& step : nlohmann::json::parse(file).at("steps"))
+        played.insert(step.at("fault").get<std::string>());
+    std::set<std::string> known;
+    for (const router_simulator::fault_row& fault : router_simulator::all_faults())
+        known.insert(fault.name);
+    EXPECT_EQ(played, known);
 }
