@@ -39,9 +39,10 @@ class ending_play : public ProcessTest {
         EXPECT_TRUE(until([this] { return router.endings == (connected() ? 1 : 0); }));
     }
 
+    using ProcessTest::starved_for;
     // What is expected of a router that says nothing may have come before the end was brought
     // about, and a second connection with it.
-    bool is_starved() const
+    bool has_departed() const
     {
         return departs_by_deadline(problems(), {expected_problems()}) ||
                (router.connections > 1 && !problems().empty());
@@ -66,10 +67,11 @@ class ending_play : public ProcessTest {
     void TestBody() override
     {
     }
-    // As until, but a wait ends well once the play is starved and counts no more.
+    // As until, but a wait ends well once the play has run past a deadline: what follows tells
+    // nothing more.
     bool until(const std::function<bool()>& done)
     {
-        return ProcessTest::until([&] { return is_starved() || done(); });
+        return ProcessTest::until([&] { return has_departed() || done(); });
     }
 
     bool connected() const

@@ -22,7 +22,8 @@ class matrix_play : public ProcessTest {
     }
 
     void run();
-    bool is_starved() const
+    using ProcessTest::starved_for;
+    bool has_departed() const
     {
         return departs_by_deadline(problems(), accepted_diagnostics(cell));
     }
@@ -39,10 +40,11 @@ class matrix_play : public ProcessTest {
     void TestBody() override
     {
     }
-    // As until, but a wait ends well once the play is starved and counts no more.
+    // As until, but a wait ends well once the play has run past a deadline: what follows tells
+    // nothing more.
     bool until(const std::function<bool()>& done)
     {
-        return ProcessTest::until([&] { return is_starved() || done(); });
+        return ProcessTest::until([&] { return has_departed() || done(); });
     }
 
     void start_under_fault();

@@ -1,6 +1,6 @@
 #include "support/process_test.h"
 
-#include <chrono>
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <sys/ioctl.h>
@@ -8,6 +8,7 @@
 
 #include "support/patience.h"
 
+using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
 namespace {
@@ -71,11 +72,27 @@ void ProcessTest::start_on_simulator(parent_link::backend_link& link, const std:
     ASSERT_TRUE(start_backend(link, backend_program(), {"--file", config}, error)) << error;
 }
 
+namespace {
+// For how long the system has let the process wait for a core: "RUN WAITED TIMES".
+std::chrono::nanoseconds unserved_time(pid_t process)
+{
+    std::ifstream figures("/proc/" + std::to_string(process) + "/schedstat");
+    std::chrono::nanoseconds::rep run = 0;
+    std::chrono::nanoseconds::rep waited = 0;
+    figures >> run >> waited;
+    return std::chrono::nanoseconds(waited);
+}
+} // namespace
+
 bool ProcessTest::until(const std::function<bool()>& done)
 {
     const auto deadline = steady_clock::now() + PATIENCE;
-    while (!done()) {
-        if (steady_clock::now() > deadline) return false;
+    for (auto turn = steady_clock::now(); !done();) {
+        const auto last_turn = std::exchange(turn, steady_clock::now());
+        late += std::max<std::chrono::nanoseconds>(turn - last_turn - LOOK_AGAIN_MS * 1ms, 0ns);
+        backend_unserved = std::max(backend_unserved, unserved_time(backend.child.process));
+        simulator_unserved = std::max(simulator_unserved, unserved_time(simulator.child.process));
+        if (turn > deadline) return false;
         std::vector<pollfd> descriptors;
         add_poll_descriptors(backend, descriptors);
         add_poll_descriptors(second_backend, descriptors);
@@ -88,6 +105,12 @@ bool ProcessTest::until(const std::function<bool()>& done)
         serve_line_program(simulator);
     }
     return true;
+}
+
+std::chrono::milliseconds ProcessTest::starved_for() const
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(late + backend_unserved +
+                                                                 simulator_unserved);
 }
 
 namespace {

@@ -3,6 +3,7 @@
 // only when five minutes have passed.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
@@ -39,6 +40,10 @@ class ProcessTest : public testing::Test {
 
     // Serves everybody until done() holds. False when the time is over first.
     bool until(const std::function<bool()>& done);
+
+    // By how much the turns of the waits came late, and how long the backend and the simulator were
+    // ready to run and did not.
+    std::chrono::milliseconds starved_for() const;
 
     // The next record with this command, as text; those before it are dropped. "" when none comes.
     std::string hear(parent_link::backend_link& link, const std::string& command);
@@ -78,6 +83,9 @@ class ProcessTest : public testing::Test {
     std::string last_line() const;
 
   private:
+    std::chrono::nanoseconds late{};
+    std::chrono::nanoseconds backend_unserved{};
+    std::chrono::nanoseconds simulator_unserved{};
     std::size_t diagnostics_seen = 0;
     std::size_t simulator_lines_seen = 0;
 };
