@@ -301,7 +301,8 @@ TEST_F(Documents, SoakKnowsEveryOtherFault)
 {
     std::set<std::string> played = {"lock", "unlock", "refuse take", "allow take"};
     std::ifstream file(PROJECT_DIRECTORY "/tools/soak/scenario.json");
-    for (const auto& step : nlohmann::json::parse(file).at("steps"))
+    const auto scenario = nlohmann::json::parse(file);
+    for (const auto& step : scenario.at("steps"))
         played.insert(step.at("fault").get<std::string>());
     std::set<std::string> known;
     for (const router_simulator::fault_row& fault : router_simulator::all_faults())
