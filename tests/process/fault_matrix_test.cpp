@@ -50,6 +50,7 @@ class matrix_play : public ProcessTest {
     void start_under_fault();
     void await_fault();
     void expect_reply(const std::string& command, const std::string& id);
+    void end_refusal();
     void expect_return();
     void repeat_until_learnt();
     void ask_until_learnt(const std::map<std::string, std::string>& routes);
@@ -147,6 +148,17 @@ void matrix_play::expect_reply(const std::string& command, const std::string& id
         learn();
         return replied.contains(id);
     })) << id;
+}
+
+// When the backend has met it.
+void matrix_play::end_refusal()
+{
+    if (cell.end != ending::refused) return;
+    ASSERT_TRUE(until([this] {
+        return std::count(backend.diagnostics.begin(), backend.diagnostics.end(),
+                          "<ERR>Connection failed, Connection refused") > 0;
+    }));
+    tell_simulator("do lift");
 }
 
 // The names of the sources are told to the parent by discovery alone here.
@@ -273,11 +285,19 @@ Lines matrix_play::problems() const
     }));
 }
 
+namespace {
+bool prevents_takes(const matrix_cell& cell)
+{
+    return !cell.lift.name.empty() && cell.end != ending::refused;
+}
+} // namespace
+
 void matrix_play::run()
 {
     start_under_fault();
     await_fault();
     expect_reply("*COMMAND=dance", "during");
+    end_refusal();
     expect_return();
     if (cell.fault.name == "burst") {
         ASSERT_TRUE(simulator_tells(" end of burst"));
@@ -288,7 +308,7 @@ void matrix_play::run()
     // Without destinations discovery has asked for no routes.
     if (cell.struck == phase::discovery && !is_lost(cell.end))
         expect_reply("*COMMAND=report\nwhat=outputs", "after");
-    if (!cell.lift.name.empty()) expect_prevented_take();
+    if (prevents_takes(cell)) expect_prevented_take();
     expect_take(is_lost(cell.end) && !is_refused_at_first(cell) ? 2 : 1);
     expect_true_routes();
     expect_whole_status_cycle();

@@ -124,7 +124,8 @@ const std::vector<matrix_row>& connection_rows()
         {"Close", {"close"}, everywhere(closed)},
         {"Reset", {"reset"}, everywhere(reset)},
         {"ResetInsideFrame", {"reset", R"("inside": true)"}, everywhere(reset)},
-        {"Refuse", {"refuse", R"("for": 8)"}, everywhere(refused)},
+        // A second time begins anew, and ends at once.
+        {"Refuse", {"refuse", R"("for": 3600)"}, everywhere(refused), {"refuse", R"("for": 0)"}},
         {"Burst", {"burst", R"("messages": 100, "rate": 2000)"}, everywhere(stays)},
         {"Take", {"take", R"("destination": 3, "source": 1)"}, everywhere(stays)},
         {"Rename", {"rename", R"("source": 2, "to": "NEWCOMER")"}, everywhere(stays)},

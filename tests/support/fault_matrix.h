@@ -33,7 +33,7 @@ struct matrix_cell {
     ending end;
     std::string name;
     matrix_fault fault;
-    matrix_fault lift; // of a fault that prevents takes: what ends that; else without a name
+    matrix_fault lift; // of a fault that stays until it is lifted; else without a name
 };
 
 std::vector<matrix_cell> all_cells();
