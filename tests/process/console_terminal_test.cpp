@@ -1,13 +1,13 @@
 // The console on a terminal: what a person types and sees.
-#include <chrono>
 #include <csignal>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <termios.h>
 
 #include "support/console_process.h"
-#include "support/patience.h"
 
 using testing::AllOf;
 using testing::EndsWith;
@@ -70,25 +70,12 @@ bool same(const termios& left, const termios& right)
            left.c_cflag == right.c_cflag && left.c_lflag == right.c_lflag;
 }
 
+// With a backend that says nothing by itself.
 class ConsoleTerminal : public OnTerminal {
   protected:
     void SetUp() override
     {
-        start_simulator({"--source-base", "1", "--destination-base", "1"});
-        start_on_terminal({"--file", simulator_config()});
-    }
-
-    // A route of the router's own is shown once it is known what was there before.
-    void wait_for_routes()
-    {
-        const auto deadline = std::chrono::steady_clock::now() + PATIENCE;
-        while (output.find("MON A") == std::string::npos) {
-            ASSERT_LT(std::chrono::steady_clock::now(), deadline) << output;
-            type("outputs\r");
-            wait_for("router> ");
-        }
-        type("take 0 1\r");
-        wait_for("0 MON A now shows 1 CAM 2: confirmed");
+        start_on_terminal({"--file", "any", "--backend", script_backend("exec cat\n")});
     }
 };
 } // namespace
@@ -165,20 +152,6 @@ TEST_F(ConsoleTerminal, InterruptOnAnEmptyLineTellsHowToLeave)
     EXPECT_EQ(status(), 0);
 }
 
-TEST_F(ConsoleTerminal, ReportsAppearAboveTheLineThatIsTyped)
-{
-    wait_for_routes();
-    type("hel");
-    wait_for("hel");
-    write_all(simulator.input.number, "take 1 6\n");
-    wait_for("\r\033[J0 MON A now shows 5 CAM 6");
-    wait_for("router> hel");
-    type("p\r");
-    wait_for("route an input to an output now");
-    type("quit\r");
-    EXPECT_EQ(status(), 0);
-}
-
 TEST_F(ConsoleTerminal, KeysMayBeOfSeveralBytesOrNoCharacter)
 {
     type("f\xC3\xB6\xE3\x83\x86\xFF!\r");
@@ -204,6 +177,22 @@ TEST_F(ConsoleTerminal, ListsWhatAWordMayBecome)
     type("in\t");
     wait_for("\r\033[Jinputs  info\r\nrouter> in");
     type("f\t\r");
+    wait_for("Model");
+    type("quit\r");
+    EXPECT_EQ(status(), 0);
+}
+
+TEST_F(OnTerminal, WhatTheBackendSaysAppearsAboveTheLine)
+{
+    const std::string order = (directory.path / "order").string();
+    ASSERT_EQ(mkfifo(order.c_str(), S_IRWXU), 0);
+    start_on_terminal(
+        {"--file", "any", "--backend",
+         script_backend("read go <" + order + "; echo '<ERR>out of luck' >&2; exec cat\n")});
+    begin_line();
+    std::ofstream(order) << "go\n";
+    wait_for("\r\033[J<ERR>out of luck\r\nrouter> in");
+    type("fo\r");
     wait_for("Model");
     type("quit\r");
     EXPECT_EQ(status(), 0);
