@@ -126,7 +126,7 @@ TEST_F(SimulatorProgram, ScenarioIsPlayed)
     EXPECT_TRUE(logs("<NOTE>Connection to router closed"));
 }
 
-TEST_F(SimulatorProgram, FaultyScenarioIsReported)
+TEST_F(SimulatorProgram, WrongScenarioIsReported)
 {
     const std::string file = directory.file("scenario.json", "{\"steps\":\n[{\"at\": 1}]}");
     EXPECT_EQ(refusal_of({"--port", "0", "--scenario", file}), file + ":2: \"fault\" is missing\n");
