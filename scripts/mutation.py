@@ -1,24 +1,6 @@
-#!/usr/bin/env python3
-"""Usage: scripts/mutate [--count N] [--seed N] [--jobs N] [PATH...]
+"""What scripts/mutate runs: mutation.py COUNT SEED JOBS SOURCE...
 
-Shows what the tests would not notice: makes one small change at a time in a source
-file of src/ or tools/, and runs the tests of every program that holds the file, all
-in build/mutate. Prints each change that they let pass, as FILE:LINE: old -> new, and
-a table at the end.
-
-  PATH        a source file, or a folder: all that are in it; src and tools
-  --count N   only N changes, chosen at random
-  --seed N    of that choice; 1
-  --jobs N    how many are tried at a time; one for each processor
-  -h, --help  print this text
-
-The changes: another comparison, arithmetic or logic, a constant one up or down,
-true for false, a condition negated, a call left out, the branches of ?: swapped. One
-that does not compile is not counted. One that ends in an endless loop or fills the
-memory counts as noticed.
-
-Exit status: 0 when the tests noticed every change; 1 when they let one pass or the
-arguments are wrong; 130 when it was interrupted.
+The sources are paths from the project's root; a count of 0 stands for all changes.
 """
 
 import concurrent.futures
@@ -36,8 +18,7 @@ import time
 from collections import Counter
 from pathlib import Path
 
-sys.dont_write_bytecode = True
-from mutants import mutants_of  # noqa: E402
+from mutants import mutants_of
 
 PROJECT = Path(__file__).resolve().parent.parent
 BUILD = PROJECT / "build" / "release"
@@ -59,55 +40,13 @@ PROGRAMS = ["unit_tests", "clock_test", "process_tests", "routing_switcher_backe
             "router_console", "router_simulator", "router_soak"]
 
 
-def complain(problem):
-    sys.exit(f"{sys.argv[0]}: {problem}\nRun with --help for more information.")
-
-
-class Options:
-    def __init__(self, words):
-        self.paths, self.count, self.seed, self.jobs = [], None, 1, os.cpu_count()
-        while words:
-            word = words.pop(0)
-            if word in ("-h", "--help"):
-                print(__doc__, end="")
-                sys.exit()
-            elif word.split("=")[0] in ("--count", "--seed", "--jobs"):
-                option, *value = word.split("=", 1)
-                number = (value or words[:1] or [""])[0]
-                if not re.fullmatch("[1-9][0-9]{0,8}", number):
-                    complain(f"{option} needs a number from 1")
-                setattr(self, option[2:], int(number))
-                words = words if value else words[1:]
-            elif word.startswith("-"):
-                complain(f"unknown option {word}")
-            else:
-                self.paths.append(word)
-
-
-def sources_at(path):
-    """The sources there, as paths from the project's root."""
-    place = Path(path).resolve()
-    found = sorted(place.rglob("*.cpp")) if place.is_dir() else [place]
-    if not found or not all(source.is_file() and source.suffix == ".cpp" and
-                            PROJECT in source.parents for source in found):
-        complain(f"no source file of the project at {path}")
-    return [str(source.relative_to(PROJECT)) for source in found]
-
-
-def chosen_mutants(options):
-    paths = options.paths or [str(PROJECT / "src"), str(PROJECT / "tools")]
-    sources = [source for path in paths for source in sources_at(path)]
+def chosen_mutants(sources, count, seed):
     mutants = [mutant for source in sources
                for mutant in mutants_of(source, (PROJECT / source).read_text())]
-    if options.count is not None and options.count < len(mutants):
-        chosen = random.Random(options.seed).sample(range(len(mutants)), options.count)
+    if 0 < count < len(mutants):
+        chosen = random.Random(seed).sample(range(len(mutants)), count)
         mutants = [mutants[i] for i in sorted(chosen)]
     return mutants
-
-
-def install_packages():
-    subprocess.run(["bash", "-c", ". scripts/packages.sh; install_build_packages; "
-                    "install_test_packages; install_mutation_packages"], cwd=PROJECT, check=True)
 
 
 def build_unmutated():
@@ -303,10 +242,9 @@ def try_all(mutants, programs, benches, limits):
 
 
 def main():
-    options = Options(sys.argv[1:])
-    mutants = chosen_mutants(options)
+    count, seed, jobs = map(int, sys.argv[1:4])
+    mutants = chosen_mutants(sys.argv[4:], count, seed)
     os.nice(10)
-    install_packages()
     build_unmutated()
     commands = compile_commands()
     links = {program: link_command(program) for program in PROGRAMS}
@@ -317,7 +255,7 @@ def main():
     for source in programs:
         if not programs[source]:
             sys.exit(f"No program under test holds {source}")
-    benches = [Bench(BENCHES / str(number), commands, links) for number in range(options.jobs)]
+    benches = [Bench(BENCHES / str(number), commands, links) for number in range(jobs)]
     runs = {run for source in programs for run in test_runs(source, programs[source])}
     figures = try_all(mutants, programs, benches, time_limits(benches[0], runs))
     print_table(figures)
