@@ -1,5 +1,6 @@
 // The simulated router as a program: its first line, its commands and the ways in which it ends.
 #include <csignal>
+#include <ctime>
 #include <gmock/gmock.h>
 
 #include "support/process_test.h"
@@ -73,6 +74,26 @@ TEST_F(SimulatorProgram, EndOfInputRunsTheLastLineAndDoesNotEndIt)
     EXPECT_TRUE(simulator_prints("1 MON A <- 1 CAM 1"));
     start_on_simulator(backend);
     EXPECT_NE(hear_line("model=Simulated router"), "");
+}
+
+TEST_F(SimulatorProgram, RestsAndHeedsSignalsAfterTheEndOfInput)
+{
+    start_simulator({"--sources", "2", "--destinations", "1"});
+    write_all(simulator.input.number, "routes");
+    simulator.input.reset();
+    EXPECT_TRUE(simulator_prints("1 MON A <- 1 CAM 1"));
+    clockid_t clock{};
+    ASSERT_EQ(clock_getcpuclockid(simulator.child.process, &clock), 0);
+    timespec before{};
+    EXPECT_TRUE(until([&] {
+        timespec now{};
+        clock_gettime(clock, &now);
+        const bool rests = now.tv_sec == before.tv_sec && now.tv_nsec == before.tv_nsec;
+        before = now;
+        return rests;
+    }));
+    kill(simulator.child.process, SIGTERM);
+    EXPECT_EQ(status_of_simulator(), 0);
 }
 
 TEST_F(SimulatorProgram, QuitEndsItWithStatusZero)

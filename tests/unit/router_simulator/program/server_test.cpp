@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <netinet/tcp.h>
 #include <rapidcheck/gtest.h>
 
 #include "router_simulator/program/server.h"
@@ -55,6 +56,34 @@ TEST_F(SimulatorServer, SaysWhyItCannotListen)
     EXPECT_EQ(error, "Cannot listen on " + address + ": Address already in use");
 }
 
+TEST_F(SimulatorServer, ListensOnOneDescriptor)
+{
+    const auto lowest_free = [] {
+        const int descriptor = dup(STDIN_FILENO);
+        close(descriptor);
+        return descriptor;
+    };
+    const int before = lowest_free();
+    listen_anywhere();
+    EXPECT_EQ(lowest_free(), before) << "its own lies above";
+    stop_server(simulated);
+    EXPECT_EQ(lowest_free(), before);
+}
+
+TEST_F(SimulatorServer, HasLittleRoomForUnreadBytesOnRequest)
+{
+    const auto option = [this](int level, int name) {
+        int value = 0;
+        socklen_t size = sizeof value;
+        getsockopt(server.listener, level, name, &value, &size);
+        return value;
+    };
+    server.receive_buffer = 1;
+    listen_anywhere();
+    EXPECT_LT(option(SOL_SOCKET, SO_RCVBUF), 10'000) << "the least there is";
+    EXPECT_EQ(option(IPPROTO_TCP, TCP_MAXSEG), 88);
+}
+
 TEST_F(SimulatorServer, SaysWhoComesAndGoes)
 {
     const int end = connect_client();
@@ -63,6 +92,20 @@ TEST_F(SimulatorServer, SaysWhoComesAndGoes)
     EXPECT_THAT(printed,
                 ElementsAre("client 1 connected from test", "client 1 closed its connection"));
     EXPECT_TRUE(server.router.clients.empty());
+}
+
+TEST_F(SimulatorServer, SaysWhoIsLost)
+{
+    listen_anywhere();
+    const int end = connect_over_tcp();
+    serve(simulated, 10'000);
+    const linger at_once = {.l_onoff = 1, .l_linger = 0};
+    setsockopt(end, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
+    close(end);
+    ends.pop_back();
+    serve(simulated, 10'000);
+    EXPECT_EQ(printed.back(), "client 1 lost: Connection reset by peer");
+    EXPECT_TRUE(server.clients.empty());
 }
 
 TEST_F(SimulatorServer, AnswersARequestThatComesByteByByte)

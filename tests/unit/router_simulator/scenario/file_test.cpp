@@ -145,6 +145,29 @@ TEST_F(ScenarioFile, ReadsPortsAndNames)
     EXPECT_EQ(refusal.code, "0a");
 }
 
+TEST_F(ScenarioFile, AcceptsTheLimitsOfEveryNumber)
+{
+    EXPECT_EQ(step(R"("connection": 1000000, "fault": "close")").connection, 1'000'000);
+    EXPECT_EQ(step(R"("at": 31536000, "fault": "close")").at_us, 31'536'000'000'000U);
+    EXPECT_EQ(step(R"("every": [2, 2], "fault": "close")").every_us.most, 2'000'000U);
+    EXPECT_EQ(step(R"("at": 0, "after": 1000000, "fault": "close")").after, 1'000'000U);
+    EXPECT_EQ(step(R"("at": 0, "times": 1000000, "fault": "close")").times, 1'000'000U);
+    EXPECT_EQ(step(R"("at": 0, "chance": 1, "fault": "close")").chance, 1);
+    EXPECT_EQ(step(R"("request": "", "fault": "delay", "ms": [3600000, 3600000])").delay_us.least,
+              3'600'000'000U);
+    const scenario_step cut =
+        step(R"("request": "", "fault": "cut", "at": [1000000], "ms": 3600000)");
+    EXPECT_EQ(cut.cuts, std::vector<std::size_t>{1'000'000});
+    EXPECT_EQ(cut.pause_us, 3'600'000'000U);
+    EXPECT_EQ(step(R"("at": 0, "fault": "garbage", "bytes": 1)").bytes, 1U);
+    EXPECT_EQ(step(R"("at": 0, "fault": "garbage", "bytes": 1000000)").bytes, 1'000'000U);
+    const scenario_step burst =
+        step(R"("at": 0, "fault": "burst", "messages": 1000000, "rate": 100000)");
+    EXPECT_EQ(burst.messages, 1'000'000U);
+    EXPECT_EQ(burst.interval_us, 10U);
+    EXPECT_EQ(step(R"("at": 0, "fault": "silence", "for": 0)").for_us, 0U);
+}
+
 TEST_F(ScenarioFile, TellsTheLineOfASyntaxError)
 {
     EXPECT_EQ(read("{\"steps\":\n[{},\n]}"),
@@ -166,6 +189,8 @@ TEST_F(ScenarioFile, TellsWhatIsWrongWithTheWhole)
     EXPECT_EQ(read("{\"steps\": [],\n\"seed\": -1}"),
               "FILE:2: \"seed\" is not a whole number from 0 to 18446744073709551615");
     EXPECT_EQ(read("{\"seed\": 1,\n\"seed\": 1, \"steps\": []}"),
+              "FILE:2: \"seed\" stands here twice");
+    EXPECT_EQ(read("{\"seed\": 1,\n\"seed\": 1,\n\"seed\": 1,\n]}"),
               "FILE:2: \"seed\" stands here twice");
 }
 
@@ -204,6 +229,18 @@ INSTANTIATE_TEST_SUITE_P(
                    "2: \"at\" is not a number of seconds, 0 to a year"},
         wrong_step{"EveryReversed", R"("every": [3, 2], "fault": "close")",
                    "2: \"every\" is not [LEAST, MOST] in seconds, 0.001 to a year"},
+        wrong_step{"EveryNoRange", R"("every": 2, "fault": "close")",
+                   "2: \"every\" is not [LEAST, MOST] in seconds, 0.001 to a year"},
+        wrong_step{"EveryOfThree", R"("every": [1, 2, 3], "fault": "close")",
+                   "2: \"every\" is not [LEAST, MOST] in seconds, 0.001 to a year"},
+        wrong_step{"EveryLeastNoNumber", R"("every": [null, 2], "fault": "close")",
+                   "2: \"every\" is not [LEAST, MOST] in seconds, 0.001 to a year"},
+        wrong_step{"EveryMostNoNumber", R"("every": [1, "2"], "fault": "close")",
+                   "2: \"every\" is not [LEAST, MOST] in seconds, 0.001 to a year"},
+        wrong_step{"EveryAboveLimit", R"("every": [1, 31536001], "fault": "close")",
+                   "2: \"every\" is not [LEAST, MOST] in seconds, 0.001 to a year"},
+        wrong_step{"EveryBelowLimit", R"("every": [0.0009, 2], "fault": "close")",
+                   "2: \"every\" is not [LEAST, MOST] in seconds, 0.001 to a year"},
         wrong_step{"EveryTooOften", R"("every": [0, 2], "fault": "close")",
                    "2: \"every\" is not [LEAST, MOST] in seconds, 0.001 to a year"},
         wrong_step{"Connection", R"("connection": 1.5, "fault": "close")",
@@ -211,6 +248,10 @@ INSTANTIATE_TEST_SUITE_P(
         wrong_step{"Request", R"("request": 1, "fault": "close")", "2: \"request\" is not a text"},
         wrong_step{"Name", R"("name": "", "fault": "close")",
                    "2: \"name\" is not a text with something in it"},
+        wrong_step{"ConnectionAboveLimit", R"("connection": 1000001, "fault": "close")",
+                   "2: \"connection\" is not a whole number from 0 to 1000000"},
+        wrong_step{"AfterAboveLimit", R"("at": 1, "after": 1000001, "fault": "close")",
+                   "2: \"after\" is not a whole number from 0 to 1000000"},
         wrong_step{"After", R"("at": 1, "after": -1, "fault": "close")",
                    "2: \"after\" is not a whole number from 0 to 1000000"},
         wrong_step{"Times", R"("at": 1, "times": 1000001, "fault": "close")",
@@ -224,11 +265,25 @@ INSTANTIATE_TEST_SUITE_P(
                    "3: \"ms\" is not [LEAST, MOST] in whole milliseconds, 0 to 3600000"},
         wrong_step{"MsNoRange", R"("request": "", "fault": "late", "ms": 5)",
                    "2: \"ms\" is not [LEAST, MOST] in whole milliseconds, 0 to 3600000"},
+        wrong_step{"MsOfThree", R"("request": "", "fault": "late", "ms": [1, 2, 3])",
+                   "2: \"ms\" is not [LEAST, MOST] in whole milliseconds, 0 to 3600000"},
+        wrong_step{"MsLeastNoNumber", R"("request": "", "fault": "late", "ms": [null, 2])",
+                   "2: \"ms\" is not [LEAST, MOST] in whole milliseconds, 0 to 3600000"},
+        wrong_step{"MsMostNoNumber", R"("request": "", "fault": "late", "ms": [1, "2"])",
+                   "2: \"ms\" is not [LEAST, MOST] in whole milliseconds, 0 to 3600000"},
+        wrong_step{"MsAboveLimit", R"("request": "", "fault": "late", "ms": [1, 3600001])",
+                   "2: \"ms\" is not [LEAST, MOST] in whole milliseconds, 0 to 3600000"},
+        wrong_step{"PauseAboveLimit", R"("request": "", "fault": "cut", "at": [1], "ms": 3600001)",
+                   "2: \"ms\" is not a whole number from 0 to 3600000"},
         wrong_step{"PauseNoNumber", R"("request": "", "fault": "cut", "at": [1], "ms": [1, 2])",
                    "2: \"ms\" is not a whole number from 0 to 3600000"},
         wrong_step{"CutAtNothing", R"("request": "", "fault": "cut", "at": [], "ms": 1)",
                    "2: \"at\" is not a list of whole numbers from 1 to 1000000"},
         wrong_step{"CutAtZero", R"("request": "", "fault": "cut", "at": [0], "ms": 1)",
+                   "2: \"at\" is not a list of whole numbers from 1 to 1000000"},
+        wrong_step{"CutAboveLimit", R"("request": "", "fault": "cut", "at": [1, 1000001], "ms": 1)",
+                   "2: \"at\" is not a list of whole numbers from 1 to 1000000"},
+        wrong_step{"CutNoList", R"("request": "", "fault": "cut", "at": 1, "ms": 1)",
                    "2: \"at\" is not a list of whole numbers from 1 to 1000000"},
         wrong_step{"CodeTooLong", R"("request": "", "fault": "error", "code": "012")",
                    "2: \"code\" is not two hexadecimal digits"},
@@ -239,6 +294,9 @@ INSTANTIATE_TEST_SUITE_P(
         wrong_step{"NoGarbage", R"("at": 1, "fault": "garbage", "bytes": 0)",
                    "2: \"bytes\" is not a whole number from 1 to 1000000"},
         wrong_step{"Messages", R"("at": 1, "fault": "burst", "messages": 0, "rate": 1)",
+                   "2: \"messages\" is not a whole number from 1 to 1000000"},
+        wrong_step{"MessagesAboveLimit",
+                   R"("at": 1, "fault": "burst", "messages": 1000001, "rate": 1)",
                    "2: \"messages\" is not a whole number from 1 to 1000000"},
         wrong_step{"Rate", R"("at": 1, "fault": "burst", "messages": 1, "rate": 0)",
                    "2: \"rate\" is not a whole number from 1 to 100000"},

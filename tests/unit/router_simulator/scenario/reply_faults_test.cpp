@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <set>
 
 #include "unit/router_simulator/scenario/scenario_simulator.h"
 
@@ -6,6 +7,7 @@ using namespace router_simulator;
 using testing::AnyOf;
 using testing::Contains;
 using testing::EndsWith;
+using testing::UnorderedElementsAre;
 
 namespace {
 class ReplyFaults : public ScenarioSimulator {
@@ -218,6 +220,20 @@ TEST_F(ReplyFaults, ContradictedStatusShowsAnotherSource)
                             heard.substr(heard.size() - 4, 1) + "\n");
     says(end, frame("N0QD"));
     EXPECT_EQ(hears(end), frame("N0DQ\tMON B\t1\t0001")) << "the truth can be found out";
+}
+
+TEST_F(ReplyFaults, EverySourceButTheRoutedOneContradicts)
+{
+    begin(R"({"request": "QI", "fault": "contradict"})");
+    const int end = connect_client();
+    std::set<std::string> shown;
+    for (int i = 0; i < 100; ++i) {
+        says(end, ask_route);
+        shown.insert(hears(end));
+    }
+    EXPECT_THAT(shown, UnorderedElementsAre(frame("N0IQ\t0001\t0\tN\tN\t0000"),
+                                            frame("N0IQ\t0001\t0\tN\tN\t0002"),
+                                            frame("N0IQ\t0001\t0\tN\tN\t0003")));
 }
 
 TEST_F(ReplyFaults, ContradictedTakeIsFollowedByAnotherSource)
