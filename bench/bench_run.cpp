@@ -47,6 +47,7 @@ json figure_json(const figure& written)
     put(object, "ratio_low", written.ratio_low);
     put(object, "ratio_high", written.ratio_high);
     put(object, "aim", written.aim);
+    if (written.aim) object["met"] = meets_aim(written);
     return object;
 }
 } // namespace

@@ -42,7 +42,8 @@ const char* const SMALL_RUN_JSON = R"({
       "ratio": 1.125,
       "ratio_low": 1.0,
       "ratio_high": 1.25,
-      "aim": 0.85
+      "aim": 0.85,
+      "met": true
     },
     {
       "workload": "idle",

@@ -33,10 +33,8 @@ class Chart(unittest.TestCase):
         self.assertEqual(bars, [f"0 0.5 {NO_AIM}", f"1 1 {NO_AIM}"])
 
     def test_colour_tells_whether_the_aim_is_met(self):
-        judged = [figure(1, aim=1), figure(1, aim=0.9), figure(1, aim=1, better="more"),
-                  figure(1, aim=1.1, better="more")]
-        bars = block(commands(judged), "bars")
-        self.assertEqual([int(bar.split()[2]) for bar in bars], [MET, MISSED, MET, MISSED])
+        bars = block(commands([figure(1, aim=1, met=True), figure(1, aim=1, met=False)]), "bars")
+        self.assertEqual([int(bar.split()[2]) for bar in bars], [MET, MISSED])
 
     def test_figure_without_a_ratio_has_no_row(self):
         without = figure(1)
@@ -44,14 +42,15 @@ class Chart(unittest.TestCase):
         self.assertEqual(block(commands([without, figure(2)]), "bars"), [f"0 2 {NO_AIM}"])
 
     def test_whiskers_and_ticks_stand_in_their_rows(self):
-        text = commands([figure(1), figure(1, ratio_low=0.8, ratio_high=1.2), figure(1, aim=1.3)])
+        text = commands([figure(1), figure(1, ratio_low=0.8, ratio_high=1.2),
+                         figure(1, aim=1.3, met=True)])
         self.assertEqual(block(text, "spreads"), ["1 0.8 1.2"])
         self.assertEqual(block(text, "aims"), ["2 1.3"])
 
     def test_scale_holds_spreads_and_aims_in_halves(self):
         self.assertIn("set xrange [0:1.5]\n", commands([figure(1)]))
         self.assertIn("set xrange [0:2.5]\n", commands([figure(1, ratio_low=1, ratio_high=2.1)]))
-        self.assertIn("set xrange [0:3.0]\n", commands([figure(1, aim=2.6)]))
+        self.assertIn("set xrange [0:3.0]\n", commands([figure(1, aim=2.6, met=True)]))
 
     def test_large_ratio_is_a_broken_bar_that_squashes_no_other(self):
         text = commands([figure(40, ratio_low=39, ratio_high=41), figure(1)])
@@ -60,7 +59,8 @@ class Chart(unittest.TestCase):
         self.assertEqual(block(text, "spreads"), ["NaN NaN NaN"])
 
     def test_is_drawn_with_its_labels(self):
-        text = commands([figure(1.3, ratio_low=1.2, ratio_high=1.4, aim=1.25), figure(40)])
+        text = commands([figure(1.3, ratio_low=1.2, ratio_high=1.4, aim=1.25, met=False),
+                         figure(40)])
         drawn = subprocess.run(["gnuplot"], input=text, check=True, capture_output=True, text=True)
         self.assertEqual(drawn.stderr, "")
         for label in "take p50", "1.30 (1.20-1.40), aim ≤ 1.25", "40.00", "//":
@@ -69,7 +69,6 @@ class Chart(unittest.TestCase):
     def test_nothing_to_draw_is_an_error(self):
         with self.assertRaises(subprocess.CalledProcessError):
             commands([])
-
 
 
 if __name__ == "__main__":
