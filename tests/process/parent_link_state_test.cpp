@@ -122,6 +122,16 @@ TEST_F(ParentLinkState, WaitsForNothingMoreWhereAStreamHasEnded)
     EXPECT_THAT(waits_for(), ElementsAre(FieldsAre(link.process_fd.number, POLLIN, 0)));
 }
 
+TEST_F(ParentLinkState, BackendHasEndedAlsoWhenAnotherKeepsItsPipes)
+{
+    start_shell("sleep 600 & echo a=1; echo; exit 3");
+    const pid_t group = link.child.process;
+    ASSERT_TRUE(until_ended());
+    EXPECT_EQ(link.exit_status, 3);
+    EXPECT_EQ(link.records.size(), 1U);
+    kill(-group, SIGKILL);
+}
+
 TEST_F(ParentLinkState, WaitsToWriteWhileSomethingIsUnsent)
 {
     start_shell("exec sleep 600"); // ends by itself at last, should the test be killed
