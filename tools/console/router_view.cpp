@@ -72,8 +72,7 @@ std::optional<int> to_position(std::string_view digits)
 // The position in a name such as "o12.input.all", between the letter and the suffix.
 std::optional<int> position_of(std::string_view name, char letter, std::string_view suffix)
 {
-    if (!name.starts_with(letter) || !name.ends_with(suffix) || name.size() < 1 + suffix.size())
-        return std::nullopt;
+    if (!name.starts_with(letter) || !name.ends_with(suffix)) return std::nullopt;
     return to_position(name.substr(1, name.size() - 1 - suffix.size()));
 }
 

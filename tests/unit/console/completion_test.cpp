@@ -84,4 +84,6 @@ TEST_F(ConsoleCompletion, NeverCutsCharacterInTwo)
 {
     view.input_names = {"K\xC3\xB6ln", "K\xC3\xA4", "x"};
     EXPECT_EQ(completed("take Mon k"), "take Mon K");
+    view.input_names = {"K\xC3\xA5", "K\xC3\xB8", "x"};
+    EXPECT_EQ(completed("take Mon k"), "take Mon K");
 }

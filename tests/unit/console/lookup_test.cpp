@@ -62,7 +62,10 @@ TEST_F(ConsoleLookup, AmbiguousBeginningNamesCandidates)
 
 TEST_F(ConsoleLookup, LongListOfCandidatesIsCutShort)
 {
-    names = {"A1", "A2", "A3", "A4", "A5", "A6", "A7", "A8"};
+    names = {"A1", "A2", "A3", "A4", "A5", "A6"};
+    EXPECT_EQ(find("a"), -1);
+    EXPECT_EQ(complaint, "\"a\" may be 0 A1, 1 A2, 2 A3, 3 A4, 4 A5, 5 A6.");
+    names.insert(names.end(), {"A7", "A8"});
     EXPECT_EQ(find("a"), -1);
     EXPECT_EQ(complaint, "\"a\" may be 0 A1, 1 A2, 2 A3, 3 A4, 4 A5, 5 A6 and 2 more.");
 }
@@ -87,6 +90,14 @@ TEST_F(ConsoleLookup, NamesBeyondCountAreNotFound)
 {
     EXPECT_EQ(find_position(names, 3, "input", {"VTR 1", true, 0}, complaint), -1);
     EXPECT_EQ(find_position(names, 2, "input", {"cam 2", true, 0}, complaint), -1);
+}
+
+TEST_F(ConsoleLookup, OneMayBeAllThereIs)
+{
+    EXPECT_EQ(find_position(names, 1, "input", {"1", false, 0}, complaint), -1);
+    EXPECT_EQ(complaint, "There is no input 1: they are numbered 0 to 0.");
+    EXPECT_EQ(find_position(names, 1, "input", {"zebra", false, 0}, complaint), -1);
+    EXPECT_EQ(complaint, "There is no input \"zebra\"; \"inputs\" lists them.");
 }
 
 TEST_F(ConsoleLookup, NothingIsFoundBeforeAnythingIsKnown)

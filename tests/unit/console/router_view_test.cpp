@@ -8,6 +8,7 @@
 using namespace console;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 class RouterView : public testing::Test {
   protected:
@@ -69,6 +70,31 @@ TEST_F(RouterView, IsFullyReportedWithNamesAndRoutes)
     EXPECT_TRUE(fully_reported(view));
     view.inputs_named = false;
     EXPECT_FALSE(fully_reported(view));
+    view.inputs_named = true;
+    diagnose(view, "<WARN>Connection timeout");
+    EXPECT_FALSE(fully_reported(view));
+}
+
+TEST_F(RouterView, OutputsAreNamedByARecordOfNamesOrAnEmptyOne)
+{
+    view.outputs_named = false;
+    route("0", "0");
+    EXPECT_FALSE(view.outputs_named);
+    apply_record(view, backend_report("outputs", {}));
+    EXPECT_TRUE(view.outputs_named);
+}
+
+TEST_F(RouterView, PositionsAreAlignedAsNumbers)
+{
+    view.inputs = 11;
+    EXPECT_THAT(inputs_text(view), StartsWith(" #  input\n 0  CAM 1\n"));
+    view.outputs = 11;
+    view.routes.resize(11);
+    route("0", "10");
+    route("1", "0");
+    EXPECT_THAT(routes_text(view), StartsWith(" #  output   #  input  state\n"
+                                              " 0  MON A   10\n"
+                                              " 1  MON B    0  CAM 1\n"));
 }
 
 TEST_F(RouterView, ShowsRequestAsPendingUntilReported)
@@ -111,6 +137,7 @@ TEST_F(RouterView, RequestIsUnconfirmedAfterThreeSeconds)
     EXPECT_EQ(time_to_expiry(view, now), 3'000'000U);
     EXPECT_THAT(expire_requests(view, now + 2'999'999), IsEmpty());
     EXPECT_EQ(time_to_expiry(view, now + 2'999'999), 1U);
+    EXPECT_EQ(time_to_expiry(view, now + 3'000'001), 0U);
     EXPECT_THAT(expire_requests(view, now + 3'000'000),
                 ElementsAre("1 MON B: 2 was not confirmed within 3 s"));
     EXPECT_FALSE(any_pending(view));
@@ -165,6 +192,15 @@ TEST_F(RouterView, StagedRouteIsShownUntilDiscarded)
     note_discarded(view);
     EXPECT_EQ(view.routes[1].request, request_state::none);
     EXPECT_THAT(view.staged, IsEmpty());
+}
+
+TEST_F(RouterView, StagedRouteStandsBehindThePendingOne)
+{
+    ask(0, 0);
+    note_staged(view, 0, 2);
+    EXPECT_EQ(routes_text(view), "#  output  #  input     state\n"
+                                 "0  MON A   1  CAM 2     pending: 0 CAM 1, staged: 2\n"
+                                 "1  MON B      no input\n");
 }
 
 TEST_F(RouterView, TellsErrorOfReply)
