@@ -48,8 +48,11 @@ void answer(simulator& simulated, int number, const router_message& request,
     reply.shaped = plain_reply(reply.messages);
     for (const std::size_t index : steps) {
         const scenario_step& step = simulated.plan->steps[index];
-        reply.event = {
-            .kind = "fault", .fault = step.fault->name, .client = number, .request = text};
+        reply.event = {.kind = "fault",
+                       .fault = step.fault->name,
+                       .only_delays = step.fault->only_delays,
+                       .client = number,
+                       .request = text};
         step.fault->change_reply(reply, step, simulated.plan->states[index].random);
         const std::string repeated = std::exchange(reply.shaped.repeated, {});
         reply.event.lasting = !repeated.empty();

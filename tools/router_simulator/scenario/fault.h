@@ -41,6 +41,7 @@ struct fault_row {
     stopped_actions stops{};   // while it lasts
     bool joins_others = false; // of a reply: is done beside another fault of the same reply
     bool prevents = false;     // of a reply: the request is not carried out
+    bool only_delays = false;  // of a reply: all of it comes, and in its order
     bool of_routes = false;    // of a reply: to QI and TI alone, which show a source
     // What it does. Exactly one is given: to a reply, to a client, or once.
     void (*change_reply)(faulty_reply&, const scenario_step&, std::mt19937_64&) = nullptr;

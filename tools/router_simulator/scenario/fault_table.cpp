@@ -12,7 +12,11 @@ using enum fault_key;
 
 constexpr fault_row FAULTS[] = {
     // Of a reply.
-    {.name = "delay", .keys = {ms_range}, .joins_others = true, .change_reply = delay_reply},
+    {.name = "delay",
+     .keys = {ms_range},
+     .joins_others = true,
+     .only_delays = true,
+     .change_reply = delay_reply},
     {.name = "lose", .change_reply = lose_reply},
     {.name = "late", .keys = {ms_range}, .change_reply = send_late},
     {.name = "duplicate", .change_reply = send_twice},
@@ -23,7 +27,7 @@ constexpr fault_row FAULTS[] = {
     {.name = "truncate", .keys = {bytes}, .change_reply = truncate_frame},
     {.name = "length", .keys = {bytes}, .change_reply = change_length},
     {.name = "nul", .change_reply = insert_nul},
-    {.name = "cut", .keys = {cut_at, ms}, .change_reply = cut_in_pieces},
+    {.name = "cut", .keys = {cut_at, ms}, .only_delays = true, .change_reply = cut_in_pieces},
     {.name = "contradict", .of_routes = true, .change_reply = contradict_route},
     {.name = "endless",
      .keys = {messages, rate},

@@ -67,6 +67,7 @@ std::string json_event(const router_event& event, us_time_t elapsed)
     line["event"] = event.kind;
     if (event.fault != nullptr) line["fault"] = event.fault;
     if (event.lasting) line["lasting"] = true;
+    if (event.only_delays) line["only_delays"] = true;
     tell_values(event, [&line](const char* name, const auto& value) { line[name] = value; });
     return line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }

@@ -16,6 +16,7 @@ struct router_event {
     const char* kind = "";       // "take"; "fault" and "end of fault" are of the next one
     const char* fault = nullptr; // its name, which people see in the kind's place
     bool lasting = false;        // the fault goes on; for programs alone
+    bool only_delays = false;    // the fault keeps all of a reply; likewise
     std::optional<std::uint64_t> seed{};
     std::optional<int> client{};
     std::optional<std::string> request{};

@@ -284,6 +284,16 @@ TEST_F(ReplyFaults, EndlessLastsWhereSomethingIsRepeated)
                              R"("fault":"endless","lasting":true,"client":1,"request":"BK R"})")));
 }
 
+TEST_F(ReplyFaults, ProgramsAreToldWhatOnlyDelays)
+{
+    server.json_events = true;
+    const int end = client_under(R"("fault": "cut", "at": [1], "ms": 20)");
+    printed.clear();
+    says(end, ask_revision);
+    EXPECT_THAT(printed, Contains(EndsWith(
+                             R"("fault":"cut","only_delays":true,"client":1,"request":"BK R"})")));
+}
+
 TEST_F(ReplyFaults, DelayOfAnEndlessReplyRepeatsNothing)
 {
     begin(R"({"request": "", "fault": "endless", "messages": 3, "rate": 100},
