@@ -41,13 +41,13 @@ void enter_event(ledgers& books, const router_event& event, us_time_t now)
     if (event.kind == "fault") ++books.faults;
     if (event.kind == "take") {
         router_shows(books.routes, event.destination, event.source, now);
-        if (event.by == "client") note_take(books.proofs, event.destination, event.source);
+        if (event.by == "client") note_take_made(books.proofs, event.destination, event.source);
     }
     // What happens all the time, or only costs time.
-    if (event.kind == "start" || event.kind == "take" || event.fault == "delay") return;
+    if (event.kind == "start" || event.kind == "take" || event.only_delays) return;
     note_disturbance(books.routes, now);
-    if (event.fault == "contradict")
-        router_claims(books.routes, event.destination, event.source, now);
+    // A reply has shown this route, if any.
+    if (!event.request.empty()) router_claims(books.routes, event.destination, event.source, now);
     if (event.lasting) books.lasting.insert({event.fault, event.client});
     if (event.kind == "end of fault") books.lasting.erase({event.fault, event.client});
     if (event.kind == "gone")
@@ -58,8 +58,7 @@ void enter_event(ledgers& books, const router_event& event, us_time_t now)
         // The connection before this one may never end: the router may have forgotten it.
         std::erase_if(books.lasting, [](const auto& each) { return each.second != 0; });
     }
-    if (event.request.starts_with("QN") && event.fault != "cut") // which only costs time
-        books.link.names_spoilt_on = event.client;
+    if (event.request.starts_with("QN")) books.link.names_spoilt_on = event.client;
 }
 
 namespace {
@@ -99,7 +98,7 @@ void enter_reported_routes(ledgers& books, const ParentRecord& record, us_time_t
         const auto note =
             positions_are_doubtful(books.link, now) ? note_doubtful_report : note_reported;
         note(books.routes, *output, input, now);
-        note_told(books.proofs, *output, input);
+        note_take_reported(books.proofs, *output, input);
     }
     enter_report(books.reports, routes, now);
 }

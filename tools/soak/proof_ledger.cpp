@@ -19,13 +19,13 @@ bool note_proof_reply(proof_ledger& proofs, const std::string& id, us_time_t now
     return id == proofs.query.id || id == proofs.take.id;
 }
 
-void note_take(proof_ledger& proofs, int output, int input)
+void note_take_made(proof_ledger& proofs, int output, int input)
 {
     proof_take& take = proofs.take;
     if (take.output == output && take.input == input) take.made = true;
 }
 
-void note_told(proof_ledger& proofs, int output, int input)
+void note_take_reported(proof_ledger& proofs, int output, int input)
 {
     proof_take& take = proofs.take;
     if (take.output == output && take.input == input) take.reported = true;

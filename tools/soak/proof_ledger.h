@@ -42,10 +42,10 @@ struct proof_ledger {
 bool note_proof_reply(proof_ledger& proofs, const std::string& id, us_time_t now);
 
 // The router has made a take for a client.
-void note_take(proof_ledger& proofs, int output, int input);
+void note_take_made(proof_ledger& proofs, int output, int input);
 
-// The parent has been told this route.
-void note_told(proof_ledger& proofs, int output, int input);
+// This route has been reported to the parent.
+void note_take_reported(proof_ledger& proofs, int output, int input);
 
 // Judges what is under way: "", or what was not done although nothing disturbed it. A query that
 // nothing disturbed is entered into the routes.

@@ -53,7 +53,7 @@ struct report_ledger {
 void enter_accepted(report_ledger& ledger, int destination, int source, us_time_t now);
 void enter_report(report_ledger& ledger, const std::map<int, int>& routes, us_time_t now);
 
-// Judges nothing until a report can be told to be of changes since now.
+// Judges nothing until a report is certainly of changes since now.
 void forget_reports(report_ledger& ledger, us_time_t now);
 
 // "", or a change that was not reported or a report without its changes; all of it is then

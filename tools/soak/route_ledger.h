@@ -1,7 +1,7 @@
 // What the router really shows on each destination, held against what is reported to the parent.
 //
 // A change made while nothing is disturbed must be known soon, by polling alone. Faults, and
-// requests of our own that cross the polling, can cost the answer that would have told; such a
+// requests of our own that cross the polling, can cost the answer that would have shown it; such a
 // change must be known after the next undisturbed query of all outputs. Polling may overtake that
 // query's answers and throw them away, so three of them must have failed.
 #pragma once
@@ -28,7 +28,7 @@ struct shown_route {
 };
 
 struct destination_state {
-    int reported = -1; // source that the parent was told last, -1: nothing yet
+    int reported = -1; // source that was reported last, -1: nothing yet
     bool known = true; // the parent knows what the router shows
     us_time_t unknown_since = 0;
     bool disturbed = false;        // a disturbance struck since then
@@ -44,7 +44,7 @@ struct reported_route {
 
 struct route_ledger {
     std::vector<destination_state> destinations; // by position
-    std::deque<reported_route> unproved;         // told, to be held against what the router showed
+    std::deque<reported_route> unproved;         // to be held against what the router showed
     us_time_t last_disturbance = 0;
     std::uint64_t changes = 0;
     std::uint64_t known_by_polling = 0; // of the changes; the rest was overtaken by another one

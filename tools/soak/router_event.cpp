@@ -22,7 +22,8 @@ std::optional<router_event> parse_event(std::string_view line)
                             .client = number("client"),
                             .destination = number("destination") - 1,
                             .source = number("source") - 1,
-                            .lasting = json.value("lasting", false)};
+                            .lasting = json.value("lasting", false),
+                            .only_delays = json.value("only_delays", false)};
     } catch (const nlohmann::json::type_error&) {
         return std::nullopt;
     }

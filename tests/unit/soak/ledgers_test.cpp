@@ -68,7 +68,7 @@ class Ledgers : public testing::Test {
 };
 } // namespace
 
-TEST_F(Ledgers, ChangeThatIsToldIsRight)
+TEST_F(Ledgers, ChangeThatIsReportedIsRight)
 {
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     reports_route(1, 4);
@@ -78,7 +78,7 @@ TEST_F(Ledgers, ChangeThatIsToldIsRight)
     EXPECT_EQ(books.events.at("take"), 1U);
 }
 
-TEST_F(Ledgers, ChangeThatIsNotToldIsAFinding)
+TEST_F(Ledgers, ChangeThatIsNotReportedIsAFinding)
 {
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     pass(20 * SECOND);
@@ -136,15 +136,27 @@ TEST_F(Ledgers, NamesAreNoRoutes)
     EXPECT_EQ(books.reports.reported, 3U); // those of the beginning
 }
 
-TEST_F(Ledgers, ContradictionMayBeTold)
+TEST_F(Ledgers, ContradictionMayBeReported)
 {
-    event(R"({"event":"fault","fault":"contradict","client":1,"destination":2,"source":9})");
+    event(
+        R"({"event":"fault","fault":"contradict","client":1,"request":"QI 2 0","destination":2,"source":9})");
     reports_route(1, 8);
     pass(3 * SECOND);
     EXPECT_THAT(books.findings, IsEmpty());
     EXPECT_FALSE(all_settled(books));
     reports_route(1, 1);
     EXPECT_TRUE(all_settled(books));
+}
+
+TEST_F(Ledgers, FaultThatOnlyDelaysExcusesNothing)
+{
+    for (const char* only_delays : {"", R"("only_delays":true,)"}) {
+        event(std::string(R"({"event":"fault",)") + only_delays +
+              R"("fault":"some","client":1,"request":"QI 2 0"})");
+        EXPECT_EQ(undisturbed_since(books.routes, now), *only_delays != '\0');
+        now += SECOND;
+    }
+    EXPECT_EQ(books.faults, 2U);
 }
 
 TEST_F(Ledgers, FaultThatLastsExcusesToItsEnd)
@@ -207,7 +219,7 @@ TEST_F(Ledgers, SpoiltNamesExcuseUntilTheNextConnection)
     EXPECT_THAT(books.findings, IsEmpty());
     event(R"({"event":"connected","client":2})");
     reports_route(0, 0);
-    event(R"({"event":"fault","fault":"cut","client":2,"request":"QN ID"})");
+    event(R"({"event":"fault","fault":"cut","only_delays":true,"client":2,"request":"QN ID"})");
     pass(60 * SECOND);
     event(R"({"event":"take","destination":2,"source":5,"by":"scenario"})");
     pass(60 * SECOND);

@@ -54,9 +54,9 @@ TEST_F(ProofLedger, TakeThatIsMadeAndReportedIsProved)
     proofs.take = {
         .id = "7", .output = 2, .input = 3, .sent = now, .made = false, .reported = false};
     EXPECT_TRUE(note_proof_reply(proofs, "7", now));
-    note_take(proofs, 2, 3);
+    note_take_made(proofs, 2, 3);
     router_shows(routes, 2, 3, now);
-    note_told(proofs, 2, 3);
+    note_take_reported(proofs, 2, 3);
     judged_after(4 * SECOND - 1);
     EXPECT_EQ(proofs.takes, 0U);
     EXPECT_EQ(judged_after(4 * SECOND), "");
@@ -68,8 +68,8 @@ TEST_F(ProofLedger, TakeThatStaysAwayIsAFindingOnce)
 {
     proofs.take = {
         .id = "7", .output = 2, .input = 3, .sent = now, .made = false, .reported = false};
-    note_take(proofs, 2, 1);
-    note_take(proofs, 1, 3);
+    note_take_made(proofs, 2, 1);
+    note_take_made(proofs, 1, 3);
     EXPECT_EQ(judged_after(4 * SECOND), "a take did not reach the router: output 2 input 3");
     EXPECT_EQ(judged_after(4 * SECOND), "");
     EXPECT_EQ(proofs.takes, 0U);
@@ -79,10 +79,10 @@ TEST_F(ProofLedger, TakeThatIsNotReportedIsAFinding)
 {
     proofs.take = {
         .id = "7", .output = 2, .input = 3, .sent = now, .made = false, .reported = false};
-    note_take(proofs, 2, 3);
+    note_take_made(proofs, 2, 3);
     router_shows(routes, 2, 3, now);
-    note_told(proofs, 2, 1);
-    note_told(proofs, 1, 3);
+    note_take_reported(proofs, 2, 1);
+    note_take_reported(proofs, 1, 3);
     EXPECT_EQ(judged_after(4 * SECOND), "a take was not reported: output 2 input 3");
     EXPECT_EQ(proofs.takes, 0U);
 }
@@ -91,7 +91,7 @@ TEST_F(ProofLedger, TakeThatAnotherHasReplacedNeedsNoReport)
 {
     proofs.take = {
         .id = "7", .output = 2, .input = 3, .sent = now, .made = false, .reported = false};
-    note_take(proofs, 2, 3);
+    note_take_made(proofs, 2, 3);
     router_shows(routes, 2, 3, now);
     router_shows(routes, 2, 1, now + SECOND);
     EXPECT_EQ(judged_after(4 * SECOND), "");
@@ -103,7 +103,7 @@ TEST_F(ProofLedger, TakeOfWhatTheParentKnowsNeedsNoReport)
     note_reported(routes, 2, 3, now);
     proofs.take = {
         .id = "7", .output = 2, .input = 3, .sent = now, .made = false, .reported = false};
-    note_take(proofs, 2, 3);
+    note_take_made(proofs, 2, 3);
     router_shows(routes, 2, 3, now);
     EXPECT_EQ(judged_after(4 * SECOND), "");
     EXPECT_EQ(proofs.takes, 1U);

@@ -33,8 +33,8 @@ class RandomParent : public testing::Test {
             for (const auto& [id, reply] : books.replies.open)
                 note_proof_reply(books.proofs, id, now);
             books.replies.open.clear();
-            note_take(books.proofs, books.proofs.take.output, books.proofs.take.input);
-            note_told(books.proofs, books.proofs.take.output, books.proofs.take.input);
+            note_take_made(books.proofs, books.proofs.take.output, books.proofs.take.input);
+            note_take_reported(books.proofs, books.proofs.take.output, books.proofs.take.input);
             EXPECT_EQ(judge_proofs(books.proofs, books.routes, now), "");
         }
     }

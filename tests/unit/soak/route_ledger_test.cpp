@@ -22,7 +22,7 @@ class RouteLedger : public testing::Test {
 };
 } // namespace
 
-TEST_F(RouteLedger, AllIsKnownOnceTold)
+TEST_F(RouteLedger, AllIsKnownOnceReported)
 {
     EXPECT_TRUE(all_known(ledger));
     router_shows(ledger, 2, 3, quiet);
@@ -96,7 +96,7 @@ TEST_F(RouteLedger, ToldAndNeverShownIsAFinding)
               "reported, but never shown by the router: output 2 input 1");
 }
 
-TEST_F(RouteLedger, ToldBeforeTheRoutersOwnLineIsRight)
+TEST_F(RouteLedger, ReportBeforeTheRoutersOwnLineIsRight)
 {
     note_reported(ledger, 2, 1, quiet);
     router_shows(ledger, 2, 1, quiet + 1);
@@ -111,7 +111,7 @@ TEST_F(RouteLedger, OutputBeyondTheRouterIsNeverShown)
               "reported, but never shown by the router: output 4 input 1");
 }
 
-TEST_F(RouteLedger, WhatWasShownUntilJustNowMayBeTold)
+TEST_F(RouteLedger, WhatWasShownUntilJustNowMayBeReported)
 {
     router_shows(ledger, 2, 3, quiet);
     router_shows(ledger, 2, 0, quiet + 200 * SECOND);
@@ -121,7 +121,7 @@ TEST_F(RouteLedger, WhatWasShownUntilJustNowMayBeTold)
     EXPECT_EQ(find_wrong_route(ledger, quiet + 206 * SECOND), "");
 }
 
-TEST_F(RouteLedger, WhatWasShownLongAgoMayNotBeTold)
+TEST_F(RouteLedger, WhatWasShownLongAgoMayNotBeReported)
 {
     router_shows(ledger, 2, 3, quiet);
     for (const us_time_t later : {1U, 122U, 124U})
@@ -132,7 +132,7 @@ TEST_F(RouteLedger, WhatWasShownLongAgoMayNotBeTold)
               "reported, but never shown by the router: output 2 input 3");
 }
 
-TEST_F(RouteLedger, FalseClaimMayBeToldButMustBePutRight)
+TEST_F(RouteLedger, FalseClaimMayBeReportedButMustBePutRight)
 {
     router_claims(ledger, 2, 1, quiet);
     note_reported(ledger, 2, 1, quiet);
@@ -141,7 +141,7 @@ TEST_F(RouteLedger, FalseClaimMayBeToldButMustBePutRight)
     EXPECT_NE(find_wrong_route(ledger, quiet + 6 * SECOND), "");
 }
 
-TEST_F(RouteLedger, MisledBackendMayTellWhatNeverWas)
+TEST_F(RouteLedger, MisledBackendMayReportWhatNeverWas)
 {
     note_doubtful_report(ledger, 2, 1, quiet);
     EXPECT_FALSE(all_known(ledger));

@@ -25,10 +25,19 @@ TEST(SoakRouterEvent, TellsOfAFault)
     EXPECT_EQ(event->kind, "fault");
     EXPECT_EQ(event->fault, "endless");
     EXPECT_TRUE(event->lasting);
+    EXPECT_FALSE(event->only_delays);
     EXPECT_EQ(event->request, "QI 3");
     EXPECT_EQ(event->client, 2);
     EXPECT_EQ(event->destination, -1);
     EXPECT_EQ(event->source, -1);
+}
+
+TEST(SoakRouterEvent, TellsWhatOnlyDelays)
+{
+    const auto event = parse_event(R"({"event":"fault","fault":"cut","only_delays":true})");
+    ASSERT_TRUE(event);
+    EXPECT_TRUE(event->only_delays);
+    EXPECT_FALSE(event->lasting);
 }
 
 TEST(SoakRouterEvent, IsNotMisledByAName)
