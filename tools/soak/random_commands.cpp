@@ -124,7 +124,10 @@ parent_command random_setting(std::mt19937_64& random)
 parent_command random_quiet_command(std::mt19937_64& random, const std::string& id)
 {
     const int kind = draw(random, 1, 100);
-    if (kind <= 40) return add_route(id, draw(random, 0, PORTS), draw(random, 0, PORTS));
+    if (kind <= 40) {
+        const int output = draw(random, 0, PORTS); // of two arguments either may be drawn first
+        return add_route(id, output, draw(random, 0, PORTS));
+    }
     if (kind <= 50) return route_command(id, "queue=discard");
     if (kind <= 60) return odd_route(random, id);
     if (kind <= 70) return report(id, "inputs");
