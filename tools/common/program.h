@@ -12,8 +12,8 @@ namespace common {
 
 constexpr int EXIT_WRONG_ARGUMENTS = 1;
 
-// Parses the arguments, --help and --version among them. Returns the exit status when the program is done: 0
-// after --help and --version, printed on the first stream, EXIT_WRONG_ARGUMENTS after wrong ones,
+// Parses the arguments, --help and --version among them. Returns the exit status when the program
+// is done: 0 after these two, printed on the first stream, EXIT_WRONG_ARGUMENTS after wrong ones,
 // which the second is told.
 std::optional<int> parse_arguments(CLI::App& app, int argument_count, const char* const* arguments,
                                    std::ostream& output, std::ostream& errors);
