@@ -295,6 +295,15 @@ TEST_F(ParentLink, WaitForEventEndsWithTimeOut)
     EXPECT_FALSE(link.ended);
 }
 
+TEST_F(ParentLink, WaitForEventSeesWhatIsThereWhenItsTimeIsOver)
+{
+    start_shell("printf 'a=1\\n\\n'; read forever");
+    pollfd output = {link.pipes.output.number, POLLIN, 0};
+    ASSERT_EQ(poll(&output, 1, PATIENCE_MS), 1);
+    EXPECT_TRUE(wait_for_event(link, -1s));
+    EXPECT_FALSE(wait_for_event(link, 0ms));
+}
+
 TEST_F(ParentLink, WaitForEventSeesRecordLineAndEnd)
 {
     start_shell("echo a=1; echo; read go; echo words >&2; read go; exit 3");

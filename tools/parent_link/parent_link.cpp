@@ -1,5 +1,6 @@
 #include "parent_link/parent_link.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -186,16 +187,17 @@ void serve_backend(backend_link& link)
 }
 
 namespace {
+// Serves what there is also when the time is over. Returns whether it is not and something came.
 bool poll_and_serve(backend_link& link, std::chrono::steady_clock::time_point deadline)
 {
-    const auto left =
-        std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-    if (left.count() < 0) return false;
+    const auto left = std::max(
+        std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now()),
+        std::chrono::milliseconds(0));
     std::vector<pollfd> descriptors;
     add_poll_descriptors(link, descriptors);
     const int ready = poll(descriptors.data(), descriptors.size(), static_cast<int>(left.count()));
     serve_backend(link);
-    return ready != 0;
+    return ready != 0 && left.count() > 0;
 }
 } // namespace
 
