@@ -56,3 +56,14 @@ seconds_of() {
     local -A unit=([s]=1 [m]=60 [h]=3600)
     printf '%s\n' $((BASH_REMATCH[1] * ${unit[${BASH_REMATCH[2]:-s}]}))
 }
+
+# build_preset PRESET CONFIGURE_OPTIONS [TARGET...] : returns whether it could; all targets of the
+# preset unless some are given.
+build_preset() {
+    local preset=$1 options
+    read -ra options <<<"$2"
+    shift 2
+    printf 'Building %s ...\n' "$preset"
+    cmake --preset "$preset" "${options[@]}" >/dev/null &&
+        cmake --build --preset "$preset" ${1:+--target "$@"}
+}

@@ -1,16 +1,14 @@
 # shellcheck shell=bash
 # Builds and runs suites of tests. None of them keeps the next from running; what has failed is told
-# in the end. Sourced by ./test.
+# in the end. Sourced by ./test, behind command.sh.
 
 failures=() # a line of text each
 
 build() { # PRESET [TARGET...]
-    local preset=$1
-    shift
-    printf '\nBuilding %s ...\n' "$preset"
-    cmake --preset "$preset" -DBUILD_TESTING=ON -DCMAKE_COMPILE_WARNING_AS_ERROR=ON >/dev/null &&
-        cmake --build --preset "$preset" ${1:+--target "$@"} && return
-    failures+=("$preset: cannot be built, see above")
+    local options='-DBUILD_TESTING=ON -DCMAKE_COMPILE_WARNING_AS_ERROR=ON'
+    printf '\n'
+    build_preset "$1" "$options" "${@:2}" && return
+    failures+=("$1: cannot be built, see above")
     return 1
 }
 

@@ -47,7 +47,7 @@ class RunTest(SandboxTest):
 
     def test_build_that_fails(self):
         self.program("bin/cmake", "exit 5")
-        self.assertEqual(self.run_command("run")[0], 5)
+        self.assertEqual(self.run_command("run")[0], 1)
         self.assertFalse(self.path("simulator.log").exists())
 
     def test_interrupted_while_it_builds(self):
