@@ -126,6 +126,7 @@ TEST_F(ParentLinkState, BackendHasEndedAlsoWhenAnotherKeepsItsPipes)
 {
     start_shell("sleep 600 & echo a=1; echo; exit 3");
     const pid_t group = link.child.process;
+    ASSERT_GT(group, 0);
     ASSERT_TRUE(until_ended());
     EXPECT_EQ(link.exit_status, 3);
     EXPECT_EQ(link.records.size(), 1U);
