@@ -230,9 +230,12 @@ TEST_F(RouterView, NonsensicalPositionsAreIgnored)
     EXPECT_EQ(view.routes.size(), 2U);
 }
 
-TEST_F(RouterView, HighestPositionIsKept)
+TEST_F(RouterView, PositionsMayGoBeyondTheCount)
 {
-    EXPECT_THAT(route("65535", "1"), IsEmpty());
+    EXPECT_THAT(route("2", "1"), IsEmpty());
+    ASSERT_EQ(view.routes.size(), 3U);
+    EXPECT_EQ(view.routes[2].shown, 1);
+    EXPECT_THAT(route("65535", "1"), IsEmpty()); // the highest
     ASSERT_EQ(view.routes.size(), 65536U);
     EXPECT_EQ(view.routes[65535].shown, 1);
 }
