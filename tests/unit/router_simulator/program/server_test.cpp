@@ -3,6 +3,7 @@
 #include <rapidcheck/gtest.h>
 
 #include "router_simulator/program/server.h"
+#include "support/forced_results.h"
 #include "unit/router_simulator/served_simulator.h"
 
 using namespace router_simulator;
@@ -48,6 +49,9 @@ TEST_F(SimulatorServer, SaysWhyItCannotListen)
     std::string error;
     EXPECT_FALSE(start_listening(server, "router", 0, error));
     EXPECT_EQ(error, "Cannot listen on router:0: not an IPv4 address");
+    force_result(SystemCall::Socket, ANY_DESCRIPTOR, -1, EMFILE);
+    EXPECT_FALSE(start_listening(server, "127.0.0.1", 0, error));
+    EXPECT_EQ(error, "Cannot listen on 127.0.0.1:0: Too many open files");
     listen_anywhere();
     const std::string address = listening_address(server);
     const auto port = static_cast<std::uint16_t>(std::stoi(address.substr(address.find(':') + 1)));

@@ -133,6 +133,17 @@ TEST_F(ConnectionFaults, HalfOpenConnectionIsNeitherReadNorClosed)
     EXPECT_EQ(events(), "half-open client=1\n");
 }
 
+TEST_F(ConnectionFaults, HalfOpenConnectionKeepsWhatWasOnItsWay)
+{
+    begin(R"({"request": "BK R", "fault": "delay", "ms": [40, 40]},
+             {"name": "it", "fault": "half-open"})");
+    const int end = connect_client();
+    says(end, ask_revision);
+    do_it();
+    pass_ms(40);
+    EXPECT_EQ(hears(end), "");
+}
+
 TEST_F(ConnectionFaults, HalfOpenConnectionIsGivenUpWithItsClient)
 {
     const int end = client_of(R"("fault": "half-open")");
