@@ -80,6 +80,13 @@ TEST(Growth, ShortRunMayGrowMore)
     EXPECT_THAT(findings(samples_of(29, [](int i) { return i < 15 ? 100U : 17000U; })), SizeIs(1));
 }
 
+TEST(Growth, EightSamplesAreEnough)
+{
+    const auto samples = samples_of(8, [](int i) { return 9000U * static_cast<unsigned>(i); });
+    EXPECT_THAT(findings(samples),
+                ElementsAre("the heap has grown by 36000 KiB, 16384 KiB allowed"));
+}
+
 TEST(Growth, FewSamplesAreNotEnough)
 {
     const auto samples = samples_of(7, [](int i) { return 9000U * static_cast<unsigned>(i); });
@@ -107,10 +114,21 @@ TEST(Growth, SlopeLeavesTheStartOut)
     EXPECT_NEAR(measure_growth(samples, &process_cost::heap_kib).slope_per_hour, 720, 0.01);
 }
 
+TEST(Growth, SamplesOfOneMomentHaveNoSlope)
+{
+    auto samples = samples_of(8, [](int i) { return 100U * static_cast<unsigned>(i); });
+    for (cost_sample& sample : samples)
+        sample.seconds = 5;
+    EXPECT_EQ(measure_growth(samples, &process_cost::heap_kib).slope_per_hour, 0);
+}
+
 TEST(Growth, SparklineShowsTheCourse)
 {
     const auto samples = samples_of(3, [](int i) { return 100U * static_cast<unsigned>(i); });
     EXPECT_EQ(sparkline(samples, &process_cost::heap_kib), "▁▄█");
     EXPECT_EQ(sparkline(samples, &process_cost::pss_kib), "▁▁▁");
     EXPECT_EQ(sparkline({}, &process_cost::pss_kib), "");
+    const std::string bar = "▁";
+    EXPECT_EQ(sparkline(samples_of(100, [](int) { return 0U; }), &process_cost::heap_kib).size(),
+              60 * bar.size());
 }

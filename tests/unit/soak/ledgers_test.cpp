@@ -247,6 +247,16 @@ TEST_F(Ledgers, MissingNamesExcuseUntilTheyAreKnownAgain)
                 testing::Contains("reported, but never shown by the router: output 0 input 1"));
 }
 
+TEST_F(Ledgers, PositionsStayDoubtfulForAMomentAfterTheRouterIsLearnt)
+{
+    diagnostics("<NOTE>Connection to router closed");
+    diagnostics("<DBG>Router finished returning levels, sources, destinations");
+    reports_route(0, 1); // on its way since before
+    reports_route(0, 0);
+    pass(60 * SECOND);
+    EXPECT_THAT(books.findings, IsEmpty());
+}
+
 TEST_F(Ledgers, PositionWithoutNameExcuses)
 {
     message("inputs", {{"i0.name", "CAM"}, {"i1.name", ""}});

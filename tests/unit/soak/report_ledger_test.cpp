@@ -140,6 +140,18 @@ TEST_F(ReportLedger, FindsItsPlaceAgainAfterForgetting)
     EXPECT_EQ(ledger.judged, 1U);
 }
 
+TEST_F(ReportLedger, PassesOverReportsUntilWhatWasForgottenIsOver)
+{
+    for (const us_time_t later : {FORGOTTEN_LASTS_US - 1, FORGOTTEN_LASTS_US}) {
+        forget_reports(ledger, now);
+        now += later;
+        accepted(3, 5);
+        reported({{3, 5}});
+        EXPECT_EQ(finding_within(5), "");
+        EXPECT_EQ(ledger.judged, later == FORGOTTEN_LASTS_US ? 1U : 0U);
+    }
+}
+
 TEST_F(ReportLedger, FloodIsForgotten)
 {
     for (int i = 0; i < 2000; ++i)

@@ -104,6 +104,13 @@ TEST_F(RouteLedger, ReportBeforeTheRoutersOwnLineIsRight)
     EXPECT_TRUE(all_known(ledger));
 }
 
+TEST_F(RouteLedger, RoutersOwnLineMayBeTwoSecondsLate)
+{
+    note_reported(ledger, 2, 1, quiet);
+    EXPECT_EQ(find_wrong_route(ledger, quiet + 2 * SECOND), "");
+    EXPECT_NE(find_wrong_route(ledger, quiet + 2 * SECOND + 1), "");
+}
+
 TEST_F(RouteLedger, OutputBeyondTheRouterIsNeverShown)
 {
     note_reported(ledger, 4, 1, quiet);

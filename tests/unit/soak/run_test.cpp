@@ -246,6 +246,17 @@ TEST_F(SoakRun, FindsNothingWhereAllIsWell)
     EXPECT_THAT(printed, HasSubstr("Nothing was lost, invented or late.\n"));
 }
 
+TEST_F(SoakRun, SaysEachFindingAtOnce)
+{
+    at(30, [&] { played.backend.sends({"dance", "", "reply", "1", {}}); });
+    at(40, [&] { played.backend.sends({"jump", "", "reply", "2", {}}); });
+    EXPECT_EQ(run(), 1);
+    const std::string finding = " s  FINDING: reply to nothing, or a second one: id ";
+    EXPECT_THAT(printed, HasSubstr("\n    30" + finding + "1, dance\n"));
+    EXPECT_THAT(printed, HasSubstr("\n    40" + finding + "2, jump\n"));
+    EXPECT_THAT(printed, HasSubstr("\n2 findings: FAILED\n"));
+}
+
 TEST_F(SoakRun, FailsWhenTheFiguresCannotBeWritten)
 {
     played.folder = "/nowhere";
