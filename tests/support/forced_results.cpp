@@ -31,6 +31,7 @@ namespace {
 // Never destroyed: coverage counters are written, by these very calls, after the last destructor.
 auto& forced_results = *new std::map<call_key, std::deque<forced_result>>;
 auto& statistics = *new std::map<call_key, call_statistics>;
+auto& last_calls = *new std::map<int, SystemCall>;
 } // namespace
 
 void force_result(SystemCall call, int descriptor, ssize_t result, int error_number)
@@ -53,10 +54,18 @@ std::size_t greatest_length(SystemCall call, int descriptor)
     return statistics[{call, descriptor}].greatest_length;
 }
 
+std::optional<SystemCall> last_call(int descriptor)
+{
+    const auto found = last_calls.find(descriptor);
+    if (found == last_calls.end()) return std::nullopt;
+    return found->second;
+}
+
 void reset_forced_results()
 {
     forced_results.clear();
     statistics.clear();
+    last_calls.clear();
     on_connect = nullptr;
 }
 
@@ -66,6 +75,7 @@ bool intercept(SystemCall call, int descriptor, std::size_t& length, ssize_t& re
 {
     call_statistics& counted = statistics[{call, descriptor}];
     ++counted.count;
+    last_calls.insert_or_assign(descriptor, call);
     counted.greatest_length = std::max(counted.greatest_length, length);
     for (const int key : {descriptor, ANY_DESCRIPTOR}) {
         const auto found = forced_results.find({call, key});

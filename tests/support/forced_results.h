@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <functional>
 #include <netinet/in.h>
+#include <optional>
 #include <sys/types.h>
 
 enum class SystemCall { Read, Write, Send, Close, Connect, Socket, Fcntl, Fstat, Flock };
@@ -24,6 +25,9 @@ void limit_next_write(SystemCall call, int descriptor, std::size_t byte_count);
 // that it was given.
 std::size_t call_count(SystemCall call, int descriptor);
 std::size_t greatest_length(SystemCall call, int descriptor);
+
+// The last call on this descriptor since the last reset, nothing when there was none.
+std::optional<SystemCall> last_call(int descriptor);
 
 // Called in place of connect, when set, unless a result is forced; returns what connect returns.
 extern std::function<int(int descriptor, const sockaddr_in& address)> on_connect;
