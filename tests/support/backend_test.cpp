@@ -13,6 +13,8 @@
 #include "router_link/connection.h"
 #include "router_link/receive_parser.h"
 #include "support/backend_state.h"
+#include "support/descriptors.h"
+#include "tools/common/descriptors.h"
 
 router_message received(std::string_view mnemonic, const std::vector<std::string>& parameters,
                         char seq)
@@ -29,12 +31,6 @@ router_message received(std::string_view mnemonic, const std::vector<std::string
 }
 
 namespace {
-void close_if_open(int& descriptor)
-{
-    if (descriptor >= 0) close(descriptor);
-    descriptor = -1;
-}
-
 // Diagnostics that a test may leave unread. Where they do not fit, the test fails: it would wait
 // for ever if writing them blocked.
 constexpr int DIAGNOSTICS_CAPACITY = 1 << 20;
@@ -133,12 +129,8 @@ namespace {
 std::string read_all(int descriptor)
 {
     std::string bytes;
-    char buffer[65536];
-    for (;;) {
-        const ssize_t count = read(descriptor, buffer, sizeof buffer);
-        if (count <= 0) return bytes;
-        bytes.append(buffer, static_cast<std::size_t>(count));
-    }
+    common::read_available(descriptor, bytes);
+    return bytes;
 }
 } // namespace
 

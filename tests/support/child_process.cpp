@@ -11,13 +11,7 @@
 #include <unistd.h>
 #include <utility>
 
-namespace {
-int checked(int result)
-{
-    if (result < 0) throw std::system_error(errno, std::generic_category());
-    return result;
-}
-} // namespace
+#include "support/descriptors.h"
 
 descriptor_pair pipe_from_child()
 {

@@ -11,21 +11,8 @@
 #include <system_error>
 #include <unistd.h>
 
+#include "support/descriptors.h"
 #include "support/frames.h"
-
-namespace {
-int checked(int result)
-{
-    if (result < 0) throw std::system_error(errno, std::generic_category());
-    return result;
-}
-
-void close_if_open(int& descriptor)
-{
-    if (descriptor >= 0) close(descriptor);
-    descriptor = -1;
-}
-} // namespace
 
 tcp_router::~tcp_router()
 {
