@@ -131,7 +131,6 @@ void check_replies(std::vector<std::string> replies, bool complete)
             "only commands are answered, and none twice");
     require(!complete || due.size() == replies.size(), "every command is answered");
 }
-} // namespace
 
 // What the log says was accepted for an output, and what of it is certain to be reported: changes
 // of the effective count make room for both.
@@ -140,7 +139,6 @@ struct accepted_routes {
     std::map<int, std::string> last;
 };
 
-namespace {
 accepted_routes logged_routes()
 {
     accepted_routes routes;
