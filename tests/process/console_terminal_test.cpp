@@ -97,7 +97,7 @@ TEST_F(ConsoleTerminal, IsLeftByTheEndOfInput)
 
 TEST_F(ConsoleTerminal, IsLeftWithTheTerminal)
 {
-    wait_for("router> ");
+    begin_line();
     terminal.ours.reset();
     EXPECT_EQ(status_after(errors.ours.number), 0);
 }
