@@ -1,0 +1,144 @@
+// The desk: the whole model of what routers say and people wish, told of commands, reports and
+// time, without input or output, threads or a clock of its own. One record, passed explicitly;
+// several may live in one process.
+//
+// Facts are what a router said last; wishes what somebody asked for. A fact changes by a report
+// alone. Every function that changes something appends to orders, changes and entries, which the
+// caller carries out, publishes and keeps, and then empties.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "server/desk/actor.h"
+#include "server/desk/entries.h"
+#include "server/desk/house.h"
+#include "server/desk/ids.h"
+#include "server/desk/moment.h"
+
+namespace desk {
+
+enum class link_state {
+    off,        // no address
+    connecting, // no connection yet
+    reading,    // connected; names and routes not yet known
+    ready,
+    down,    // lost, or could not be made
+    failing, // its backend does not stay up
+};
+
+struct fact {
+    int source = UNKNOWN_SOURCE;
+    wall confirmed{};             // when the router said it last
+    std::uint32_t connection = 0; // over which; 0: never
+};
+
+enum class wish_state {
+    held,   // waits in the desk: sent to the backend now, its take could not be told from another's
+    queued, // with the backend, which may hold it back for LONGEST_PACING
+    sent,   // the take has been sent to the router
+};
+
+struct open_wish {
+    wish_id id;
+    int source = NO_SOURCE;
+    wish_state state = wish_state::queued;
+    moment begun;
+    monotonic sent{};
+    std::size_t older_queries = 0; // under way when its take was sent: their answers tell nothing
+    bool answered = false;         // the query that followed the take
+    bool shown = false;            // the router has shown the wished source since
+};
+
+struct live_router {
+    link_state link = link_state::off;
+    std::string link_reason; // in words; empty when ready
+    wall link_since{};
+    std::uint32_t connection = 0; // counts those that became ready; 0: none yet
+    bool ending = false;          // its backend has been ordered to end, and has not yet
+    int inputs = 0;               // as the backend counts them
+    int outputs = 0;
+    std::vector<std::string> source_names; // may be more than inputs
+    std::vector<std::string> destination_names;
+    std::vector<fact> facts;                   // by destination, as many as outputs have ever been
+    std::map<int, std::deque<open_wish>> open; // by destination, oldest first; none empty
+    std::map<int, wish_id> troubled; // the last wish, when it ended badly and nobody accepted it
+    std::map<int, std::size_t> queries_under_way;                        // by destination; none 0
+    std::deque<std::pair<int, std::optional<wish_id>>> takes_unanswered; // oldest first
+    std::uint64_t revision = 0; // one more with each change that anyone can see
+};
+
+struct staged_row {
+    int source = NO_SOURCE;
+    int seen = UNKNOWN_SOURCE; // what the destination showed when the row was staged
+    wall staged{};
+};
+
+using stage_rows = std::map<int, staged_row>; // by destination
+
+struct order {
+    enum class kind {
+        send,        // the rows, as one uninterrupted run of changes and one flush
+        end_backend, // at once, and start it anew: what it holds must not reach the router
+    };
+    kind what = kind::send;
+    std::string router;
+    std::vector<std::pair<int, int>> rows; // destination, source
+};
+
+// That something is different now; what it is stands in the desk.
+struct change {
+    enum class kind { settings, removed, link, names, labels, fact, lock, wish, stage, salvo };
+    kind what = kind::fact;
+    std::string router;         // empty: the house
+    std::uint64_t revision = 0; // of the router, of the house for a salvo, 0 for a stage
+    int position = 0;           // of a fact, lock, wish or label
+    std::string person;         // of a stage
+    ulid id;                    // of a salvo, of a wish's batch
+};
+
+struct desk_state {
+    desk::house house;
+    std::map<std::string, live_router, std::less<>> live; // by id, the same as in the house
+    std::map<std::string, std::map<std::string, stage_rows, std::less<>>, std::less<>>
+        stages;                 // by person, then router; none empty
+    std::uint64_t revision = 0; // of the house: salvos, and which routers there are
+    id_maker ids;
+    std::set<std::pair<monotonic, wish_id>> deadlines;                // of open wishes
+    std::set<std::pair<wall, std::pair<std::string, int>>> lock_ends; // router and destination
+
+    // For the caller, oldest first.
+    std::vector<order> orders;
+    std::vector<change> changes;
+    std::vector<entry> entries;
+};
+
+// An empty desk; the seed is for identifiers and should come from the system's random source.
+desk_state make_desk(std::uint64_t seed);
+
+// A desk with this house, as kept. Wishes that were open end as unknown: the server was restarted.
+desk_state make_desk(std::uint64_t seed, house kept, const moment& now);
+
+// Null when there is none of this id.
+const house_router* find_router(const desk_state& desk, const std::string& router);
+const live_router* find_live(const desk_state& desk, const std::string& router);
+
+// The fact that the router has said on the present connection, which is ready.
+bool is_fresh(const live_router& router, int destination);
+
+// What the destination is known to show, fresh or not.
+int source_shown(const live_router& router, int destination);
+
+// When the desk wants to be told of the time next; none when nothing is due ever.
+std::optional<monotonic> next_due(const desk_state& desk, const moment& now);
+
+// Ends what has waited too long: wishes, locks.
+void advance(desk_state& desk, const moment& now);
+
+} // namespace desk

@@ -1,0 +1,86 @@
+// What the journal must keep: every change of the house, in order, each with all that it takes to
+// make it again. Functions of the desk change the house by record_entry alone.
+#pragma once
+
+#include <string>
+#include <variant>
+
+#include "server/desk/house.h"
+
+namespace desk {
+
+struct router_set {
+    router_settings settings; // of a new router, or new ones
+};
+struct router_removed {
+    std::string router;
+};
+struct label_set {
+    std::string router;
+    desk::side side = side::sources;
+    int position = 0;
+    desk::label label; // empty: it has none any more
+};
+struct lock_set {
+    std::string router;
+    int destination = 0;
+    desk::lock lock;
+};
+enum class lock_end { released, broken, expired };
+struct lock_removed {
+    std::string router;
+    int destination = 0;
+    lock_end how = lock_end::released;
+    std::string owner;  // whose it was
+    std::string reason; // of breaking it
+};
+struct salvo_saved {
+    ulid id; // of a new salvo, or one more version
+    std::string name;
+    salvo_version version;
+};
+struct salvo_deleted {
+    ulid id;
+};
+struct batch_made {
+    ulid id;
+    desk::batch batch; // rows that were not sent have ended
+};
+struct wish_ended {
+    wish_id id;
+    outcome end = outcome::unknown;
+    reason why = reason::none;
+    std::string detail;
+    std::optional<monotonic> sent_after; // since the batch was made
+    monotonic ended_after{};
+};
+struct confirmed_late {
+    wish_id id;
+    monotonic after{}; // since the batch was made
+};
+struct wish_accepted {
+    wish_id id;
+};
+// A destination shows what nobody here asked for.
+struct outside_change {
+    std::string router;
+    int destination = 0;
+    int source = NO_SOURCE;
+    int was = UNKNOWN_SOURCE;
+};
+
+struct entry {
+    wall at{};
+    std::string person; // empty: nobody's doing
+    std::string origin;
+    std::variant<router_set, router_removed, label_set, lock_set, lock_removed, salvo_saved,
+                 salvo_deleted, batch_made, wish_ended, confirmed_late, wish_accepted,
+                 outside_change>
+        what;
+};
+
+// Carries the entry out. One that concerns what the house does not have changes nothing. Also for
+// making a house again from what was kept, oldest entry first.
+void apply_entry(house& house, const entry& entry);
+
+} // namespace desk

@@ -1,0 +1,20 @@
+// How functions of the desk change it: by entries for the house, and by telling what is different.
+// For the desk's own files.
+#pragma once
+
+#include <string>
+
+#include "server/desk/desk.h"
+
+namespace desk {
+
+// Carries the entry out in the house and keeps it for the caller.
+void record_entry(desk_state& desk, entry entry);
+
+// The router's next revision, and the change that tells of it. No such router: nothing.
+void tell_change(desk_state& desk, const std::string& router, change::kind what, int position = 0,
+                 const ulid& id = {});
+void tell_salvo_change(desk_state& desk, const ulid& salvo);
+void tell_stage_change(desk_state& desk, const std::string& person, const std::string& router);
+
+} // namespace desk

@@ -1,0 +1,32 @@
+// What the traffic between a backend and its router tells about wishes, in the order in which it
+// passed. It makes no fact: that is the report's.
+#pragma once
+
+#include <string>
+
+#include "server/desk/desk.h"
+
+namespace desk {
+
+// A take was sent to the router. Queued wishes for the destination that are older than the one it
+// is for have been superseded.
+void trace_take(desk_state& desk, const moment& now, const std::string& router, int destination,
+                int source);
+
+// The oldest take that has no answer yet was refused, in these words ("NAK 0005"), or, when they
+// are empty, acknowledged.
+void trace_take_answer(desk_state& desk, const moment& now, const std::string& router,
+                       const std::string& refusal);
+
+void trace_query(desk_state& desk, const std::string& router, int destination);
+
+// The router said what a destination shows, asked or unasked. Answers come in the order of the
+// queries for that destination; those to queries from before a take contradict nothing.
+void trace_route(desk_state& desk, const moment& now, const std::string& router, int destination,
+                 int source);
+
+// Part of the traffic could not be read: queued wishes may have been sent by now, and what shows a
+// wished source confirms it.
+void trace_lost(desk_state& desk, const moment& now, const std::string& router);
+
+} // namespace desk
