@@ -1,0 +1,64 @@
+// The one way to wish: a batch of rows, checked as a whole, then sent.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "server/desk/desk.h"
+
+namespace desk {
+
+enum class batch_rule {
+    all,  // one blocked row, and nothing is sent
+    rest, // what can go goes
+};
+
+struct take_row {
+    route wished;
+    std::optional<int> if_source; // goes only while the destination is known to show this
+};
+
+struct take_request {
+    ulid id; // the caller's, at most once: a second request with it gets the first one's answer
+    std::optional<monotonic> asked; // steady; older than COMMAND_AGE is refused. None: now
+    std::vector<take_row> rows;
+    batch_rule rule = batch_rule::all;
+    bool dry_run = false;        // answers the same questions, sends and records nothing
+    bool send_unchanged = false; // also what the destination shows already
+    std::string reason_given;
+};
+
+struct row_answer {
+    route wished;
+    bool goes = false; // or would go; when not:
+    reason why = reason::none;
+    std::string detail;     // in words
+    bool unchanged = false; // nothing is to be sent: it shows the source already
+};
+
+struct take_answer {
+    ulid batch;                // none when nothing was recorded: a dry run, or refused as a whole:
+    reason why = reason::none; // no_such..., too_late, bad_value (no rows, too many, one twice)
+    std::string detail;
+    std::vector<row_answer> rows; // as the request's; empty when refused as a whole
+};
+
+take_answer take(desk_state& desk, const moment& now, const actor& actor,
+                 const take_request& request);
+
+// A person has seen that the destination's last wish ended badly and leaves it so.
+reason accept_outcome(desk_state& desk, const moment& now, const actor& actor,
+                      const std::string& router, int destination);
+
+// What the other commands of this desk give on to the same checks: as take, with the batch's kind
+// and what it is of.
+struct batch_origin {
+    batch_kind kind = batch_kind::take;
+    ulid of;
+    int salvo_version = 0;
+};
+take_answer take_as(desk_state& desk, const moment& now, const actor& actor,
+                    const take_request& request, const batch_origin& from);
+
+} // namespace desk
