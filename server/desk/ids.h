@@ -2,10 +2,8 @@
 // bits that are random, or one more than the last when the millisecond is the same.
 #pragma once
 
-#include <array>
 #include <compare>
 #include <cstdint>
-#include <functional>
 #include <random>
 #include <string>
 #include <string_view>
