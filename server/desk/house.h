@@ -129,9 +129,15 @@ struct wish {
 
 enum class batch_kind { take, stage, salvo, undo, redo, rollback };
 
+enum class batch_rule {
+    all,  // one blocked row, and nothing is sent
+    rest, // what can go goes
+};
+
 // Wishes given together. Their order is that of the command.
 struct batch {
     batch_kind kind = batch_kind::take;
+    batch_rule rule = batch_rule::all;
     std::string person;
     std::string origin;
     std::string reason_given; // the person's words

@@ -9,11 +9,6 @@
 
 namespace desk {
 
-enum class batch_rule {
-    all,  // one blocked row, and nothing is sent
-    rest, // what can go goes
-};
-
 struct take_row {
     route wished;
     std::optional<int> if_source; // goes only while the destination is known to show this
@@ -51,12 +46,18 @@ take_answer take(desk_state& desk, const moment& now, const actor& actor,
 reason accept_outcome(desk_state& desk, const moment& now, const actor& actor,
                       const std::string& router, int destination);
 
-// What the other commands of this desk give on to the same checks: as take, with the batch's kind
-// and what it is of.
+// What the other commands of this desk give on to the same checks: as take, with the batch's kind,
+// what it is of, and what they have found against rows themselves, which stands in the place of
+// if_source's check.
+struct row_objection {
+    reason why = reason::none;
+    std::string detail;
+};
 struct batch_origin {
     batch_kind kind = batch_kind::take;
     ulid of;
     int salvo_version = 0;
+    std::vector<row_objection> objections; // by row of the request; empty: none against any
 };
 take_answer take_as(desk_state& desk, const moment& now, const actor& actor,
                     const take_request& request, const batch_origin& from);
