@@ -25,8 +25,8 @@ struct router_settings {
     std::string name; // for people
     std::string address;
     int port = 12345;
-    int inputs = ROUTED_POSITIONS; // at most; the router may have fewer
-    int outputs = ROUTED_POSITIONS;
+    int inputs = 0; // up to ROUTED_POSITIONS; 0: as many of these as the router has
+    int outputs = 0;
     int first_number = 1; // what people see for position 0
     std::chrono::milliseconds confirmation_limit = CONFIRMATION_LIMIT;
     bool operator==(const router_settings&) const = default;
@@ -109,6 +109,12 @@ enum class reason {
     backend_ended, // before it was sent
     nothing_to_do,
     bad_value, // the detail says which
+};
+
+// What speaks against a command, or against one of its rows.
+struct objection {
+    reason why = reason::none; // none: nothing
+    std::string detail;        // in words
 };
 
 // One wish: a source on a destination, asked for by a person.

@@ -9,21 +9,16 @@
 
 namespace desk {
 
-struct lock_answer {
-    reason why = reason::none;
-    std::string detail;
-};
-
 // A new one, or the owner's own changed. Needs the right to operate the destination. `until` must
 // be later than now.
-lock_answer set_lock(desk_state& desk, const moment& now, const actor& actor,
-                     const std::string& router, int destination, lock_mode mode,
-                     const std::string& reason_given, std::optional<wall> until);
+objection set_lock(desk_state& desk, const moment& now, const actor& actor,
+                   const std::string& router, int destination, lock_mode mode,
+                   const std::string& reason_given, std::optional<wall> until);
 
 // One's own. A foreign one is broken when `force` is set: that needs an engineer, and a reason.
-lock_answer remove_lock(desk_state& desk, const moment& now, const actor& actor,
-                        const std::string& router, int destination, bool force,
-                        const std::string& reason_given);
+objection remove_lock(desk_state& desk, const moment& now, const actor& actor,
+                      const std::string& router, int destination, bool force,
+                      const std::string& reason_given);
 
 // Whether the lock on this destination keeps the person from routing it, and in what words.
 reason lock_against(const house_router& router, int destination, const std::string& person);

@@ -49,15 +49,11 @@ reason accept_outcome(desk_state& desk, const moment& now, const actor& actor,
 // What the other commands of this desk give on to the same checks: as take, with the batch's kind,
 // what it is of, and what they have found against rows themselves, which stands in the place of
 // if_source's check.
-struct row_objection {
-    reason why = reason::none;
-    std::string detail;
-};
 struct batch_origin {
     batch_kind kind = batch_kind::take;
     ulid of;
     int salvo_version = 0;
-    std::vector<row_objection> objections; // by row of the request; empty: none against any
+    std::vector<objection> objections; // by row of the request; empty: none against any
 };
 take_answer take_as(desk_state& desk, const moment& now, const actor& actor,
                     const take_request& request, const batch_origin& from);
