@@ -85,7 +85,8 @@ using stage_rows = std::map<int, staged_row>; // by destination
 struct order {
     enum class kind {
         send,        // the rows, as one uninterrupted run of changes and one flush
-        end_backend, // at once, and start it anew: what it holds must not reach the router
+        end_backend, // at once: what it holds must not reach the router; and start it anew with
+                     // the router's settings of now, unless the router has been removed
     };
     kind what = kind::send;
     std::string router;
@@ -94,10 +95,22 @@ struct order {
 
 // That something is different now; what it is stands in the desk.
 struct change {
-    enum class kind { settings, removed, link, names, labels, fact, lock, wish, stage, salvo };
+    enum class kind {
+        settings,
+        removed,
+        link,
+        names,
+        labels,
+        fact,
+        lock,
+        wish,
+        stage,
+        salvo,
+        routers, // which there are
+    };
     kind what = kind::fact;
     std::string router;         // empty: the house
-    std::uint64_t revision = 0; // of the router, of the house for a salvo, 0 for a stage
+    std::uint64_t revision = 0; // of the router or of the house; 0 for a stage
     int position = 0;           // of a fact, lock, wish or label
     std::string person;         // of a stage
     ulid id;                    // of a salvo, of a wish's batch

@@ -14,7 +14,8 @@ void record_entry(desk_state& desk, entry entry);
 // The router's next revision, and the change that tells of it. No such router: nothing.
 void tell_change(desk_state& desk, const std::string& router, change::kind what, int position = 0,
                  const ulid& id = {});
-void tell_salvo_change(desk_state& desk, const ulid& salvo);
+// The house's next revision: of a salvo, or of which routers there are.
+void tell_house_change(desk_state& desk, change::kind what, const ulid& salvo = {});
 void tell_stage_change(desk_state& desk, const std::string& person, const std::string& router);
 
 } // namespace desk

@@ -16,7 +16,8 @@ bool open_wish_for(desk_state& desk, const moment& now, const wish_id& id, const
 void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome end, reason why,
               const std::string& detail);
 
-// Orders the end of a backend that holds wishes, once.
-void end_backend_with_wishes(desk_state& desk, const std::string& router);
+// Orders the end of the router's backend, once. Held wishes end at once, those that the backend
+// holds when it has ended.
+void end_backend(desk_state& desk, const moment& now, const std::string& router);
 
 } // namespace desk
