@@ -208,6 +208,13 @@ struct house {
 // Null when there is none, or it has been forgotten.
 const wish* find_wish(const house& house, const wish_id& id);
 
+// Neither refused at once nor, in a batch with a blocked row, left out.
+bool was_accepted(const wish& wish);
+
+// It was accepted, ended otherwise than wished, and stands so: not confirmed late either, and
+// nobody has accepted that.
+bool is_trouble(const wish& wish);
+
 // The label's own, an empty one when the position has none.
 const label& label_of(const house_router& router, side side, int position);
 
