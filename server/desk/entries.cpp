@@ -1,0 +1,190 @@
+#include "server/desk/entries.h"
+
+#include <algorithm>
+
+namespace desk {
+
+namespace {
+house_router* find_router(house& house, const std::string& router)
+{
+    const auto found = house.routers.find(router);
+    return found == house.routers.end() ? nullptr : &found->second;
+}
+
+wish* find_row(house& house, const wish_id& id)
+{
+    const auto batch = house.batches.find(id.batch);
+    if (batch == house.batches.end() || id.row >= batch->second.rows.size()) return nullptr;
+    return &batch->second.rows[id.row];
+}
+
+void set_author(house& house, const route& shown, std::optional<wish_id> by)
+{
+    if (house_router* router = find_router(house, shown.router))
+        router->authors[shown.destination] = {shown.source, by};
+}
+
+bool has_open_row(const batch& batch)
+{
+    return std::any_of(batch.rows.begin(), batch.rows.end(),
+                       [](const wish& row) { return row.end == outcome::open; });
+}
+
+void forget_batches(house& house)
+{
+    auto oldest = house.batches.begin();
+    while (house.batches.size() > BATCHES_KEPT && oldest != house.batches.end())
+        oldest = has_open_row(oldest->second) ? std::next(oldest) : house.batches.erase(oldest);
+}
+
+undo_step step_of(const ulid& id, const batch& batch)
+{
+    undo_step step{id, batch.made, {}};
+    for (std::uint32_t i = 0; i < batch.rows.size(); ++i)
+        if (batch.rows[i].end == outcome::open)
+            step.rows.push_back({{id, i}, batch.rows[i].wished, batch.rows[i].was});
+    return step;
+}
+
+void push_step(std::deque<undo_step>& steps, undo_step step, wall now)
+{
+    while (!steps.empty() && steps.front().made < now - UNDO_AGE)
+        steps.pop_front();
+    if (step.rows.empty()) return;
+    if (steps.size() == UNDO_STEPS) steps.pop_front();
+    steps.push_back(std::move(step));
+}
+
+void drop_step(std::deque<undo_step>& steps, const ulid& batch)
+{
+    std::erase_if(steps, [&](const undo_step& step) { return step.batch == batch; });
+}
+
+wall last_use(const undo_record& record)
+{
+    const wall undo = record.undo.empty() ? wall{} : record.undo.back().made;
+    const wall redo = record.redo.empty() ? wall{} : record.redo.back().made;
+    return std::max(undo, redo);
+}
+
+void forget_people(house& house)
+{
+    if (house.undo.size() > PEOPLE)
+        house.undo.erase(std::min_element(house.undo.begin(), house.undo.end(),
+                                          [](const auto& one, const auto& other) {
+                                              return last_use(one.second) < last_use(other.second);
+                                          }));
+}
+
+void keep_step(house& house, const ulid& id, const batch& batch, wall now)
+{
+    undo_step step = step_of(id, batch);
+    const bool goes_back = batch.kind == batch_kind::undo || batch.kind == batch_kind::redo;
+    const bool uses_up = goes_back && batch.rule == batch_rule::rest;
+    if (step.rows.empty() && !uses_up) return;
+    undo_record& record = house.undo[batch.person];
+    if (batch.kind == batch_kind::undo) {
+        drop_step(record.undo, batch.of);
+        push_step(record.redo, std::move(step), now);
+    } else if (batch.kind == batch_kind::redo) {
+        drop_step(record.redo, batch.of);
+        push_step(record.undo, std::move(step), now);
+    } else {
+        record.redo.clear();
+        push_step(record.undo, std::move(step), now);
+    }
+    if (record.undo.empty() && record.redo.empty()) house.undo.erase(batch.person);
+    forget_people(house);
+}
+
+void apply(house& house, wall, const router_set& set)
+{
+    house.routers[set.settings.id].settings = set.settings;
+}
+
+void apply(house& house, wall, const router_removed& removed)
+{
+    house.routers.erase(removed.router);
+}
+
+void apply(house& house, wall, const label_set& set)
+{
+    house_router* router = find_router(house, set.router);
+    if (!router) return;
+    auto& labels = set.side == side::sources ? router->source_labels : router->destination_labels;
+    if (set.label == label{})
+        labels.erase(set.position);
+    else
+        labels[set.position] = set.label;
+}
+
+void apply(house& house, wall, const lock_set& set)
+{
+    if (house_router* router = find_router(house, set.router))
+        router->locks[set.destination] = set.lock;
+}
+
+void apply(house& house, wall, const lock_removed& removed)
+{
+    if (house_router* router = find_router(house, removed.router))
+        router->locks.erase(removed.destination);
+}
+
+void apply(house& house, wall, const salvo_saved& saved)
+{
+    salvo& salvo = house.salvos[saved.id];
+    salvo.name = saved.name;
+    if (salvo.versions.size() == VERSIONS_PER_SALVO) salvo.versions.pop_front();
+    salvo.versions.push_back(saved.version);
+}
+
+void apply(house& house, wall, const salvo_deleted& deleted)
+{
+    house.salvos.erase(deleted.id);
+}
+
+void apply(house& house, wall at, const batch_made& made)
+{
+    if (!house.batches.try_emplace(made.id, made.batch).second) return;
+    keep_step(house, made.id, made.batch, at);
+    forget_batches(house);
+}
+
+void apply(house& house, wall, const wish_ended& ended)
+{
+    wish* row = find_row(house, ended.id);
+    if (!row || row->end != outcome::open) return;
+    row->end = ended.end;
+    row->why = ended.why;
+    row->detail = ended.detail;
+    row->sent_after = ended.sent_after;
+    row->ended_after = ended.ended_after;
+    if (ended.end == outcome::confirmed) set_author(house, row->wished, ended.id);
+    forget_batches(house);
+}
+
+void apply(house& house, wall, const confirmed_late& late)
+{
+    wish* row = find_row(house, late.id);
+    if (!row) return;
+    row->confirmed_late_after = late.after;
+    set_author(house, row->wished, late.id);
+}
+
+void apply(house& house, wall, const wish_accepted& accepted)
+{
+    if (wish* row = find_row(house, accepted.id)) row->accepted = true;
+}
+
+void apply(house& house, wall, const outside_change& change)
+{
+    set_author(house, {change.router, change.destination, change.source}, std::nullopt);
+}
+} // namespace
+
+void apply_entry(house& house, const entry& entry)
+{
+    std::visit([&](const auto& what) { apply(house, entry.at, what); }, entry.what);
+}
+
+} // namespace desk
