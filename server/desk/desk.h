@@ -51,27 +51,35 @@ struct open_wish {
     wish_state state = wish_state::queued;
     moment begun;
     monotonic sent{};
+    monotonic deadline{};          // of being sent, then of being confirmed
     std::size_t older_queries = 0; // under way when its take was sent: their answers tell nothing
     bool answered = false;         // the query that followed the take
     bool shown = false;            // the router has shown the wished source since
+    bool maybe_sent = false;       // queued; a part of the traffic that was not read may have it
+};
+
+// A take that the router has neither acknowledged nor refused.
+struct unanswered_take {
+    int destination = 0;
+    std::vector<wish_id> wishes; // that it is for; none when nobody here asked for it
 };
 
 struct live_router {
     link_state link = link_state::off;
     std::string link_reason; // in words; empty when ready
     wall link_since{};
-    std::uint32_t connection = 0; // counts those that became ready; 0: none yet
-    bool ending = false;          // its backend has been ordered to end, and has not yet
-    int inputs = 0;               // as the backend counts them
+    std::uint32_t connection = 0; // counts those over which something was read; 0: none yet
+    reason ending = reason::none; // why its backend has been ordered to end, which it has not yet
+    int inputs = 0;               // as the backend counts them; 0: it has not
     int outputs = 0;
     std::vector<std::string> source_names; // may be more than inputs
     std::vector<std::string> destination_names;
     std::vector<fact> facts;                   // by destination, as many as outputs have ever been
     std::map<int, std::deque<open_wish>> open; // by destination, oldest first; none empty
     std::map<int, wish_id> troubled; // the last wish, when it ended badly and nobody accepted it
-    std::map<int, std::size_t> queries_under_way;                        // by destination; none 0
-    std::deque<std::pair<int, std::optional<wish_id>>> takes_unanswered; // oldest first
-    std::uint64_t revision = 0; // one more with each change that anyone can see
+    std::map<int, std::size_t> queries_under_way; // by destination; none 0
+    std::deque<unanswered_take> takes_unanswered; // oldest first
+    std::uint64_t revision = 0;                   // one more with each change that anyone can see
 };
 
 struct staged_row {
@@ -132,26 +140,14 @@ struct desk_state {
     std::vector<entry> entries;
 };
 
-// An empty desk; the seed is for identifiers and should come from the system's random source.
-desk_state make_desk(std::uint64_t seed);
-
-// A desk with this house, as kept. Wishes that were open end as unknown: the server was restarted.
-desk_state make_desk(std::uint64_t seed, house kept, const moment& now);
-
 // Null when there is none of this id.
 const house_router* find_router(const desk_state& desk, const std::string& router);
 const live_router* find_live(const desk_state& desk, const std::string& router);
 
-// The fact that the router has said on the present connection, which is ready.
+// The router has said on the present connection, which is ready, what the destination shows.
 bool is_fresh(const live_router& router, int destination);
 
 // What the destination is known to show, fresh or not.
 int source_shown(const live_router& router, int destination);
-
-// When the desk wants to be told of the time next; none when nothing is due ever.
-std::optional<monotonic> next_due(const desk_state& desk, const moment& now);
-
-// Ends what has waited too long: wishes, locks.
-void advance(desk_state& desk, const moment& now);
 
 } // namespace desk

@@ -13,8 +13,9 @@
 
 namespace desk {
 
-// Reaching `ready` begins a connection: facts of an earlier one are stale until they are said
-// again. Leaving it with wishes queued orders the end of the backend.
+// Reaching `reading`, or `ready` from elsewhere, begins a connection: facts of an earlier one are
+// stale until they are said again. Leaving `ready` with wishes queued orders the end of the
+// backend.
 void report_link(desk_state& desk, const moment& now, const std::string& router, link_state link,
                  const std::string& reason);
 
