@@ -1,0 +1,181 @@
+#include "server/desk/words.h"
+
+#include <algorithm>
+
+namespace desk {
+
+namespace {
+std::string position_name(const desk_state& desk, const std::string& router, side of, int position)
+{
+    const house_router* known = find_router(desk, router);
+    if (known != nullptr) {
+        const std::string& alias = label_of(*known, of, position).alias;
+        if (!alias.empty()) return alias;
+    }
+    if (const live_router* live = find_live(desk, router)) {
+        const auto& names = of == side::sources ? live->source_names : live->destination_names;
+        const auto index = static_cast<std::size_t>(position);
+        if (index < names.size() && !names[index].empty()) return names[index];
+    }
+    const long long first = known != nullptr ? known->settings.first_number : 1;
+    return (of == side::sources ? "source " : "destination ") + std::to_string(position + first);
+}
+
+bool continues_letter(char byte)
+{
+    return (static_cast<unsigned char>(byte) & 0xc0U) == 0x80;
+}
+} // namespace
+
+std::string source_name(const desk_state& desk, const std::string& router, int source)
+{
+    if (source == NO_SOURCE) return "no source";
+    if (source == UNKNOWN_SOURCE) return "unknown";
+    return position_name(desk, router, side::sources, source);
+}
+
+std::string destination_name(const desk_state& desk, const std::string& router, int destination)
+{
+    return position_name(desk, router, side::destinations, destination);
+}
+
+const char* text_of(outcome outcome)
+{
+    switch (outcome) {
+    case outcome::open:
+        return "open";
+    case outcome::confirmed:
+        return "confirmed";
+    case outcome::contradicted:
+        return "contradicted";
+    case outcome::refused:
+        return "refused";
+    case outcome::timed_out:
+        return "timed out";
+    case outcome::not_sent:
+        return "not sent";
+    case outcome::superseded:
+        return "superseded";
+    case outcome::unknown:
+        return "unknown";
+    }
+    return "";
+}
+
+const char* text_of(wish_state state)
+{
+    switch (state) {
+    case wish_state::held:
+        return "held";
+    case wish_state::queued:
+        return "queued";
+    case wish_state::sent:
+        return "sent";
+    }
+    return "";
+}
+
+const char* text_of(link_state link)
+{
+    switch (link) {
+    case link_state::off:
+        return "off";
+    case link_state::connecting:
+        return "connecting";
+    case link_state::reading:
+        return "reading";
+    case link_state::ready:
+        return "ready";
+    case link_state::down:
+        return "down";
+    case link_state::failing:
+        return "failing";
+    }
+    return "";
+}
+
+const char* text_of(lock_mode mode)
+{
+    return mode == lock_mode::lock ? "locked" : "protected";
+}
+
+const char* code_of(reason reason)
+{
+    switch (reason) {
+    case reason::none:
+        return "";
+    case reason::no_such_router:
+        return "noSuchRouter";
+    case reason::no_such_destination:
+        return "noSuchDestination";
+    case reason::no_such_source:
+        return "noSuchSource";
+    case reason::no_such_salvo:
+        return "noSuchSalvo";
+    case reason::no_such_batch:
+        return "noSuchBatch";
+    case reason::no_right:
+        return "noRight";
+    case reason::link_not_ready:
+        return "linkNotReady";
+    case reason::locked:
+        return "destinationLocked";
+    case reason::protected_by_other:
+        return "destinationProtected";
+    case reason::changed_since:
+        return "changedSince";
+    case reason::fact_unknown:
+        return "factUnknown";
+    case reason::not_confirmed:
+        return "notConfirmed";
+    case reason::too_many_at_once:
+        return "tooManyAtOnce";
+    case reason::too_late:
+        return "tooLate";
+    case reason::blocked_by_other_row:
+        return "blockedByOtherRow";
+    case reason::link_lost:
+        return "linkLost";
+    case reason::not_sent_in_time:
+        return "notSentInTime";
+    case reason::backend_ended:
+        return "backendEnded";
+    case reason::nothing_to_do:
+        return "nothingToDo";
+    case reason::bad_value:
+        return "badValue";
+    }
+    return "";
+}
+
+std::string lock_text(const desk_state& desk, const std::string& router, int destination)
+{
+    const house_router* known = find_router(desk, router);
+    if (known == nullptr) return "";
+    const auto found = known->locks.find(destination);
+    if (found == known->locks.end()) return "";
+    const lock& lock = found->second;
+    std::string text = destination_name(desk, router, destination) + " is " + text_of(lock.mode) +
+                       " by " + lock.owner;
+    if (!lock.reason.empty()) text += " (" + lock.reason + ")";
+    return text;
+}
+
+std::string cut_text(const std::string& text)
+{
+    std::size_t end = std::min(text.size(), TEXT_LENGTH);
+    for (int i = 0; i < 3 && end < text.size() && end > 0 && continues_letter(text[end]); ++i)
+        --end;
+    std::string cut;
+    for (std::size_t i = 0; i < end; ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const bool second_half = byte == 0xc2 && i + 1 < end && // of the controls: U+0080 to U+009f
+                                 static_cast<unsigned char>(text[i + 1]) >= 0x80 &&
+                                 static_cast<unsigned char>(text[i + 1]) < 0xa0;
+        if (second_half) ++i;
+        cut += byte < 0x20 || byte == 0x7f || second_half ? ' ' : text[i];
+    }
+    return cut;
+}
+
+} // namespace desk
