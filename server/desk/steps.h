@@ -8,7 +8,9 @@
 
 namespace desk {
 
-// Carries the entry out in the house and keeps it for the caller.
+live_router* find_live(desk_state& desk, const std::string& router);
+
+// Carries the entry out in the house and keeps it for the caller. Keeps lock_ends true.
 void record_entry(desk_state& desk, entry entry);
 
 // The router's next revision, and the change that tells of it. No such router: nothing.

@@ -1,0 +1,69 @@
+#include "server/desk/steps.h"
+
+namespace desk {
+
+namespace {
+std::optional<std::pair<wall, std::pair<std::string, int>>>
+lock_end_of(const desk_state& desk, const std::string& router, int destination)
+{
+    const house_router* known = find_router(desk, router);
+    if (known == nullptr) return {};
+    const auto lock = known->locks.find(destination);
+    if (lock == known->locks.end() || !lock->second.until) return {};
+    return {{*lock->second.until, {router, destination}}};
+}
+
+void forget_lock_end(desk_state& desk, const std::string& router, int destination)
+{
+    if (const auto end = lock_end_of(desk, router, destination)) desk.lock_ends.erase(*end);
+}
+
+void forget_lock_ends(desk_state& desk, const entry& entry)
+{
+    if (const auto* set = std::get_if<lock_set>(&entry.what)) {
+        forget_lock_end(desk, set->router, set->destination);
+    } else if (const auto* removed = std::get_if<lock_removed>(&entry.what)) {
+        forget_lock_end(desk, removed->router, removed->destination);
+    } else if (const auto* gone = std::get_if<router_removed>(&entry.what)) {
+        if (const house_router* known = find_router(desk, gone->router))
+            for (const auto& [destination, lock] : known->locks)
+                forget_lock_end(desk, gone->router, destination);
+    }
+}
+} // namespace
+
+live_router* find_live(desk_state& desk, const std::string& router)
+{
+    const auto found = desk.live.find(router);
+    return found == desk.live.end() ? nullptr : &found->second;
+}
+
+void record_entry(desk_state& desk, entry entry)
+{
+    forget_lock_ends(desk, entry);
+    apply_entry(desk.house, entry);
+    if (const auto* set = std::get_if<lock_set>(&entry.what))
+        if (auto end = lock_end_of(desk, set->router, set->destination))
+            desk.lock_ends.insert(std::move(*end));
+    desk.entries.push_back(std::move(entry));
+}
+
+void tell_change(desk_state& desk, const std::string& router, change::kind what, int position,
+                 const ulid& id)
+{
+    live_router* live = find_live(desk, router);
+    if (live == nullptr) return;
+    desk.changes.push_back({what, router, ++live->revision, position, "", id});
+}
+
+void tell_house_change(desk_state& desk, change::kind what, const ulid& salvo)
+{
+    desk.changes.push_back({what, "", ++desk.revision, 0, "", salvo});
+}
+
+void tell_stage_change(desk_state& desk, const std::string& person, const std::string& router)
+{
+    desk.changes.push_back({change::kind::stage, router, 0, 0, person, {}});
+}
+
+} // namespace desk
