@@ -20,7 +20,8 @@ objection remove_lock(desk_state& desk, const moment& now, const actor& actor,
                       const std::string& router, int destination, bool force,
                       const std::string& reason_given);
 
-// Whether the lock on this destination keeps the person from routing it, and in what words.
+// Whether the lock on this destination keeps the person from routing it: none, locked or
+// protected_by_other.
 reason lock_against(const house_router& router, int destination, const std::string& person);
 
 } // namespace desk
