@@ -8,16 +8,29 @@
 namespace desk {
 
 // Opens the wish, which stands in the house, and returns whether its change is to be sent to the
-// backend now. Not so when it is held: an open wish with another source stands between it and one
+// backend now. Not so when it is held: a queued wish with another source stands between it and one
 // with the same, so that their takes could not be told apart.
 bool open_wish_for(desk_state& desk, const moment& now, const wish_id& id, const route& wished);
 
-// Ends an open wish: the entry, the change, the next held one.
-void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome end, reason why,
-              const std::string& detail);
+// Null when it is not open.
+open_wish* find_open(desk_state& desk, const wish_id& id);
 
-// Orders the end of the router's backend, once. Held wishes end at once, those that the backend
-// holds when it has ended.
-void end_backend(desk_state& desk, const moment& now, const std::string& router);
+// The queued wish's take has been sent: from now on it waits for its confirmation.
+void mark_sent(desk_state& desk, const moment& now, const wish_id& id);
+
+// Ends an open wish: the entry, the change, the next held one.
+void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome end,
+              const std::string& detail, reason why = reason::none);
+
+// The same as not sent, for link_lost, not_sent_in_time and backend_ended.
+void end_unsent(desk_state& desk, const moment& now, const wish_id& id, reason why);
+
+// A newer wish has taken its place.
+void end_superseded(desk_state& desk, const moment& now, const wish_id& id, const wish_id& by);
+
+// Orders the end of the router's backend, once. Held wishes end at once, as not sent for the reason
+// given; those that the backend holds, when it has ended.
+void end_backend(desk_state& desk, const moment& now, const std::string& router,
+                 reason why = reason::backend_ended);
 
 } // namespace desk

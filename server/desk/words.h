@@ -21,6 +21,11 @@ const char* code_of(reason reason);    // "destinationLocked", as in API, log an
 // A sentence without its full stop: "MON A is locked by anna (on air)".
 std::string lock_text(const desk_state& desk, const std::string& router, int destination);
 
+// Whose doing it is that the destination shows this: "taken by ben", or "taken by somebody else"
+// when it is not known here.
+std::string taker_text(const desk_state& desk, const std::string& router, int destination,
+                       int source);
+
 // Cut to TEXT_LENGTH bytes at a letter's end; control characters become spaces.
 std::string cut_text(const std::string& text);
 

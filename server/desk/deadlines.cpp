@@ -1,0 +1,60 @@
+#include "server/desk/deadlines.h"
+
+#include <algorithm>
+
+#include "server/desk/steps.h"
+#include "server/desk/wishes.h"
+
+namespace desk {
+
+namespace {
+void end_late_wish(desk_state& desk, const moment& now, const wish_id& id)
+{
+    const open_wish& wish = *find_open(desk, id);
+    switch (wish.state) {
+    case wish_state::held:
+        end_unsent(desk, now, id, reason::not_sent_in_time);
+        return;
+    case wish_state::queued: // it ends when the backend has
+        desk.deadlines.erase({wish.deadline, id});
+        end_backend(desk, now, find_wish(desk.house, id)->wished.router, reason::not_sent_in_time);
+        return;
+    case wish_state::sent:
+        end_wish(desk, now, id, outcome::timed_out, "");
+        return;
+    }
+}
+
+void end_lock(desk_state& desk, const moment& now, const std::string& router, int destination)
+{
+    const std::string owner = find_router(desk, router)->locks.at(destination).owner;
+    record_entry(
+        desk, {now.utc, "", "", lock_removed{router, destination, lock_end::expired, owner, ""}});
+    tell_change(desk, router, change::kind::lock, destination);
+}
+} // namespace
+
+std::optional<monotonic> next_due(const desk_state& desk, const moment& now)
+{
+    std::optional<monotonic> due;
+    if (!desk.deadlines.empty()) due = desk.deadlines.begin()->first;
+    if (!desk.lock_ends.empty()) {
+        const monotonic end = now.steady + (desk.lock_ends.begin()->first - now.utc);
+        due = due ? std::min(*due, end) : end;
+    }
+    return due;
+}
+
+void advance(desk_state& desk, const moment& now)
+{
+    while (!desk.deadlines.empty() && desk.deadlines.begin()->first <= now.steady) {
+        const wish_id id = desk.deadlines.begin()->second;
+        end_late_wish(desk, now, id);
+    }
+    while (!desk.lock_ends.empty() && desk.lock_ends.begin()->first <= now.utc) {
+        const auto [router, destination] = desk.lock_ends.begin()->second;
+        end_lock(desk, now, router, destination);
+    }
+}
+
+} // namespace desk

@@ -1,0 +1,157 @@
+#include "server/desk/wishes.h"
+
+#include <algorithm>
+
+#include "server/desk/steps.h"
+#include "server/desk/words.h"
+
+namespace desk {
+
+namespace {
+const route& route_of(const desk_state& desk, const wish_id& id)
+{
+    return desk.house.batches.at(id.batch).rows.at(id.row).wished;
+}
+
+// The open ones of a destination are first sent, then queued ones; the newest may be held. Whether
+// the next, with this source, is to be held: a take of its source could be that of an older one.
+bool must_wait(const std::deque<open_wish>& open, int source)
+{
+    const auto newest = std::find_if(open.rbegin(), open.rend(), [](const open_wish& wish) {
+        return wish.state != wish_state::held;
+    });
+    if (newest == open.rend() || newest->source == source) return false;
+    return std::any_of(newest, open.rend(), [&](const open_wish& wish) {
+        return wish.state == wish_state::queued && wish.source == source;
+    });
+}
+
+// Sends the held wish of a destination, when it has one that need not wait any longer.
+void release_held(desk_state& desk, const std::string& router, int destination)
+{
+    const auto found = find_live(desk, router)->open.find(destination);
+    if (found == find_live(desk, router)->open.end()) return;
+    open_wish& newest = found->second.back();
+    if (newest.state != wish_state::held || must_wait(found->second, newest.source)) return;
+    newest.state = wish_state::queued;
+    desk.orders.push_back({order::kind::send, router, {{destination, newest.source}}});
+}
+
+struct closed_wish {
+    open_wish wish;
+    bool newest = false; // of its destination
+};
+
+closed_wish close_wish(desk_state& desk, live_router& live, int destination, const wish_id& id)
+{
+    std::deque<open_wish>& open = live.open.at(destination);
+    const auto place = std::find_if(open.begin(), open.end(),
+                                    [&](const open_wish& wish) { return wish.id == id; });
+    const closed_wish closed{*place, std::next(place) == open.end()};
+    open.erase(place);
+    if (open.empty()) live.open.erase(destination);
+    desk.deadlines.erase({closed.wish.deadline, id});
+    return closed;
+}
+
+void set_deadline(desk_state& desk, open_wish& wish, monotonic deadline)
+{
+    desk.deadlines.erase({wish.deadline, wish.id});
+    wish.deadline = deadline;
+    desk.deadlines.insert({deadline, wish.id});
+}
+} // namespace
+
+bool open_wish_for(desk_state& desk, const moment& now, const wish_id& id, const route& wished)
+{
+    live_router& live = *find_live(desk, wished.router);
+    const auto before = live.open.find(wished.destination);
+    if (before != live.open.end() && before->second.back().state == wish_state::held)
+        end_superseded(desk, now, before->second.back().id, id);
+
+    std::deque<open_wish>& open = live.open[wished.destination];
+    open_wish wish;
+    wish.id = id;
+    wish.source = wished.source;
+    wish.state = must_wait(open, wished.source) ? wish_state::held : wish_state::queued;
+    wish.begun = now;
+    set_deadline(desk, open.emplace_back(wish), now.steady + SEND_LIMIT);
+    live.troubled.erase(wished.destination);
+    tell_change(desk, wished.router, change::kind::wish, wished.destination, id.batch);
+    return wish.state == wish_state::queued;
+}
+
+open_wish* find_open(desk_state& desk, const wish_id& id)
+{
+    const wish* row = find_wish(desk.house, id);
+    if (row == nullptr || row->end != outcome::open) return nullptr;
+    live_router* live = find_live(desk, row->wished.router);
+    if (live == nullptr) return nullptr;
+    for (open_wish& wish : live->open.at(row->wished.destination))
+        if (wish.id == id) return &wish;
+    return nullptr;
+}
+
+void mark_sent(desk_state& desk, const moment& now, const wish_id& id)
+{
+    open_wish& wish = *find_open(desk, id);
+    const route& wished = route_of(desk, id);
+    const live_router& live = *find_live(desk, wished.router);
+    const auto queries = live.queries_under_way.find(wished.destination);
+    wish.state = wish_state::sent;
+    wish.sent = now.steady;
+    wish.older_queries = queries == live.queries_under_way.end() ? 0 : queries->second;
+    set_deadline(desk, wish,
+                 now.steady + find_router(desk, wished.router)->settings.confirmation_limit);
+    tell_change(desk, wished.router, change::kind::wish, wished.destination, id.batch);
+    release_held(desk, wished.router, wished.destination);
+}
+
+void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome end,
+              const std::string& detail, reason why)
+{
+    const route wished = route_of(desk, id);
+    live_router& live = *find_live(desk, wished.router);
+    const auto [closed, newest] = close_wish(desk, live, wished.destination, id);
+    wish_ended ended{id, end, why, detail, std::nullopt, now.steady - closed.begun.steady};
+    if (closed.state == wish_state::sent) ended.sent_after = closed.sent - closed.begun.steady;
+    record_entry(desk, {now.utc, "", "", ended});
+
+    const wish* row = find_wish(desk.house, id); // none when its batch has been forgotten by now
+    if (row != nullptr && is_trouble(*row) && newest) // an older one must not hide a newer one's
+        live.troubled.try_emplace(wished.destination, id);
+    tell_change(desk, wished.router, change::kind::wish, wished.destination, id.batch);
+    release_held(desk, wished.router, wished.destination);
+}
+
+void end_unsent(desk_state& desk, const moment& now, const wish_id& id, reason why)
+{
+    const char* const detail = why == reason::link_lost ? "the link was lost before it was sent"
+                               : why == reason::not_sent_in_time
+                                   ? "it could not be sent in time"
+                                   : "the backend was ended before it was sent";
+    end_wish(desk, now, id, outcome::not_sent, detail, why);
+}
+
+void end_superseded(desk_state& desk, const moment& now, const wish_id& id, const wish_id& by)
+{
+    const route& newer = route_of(desk, by);
+    end_wish(desk, now, id, outcome::superseded,
+             desk.house.batches.at(by.batch).person + " asked for " +
+                 source_name(desk, newer.router, newer.source) + " before it was sent");
+}
+
+void end_backend(desk_state& desk, const moment& now, const std::string& router, reason why)
+{
+    live_router& live = *find_live(desk, router);
+    if (live.ending != reason::none) return;
+    live.ending = why;
+    desk.orders.push_back({order::kind::end_backend, router, {}});
+    std::vector<wish_id> held;
+    for (const auto& [destination, open] : live.open)
+        if (open.back().state == wish_state::held) held.push_back(open.back().id);
+    for (const wish_id& id : held)
+        end_unsent(desk, now, id, why);
+}
+
+} // namespace desk
