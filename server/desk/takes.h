@@ -29,7 +29,7 @@ struct row_answer {
     bool goes = false; // or would go; when not:
     reason why = reason::none;
     std::string detail;     // in words
-    bool unchanged = false; // nothing is to be sent: it shows the source already
+    bool unchanged = false; // instead: nothing is to be sent, as it shows the source already
 };
 
 struct take_answer {
