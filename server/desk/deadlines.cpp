@@ -11,18 +11,9 @@ namespace {
 void end_late_wish(desk_state& desk, const moment& now, const wish_id& id)
 {
     const open_wish& wish = *find_open(desk, id);
-    switch (wish.state) {
-    case wish_state::held:
-        end_unsent(desk, now, id, reason::not_sent_in_time);
-        return;
-    case wish_state::queued: // it ends when the backend has
-        desk.deadlines.erase({wish.deadline, id});
-        end_backend(desk, now, find_wish(desk.house, id)->wished.router, reason::not_sent_in_time);
-        return;
-    case wish_state::sent:
-        end_wish(desk, now, id, outcome::timed_out, "");
-        return;
-    }
+    if (wish.state == wish_state::sent) return end_wish(desk, now, id, outcome::timed_out, "");
+    desk.deadlines.erase({wish.deadline, id}); // it ends when the backend has
+    end_backend(desk, now, find_wish(desk.house, id)->wished.router, reason::not_sent_in_time);
 }
 
 void end_lock(desk_state& desk, const moment& now, const std::string& router, int destination)

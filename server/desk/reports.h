@@ -17,14 +17,13 @@ namespace desk {
 // stale until they are said again. Leaving `ready` with wishes queued orders the end of the
 // backend.
 void report_link(desk_state& desk, const moment& now, const std::string& router, link_state link,
-                 const std::string& reason);
+                 const std::string& reason_given);
 
 // Effective counts, 0 to ROUTED_POSITIONS; others are brought into that range.
-void report_counts(desk_state& desk, const moment& now, const std::string& router, int inputs,
-                   int outputs);
+void report_counts(desk_state& desk, const std::string& router, int inputs, int outputs);
 
 // All names of one side, from position 0. Those beyond POSITIONS are left out.
-void report_names(desk_state& desk, const moment& now, const std::string& router, side side,
+void report_names(desk_state& desk, const std::string& router, side side,
                   std::vector<std::string> names);
 
 // Destination and source, NO_SOURCE included, as the router has them. A position beyond

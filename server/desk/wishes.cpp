@@ -141,6 +141,17 @@ void end_superseded(desk_state& desk, const moment& now, const wish_id& id, cons
                  source_name(desk, newer.router, newer.source) + " before it was sent");
 }
 
+void end_contradicted(desk_state& desk, const moment& now, const wish_id& id, int shown)
+{
+    const route& wished = route_of(desk, id);
+    const std::string name = source_name(desk, wished.router, shown);
+    const bool still = shown == find_wish(desk.house, id)->was;
+    end_wish(desk, now, id, outcome::contradicted,
+             still ? "the router still shows " + name
+                   : "the router shows " + name +
+                         " instead: " + taker_text(desk, wished.router, wished.destination, shown));
+}
+
 void end_backend(desk_state& desk, const moment& now, const std::string& router, reason why)
 {
     live_router& live = *find_live(desk, router);

@@ -28,6 +28,9 @@ void end_unsent(desk_state& desk, const moment& now, const wish_id& id, reason w
 // A newer wish has taken its place.
 void end_superseded(desk_state& desk, const moment& now, const wish_id& id, const wish_id& by);
 
+// The router shows another source.
+void end_contradicted(desk_state& desk, const moment& now, const wish_id& id, int shown);
+
 // Orders the end of the router's backend, once. Held wishes end at once, as not sent for the reason
 // given; those that the backend holds, when it has ended.
 void end_backend(desk_state& desk, const moment& now, const std::string& router,

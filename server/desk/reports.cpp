@@ -1,0 +1,194 @@
+#include "server/desk/reports.h"
+
+#include <algorithm>
+
+#include "server/desk/steps.h"
+#include "server/desk/wishes.h"
+#include "server/desk/words.h"
+
+namespace desk {
+
+namespace {
+void forget_traffic(live_router& live)
+{
+    live.queries_under_way.clear();
+    live.takes_unanswered.clear();
+    for (auto& [destination, open] : live.open)
+        for (open_wish& wish : open)
+            wish.older_queries = 0;
+}
+
+bool holds_queued(const live_router& live)
+{
+    return std::any_of(live.open.begin(), live.open.end(), [](const auto& of_destination) {
+        return std::any_of(of_destination.second.begin(), of_destination.second.end(),
+                           [](const open_wish& wish) { return wish.state == wish_state::queued; });
+    });
+}
+
+// Whether a report of its source confirms the wish.
+bool awaits_report(const open_wish& wish)
+{
+    return wish.shown && (wish.state == wish_state::sent || wish.maybe_sent);
+}
+
+// Ends the wishes that the report confirms, and older ones with another source. False when there
+// are none.
+bool confirm_wishes(desk_state& desk, const moment& now, const live_router& live, int destination,
+                    int source)
+{
+    const auto found = live.open.find(destination);
+    if (found == live.open.end()) return false;
+    const std::deque<open_wish>& open = found->second;
+    const auto newest = std::find_if(open.rbegin(), open.rend(), [&](const open_wish& wish) {
+        return wish.source == source && awaits_report(wish);
+    });
+    std::vector<std::pair<wish_id, bool>> ends;
+    for (auto wish = newest; wish != open.rend(); ++wish)
+        ends.emplace_back(wish->id, wish->source == source);
+    std::for_each(ends.rbegin(), ends.rend(), [&](const auto& end) {
+        if (end.second)
+            end_wish(desk, now, end.first, outcome::confirmed, "");
+        else
+            end_contradicted(desk, now, end.first, source);
+    });
+    return !ends.empty();
+}
+
+bool is_sent(const live_router& live, int destination, int source)
+{
+    const auto open = live.open.find(destination);
+    return open != live.open.end() &&
+           std::any_of(open->second.begin(), open->second.end(), [&](const open_wish& wish) {
+               return wish.state == wish_state::sent && wish.source == source;
+           });
+}
+
+// The destination's last wish, when it timed out or was contradicted, and its source is shown now.
+bool confirm_late(desk_state& desk, const moment& now, live_router& live, const route& shown)
+{
+    const auto troubled = live.troubled.find(shown.destination);
+    if (troubled == live.troubled.end()) return false;
+    const wish_id id = troubled->second;
+    const wish* row = find_wish(desk.house, id);
+    const bool late = row != nullptr && row->wished.source == shown.source &&
+                      (row->end == outcome::timed_out || row->end == outcome::contradicted);
+    if (!late) return false;
+    const wall after = std::max(wall{}, now.utc - desk.house.batches.at(id.batch).made);
+    live.troubled.erase(troubled);
+    record_entry(desk, {now.utc, "", "", confirmed_late{id, after}});
+    tell_change(desk, shown.router, change::kind::wish, shown.destination, id.batch);
+    return true;
+}
+
+// What the destination showed before is `was`, as far as it is known since the start.
+void note_outside_change(desk_state& desk, const moment& now, const route& shown, int was)
+{
+    const auto& authors = find_router(desk, shown.router)->authors;
+    const auto author = authors.find(shown.destination);
+    const int last = author == authors.end() ? was : author->second.source;
+    if (last == UNKNOWN_SOURCE || last == shown.source) return;
+    record_entry(desk, {now.utc, "", "",
+                        outside_change{shown.router, shown.destination, shown.source,
+                                       was == UNKNOWN_SOURCE ? last : was}});
+}
+
+void report_route(desk_state& desk, const moment& now, live_router& live, const route& shown)
+{
+    const auto position = static_cast<std::size_t>(shown.destination);
+    if (position >= live.facts.size()) live.facts.resize(position + 1);
+    fact& fact = live.facts[position];
+    const int was = fact.source;
+    const bool changed = was != shown.source || fact.connection != live.connection;
+    fact = {shown.source, now.utc, live.connection};
+    if (changed) tell_change(desk, shown.router, change::kind::fact, shown.destination);
+    if (confirm_wishes(desk, now, live, shown.destination, shown.source) ||
+        is_sent(live, shown.destination, shown.source) || confirm_late(desk, now, live, shown))
+        return;
+    note_outside_change(desk, now, shown, was);
+}
+} // namespace
+
+void report_link(desk_state& desk, const moment& now, const std::string& router, link_state link,
+                 const std::string& reason_given)
+{
+    live_router* live = find_live(desk, router);
+    const std::string why = link == link_state::ready ? "" : cut_text(reason_given);
+    if (live == nullptr || (live->link == link && live->link_reason == why)) return;
+    const link_state before = live->link;
+    live->link = link;
+    live->link_reason = why;
+    if (link != before) {
+        live->link_since = now.utc;
+        const bool goes_on = before == link_state::reading && link == link_state::ready;
+        if (!goes_on) forget_traffic(*live);
+        if (!goes_on && (link == link_state::reading || link == link_state::ready))
+            ++live->connection;
+    }
+    tell_change(desk, router, change::kind::link);
+    if (link != link_state::ready && holds_queued(*live))
+        end_backend(desk, now, router, reason::link_lost);
+}
+
+void report_counts(desk_state& desk, const std::string& router, int inputs, int outputs)
+{
+    live_router* live = find_live(desk, router);
+    inputs = std::clamp(inputs, 0, ROUTED_POSITIONS);
+    outputs = std::clamp(outputs, 0, ROUTED_POSITIONS);
+    if (live == nullptr || (live->inputs == inputs && live->outputs == outputs)) return;
+    live->inputs = inputs;
+    live->outputs = outputs;
+    live->facts.resize(std::max(live->facts.size(), static_cast<std::size_t>(outputs)));
+    tell_change(desk, router, change::kind::settings);
+}
+
+void report_names(desk_state& desk, const std::string& router, side side,
+                  std::vector<std::string> names)
+{
+    live_router* live = find_live(desk, router);
+    if (live == nullptr) return;
+    names.resize(std::min(names.size(), static_cast<std::size_t>(POSITIONS)));
+    for (std::string& name : names)
+        name = cut_text(name);
+    auto& known = side == side::sources ? live->source_names : live->destination_names;
+    if (known == names) return;
+    known = std::move(names);
+    tell_change(desk, router, change::kind::names);
+}
+
+void report_routes(desk_state& desk, const moment& now, const std::string& router,
+                   std::span<const std::pair<int, int>> routes)
+{
+    live_router* live = find_live(desk, router);
+    if (live == nullptr) return;
+    for (const auto& [destination, source] : routes)
+        if (destination >= 0 && destination < ROUTED_POSITIONS && source >= NO_SOURCE &&
+            source < ROUTED_POSITIONS)
+            report_route(desk, now, *live, {router, destination, source});
+}
+
+void report_backend_ended(desk_state& desk, const moment& now, const std::string& router)
+{
+    live_router* live = find_live(desk, router);
+    if (live == nullptr) return;
+    const bool link_lost = live->ending == reason::link_lost;
+    live->ending = reason::none;
+    std::vector<wish_id> unsent; // of each destination the newest first: none is released any more
+    for (const auto& [destination, open] : live->open)
+        for (auto wish = open.rbegin(); wish != open.rend(); ++wish)
+            if (wish->state != wish_state::sent) unsent.push_back(wish->id);
+    for (const wish_id& id : unsent) {
+        const open_wish& wish = *find_open(desk, id);
+        const bool late = now.steady - wish.begun.steady >= SEND_LIMIT;
+        if (wish.maybe_sent)
+            end_wish(desk, now, id, outcome::timed_out,
+                     "it may have been sent: part of the traffic could not be read");
+        else
+            end_unsent(desk, now, id,
+                       link_lost ? reason::link_lost
+                       : late    ? reason::not_sent_in_time
+                                 : reason::backend_ended);
+    }
+}
+
+} // namespace desk
