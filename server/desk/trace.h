@@ -27,6 +27,6 @@ void trace_route(desk_state& desk, const moment& now, const std::string& router,
 
 // Part of the traffic could not be read: queued wishes may have been sent by now, and what shows a
 // wished source confirms it.
-void trace_lost(desk_state& desk, const moment& now, const std::string& router);
+void trace_lost(desk_state& desk, const std::string& router);
 
 } // namespace desk

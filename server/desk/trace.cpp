@@ -1,0 +1,123 @@
+#include "server/desk/trace.h"
+
+#include "server/desk/steps.h"
+#include "server/desk/wishes.h"
+#include "server/desk/words.h"
+
+namespace desk {
+
+namespace {
+std::deque<open_wish>* open_on(live_router& live, int destination)
+{
+    const auto open = live.open.find(destination);
+    return open == live.open.end() ? nullptr : &open->second;
+}
+
+// The oldest queued wish for this source, with those right behind it that are for the same: their
+// take is the same. Older queued ones for others come into `superseded`.
+std::vector<wish_id> wishes_of_take(const std::deque<open_wish>& open, int source,
+                                    std::vector<wish_id>& superseded)
+{
+    std::vector<wish_id> sent, older;
+    for (const open_wish& wish : open) {
+        if (wish.state != wish_state::queued) continue;
+        if (wish.source == source)
+            sent.push_back(wish.id);
+        else if (sent.empty())
+            older.push_back(wish.id);
+        else
+            break;
+    }
+    if (!sent.empty()) superseded = std::move(older);
+    return sent;
+}
+
+// Whether what the router shows contradicts the wish; it does not show its source. `asked`: in
+// answer to a query that followed the take.
+bool contradicts(const open_wish& wish, int was, int source, bool asked)
+{
+    return (asked && !wish.answered) || source != was;
+}
+
+void judge_wish(desk_state& desk, const moment& now, const wish_id& id, int source, bool asked)
+{
+    open_wish& wish = *find_open(desk, id);
+    const bool older = asked && wish.older_queries > 0;
+    if (older) --wish.older_queries;
+    if (source == wish.source)
+        wish.shown = true;
+    else if (!older && contradicts(wish, find_wish(desk.house, id)->was, source, asked))
+        return end_contradicted(desk, now, id, source);
+    wish.answered = wish.answered || (asked && !older);
+}
+} // namespace
+
+void trace_take(desk_state& desk, const moment& now, const std::string& router, int destination,
+                int source)
+{
+    live_router* live = find_live(desk, router);
+    if (live == nullptr) return;
+    std::vector<wish_id> sent, superseded;
+    if (const auto* open = open_on(*live, destination))
+        sent = wishes_of_take(*open, source, superseded);
+    for (const wish_id& id : superseded)
+        end_superseded(desk, now, id, sent.front());
+    for (const wish_id& id : sent)
+        mark_sent(desk, now, id);
+    if (live->takes_unanswered.size() == TAKES_UNANSWERED) live->takes_unanswered.pop_front();
+    live->takes_unanswered.push_back({destination, std::move(sent)});
+}
+
+void trace_take_answer(desk_state& desk, const moment& now, const std::string& router,
+                       const std::string& refusal)
+{
+    live_router* live = find_live(desk, router);
+    if (live == nullptr || live->takes_unanswered.empty()) return;
+    const unanswered_take take = std::move(live->takes_unanswered.front());
+    live->takes_unanswered.pop_front();
+    if (refusal.empty()) return;
+    for (const wish_id& id : take.wishes)
+        if (find_open(desk, id) != nullptr)
+            end_wish(desk, now, id, outcome::refused, cut_text(refusal));
+}
+
+void trace_query(desk_state& desk, const std::string& router, int destination)
+{
+    live_router* live = find_live(desk, router);
+    if (live == nullptr) return;
+    std::size_t& count = live->queries_under_way[destination];
+    if (count < QUERIES_UNDER_WAY) ++count;
+}
+
+void trace_route(desk_state& desk, const moment& now, const std::string& router, int destination,
+                 int source)
+{
+    live_router* live = find_live(desk, router);
+    if (live == nullptr) return;
+    const auto queries = live->queries_under_way.find(destination);
+    const bool asked = queries != live->queries_under_way.end();
+    if (asked && --queries->second == 0) live->queries_under_way.erase(queries);
+    std::vector<wish_id> sent;
+    if (const auto* open = open_on(*live, destination))
+        for (const open_wish& wish : *open)
+            if (wish.state == wish_state::sent) sent.push_back(wish.id);
+    for (const wish_id& id : sent)
+        judge_wish(desk, now, id, source, asked);
+}
+
+void trace_lost(desk_state& desk, const std::string& router)
+{
+    live_router* live = find_live(desk, router);
+    if (live == nullptr) return;
+    live->queries_under_way.clear();
+    live->takes_unanswered.clear();
+    for (auto& [destination, open] : live->open)
+        for (open_wish& wish : open) {
+            wish.maybe_sent = wish.maybe_sent || wish.state == wish_state::queued;
+            wish.shown = wish.shown || wish.state != wish_state::held;
+            wish.answered = true; // what comes may have been asked for before the take
+            wish.older_queries = 0;
+        }
+}
+
+} // namespace desk

@@ -1,0 +1,266 @@
+#include "unit/desk/desk_test.h"
+
+using namespace desk;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+namespace {
+class Trace : public DeskTest {
+  protected:
+    const live_router& main = *find_live(std::as_const(desk), "main");
+};
+} // namespace
+
+TEST_F(Trace, SendsTheWishThatTheTakeIsFor)
+{
+    const auto one = wish(anna, 0, 2);
+    const auto other = wish(anna, 1, 2);
+    forget_told();
+    takes(0, 2);
+    EXPECT_EQ(became(one), "sent");
+    EXPECT_EQ(became(other), "queued");
+    EXPECT_THAT(changed(), ElementsAre(std::pair(change::kind::wish, 0)));
+    EXPECT_THAT(ordered(), IsEmpty());
+}
+
+TEST_F(Trace, SupersedesOlderWishesForAnotherSource)
+{
+    const auto sent = wish(anna, 0, 1);
+    takes(0, 1);
+    const auto old = wish(anna, 0, 2);
+    const auto older = wish(anna, 0, 3);
+    const auto taken = wish(ben, 0, 4);
+    const auto newer = wish(ben, 0, 5);
+    takes(0, 4);
+    EXPECT_EQ(became(sent), "sent");
+    EXPECT_EQ(became(old), "superseded: ben asked for CAM 5 before it was sent");
+    EXPECT_EQ(became(older), "superseded: ben asked for CAM 5 before it was sent");
+    EXPECT_EQ(became(taken), "sent");
+    EXPECT_EQ(became(newer), "queued");
+    EXPECT_THAT(main.troubled, IsEmpty());
+}
+
+TEST_F(Trace, SendsNeighboursOfTheSameSourceTogether)
+{
+    const auto one = wish(anna, 0, 2);
+    const auto same = wish(ben, 0, 2);
+    const auto other = wish(ben, 0, 3);
+    takes(0, 2);
+    EXPECT_EQ(became(one), "sent");
+    EXPECT_EQ(became(same), "sent");
+    EXPECT_EQ(became(other), "queued");
+}
+
+TEST_F(Trace, SendsNoneForATakeThatNobodyAskedFor)
+{
+    const auto one = wish(anna, 0, 2);
+    takes(0, 3);
+    takes(1, 2);
+    EXPECT_EQ(became(one), "queued");
+    // They have their answers all the same.
+    takes(0, 2);
+    trace_take_answer(desk, now, "main", "NAK 0001");
+    trace_take_answer(desk, now, "main", "NAK 0002");
+    EXPECT_EQ(became(one), "sent");
+    trace_take_answer(desk, now, "main", "NAK 0003");
+    EXPECT_EQ(became(one), "refused: NAK 0003");
+}
+
+TEST_F(Trace, MatchesAnswersToTakesInOrder)
+{
+    const auto first = wish(anna, 0, 2);
+    const auto second = wish(anna, 1, 2);
+    const auto third = wish(anna, 2, 2);
+    takes(0, 2);
+    takes(1, 2);
+    takes(2, 2);
+    trace_take_answer(desk, now, "main", "");
+    trace_take_answer(desk, now, "main", "NAK\x1b 0005");
+    EXPECT_EQ(became(first), "sent");
+    EXPECT_EQ(became(second), "refused: NAK  0005");
+    EXPECT_EQ(became(third), "sent");
+    EXPECT_THAT(main.takes_unanswered, SizeIs(1));
+}
+
+TEST_F(Trace, RefusesAllWishesOfATakeThatHaveNotEnded)
+{
+    const auto one = wish(anna, 0, 2);
+    const auto same = wish(ben, 0, 2);
+    const auto confirmed = wish(ben, 1, 2);
+    takes(0, 2);
+    carry_out(1, 2);
+    trace_take_answer(desk, now, "main", "NAK 0005");
+    trace_take_answer(desk, now, "main", "NAK 0006");
+    trace_take_answer(desk, now, "main", "NAK 0007");
+    EXPECT_EQ(became(one), "refused: NAK 0005");
+    EXPECT_EQ(became(same), "refused: NAK 0005");
+    EXPECT_EQ(became(confirmed), "confirmed");
+}
+
+TEST_F(Trace, ForgetsTheOldestOfTooManyTakesWithoutAnswer)
+{
+    const auto one = wish(anna, 0, 2);
+    takes(0, 2);
+    for (std::size_t i = 0; i < TAKES_UNANSWERED; ++i)
+        takes(1, 2);
+    EXPECT_THAT(main.takes_unanswered, SizeIs(TAKES_UNANSWERED));
+    trace_take_answer(desk, now, "main", "NAK 0005");
+    EXPECT_EQ(became(one), "sent");
+}
+
+TEST_F(Trace, ContradictsByTheAnswerAfterTheTake)
+{
+    const auto unmoved = wish(anna, 0, 2);
+    const auto moved = wish(anna, 1, 2);
+    takes(0, 2);
+    takes(1, 2);
+    shows(0, 0);
+    shows(1, 3);
+    EXPECT_EQ(became(unmoved), "contradicted: the router still shows CAM 1");
+    EXPECT_EQ(became(moved),
+              "contradicted: the router shows CAM 4 instead: taken by somebody else");
+}
+
+TEST_F(Trace, ContradictsNothingByAnswersToOlderQueries)
+{
+    trace_query(desk, "main", 0);
+    trace_query(desk, "main", 0);
+    const auto one = wish(anna, 0, 2);
+    takes(0, 2);
+    shows(0, 0);
+    shows(0, 3);
+    EXPECT_EQ(became(one), "sent");
+    shows(0, 0);
+    EXPECT_EQ(became(one), "contradicted: the router still shows CAM 1");
+}
+
+TEST_F(Trace, CountsAnAnswerToAnOlderQueryThatShowsTheSource)
+{
+    trace_query(desk, "main", 0);
+    const auto one = wish(anna, 0, 2);
+    takes(0, 2);
+    shows(0, 2);
+    report(0, 2);
+    EXPECT_EQ(became(one), "confirmed");
+}
+
+TEST_F(Trace, ContradictsByAThirdSourceUnasked)
+{
+    const auto one = wish(anna, 0, 2);
+    trace_take(desk, now, "main", 0, 2);
+    shows(0, 0); // not the answer: what was there before may still be told
+    EXPECT_EQ(became(one), "sent");
+    shows(0, 3);
+    EXPECT_EQ(became(one), "contradicted: the router shows CAM 4 instead: taken by somebody else");
+}
+
+TEST_F(Trace, ContradictsByAThirdSourceAfterTheFirstAnswer)
+{
+    const auto one = wish(anna, 0, 2);
+    takes(0, 2);
+    trace_query(desk, "main", 0);
+    trace_query(desk, "main", 0);
+    shows(0, 2);
+    shows(0, 0);
+    EXPECT_EQ(became(one), "sent");
+    shows(0, 3);
+    EXPECT_EQ(became(one), "contradicted: the router shows CAM 4 instead: taken by somebody else");
+}
+
+TEST_F(Trace, NamesWhoseTakeItIs)
+{
+    const auto annas = wish(anna, 0, 2);
+    takes(0, 2);
+    const auto bens = wish(ben, 0, 3);
+    takes(0, 3);
+    shows(0, 3);
+    EXPECT_EQ(became(annas), "contradicted: the router shows CAM 4 instead: taken by ben");
+    EXPECT_EQ(became(bens), "sent");
+}
+
+TEST_F(Trace, CountsQueriesForEachDestination)
+{
+    const auto one = wish(anna, 0, 2);
+    trace_query(desk, "main", 1);
+    takes(0, 2);
+    shows(1, 0);
+    shows(1, 0);
+    EXPECT_EQ(main.queries_under_way, (std::map<int, std::size_t>{{0, 1}}));
+    for (std::size_t i = 0; i <= QUERIES_UNDER_WAY; ++i)
+        trace_query(desk, "main", 1);
+    EXPECT_EQ(main.queries_under_way.at(1), QUERIES_UNDER_WAY);
+    EXPECT_EQ(became(one), "sent");
+}
+
+TEST_F(Trace, MakesNoFact)
+{
+    wish(anna, 0, 2);
+    takes(0, 2);
+    shows(0, 2);
+    EXPECT_EQ(source_shown(main, 0), 0);
+}
+
+TEST_F(Trace, OfAnUnknownRouterIsPassedOver)
+{
+    forget_told();
+    trace_take(desk, now, "none", 0, 1);
+    trace_take_answer(desk, now, "none", "NAK");
+    trace_query(desk, "none", 0);
+    trace_route(desk, now, "none", 0, 1);
+    trace_lost(desk, "none");
+    trace_take_answer(desk, now, "main", "NAK"); // of no take
+    EXPECT_THAT(changed(), IsEmpty());
+    EXPECT_FALSE(desk.live.contains("none"));
+}
+
+TEST_F(Trace, LostConfirmsByTheReportAlone)
+{
+    const auto sent = wish(anna, 0, 2);
+    takes(0, 2);
+    const auto queued = wish(anna, 1, 2);
+    trace_lost(desk, "main");
+    report(0, 2);
+    report(1, 2);
+    EXPECT_EQ(became(sent), "confirmed");
+    EXPECT_EQ(became(queued), "confirmed");
+    EXPECT_EQ(row_of(queued).sent_after, std::nullopt);
+}
+
+TEST_F(Trace, LostMakesAnswersAmbiguous)
+{
+    const auto one = wish(anna, 0, 2);
+    const auto other = wish(anna, 1, 2);
+    const auto later = wish(anna, 2, 2);
+    takes(0, 2);
+    takes(1, 2);
+    trace_query(desk, "main", 2);
+    trace_lost(desk, "main");
+    EXPECT_THAT(main.queries_under_way, IsEmpty());
+    trace_take_answer(desk, now, "main", "NAK");
+    trace_query(desk, "main", 0);
+    shows(0, 0);
+    EXPECT_EQ(became(one), "sent");
+    shows(1, 3);
+    EXPECT_EQ(became(other),
+              "contradicted: the router shows CAM 4 instead: taken by somebody else");
+    takes(2, 2);
+    shows(2, 0);
+    EXPECT_EQ(became(later), "sent"); // the answer may be to a query that was not read
+}
+
+TEST_F(Trace, LostLeavesOpenWhetherAQueuedWishWasSent)
+{
+    const auto old = wish(anna, 0, 2);
+    const auto queued = wish(anna, 0, 3);
+    const auto held = wish(anna, 0, 2);
+    trace_lost(desk, "main");
+    const auto after = wish(anna, 1, 3);
+    report(0, 2);
+    EXPECT_EQ(became(old), "confirmed");
+    report_backend_ended(desk, now, "main");
+    EXPECT_EQ(became(queued),
+              "timed out: it may have been sent: part of the traffic could not be read");
+    EXPECT_EQ(became(after), "not sent backendEnded: the backend was ended before it was sent");
+    EXPECT_NE(became(held), "held");
+}
