@@ -47,6 +47,10 @@ objection check_route(const desk_state& desk, const actor& actor, const route& w
 {
     objection found = check_destination(desk, actor, wished.router, wished.destination);
     if (found.why != reason::none) return found;
+    if (wished.source == UNKNOWN_SOURCE)
+        return {reason::fact_unknown,
+                "the source for " + destination_name(desk, wished.router, wished.destination) +
+                    " is not known"};
     const bool exists = wished.source >= 0 && wished.source < sources_of(desk, wished.router);
     if (!exists && wished.source != NO_SOURCE)
         return {reason::no_such_source, find_router(desk, wished.router)->settings.name +

@@ -19,7 +19,7 @@ objection no_such_router(const std::string& router);
 objection check_destination(const desk_state& desk, const actor& actor, const std::string& router,
                             int destination);
 
-// The same, then: no such source. NO_SOURCE is one.
+// The same, then: UNKNOWN_SOURCE is no wish, no such source. NO_SOURCE is one.
 objection check_route(const desk_state& desk, const actor& actor, const route& wished);
 
 // The first of: no such router, no right to change its settings.
