@@ -10,7 +10,8 @@
 
 namespace desk {
 
-// Puts the row in place of one for the same destination.
+// Puts the row in place of one for the same destination. Needs the right to operate it; its lock
+// and the link count when it is taken.
 row_answer stage_row(desk_state& desk, const moment& now, const actor& actor, const route& row);
 
 // False when the row is not there.
@@ -19,8 +20,7 @@ void clear_stage(desk_state& desk, const actor& actor, const std::string& router
 
 // The row shall go although its destination has changed: it remembers what it shows now. False when
 // the row is not there.
-bool keep_row(desk_state& desk, const moment& now, const actor& actor, const std::string& router,
-              int destination);
+bool keep_row(desk_state& desk, const actor& actor, const std::string& router, int destination);
 
 bool has_changed(const live_router& router, int destination, const staged_row& row);
 
