@@ -7,6 +7,7 @@
 namespace desk {
 
 constexpr std::size_t ROUTERS = 1000;        // one more is refused
+constexpr std::size_t ROUTER_ID_LENGTH = 64; // a longer one is refused
 constexpr int POSITIONS = 1024;              // names and groups beyond it are passed over
 constexpr int ROUTED_POSITIONS = 256;        // what a backend reports: no route beyond it
 constexpr std::size_t TEXT_LENGTH = 255;     // bytes of a name, an alias, a reason: cut at a letter
@@ -15,15 +16,18 @@ constexpr std::size_t OPEN_PER_DESTINATION = 16; // one more wish is not sent: "
 constexpr std::size_t BATCHES_KEPT = 10'000;     // the oldest that has ended is forgotten
 constexpr std::size_t SALVOS = 1000;             // one more is refused
 constexpr std::size_t VERSIONS_PER_SALVO = 50;   // the oldest is forgotten
+constexpr std::size_t SALVO_ROWS = 1'000'000;    // in all versions of all; more are refused
 constexpr std::size_t UNDO_STEPS = 50;           // for each person; the oldest is forgotten
 constexpr std::size_t PEOPLE = 1000;           // who staged or took: the longest idle is forgotten
 constexpr std::size_t TAKES_UNANSWERED = 1024; // on one router; the oldest is forgotten
 constexpr std::size_t QUERIES_UNDER_WAY = 255; // for a destination; more count as so many
 
-constexpr std::chrono::hours UNDO_AGE{24};               // an older step is forgotten
-constexpr std::chrono::seconds COMMAND_AGE{2};           // an older command is refused, never late
-constexpr std::chrono::seconds SEND_LIMIT{5};            // a wish not sent by then ends as not sent
-constexpr std::chrono::seconds CONFIRMATION_LIMIT{3};    // unless the router's own is set
+constexpr std::chrono::hours UNDO_AGE{24};            // an older step is forgotten
+constexpr std::chrono::seconds COMMAND_AGE{2};        // an older command is refused, never late
+constexpr std::chrono::seconds SEND_LIMIT{5};         // a wish not sent by then ends as not sent
+constexpr std::chrono::seconds CONFIRMATION_LIMIT{3}; // unless the router's own is set
+constexpr std::chrono::milliseconds SHORTEST_CONFIRMATION_LIMIT{100}; // others are refused
+constexpr std::chrono::milliseconds LONGEST_CONFIRMATION_LIMIT{60'000};
 constexpr std::chrono::milliseconds LONGEST_PACING{750}; // a backend may hold changes this long
 
 } // namespace desk

@@ -7,11 +7,14 @@
 
 namespace desk {
 
-// A new router, whose link is off, or new settings of one that the desk has.
+// A new router, whose link is off, or new settings of one that the desk has. A new address, port or
+// count ends its backend. Values out of range are refused with bad_value; the address is four
+// numbers with dots between them, or empty.
 objection set_router(desk_state& desk, const moment& now, const actor& actor,
                      const router_settings& settings);
 
-// With its labels, locks and stages; open wishes end as not sent (queued) or unknown (sent).
+// With its labels, locks and stages. Wishes that the backend has end as unknown, for they may still
+// be carried out before it has ended; held ones as not sent.
 objection remove_router(desk_state& desk, const moment& now, const actor& actor,
                         const std::string& router);
 

@@ -1,0 +1,160 @@
+#include "server/desk/setup.h"
+
+#include <charconv>
+#include <vector>
+
+#include "server/desk/checks.h"
+#include "server/desk/steps.h"
+#include "server/desk/wishes.h"
+#include "server/desk/words.h"
+
+namespace desk {
+
+namespace {
+constexpr int LAST_PORT = 65535;
+constexpr int ADDRESS_PARTS = 4;
+constexpr int LAST_OF_PART = 255;
+
+bool is_id(const std::string& text)
+{
+    constexpr const char* LETTERS =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_";
+    return !text.empty() && text.size() <= ROUTER_ID_LENGTH &&
+           text.find_first_not_of(LETTERS) == std::string::npos;
+}
+
+// Four numbers with dots between them, as the backend reads an address.
+bool is_address(const std::string& text)
+{
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    for (int part = 0; part < ADDRESS_PARTS; ++part) {
+        if (part > 0 && (at == end || *at++ != '.')) return false;
+        unsigned value = 0;
+        const auto read = std::from_chars(at, end, value);
+        if (read.ec != std::errc() || value > LAST_OF_PART) return false;
+        if (*at == '0' && read.ptr - at > 1) return false; // to some programs that is base 8
+        at = read.ptr;
+    }
+    return at == end;
+}
+
+objection bad_value(const char* detail)
+{
+    return {reason::bad_value, detail};
+}
+
+objection check_settings(const router_settings& settings)
+{
+    const auto is_count = [](int count) {
+        return count >= 0 && count <= ROUTED_POSITIONS;
+    };
+    if (!is_id(settings.id))
+        return bad_value("a router's id has 1 to 64 letters, digits, '-' and '_'");
+    if (settings.name.empty()) return bad_value("a router needs a name");
+    if (!settings.address.empty() && !is_address(settings.address))
+        return bad_value("the address must be four numbers up to 255 with dots, or empty");
+    if (settings.port < 1 || settings.port > LAST_PORT)
+        return bad_value("the port must be 1 to 65535");
+    if (!is_count(settings.inputs) || !is_count(settings.outputs))
+        return bad_value("the counts must be 0 to 256; 0: as many as the router has");
+    if (settings.first_number != 0 && settings.first_number != 1)
+        return bad_value("the first number shown must be 0 or 1");
+    if (settings.confirmation_limit < SHORTEST_CONFIRMATION_LIMIT ||
+        settings.confirmation_limit > LONGEST_CONFIRMATION_LIMIT)
+        return bad_value("the confirmation limit must be 0.1 to 60 s");
+    return {};
+}
+
+// What a backend is told once, when it starts.
+bool same_for_backend(const router_settings& one, const router_settings& other)
+{
+    return one.address == other.address && one.port == other.port && one.inputs == other.inputs &&
+           one.outputs == other.outputs;
+}
+
+// What the backend holds may still be sent until it has ended, which the desk will not be told.
+void end_wishes(desk_state& desk, const moment& now, const live_router& live)
+{
+    std::vector<wish_id> open;
+    for (const auto& [destination, wishes] : live.open)
+        for (const open_wish& wish : wishes)
+            open.push_back(wish.id);
+    for (const wish_id& id : open)
+        end_wish(desk, now, id, outcome::unknown, "the router was removed");
+}
+
+// Does nothing when the router has no backend.
+void end_any_backend(desk_state& desk, const moment& now, const std::string& router)
+{
+    if (find_live(desk, router)->link != link_state::off) end_backend(desk, now, router);
+}
+
+void forget_stages(desk_state& desk, const std::string& router)
+{
+    for (auto person = desk.stages.begin(); person != desk.stages.end();) {
+        const bool had = person->second.erase(router) > 0;
+        if (had) tell_stage_change(desk, person->first, router);
+        person = person->second.empty() ? desk.stages.erase(person) : std::next(person);
+    }
+}
+} // namespace
+
+objection set_router(desk_state& desk, const moment& now, const actor& actor,
+                     const router_settings& wanted)
+{
+    router_settings settings = wanted;
+    settings.name = cut_text(wanted.name);
+    if (right_on(actor.may, settings.id) < right::engineer)
+        return {reason::no_right, actor.person + " is no engineer of " + cut_text(settings.id)};
+    objection found = check_settings(settings);
+    if (found.why != reason::none) return found;
+    const house_router* const old = find_router(desk, settings.id);
+    if (old == nullptr && desk.house.routers.size() >= ROUTERS)
+        return {reason::too_many_at_once, "there are as many routers as there can be"};
+    if (old != nullptr && old->settings == settings) return {};
+    const bool ends_backend = old != nullptr && !same_for_backend(old->settings, settings);
+    const std::string id = settings.id;
+    record_entry(desk, {now.utc, actor.person, actor.origin, router_set{std::move(settings)}});
+    if (old == nullptr) {
+        desk.live[id].link_since = now.utc;
+        tell_house_change(desk, change::kind::routers);
+    }
+    tell_change(desk, id, change::kind::settings);
+    if (ends_backend) end_any_backend(desk, now, id);
+    return {};
+}
+
+objection remove_router(desk_state& desk, const moment& now, const actor& actor,
+                        const std::string& router)
+{
+    objection found = check_engineer(desk, actor, router);
+    if (found.why != reason::none) return found;
+    const std::string id = router; // the argument may be the desk's own
+    end_any_backend(desk, now, id);
+    end_wishes(desk, now, *find_live(desk, id));
+    forget_stages(desk, id);
+    record_entry(desk, {now.utc, actor.person, actor.origin, router_removed{id}});
+    tell_change(desk, id, change::kind::removed);
+    desk.live.erase(id);
+    tell_house_change(desk, change::kind::routers);
+    return {};
+}
+
+objection set_label(desk_state& desk, const moment& now, const actor& actor,
+                    const std::string& router, side side, int position, const label& wanted)
+{
+    objection found = check_engineer(desk, actor, router);
+    if (found.why != reason::none) return found;
+    if (position < 0 || position >= POSITIONS)
+        return {side == side::sources ? reason::no_such_source : reason::no_such_destination,
+                "labels are for positions below " + std::to_string(POSITIONS)};
+    label label{cut_text(wanted.alias), cut_text(wanted.group)};
+    if (label_of(*find_router(desk, router), side, position) == label) return {};
+    record_entry(desk, {now.utc, actor.person, actor.origin,
+                        label_set{router, side, position, std::move(label)}});
+    tell_change(desk, router, change::kind::labels, position);
+    return {};
+}
+
+} // namespace desk
