@@ -17,10 +17,11 @@ struct salvo_answer {
 
 // A new salvo, or, when there is one of this name (whatever its case), its next version. Needs the
 // right to operate every destination in it. The name has 1 to TEXT_LENGTH bytes, no control
-// characters; rows as in a batch.
+// characters; its case is that of the letters A to Z; rows as in a batch.
 salvo_answer save_salvo(desk_state& desk, const moment& now, const actor& actor,
                         const std::string& name, const std::vector<route>& rows);
 
+// Needs the right to operate every destination of its newest version.
 reason delete_salvo(desk_state& desk, const moment& now, const actor& actor, const ulid& id);
 
 // None when there is none of this name, whatever its case.

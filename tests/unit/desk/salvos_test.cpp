@@ -1,0 +1,198 @@
+#include "server/desk/salvos.h"
+#include "server/desk/setup.h"
+#include "unit/desk/desk_test.h"
+
+using namespace desk;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+class Salvos : public DeskTest {
+  protected:
+    const std::vector<route> rows{{"main", 0, 5}, {"back", 1, 6}};
+    const actor vera{"vera", "panel", {right::operate, {{"back", right::view}}, {}}};
+
+    salvo_answer save(const std::string& name, const std::vector<route>& some, const actor& actor)
+    {
+        const salvo_answer answer = save_salvo(desk, now, actor, name, some);
+        EXPECT_EQ(answer.id.is_none(), answer.why != reason::none);
+        EXPECT_EQ(answer.detail.empty(), answer.why == reason::none);
+        return answer;
+    }
+
+    ulid save(const std::string& name)
+    {
+        return save(name, rows, anna).id;
+    }
+
+    take_answer run(const ulid& id, int version = 0, batch_rule rule = batch_rule::all,
+                    bool dry_run = false)
+    {
+        return run_salvo(desk, now, anna, id, version, rule, dry_run, "on air");
+    }
+};
+} // namespace
+
+TEST_F(Salvos, AreSaved)
+{
+    const ulid id = save("News");
+    const salvo expected{"News", {{1, "anna", now.utc, rows}}};
+    EXPECT_EQ(desk.house.salvos, (std::map<ulid, salvo>{{id, expected}}));
+    ASSERT_EQ(desk.changes.size(), 1U);
+    EXPECT_EQ(desk.changes.front().what, change::kind::salvo);
+    EXPECT_EQ(desk.changes.front().router, "");
+    EXPECT_EQ(desk.changes.front().revision, desk.revision);
+    EXPECT_EQ(desk.changes.front().id, id);
+}
+
+TEST_F(Salvos, OfTheSameNameInAnyCaseAreVersions)
+{
+    const ulid id = save("News AZ");
+    const std::vector<route> others{{"main", 3, 3}};
+    EXPECT_EQ(save("nEWS az", others, ben).id, id);
+    EXPECT_NE(save("News AZ 2"), id);
+    const salvo& news = desk.house.salvos.at(id);
+    EXPECT_EQ(news.name, "nEWS az");
+    ASSERT_EQ(news.versions.size(), 2U);
+    EXPECT_EQ(news.versions[0].number, 1);
+    EXPECT_EQ(news.versions[1], (salvo_version{2, "ben", now.utc, others}));
+    EXPECT_EQ(find_salvo(desk.house, "NEWS AZ"), id);
+    EXPECT_EQ(find_salvo(desk.house, "NEWS"), std::nullopt);
+}
+
+TEST_F(Salvos, NumberTheirVersionsOn)
+{
+    const ulid id = save("News");
+    for (std::size_t i = 0; i < VERSIONS_PER_SALVO; ++i)
+        save("News");
+    const auto& versions = desk.house.salvos.at(id).versions;
+    EXPECT_EQ(versions.size(), VERSIONS_PER_SALVO);
+    EXPECT_EQ(versions.front().number, 2);
+    EXPECT_EQ(versions.back().number, static_cast<int>(VERSIONS_PER_SALVO) + 1);
+    EXPECT_EQ(run(id, 1).why, reason::no_such_salvo);
+}
+
+TEST_F(Salvos, HaveNames)
+{
+    EXPECT_EQ(save("", rows, anna).why, reason::bad_value);
+    EXPECT_EQ(save("a\nb", rows, anna).why, reason::bad_value);
+    EXPECT_EQ(save(std::string(TEXT_LENGTH + 1, 'a'), rows, anna).why, reason::bad_value);
+    EXPECT_THAT(desk.entries, IsEmpty());
+    EXPECT_EQ(save(std::string(TEXT_LENGTH, 'a'), rows, anna).why, reason::none);
+}
+
+TEST_F(Salvos, HaveRowsThatTheirAuthorMayRoute)
+{
+    EXPECT_EQ(save("a", {}, anna).why, reason::bad_value);
+    EXPECT_EQ(save("a", {{"main", 0, 1}, {"main", 0, 2}}, anna).why, reason::bad_value);
+    EXPECT_EQ(save("a", {{"gone", 0, 1}}, anna).why, reason::no_such_router);
+    EXPECT_EQ(save("a", {{"main", POSITIONS_HERE, 1}}, anna).why, reason::no_such_destination);
+    EXPECT_EQ(save("a", {{"main", 0, POSITIONS_HERE}}, anna).why, reason::no_such_source);
+    EXPECT_EQ(save("a", rows, vera).why, reason::no_right);
+    EXPECT_THAT(desk.house.salvos, IsEmpty());
+    EXPECT_EQ(save("a", {{"main", 0, 1}, {"back", 0, 2}}, anna).why, reason::none);
+}
+
+TEST_F(Salvos, HaveAsManyRowsAsABatch)
+{
+    for (int router = 0; router * ROUTED_POSITIONS <= static_cast<int>(ROWS_PER_BATCH); ++router) {
+        router_settings settings;
+        settings.id = settings.name = "r" + std::to_string(router);
+        set_router(desk, now, eve, settings);
+    }
+    std::vector<route> many;
+    for (int i = 0; i <= static_cast<int>(ROWS_PER_BATCH); ++i)
+        many.push_back({"r" + std::to_string(i / ROUTED_POSITIONS), i % ROUTED_POSITIONS, 0});
+    EXPECT_EQ(save("many", many, anna).why, reason::bad_value);
+    many.pop_back();
+    EXPECT_EQ(save("many", many, anna).why, reason::none);
+}
+
+TEST_F(Salvos, AreBounded)
+{
+    for (std::size_t i = 0; i < SALVOS; ++i)
+        save("salvo " + std::to_string(i));
+    EXPECT_EQ(save("another", rows, anna).why, reason::too_many_at_once);
+    EXPECT_EQ(save("salvo 0", rows, anna).why, reason::none);
+}
+
+TEST_F(Salvos, HaveBoundedRowsTogether)
+{
+    const ulid id = save("News");
+    desk.house.salvos.at(id).versions.front().rows.resize(SALVO_ROWS - rows.size());
+    EXPECT_EQ(save("black", rows, anna).why, reason::none);
+    EXPECT_EQ(save("late", rows, anna).why, reason::too_many_at_once);
+}
+
+TEST_F(Salvos, AreDeletedByWhoMayRouteThem)
+{
+    const ulid id = save("News");
+    desk.changes.clear();
+    EXPECT_EQ(delete_salvo(desk, now, vera, id), reason::no_right);
+    EXPECT_EQ(delete_salvo(desk, now, anna, {1, 1}), reason::no_such_salvo);
+    EXPECT_THAT(desk.changes, IsEmpty());
+    EXPECT_EQ(delete_salvo(desk, now, ben, id), reason::none);
+    EXPECT_THAT(desk.house.salvos, IsEmpty());
+    ASSERT_EQ(desk.changes.size(), 1U);
+    EXPECT_EQ(desk.changes.front().id, id);
+}
+
+TEST_F(Salvos, OfRemovedRoutersCanStillBeDeleted)
+{
+    const ulid id = save("News");
+    remove_router(desk, now, eve, "back");
+    EXPECT_EQ(delete_salvo(desk, now, vera, id), reason::no_right);
+    EXPECT_EQ(delete_salvo(desk, now, anna, id), reason::none);
+}
+
+TEST_F(Salvos, RunAsOneBatch)
+{
+    const ulid id = save("News");
+    save("News", {{"main", 3, 4}}, anna);
+    forget_told();
+    const take_answer answer = run(id, 1);
+    EXPECT_THAT(ordered(), testing::UnorderedElementsAre("main 0<5", "back 1<6"));
+    const batch& made = desk.house.batches.at(answer.batch);
+    EXPECT_EQ(made.kind, batch_kind::salvo);
+    EXPECT_EQ(made.of, id);
+    EXPECT_EQ(made.salvo_version, 1);
+    EXPECT_EQ(made.rule, batch_rule::all);
+    EXPECT_EQ(made.reason_given, "on air");
+    EXPECT_EQ(made.rows.size(), 2U);
+
+    forget_told();
+    const batch& newest = desk.house.batches.at(run(id).batch);
+    EXPECT_EQ(newest.salvo_version, 2);
+    EXPECT_THAT(ordered(), ElementsAre("main 3<4"));
+}
+
+TEST_F(Salvos, RunDry)
+{
+    const ulid id = save("News");
+    forget_told();
+    EXPECT_EQ(run(id, 0, batch_rule::all, true).rows.size(), 2U);
+    EXPECT_THAT(desk.orders, IsEmpty());
+    EXPECT_THAT(desk.entries, IsEmpty());
+}
+
+TEST_F(Salvos, RunByTheirRule)
+{
+    const ulid id = save("News");
+    remove_router(desk, now, eve, "back");
+    forget_told();
+    EXPECT_EQ(run(id).rows.at(0).why, reason::blocked_by_other_row);
+    EXPECT_THAT(ordered(), IsEmpty());
+    EXPECT_EQ(run(id, 0, batch_rule::rest).rows.at(1).why, reason::no_such_router);
+    EXPECT_THAT(ordered(), ElementsAre("main 0<5"));
+}
+
+TEST_F(Salvos, ThatDoNotExistDoNotRun)
+{
+    const ulid id = save("News");
+    EXPECT_EQ(run({1, 1}).why, reason::no_such_salvo);
+    const take_answer answer = run(id, 7);
+    EXPECT_EQ(answer.why, reason::no_such_salvo);
+    EXPECT_THAT(answer.detail, HasSubstr("News has no version 7"));
+    EXPECT_THAT(desk.house.batches, IsEmpty());
+}
