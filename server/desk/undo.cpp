@@ -1,0 +1,152 @@
+#include "server/desk/undo.h"
+
+#include <algorithm>
+#include <deque>
+
+#include "server/desk/words.h"
+
+namespace desk {
+
+namespace {
+bool was_confirmed(const wish& wish)
+{
+    return wish.end == outcome::confirmed || wish.confirmed_late_after.has_value();
+}
+
+// Its take never reached the router: there is nothing to put back.
+bool was_never_sent(const wish& wish)
+{
+    return wish.end == outcome::not_sent || wish.end == outcome::superseded;
+}
+
+std::string person_of(const desk_state& desk, const wish_id& id)
+{
+    const auto batch = desk.house.batches.find(id.batch);
+    return batch != desk.house.batches.end() ? batch->second.person : "somebody";
+}
+
+// What has happened to the destination since the row's wish was confirmed there.
+objection change_since(const desk_state& desk, const undo_row& row)
+{
+    const auto& [router, destination, source] = row.put;
+    const live_router& live = *find_live(desk, router);
+    const auto& authors = find_router(desk, router)->authors;
+    const auto author = authors.find(destination);
+    const int shown = source_shown(live, destination);
+    const bool still_there = shown == source && author != authors.end() &&
+                             author->second.source == source && author->second.by == row.by;
+    const std::string place = destination_name(desk, router, destination);
+    if (!still_there) {
+        const bool known = author != authors.end() && author->second.by;
+        const std::string who = known ? person_of(desk, *author->second.by) : "from outside";
+        return {reason::changed_since, place + " was changed since: it shows " +
+                                           source_name(desk, router, shown) + ", put there " +
+                                           (known ? "by " : "") + who};
+    }
+    const auto open = live.open.find(destination);
+    if (open != live.open.end()) {
+        const open_wish& newest = open->second.back();
+        return {reason::changed_since, person_of(desk, newest.id) + " has asked for " +
+                                           source_name(desk, router, newest.source) + " on " +
+                                           place + " since"};
+    }
+    return {};
+}
+
+// Why the row must stay as it is, apart from what speaks against any take, as an unknown
+// source does.
+objection object_to(const desk_state& desk, const undo_row& row)
+{
+    const auto& [router, destination, source] = row.put;
+    const live_router* const live = find_live(desk, router);
+    if (live == nullptr) return {};
+    const std::string place = destination_name(desk, router, destination);
+    const wish* const wish = find_wish(desk.house, row.by); // none: forgotten
+    if (wish != nullptr && !was_confirmed(*wish))
+        return {reason::not_confirmed, source_name(desk, router, source) + " on " + place +
+                                           " has not been confirmed: " + text_of(wish->end)};
+    if (!is_fresh(*live, destination))
+        return {reason::fact_unknown, "what " + place + " shows is not known"};
+    return change_since(desk, row);
+}
+
+std::vector<undo_row> rows_of(const ulid& id, const batch& batch)
+{
+    std::vector<undo_row> rows;
+    for (const wish& wish : batch.rows) {
+        const auto number = static_cast<std::uint32_t>(&wish - batch.rows.data());
+        if (!wish.unchanged) rows.push_back({{id, number}, wish.wished, wish.was});
+    }
+    return rows;
+}
+
+void leave_out_never_sent(const house& house, std::vector<undo_row>& rows)
+{
+    std::erase_if(rows, [&](const undo_row& row) {
+        const wish* const wish = find_wish(house, row.by);
+        return wish != nullptr && was_never_sent(*wish);
+    });
+}
+
+take_answer put_back(desk_state& desk, const moment& now, const actor& actor,
+                     const std::vector<undo_row>& rows, batch_rule rule, bool dry_run,
+                     batch_origin from)
+{
+    take_request request;
+    request.rule = rule;
+    request.dry_run = dry_run;
+    for (const undo_row& row : rows) {
+        request.rows.push_back({{row.put.router, row.put.destination, row.was}, std::nullopt});
+        from.objections.push_back(object_to(desk, row));
+    }
+    return take_as(desk, now, actor, request, from);
+}
+
+take_answer use_newest(desk_state& desk, const moment& now, const actor& actor,
+                       std::deque<undo_step> undo_record::*steps, batch_rule rule, bool dry_run,
+                       batch_kind kind)
+{
+    const auto record = desk.house.undo.find(actor.person);
+    if (record != desk.house.undo.end()) {
+        const std::deque<undo_step>& of = record->second.*steps;
+        for (auto step = of.rbegin(); step != of.rend(); ++step) {
+            if (now.utc - step->made > UNDO_AGE) break;
+            std::vector<undo_row> rows = step->rows;
+            leave_out_never_sent(desk.house, rows);
+            if (!rows.empty())
+                return put_back(desk, now, actor, rows, rule, dry_run, {kind, step->batch, 0, {}});
+        }
+    }
+    return {{},
+            reason::nothing_to_do,
+            std::string("there is nothing to ") + (kind == batch_kind::undo ? "undo" : "redo"),
+            {}};
+}
+} // namespace
+
+take_answer undo(desk_state& desk, const moment& now, const actor& actor, batch_rule rule,
+                 bool dry_run)
+{
+    return use_newest(desk, now, actor, &undo_record::undo, rule, dry_run, batch_kind::undo);
+}
+
+take_answer redo(desk_state& desk, const moment& now, const actor& actor, batch_rule rule,
+                 bool dry_run)
+{
+    return use_newest(desk, now, actor, &undo_record::redo, rule, dry_run, batch_kind::redo);
+}
+
+take_answer roll_back(desk_state& desk, const moment& now, const actor& actor, const ulid& batch,
+                      batch_rule rule, bool dry_run)
+{
+    const auto found = desk.house.batches.find(batch);
+    if (found == desk.house.batches.end())
+        return {{}, reason::no_such_batch, "this batch is not known any more", {}};
+    std::vector<undo_row> rows = rows_of(batch, found->second);
+    leave_out_never_sent(desk.house, rows);
+    if (rows.empty())
+        return {{}, reason::nothing_to_do, "nothing of this batch was sent to a router", {}};
+    return put_back(desk, now, actor, rows, rule, dry_run, {batch_kind::rollback, batch, 0, {}});
+}
+
+} // namespace desk

@@ -1,0 +1,315 @@
+#include "server/desk/locks.h"
+#include "server/desk/setup.h"
+#include "server/desk/undo.h"
+#include "unit/desk/desk_test.h"
+
+using namespace desk;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+class Undo : public DeskTest {
+  protected:
+    take_answer undo_all(const actor& actor)
+    {
+        return undo(desk, now, actor, batch_rule::all, false);
+    }
+
+    // What stands against undoing anna's only take of MON A.
+    reason why_not()
+    {
+        const take_answer dry = undo(desk, now, anna, batch_rule::all, true);
+        const take_answer real = undo_all(anna);
+        EXPECT_EQ(dry.rows.at(0).why, real.rows.at(0).why);
+        detail = real.rows.at(0).detail;
+        return real.rows.at(0).why;
+    }
+
+    // The router shows it, and the backend reports it.
+    void show(int destination, int source)
+    {
+        shows(destination, source);
+        report(destination, source);
+    }
+
+    void expect_shown(int source)
+    {
+        EXPECT_EQ(source_shown(*find_live(desk, "main"), 0), source);
+    }
+
+    // A wish from beginning to end.
+    ulid put(const actor& actor, int destination, int source)
+    {
+        const ulid batch = wish(actor, destination, source).batch;
+        carry_out(destination, source);
+        return batch;
+    }
+
+    // The only row of an undo or redo, to its end.
+    void finish(const take_answer& answer)
+    {
+        const route row = answer.rows.at(0).wished;
+        carry_out(row.destination, row.source);
+        EXPECT_EQ(became(answer), "confirmed");
+    }
+
+    ulid put_two(const actor& actor)
+    {
+        const ulid id = wish(actor, {{"main", 0, 5}, {"main", 1, 6}}).batch;
+        carry_out(0, 5);
+        carry_out(1, 6);
+        forget_told();
+        return id;
+    }
+
+    std::string detail;
+};
+} // namespace
+
+TEST_F(Undo, PutsBackWhatTheNewestTakeChanged)
+{
+    put(anna, 0, 5);
+    const ulid second = put(anna, 1, 6);
+    forget_told();
+    const take_answer answer = undo_all(anna);
+    EXPECT_THAT(ordered(), ElementsAre("main 1<0"));
+    const batch& made = desk.house.batches.at(answer.batch);
+    EXPECT_EQ(made.kind, batch_kind::undo);
+    EXPECT_EQ(made.of, second);
+    EXPECT_EQ(made.person, "anna");
+    finish(answer);
+    forget_told();
+    undo_all(anna);
+    EXPECT_THAT(ordered(), ElementsAre("main 0<0"));
+}
+
+TEST_F(Undo, IsPerPerson)
+{
+    put(anna, 0, 5);
+    put(ben, 1, 6);
+    forget_told();
+    undo_all(anna);
+    EXPECT_THAT(ordered(), ElementsAre("main 0<0"));
+    EXPECT_EQ(undo_all(eve).why, reason::nothing_to_do);
+    EXPECT_EQ(undo_all(eve).detail, "there is nothing to undo");
+}
+
+TEST_F(Undo, HasNothingToDoWhenAllIsUndone)
+{
+    put(anna, 0, 5);
+    finish(undo_all(anna));
+    forget_told();
+    EXPECT_EQ(undo_all(anna).why, reason::nothing_to_do);
+    EXPECT_THAT(desk.entries, IsEmpty());
+}
+
+TEST_F(Undo, CanBeRedoneAndUndoneAgain)
+{
+    put(anna, 0, 5);
+    finish(undo_all(anna));
+    const take_answer again = redo(desk, now, anna, batch_rule::all, false);
+    EXPECT_EQ(desk.house.batches.at(again.batch).kind, batch_kind::redo);
+    finish(again);
+    expect_shown(5);
+    EXPECT_EQ(redo(desk, now, anna, batch_rule::all, false).why, reason::nothing_to_do);
+    finish(undo_all(anna));
+    expect_shown(0);
+}
+
+TEST_F(Undo, CannotBeRedoneAfterAnotherTake)
+{
+    put(anna, 0, 5);
+    finish(undo_all(anna));
+    put(anna, 1, 6);
+    const take_answer answer = redo(desk, now, anna, batch_rule::all, false);
+    EXPECT_EQ(answer.why, reason::nothing_to_do);
+    EXPECT_EQ(answer.detail, "there is nothing to redo");
+}
+
+TEST_F(Undo, RefusesWhatSomebodyHasChangedSince)
+{
+    put(anna, 0, 5);
+    put(ben, 0, 6);
+    EXPECT_EQ(why_not(), reason::changed_since);
+    EXPECT_EQ(detail, "MON A was changed since: it shows CAM 7, put there by ben");
+    put(ben, 0, 5); // the same as anna had put there, but not hers
+    EXPECT_EQ(why_not(), reason::changed_since);
+}
+
+TEST_F(Undo, RefusesWhatWasChangedFromOutside)
+{
+    put(anna, 0, 5);
+    show(0, 6);
+    EXPECT_EQ(why_not(), reason::changed_since);
+    EXPECT_EQ(detail, "MON A was changed since: it shows CAM 7, put there from outside");
+    show(0, 5);
+    EXPECT_EQ(why_not(), reason::changed_since);
+}
+
+TEST_F(Undo, RefusesWhatSomebodyIsChanging)
+{
+    put(anna, 0, 5);
+    wish(ben, 0, 6);
+    EXPECT_EQ(why_not(), reason::changed_since);
+    EXPECT_EQ(detail, "ben has asked for CAM 7 on MON A since");
+}
+
+TEST_F(Undo, RefusesWhatIsNotKnown)
+{
+    put(anna, 0, 5);
+    link(link_state::down, "no answer");
+    EXPECT_EQ(why_not(), reason::link_not_ready);
+    link(link_state::reading);
+    link(link_state::ready);
+    EXPECT_EQ(why_not(), reason::fact_unknown);
+    EXPECT_EQ(detail, "what MON A shows is not known");
+    report(0, 5);
+    EXPECT_EQ(why_not(), reason::none);
+}
+
+TEST_F(Undo, RefusesWhatWasNotKnownBefore)
+{
+    report_counts(desk, "main", POSITIONS_HERE, POSITIONS_HERE + 1);
+    put(anna, POSITIONS_HERE, 5);
+    EXPECT_EQ(why_not(), reason::fact_unknown);
+    EXPECT_EQ(detail, "the source for destination 9 is not known");
+}
+
+TEST_F(Undo, RefusesWhatHasNotBeenConfirmed)
+{
+    wish(anna, 0, 5);
+    EXPECT_EQ(why_not(), reason::not_confirmed);
+    EXPECT_EQ(detail, "CAM 6 on MON A has not been confirmed: open");
+    takes(0, 5);
+    trace_take_answer(desk, now, "main", "NAK 0005");
+    EXPECT_EQ(why_not(), reason::not_confirmed);
+    EXPECT_EQ(detail, "CAM 6 on MON A has not been confirmed: refused");
+}
+
+TEST_F(Undo, TakesWhatWasConfirmedLate)
+{
+    wish(anna, 0, 5);
+    takes(0, 5);
+    wait_ms(5000);
+    EXPECT_EQ(why_not(), reason::not_confirmed);
+    show(0, 5);
+    EXPECT_EQ(why_not(), reason::none);
+}
+
+TEST_F(Undo, RefusesWhatMayNotBeRouted)
+{
+    put(anna, 0, 5);
+    set_lock(desk, now, ben, "main", 0, lock_mode::protect, "on air", {});
+    EXPECT_EQ(why_not(), reason::protected_by_other);
+    anna.may.usual = right::view;
+    EXPECT_EQ(why_not(), reason::no_right);
+    remove_router(desk, now, eve, "main");
+    EXPECT_EQ(why_not(), reason::no_such_router);
+}
+
+TEST_F(Undo, GoesAllOrNotAtAllByThatRule)
+{
+    put_two(anna);
+    show(0, 7);
+    forget_told();
+    EXPECT_EQ(undo_all(anna).rows.at(1).why, reason::blocked_by_other_row);
+    EXPECT_THAT(ordered(), IsEmpty());
+    show(0, 5); // put there from outside: it stays blocked, and the step stays
+    EXPECT_EQ(undo_all(anna).rows.at(0).why, reason::changed_since);
+}
+
+TEST_F(Undo, UsesItsStepUpByTheRuleRest)
+{
+    put(anna, 2, 3);
+    put_two(anna);
+    show(0, 7);
+    forget_told();
+    undo(desk, now, anna, batch_rule::rest, false);
+    EXPECT_THAT(ordered(), ElementsAre("main 1<0"));
+    forget_told();
+    undo_all(anna);
+    EXPECT_THAT(ordered(), ElementsAre("main 2<0"));
+}
+
+TEST_F(Undo, PassesOverWhatWasNeverSent)
+{
+    put(anna, 2, 3);
+    wish(anna, 0, 5);
+    link(link_state::down, "no answer");
+    report_backend_ended(desk, now, "main");
+    link(link_state::ready);
+    report(2, 3);
+    forget_told();
+    undo_all(anna);
+    EXPECT_THAT(ordered(), ElementsAre("main 2<0"));
+}
+
+TEST_F(Undo, RunsDry)
+{
+    put(anna, 0, 5);
+    forget_told();
+    for (int times = 0; times < 2; ++times) {
+        const take_answer answer = undo(desk, now, anna, batch_rule::all, true);
+        EXPECT_TRUE(answer.rows.at(0).goes);
+        EXPECT_TRUE(answer.batch.is_none());
+    }
+    EXPECT_THAT(desk.orders, IsEmpty());
+    EXPECT_THAT(desk.entries, IsEmpty());
+}
+
+TEST_F(Undo, ForgetsOldSteps)
+{
+    put(anna, 0, 5);
+    now.utc += UNDO_AGE;
+    EXPECT_TRUE(undo(desk, now, anna, batch_rule::all, true).rows.at(0).goes);
+    now.utc += wall(1);
+    EXPECT_EQ(undo(desk, now, anna, batch_rule::all, true).why, reason::nothing_to_do);
+}
+
+TEST_F(Undo, KnowsRowsOfForgottenBatches)
+{
+    const ulid batch = put(anna, 0, 5);
+    desk.house.batches.erase(batch);
+    EXPECT_EQ(why_not(), reason::none);
+}
+
+TEST_F(Undo, RollsAnybodysBatchBack)
+{
+    const ulid batch = put_two(ben);
+    const take_answer answer = roll_back(desk, now, anna, batch, batch_rule::all, false);
+    EXPECT_THAT(ordered(), ElementsAre("main 0<0 1<0"));
+    EXPECT_EQ(desk.house.batches.at(answer.batch).kind, batch_kind::rollback);
+    EXPECT_EQ(desk.house.batches.at(answer.batch).of, batch);
+    EXPECT_EQ(desk.house.batches.at(answer.batch).person, "anna");
+}
+
+TEST_F(Undo, RollsBackWhatItCan)
+{
+    const ulid batch = put_two(ben);
+    put(anna, 0, 7);
+    forget_told();
+    EXPECT_EQ(roll_back(desk, now, anna, batch, batch_rule::all, false).rows.at(0).why,
+              reason::changed_since);
+    EXPECT_THAT(ordered(), IsEmpty());
+    roll_back(desk, now, anna, batch, batch_rule::rest, false);
+    EXPECT_THAT(ordered(), ElementsAre("main 1<0"));
+}
+
+TEST_F(Undo, RollsNothingBackWhereNothingWent)
+{
+    set_lock(desk, now, ben, "main", 0, lock_mode::lock, "", {});
+    const std::vector<route> rows{{"main", 0, 5}, {"main", 1, 0}}; // locked, unchanged
+    const ulid batch = wish(anna, rows, batch_rule::rest).batch;
+    EXPECT_EQ(roll_back(desk, now, anna, batch, batch_rule::all, false).why, reason::nothing_to_do);
+    EXPECT_EQ(roll_back(desk, now, anna, {1, 1}, batch_rule::all, false).why,
+              reason::no_such_batch);
+}
+
+TEST_F(Undo, TakesRollbacksBack)
+{
+    const ulid batch = put(ben, 0, 5);
+    finish(roll_back(desk, now, anna, batch, batch_rule::all, false));
+    finish(undo_all(anna));
+    expect_shown(5);
+}
