@@ -10,6 +10,7 @@ namespace {
 constexpr std::size_t FRAME_BUFFER_SIZE = 1024;
 constexpr std::size_t LAST_POSITION = FRAME_BUFFER_SIZE - 1;
 constexpr std::size_t PARAMETER_MARGIN = 8; // kept free behind every parameter
+constexpr std::size_t HEADER_BYTES = 4;     // protocol, seq and the two characters of the mnemonic
 
 struct frame_buffer {
     char bytes[FRAME_BUFFER_SIZE];
@@ -99,6 +100,61 @@ bool encode_router_message(const router_message& message, std::string& frame)
     }
     frame.assign(buffer.bytes, strnlen(buffer.bytes, buffer.position));
     return true;
+}
+
+namespace {
+unsigned checksum_digit(char digit)
+{
+    const int value = hex_digit_value(digit);
+    return value < 0 ? 0 : static_cast<unsigned>(value);
+}
+
+// The header is read without regard to where the checksum begins: in a short frame the checksum
+// characters land in it.
+void read_header(router_message& message)
+{
+    message.protocol = message.raw[0];
+    message.seq = message.raw[1];
+    message.raw.copy(message.request.data(), 2, 2);
+}
+
+// A TAB directly before the checksum adds no empty last parameter.
+void read_parameters(router_message& message)
+{
+    const std::string_view body =
+        std::string_view(message.raw).substr(0, message.raw.size() - CHECKSUM_DIGITS);
+    std::size_t tab = body.find(TAB, HEADER_BYTES);
+    while (tab != std::string_view::npos && tab + 1 < body.size()) {
+        const std::size_t begin = tab + 1;
+        tab = body.find(TAB, begin);
+        message.parameters.emplace_back(body.substr(begin, tab - begin));
+    }
+}
+
+// An error reply without a code keeps the code -1 and is an error too.
+void read_error_reply(router_message& message)
+{
+    if (!message.parameters.empty())
+        message.nakerr = static_cast<std::int32_t>(leading_hex_digits(message.parameters[0]));
+    if (message.nakerr != 0) {
+        message.ok = false;
+        message.err = true;
+    }
+}
+} // namespace
+
+std::uint8_t checksum_field(std::string_view raw)
+{
+    const std::size_t position = raw.size() - CHECKSUM_DIGITS;
+    return static_cast<std::uint8_t>(checksum_digit(raw[position]) * 16 +
+                                     checksum_digit(raw[position + 1]));
+}
+
+void decode_router_message(router_message& message)
+{
+    read_header(message);
+    read_parameters(message);
+    if (mnemonic_of(message) == "ER") read_error_reply(message);
 }
 
 std::string router_message_text(const router_message& message)

@@ -56,5 +56,15 @@ std::uint8_t router_checksum(std::string_view bytes);
 // encoding buffer of 1024 bytes. A NUL in the message ends the frame there.
 bool encode_router_message(const router_message& message, std::string& frame);
 
+constexpr std::size_t CHECKSUM_DIGITS = 2;
+
+// The value of the last two of these bytes; any other character than a digit counts as 0. There are
+// at least those two.
+std::uint8_t checksum_field(std::string_view raw);
+
+// Takes header, parameters and error code out of the message's raw, whose checksum is right. The
+// message is otherwise a default one, and ok.
+void decode_router_message(router_message& message);
+
 // One line about the message for the log. Contains the header bytes as they are, NUL included.
 std::string router_message_text(const router_message& message);

@@ -5,8 +5,6 @@
 
 namespace {
 constexpr std::size_t MAX_FRAME_BYTES = 4096; // between start and end byte
-constexpr std::size_t CHECKSUM_DIGITS = 2;
-constexpr std::size_t HEADER_BYTES = 4; // protocol, seq and the two characters of the mnemonic
 } // namespace
 
 ParseState parse_state = ParseState::Idle;
@@ -21,54 +19,13 @@ void reset_receive_parser()
 }
 
 namespace {
-// Any other character than a digit counts as 0.
-unsigned checksum_digit(char digit)
-{
-    const int value = hex_digit_value(digit);
-    return value < 0 ? 0 : static_cast<unsigned>(value);
-}
-
 bool checksum_is_right(std::string_view raw)
 {
-    const std::size_t position = raw.size() - CHECKSUM_DIGITS;
-    const unsigned want = checksum_digit(raw[position]) * 16 + checksum_digit(raw[position + 1]);
-    const unsigned got = router_checksum(raw.substr(0, position));
+    const unsigned want = checksum_field(raw);
+    const unsigned got = router_checksum(raw.substr(0, raw.size() - CHECKSUM_DIGITS));
     if (want == got) return true;
     log_debug("Message rejected, invalid checksum (want=%02x got=%02x)", want, got);
     return false;
-}
-
-// The header is read without regard to where the checksum begins: in a short frame the checksum
-// characters land in it. There are at least those two.
-void read_header(std::string_view raw)
-{
-    incoming_message.protocol = raw[0];
-    incoming_message.seq = raw[1];
-    raw.copy(incoming_message.request.data(), 2, 2);
-}
-
-// A TAB directly before the checksum adds no empty last parameter.
-void read_parameters(std::string_view raw)
-{
-    const std::string_view body = raw.substr(0, raw.size() - CHECKSUM_DIGITS);
-    std::size_t tab = body.find(TAB, HEADER_BYTES);
-    while (tab != std::string_view::npos && tab + 1 < body.size()) {
-        const std::size_t begin = tab + 1;
-        tab = body.find(TAB, begin);
-        incoming_message.parameters.emplace_back(body.substr(begin, tab - begin));
-    }
-}
-
-// An error reply without a code keeps the code -1 and is an error too.
-void read_error_reply()
-{
-    if (!incoming_message.parameters.empty())
-        incoming_message.nakerr =
-            static_cast<std::int32_t>(leading_hex_digits(incoming_message.parameters[0]));
-    if (incoming_message.nakerr != 0) {
-        incoming_message.ok = false;
-        incoming_message.err = true;
-    }
 }
 
 // Returns whether the frame opened by SOH is a good message.
@@ -81,9 +38,7 @@ bool read_message()
         return false;
     }
     if (!checksum_is_right(raw)) return false;
-    read_header(raw);
-    read_parameters(raw);
-    if (mnemonic_of(incoming_message) == "ER") read_error_reply();
+    decode_router_message(incoming_message);
     return true;
 }
 
