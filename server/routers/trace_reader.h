@@ -1,0 +1,95 @@
+// What the traffic between a backend and its router means: for the desk (desk/trace.h), and for
+// people, the last frames in words.
+//
+// Nothing on the wire pairs an answer with its request but their order, and what both name. A
+// router that confirms each request, as it is asked to, leaves no doubt; with another, a refusal by
+// a bare NAK counts for the oldest request that may still be answered.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "server/desk/desk.h"
+#include "server/routers/diagnostics.h"
+
+namespace routers {
+
+constexpr std::size_t FRAMES_KEPT = 1000;         // the oldest is forgotten
+constexpr std::size_t FRAME_BYTES_KEPT = 262'144; // likewise
+constexpr std::size_t REQUESTS_UNANSWERED = 4096; // the oldest counts as never answered
+
+// Destinations and sources are positions, the router's own index less its base. Destinations may be
+// beyond what is routed; a source that can be no position is UNKNOWN_SOURCE.
+struct take_sent {
+    int destination = 0;
+    int source = 0;
+};
+struct take_answered {   // the oldest that had no answer
+    std::string refusal; // "NAK 0005", "ER 05"; empty when it was not refused
+};
+struct query_sent {
+    int destination = 0;
+};
+struct query_unanswered { // the oldest for this destination will have no answer
+    int destination = 0;
+};
+struct route_told {
+    int destination = 0;
+    int source = 0;
+};
+using trace_step = std::variant<take_sent, take_answered, query_sent, query_unanswered, route_told>;
+
+enum class meaning {
+    take,
+    query,
+    request, // any other
+    route,
+    confirmation,
+    refusal,
+    answer,   // any other
+    rejected, // the backend did not understand it
+};
+
+struct traced_frame {
+    desk::moment at;
+    direction way = direction::sent;
+    routers::meaning meaning = meaning::request;
+    int destination = 0; // of a take, a query, a route
+    int source = 0;      // of a take, a route
+    std::string refusal; // its code: "NAK 0005"
+    std::string raw;     // between start and end byte; empty for an ACK
+};
+
+struct request_sent {
+    std::string mnemonic;
+    std::string kind; // its first parameter
+    int destination = 0;
+};
+
+struct trace_reader {
+    std::uint64_t input_base = 0; // the router's index of position 0
+    std::uint64_t output_base = 0;
+    bool confirms = false;               // the router has confirmed a request on this connection
+    std::deque<request_sent> unanswered; // oldest first
+    std::deque<traced_frame> frames;     // oldest first
+    std::size_t frame_bytes = 0;         // of their raw
+    std::uint64_t sent = 0;              // how many there have been
+    std::uint64_t received = 0;
+};
+
+// Appends what it means for the desk.
+void read_trace(trace_reader& trace, const desk::moment& now, const diagnostic& told,
+                std::vector<trace_step>& steps);
+
+// The backend has ended: the next one begins anew. The frames stay.
+void end_trace(trace_reader& trace, std::vector<trace_step>& steps);
+
+// "take MON A <- CAM 2", "query MON A", "MON A shows CAM 2", "refused: NAK 0005", and for the rest
+// the frame as text, cut like every text. Names are those of now.
+std::string text_of(const traced_frame& frame, const desk::desk_state& desk,
+                    const std::string& router);
+
+} // namespace routers
