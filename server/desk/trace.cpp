@@ -39,6 +39,15 @@ bool contradicts(const open_wish& wish, int was, int source, bool asked)
     return (asked && !wish.answered) || source != was;
 }
 
+// The oldest query for the destination is no longer under way. False when there is none.
+bool end_query(live_router& live, int destination)
+{
+    const auto queries = live.queries_under_way.find(destination);
+    if (queries == live.queries_under_way.end()) return false;
+    if (--queries->second == 0) live.queries_under_way.erase(queries);
+    return true;
+}
+
 void judge_wish(desk_state& desk, const moment& now, const wish_id& id, int source, bool asked)
 {
     open_wish& wish = *find_open(desk, id);
@@ -89,14 +98,21 @@ void trace_query(desk_state& desk, const std::string& router, int destination)
     if (count < QUERIES_UNDER_WAY) ++count;
 }
 
+void trace_query_unanswered(desk_state& desk, const std::string& router, int destination)
+{
+    live_router* live = find_live(desk, router);
+    if (live == nullptr || !end_query(*live, destination)) return;
+    if (auto* open = open_on(*live, destination))
+        for (open_wish& wish : *open)
+            if (wish.older_queries > 0) --wish.older_queries;
+}
+
 void trace_route(desk_state& desk, const moment& now, const std::string& router, int destination,
                  int source)
 {
     live_router* live = find_live(desk, router);
     if (live == nullptr) return;
-    const auto queries = live->queries_under_way.find(destination);
-    const bool asked = queries != live->queries_under_way.end();
-    if (asked && --queries->second == 0) live->queries_under_way.erase(queries);
+    const bool asked = end_query(*live, destination);
     std::vector<wish_id> sent;
     if (const auto* open = open_on(*live, destination))
         for (const open_wish& wish : *open)

@@ -20,6 +20,9 @@ void trace_take_answer(desk_state& desk, const moment& now, const std::string& r
 
 void trace_query(desk_state& desk, const std::string& router, int destination);
 
+// The oldest query for the destination will have no answer.
+void trace_query_unanswered(desk_state& desk, const std::string& router, int destination);
+
 // The router said what a destination shows, asked or unasked. Answers come in the order of the
 // queries for that destination; those to queries from before a take contradict nothing.
 void trace_route(desk_state& desk, const moment& now, const std::string& router, int destination,

@@ -193,6 +193,20 @@ TEST_F(Trace, CountsQueriesForEachDestination)
     EXPECT_EQ(became(one), "sent");
 }
 
+TEST_F(Trace, CountsAQueryWithoutAnswerNoLonger)
+{
+    trace_query(desk, "main", 0);
+    const take_answer answer = wish(anna, 0, 2);
+    takes(0, 2);
+    trace_query_unanswered(desk, "main", 0);
+    shows(0, 0); // in answer to the query after the take
+    EXPECT_EQ(text_of(row_of(answer).end), std::string("contradicted"));
+
+    trace_query_unanswered(desk, "main", 0);
+    trace_query_unanswered(desk, "none", 0);
+    EXPECT_TRUE(find_live(desk, "main")->queries_under_way.empty());
+}
+
 TEST_F(Trace, MakesNoFact)
 {
     wish(anna, 0, 2);
