@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "common/numbers.h"
+#include "server/desk/trace.h"
 #include "server/desk/words.h"
 
 namespace routers {
@@ -62,6 +63,10 @@ void read_frame_sent(trace_reader& trace, const router_message& message, traced_
                      std::vector<trace_step>& steps)
 {
     ++trace.sent;
+    if (trace.unanswered.size() == REQUESTS_UNANSWERED) {
+        give_up(trace.unanswered.front(), steps);
+        trace.unanswered.pop_front();
+    }
     request_sent request{std::string(mnemonic_of(message)), parameter(message, 0), 0};
     if (request.mnemonic == "TI" || request.mnemonic == "QI")
         request.destination = position_sent(request.kind, trace.output_base);
@@ -73,10 +78,6 @@ void read_frame_sent(trace_reader& trace, const router_message& message, traced_
     } else if (request.mnemonic == "QI") {
         frame.meaning = meaning::query;
         if (frame.destination >= 0) steps.emplace_back(query_sent{frame.destination});
-    }
-    if (trace.unanswered.size() == REQUESTS_UNANSWERED) {
-        give_up(trace.unanswered.front(), steps);
-        trace.unanswered.pop_front();
     }
     trace.unanswered.push_back(std::move(request));
 }
@@ -250,6 +251,23 @@ void end_trace(trace_reader& trace, std::vector<trace_step>& steps)
     trace.confirms = false;
     trace.input_base = 0;
     trace.output_base = 0;
+}
+
+void tell_desk(desk::desk_state& desk, const desk::moment& now, const std::string& router,
+               const std::vector<trace_step>& steps)
+{
+    for (const trace_step& step : steps) {
+        if (const auto* take = std::get_if<take_sent>(&step))
+            desk::trace_take(desk, now, router, take->destination, take->source);
+        else if (const auto* answer = std::get_if<take_answered>(&step))
+            desk::trace_take_answer(desk, now, router, answer->refusal);
+        else if (const auto* query = std::get_if<query_sent>(&step))
+            desk::trace_query(desk, router, query->destination);
+        else if (const auto* unanswered = std::get_if<query_unanswered>(&step))
+            desk::trace_query_unanswered(desk, router, unanswered->destination);
+        else if (const auto* route = std::get_if<route_told>(&step))
+            desk::trace_route(desk, now, router, route->destination, route->source);
+    }
 }
 
 namespace {

@@ -20,6 +20,7 @@ namespace routers {
 constexpr std::size_t FRAMES_KEPT = 1000;         // the oldest is forgotten
 constexpr std::size_t FRAME_BYTES_KEPT = 262'144; // likewise
 constexpr std::size_t REQUESTS_UNANSWERED = 4096; // the oldest counts as never answered
+static_assert(REQUESTS_UNANSWERED <= desk::TAKES_UNANSWERED, "the desk would forget takes first");
 
 // Destinations and sources are positions, the router's own index less its base. Destinations may be
 // beyond what is routed; a source that can be no position is UNKNOWN_SOURCE.
@@ -86,6 +87,10 @@ void read_trace(trace_reader& trace, const desk::moment& now, const diagnostic& 
 
 // The backend has ended: the next one begins anew. The frames stay.
 void end_trace(trace_reader& trace, std::vector<trace_step>& steps);
+
+// Gives the steps on to the desk.
+void tell_desk(desk::desk_state& desk, const desk::moment& now, const std::string& router,
+               const std::vector<trace_step>& steps);
 
 // "take MON A <- CAM 2", "query MON A", "MON A shows CAM 2", "refused: NAK 0005", and for the rest
 // the frame as text, cut like every text. Names are those of now.

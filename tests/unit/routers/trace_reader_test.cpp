@@ -214,7 +214,7 @@ TEST(TraceReader, BoundsTheRequestsUnanswered)
 {
     played_trace played;
     played.play(std::vector<std::string>(REQUESTS_UNANSWERED, "> TI 1 2"));
-    EXPECT_THAT(played.play({"> TI 2 3"}), ElementsAre("take 1 2", "done"));
+    EXPECT_THAT(played.play({"> TI 2 3"}), ElementsAre("done", "take 1 2"));
     EXPECT_EQ(played.trace.unanswered.size(), REQUESTS_UNANSWERED);
 }
 
@@ -253,6 +253,32 @@ TEST(TraceReader, KeepsTimeAndDirection)
     EXPECT_EQ(frame.at.utc, desk::wall(7));
     EXPECT_EQ(frame.way, direction::received);
     EXPECT_EQ(frame.raw.substr(0, 6), "N0IQ\t2");
+}
+
+TEST(TraceReader, TellsTheDeskEachStep)
+{
+    desk::desk_state desk = desk::make_desk(1);
+    desk.house.routers["main"].settings.id = "main";
+    const auto& live = desk.live["main"];
+    played_trace played;
+    std::vector<trace_step> steps;
+    const auto tell = [&](const char* line) {
+        steps.clear();
+        read_trace(played.trace, {}, frame_of(line), steps);
+        tell_desk(desk, {}, "main", steps);
+    };
+    for (const char* line : {"> BK", "< ER 00 BK", "> TI 1 2", "> QI 1 0", "> TI 2 2", "> QI 2 0"})
+        tell(line);
+    EXPECT_EQ(live.takes_unanswered.size(), 2U);
+    EXPECT_EQ(live.queries_under_way.size(), 2U);
+    tell("< ER 00 TI");
+    EXPECT_EQ(live.takes_unanswered.size(), 1U);
+    tell("< IQ 1 0 N N 2");
+    EXPECT_EQ(live.queries_under_way.size(), 1U);
+    tell("< ER 00 TI");
+    tell("< ER 03 QI");
+    EXPECT_TRUE(live.takes_unanswered.empty());
+    EXPECT_TRUE(live.queries_under_way.empty());
 }
 
 TEST(TraceReader, SaysInWordsWhatAFrameMeans)
