@@ -65,6 +65,8 @@ bool start_on_pipes(child_process& child, child_pipes& pipes, const std::vector<
         return false;
     if (errors == error_output::piped && !open_pipe(ours.errors, childs.errors, error))
         return false;
+    if (errors == error_output::messages && !open_message_pipe(ours.errors, childs.errors, error))
+        return false;
     if (errors == error_output::discarded)
         childs.errors = owned_descriptor(open("/dev/null", O_WRONLY | O_CLOEXEC));
     const int error_number =

@@ -27,7 +27,12 @@ struct child_process {
 bool start_child(child_process& child, const std::vector<std::string>& words,
                  const std::array<int, 3>& descriptors, std::string& error);
 
-enum class error_output { inherited, discarded, piped };
+enum class error_output {
+    inherited,
+    discarded,
+    piped,
+    messages, // piped, with what each write wrote kept apart
+};
 
 // Our ends of a program's pipes; they block.
 struct child_pipes {

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/socket.h>
 #include <unistd.h>
 #include <utility>
 
@@ -49,6 +50,22 @@ bool open_pipe(owned_descriptor& reads, owned_descriptor& writes, std::string& e
     }
     reads = owned_descriptor(ends[0]);
     writes = owned_descriptor(ends[1]);
+    return true;
+}
+
+bool open_message_pipe(owned_descriptor& reads, owned_descriptor& writes, std::string& error)
+{
+    std::array<int, 2> ends = {-1, -1};
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+        error = std::strerror(errno);
+        return false;
+    }
+    reads = owned_descriptor(ends[0]);
+    writes = owned_descriptor(ends[1]);
+    // The system doubles it, where it does not allow less, and counts 768 bytes for a short
+    // message.
+    const int size = 524'288;
+    setsockopt(writes.number, SOL_SOCKET, SO_SNDBUF, &size, sizeof size);
     return true;
 }
 

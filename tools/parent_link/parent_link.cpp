@@ -6,6 +6,7 @@
 #include <cstring>
 #include <sys/syscall.h>
 #include <unistd.h>
+#include <utility>
 
 #include "tools/common/lines.h"
 
@@ -46,7 +47,9 @@ bool start_backend(backend_link& link, const std::string& program,
     signal(SIGPIPE, SIG_IGN);
     std::vector<std::string> words = {program};
     words.insert(words.end(), arguments.begin(), arguments.end());
-    if (common::start_on_pipes(link.child, link.pipes, words, common::error_output::piped, error) &&
+    const auto errors =
+        link.keeps_messages ? common::error_output::messages : common::error_output::piped;
+    if (common::start_on_pipes(link.child, link.pipes, words, errors, error) &&
         common::set_nonblocking(link.pipes.input.number, error) &&
         common::set_nonblocking(link.pipes.output.number, error) &&
         common::set_nonblocking(link.pipes.errors.number, error) && watch_end(link, error))
@@ -151,8 +154,37 @@ bool read_output(backend_link& link)
     return more;
 }
 
+// One entry. Whatever does not end a line, as from what watches the backend's memory, is only the
+// beginning of one.
+common::read_outcome read_message(backend_link& link)
+{
+    const common::read_outcome outcome =
+        common::read_some(link.pipes.errors.number, link.partial_diagnostics);
+    std::string& text = link.partial_diagnostics;
+    if (outcome != common::read_outcome::read) return outcome;
+    if (text.ends_with('\n'))
+        text.pop_back();
+    else if (text.size() <= common::LONGEST_LINE)
+        return outcome;
+    link.diagnostics.push_back(std::exchange(text, {}));
+    return outcome;
+}
+
+// All that stood there when it began.
+bool read_messages(backend_link& link)
+{
+    if (link.pipes.errors.number < 0) return false;
+    auto outcome = common::read_outcome::read;
+    for (std::size_t i = 0; i < common::MESSAGES_BETWEEN && outcome == common::read_outcome::read;
+         ++i)
+        outcome = read_message(link);
+    if (outcome == common::read_outcome::ended) link.pipes.errors.reset();
+    return outcome == common::read_outcome::read;
+}
+
 bool read_diagnostics(backend_link& link)
 {
+    if (link.keeps_messages) return read_messages(link);
     return read_lines(link.pipes.errors, link.partial_diagnostics, link.diagnostics);
 }
 

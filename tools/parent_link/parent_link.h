@@ -27,6 +27,9 @@ struct backend_link {
     common::child_pipes pipes;           // none of them blocks; those closed have no descriptor
     std::string unsent;                  // bytes that the backend has not read yet
     bool input_ending = false;           // close its input as soon as unsent is empty
+    // Set before the start: each entry of diagnostics is what the backend wrote at once, and line
+    // ends in a router's text begin no entry. Clear: each is a line.
+    bool keeps_messages = false;
     bool reads_output = true; // clear: the backend's records stay in its pipe until it ends
 
     std::string partial_output;      // the beginning of a line, without its end

@@ -103,3 +103,36 @@ TEST_F(Pipe, ErrorsHaveTheirText)
     EXPECT_FALSE(write_all(-1, "x"));
     EXPECT_EQ(read_some(-1, text), read_outcome::ended);
 }
+
+TEST(MessagePipe, KeepsApartWhatEachWriteWrote)
+{
+    owned_descriptor reads;
+    owned_descriptor writes;
+    std::string text;
+    ASSERT_TRUE(open_message_pipe(reads, writes, text));
+    EXPECT_EQ(fcntl(reads.number, F_GETFD), FD_CLOEXEC);
+    EXPECT_EQ(fcntl(writes.number, F_GETFD), FD_CLOEXEC);
+    ASSERT_TRUE(write_all(writes.number, "one\ntwo\n"));
+    ASSERT_TRUE(write_all(writes.number, "three\n"));
+    writes.reset();
+    EXPECT_EQ(read_some(reads.number, text), read_outcome::read);
+    EXPECT_EQ(text, "one\ntwo\n");
+    EXPECT_EQ(read_some(reads.number, text), read_outcome::read);
+    EXPECT_EQ(text, "one\ntwo\nthree\n");
+    EXPECT_EQ(read_some(reads.number, text), read_outcome::ended);
+}
+
+// So that whoever reads as many has read all that stood there when it began.
+TEST(MessagePipe, HoldsNoMoreMessagesThanItSays)
+{
+    owned_descriptor reads;
+    owned_descriptor writes;
+    std::string error;
+    ASSERT_TRUE(open_message_pipe(reads, writes, error));
+    ASSERT_TRUE(set_nonblocking(writes.number, error));
+    std::size_t count = 0;
+    while (count <= MESSAGES_BETWEEN && write_all(writes.number, "x"))
+        ++count;
+    EXPECT_GE(count, 200U);
+    EXPECT_LE(count, MESSAGES_BETWEEN);
+}
