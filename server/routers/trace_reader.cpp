@@ -90,7 +90,8 @@ requests::iterator find_request(trace_reader& trace, std::string_view mnemonic)
 
 // The request has its answer, so that older ones will have none any more. Returns whether there is
 // such a request.
-bool answer_request(trace_reader& trace, requests::iterator request, std::vector<trace_step>& steps)
+bool answer_request(trace_reader& trace, const requests::iterator& request,
+                    std::vector<trace_step>& steps)
 {
     if (request == trace.unanswered.end()) return false;
     std::for_each(trace.unanswered.begin(), request,
@@ -111,8 +112,8 @@ void read_data(trace_reader& trace, std::string_view mnemonic, const std::string
     answer_request(trace, request, steps);
 }
 
-void answer_with_code(trace_reader& trace, requests::iterator request, const std::string& refusal,
-                      std::vector<trace_step>& steps)
+void answer_with_code(trace_reader& trace, const requests::iterator& request,
+                      const std::string& refusal, std::vector<trace_step>& steps)
 {
     if (request == trace.unanswered.end()) return;
     const request_sent answered = *request;
