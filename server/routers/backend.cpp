@@ -1,0 +1,267 @@
+#include "server/routers/backend.h"
+
+#include <algorithm>
+#include <csignal>
+#include <utility>
+
+#include "server/desk/reports.h"
+#include "server/desk/trace.h"
+#include "server/desk/words.h"
+#include "server/routers/configuration.h"
+
+namespace routers {
+
+namespace {
+void keep_line(backend& backend, const desk::moment& now, level level, const std::string& text)
+{
+    backend.log.push_back({now, level, desk::cut_text(text)});
+    if (backend.log.size() > LOG_LINES) backend.log.pop_front();
+}
+
+void report_link(const backend& backend, desk::desk_state& desk, const desk::moment& now)
+{
+    desk::report_link(desk, now, backend.router, backend.link.state, backend.link.reason);
+}
+
+void forget_old_ends(backend& backend, const desk::moment& now)
+{
+    while (!backend.ends.empty() && backend.ends.front() + ENDS_COUNT <= now.steady)
+        backend.ends.pop_front();
+}
+
+// Before the next start, when it has just ended of its own accord.
+desk::monotonic pause_before_start(const backend& backend)
+{
+    if (backend.ends.size() <= 1) return {};
+    desk::monotonic pause = FIRST_PAUSE;
+    for (std::size_t i = 2; i < backend.ends.size() && pause < LONGEST_PAUSE; ++i)
+        pause *= 2;
+    return std::min<desk::monotonic>(pause, LONGEST_PAUSE);
+}
+
+void note_failure(backend& backend, desk::desk_state& desk, const desk::moment& now,
+                  const std::string& what)
+{
+    backend.ends.push_back(now.steady);
+    forget_old_ends(backend, now);
+    backend.start_at = now.steady + pause_before_start(backend);
+    const bool failing = backend.ends.size() >= ENDS_FOR_FAILING;
+    std::string reason = "its backend " + what;
+    if (failing)
+        reason += ", the end number " + std::to_string(backend.ends.size()) + " within a minute";
+    if (!backend.log.empty()) reason += ": " + backend.log.back().text;
+    desk::report_link(desk, now, backend.router,
+                      failing ? desk::link_state::failing : desk::link_state::down, reason);
+}
+
+void start_process(backend& backend, desk::desk_state& desk, const desk::moment& now)
+{
+    backend.start_at.reset();
+    backend.ending = false;
+    backend.counts = {};
+    backend.sources.reset();
+    backend.destinations.reset();
+    backend.link = start_of_link(backend.settings);
+    if (backend.settings.address.empty()) return report_link(backend, desk, now);
+    std::string error;
+    backend.process.keeps_messages = true;
+    ++backend.starts;
+    if (!write_configuration(backend.configuration, backend.settings, error) ||
+        !parent_link::start_backend(backend.process, backend.program,
+                                    {"--file", backend.configuration}, error)) {
+        keep_line(backend, now, level::error, error);
+        return note_failure(backend, desk, now, "cannot be started");
+    }
+    // One that does not stay up keeps its reason until it says more.
+    if (backend.ends.empty()) report_link(backend, desk, now);
+}
+
+void tell_to_end(backend& backend, const desk::moment& now)
+{
+    if (backend.ending || !is_running(backend)) return;
+    backend.ending = true;
+    backend.kill_at = now.steady + TIME_TO_END;
+    backend.process.unsent.clear();
+    parent_link::send_signal(backend.process, SIGTERM);
+}
+} // namespace
+
+bool is_running(const backend& backend)
+{
+    return backend.process.child.process > 0;
+}
+
+void run_backend(backend& backend, desk::desk_state& desk, const desk::moment& now,
+                 const desk::router_settings& settings)
+{
+    const bool same = configuration_text(backend.settings) == configuration_text(settings);
+    backend.settings = settings;
+    if (std::exchange(backend.wanted, true) && same) return;
+    backend.ends.clear();
+    if (is_running(backend))
+        tell_to_end(backend, now);
+    else
+        start_process(backend, desk, now);
+}
+
+void stop_backend(backend& backend, const desk::moment& now)
+{
+    backend.wanted = false;
+    backend.start_at.reset();
+    tell_to_end(backend, now);
+}
+
+void add_poll_descriptors(const backend& backend, std::vector<pollfd>& descriptors)
+{
+    parent_link::add_poll_descriptors(backend.process, descriptors);
+}
+
+std::optional<desk::monotonic> next_due(const backend& backend)
+{
+    return backend.kill_at ? backend.kill_at : backend.start_at;
+}
+
+namespace {
+// Frames stand in the trace, and lines for debugging only fill the log.
+void keep_told(backend& backend, const desk::moment& now, const diagnostic& told,
+               const std::string& message)
+{
+    const auto* const text = std::get_if<text_line>(&told);
+    if (text != nullptr && text->level != level::debug)
+        keep_line(backend, now, text->level, text->text);
+    else if (std::holds_alternative<link_line>(told))
+        keep_line(backend, now, level::note, message.substr(message.find('>') + 1));
+}
+
+// Returns how many routes it has accepted.
+std::size_t tell_diagnostics(backend& backend, desk::desk_state& desk, const desk::moment& now)
+{
+    std::size_t accepted = 0;
+    std::vector<trace_step> steps;
+    for (const std::string& message : std::exchange(backend.process.diagnostics, {})) {
+        const diagnostic told = read_diagnostic(message);
+        if (std::holds_alternative<route_accepted>(told)) ++accepted;
+        keep_told(backend, now, told, message);
+        steps.clear();
+        read_trace(backend.trace, now, told, steps);
+        tell_desk(desk, now, backend.router, steps);
+        if (read_link(backend.link, told)) report_link(backend, desk, now);
+    }
+    return accepted;
+}
+
+// A router may have fewer positions than are set.
+void tell_counts(const backend& backend, desk::desk_state& desk)
+{
+    if (!backend.sources || !backend.destinations) return;
+    desk::report_counts(desk, backend.router,
+                        std::min(backend.counts.inputs, static_cast<int>(*backend.sources)),
+                        std::min(backend.counts.outputs, static_cast<int>(*backend.destinations)));
+}
+
+void tell_report(backend& backend, desk::desk_state& desk, const desk::moment& now,
+                 const report& told)
+{
+    if (const auto* counts = std::get_if<counts_report>(&told)) {
+        backend.counts = *counts;
+        tell_counts(backend, desk);
+    } else if (const auto* names = std::get_if<names_report>(&told)) {
+        (names->side == desk::side::sources ? backend.sources : backend.destinations) =
+            names->names.size();
+        desk::report_names(desk, backend.router, names->side, names->names);
+        tell_counts(backend, desk);
+    } else if (const auto* routes = std::get_if<routes_report>(&told)) {
+        desk::report_routes(desk, now, backend.router, routes->routes);
+    }
+    if (read_link(backend.link, told)) report_link(backend, desk, now);
+}
+
+// The backend writes a report of routes at the next pass of its loop, which an empty line between
+// two records begins at once.
+void hurry(backend& backend)
+{
+    if (backend.ending || !is_running(backend) || !backend.process.unsent.empty()) return;
+    parent_link::send_bytes(backend.process, "\n");
+    ++backend.hurried;
+}
+
+void note_end(backend& backend, desk::desk_state& desk, const desk::moment& now)
+{
+    // A frame goes to the socket before its line is written. One that could send at its end may
+    // have sent what nobody knows of; after an orderly end the connection is closed.
+    if (backend.link.connected) desk::trace_lost(desk, backend.router);
+    std::vector<trace_step> steps;
+    end_trace(backend.trace, steps);
+    tell_desk(desk, now, backend.router, steps);
+    desk::report_backend_ended(desk, now, backend.router);
+    const std::string end = parent_link::describe_end(backend.process);
+    backend.process.ended = false;
+    backend.kill_at.reset();
+    if (!backend.wanted) {
+        desk::report_link(desk, now, backend.router, desk::link_state::off, "it has been stopped");
+    } else if (backend.ending) {
+        desk::report_link(desk, now, backend.router, desk::link_state::down,
+                          "its backend is started anew");
+        start_process(backend, desk, now);
+    } else {
+        note_failure(backend, desk, now, end);
+    }
+}
+
+bool is_due(const std::optional<desk::monotonic>& time, const desk::moment& now)
+{
+    return time && *time <= now.steady;
+}
+} // namespace
+
+void serve_backend(backend& backend, desk::desk_state& desk, const desk::moment& now)
+{
+    if (is_due(backend.kill_at, now)) {
+        backend.kill_at.reset();
+        parent_link::send_signal(backend.process, SIGKILL);
+    }
+    // Records are read before the diagnostics, so that what explains them is there, and told after.
+    parent_link::serve_backend(backend.process);
+    if (tell_diagnostics(backend, desk, now) > 0) hurry(backend);
+    for (const ParentRecord& record : std::exchange(backend.process.records, {}))
+        tell_report(backend, desk, now, read_record(record));
+    if (backend.process.ended) note_end(backend, desk, now);
+    if (is_due(backend.start_at, now)) start_process(backend, desk, now);
+}
+
+namespace {
+std::string batch_text(const std::vector<std::pair<int, int>>& rows)
+{
+    std::string text;
+    ParentRecord record;
+    record.command = "route output";
+    record.type = "command";
+    for (const auto& [destination, source] : rows) {
+        record.fields = {{"queue", "add"}, {"to output", std::to_string(destination)}};
+        if (source != desk::NO_SOURCE) record.fields["from input"] = std::to_string(source);
+        encode_record(record, text);
+    }
+    record.fields = {{"queue", "flush"}};
+    encode_record(record, text);
+    return text;
+}
+} // namespace
+
+void carry_out(backend& backend, const desk::desk_state& desk, const desk::moment& now,
+               const desk::order& order)
+{
+    const desk::live_router* live = desk::find_live(desk, backend.router);
+    if (live == nullptr || !is_running(backend)) return;
+    if (order.what == desk::order::kind::end_backend) {
+        if (live->ending != desk::reason::none) tell_to_end(backend, now);
+        return;
+    }
+    if (live->link != desk::link_state::ready || backend.ending) return;
+    const std::string text = batch_text(order.rows);
+    if (backend.process.unsent.size() + text.size() > UNSENT_LIMIT)
+        ++backend.dropped;
+    else
+        parent_link::send_bytes(backend.process, text);
+}
+
+} // namespace routers
