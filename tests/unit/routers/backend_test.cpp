@@ -219,3 +219,151 @@ TEST_F(BackendRun, TakesNoLineFromTheRoutersText)
     EXPECT_EQ(live().link, link_state::ready);
     EXPECT_EQ(main.log.back().text, "Device is a \"a <NOTE>Connection to router closed \"");
 }
+
+TEST_F(BackendRun, StartsABackendThatEndsAnewAndSaysWhenItFails)
+{
+    run(says("<ERR>no good") + "exit 3\n");
+    const auto begin = std::chrono::steady_clock::now();
+    ASSERT_TRUE(serve_until([this] { return main.starts == 2; }));
+    EXPECT_EQ(live().link, link_state::down);
+    EXPECT_EQ(live().link_reason, "its backend exited with status 3: no good");
+    ASSERT_TRUE(serve_until(link_is(link_state::failing)));
+    EXPECT_EQ(main.starts, 5U);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, 1400ms); // 0, 0.2, 0.4, 0.8 s
+    EXPECT_EQ(live().link_reason,
+              "its backend exited with status 3, the end number 5 within a minute: no good");
+    ASSERT_TRUE(main.start_at);
+}
+
+// It cannot be run, which counts as an end.
+TEST_F(BackendRun, DoublesThePauseBetweenStarts)
+{
+    main.program = "/no/backend";
+    desk::moment time{1h, {}};
+    run_backend(main, desk, time, desk.house.routers.at("main").settings);
+    std::vector<desk::monotonic> pauses;
+    std::vector<link_state> states;
+    for (int i = 0; i < 8; ++i) {
+        pauses.push_back(next_due(main).value() - time.steady);
+        states.push_back(live().link);
+        time.steady = *next_due(main);
+        serve_backend(main, desk, time);
+    }
+    EXPECT_THAT(pauses, ElementsAre(0ms, 200ms, 400ms, 800ms, 1600ms, 3200ms, 5s, 5s));
+    EXPECT_EQ(states[3], link_state::down);
+    EXPECT_EQ(states[4], link_state::failing);
+
+    time.steady += ENDS_COUNT;
+    serve_backend(main, desk, time);
+    EXPECT_EQ(next_due(main), time.steady);
+    EXPECT_EQ(live().link, link_state::down);
+}
+
+TEST_F(BackendRun, StartsNothingBeforeItIsDue)
+{
+    main.program = "/no/backend";
+    desk::moment time{1h, {}};
+    run_backend(main, desk, time, desk.house.routers.at("main").settings);
+    serve_backend(main, desk, time);
+    EXPECT_EQ(main.starts, 2U);
+    time.steady += FIRST_PAUSE - 1us;
+    serve_backend(main, desk, time);
+    EXPECT_EQ(main.starts, 2U);
+}
+
+TEST_F(BackendRun, EndsTheBackendThatHoldsWishesWhenTheLinkGoes)
+{
+    run("if [ -e \"$2.again\" ]; then exec cat >/dev/null; fi\n>\"$2.again\"\n" + becomes_ready() +
+        WAITS_FOR_FLUSH + says("<NOTE>Connection suddenly dropped") +
+        says("<NOTE>Connection to router closed") + LISTENS);
+    ASSERT_TRUE(serve_until(link_is(link_state::ready)));
+    const desk::ulid batch = take({{0, 1}});
+    ASSERT_TRUE(serve_until(has_ended(batch)));
+    EXPECT_EQ(row(batch).end, desk::outcome::not_sent);
+    EXPECT_EQ(row(batch).why, desk::reason::link_lost);
+    EXPECT_EQ(main.starts, 2U);
+    EXPECT_TRUE(is_running(main));
+    EXPECT_TRUE(main.ends.empty());
+}
+
+TEST_F(BackendRun, LeavesOpenWhatABackendKilledOnALinkMayHaveSent)
+{
+    run("trap '' TERM\n" + becomes_ready() + "while read line; do :; done\n");
+    ASSERT_TRUE(serve_until(link_is(link_state::ready)));
+    const desk::ulid batch = take({{0, 1}});
+    desk::router_settings other = main.settings;
+    other.port = 4711;
+    run_backend(main, desk, now(), other);
+    ASSERT_TRUE(serve_until(has_ended(batch)));
+    EXPECT_EQ(row(batch).end, desk::outcome::timed_out);
+    EXPECT_EQ(main.starts, 2U);
+    EXPECT_EQ(main.settings.port, 4711);
+}
+
+TEST_F(BackendRun, SendsNothingUnlessTheLinkIsReady)
+{
+    run(says("<NOTE>Connection sucessful.") + LISTENS);
+    ASSERT_TRUE(serve_until(link_is(link_state::reading)));
+    carry_out(main, desk, now(), {desk::order::kind::send, "main", {{0, 1}}});
+    carry_out(main, desk, now(), {desk::order::kind::end_backend, "main", {}});
+    EXPECT_FALSE(main.ending);
+    stop_backend(main, now());
+    ASSERT_TRUE(serve_until([this] { return !is_running(main); }));
+    EXPECT_EQ(heard(), "");
+}
+
+TEST_F(BackendRun, DropsBatchesOfOneThatDoesNotRead)
+{
+    run(becomes_ready() + "exec sleep 60\n");
+    ASSERT_TRUE(serve_until(link_is(link_state::ready)));
+    std::vector<std::pair<int, int>> rows;
+    for (int i = 0; i < desk::ROUTED_POSITIONS; ++i)
+        rows.emplace_back(i, 0);
+    for (int i = 0; i < 200 && main.dropped == 0; ++i)
+        carry_out(main, desk, now(), {desk::order::kind::send, "main", rows});
+    EXPECT_EQ(main.dropped, 1U);
+    EXPECT_LE(main.process.unsent.size(), UNSENT_LIMIT);
+    EXPECT_THAT(main.process.unsent, EndsWith("queue=flush\n\n"));
+}
+
+TEST_F(BackendRun, SaysThatAProgramCannotBeRun)
+{
+    main.program = "/no/backend";
+    run_backend(main, desk, now(), desk.house.routers.at("main").settings);
+    EXPECT_EQ(live().link, link_state::down);
+    EXPECT_THAT(live().link_reason, StartsWith("its backend cannot be started: Cannot run"));
+    EXPECT_TRUE(next_due(main));
+}
+
+TEST_F(BackendRun, NeedsNoneWithoutAnAddress)
+{
+    desk::router_settings settings = desk.house.routers.at("main").settings;
+    settings.address = "";
+    main.program = "/no/backend";
+    run_backend(main, desk, now(), settings);
+    EXPECT_EQ(live().link, link_state::off);
+    EXPECT_FALSE(is_running(main));
+    EXPECT_FALSE(next_due(main));
+}
+
+TEST_F(BackendRun, KeepsABackendWhoseSettingsAreTheSameToIt)
+{
+    run(becomes_ready() + LISTENS);
+    ASSERT_TRUE(serve_until(link_is(link_state::ready)));
+    desk::router_settings renamed = main.settings;
+    renamed.name = "Other";
+    run_backend(main, desk, now(), renamed);
+    EXPECT_FALSE(main.ending);
+    EXPECT_EQ(main.settings.name, "Other");
+}
+
+TEST_F(BackendRun, IsStoppedForGood)
+{
+    run(becomes_ready() + LISTENS);
+    ASSERT_TRUE(serve_until(link_is(link_state::ready)));
+    stop_backend(main, now());
+    ASSERT_TRUE(serve_until([this] { return !is_running(main); }));
+    EXPECT_EQ(live().link, link_state::off);
+    EXPECT_FALSE(next_due(main));
+    EXPECT_EQ(main.starts, 1U);
+}
