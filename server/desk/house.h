@@ -157,6 +157,7 @@ struct batch {
 struct wish_id {
     ulid batch;
     std::uint32_t row = 0;
+    // Not a pointer that is compared with 0: NOLINTNEXTLINE(modernize-use-nullptr)
     auto operator<=>(const wish_id&) const = default;
 };
 

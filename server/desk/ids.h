@@ -15,6 +15,7 @@ namespace desk {
 struct ulid {
     std::uint64_t high = 0; // 48 bits of time, 16 of chance
     std::uint64_t low = 0;
+    // Not a pointer that is compared with 0: NOLINTNEXTLINE(modernize-use-nullptr)
     auto operator<=>(const ulid&) const = default;
     bool is_none() const
     {
