@@ -36,8 +36,13 @@ PROCESS_TESTS = {
     "tools/router_simulator/": ["simulator", "simulator_program"],
     "tools/soak/": ["soak"],
 }
-PROGRAMS = ["unit_tests", "clock_test", "process_tests", "routing_switcher_backend",
-            "router_console", "router_simulator", "router_soak"]
+# The programs that are tried, by the folder of the sources that they may hold.
+PROGRAMS = {
+    ("src/", "tools/"): ["unit_tests", "clock_test", "process_tests", "routing_switcher_backend",
+                         "router_console", "router_simulator", "router_soak"],
+    ("server/desk/",): ["desk_tests"],
+    ("server/routers/",): ["routers_tests"],
+}
 
 
 def chosen_mutants(sources, count, seed):
@@ -49,11 +54,16 @@ def chosen_mutants(sources, count, seed):
     return mutants
 
 
-def build_unmutated():
+def programs_that_may_hold(sources):
+    return [program for folders, programs in PROGRAMS.items()
+            if any(source.startswith(folders) for source in sources) for program in programs]
+
+
+def build_unmutated(programs):
     print("Building the tests ...", flush=True)
     subprocess.run(["cmake", "--preset", "release", "-DBUILD_TESTING=ON"], cwd=PROJECT, check=True,
                    stdout=subprocess.DEVNULL)
-    subprocess.run(["cmake", "--build", BUILD, "--target", *PROGRAMS], check=True)
+    subprocess.run(["cmake", "--build", BUILD, "--target", *programs], check=True)
 
 
 def compile_commands():
@@ -104,12 +114,13 @@ def test_runs(source, programs):
     """The commands that must succeed on the source held by these programs, the likeliest to
     notice a change first."""
     runs = []
-    if "unit_tests" in programs:
-        stem = Path(source).stem
-        tests = PROJECT / "tests" / "unit"
-        own = [*tests.rglob(f"{stem}_test.cpp"), *tests.rglob(f"{stem}_*_test.cpp")]
-        runs += [("unit_tests", suites_in(own))] if own else []
-        runs.append(("unit_tests",))
+    for program in ("unit_tests", "desk_tests", "routers_tests"):
+        if program in programs:
+            stem = Path(source).stem
+            tests = PROJECT / "tests" / "unit"
+            own = [*tests.rglob(f"{stem}_test.cpp"), *tests.rglob(f"{stem}_*_test.cpp")]
+            runs += [(program, suites_in(own))] if own else []
+            runs.append((program,))
     if "clock_test" in programs:
         runs.append(("clock_test",))
     files = [path for folder, names in PROCESS_TESTS.items() if source.startswith(folder)
@@ -125,7 +136,7 @@ class Bench:
         self.folder, self.commands, self.links = folder, commands, links
         shutil.rmtree(folder, ignore_errors=True)
         folder.mkdir(parents=True)
-        for program in PROGRAMS:
+        for program in links:
             self.put_back(program)
 
     def put_back(self, program):
@@ -245,13 +256,15 @@ def main():
     count, seed, jobs = map(int, sys.argv[1:4])
     mutants = chosen_mutants(sys.argv[4:], count, seed)
     os.nice(10)
-    build_unmutated()
+    sources = {mutant.source for mutant in mutants}
+    tried = programs_that_may_hold(sources)
+    build_unmutated(tried)
     commands = compile_commands()
-    links = {program: link_command(program) for program in PROGRAMS}
-    linked = {program: linked_objects(links[program]) for program in PROGRAMS}
-    programs = {source: [program for program in PROGRAMS
+    links = {program: link_command(program) for program in tried}
+    linked = {program: linked_objects(links[program]) for program in tried}
+    programs = {source: [program for program in tried
                          if holds(linked[program], object_of(source, commands))]
-                for source in {mutant.source for mutant in mutants}}
+                for source in sources}
     for source in programs:
         if not programs[source]:
             sys.exit(f"No program under test holds {source}")

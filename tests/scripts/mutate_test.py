@@ -22,6 +22,9 @@ add_executable(unit_tests tests/unit/numbers/larger_test.cpp)
 target_link_libraries(unit_tests core)
 add_executable(process_tests tests/process/console_test.cpp)
 add_executable(router_console tools/console/main.cpp)
+add_library(desk STATIC server/desk/smaller.cpp)
+add_executable(desk_tests EXCLUDE_FROM_ALL tests/unit/desk/smaller_test.cpp)
+target_link_libraries(desk_tests desk)
 foreach(program clock_test router_simulator router_soak routing_switcher_backend)
     add_executable(${program} src/unused.cpp)
 endforeach()
@@ -34,6 +37,15 @@ int larger(int a, int b)
 }
 """,
     "src/unused.cpp": "int main() {}\n",
+    "server/desk/smaller.cpp": """int smaller(int a, int b)
+{
+    return a < b ? a : b;
+}
+""",
+    "tests/unit/desk/smaller_test.cpp": """
+int smaller(int a, int b);
+int main() { return smaller(1, 2) == 1 && smaller(4, 3) == 3 ? 0 : 1; }
+""",
     "tests/unit/numbers/larger_test.cpp": """
 int larger(int a, int b);
 int main() { return larger(1, 2) == 2 && larger(4, 3) == 4 && larger(5, 5) == 5 ? 0 : 1; }
@@ -87,7 +99,7 @@ class MutateTest(SandboxTest):
         """The exit status, and the lines about changes and figures without their alignment."""
         status, output = self.run_command("scripts/mutate", *arguments, cwd=self.folder)
         lines = [line for line in output.splitlines()
-                 if line.startswith("src/") or line[:6].strip().isdigit()]
+                 if line.startswith(("src/", "server/")) or line[:6].strip().isdigit()]
         return status, [" ".join(line.split()) for line in lines]
 
     def test_change_that_passes_is_printed(self):
@@ -95,6 +107,13 @@ class MutateTest(SandboxTest):
                          (1, ["src/numbers/larger.cpp:4: < -> <=",
                               "3 3 2 1 66.7 src/numbers/larger.cpp",
                               "3 3 2 1 66.7"]))
+
+    def test_server_by_its_own_tests(self):
+        self.assertEqual(self.run_on("server"),
+                         (1, ["server/desk/smaller.cpp:3: < -> <=",
+                              "3 0 2 1 66.7 server/desk/smaller.cpp",
+                              "3 0 2 1 66.7"]))
+        self.assertFalse(self.path("build/release/router_console").exists())
 
     def test_change_that_never_ends_is_noticed_and_ended(self):
         self.assertEqual(self.run_on("tools"),
