@@ -33,8 +33,15 @@ bool has_open_row(const batch& batch)
 void forget_batches(house& house)
 {
     auto oldest = house.batches.begin();
-    while (house.batches.size() > BATCHES_KEPT && oldest != house.batches.end())
-        oldest = has_open_row(oldest->second) ? std::next(oldest) : house.batches.erase(oldest);
+    while ((house.batches.size() > BATCHES_KEPT || house.batch_rows > BATCH_ROWS_KEPT) &&
+           oldest != house.batches.end()) {
+        if (has_open_row(oldest->second)) {
+            ++oldest;
+        } else {
+            house.batch_rows -= oldest->second.rows.size();
+            oldest = house.batches.erase(oldest);
+        }
+    }
 }
 
 undo_step step_of(const ulid& id, const batch& batch)
@@ -51,7 +58,13 @@ void push_step(std::deque<undo_step>& steps, undo_step step, wall now)
     while (!steps.empty() && steps.front().made < now - UNDO_AGE)
         steps.pop_front();
     if (step.rows.empty()) return;
-    if (steps.size() == UNDO_STEPS) steps.pop_front();
+    std::size_t rows = step.rows.size();
+    for (const undo_step& kept : steps)
+        rows += kept.rows.size();
+    while (!steps.empty() && (steps.size() >= UNDO_STEPS || rows > UNDO_ROWS)) {
+        rows -= steps.front().rows.size();
+        steps.pop_front();
+    }
     steps.push_back(std::move(step));
 }
 
@@ -146,6 +159,7 @@ void apply(house& house, wall, const salvo_deleted& deleted)
 void apply(house& house, wall at, const batch_made& made)
 {
     if (!house.batches.try_emplace(made.id, made.batch).second) return;
+    house.batch_rows += made.batch.rows.size();
     keep_step(house, made.id, made.batch, at);
     forget_batches(house);
 }

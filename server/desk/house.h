@@ -202,6 +202,7 @@ struct house {
     std::map<std::string, house_router, std::less<>> routers; // by id
     std::map<ulid, salvo> salvos;
     std::map<ulid, batch> batches;
+    std::size_t batch_rows = 0;                           // in all of them
     std::map<std::string, undo_record, std::less<>> undo; // by person
     bool operator==(const house&) const = default;
 };

@@ -201,6 +201,28 @@ TEST_F(Entries, ForgetBatchesBeyondTheBoundAsTheyEnd)
     EXPECT_FALSE(house.batches.contains({1, 7}));
 }
 
+TEST_F(Entries, ForgetBatchesWithTooManyRows)
+{
+    const std::size_t rows_each = 4000;
+    for (std::uint64_t i = 0; i < BATCH_ROWS_KEPT / rows_each; ++i)
+        apply(batch_made{{1, i}, rows(std::vector<outcome>(rows_each, outcome::confirmed))});
+    EXPECT_EQ(house.batches.size(), BATCH_ROWS_KEPT / rows_each);
+    apply(batch_made{{2, 1}, rows({outcome::confirmed})});
+    EXPECT_FALSE(house.batches.contains({1, 0}));
+    EXPECT_EQ(house.batches.size(), BATCH_ROWS_KEPT / rows_each);
+    EXPECT_EQ(house.batch_rows, BATCH_ROWS_KEPT - rows_each + 1);
+}
+
+TEST_F(Entries, ForgetUndoStepsWithTooManyRows)
+{
+    const std::size_t rows_each = 4000;
+    for (std::uint64_t i = 0; i < UNDO_ROWS / rows_each; ++i)
+        apply(batch_made{{1, i}, rows(std::vector<outcome>(rows_each, outcome::open))});
+    EXPECT_THAT(of(house.undo.at("anna").undo), ElementsAre(0, 1, 2, 3, 4));
+    apply(batch_made{{2, 9}, going()});
+    EXPECT_THAT(of(house.undo.at("anna").undo), ElementsAre(1, 2, 3, 4, 9));
+}
+
 TEST_F(Entries, KeepUndoStepsOfWhatWasSent)
 {
     apply(batch_made{{1, 1}, rows({outcome::confirmed, outcome::open, outcome::not_sent})});
