@@ -1,0 +1,327 @@
+#include "unit/desk/model_ledger.h"
+
+#include <algorithm>
+
+using namespace desk;
+
+namespace model {
+
+namespace {
+bool was_never_sent(outcome end)
+{
+    return end == outcome::not_sent || end == outcome::superseded;
+}
+
+bool excludes(const lock& lock, const std::string& person)
+{
+    return lock.mode == lock_mode::lock || lock.owner != person;
+}
+
+// A row of a batch that puts something back: nobody else may have changed its place since.
+void check_put_back(ledger& ledger, const batch& batch, const route& row)
+{
+    const auto of = ledger.replayed.batches.find(batch.of);
+    if (of == ledger.replayed.batches.end()) return complain(ledger, "undo of an unknown batch");
+    if (batch.kind != batch_kind::rollback && of->second.person != batch.person)
+        complain(ledger, "undo of somebody else's batch");
+    const auto& rows = of->second.rows;
+    const auto undone = std::find_if(rows.begin(), rows.end(), [&](const wish& wish) {
+        return wish.wished.router == row.router && wish.wished.destination == row.destination;
+    });
+    if (undone == rows.end()) return complain(ledger, "undo of a row that was not");
+    const wish_id by{batch.of, static_cast<std::uint32_t>(undone - rows.begin())};
+    const place where{row.router, row.destination};
+    const fact_seen& fact = ledger.facts[where];
+    if (!fact.fresh) complain(ledger, "undo of what is not known");
+    if (fact.source != undone->wished.source || !fact.by.contains(by))
+        complain(ledger, "undo of what somebody else has changed since");
+    if (undone->was != row.source) complain(ledger, "undo puts back what was not there");
+    if (!ledger.open[where].empty()) complain(ledger, "undo of what somebody is changing");
+}
+
+void see_entry(ledger& ledger, const batch_made& made)
+{
+    if (made.batch.rows.empty()) complain(ledger, "batch without rows");
+    const bool puts_back = made.batch.kind == batch_kind::undo ||
+                           made.batch.kind == batch_kind::redo ||
+                           made.batch.kind == batch_kind::rollback;
+    for (const wish& wish : made.batch.rows) {
+        const auto number = static_cast<std::uint32_t>(&wish - made.batch.rows.data());
+        if (wish.end == outcome::open && puts_back) check_put_back(ledger, made.batch, wish.wished);
+        const bool is_new =
+            ledger.wishes
+                .insert({{made.id, number}, {wish.wished, made.batch.person, wish.end, false}})
+                .second;
+        if (!is_new) complain(ledger, "batch made twice");
+        const place where{wish.wished.router, wish.wished.destination};
+        if (wish.end == outcome::open) ledger.open[where].insert({made.id, number});
+        if (wish.end == outcome::open || wish.unchanged) ledger.newest[where] = {made.id, number};
+    }
+}
+
+void see_entry(ledger& ledger, const wish_ended& ended)
+{
+    const auto found = ledger.wishes.find(ended.id);
+    if (found == ledger.wishes.end()) return complain(ledger, "end of an unknown wish");
+    if (found->second.end != outcome::open) complain(ledger, "wish ended twice");
+    if (ended.end == outcome::open) complain(ledger, "wish ended as open");
+    found->second.end = ended.end;
+    ledger.open[{found->second.wished.router, found->second.wished.destination}].erase(ended.id);
+}
+
+void see_entry(ledger& ledger, const confirmed_late& late)
+{
+    const auto found = ledger.wishes.find(late.id);
+    if (found == ledger.wishes.end()) return complain(ledger, "late end of an unknown wish");
+    if (found->second.end != outcome::timed_out && found->second.end != outcome::contradicted)
+        complain(ledger, "confirmed late, though it neither timed out nor was contradicted");
+}
+
+void see_entry(ledger& ledger, const lock_set& set)
+{
+    ledger.locks[{set.router, set.destination}] = set.lock;
+}
+
+void see_entry(ledger& ledger, const lock_removed& removed)
+{
+    if (removed.how != lock_end::expired) ledger.locks.erase({removed.router, removed.destination});
+}
+
+template <typename Entry>
+void see_entry(ledger&, const Entry&)
+{
+}
+
+// The oldest open wish for the row that has not been ordered; it is from now on.
+std::optional<wish_id> ordered_wish(ledger& ledger, const std::string& router,
+                                    const std::pair<int, int>& row)
+{
+    for (const wish_id& id : ledger.open[{router, row.first}]) {
+        wish_seen& wish = ledger.wishes.at(id);
+        if (wish.ordered || wish.wished.source != row.second) continue;
+        wish.ordered = true;
+        return id;
+    }
+    return std::nullopt;
+}
+
+void see_order(ledger& ledger, const desk_state& desk, const order& order, orders_seen& seen)
+{
+    if (order.what == order::kind::end_backend) {
+        seen.ends.insert(order.router);
+        return;
+    }
+    const live_router* const live = find_live(desk, order.router);
+    if (live == nullptr || live->link != link_state::ready || live->ending != reason::none)
+        complain(ledger, "order to a router that is not ready");
+    if (order.rows.empty()) complain(ledger, "order without rows");
+    for (const auto& row : order.rows) {
+        const std::optional<wish_id> id = ordered_wish(ledger, order.router, row);
+        if (!id) return complain(ledger, "order without an open wish");
+        const auto lock = ledger.locks.find({order.router, row.first});
+        if (lock != ledger.locks.end() && excludes(lock->second, ledger.wishes.at(*id).person))
+            complain(ledger, "order to a destination that is locked");
+        seen.takes.push_back({order.router, {row.first, row.second, *id}});
+    }
+}
+
+void see_change(ledger& ledger, const change& change)
+{
+    if (change.what == change::kind::stage) {
+        if (change.revision != 0) complain(ledger, "stage with a revision");
+        return;
+    }
+    if (change.revision != ++ledger.revisions[change.router])
+        complain(ledger, "revision with a gap");
+    if (change.what == change::kind::removed) ledger.revisions.erase(change.router);
+}
+
+std::size_t mix(std::size_t sum, std::size_t value)
+{
+    return (sum ^ value) * 0x100000001b3;
+}
+
+// Of what anyone can see of a router.
+std::size_t sum_of(const live_router& live, const house_router& house)
+{
+    std::size_t sum = mix(static_cast<std::size_t>(live.link), live.facts.size());
+    for (std::size_t i = 0; i < live.facts.size(); ++i) {
+        sum = mix(sum, static_cast<std::size_t>(live.facts[i].source));
+        sum = mix(sum, is_fresh(live, static_cast<int>(i)) ? 1 : 2);
+    }
+    for (const auto& [destination, wishes] : live.open)
+        for (const open_wish& wish : wishes)
+            sum = mix(mix(sum, wish.id.batch.low + wish.id.row),
+                      static_cast<std::size_t>(wish.state));
+    for (const auto& [destination, id] : live.troubled)
+        sum = mix(mix(sum, static_cast<std::size_t>(destination)), id.batch.low);
+    for (const auto& [destination, lock] : house.locks)
+        sum = mix(mix(sum, static_cast<std::size_t>(destination)),
+                  static_cast<std::size_t>(lock.since.count()));
+    sum = mix(sum, live.source_names.size());
+    sum = mix(sum, std::hash<std::string>()(house.settings.name));
+    return sum;
+}
+
+void check_facts(ledger& ledger, const std::string& router, const live_router& live)
+{
+    for (std::size_t i = 0; i < live.facts.size(); ++i) {
+        const auto destination = static_cast<int>(i);
+        const fact_seen& fact = ledger.facts[{router, destination}];
+        if (live.facts[i].source != fact.source) complain(ledger, "fact without a report");
+        if (is_fresh(live, destination) != (fact.fresh && live.link == link_state::ready))
+            complain(ledger, "fact fresh or stale against the reports");
+    }
+}
+
+void check_wishes(ledger& ledger, const std::string& router, const live_router& live)
+{
+    for (const auto& [destination, wishes] : live.open) {
+        if (wishes.empty() || wishes.size() > OPEN_PER_DESTINATION)
+            complain(ledger, "none or too many wishes open on a destination");
+        if (wishes.size() != ledger.open[{router, destination}].size())
+            complain(ledger, "open wishes that the entries do not know, or the other way round");
+        for (const open_wish& wish : wishes)
+            if (ledger.wishes.at(wish.id).ordered != (wish.state != wish_state::held))
+                complain(ledger, "wish held though ordered, or the other way round");
+    }
+    for (const auto& [destination, count] : live.queries_under_way)
+        if (count == 0 || count > QUERIES_UNDER_WAY) complain(ledger, "none or too many queries");
+    if (live.takes_unanswered.size() > TAKES_UNANSWERED) complain(ledger, "too many takes");
+}
+
+void check_router(ledger& ledger, const desk_state& desk, const std::string& router)
+{
+    const live_router& live = *find_live(desk, router);
+    const house_router* const house = find_router(desk, router);
+    if (house == nullptr) return complain(ledger, "router that the house does not have");
+    check_facts(ledger, router, live);
+    check_wishes(ledger, router, live);
+    if (live.revision != ledger.revisions[router]) complain(ledger, "revision without a change");
+    const std::pair<std::size_t, std::uint64_t> now{sum_of(live, *house), live.revision};
+    const auto before = ledger.seen.insert({router, now}).first;
+    if (before->second.first != now.first && before->second.second == now.second)
+        complain(ledger, "visible change without a revision");
+    before->second = now;
+}
+
+void check_house(ledger& ledger, const desk_state& desk)
+{
+    if (desk.revision != ledger.revisions[""]) complain(ledger, "house revision without a change");
+    std::size_t locks = 0;
+    for (const auto& [router, known] : desk.house.routers) {
+        if (find_live(desk, router) == nullptr) complain(ledger, "router that is not live");
+        locks += known.locks.size();
+        for (const auto& [destination, lock] : known.locks) {
+            const auto seen = ledger.locks.find({router, destination});
+            if (seen == ledger.locks.end() || seen->second != lock)
+                complain(ledger, "lock without an entry, or kept beyond its end");
+        }
+    }
+    if (locks != ledger.locks.size()) complain(ledger, "lock lost");
+    if (desk.house.batches.size() > BATCHES_KEPT) complain(ledger, "too many batches");
+    for (const auto& [person, record] : desk.house.undo)
+        if (record.undo.size() > UNDO_STEPS || record.redo.size() > UNDO_STEPS)
+            complain(ledger, "too many steps to undo");
+}
+// Nobody can tell whether a wish had a part in it that its source is shown when its take has been
+// sent and has had no answer.
+void add_possible_authors(ledger& ledger, const place& where, fact_seen& fact)
+{
+    const auto may_be = [&](const wish_id& id) {
+        const wish_seen& wish = ledger.wishes.at(id);
+        if (wish.sent && wish.wished.source == fact.source) fact.by.insert(id);
+    };
+    for (const wish_id& id : ledger.open[where])
+        may_be(id);
+    const auto newest = ledger.newest.find(where);
+    if (newest == ledger.newest.end()) return;
+    const outcome end = ledger.wishes.at(newest->second).end;
+    if (end == outcome::timed_out || end == outcome::contradicted) may_be(newest->second);
+}
+} // namespace
+
+orders_seen settle(ledger& ledger, desk_state& desk)
+{
+    orders_seen seen;
+    for (const entry& entry : desk.entries) {
+        std::visit([&](const auto& what) { see_entry(ledger, what); }, entry.what);
+        apply_entry(ledger.replayed, entry);
+    }
+    for (const order& order : desk.orders)
+        see_order(ledger, desk, order, seen);
+    for (const change& change : desk.changes)
+        see_change(ledger, change);
+    desk.entries.clear();
+    desk.orders.clear();
+    desk.changes.clear();
+    for (const auto& [router, live] : desk.live)
+        check_router(ledger, desk, router);
+    check_house(ledger, desk);
+    return seen;
+}
+
+void see_report(ledger& ledger, const std::string& router, const std::vector<reply>& said)
+{
+    for (const reply& one : said) {
+        const place where{router, one.destination};
+        fact_seen& fact = ledger.facts[where];
+        if (fact.last != one.now.source) fact.by.clear();
+        fact.source = fact.last = one.now.source;
+        fact.fresh = true;
+        fact.by.insert(one.now.by.begin(), one.now.by.end());
+        add_possible_authors(ledger, where, fact);
+    }
+}
+
+void see_connection(ledger& ledger, const std::string& router)
+{
+    for (auto& [where, fact] : ledger.facts)
+        if (where.first == router) fact.fresh = false;
+}
+
+void see_restart(ledger& ledger)
+{
+    for (auto& [where, fact] : ledger.facts) {
+        fact.fresh = false;
+        fact.source = UNKNOWN_SOURCE;
+    }
+    ledger.revisions.clear();
+    ledger.seen.clear();
+}
+
+void see_removal(ledger& ledger, const std::string& router)
+{
+    const auto of_router = [&](const auto& one) {
+        return one.first.first == router;
+    };
+    std::erase_if(ledger.facts, of_router);
+    std::erase_if(ledger.locks, of_router);
+    ledger.seen.erase(router);
+}
+
+void see_time(ledger& ledger, const moment& now)
+{
+    std::erase_if(ledger.locks, [&](const auto& one) {
+        return one.second.until && *one.second.until <= now.utc;
+    });
+}
+
+// Later wishes for the same count as sent with it.
+void see_take(ledger& ledger, const sending& sent)
+{
+    wish_seen& wish = ledger.wishes.at(sent.by);
+    wish.sent = true;
+    if (was_never_sent(wish.end)) complain(ledger, "take of a wish that had ended as not sent");
+    for (const wish_id& id : ledger.open[{wish.wished.router, wish.wished.destination}]) {
+        wish_seen& other = ledger.wishes.at(id);
+        if (other.ordered && other.wished.source == sent.source) other.sent = true;
+    }
+}
+
+void complain(ledger& ledger, const std::string& rule)
+{
+    if (ledger.wrong.empty()) ledger.wrong = rule;
+}
+
+} // namespace model

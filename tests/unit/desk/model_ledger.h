@@ -1,0 +1,66 @@
+// An independent record of what a desk was told and what it answered, and the rules that must hold
+// between the two at every step of a history.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "server/desk/desk.h"
+#include "unit/desk/model_router.h"
+
+namespace model {
+
+using place = std::pair<std::string, int>; // router and destination
+
+struct wish_seen {
+    desk::route wished;
+    std::string person;
+    desk::outcome end = desk::outcome::open;
+    bool ordered = false;
+    bool sent = false; // to the router
+};
+
+struct fact_seen {
+    int source = desk::UNKNOWN_SOURCE;
+    bool fresh = false;              // said over the present connection
+    int last = desk::UNKNOWN_SOURCE; // also from before a restart of the desk
+    std::set<desk::wish_id> by;      // whose takes it has shown since it changed last
+};
+
+struct ledger {
+    desk::house replayed; // from the entries alone
+    std::map<desk::wish_id, wish_seen> wishes;
+    std::map<place, std::set<desk::wish_id>> open;
+    std::map<place, desk::wish_id> newest; // wish, open or not
+    std::map<place, fact_seen> facts;
+    std::map<place, desk::lock> locks;
+    std::map<std::string, std::uint64_t> revisions; // by router, the house's own under ""
+    // By router: a sum of what anyone can see of it, and the revision with which it was seen.
+    std::map<std::string, std::pair<std::size_t, std::uint64_t>> seen;
+    std::string wrong; // the first rule that did not hold
+};
+
+// What has been ordered of a router's backend since.
+struct orders_seen {
+    std::vector<std::pair<std::string, sending>> takes; // by router
+    std::set<std::string> ends;
+};
+
+// Takes over what the desk has appended, checks all of it and the desk's state, and empties the
+// lists.
+orders_seen settle(ledger& ledger, desk::desk_state& desk);
+
+void see_report(ledger& ledger, const std::string& router, const std::vector<reply>& said);
+void see_connection(ledger& ledger, const std::string& router); // facts are stale from now on
+void see_removal(ledger& ledger, const std::string& router);
+void see_restart(ledger& ledger);                       // nothing is known any more but the house
+void see_time(ledger& ledger, const desk::moment& now); // the desk was told of it
+void see_take(ledger& ledger, const sending& sent);     // it went to the router
+
+void complain(ledger& ledger, const std::string& rule);
+
+} // namespace model
