@@ -1,0 +1,275 @@
+#include "server/desk/locks.h"
+#include "server/desk/salvos.h"
+#include "server/desk/setup.h"
+#include "server/desk/stages.h"
+#include "server/desk/undo.h"
+#include "unit/desk/model_player.h"
+
+using namespace desk;
+
+namespace model {
+
+namespace {
+constexpr const char* SALVO_NAMES[] = {"news", "News", "black", "late show"};
+
+int some_source(dice& dice)
+{
+    const int source = below(dice, INPUTS + 2); // also none, and one that does not exist
+    return source == INPUTS + 1 && !one_in(dice, 8) ? 0 : source - 1;
+}
+
+int some_destination(dice& dice)
+{
+    return one_in(dice, 50) ? OUTPUTS : below(dice, OUTPUTS);
+}
+
+route some_route(player& player, dice& dice)
+{
+    return {some_router(player, dice).id, some_destination(dice), some_source(dice)};
+}
+
+std::vector<route> some_routes(player& player, dice& dice)
+{
+    std::vector<route> rows;
+    for (int count = 1 + below(dice, 3); count > 0; --count)
+        rows.push_back(some_route(player, dice));
+    return rows;
+}
+
+batch_rule some_rule(dice& dice)
+{
+    return one_in(dice, 2) ? batch_rule::rest : batch_rule::all;
+}
+
+bool same(const std::vector<row_answer>& dry, const std::vector<row_answer>& real)
+{
+    if (dry.size() != real.size()) return false;
+    for (std::size_t i = 0; i < dry.size(); ++i)
+        if (dry[i].wished != real[i].wished || dry[i].goes != real[i].goes ||
+            dry[i].why != real[i].why || dry[i].detail != real[i].detail ||
+            dry[i].unchanged != real[i].unchanged)
+            return false;
+    return true;
+}
+
+void check_answer(ledger& ledger, const take_answer& dry, const take_answer& real, batch_rule rule)
+{
+    if (dry.why != real.why || dry.detail != real.detail || !same(dry.rows, real.rows))
+        complain(ledger, "dry run that answers otherwise than the real one");
+    if (!dry.batch.is_none()) complain(ledger, "dry run with a batch");
+    if (real.batch.is_none() != (real.why != reason::none))
+        complain(ledger, "batch refused as a whole and recorded, or neither");
+    bool goes = false;
+    bool blocked = false;
+    for (const row_answer& row : real.rows) {
+        goes = goes || row.goes || row.unchanged;
+        blocked = blocked || row.why != reason::none;
+        if ((row.goes || row.unchanged) != (row.why == reason::none) || (row.goes && row.unchanged))
+            complain(ledger, "row that goes for a reason, or does not without one");
+    }
+    if (rule == batch_rule::all && goes && blocked)
+        complain(ledger, "batch that goes in part by the rule all");
+}
+
+// First as a dry run, which must do nothing, then in earnest; the answers must be the same.
+template <typename Command>
+take_answer both(player& player, batch_rule rule, const Command& command)
+{
+    const take_answer dry = command(true);
+    if (!player.desk.entries.empty() || !player.desk.orders.empty() || !player.desk.changes.empty())
+        complain(player.ledger, "dry run that does something");
+    const take_answer real = command(false);
+    check_answer(player.ledger, dry, real, rule);
+    settle(player);
+    return real;
+}
+
+void take_rows(player& player, const actor& actor, take_request request)
+{
+    take_request dry = request;
+    dry.dry_run = true;
+    player.last_answer = both(player, request.rule, [&](bool is_dry) {
+        return take(player.desk, player.now, actor, is_dry ? dry : request);
+    });
+    player.last_request = request;
+}
+} // namespace
+
+void wish_something(player& player, dice& dice)
+{
+    take_request request;
+    request.id = make_id(player.desk.ids, player.now.utc);
+    request.rule = some_rule(dice);
+    request.send_unchanged = one_in(dice, 8);
+    if (one_in(dice, 8)) request.asked = player.now.steady - std::chrono::seconds(below(dice, 4));
+    for (const route& row : some_routes(player, dice)) {
+        std::optional<int> if_source;
+        if (one_in(dice, 6)) if_source = some_source(dice);
+        request.rows.push_back({row, if_source});
+    }
+    take_rows(player, somebody(player, dice), request);
+}
+
+void wish_often(player& player, dice& dice)
+{
+    const actor& actor = somebody(player, dice);
+    route row = some_route(player, dice);
+    for (int times = 2 + below(dice, 20); times > 0; --times) {
+        take_request request;
+        request.id = make_id(player.desk.ids, player.now.utc);
+        row.source = some_source(dice);
+        request.rows.push_back({row, std::nullopt});
+        take_rows(player, actor, request);
+    }
+}
+
+// With the same id: nothing may happen, and the answer is the first one's.
+void repeat_wish(player& player, dice& dice)
+{
+    if (player.last_answer.batch.is_none()) return;
+    const take_answer again =
+        take(player.desk, player.now, somebody(player, dice), player.last_request);
+    if (again.batch != player.last_answer.batch) complain(player.ledger, "wish repeated");
+    if (!player.desk.entries.empty() || !player.desk.orders.empty())
+        complain(player.ledger, "repeated wish that does something");
+    settle(player);
+}
+
+void stage_something(player& player, dice& dice)
+{
+    stage_row(player.desk, player.now, somebody(player, dice), some_route(player, dice));
+    settle(player);
+}
+
+void change_stage(player& player, dice& dice)
+{
+    const actor& actor = somebody(player, dice);
+    const std::string& router = some_router(player, dice).id;
+    const int destination = some_destination(dice);
+    switch (below(dice, 3)) {
+    case 0:
+        unstage_row(player.desk, actor, router, destination);
+        break;
+    case 1:
+        clear_stage(player.desk, actor, router);
+        break;
+    default:
+        keep_row(player.desk, actor, router, destination);
+    }
+    settle(player);
+}
+
+void take_the_stage(player& player, dice& dice)
+{
+    const actor& actor = somebody(player, dice);
+    const std::string& router = some_router(player, dice).id;
+    const batch_rule rule = some_rule(dice);
+    both(player, rule, [&](bool dry) {
+        return take_stage(player.desk, player.now, actor, router, rule, dry, "");
+    });
+}
+
+void save_or_delete_salvo(player& player, dice& dice)
+{
+    const actor& actor = somebody(player, dice);
+    const std::string name = SALVO_NAMES[below(dice, 4)];
+    const std::optional<ulid> known = find_salvo(player.desk.house, name);
+    if (known && one_in(dice, 6))
+        delete_salvo(player.desk, player.now, actor, *known);
+    else
+        save_salvo(player.desk, player.now, actor, name, some_routes(player, dice));
+    settle(player);
+}
+
+void run_a_salvo(player& player, dice& dice)
+{
+    const actor& actor = somebody(player, dice);
+    const std::optional<ulid> known = find_salvo(player.desk.house, SALVO_NAMES[below(dice, 4)]);
+    const int version = one_in(dice, 2) ? 0 : 1 + below(dice, 3);
+    const batch_rule rule = some_rule(dice);
+    both(player, rule, [&](bool dry) {
+        return run_salvo(player.desk, player.now, actor, known.value_or(ulid{}), version, rule, dry,
+                         "");
+    });
+}
+
+void undo_or_redo(player& player, dice& dice)
+{
+    const actor& actor = somebody(player, dice);
+    const auto what = one_in(dice, 3) ? redo : undo;
+    const batch_rule rule = some_rule(dice);
+    both(player, rule, [&](bool dry) { return what(player.desk, player.now, actor, rule, dry); });
+}
+
+void roll_something_back(player& player, dice& dice)
+{
+    if (player.desk.house.batches.empty()) return;
+    auto batch = std::prev(player.desk.house.batches.end());
+    for (int back = below(dice, 6); back > 0 && batch != player.desk.house.batches.begin(); --back)
+        --batch;
+    const ulid id = batch->first;
+    const actor& actor = somebody(player, dice);
+    const batch_rule rule = some_rule(dice);
+    both(player, rule,
+         [&](bool dry) { return roll_back(player.desk, player.now, actor, id, rule, dry); });
+}
+
+void lock_something(player& player, dice& dice)
+{
+    const actor& actor = somebody(player, dice);
+    const std::string& router = some_router(player, dice).id;
+    const lock_mode mode = one_in(dice, 2) ? lock_mode::lock : lock_mode::protect;
+    std::optional<wall> until;
+    if (one_in(dice, 2)) until = player.now.utc + std::chrono::milliseconds(below(dice, 3000));
+    set_lock(player.desk, player.now, actor, router, some_destination(dice), mode, "on air", until);
+    settle(player);
+}
+
+void unlock_something(player& player, dice& dice)
+{
+    const actor& actor = somebody(player, dice);
+    const std::string& router = some_router(player, dice).id;
+    remove_lock(player.desk, player.now, actor, router, some_destination(dice), one_in(dice, 2),
+                "wrong studio");
+    settle(player);
+}
+
+void accept_something(player& player, dice& dice)
+{
+    const std::string& router = some_router(player, dice).id;
+    accept_outcome(player.desk, player.now, somebody(player, dice), router, some_destination(dice));
+    settle(player);
+}
+
+void set_up_something(player& player, dice& dice)
+{
+    const actor& actor = somebody(player, dice);
+    const router& router = some_router(player, dice);
+    const house_router* const known = find_router(player.desk, router.id);
+    if (known == nullptr && player.ending.contains(router.id)) return;
+    router_settings settings;
+    settings.id = settings.name = router.id;
+    if (known != nullptr) settings = known->settings;
+    switch (below(dice, 6)) {
+    case 0:
+        remove_router(player.desk, player.now, actor, router.id);
+        if (find_router(player.desk, router.id) == nullptr) see_removal(player.ledger, router.id);
+        break;
+    case 1:
+        settings.port = 1000 + below(dice, 2);
+        set_router(player.desk, player.now, actor, settings);
+        break;
+    case 2:
+        settings.name = one_in(dice, 2) ? "Studio" : "OB van";
+        settings.confirmation_limit = std::chrono::milliseconds(200 + below(dice, 4000));
+        set_router(player.desk, player.now, actor, settings);
+        break;
+    default:
+        set_label(player.desk, player.now, actor, router.id, side::destinations,
+                  some_destination(dice),
+                  {one_in(dice, 2) ? "PGM" : "", one_in(dice, 3) ? "air" : ""});
+    }
+    settle(player);
+}
+
+} // namespace model
