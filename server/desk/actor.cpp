@@ -11,8 +11,8 @@ right right_on(const rights& rights, const std::string& router)
 bool may_operate(const rights& rights, const std::string& router, const std::string& group)
 {
     const right here = right_on(rights, router);
-    if (here != right::operate) return here > right::operate;
-    return !rights.groups || rights.groups->contains(group);
+    if (here > right::operate) return true;
+    return here == right::operate && (!rights.groups || rights.groups->contains(group));
 }
 
 const char* text_of(right right)

@@ -14,11 +14,11 @@ std::deque<open_wish>* open_on(live_router& live, int destination)
 }
 
 // The oldest queued wish for this source, with those right behind it that are for the same: their
-// take is the same. Older queued ones for others come into `superseded`.
+// take is the same. Queued ones before it come into `older`.
 std::vector<wish_id> wishes_of_take(const std::deque<open_wish>& open, int source,
-                                    std::vector<wish_id>& superseded)
+                                    std::vector<wish_id>& older)
 {
-    std::vector<wish_id> sent, older;
+    std::vector<wish_id> sent;
     for (const open_wish& wish : open) {
         if (wish.state != wish_state::queued) continue;
         if (wish.source == source)
@@ -28,7 +28,6 @@ std::vector<wish_id> wishes_of_take(const std::deque<open_wish>& open, int sourc
         else
             break;
     }
-    if (!sent.empty()) superseded = std::move(older);
     return sent;
 }
 
@@ -66,11 +65,11 @@ void trace_take(desk_state& desk, const moment& now, const std::string& router, 
 {
     live_router* live = find_live(desk, router);
     if (live == nullptr) return;
-    std::vector<wish_id> sent, superseded;
-    if (const auto* open = open_on(*live, destination))
-        sent = wishes_of_take(*open, source, superseded);
-    for (const wish_id& id : superseded)
-        end_superseded(desk, now, id, sent.front());
+    std::vector<wish_id> sent, older;
+    if (const auto* open = open_on(*live, destination)) sent = wishes_of_take(*open, source, older);
+    if (!sent.empty())
+        for (const wish_id& id : older)
+            end_superseded(desk, now, id, sent.front());
     for (const wish_id& id : sent)
         mark_sent(desk, now, id);
     if (live->takes_unanswered.size() == TAKES_UNANSWERED) live->takes_unanswered.pop_front();

@@ -62,6 +62,7 @@ TEST_F(Steps, TellChangesOfTheHouse)
     tell_house_change(desk, change::kind::routers);
     ASSERT_EQ(desk.changes.size(), 2);
     EXPECT_EQ(desk.changes[0].router, "");
+    EXPECT_EQ(desk.changes[0].position, 0);
     EXPECT_EQ(desk.changes[0].revision, 1);
     EXPECT_EQ(desk.changes[0].id, (ulid{1, 2}));
     EXPECT_EQ(desk.changes[1].what, change::kind::routers);
@@ -76,6 +77,7 @@ TEST_F(Steps, TellStagesWithoutARevision)
     EXPECT_EQ(desk.changes[0].person, "anna");
     EXPECT_EQ(desk.changes[0].router, "main");
     EXPECT_EQ(desk.changes[0].revision, 0);
+    EXPECT_EQ(desk.changes[0].position, 0);
 }
 
 TEST_F(Steps, KnowWhenLocksEnd)
