@@ -166,6 +166,15 @@ void send_something(player& player, dice& dice)
     send_and_settle(player, router);
 }
 
+void ask_often(player& player, dice& dice)
+{
+    router& router = some_router(player, dice);
+    const int destination = below(dice, OUTPUTS);
+    for (std::size_t times = 0; times <= QUERIES_UNDER_WAY; ++times)
+        send_query(player.desk, router, destination);
+    settle(player);
+}
+
 void answer_something(player& player, dice& dice)
 {
     router& router = some_router(player, dice);

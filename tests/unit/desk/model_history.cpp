@@ -28,6 +28,7 @@ constexpr happening HAPPENINGS[] = {
     {10, "accept something", accept_something},
     {6, "set up something", set_up_something},
     {120, "send something", send_something},
+    {1, "ask often", ask_often},
     {150, "answer something", answer_something},
     {90, "report something", report_something},
     {80, "pass everything", pass_everything},

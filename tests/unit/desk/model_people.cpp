@@ -114,10 +114,10 @@ void wish_often(player& player, dice& dice)
 {
     const actor& actor = somebody(player, dice);
     route row = some_route(player, dice);
-    for (int times = 2 + below(dice, 20); times > 0; --times) {
+    for (int times = 2 + below(dice, 40); times > 0; --times) {
         take_request request;
         request.id = make_id(player.desk.ids, player.now.utc);
-        row.source = some_source(dice);
+        if (one_in(dice, 6)) row.source = some_source(dice);
         request.rows.push_back({row, std::nullopt});
         take_rows(player, actor, request);
     }

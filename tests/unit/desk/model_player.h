@@ -61,6 +61,7 @@ void set_up_something(player& player, dice& dice);
 
 // What routers and backends do.
 void send_something(player& player, dice& dice);
+void ask_often(player& player, dice& dice);
 void answer_something(player& player, dice& dice);
 void report_something(player& player, dice& dice);
 void pass_everything(player& player, dice& dice);
