@@ -258,10 +258,10 @@ void carry_out(backend& backend, const desk::desk_state& desk, const desk::momen
     }
     if (live->link != desk::link_state::ready || backend.ending) return;
     const std::string text = batch_text(order.rows);
-    if (backend.process.unsent.size() + text.size() > UNSENT_LIMIT)
-        ++backend.dropped;
-    else
-        parent_link::send_bytes(backend.process, text);
+    if (backend.process.unsent.size() + text.size() <= UNSENT_LIMIT)
+        return parent_link::send_bytes(backend.process, text);
+    ++backend.dropped;
+    keep_line(backend, now, level::warning, "The backend does not read; a batch was dropped");
 }
 
 } // namespace routers

@@ -322,8 +322,19 @@ TEST_F(BackendRun, DropsBatchesOfOneThatDoesNotRead)
     for (int i = 0; i < 200 && main.dropped == 0; ++i)
         carry_out(main, desk, now(), {desk::order::kind::send, "main", rows});
     EXPECT_EQ(main.dropped, 1U);
+    EXPECT_EQ(main.log.back().text, "The backend does not read; a batch was dropped");
     EXPECT_LE(main.process.unsent.size(), UNSENT_LIMIT);
     EXPECT_THAT(main.process.unsent, EndsWith("queue=flush\n\n"));
+}
+
+// Reading to the end would never end.
+TEST_F(BackendRun, IsServedInPartsWhenItNeverStopsTalking)
+{
+    run(becomes_ready() + "exec yes '<NOTE>flood' >&2\n");
+    ASSERT_TRUE(serve_until([this] { return main.log.size() == LOG_LINES; }));
+    EXPECT_EQ(live().link, link_state::ready);
+    stop_backend(main, now());
+    EXPECT_TRUE(serve_until([this] { return !is_running(main); }));
 }
 
 TEST_F(BackendRun, SaysThatAProgramCannotBeRun)
