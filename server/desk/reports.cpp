@@ -65,20 +65,19 @@ bool is_sent(const live_router& live, int destination, int source)
 }
 
 // The destination's last wish, when it timed out or was contradicted, and its source is shown now.
-bool confirm_late(desk_state& desk, const moment& now, live_router& live, const route& shown)
+void confirm_late(desk_state& desk, const moment& now, live_router& live, const route& shown)
 {
     const auto troubled = live.troubled.find(shown.destination);
-    if (troubled == live.troubled.end()) return false;
+    if (troubled == live.troubled.end()) return;
     const wish_id id = troubled->second;
     const wish* row = find_wish(desk.house, id);
     const bool late = row != nullptr && row->wished.source == shown.source &&
                       (row->end == outcome::timed_out || row->end == outcome::contradicted);
-    if (!late) return false;
+    if (!late) return;
     const wall after = std::max(wall{}, now.utc - desk.house.batches.at(id.batch).made);
     live.troubled.erase(troubled);
     record_entry(desk, {now.utc, "", "", confirmed_late{id, after}});
     tell_change(desk, shown.router, change::kind::wish, shown.destination, id.batch);
-    return true;
 }
 
 // What the destination showed before is `was`, as far as it is known since the start.
@@ -103,8 +102,9 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
     fact = {shown.source, now.utc, live.connection};
     if (changed) tell_change(desk, shown.router, change::kind::fact, shown.destination);
     if (confirm_wishes(desk, now, live, shown.destination, shown.source) ||
-        is_sent(live, shown.destination, shown.source) || confirm_late(desk, now, live, shown))
+        is_sent(live, shown.destination, shown.source))
         return;
+    confirm_late(desk, now, live, shown);
     note_outside_change(desk, now, shown, was);
 }
 } // namespace

@@ -247,6 +247,7 @@ TEST_F(Trace, LostMakesAnswersAmbiguous)
     const auto other = wish(anna, 1, 2);
     const auto later = wish(anna, 2, 2);
     takes(0, 2);
+    trace_query(desk, "main", 1);
     takes(1, 2);
     trace_query(desk, "main", 2);
     trace_lost(desk, "main");
@@ -255,6 +256,7 @@ TEST_F(Trace, LostMakesAnswersAmbiguous)
     trace_query(desk, "main", 0);
     shows(0, 0);
     EXPECT_EQ(became(one), "sent");
+    trace_query(desk, "main", 1);
     shows(1, 3);
     EXPECT_EQ(became(other),
               "contradicted: the router shows CAM 4 instead: taken by somebody else");
