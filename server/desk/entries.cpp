@@ -93,7 +93,9 @@ void keep_step(house& house, const ulid& id, const batch& batch, wall now)
 {
     undo_step step = step_of(id, batch);
     const bool goes_back = batch.kind == batch_kind::undo || batch.kind == batch_kind::redo;
-    const bool uses_up = goes_back && batch.rule == batch_rule::rest;
+    const bool blocked = std::all_of(batch.rows.begin(), batch.rows.end(),
+                                     [](const wish& row) { return row.end == outcome::not_sent; });
+    const bool uses_up = goes_back && (batch.rule == batch_rule::rest || !blocked);
     if (step.rows.empty() && !uses_up) return;
     undo_record& record = house.undo[batch.person];
     if (batch.kind == batch_kind::undo) {

@@ -232,6 +232,21 @@ TEST_F(Undo, UsesItsStepUpByTheRuleRest)
     EXPECT_THAT(ordered(), ElementsAre("main 2<0"));
 }
 
+TEST_F(Undo, UsesItsStepUpWhereNothingHadToBeSent)
+{
+    put(anna, 2, 3);
+    take_request request;
+    request.rows = {{{"main", 0, 0}, {}}};
+    request.send_unchanged = true;
+    take(desk, now, anna, request);
+    carry_out(0, 0);
+    forget_told();
+    EXPECT_TRUE(undo_all(anna).rows.at(0).unchanged);
+    EXPECT_THAT(ordered(), IsEmpty());
+    undo_all(anna);
+    EXPECT_THAT(ordered(), ElementsAre("main 2<0"));
+}
+
 TEST_F(Undo, PassesOverWhatWasNeverSent)
 {
     put(anna, 2, 3);
