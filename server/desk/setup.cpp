@@ -130,13 +130,13 @@ objection remove_router(desk_state& desk, const moment& now, const actor& actor,
 {
     objection found = check_engineer(desk, actor, router);
     if (found.why != reason::none) return found;
-    const std::string id = router; // the argument may be the desk's own
-    end_any_backend(desk, now, id);
-    end_wishes(desk, now, *find_live(desk, id));
-    forget_stages(desk, id);
-    record_entry(desk, {now.utc, actor.person, actor.origin, router_removed{id}});
-    tell_change(desk, id, change::kind::removed);
-    desk.live.erase(id);
+    entry removed{now.utc, actor.person, actor.origin, router_removed{router}};
+    end_any_backend(desk, now, router);
+    end_wishes(desk, now, *find_live(desk, router));
+    forget_stages(desk, router);
+    tell_change(desk, router, change::kind::removed);
+    desk.live.erase(router); // the argument may be the desk's own: no use of it after this
+    record_entry(desk, std::move(removed));
     tell_house_change(desk, change::kind::routers);
     return {};
 }

@@ -11,7 +11,7 @@ namespace desk {
 // count ends its backend. Values out of range are refused with bad_value; the address is four
 // numbers with dots between them, or empty.
 objection set_router(desk_state& desk, const moment& now, const actor& actor,
-                     const router_settings& settings);
+                     const router_settings& wanted);
 
 // With its labels, locks and stages. Wishes that the backend has end as unknown, for they may still
 // be carried out before it has ended; held ones as not sent.
@@ -19,6 +19,6 @@ objection remove_router(desk_state& desk, const moment& now, const actor& actor,
                         const std::string& router);
 
 objection set_label(desk_state& desk, const moment& now, const actor& actor,
-                    const std::string& router, side side, int position, const label& label);
+                    const std::string& router, side side, int position, const label& wanted);
 
 } // namespace desk

@@ -80,12 +80,14 @@ std::vector<undo_row> rows_of(const ulid& id, const batch& batch)
     return rows;
 }
 
-void leave_out_never_sent(const house& house, std::vector<undo_row>& rows)
+// Without the rows that were never sent.
+std::vector<undo_row> what_went(const house& house, std::vector<undo_row> rows)
 {
     std::erase_if(rows, [&](const undo_row& row) {
         const wish* const wish = find_wish(house, row.by);
         return wish != nullptr && was_never_sent(*wish);
     });
+    return rows;
 }
 
 take_answer put_back(desk_state& desk, const moment& now, const actor& actor,
@@ -109,13 +111,12 @@ take_answer use_newest(desk_state& desk, const moment& now, const actor& actor,
     const auto record = desk.house.undo.find(actor.person);
     if (record != desk.house.undo.end()) {
         const std::deque<undo_step>& of = record->second.*steps;
-        for (auto step = of.rbegin(); step != of.rend(); ++step) {
-            if (now.utc - step->made > UNDO_AGE) break;
-            std::vector<undo_row> rows = step->rows;
-            leave_out_never_sent(desk.house, rows);
-            if (!rows.empty())
-                return put_back(desk, now, actor, rows, rule, dry_run, {kind, step->batch, 0, {}});
-        }
+        const auto step = std::find_if(of.rbegin(), of.rend(), [&](const undo_step& one) {
+            return !what_went(desk.house, one.rows).empty();
+        });
+        if (step != of.rend() && now.utc - step->made <= UNDO_AGE)
+            return put_back(desk, now, actor, what_went(desk.house, step->rows), rule, dry_run,
+                            {kind, step->batch, 0, {}});
     }
     return {{},
             reason::nothing_to_do,
@@ -142,8 +143,7 @@ take_answer roll_back(desk_state& desk, const moment& now, const actor& actor, c
     const auto found = desk.house.batches.find(batch);
     if (found == desk.house.batches.end())
         return {{}, reason::no_such_batch, "this batch is not known any more", {}};
-    std::vector<undo_row> rows = rows_of(batch, found->second);
-    leave_out_never_sent(desk.house, rows);
+    const std::vector<undo_row> rows = what_went(desk.house, rows_of(batch, found->second));
     if (rows.empty())
         return {{}, reason::nothing_to_do, "nothing of this batch was sent to a router", {}};
     return put_back(desk, now, actor, rows, rule, dry_run, {batch_kind::rollback, batch, 0, {}});
