@@ -128,5 +128,6 @@ TEST_F(Words, HaveNoControlCharacters)
     EXPECT_EQ(cut_text("a\xc2\x80\xc2\x9f!"), "a  !");
     EXPECT_EQ(cut_text("\xc2\xa0\xc3\x80"), "\xc2\xa0\xc3\x80");
     EXPECT_EQ(cut_text("\xc2"), "\xc2");
+    EXPECT_EQ(cut_text("\xc2\x85!"), " !");
     EXPECT_EQ(cut_text("~ \xc2\x7f"), "~ \xc2 ");
 }
