@@ -173,10 +173,10 @@ void report_backend_ended(desk_state& desk, const moment& now, const std::string
     if (live == nullptr) return;
     const bool link_lost = live->ending == reason::link_lost;
     live->ending = reason::none;
-    std::vector<wish_id> unsent; // of each destination the newest first: none is released any more
+    std::deque<wish_id> unsent; // of each destination the newest first: none is released any more
     for (const auto& [destination, open] : live->open)
-        for (auto wish = open.rbegin(); wish != open.rend(); ++wish)
-            if (wish->state != wish_state::sent) unsent.push_back(wish->id);
+        for (const open_wish& wish : open)
+            if (wish.state != wish_state::sent) unsent.push_front(wish.id);
     for (const wish_id& id : unsent) {
         const open_wish& wish = *find_open(desk, id);
         const bool late = now.steady - wish.begun.steady >= SEND_LIMIT;

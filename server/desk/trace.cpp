@@ -65,7 +65,8 @@ void trace_take(desk_state& desk, const moment& now, const std::string& router, 
 {
     live_router* live = find_live(desk, router);
     if (live == nullptr) return;
-    std::vector<wish_id> sent, older;
+    std::vector<wish_id> sent;
+    std::vector<wish_id> older;
     if (const auto* open = open_on(*live, destination)) sent = wishes_of_take(*open, source, older);
     if (!sent.empty())
         for (const wish_id& id : older)
