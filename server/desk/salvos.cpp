@@ -21,7 +21,7 @@ std::string lower_case(std::string text)
 
 objection check_name(const std::string& name)
 {
-    const bool good = !name.empty() && name.size() <= TEXT_LENGTH && cut_text(name) == name;
+    const bool good = !name.empty() && cut_text(name) == name;
     if (!good) return {reason::bad_value, "a salvo's name has 1 to 255 bytes, none for control"};
     return {};
 }

@@ -36,13 +36,10 @@ objection change_since(const desk_state& desk, const undo_row& row)
     const bool still_there = shown == source && author != authors.end() &&
                              author->second.source == source && author->second.by == row.by;
     const std::string place = destination_name(desk, router, destination);
-    if (!still_there) {
-        const bool known = author != authors.end() && author->second.by;
-        const std::string who = known ? person_of(desk, *author->second.by) : "from outside";
+    if (!still_there)
         return {reason::changed_since, place + " was changed since: it shows " +
-                                           source_name(desk, router, shown) + ", put there " +
-                                           (known ? "by " : "") + who};
-    }
+                                           source_name(desk, router, shown) + ", " +
+                                           taker_text(desk, router, destination, shown)};
     const auto open = live.open.find(destination);
     if (open != live.open.end()) {
         const open_wish& newest = open->second.back();

@@ -223,6 +223,15 @@ TEST_F(Stages, OfDestinationsUnknownGoWhileTheyAre)
     EXPECT_EQ(rows.at(1).why, reason::changed_since);
 }
 
+TEST_F(Stages, OfDestinationsNoLongerKnownStay)
+{
+    stage(anna, 0, 3);
+    link(link_state::down);
+    link(link_state::ready);
+    EXPECT_EQ(take_staged().rows.at(0).why, reason::fact_unknown);
+    EXPECT_THAT(staged(), ElementsAre(0));
+}
+
 TEST_F(Stages, WithoutRowsAreNotTaken)
 {
     EXPECT_EQ(take_staged().why, reason::nothing_to_do);
@@ -241,6 +250,7 @@ TEST_F(Stages, OfThePersonLongestIdleAreForgotten)
     }
     person.person = "p0";
     stage(person, 1, 1);
+    EXPECT_EQ(desk.stages.at("p0").at("main").size(), 2U);
     desk.changes.clear();
     wait_ms(1);
     stage(ben, 0, 1);

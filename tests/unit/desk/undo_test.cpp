@@ -132,7 +132,7 @@ TEST_F(Undo, RefusesWhatSomebodyHasChangedSince)
     put(anna, 0, 5);
     put(ben, 0, 6);
     EXPECT_EQ(why_not(), reason::changed_since);
-    EXPECT_EQ(detail, "MON A was changed since: it shows CAM 7, put there by ben");
+    EXPECT_EQ(detail, "MON A was changed since: it shows CAM 7, taken by ben");
     put(ben, 0, 5); // the same as anna had put there, but not hers
     EXPECT_EQ(why_not(), reason::changed_since);
 }
@@ -142,8 +142,29 @@ TEST_F(Undo, RefusesWhatWasChangedFromOutside)
     put(anna, 0, 5);
     show(0, 6);
     EXPECT_EQ(why_not(), reason::changed_since);
-    EXPECT_EQ(detail, "MON A was changed since: it shows CAM 7, put there from outside");
+    EXPECT_EQ(detail, "MON A was changed since: it shows CAM 7, taken by somebody else");
     show(0, 5);
+    EXPECT_EQ(why_not(), reason::changed_since);
+}
+
+// Whose doing it was is then not known: the take timed out, and no later report could be its own.
+TEST_F(Undo, RefusesWhatShowsSomethingElseThanItsAuthorTook)
+{
+    put(anna, 0, 5);
+    wish(ben, 0, 6);
+    takes(0, 6);
+    report(0, 6);
+    wait_ms(3000);
+    EXPECT_EQ(why_not(), reason::changed_since);
+    EXPECT_EQ(detail, "MON A was changed since: it shows CAM 7, taken by somebody else");
+}
+
+TEST_F(Undo, RefusesWhatHasNoAuthor)
+{
+    put(anna, 0, 5);
+    remove_router(desk, now, eve, "main");
+    add_router("main", "Main");
+    report(0, 5);
     EXPECT_EQ(why_not(), reason::changed_since);
 }
 
@@ -255,6 +276,17 @@ TEST_F(Undo, PassesOverWhatWasNeverSent)
     report_backend_ended(desk, now, "main");
     link(link_state::ready);
     report(2, 3);
+    forget_told();
+    undo_all(anna);
+    EXPECT_THAT(ordered(), ElementsAre("main 2<0"));
+}
+
+TEST_F(Undo, PassesOverWhatWasSuperseded)
+{
+    put(anna, 2, 3);
+    wish(anna, 0, 5);
+    wish(ben, 0, 6);
+    takes(0, 6);
     forget_told();
     undo_all(anna);
     EXPECT_THAT(ordered(), ElementsAre("main 2<0"));
