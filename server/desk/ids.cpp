@@ -28,8 +28,8 @@ std::string text_of(const ulid& id)
 {
     std::string text(ID_LENGTH, '0');
     ulid rest = id;
-    for (auto digit = text.rbegin(); digit != text.rend(); ++digit) {
-        *digit = DIGITS[rest.low % DIGITS.size()];
+    for (std::size_t i = ID_LENGTH; i-- > 0;) {
+        text[i] = DIGITS[rest.low % DIGITS.size()];
         rest.low = rest.low >> DIGIT_BITS | rest.high << (64 - DIGIT_BITS);
         rest.high >>= DIGIT_BITS;
     }
@@ -44,7 +44,7 @@ bool read_id(std::string_view text, ulid& id)
     for (char letter : text) {
         if (letter >= 'a' && letter <= 'z') letter = static_cast<char>(letter - 'a' + 'A');
         const std::size_t digit = DIGITS.find(letter);
-        if (digit == DIGITS.npos) return false;
+        if (digit == std::string_view::npos) return false;
         read.high = read.high << DIGIT_BITS | read.low >> (64 - DIGIT_BITS);
         read.low = read.low << DIGIT_BITS | digit;
     }
