@@ -270,6 +270,19 @@ TEST_F(ParentLink, WritingToBackendThatHasGoneIsHarmless)
     EXPECT_EQ(link.unsent, "");
 }
 
+TEST_F(ParentLink, MessagesAreKeptWhole)
+{
+    link.keeps_messages = true;
+    start_shell("printf 'one\\nmessage\\n' >&2; printf 'half ' >&2; printf 'a line\\n' >&2;"
+                "echo said=1; echo; read more; echo last >&2");
+    ASSERT_EQ(hear().fields["said"], "1");
+    EXPECT_THAT(link.diagnostics, ElementsAre("one\nmessage", "half a line"));
+    end_input(link);
+    ASSERT_TRUE(wait_for_end());
+    EXPECT_EQ(link.diagnostics.back(), "last");
+    EXPECT_EQ(link.pipes.errors.number, -1);
+}
+
 TEST_F(ParentLink, ClosedOutputEndsBackend)
 {
     start_with_config("");
