@@ -253,7 +253,10 @@ void carry_out(backend& backend, const desk::desk_state& desk, const desk::momen
     const desk::live_router* live = desk::find_live(desk, backend.router);
     if (live == nullptr || !is_running(backend)) return;
     if (order.what == desk::order::kind::end_backend) {
-        if (live->ending != desk::reason::none) tell_to_end(backend, now);
+        // One that runs for a link that is off runs for a router that has been removed, and set
+        // again before anybody looked.
+        if (live->ending != desk::reason::none || live->link == desk::link_state::off)
+            tell_to_end(backend, now);
         return;
     }
     if (live->link != desk::link_state::ready || backend.ending) return;
