@@ -27,8 +27,8 @@ objection no_such_router(const std::string& router)
     return {reason::no_such_router, "there is no router \"" + cut_text(router) + "\""};
 }
 
-objection check_destination(const desk_state& desk, const actor& actor, const std::string& router,
-                            int destination)
+objection check_right(const desk_state& desk, const actor& actor, const std::string& router,
+                      int destination)
 {
     const house_router* const known = find_router(desk, router);
     if (known == nullptr) return no_such_router(router);
@@ -37,9 +37,17 @@ objection check_destination(const desk_state& desk, const actor& actor, const st
         return {reason::no_right, actor.person + " may not route " +
                                       destination_name(desk, router, destination) + " of " +
                                       known->settings.name};
+    return {};
+}
+
+objection check_destination(const desk_state& desk, const actor& actor, const std::string& router,
+                            int destination)
+{
+    objection found = check_right(desk, actor, router, destination);
+    if (found.why != reason::none) return found;
     if (destination < 0 || destination >= destinations_of(desk, router))
-        return {reason::no_such_destination,
-                known->settings.name + " has no " + destination_name(desk, router, destination)};
+        return {reason::no_such_destination, find_router(desk, router)->settings.name + " has no " +
+                                                 destination_name(desk, router, destination)};
     return {};
 }
 

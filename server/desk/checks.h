@@ -15,7 +15,11 @@ int sources_of(const desk_state& desk, const std::string& router);
 
 objection no_such_router(const std::string& router);
 
-// The first of: no such router, no right to operate the destination, no such destination.
+// The first of: no such router, no right to operate the destination.
+objection check_right(const desk_state& desk, const actor& actor, const std::string& router,
+                      int destination);
+
+// The same, then: no such destination.
 objection check_destination(const desk_state& desk, const actor& actor, const std::string& router,
                             int destination);
 

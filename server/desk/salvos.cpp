@@ -50,6 +50,11 @@ std::size_t rows_kept(const house& house)
     return rows;
 }
 
+objection no_such_salvo()
+{
+    return {reason::no_such_salvo, "there is no such salvo"};
+}
+
 bool may_route(const desk_state& desk, const actor& actor, const route& row)
 {
     const house_router* const router = find_router(desk, row.router); // may have been removed
@@ -78,17 +83,19 @@ salvo_answer save_salvo(desk_state& desk, const moment& now, const actor& actor,
     return {id, reason::none, ""};
 }
 
-reason delete_salvo(desk_state& desk, const moment& now, const actor& actor, const ulid& id)
+objection delete_salvo(desk_state& desk, const moment& now, const actor& actor, const ulid& id)
 {
     const auto found = desk.house.salvos.find(id);
-    if (found == desk.house.salvos.end()) return reason::no_such_salvo;
-    const std::vector<route>& rows = found->second.versions.back().rows;
+    if (found == desk.house.salvos.end()) return no_such_salvo();
+    const salvo& salvo = found->second;
+    const std::vector<route>& rows = salvo.versions.back().rows;
     const bool may = std::all_of(rows.begin(), rows.end(),
                                  [&](const route& row) { return may_route(desk, actor, row); });
-    if (!may) return reason::no_right;
+    if (!may)
+        return {reason::no_right, actor.person + " may not route all that is in " + salvo.name};
     record_entry(desk, {now.utc, actor.person, actor.origin, salvo_deleted{id}});
     tell_house_change(desk, change::kind::salvo, id);
-    return reason::none;
+    return {};
 }
 
 std::optional<ulid> find_salvo(const house& house, const std::string& name)
@@ -103,8 +110,10 @@ take_answer run_salvo(desk_state& desk, const moment& now, const actor& actor, c
                       int version, batch_rule rule, bool dry_run, const std::string& reason_given)
 {
     const auto found = desk.house.salvos.find(id);
-    if (found == desk.house.salvos.end())
-        return {{}, reason::no_such_salvo, "there is no such salvo", {}};
+    if (found == desk.house.salvos.end()) {
+        objection none = no_such_salvo();
+        return {{}, none.why, std::move(none.detail), {}};
+    }
     const std::deque<salvo_version>& versions = found->second.versions;
     const auto wanted = version == 0
                             ? std::prev(versions.end())

@@ -22,7 +22,7 @@ salvo_answer save_salvo(desk_state& desk, const moment& now, const actor& actor,
                         const std::string& name, const std::vector<route>& rows);
 
 // Needs the right to operate every destination of its newest version.
-reason delete_salvo(desk_state& desk, const moment& now, const actor& actor, const ulid& id);
+objection delete_salvo(desk_state& desk, const moment& now, const actor& actor, const ulid& id);
 
 // None when there is none of this name, whatever its case.
 std::optional<ulid> find_salvo(const house& house, const std::string& name);

@@ -202,21 +202,21 @@ take_answer take_as(desk_state& desk, const moment& now, const actor& actor,
     return answer;
 }
 
-reason accept_outcome(desk_state& desk, const moment& now, const actor& actor,
-                      const std::string& router, int destination)
+objection accept_outcome(desk_state& desk, const moment& now, const actor& actor,
+                         const std::string& router, int destination)
 {
-    const house_router* known = find_router(desk, router);
-    if (known == nullptr) return reason::no_such_router;
-    const std::string& group = label_of(*known, side::destinations, destination).group;
-    if (!may_operate(actor.may, router, group)) return reason::no_right;
+    objection found = check_right(desk, actor, router, destination);
+    if (found.why != reason::none) return found;
     live_router& live = *find_live(desk, router);
     const auto troubled = live.troubled.find(destination);
-    if (troubled == live.troubled.end()) return reason::nothing_to_do;
+    if (troubled == live.troubled.end())
+        return {reason::nothing_to_do,
+                "nothing went wrong on " + destination_name(desk, router, destination)};
     const wish_id id = troubled->second;
     live.troubled.erase(troubled);
     record_entry(desk, {now.utc, actor.person, actor.origin, wish_accepted{id}});
     tell_change(desk, router, change::kind::wish, destination, id.batch);
-    return reason::none;
+    return {};
 }
 
 } // namespace desk

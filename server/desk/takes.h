@@ -43,8 +43,8 @@ take_answer take(desk_state& desk, const moment& now, const actor& actor,
                  const take_request& request);
 
 // A person has seen that the destination's last wish ended badly and leaves it so.
-reason accept_outcome(desk_state& desk, const moment& now, const actor& actor,
-                      const std::string& router, int destination);
+objection accept_outcome(desk_state& desk, const moment& now, const actor& actor,
+                         const std::string& router, int destination);
 
 // What the other commands of this desk give on to the same checks: as take, with the batch's kind,
 // what it is of, and what they have found against rows themselves, which stands in the place of

@@ -128,6 +128,12 @@ class DeskTest : public testing::Test {
         return wish.detail.empty() ? text : text + ": " + wish.detail;
     }
 
+    // "noRight: ...", empty when nothing speaks against it.
+    static std::string said(const objection& against)
+    {
+        return against.why == reason::none ? "" : code_of(against.why) + (": " + against.detail);
+    }
+
     // What the row's answer said: "goes", "unchanged", "noRight: ...".
     static std::string said(const take_answer& answer, std::size_t row = 0)
     {

@@ -318,7 +318,7 @@ TEST_F(Takes, ThatWentWrongAreAccepted)
     expect_trouble(1);
     const wish_id id = main.troubled.at(1);
     forget_told();
-    EXPECT_EQ(accept_outcome(desk, now, ben, "main", 1), reason::none);
+    EXPECT_EQ(said(accept_outcome(desk, now, ben, "main", 1)), "");
     EXPECT_TRUE(find_wish(desk.house, id)->accepted);
     EXPECT_THAT(main.troubled, IsEmpty());
     EXPECT_THAT(changed(), ElementsAre(Pair(change::kind::wish, 1)));
@@ -330,9 +330,12 @@ TEST_F(Takes, AreNotAcceptedWithoutRightOrTrouble)
 {
     expect_trouble(1);
     forget_told();
-    EXPECT_EQ(accept_outcome(desk, now, anna, "none", 1), reason::no_such_router);
-    EXPECT_EQ(accept_outcome(desk, now, guest, "main", 1), reason::no_right);
-    EXPECT_EQ(accept_outcome(desk, now, anna, "main", 2), reason::nothing_to_do);
+    EXPECT_EQ(said(accept_outcome(desk, now, anna, "none", 1)),
+              "noSuchRouter: there is no router \"none\"");
+    EXPECT_EQ(said(accept_outcome(desk, now, guest, "main", 1)),
+              "noRight: guest may not route MON B of Main");
+    EXPECT_EQ(said(accept_outcome(desk, now, anna, "main", 2)),
+              "nothingToDo: nothing went wrong on MON C");
     EXPECT_THAT(desk.entries, IsEmpty());
     EXPECT_TRUE(main.troubled.contains(1));
 }
@@ -345,6 +348,6 @@ TEST_F(Takes, AreLimitedToGroups)
     EXPECT_EQ(said(wish(anna, 1, 2)), "noRight: anna may not route MON B of Main");
     expect_trouble(0);
     desk.live["main"].troubled[1] = desk.live["main"].troubled.at(0);
-    EXPECT_EQ(accept_outcome(desk, now, anna, "main", 1), reason::no_right);
-    EXPECT_EQ(accept_outcome(desk, now, anna, "main", 0), reason::none);
+    EXPECT_EQ(accept_outcome(desk, now, anna, "main", 1).why, reason::no_right);
+    EXPECT_EQ(said(accept_outcome(desk, now, anna, "main", 0)), "");
 }
