@@ -58,7 +58,7 @@ void start_process(backend& backend, desk::desk_state& desk, const desk::moment&
 {
     backend.start_at.reset();
     backend.ending = false;
-    backend.counts = {};
+    backend.info = {};
     backend.sources.reset();
     backend.destinations.reset();
     backend.link = start_of_link(backend.settings);
@@ -155,15 +155,15 @@ void tell_counts(const backend& backend, desk::desk_state& desk)
 {
     if (!backend.sources || !backend.destinations) return;
     desk::report_counts(desk, backend.router,
-                        std::min(backend.counts.inputs, static_cast<int>(*backend.sources)),
-                        std::min(backend.counts.outputs, static_cast<int>(*backend.destinations)));
+                        std::min(backend.info.inputs, static_cast<int>(*backend.sources)),
+                        std::min(backend.info.outputs, static_cast<int>(*backend.destinations)));
 }
 
 void tell_report(backend& backend, desk::desk_state& desk, const desk::moment& now,
                  const report& told)
 {
-    if (const auto* counts = std::get_if<counts_report>(&told)) {
-        backend.counts = *counts;
+    if (const auto* info = std::get_if<info_report>(&told)) {
+        backend.info = *info;
         tell_counts(backend, desk);
     } else if (const auto* names = std::get_if<names_report>(&told)) {
         (names->side == desk::side::sources ? backend.sources : backend.destinations) =

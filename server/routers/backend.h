@@ -49,7 +49,7 @@ struct backend {
     link_reader link;
     trace_reader trace;
     std::deque<log_line> log;           // what it said but for frames and debugging, oldest first
-    counts_report counts;               // as it told them last
+    info_report info;                   // as it told it last
     std::optional<std::size_t> sources; // names that it has told
     std::optional<std::size_t> destinations;
 

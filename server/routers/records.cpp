@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "server/desk/words.h"
 #include "tools/common/numbers.h"
 
 namespace routers {
@@ -20,16 +21,24 @@ bool read_position(std::string_view key, char letter, std::string_view end, int 
     return common::read_decimal(key, position) && position >= 0 && position < limit;
 }
 
-report read_counts(const ParentRecord& record)
+std::string text_field(const ParentRecord& record, const char* name)
 {
-    counts_report counts;
+    const auto found = record.fields.find(name);
+    return found == record.fields.end() ? "" : desk::cut_text(found->second);
+}
+
+report read_info(const ParentRecord& record)
+{
+    info_report info;
     const auto inputs = record.fields.find("inputs");
     const auto outputs = record.fields.find("outputs");
     if (inputs == record.fields.end() || outputs == record.fields.end() ||
-        !common::read_decimal(inputs->second, counts.inputs) ||
-        !common::read_decimal(outputs->second, counts.outputs))
+        !common::read_decimal(inputs->second, info.inputs) ||
+        !common::read_decimal(outputs->second, info.outputs))
         return {};
-    return counts;
+    info.identity = {text_field(record, "model"), text_field(record, "firmware version"),
+                     text_field(record, "product"), text_field(record, "company")};
+    return info;
 }
 
 names_report read_names(const ParentRecord& record, desk::side side)
@@ -63,7 +72,7 @@ routes_report read_routes(const ParentRecord& record)
 report read_record(const ParentRecord& record)
 {
     if (record.type != "message") return {};
-    if (record.command == "info") return read_counts(record);
+    if (record.command == "info") return read_info(record);
     if (record.command == "inputs") return read_names(record, desk::side::sources);
     if (record.command != "outputs") return {};
     names_report names = read_names(record, desk::side::destinations);

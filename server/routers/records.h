@@ -11,9 +11,17 @@
 
 namespace routers {
 
-struct counts_report { // effective ones
-    int inputs = 0;
+struct identity { // each cut like every text; empty until the router has told it
+    std::string model;
+    std::string firmware;
+    std::string product;
+    std::string company;
+};
+
+struct info_report {
+    int inputs = 0; // effective ones
     int outputs = 0;
+    routers::identity identity;
 };
 
 struct names_report { // all of one side, from position 0; at most POSITIONS
@@ -26,7 +34,7 @@ struct routes_report {
 };
 
 // None of these: replies, and whatever no backend writes.
-using report = std::variant<std::monostate, counts_report, names_report, routes_report>;
+using report = std::variant<std::monostate, info_report, names_report, routes_report>;
 
 // A record with names and routes, which no backend writes, counts as names. One of outputs without
 // a field counts as routes: a router without destinations cannot be told from it.

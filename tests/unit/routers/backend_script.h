@@ -32,7 +32,7 @@ inline std::string becomes_ready()
     return says("<NOTE>Connection sucessful.") + says("<DBG>Inputs range from 1-2") +
            says("<DBG>Outputs range from 1-2") +
            says("<DBG>Router finished returning levels, sources, destinations") +
-           reports("*COMMAND=info\n*TYPE=message\ninputs=16\noutputs=16") +
+           reports("*COMMAND=info\n*TYPE=message\ninputs=16\nmodel=TX4\noutputs=16") +
            reports("*COMMAND=outputs\n*TYPE=message\no0.input.all=0\no1.input.all=0") +
            reports("*COMMAND=inputs\n*TYPE=message\ni0.name=CAM 1\ni1.name=CAM 2") +
            reports("*COMMAND=outputs\n*TYPE=message\no0.name=MON A\no1.name=MON B");

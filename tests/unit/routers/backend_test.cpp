@@ -131,6 +131,7 @@ TEST_F(BackendRun, TellsTheDeskWhatTheRouterHas)
     EXPECT_EQ(desk::destination_name(desk, "main", 1), "MON B");
     EXPECT_EQ(desk::source_shown(live(), 1), 0);
     EXPECT_TRUE(desk::is_fresh(live(), 1));
+    EXPECT_EQ(main.info.identity.model, "TX4");
     std::ifstream file(main.configuration);
     std::string line;
     std::getline(file, line);

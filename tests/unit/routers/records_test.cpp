@@ -47,9 +47,22 @@ TEST_F(Records, TellTheCounts)
     number_of_inputs = 12;
     number_of_outputs = 256;
     send_info_report();
-    const auto counts = std::get<counts_report>(heard());
-    EXPECT_EQ(counts.inputs, 12);
-    EXPECT_EQ(counts.outputs, 256);
+    const auto info = std::get<info_report>(heard());
+    EXPECT_EQ(info.inputs, 12);
+    EXPECT_EQ(info.outputs, 256);
+}
+
+TEST_F(Records, TellWhatTheRouterIs)
+{
+    device_model = "TX4\x1b[2J";
+    firmware_version = "Title\n1.2 " + std::string(desk::TEXT_LENGTH, 'x');
+    send_info_report();
+    const identity told = std::get<info_report>(heard()).identity;
+    EXPECT_EQ(told.model, "TX4 [2J");
+    EXPECT_EQ(told.firmware,
+              ("Title 1.2 " + std::string(desk::TEXT_LENGTH, 'x')).substr(0, desk::TEXT_LENGTH));
+    EXPECT_EQ(told.product, "Grass Valley Native Protocol switcher or compatible");
+    EXPECT_EQ(told.company, "Grass Valley");
 }
 
 TEST_F(Records, TellNamesByPosition)
