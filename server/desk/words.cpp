@@ -114,6 +114,8 @@ const char* code_of(reason reason)
         return "noSuchSalvo";
     case reason::no_such_batch:
         return "noSuchBatch";
+    case reason::cannot_disconnect:
+        return "cannotDisconnect";
     case reason::no_right:
         return "noRight";
     case reason::link_not_ready:

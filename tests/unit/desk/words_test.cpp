@@ -87,6 +87,7 @@ TEST_F(Words, HaveACodeForEachReason)
                                  "noSuchSource",
                                  "noSuchSalvo",
                                  "noSuchBatch",
+                                 "cannotDisconnect",
                                  "noRight",
                                  "linkNotReady",
                                  "destinationLocked",

@@ -142,10 +142,10 @@ TEST_F(BackendRun, WritesABatchAsOneRun)
 {
     run(becomes_ready() + LISTENS);
     ASSERT_TRUE(serve_until(link_is(link_state::ready)));
-    take({{0, 1}, {1, desk::NO_SOURCE}});
+    take({{0, 1}, {1, 1}});
     const std::string head = "*COMMAND=route output\n*TYPE=command\n";
     const std::string batch = head + "from input=1\nqueue=add\nto output=0\n\n" + head +
-                              "queue=add\nto output=1\n\n" + head + "queue=flush\n\n";
+                              "from input=1\nqueue=add\nto output=1\n\n" + head + "queue=flush\n\n";
     EXPECT_TRUE(serve_until([&] { return heard().size() >= batch.size(); }));
     EXPECT_EQ(heard(), batch);
 }

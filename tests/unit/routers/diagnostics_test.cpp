@@ -17,6 +17,7 @@
 
 using namespace routers;
 using testing::ElementsAre;
+using testing::Field;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
@@ -65,6 +66,20 @@ TEST_F(Diagnostics, TellOfAFrameReceived)
     EXPECT_TRUE(line.message.ok);
     EXPECT_EQ(mnemonic_of(line.message), "IQ");
     EXPECT_THAT(line.message.parameters, ElementsAre("2", "0", "N", "N", "4"));
+}
+
+// What the desk's refusal to disconnect stands on.
+TEST_F(Diagnostics, TellNoDisconnectionOfARouterWithNames)
+{
+    discovered_inputs = discovered_outputs = number_of_outputs = 4;
+    for (const std::uint64_t base : {0U, 1U}) {
+        input_index_base = output_index_base = base;
+        for (const char* source : {"0", "FFFFFFFF"}) {
+            parse_router_bytes(frame(body("IQ", {"2", "0", "N", "N", source})));
+            handle_router_message(router_rx_queue.back());
+        }
+    }
+    EXPECT_THAT(accepted_route_changes, ElementsAre(Field(&RouteChange::input, 0)));
 }
 
 TEST_F(Diagnostics, DecodeAsTheBackendDoes)
