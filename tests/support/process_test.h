@@ -42,7 +42,10 @@ class ProcessTest : public testing::Test {
     bool until(const std::function<bool()>& done);
 
     // By how much the turns of the waits came late, and how long the backend and the simulator were
-    // ready to run and did not.
+    // ready to run and did not; and their sum.
+    std::chrono::nanoseconds late{};
+    std::chrono::nanoseconds backend_unserved{};
+    std::chrono::nanoseconds simulator_unserved{};
     std::chrono::milliseconds starved_for() const;
 
     // The next record with this command, as text; those before it are dropped. "" when none comes.
@@ -83,9 +86,6 @@ class ProcessTest : public testing::Test {
     std::string last_line() const;
 
   private:
-    std::chrono::nanoseconds late{};
-    std::chrono::nanoseconds backend_unserved{};
-    std::chrono::nanoseconds simulator_unserved{};
     std::size_t diagnostics_seen = 0;
     std::size_t simulator_lines_seen = 0;
 };
