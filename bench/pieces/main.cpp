@@ -3,6 +3,7 @@
 // pass of the main loop allocates.
 
 #include <cstdio>
+#include <string_view>
 
 #include "bench/pieces/pieces.h"
 
@@ -10,6 +11,10 @@ bool bench::idle_pass_allocates = false;
 
 int main(int argument_count, char** arguments)
 {
+    if (argument_count == 2 && std::string_view(arguments[1]) == "--version") {
+        std::puts("bench_pieces " PROJECT_VERSION);
+        return 0;
+    }
     benchmark::Initialize(&argument_count, arguments);
     if (benchmark::ReportUnrecognizedArguments(argument_count, arguments)) return 1;
     if (benchmark::RunSpecifiedBenchmarks() == 0) return 1;
