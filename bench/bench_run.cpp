@@ -47,7 +47,8 @@ json figure_json(const figure& written)
     put(object, "ratio_low", written.ratio_low);
     put(object, "ratio_high", written.ratio_high);
     put(object, "aim", written.aim);
-    if (written.aim) object["met"] = meets_aim(written);
+    put(object, "limit", written.limit);
+    if (written.aim || written.limit) object["met"] = meets_aim(written);
     return object;
 }
 } // namespace
@@ -85,6 +86,7 @@ figure figure_of(const json& object)
     found.ratio_high = optional_number(object, "ratio_high");
     found.direction = object.at("better") == "more" ? better::more : better::less;
     found.aim = optional_number(object, "aim");
+    found.limit = optional_number(object, "limit");
     return found;
 }
 

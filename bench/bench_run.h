@@ -2,7 +2,8 @@
 // next run can be compared with it:
 //   {"commit": ..., "machine": {"cores": ..., "processor": ..., "kernel": ...},
 //    "figures": [{"workload": ..., "measure": ..., "unit": ..., "ours": ..., "better": "less"}]}
-// A figure has "floor", "ratio", "ratio_low", "ratio_high" and "aim" where they are known.
+// A figure has "floor", "ratio", "ratio_low", "ratio_high", "aim" and "limit" where they are
+// known.
 #pragma once
 
 #include <optional>

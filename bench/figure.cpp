@@ -56,6 +56,7 @@ figure make_figure(const std::string& workload, const std::string& measure, cons
 
 bool meets_aim(const figure& judged)
 {
+    if (judged.limit && judged.ours > *judged.limit) return false;
     if (!judged.aim) return true;
     if (!judged.ratio) return false;
     return judged.direction == better::less ? *judged.ratio <= *judged.aim

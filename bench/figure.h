@@ -32,6 +32,8 @@ struct figure {
     better direction = better::less;
     // Of the ratio: at most it, or at least it where more is better; none: reported only.
     std::optional<double> aim = std::nullopt;
+    // Of ours, in its unit: at most it; none: as good as any.
+    std::optional<double> limit = std::nullopt;
 };
 
 // The quantile (0 to 1; 0.5 the median) of each side and their ratio; direction and aim are left
@@ -40,7 +42,7 @@ struct figure {
 figure make_figure(const std::string& workload, const std::string& measure, const std::string& unit,
                    const paired_samples& samples, double quantile = 0.5);
 
-// True without an aim; false with an aim but no ratio.
+// The limit as well. True without an aim and a limit; false with an aim but no ratio.
 bool meets_aim(const figure& judged);
 
 // Of at least one value, in any order; between two neighbours in proportion.

@@ -55,13 +55,15 @@ std::string spread_text(const figure& shown)
 
 std::string aim_text(const figure& shown)
 {
+    if (shown.limit)
+        return "≤ " + number_text(*shown.limit) + (shown.unit.empty() ? "" : " " + shown.unit);
     if (!shown.aim) return "";
     return (shown.direction == better::less ? "≤ " : "≥ ") + ratio_text(*shown.aim);
 }
 
 std::string verdict_text(const figure& shown)
 {
-    if (!shown.aim) return "";
+    if (!shown.aim && !shown.limit) return "";
     return meets_aim(shown) ? "met" : "missed";
 }
 

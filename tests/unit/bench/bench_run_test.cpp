@@ -17,11 +17,12 @@ bench_run small_run()
     rate.ratio_high = 1.25;
     rate.direction = better::more;
     rate.aim = 0.85;
-    return {
-        .commit = "1234abc",
-        .machine = {.cores = 2, .processor = "Some processor", .kernel = "6.1"},
-        .figures = {rate, {.workload = "idle", .measure = "allocations", .unit = "", .ours = 0}},
-        .tables = {}};
+    return {.commit = "1234abc",
+            .machine = {.cores = 2, .processor = "Some processor", .kernel = "6.1"},
+            .figures =
+                {rate,
+                 {.workload = "idle", .measure = "allocations", .unit = "", .ours = 0, .limit = 1}},
+            .tables = {}};
 }
 
 const char* const SMALL_RUN_JSON = R"({
@@ -50,7 +51,9 @@ const char* const SMALL_RUN_JSON = R"({
       "measure": "allocations",
       "unit": "",
       "ours": 0.0,
-      "better": "less"
+      "better": "less",
+      "limit": 1.0,
+      "met": true
     }
   ]
 }

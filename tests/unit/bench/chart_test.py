@@ -33,8 +33,9 @@ class Chart(unittest.TestCase):
         self.assertEqual(bars, [f"0 0.5 {NO_AIM}", f"1 1 {NO_AIM}"])
 
     def test_colour_tells_whether_the_aim_is_met(self):
-        bars = block(commands([figure(1, aim=1, met=True), figure(1, aim=1, met=False)]), "bars")
-        self.assertEqual([int(bar.split()[2]) for bar in bars], [MET, MISSED])
+        bars = block(commands([figure(1, aim=1, met=True), figure(1, aim=1, met=False),
+                               figure(1, limit=3, met=True)]), "bars")
+        self.assertEqual([int(bar.split()[2]) for bar in bars], [MET, MISSED, MET])
 
     def test_figure_without_a_ratio_has_no_row(self):
         without = figure(1)

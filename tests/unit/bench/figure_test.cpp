@@ -182,3 +182,12 @@ TEST(Aim, IsMetByAFigureWithoutOneAndMissedWithoutARatio)
     judged.aim = 1;
     EXPECT_FALSE(meets_aim(judged));
 }
+
+TEST(Limit, IsMetUpToItWhateverTheFloor)
+{
+    figure judged = make_figure("wish", "p50", "ms", {{3}, {}});
+    judged.limit = 3;
+    EXPECT_TRUE(meets_aim(judged));
+    judged.limit = 2.9;
+    EXPECT_FALSE(meets_aim(judged));
+}

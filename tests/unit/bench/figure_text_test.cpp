@@ -85,6 +85,16 @@ TEST(AimText, TellsTheDirection)
     EXPECT_EQ(aim_text(value_of(1)), "");
 }
 
+TEST(AimText, TellsALimitInItsUnit)
+{
+    figure limited = {.workload = "wish", .measure = "p50", .unit = "ms", .ours = 4};
+    limited.limit = 3;
+    EXPECT_EQ(aim_text(limited), "≤ 3 ms");
+    EXPECT_EQ(verdict_text(limited), "missed");
+    limited.ours = 3;
+    EXPECT_EQ(verdict_text(limited), "met");
+}
+
 TEST(VerdictText, TellsWhetherTheAimIsMet)
 {
     EXPECT_EQ(verdict_text(aimed(ratio_of(1.1, 1, 2), 1.2, better::less)), "met");
