@@ -61,7 +61,7 @@ struct open_wish {
 // A take that the router has neither acknowledged nor refused.
 struct unanswered_take {
     int destination = 0;
-    std::vector<wish_id> wishes; // that it is for; none when nobody here asked for it
+    std::optional<wish_id> wish; // that it is for; none when nobody here asked for it
 };
 
 struct live_router {

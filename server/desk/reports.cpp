@@ -181,8 +181,7 @@ void report_backend_ended(desk_state& desk, const moment& now, const std::string
         const open_wish& wish = *find_open(desk, id);
         const bool late = now.steady - wish.begun.steady >= SEND_LIMIT;
         if (wish.maybe_sent)
-            end_wish(desk, now, id, outcome::timed_out,
-                     "it may have been sent: part of the traffic could not be read");
+            end_maybe_sent(desk, now, id);
         else
             end_unsent(desk, now, id,
                        link_lost ? reason::link_lost

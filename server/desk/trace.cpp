@@ -13,22 +13,16 @@ std::deque<open_wish>* open_on(live_router& live, int destination)
     return open == live.open.end() ? nullptr : &open->second;
 }
 
-// The oldest queued wish for this source, with those right behind it that are for the same: their
-// take is the same. Queued ones before it come into `older`.
-std::vector<wish_id> wishes_of_take(const std::deque<open_wish>& open, int source,
+// The queued wish for this source; there is one at most. Queued ones before it come into `older`.
+std::optional<wish_id> wish_of_take(const std::deque<open_wish>& open, int source,
                                     std::vector<wish_id>& older)
 {
-    std::vector<wish_id> sent;
     for (const open_wish& wish : open) {
         if (wish.state != wish_state::queued) continue;
-        if (wish.source == source)
-            sent.push_back(wish.id);
-        else if (sent.empty())
-            older.push_back(wish.id);
-        else
-            break;
+        if (wish.source == source) return wish.id;
+        older.push_back(wish.id);
     }
-    return sent;
+    return std::nullopt;
 }
 
 // Whether what the router shows contradicts the wish; it does not show its source. `asked`: in
@@ -65,16 +59,19 @@ void trace_take(desk_state& desk, const moment& now, const std::string& router, 
 {
     live_router* live = find_live(desk, router);
     if (live == nullptr) return;
-    std::vector<wish_id> sent;
+    std::optional<wish_id> sent;
     std::vector<wish_id> older;
-    if (const auto* open = open_on(*live, destination)) sent = wishes_of_take(*open, source, older);
-    if (!sent.empty())
+    if (const auto* open = open_on(*live, destination)) sent = wish_of_take(*open, source, older);
+    if (sent) {
         for (const wish_id& id : older)
-            end_superseded(desk, now, id, sent.front());
-    for (const wish_id& id : sent)
-        mark_sent(desk, now, id);
+            if (find_open(desk, id)->maybe_sent)
+                end_maybe_sent(desk, now, id);
+            else
+                end_superseded(desk, now, id, *sent);
+        mark_sent(desk, now, *sent);
+    }
     if (live->takes_unanswered.size() == TAKES_UNANSWERED) live->takes_unanswered.pop_front();
-    live->takes_unanswered.push_back({destination, std::move(sent)});
+    live->takes_unanswered.push_back({destination, sent});
 }
 
 void trace_take_answer(desk_state& desk, const moment& now, const std::string& router,
@@ -82,12 +79,10 @@ void trace_take_answer(desk_state& desk, const moment& now, const std::string& r
 {
     live_router* live = find_live(desk, router);
     if (live == nullptr || live->takes_unanswered.empty()) return;
-    const unanswered_take take = std::move(live->takes_unanswered.front());
+    const std::optional<wish_id> wish = live->takes_unanswered.front().wish;
     live->takes_unanswered.pop_front();
-    if (refusal.empty()) return;
-    for (const wish_id& id : take.wishes)
-        if (find_open(desk, id) != nullptr)
-            end_wish(desk, now, id, outcome::refused, cut_text(refusal));
+    if (wish && !refusal.empty() && find_open(desk, *wish) != nullptr)
+        end_wish(desk, now, *wish, outcome::refused, cut_text(refusal));
 }
 
 void trace_query(desk_state& desk, const std::string& router, int destination)

@@ -17,11 +17,7 @@ const route& route_of(const desk_state& desk, const wish_id& id)
 // the next, with this source, is to be held: a take of its source could be that of an older one.
 bool must_wait(const std::deque<open_wish>& open, int source)
 {
-    const auto newest = std::find_if(open.rbegin(), open.rend(), [](const open_wish& wish) {
-        return wish.state != wish_state::held;
-    });
-    if (newest == open.rend() || newest->source == source) return false;
-    return std::any_of(newest, open.rend(), [&](const open_wish& wish) {
+    return std::any_of(open.begin(), open.end(), [&](const open_wish& wish) {
         return wish.state == wish_state::queued && wish.source == source;
     });
 }
@@ -131,6 +127,12 @@ void end_unsent(desk_state& desk, const moment& now, const wish_id& id, reason w
                                    ? "it could not be sent in time"
                                    : "the backend was ended before it was sent";
     end_wish(desk, now, id, outcome::not_sent, detail, why);
+}
+
+void end_maybe_sent(desk_state& desk, const moment& now, const wish_id& id)
+{
+    end_wish(desk, now, id, outcome::timed_out,
+             "it may have been sent: part of the traffic could not be read");
 }
 
 void end_superseded(desk_state& desk, const moment& now, const wish_id& id, const wish_id& by)

@@ -8,8 +8,8 @@
 namespace desk {
 
 // Opens the wish, which stands in the house, and returns whether its change is to be sent to the
-// backend now. Not so when it is held: a queued wish with another source stands between it and one
-// with the same, so that their takes could not be told apart.
+// backend now. Not so when it is held: another wish for its source is queued, and their takes could
+// not be told apart.
 bool open_wish_for(desk_state& desk, const moment& now, const wish_id& id, const route& wished);
 
 // Null when it is not open.
@@ -24,6 +24,9 @@ void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome en
 
 // The same as not sent, for link_lost, not_sent_in_time and backend_ended.
 void end_unsent(desk_state& desk, const moment& now, const wish_id& id, reason why);
+
+// Whether its take was sent cannot be known any more.
+void end_maybe_sent(desk_state& desk, const moment& now, const wish_id& id);
 
 // A newer wish has taken its place.
 void end_superseded(desk_state& desk, const moment& now, const wish_id& id, const wish_id& by);

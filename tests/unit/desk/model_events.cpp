@@ -229,6 +229,7 @@ void lose_trace(player& player, dice& dice)
     }
     router.told = true;
     trace_lost(player.desk, router.id);
+    see_loss(player.ledger, router.id);
     settle(player);
 }
 

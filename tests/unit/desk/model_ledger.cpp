@@ -65,7 +65,10 @@ void see_entry(ledger& ledger, const wish_ended& ended)
     if (found == ledger.wishes.end()) return complain(ledger, "end of an unknown wish");
     if (found->second.end != outcome::open) complain(ledger, "wish ended twice");
     if (ended.end == outcome::open) complain(ledger, "wish ended as open");
+    if (was_never_sent(ended.end) && found->second.sent)
+        complain(ledger, "end as not sent of a wish whose take was made");
     found->second.end = ended.end;
+    found->second.told_sent = ended.sent_after.has_value();
     ledger.open[{found->second.wished.router, found->second.wished.destination}].erase(ended.id);
 }
 
@@ -230,7 +233,8 @@ void add_possible_authors(ledger& ledger, const place& where, fact_seen& fact)
 {
     const auto may_be = [&](const wish_id& id) {
         const wish_seen& wish = ledger.wishes.at(id);
-        if (wish.sent && wish.wished.source == fact.source) fact.by.insert(id);
+        if ((wish.sent || wish.maybe_sent) && wish.wished.source == fact.source)
+            fact.by.insert(id);
     };
     for (const wish_id& id : ledger.open[where])
         may_be(id);
@@ -300,6 +304,13 @@ void see_removal(ledger& ledger, const std::string& router)
     ledger.seen.erase(router);
 }
 
+void see_loss(ledger& ledger, const std::string& router)
+{
+    for (auto& [id, wish] : ledger.wishes)
+        if (wish.wished.router == router && wish.end == outcome::open && wish.ordered)
+            wish.maybe_sent = true;
+}
+
 void see_time(ledger& ledger, const moment& now)
 {
     std::erase_if(ledger.locks, [&](const auto& one) {
@@ -307,16 +318,13 @@ void see_time(ledger& ledger, const moment& now)
     });
 }
 
-// Later wishes for the same count as sent with it.
 void see_take(ledger& ledger, const sending& sent)
 {
     wish_seen& wish = ledger.wishes.at(sent.by);
     wish.sent = true;
     if (was_never_sent(wish.end)) complain(ledger, "take of a wish that had ended as not sent");
-    for (const wish_id& id : ledger.open[{wish.wished.router, wish.wished.destination}]) {
-        wish_seen& other = ledger.wishes.at(id);
-        if (other.ordered && other.wished.source == sent.source) other.sent = true;
-    }
+    if (wish.told_sent && wish.end != outcome::open)
+        complain(ledger, "take of a wish that had ended as sent");
 }
 
 void complain(ledger& ledger, const std::string& rule)

@@ -21,7 +21,9 @@ struct wish_seen {
     std::string person;
     desk::outcome end = desk::outcome::open;
     bool ordered = false;
-    bool sent = false; // to the router
+    bool sent = false;       // to the router
+    bool maybe_sent = false; // as far as the desk can know
+    bool told_sent = false;  // by its end
 };
 
 struct fact_seen {
@@ -56,6 +58,7 @@ orders_seen settle(ledger& ledger, desk::desk_state& desk);
 
 void see_report(ledger& ledger, const std::string& router, const std::vector<reply>& said);
 void see_connection(ledger& ledger, const std::string& router); // facts are stale from now on
+void see_loss(ledger& ledger, const std::string& router);       // of a part of the trace
 void see_removal(ledger& ledger, const std::string& router);
 void see_restart(ledger& ledger);                       // nothing is known any more but the house
 void see_time(ledger& ledger, const desk::moment& now); // the desk was told of it

@@ -122,6 +122,7 @@ TEST_F(Reports, ConfirmEachWishForTheSource)
     const auto one = wish(anna, 0, 2);
     const auto same = wish(ben, 0, 2);
     takes(0, 2);
+    takes(0, 2);
     shows(0, 2);
     report(0, 2);
     EXPECT_EQ(became(one), "confirmed");

@@ -181,8 +181,10 @@ TEST_F(Takes, AreBlockedByWhatTheCallerFound)
 
 TEST_F(Takes, OfOneDestinationAreBounded)
 {
-    for (std::size_t i = 0; i < OPEN_PER_DESTINATION; ++i)
+    for (std::size_t i = 0; i < OPEN_PER_DESTINATION; ++i) {
         EXPECT_EQ(said(wish(anna, 0, 2)), "goes");
+        takes(0, 2);
+    }
     EXPECT_EQ(said(wish(anna, 0, 2)), "tooManyAtOnce: too many takes of MON A are under way");
     EXPECT_EQ(said(wish(anna, 1, 2)), "goes");
 }

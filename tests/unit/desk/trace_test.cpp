@@ -41,15 +41,16 @@ TEST_F(Trace, SupersedesOlderWishesForAnotherSource)
     EXPECT_THAT(main.troubled, IsEmpty());
 }
 
-TEST_F(Trace, SendsNeighboursOfTheSameSourceTogether)
+TEST_F(Trace, KnowsTheTakesOfTwoWishesForOneSourceApart)
 {
     const auto one = wish(anna, 0, 2);
     const auto same = wish(ben, 0, 2);
-    const auto other = wish(ben, 0, 3);
     takes(0, 2);
-    EXPECT_EQ(became(one), "sent");
+    trace_take_answer(desk, now, "main", "NAK 0005");
+    EXPECT_EQ(became(one), "refused: NAK 0005");
+    EXPECT_EQ(became(same), "queued");
+    takes(0, 2);
     EXPECT_EQ(became(same), "sent");
-    EXPECT_EQ(became(other), "queued");
 }
 
 TEST_F(Trace, SendsNoneForATakeThatNobodyAskedFor)
@@ -83,19 +84,17 @@ TEST_F(Trace, MatchesAnswersToTakesInOrder)
     EXPECT_THAT(main.takes_unanswered, SizeIs(1));
 }
 
-TEST_F(Trace, RefusesAllWishesOfATakeThatHaveNotEnded)
+TEST_F(Trace, RefusesNoWishThatHasEnded)
 {
-    const auto one = wish(anna, 0, 2);
-    const auto same = wish(ben, 0, 2);
     const auto confirmed = wish(ben, 1, 2);
-    takes(0, 2);
+    const auto one = wish(anna, 0, 2);
     carry_out(1, 2);
+    takes(0, 2);
     trace_take_answer(desk, now, "main", "NAK 0005");
     trace_take_answer(desk, now, "main", "NAK 0006");
     trace_take_answer(desk, now, "main", "NAK 0007");
-    EXPECT_EQ(became(one), "refused: NAK 0005");
-    EXPECT_EQ(became(same), "refused: NAK 0005");
     EXPECT_EQ(became(confirmed), "confirmed");
+    EXPECT_EQ(became(one), "refused: NAK 0006");
 }
 
 TEST_F(Trace, ForgetsTheOldestOfTooManyTakesWithoutAnswer)
@@ -279,4 +278,15 @@ TEST_F(Trace, LostLeavesOpenWhetherAQueuedWishWasSent)
               "timed out: it may have been sent: part of the traffic could not be read");
     EXPECT_EQ(became(after), "not sent backendEnded: the backend was ended before it was sent");
     EXPECT_NE(became(held), "held");
+}
+
+TEST_F(Trace, LostSupersedesNoWishThatMayHaveBeenSent)
+{
+    const auto old = wish(anna, 0, 2);
+    trace_lost(desk, "main");
+    const auto newer = wish(ben, 0, 3);
+    takes(0, 3);
+    EXPECT_EQ(became(old),
+              "timed out: it may have been sent: part of the traffic could not be read");
+    EXPECT_EQ(became(newer), "sent");
 }
