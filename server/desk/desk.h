@@ -36,7 +36,7 @@ enum class link_state {
 struct fact {
     int source = UNKNOWN_SOURCE;
     wall confirmed{};             // when the router said it last
-    std::uint32_t connection = 0; // over which; 0: never
+    std::uint32_t connection = 0; // over which; 0: never, or doubted since
 };
 
 enum class wish_state {

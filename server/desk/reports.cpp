@@ -163,8 +163,16 @@ void report_routes(desk_state& desk, const moment& now, const std::string& route
     if (live == nullptr) return;
     for (const auto& [destination, source] : routes)
         if (destination >= 0 && destination < ROUTED_POSITIONS && source >= NO_SOURCE &&
-            source < ROUTED_POSITIONS)
+            source < POSITIONS)
             report_route(desk, now, *live, {router, destination, source});
+}
+
+void doubt_fact(desk_state& desk, const std::string& router, int destination)
+{
+    live_router* live = find_live(desk, router);
+    if (live == nullptr || !is_fresh(*live, destination)) return;
+    live->facts[static_cast<std::size_t>(destination)].connection = 0;
+    tell_change(desk, router, change::kind::fact, destination);
 }
 
 void report_backend_ended(desk_state& desk, const moment& now, const std::string& router)

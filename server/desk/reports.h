@@ -26,10 +26,14 @@ void report_counts(desk_state& desk, const std::string& router, int inputs, int 
 void report_names(desk_state& desk, const std::string& router, side side,
                   std::vector<std::string> names);
 
-// Destination and source, NO_SOURCE included, as the router has them. A position beyond
-// ROUTED_POSITIONS is passed over.
+// Destination and source, NO_SOURCE included, as the router has them. A destination beyond
+// ROUTED_POSITIONS, or a source beyond POSITIONS, is passed over.
 void report_routes(desk_state& desk, const moment& now, const std::string& router,
                    std::span<const std::pair<int, int>> routes);
+
+// The router has told by now that the destination shows something else, which no report has
+// brought: the fact is stale until it is reported again.
+void doubt_fact(desk_state& desk, const std::string& router, int destination);
 
 // Nothing that the backend held can reach the router any more: what was queued ends as not sent.
 // Told after the trace of all that it said.

@@ -51,15 +51,30 @@ TEST_F(Reports, ThatRepeatAFactAreNoChange)
     EXPECT_THAT(changed(), IsEmpty());
 }
 
+TEST_F(Reports, MakeADoubtedFactFreshAgain)
+{
+    report(2, 5);
+    changed();
+    doubt_fact(desk, "main", 2);
+    doubt_fact(desk, "main", 2);
+    doubt_fact(desk, "main", POSITIONS_HERE);
+    EXPECT_EQ(source_shown(main, 2), 5);
+    EXPECT_FALSE(is_fresh(main, 2));
+    EXPECT_THAT(changed(), ElementsAre(Pair(kind::fact, 2)));
+    report(2, 5);
+    EXPECT_TRUE(is_fresh(main, 2));
+    EXPECT_THAT(changed(), ElementsAre(Pair(kind::fact, 2)));
+}
+
 TEST_F(Reports, OutOfRangeArePassedOver)
 {
     for (const auto& [destination, source] :
-         {std::pair(-1, 2), {ROUTED_POSITIONS, 2}, {1, ROUTED_POSITIONS}, {1, UNKNOWN_SOURCE}})
+         {std::pair(-1, 2), {ROUTED_POSITIONS, 2}, {1, POSITIONS}, {1, UNKNOWN_SOURCE}})
         report(destination, source);
     EXPECT_THAT(changed(), IsEmpty());
     EXPECT_THAT(main.facts, SizeIs(POSITIONS_HERE));
-    report(ROUTED_POSITIONS - 1, ROUTED_POSITIONS - 1);
-    EXPECT_EQ(source_shown(main, ROUTED_POSITIONS - 1), ROUTED_POSITIONS - 1);
+    report(ROUTED_POSITIONS - 1, POSITIONS - 1);
+    EXPECT_EQ(source_shown(main, ROUTED_POSITIONS - 1), POSITIONS - 1);
     EXPECT_THAT(main.facts, SizeIs(ROUTED_POSITIONS));
 }
 
@@ -69,6 +84,7 @@ TEST_F(Reports, OfUnknownRoutersArePassedOver)
     report_link(desk, now, "none", link_state::ready, "");
     report_counts(desk, "none", 1, 1);
     report_names(desk, "none", side::sources, {"CAM"});
+    doubt_fact(desk, "none", 0);
     report_backend_ended(desk, now, "none");
     EXPECT_THAT(changed(), IsEmpty());
     EXPECT_FALSE(desk.live.contains("none"));
