@@ -61,6 +61,8 @@ void start_process(backend& backend, desk::desk_state& desk, const desk::moment&
     backend.info = {};
     backend.sources.reset();
     backend.destinations.reset();
+    backend.last_take.reset();
+    backend.untold = {};
     backend.link = start_of_link(backend.settings);
     if (backend.settings.address.empty()) return report_link(backend, desk, now);
     std::string error;
@@ -82,6 +84,7 @@ void tell_to_end(backend& backend, const desk::moment& now)
     backend.ending = true;
     backend.kill_at = now.steady + TIME_TO_END;
     backend.process.unsent.clear();
+    backend.held.clear();
     parent_link::send_signal(backend.process, SIGTERM);
 }
 } // namespace
@@ -116,12 +119,53 @@ void add_poll_descriptors(const backend& backend, std::vector<pollfd>& descripto
     parent_link::add_poll_descriptors(backend.process, descriptors);
 }
 
+namespace {
+// When all that is held may be written.
+desk::monotonic end_of_hold(const backend& backend)
+{
+    return backend.last_take.value() + QUEUE_LIFE + AROUND_QUEUE_END;
+}
+} // namespace
+
 std::optional<desk::monotonic> next_due(const backend& backend)
 {
-    return backend.kill_at ? backend.kill_at : backend.start_at;
+    std::optional<desk::monotonic> due = backend.kill_at ? backend.kill_at : backend.start_at;
+    const auto also = [&](desk::monotonic time) {
+        due = due ? std::min(*due, time) : time;
+    };
+    if (!backend.held.empty()) also(end_of_hold(backend));
+    if (backend.untold.due) also(*backend.untold.due);
+    return due;
 }
 
 namespace {
+bool must_hold(const backend& backend, const desk::moment& now)
+{
+    if (!backend.last_take) return false;
+    const std::size_t bytes = backend.process.unsent.size() + backend.held.size();
+    const desk::monotonic end = end_of_hold(backend);
+    const desk::monotonic reading =
+        std::min<desk::monotonic>(READING_TIME * bytes, LONGEST_READING);
+    return now.steady >= end - 2 * AROUND_QUEUE_END - reading && now.steady < end;
+}
+
+void write_held(backend& backend, const desk::moment& now)
+{
+    if (backend.held.empty() || must_hold(backend, now)) return;
+    if (backend.link.state != desk::link_state::ready) return; // it will be ended
+    parent_link::send_bytes(backend.process, std::exchange(backend.held, {}));
+}
+
+void note_steps(backend& backend, const desk::moment& now, const std::vector<trace_step>& steps)
+{
+    for (const trace_step& step : steps) {
+        if (std::holds_alternative<take_sent>(step)) backend.last_take = now.steady;
+        const auto* const route = std::get_if<route_told>(&step);
+        if (route != nullptr && backend.link.discovery_ended)
+            note_told(backend.untold, now.steady, route->destination, route->source);
+    }
+}
+
 // Frames stand in the trace, and lines for debugging only fill the log.
 void keep_told(backend& backend, const desk::moment& now, const diagnostic& told,
                const std::string& message)
@@ -145,6 +189,7 @@ std::size_t tell_diagnostics(backend& backend, desk::desk_state& desk, const des
         steps.clear();
         read_trace(backend.trace, now, told, steps);
         tell_desk(desk, now, backend.router, steps);
+        note_steps(backend, now, steps);
         if (read_link(backend.link, told)) report_link(backend, desk, now);
     }
     return accepted;
@@ -172,6 +217,7 @@ void tell_report(backend& backend, desk::desk_state& desk, const desk::moment& n
         tell_counts(backend, desk);
     } else if (const auto* routes = std::get_if<routes_report>(&told)) {
         desk::report_routes(desk, now, backend.router, routes->routes);
+        note_reported(backend.untold, routes->routes);
     }
     if (read_link(backend.link, told)) report_link(backend, desk, now);
 }
@@ -183,6 +229,27 @@ void hurry(backend& backend)
     if (backend.ending || !is_running(backend) || !backend.process.unsent.empty()) return;
     parent_link::send_bytes(backend.process, "\n");
     ++backend.hurried;
+}
+
+// What the desk shows for them is no fact any more. The backend is asked to ask for all, unless the
+// router has shown what no backend reports.
+void look_for_untold(backend& backend, desk::desk_state& desk, const desk::moment& now)
+{
+    if (!backend.link.discovery_ended) backend.untold = {};
+    const auto overdue = take_overdue(backend.untold, now.steady);
+    const desk::live_router* live = desk::find_live(desk, backend.router);
+    if (live == nullptr || live->link != desk::link_state::ready || backend.ending) return;
+    bool helps = false;
+    for (const auto& [destination, source] : overdue) {
+        if (destination >= live->outputs || (desk::is_fresh(*live, destination) &&
+                                             desk::source_shown(*live, destination) == source))
+            continue;
+        desk::doubt_fact(desk, backend.router, destination);
+        helps = helps || (source >= 0 && source < static_cast<int>(backend.sources.value_or(0)));
+    }
+    if (!helps || !backend.process.unsent.empty()) return;
+    parent_link::send_bytes(backend.process, "*COMMAND=report\n*TYPE=command\nwhat=outputs\n\n");
+    ++backend.asked;
 }
 
 void note_end(backend& backend, desk::desk_state& desk, const desk::moment& now)
@@ -197,6 +264,7 @@ void note_end(backend& backend, desk::desk_state& desk, const desk::moment& now)
     const std::string end = parent_link::describe_end(backend.process);
     backend.process.ended = false;
     backend.kill_at.reset();
+    backend.held.clear();
     if (!backend.wanted) {
         desk::report_link(desk, now, backend.router, desk::link_state::off, "it has been stopped");
     } else if (backend.ending) {
@@ -225,6 +293,8 @@ void serve_backend(backend& backend, desk::desk_state& desk, const desk::moment&
     if (tell_diagnostics(backend, desk, now) > 0) hurry(backend);
     for (const ParentRecord& record : std::exchange(backend.process.records, {}))
         tell_report(backend, desk, now, read_record(record));
+    look_for_untold(backend, desk, now);
+    write_held(backend, now);
     if (backend.process.ended) note_end(backend, desk, now);
     if (is_due(backend.start_at, now)) start_process(backend, desk, now);
 }
@@ -262,8 +332,10 @@ void carry_out(backend& backend, const desk::desk_state& desk, const desk::momen
     }
     if (live->link != desk::link_state::ready || backend.ending) return;
     const std::string text = batch_text(order.rows);
-    if (backend.process.unsent.size() + text.size() <= UNSENT_LIMIT)
-        return parent_link::send_bytes(backend.process, text);
+    if (backend.process.unsent.size() + backend.held.size() + text.size() <= UNSENT_LIMIT) {
+        backend.held += text;
+        return write_held(backend, now);
+    }
     ++backend.dropped;
     keep_line(backend, now, level::warning, "The backend does not read; a batch was dropped");
 }

@@ -16,6 +16,7 @@
 #include "server/desk/desk.h"
 #include "server/routers/link_reader.h"
 #include "server/routers/trace_reader.h"
+#include "server/routers/untold_routes.h"
 
 namespace routers {
 
@@ -26,6 +27,13 @@ constexpr std::chrono::minutes ENDS_COUNT{1};
 constexpr std::chrono::milliseconds FIRST_PAUSE{200}; // before the second start, then doubled
 constexpr std::chrono::milliseconds LONGEST_PAUSE{5000};
 constexpr std::chrono::milliseconds TIME_TO_END{200}; // then it is killed
+
+// So long after its last burst a backend drops what it has staged, without a word: then the part
+// that it has read of a batch. A batch that it may be reading at that moment is held until later.
+constexpr std::chrono::seconds QUEUE_LIFE{5};
+constexpr std::chrono::milliseconds AROUND_QUEUE_END{50};
+constexpr std::chrono::microseconds READING_TIME{50}; // of a byte, on a busy machine
+constexpr std::chrono::seconds LONGEST_READING{1};
 
 struct log_line {
     desk::moment at;
@@ -46,8 +54,12 @@ struct backend {
     std::optional<desk::monotonic> start_at;
     std::deque<desk::monotonic> ends; // of its own accord, in the last ENDS_COUNT
 
+    std::string held;                         // batches that are not to be written yet
+    std::optional<desk::monotonic> last_take; // when the backend was seen to send one
+
     link_reader link;
     trace_reader trace;
+    untold_routes untold;
     std::deque<log_line> log;           // what it said but for frames and debugging, oldest first
     info_report info;                   // as it told it last
     std::optional<std::size_t> sources; // names that it has told
@@ -57,6 +69,7 @@ struct backend {
     std::uint64_t starts = 0;
     std::uint64_t dropped = 0; // batches
     std::uint64_t hurried = 0; // empty lines
+    std::uint64_t asked = 0; // for all routes, where the router had told one that no record brought
 };
 
 // Starts it with these settings, or anew when they are others. Without an address none runs. The

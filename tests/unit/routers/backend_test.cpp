@@ -29,6 +29,7 @@ class BackendRun : public testing::Test {
     desk::desk_state desk = desk::make_desk(1);
     temporary_directory folder;
     backend main;
+    desk::monotonic passed{}; // beyond the clock's time
     desk::actor anna{"anna", "test", {desk::right::operate, {}, {}}};
 
     BackendRun()
@@ -43,10 +44,11 @@ class BackendRun : public testing::Test {
         main.configuration = folder.path / "main.conf";
     }
 
-    static desk::moment now()
+    desk::moment now() const
     {
         const auto steady = std::chrono::steady_clock::now().time_since_epoch();
-        return {std::chrono::duration_cast<desk::monotonic>(steady), desk::wall(1'000'000'000)};
+        return {std::chrono::duration_cast<desk::monotonic>(steady) + passed,
+                desk::wall(1'000'000'000)};
     }
 
     void run(const std::string& script)
@@ -54,6 +56,13 @@ class BackendRun : public testing::Test {
         main.program = folder.file("backend", "#!/bin/sh\n" + script);
         std::filesystem::permissions(main.program, std::filesystem::perms::owner_all);
         run_backend(main, desk, now(), desk.house.routers.at("main").settings);
+    }
+
+    // What a backend says of a message that it has received.
+    static std::string receives(const std::string& message)
+    {
+        const std::string whole = frame(message);
+        return says("<DBG>Router: MSG " + whole.substr(1, whole.size() - 2));
     }
 
     void carry_out_orders()
@@ -163,6 +172,85 @@ TEST_F(BackendRun, ConfirmsATakeThatWasSentAndShown)
     ASSERT_TRUE(serve_until(has_ended(batch)));
     EXPECT_EQ(row(batch).end, desk::outcome::confirmed);
     EXPECT_EQ(main.trace.frames.size(), 2U);
+}
+
+TEST_F(BackendRun, DoubtsAFactWhenTheRouterHasToldAnotherRoute)
+{
+    run(becomes_ready() + receives("N0IQ\t1\t0\tN\tN\t2") + LISTENS);
+    ASSERT_TRUE(serve_until([this] { return main.trace.received == 1; }));
+    ASSERT_TRUE(serve_until(link_is(link_state::ready)));
+    EXPECT_TRUE(desk::is_fresh(live(), 0));
+    passed = REPORT_LIMIT;
+    const std::string question = "*COMMAND=report\n*TYPE=command\nwhat=outputs\n\n";
+    ASSERT_TRUE(serve_until([&] { return heard() == question; }));
+    EXPECT_EQ(main.asked, 1U);
+    EXPECT_FALSE(desk::is_fresh(live(), 0));
+    EXPECT_EQ(desk::source_shown(live(), 0), 0);
+    EXPECT_TRUE(desk::is_fresh(live(), 1));
+}
+
+TEST_F(BackendRun, AsksNothingWhenItsRouterShowsWhatNoBackendReports)
+{
+    run(becomes_ready() + receives("N0IQ\t1\t0\tN\tN\t0") + receives("N0IQ\t2\t0\tN\tN\t3") +
+        LISTENS);
+    ASSERT_TRUE(serve_until([this] { return main.trace.received == 2; }));
+    ASSERT_TRUE(serve_until(link_is(link_state::ready)));
+    passed = REPORT_LIMIT;
+    ASSERT_TRUE(serve_until([this] { return !desk::is_fresh(live(), 1); }));
+    EXPECT_FALSE(desk::is_fresh(live(), 0));
+    EXPECT_EQ(main.asked, 0U);
+}
+
+TEST_F(BackendRun, BelievesARecordThatBringsWhatTheRouterHasTold)
+{
+    run(becomes_ready() + receives("N0IQ\t1\t0\tN\tN\t2") +
+        reports("*COMMAND=outputs\n*TYPE=message\no0.input.all=1") + LISTENS);
+    ASSERT_TRUE(serve_until(
+        [this] { return main.trace.received == 1 && desk::source_shown(live(), 0) == 1; }));
+    EXPECT_TRUE(main.untold.routes.empty());
+    ASSERT_TRUE(serve_until(link_is(link_state::ready)));
+    passed = 2 * REPORT_LIMIT;
+    serve_backend(main, desk, now());
+    EXPECT_TRUE(desk::is_fresh(live(), 0));
+    EXPECT_EQ(main.asked, 0U);
+}
+
+TEST_F(BackendRun, HoldsABatchWhileTheBackendMayDropWhatItReads)
+{
+    run(becomes_ready() + says("<DBG>Send to router: " + frame("N0TI\t1\t2")) + LISTENS);
+    ASSERT_TRUE(serve_until([this] { return main.last_take.has_value(); }));
+    ASSERT_TRUE(serve_until(link_is(link_state::ready)));
+    const desk::monotonic end = *main.last_take + QUEUE_LIFE;
+    const desk::order order{desk::order::kind::send, "main", {{0, 1}}};
+
+    carry_out(main, desk, {end - 2 * AROUND_QUEUE_END, {}}, order);
+    ASSERT_TRUE(serve_until([this] { return !heard().empty(); }));
+    const std::string batch = heard();
+    EXPECT_THAT(batch, EndsWith("queue=flush\n\n"));
+
+    carry_out(main, desk, {end - AROUND_QUEUE_END, {}}, order);
+    carry_out(main, desk, {end - AROUND_QUEUE_END, {}}, order);
+    EXPECT_EQ(main.held, batch + batch);
+    EXPECT_EQ(next_due(main), end + AROUND_QUEUE_END);
+    serve_backend(main, desk, {end + AROUND_QUEUE_END - 1us, {}});
+    EXPECT_EQ(main.held, batch + batch);
+    serve_backend(main, desk, {end + AROUND_QUEUE_END, {}});
+    EXPECT_EQ(main.held, "");
+    EXPECT_TRUE(serve_until([&] { return heard() == batch + batch + batch; }));
+}
+
+TEST_F(BackendRun, DropsWhatIsHeldForABackendThatEnds)
+{
+    run(becomes_ready() + says("<DBG>Send to router: " + frame("N0TI\t1\t2")) + LISTENS);
+    ASSERT_TRUE(serve_until([this] { return main.last_take.has_value(); }));
+    ASSERT_TRUE(serve_until(link_is(link_state::ready)));
+    carry_out(main, desk, {*main.last_take + QUEUE_LIFE, {}},
+              {desk::order::kind::send, "main", {{0, 1}}});
+    EXPECT_FALSE(main.held.empty());
+    stop_backend(main, now());
+    ASSERT_TRUE(serve_until([this] { return !is_running(main); }));
+    EXPECT_EQ(main.held, "");
+    EXPECT_EQ(heard(), "");
 }
 
 TEST_F(BackendRun, HurriesTheReportOfAnAcceptedRoute)
