@@ -33,7 +33,7 @@ struct named_workload {
     measurements (*measure)(const bench_plan& plan);
 };
 
-constexpr std::array<named_workload, 9> WORKLOADS = {{
+constexpr std::array<named_workload, 10> WORKLOADS = {{
     {"take", measure_take},
     {"commands", measure_commands},
     {"status", measure_status},
@@ -42,6 +42,7 @@ constexpr std::array<named_workload, 9> WORKLOADS = {{
     {"start", measure_start},
     {"memory", measure_memory},
     {"fleet", measure_fleet},
+    {"wish", measure_wish},
     {"pieces", measure_pieces},
 }};
 
@@ -67,7 +68,9 @@ bench_run measure(const bench_options& options, bool& complete)
     bench_run run{.commit = options.commit, .machine = this_machine(), .figures = {}, .tables = {}};
     const program_paths programs = {.backend = options.programs + "/routing_switcher_backend",
                                     .floor_folder = options.programs,
-                                    .pieces = options.programs + "/bench_pieces"};
+                                    .pieces = options.programs + "/bench_pieces",
+                                    .server = options.programs + "/bench_server",
+                                    .plain_parent = options.programs + "/bench_plain_parent"};
     for (const named_workload& workload : WORKLOADS) {
         if (!is_wanted(options, workload.name)) continue;
         try {

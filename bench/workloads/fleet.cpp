@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <array>
-#include <sys/resource.h>
 
 #include "bench/figure_text.h"
 #include "bench/workloads/workload.h"
@@ -194,15 +193,6 @@ std::vector<figure> growth_figures(std::size_t few, const fleet_cost& cost_of_fe
                               .floor = divided({cost_of_few.pss_kib}, few)});
     pss.aim = PSS_AIM;
     return {cpu, pss};
-}
-
-// Each backend needs four descriptors here.
-void allow_many_descriptors()
-{
-    rlimit limit{};
-    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
-    limit.rlim_cur = limit.rlim_max;
-    setrlimit(RLIMIT_NOFILE, &limit);
 }
 } // namespace
 

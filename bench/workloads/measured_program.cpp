@@ -6,6 +6,7 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <stdexcept>
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include "common/numbers.h"
@@ -78,13 +79,19 @@ void start_program(measured_program& program, const std::vector<std::string>& wo
         throw std::runtime_error(error);
 }
 
-namespace {
-running_program listening_program(const std::map<std::string, std::string>& answers)
+running_program start_router(const std::map<std::string, std::string>& answers)
 {
     auto made = std::make_unique<measured_program>();
     made->router.answers = answers;
     listen_for_client(made->router);
     return made;
+}
+namespace {
+// Its path.
+std::string write_configuration(const measured_program& program)
+{
+    const std::string port = std::to_string(program.router.port);
+    return program.directory.file("router.conf", "ip address=127.0.0.1\nport=" + port + "\n");
 }
 } // namespace
 
@@ -92,13 +99,31 @@ running_program start_backend_on(const program_paths& programs,
                                  const std::map<std::string, std::string>& answers,
                                  const std::vector<std::string>& launcher)
 {
-    running_program started = listening_program(answers);
-    const std::string port = std::to_string(started->router.port);
+    running_program started = start_router(answers);
     std::vector<std::string> words = launcher;
-    words.insert(words.end(), {programs.backend, "--file",
-                               started->directory.file(
-                                   "router.conf", "ip address=127.0.0.1\nport=" + port + "\n")});
+    words.insert(words.end(), {programs.backend, "--file", write_configuration(*started)});
     start_program(*started, words);
+    return started;
+}
+
+running_program start_server_on(const program_paths& programs,
+                                const std::map<std::string, std::string>& answers,
+                                const std::vector<std::string>& ports)
+{
+    running_program started = start_router(answers);
+    std::vector<std::string> words = {programs.server, programs.backend, started->directory.path,
+                                      std::to_string(started->router.port)};
+    words.insert(words.end(), ports.begin(), ports.end());
+    start_program(*started, words);
+    return started;
+}
+
+running_program start_plain_parent_on(const program_paths& programs,
+                                      const std::map<std::string, std::string>& answers)
+{
+    running_program started = start_router(answers);
+    start_program(*started,
+                  {programs.plain_parent, programs.backend, write_configuration(*started)});
     return started;
 }
 
@@ -107,13 +132,21 @@ running_program start_floor_on(const program_paths& programs, const std::string&
                                const std::vector<std::string>& arguments,
                                const std::vector<std::string>& launcher)
 {
-    running_program started = listening_program(answers);
+    running_program started = start_router(answers);
     std::vector<std::string> words = launcher;
     words.insert(words.end(),
                  {programs.floor_folder + "/floor_" + name, std::to_string(started->router.port)});
     words.insert(words.end(), arguments.begin(), arguments.end());
     start_program(*started, words);
     return started;
+}
+
+void allow_many_descriptors()
+{
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 namespace {
@@ -272,9 +305,14 @@ double now_in_us()
 
 double cpu_in_us(const measured_program& program)
 {
+    return cpu_in_us(program.child.process);
+}
+
+double cpu_in_us(pid_t process)
+{
     clockid_t clock = 0;
     timespec used{};
-    if (clock_getcpuclockid(program.child.process, &clock) != 0 || clock_gettime(clock, &used) != 0)
+    if (clock_getcpuclockid(process, &clock) != 0 || clock_gettime(clock, &used) != 0)
         throw std::runtime_error(ENDED_BY_ITSELF);
     return static_cast<double>(used.tv_sec) * 1e6 + static_cast<double>(used.tv_nsec) / 1e3;
 }
@@ -287,7 +325,12 @@ double settled_cpu_in_us(measured_program& program)
 
 double pss_in_kib(const measured_program& program)
 {
-    std::ifstream rollup("/proc/" + std::to_string(program.child.process) + "/smaps_rollup");
+    return pss_in_kib(program.child.process);
+}
+
+double pss_in_kib(pid_t process)
+{
+    std::ifstream rollup("/proc/" + std::to_string(process) + "/smaps_rollup");
     for (std::string word; rollup >> word;) {
         double kib = 0;
         if (word == "Pss:" && rollup >> kib) return kib;

@@ -19,6 +19,8 @@ struct program_paths {
     std::string backend;
     std::string floor_folder;
     std::string pieces;
+    std::string server; // a desk with its routers
+    std::string plain_parent;
 };
 
 struct measured_program {
@@ -48,6 +50,19 @@ running_program start_floor_on(const program_paths& programs, const std::string&
                                const std::map<std::string, std::string>& answers,
                                const std::vector<std::string>& arguments = {},
                                const std::vector<std::string>& launcher = {});
+
+// A router without a program.
+running_program start_router(const std::map<std::string, std::string>& answers);
+// Starts a desk with its backends on a router with these answers and on others, at these ports.
+running_program start_server_on(const program_paths& programs,
+                                const std::map<std::string, std::string>& answers,
+                                const std::vector<std::string>& ports = {});
+// Starts the plain parent with its backend on a router with these answers.
+running_program start_plain_parent_on(const program_paths& programs,
+                                      const std::map<std::string, std::string>& answers);
+
+// Each backend needs four descriptors here or in the desk's process.
+void allow_many_descriptors();
 
 // Serves routers and outputs until done() holds: asked first, then after each event and at least
 // every 10 ms, not more often, since whoever wakes up disturbs what is measured. Throws when a
@@ -97,6 +112,7 @@ void end_program(measured_program& program);
 
 // Of the program, since its start. The system tells what it had used when it last waited.
 double cpu_in_us(const measured_program& program);
+double cpu_in_us(pid_t process);
 
 // The same of a program that has just done something, after serving it for the two milliseconds in
 // which it comes to its next wait.
@@ -104,5 +120,6 @@ double settled_cpu_in_us(measured_program& program);
 
 // Memory of the program that is its own or its share, in KiB.
 double pss_in_kib(const measured_program& program);
+double pss_in_kib(pid_t process);
 
 } // namespace bench

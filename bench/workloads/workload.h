@@ -50,6 +50,10 @@ measurements measure_memory(const bench_plan& plan);
 // How cost grows with the number of backends on one machine.
 measurements measure_fleet(const bench_plan& plan);
 
+// From a wish to the take at the router and to its confirmation, through desk and routers, beside a
+// backend that a plain parent sends the same records.
+measurements measure_wish(const bench_plan& plan);
+
 // What the parts of the program cost by themselves, without any system call.
 measurements measure_pieces(const bench_plan& plan);
 
