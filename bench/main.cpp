@@ -33,7 +33,7 @@ struct named_workload {
     measurements (*measure)(const bench_plan& plan);
 };
 
-constexpr std::array<named_workload, 10> WORKLOADS = {{
+constexpr std::array<named_workload, 11> WORKLOADS = {{
     {"take", measure_take},
     {"commands", measure_commands},
     {"status", measure_status},
@@ -43,6 +43,7 @@ constexpr std::array<named_workload, 10> WORKLOADS = {{
     {"memory", measure_memory},
     {"fleet", measure_fleet},
     {"wish", measure_wish},
+    {"routers", measure_routers},
     {"pieces", measure_pieces},
 }};
 

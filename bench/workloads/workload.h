@@ -54,6 +54,9 @@ measurements measure_fleet(const bench_plan& plan);
 // backend that a plain parent sends the same records.
 measurements measure_wish(const bench_plan& plan);
 
+// What a desk with many routers costs beside their backends, while nothing but polling goes on.
+measurements measure_routers(const bench_plan& plan);
+
 // What the parts of the program cost by themselves, without any system call.
 measurements measure_pieces(const bench_plan& plan);
 
