@@ -33,7 +33,7 @@ struct named_workload {
     measurements (*measure)(const bench_plan& plan);
 };
 
-constexpr std::array<named_workload, 11> WORKLOADS = {{
+constexpr std::array<named_workload, 12> WORKLOADS = {{
     {"take", measure_take},
     {"commands", measure_commands},
     {"status", measure_status},
@@ -44,6 +44,7 @@ constexpr std::array<named_workload, 11> WORKLOADS = {{
     {"fleet", measure_fleet},
     {"wish", measure_wish},
     {"routers", measure_routers},
+    {"desk", measure_desk},
     {"pieces", measure_pieces},
 }};
 
