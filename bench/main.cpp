@@ -33,7 +33,7 @@ struct named_workload {
     measurements (*measure)(const bench_plan& plan);
 };
 
-constexpr std::array<named_workload, 12> WORKLOADS = {{
+constexpr std::array<named_workload, 13> WORKLOADS = {{
     {"take", measure_take},
     {"commands", measure_commands},
     {"status", measure_status},
@@ -44,6 +44,7 @@ constexpr std::array<named_workload, 12> WORKLOADS = {{
     {"fleet", measure_fleet},
     {"wish", measure_wish},
     {"routers", measure_routers},
+    {"trace", measure_trace},
     {"desk", measure_desk},
     {"pieces", measure_pieces},
 }};
@@ -72,7 +73,8 @@ bench_run measure(const bench_options& options, bool& complete)
                                     .floor_folder = options.programs,
                                     .pieces = options.programs + "/bench_pieces",
                                     .server = options.programs + "/bench_server",
-                                    .plain_parent = options.programs + "/bench_plain_parent"};
+                                    .plain_parent = options.programs + "/bench_plain_parent",
+                                    .talker = options.programs + "/bench_talker"};
     for (const named_workload& workload : WORKLOADS) {
         if (!is_wanted(options, workload.name)) continue;
         try {

@@ -21,6 +21,7 @@ struct program_paths {
     std::string pieces;
     std::string server; // a desk with its routers
     std::string plain_parent;
+    std::string talker; // in a backend's place
 };
 
 struct measured_program {

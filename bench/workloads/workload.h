@@ -57,6 +57,9 @@ measurements measure_wish(const bench_plan& plan);
 // What a desk with many routers costs beside their backends, while nothing but polling goes on.
 measurements measure_routers(const bench_plan& plan);
 
+// Whether the desk is told of everything, and in time, when a router never stops talking.
+measurements measure_trace(const bench_plan& plan);
+
 // What many routers take in a desk, and what a report of their routes costs it.
 measurements measure_desk(const bench_plan& plan);
 
