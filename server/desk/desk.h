@@ -130,6 +130,7 @@ struct desk_state {
     std::map<std::string, std::map<std::string, stage_rows, std::less<>>, std::less<>>
         stages;                 // by person, then router; none empty
     std::uint64_t revision = 0; // of the house: salvos, and which routers there are
+    std::uint64_t set_ups = 0;  // how many times a router has been set or removed
     id_maker ids;
     std::set<std::pair<monotonic, wish_id>> deadlines;                // of open wishes
     std::set<std::pair<wall, std::pair<std::string, int>>> lock_ends; // router and destination

@@ -42,6 +42,9 @@ void record_entry(desk_state& desk, entry entry)
 {
     forget_lock_ends(desk, entry);
     apply_entry(desk.house, entry);
+    if (std::holds_alternative<router_set>(entry.what) ||
+        std::holds_alternative<router_removed>(entry.what))
+        ++desk.set_ups;
     if (const auto* set = std::get_if<lock_set>(&entry.what))
         if (auto end = lock_end_of(desk, set->router, set->destination))
             desk.lock_ends.insert(std::move(*end));

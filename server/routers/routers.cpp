@@ -1,6 +1,10 @@
 #include "server/routers/routers.h"
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
+#include <sys/epoll.h>
+#include <system_error>
 #include <utility>
 
 #include "server/desk/deadlines.h"
@@ -8,6 +12,33 @@
 namespace routers {
 
 namespace {
+constexpr std::size_t READY_AT_ONCE = 256; // the rest is ready the next time
+
+// One that is watched already stays so.
+void watch_descriptor(const running_routers& routers, backend& backend, int descriptor,
+                      std::uint32_t events)
+{
+    if (descriptor < 0) return;
+    epoll_event event{.events = events, .data = {.ptr = &backend}};
+    if (epoll_ctl(routers.watch.number, EPOLL_CTL_ADD, descriptor, &event) != 0 && errno != EEXIST)
+        throw std::system_error(errno, std::generic_category(), "cannot watch a backend");
+}
+
+// After whatever may have started it or sent it something. The descriptors of one that has ended
+// are closed, and so no longer watched. An input is told of once when it takes more after it was
+// full.
+void watch_backend(const running_routers& routers, backend& backend)
+{
+    const parent_link::backend_link& process = backend.process;
+    if (!process.unsent.empty())
+        watch_descriptor(routers, backend, process.pipes.input.number, EPOLLOUT | EPOLLET);
+    if (backend.watched == backend.starts) return;
+    backend.watched = backend.starts;
+    for (const int descriptor :
+         {process.process_fd.number, process.pipes.output.number, process.pipes.errors.number})
+        watch_descriptor(routers, backend, descriptor, EPOLLIN);
+}
+
 void run_wanted(running_routers& routers, desk::desk_state& desk, const desk::moment& now)
 {
     for (const auto& [router, known] : desk.house.routers) {
@@ -20,6 +51,7 @@ void run_wanted(running_routers& routers, desk::desk_state& desk, const desk::mo
         }
         if (!backend.wanted || backend.settings != known.settings)
             run_backend(backend, desk, now, known.settings);
+        watch_backend(routers, backend);
     }
 }
 
@@ -29,42 +61,51 @@ void stop_removed(running_routers& routers, const desk::desk_state& desk, const 
         if (backend.wanted && !desk.house.routers.contains(router)) stop_backend(backend, now);
 }
 
-std::vector<int> ready_descriptors(std::span<const pollfd> polled)
+// Sorted.
+std::vector<const void*> ready_backends(const running_routers& routers,
+                                        std::span<const pollfd> polled)
 {
-    std::vector<int> ready;
-    for (const pollfd& each : polled)
-        if (each.revents != 0) ready.push_back(each.fd);
+    const bool any = std::any_of(polled.begin(), polled.end(), [&](const pollfd& each) {
+        return each.fd == routers.watch.number && each.revents != 0;
+    });
+    if (!any) return {};
+    std::array<epoll_event, READY_AT_ONCE> events;
+    const int count = epoll_wait(routers.watch.number, events.data(), READY_AT_ONCE, 0);
+    std::vector<const void*> ready;
+    for (int i = 0; i < count; ++i)
+        ready.push_back(events[static_cast<std::size_t>(i)].data.ptr);
     std::sort(ready.begin(), ready.end());
     return ready;
-}
-
-bool is_ready(const backend& backend, const std::vector<int>& ready, std::vector<pollfd>& own)
-{
-    if (ready.empty()) return false;
-    own.clear();
-    add_poll_descriptors(backend, own);
-    return std::any_of(own.begin(), own.end(), [&](const pollfd& each) {
-        return std::binary_search(ready.begin(), ready.end(), each.fd);
-    });
 }
 
 void serve_all(running_routers& routers, desk::desk_state& desk, const desk::moment& now,
                std::span<const pollfd> polled)
 {
-    const std::vector<int> ready = ready_descriptors(polled);
-    std::vector<pollfd> own;
+    const std::vector<const void*> ready = ready_backends(routers, polled);
     for (auto& [router, backend] : routers.backends) {
         const auto due = next_due(backend);
-        if ((due && *due <= now.steady) || is_ready(backend, ready, own))
-            serve_backend(backend, desk, now);
+        if ((!due || *due > now.steady) &&
+            !std::binary_search(ready.begin(), ready.end(), &backend))
+            continue;
+        serve_backend(backend, desk, now);
+        watch_backend(routers, backend);
     }
 }
 } // namespace
 
+common::owned_descriptor new_watch()
+{
+    common::owned_descriptor made(epoll_create1(EPOLL_CLOEXEC));
+    if (made.number < 0)
+        throw std::system_error(errno, std::generic_category(), "cannot watch backends");
+    return made;
+}
+
 void serve_routers(running_routers& routers, desk::desk_state& desk, const desk::moment& now,
                    std::span<const pollfd> polled)
 {
-    if (!routers.stopping) {
+    if (!routers.stopping && routers.set_ups != desk.set_ups) {
+        routers.set_ups = desk.set_ups;
         run_wanted(routers, desk, now);
         stop_removed(routers, desk, now);
     }
@@ -74,14 +115,15 @@ void serve_routers(running_routers& routers, desk::desk_state& desk, const desk:
     desk::advance(desk, now);
     for (const desk::order& order : std::exchange(desk.orders, {})) {
         const auto backend = routers.backends.find(order.router);
-        if (backend != routers.backends.end()) carry_out(backend->second, desk, now, order);
+        if (backend == routers.backends.end()) continue;
+        carry_out(backend->second, desk, now, order);
+        watch_backend(routers, backend->second);
     }
 }
 
 void add_poll_descriptors(const running_routers& routers, std::vector<pollfd>& descriptors)
 {
-    for (const auto& [router, backend] : routers.backends)
-        add_poll_descriptors(backend, descriptors);
+    descriptors.push_back({routers.watch.number, POLLIN, 0});
 }
 
 std::optional<desk::monotonic> next_due(const running_routers& routers,

@@ -177,6 +177,22 @@ TEST_F(RoutersRun, CarriesOutATakeAtOnce)
     EXPECT_EQ(text_of("east.conf.heard"), "");
 }
 
+TEST_F(RoutersRun, SendsTheRestWhenABackendReadsOn)
+{
+    runs(becomes_ready() + "while [ ! -e \"$2.reads\" ]; do sleep 0.01; done\n" + "exec 3>&1\n" +
+         LISTENS); // its output stays open, and tells nothing
+    set_router("main");
+    ASSERT_TRUE(serve_until(is_ready("main")));
+    auto& process = routers.backends.at("main").process;
+    parent_link::send_bytes(process, std::string(100'000, '\n'));
+    take("main", 0, 1);
+    serve_routers(routers, desk, now());
+    ASSERT_FALSE(process.unsent.empty());
+    folder.file("main.conf.reads", "");
+    ASSERT_TRUE(serve_until(
+        [this] { return text_of("main.conf.heard").find("queue=flush") != std::string::npos; }));
+}
+
 TEST_F(RoutersRun, ServesThoseThatHaveSomethingToSay)
 {
     set_router("main");
