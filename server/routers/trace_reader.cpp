@@ -151,25 +151,34 @@ void read_route(trace_reader& trace, const traced_frame& frame, std::vector<trac
     steps.emplace_back(route_told{frame.destination, frame.source});
 }
 
-std::string code_text(const router_message& message)
+// "NAK 0005", "ER 05"
+std::string code_text(const traced_frame& refusal)
 {
-    const char* const name = message.nak ? "NAK" : "ER";
-    if (message.nakerr < 0) return name; // without a code
+    const char* const name = refusal.nak ? "NAK" : "ER";
+    if (refusal.code < 0) return name;
     char text[16];
-    std::snprintf(text, sizeof text, message.nak ? "%s %04X" : "%s %02X", name,
-                  static_cast<unsigned>(message.nakerr));
+    std::snprintf(text, sizeof text, refusal.nak ? "%s %04X" : "%s %02X", name,
+                  static_cast<unsigned>(refusal.code));
     return text;
+}
+
+std::string note_refusal(traced_frame& frame, const router_message& message)
+{
+    frame.meaning = meaning::refusal;
+    frame.nak = message.nak;
+    frame.code = message.nakerr;
+    return code_text(frame);
 }
 
 void read_error_answer(trace_reader& trace, const router_message& message, traced_frame& frame,
                        std::vector<trace_step>& steps)
 {
-    frame.meaning = message.err ? meaning::refusal : meaning::confirmation;
-    if (message.err) frame.refusal = code_text(message);
+    frame.meaning = meaning::confirmation;
+    const std::string refusal = message.err ? note_refusal(frame, message) : "";
     const std::string& of = parameter(message, 1);
     if (message.ok && (of == "BK" || of == "TI")) trace.confirms = true;
     answer_with_code(trace, of.empty() ? trace.unanswered.begin() : find_request(trace, of),
-                     frame.refusal, steps);
+                     refusal, steps);
 }
 
 // A router that confirms otherwise may send one before the answer itself.
@@ -191,9 +200,7 @@ void read_frame_received(trace_reader& trace, const router_message& message, tra
     const std::string_view mnemonic = mnemonic_of(message);
     const bool last = message.seq == '0' || message.seq == '\0';
     if (message.nak) {
-        frame.meaning = meaning::refusal;
-        frame.refusal = code_text(message);
-        answer_with_code(trace, trace.unanswered.begin(), frame.refusal, steps);
+        answer_with_code(trace, trace.unanswered.begin(), note_refusal(frame, message), steps);
     } else if (message.ack) {
         frame.meaning = meaning::confirmation;
         read_ack(trace, steps);
@@ -303,7 +310,7 @@ std::string text_of(const traced_frame& frame, const desk::desk_state& desk,
     case meaning::confirmation:
         return frame.raw.empty() ? "ACK" : "done: " + plain_text(frame);
     case meaning::refusal:
-        return "refused: " + frame.refusal;
+        return "refused: " + code_text(frame);
     case meaning::rejected:
         return "not understood: " + plain_text(frame);
     case meaning::request:

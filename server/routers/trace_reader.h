@@ -60,7 +60,8 @@ struct traced_frame {
     routers::meaning meaning = meaning::request;
     int destination = 0; // of a take, a query, a route
     int source = 0;      // of a take, a route
-    std::string refusal; // its code: "NAK 0005"
+    bool nak = false;    // of a refusal: by a NAK, else by an error answer
+    int code = -1;       // of a refusal; below 0: it has none
     std::string raw;     // between start and end byte; empty for an ACK
 };
 
