@@ -15,7 +15,9 @@ namespace {
 void keep_line(backend& backend, const desk::moment& now, level level, const std::string& text)
 {
     backend.log.push_back({now, level, desk::cut_text(text)});
-    if (backend.log.size() > LOG_LINES) backend.log.pop_front();
+    if (backend.log.size() <= LOG_LINES) return;
+    backend.log.pop_front();
+    ++backend.forgotten;
 }
 
 void report_link(const backend& backend, desk::desk_state& desk, const desk::moment& now)

@@ -67,9 +67,10 @@ struct backend {
 
     // Since the beginning.
     std::uint64_t starts = 0;
-    std::uint64_t watched = 0; // the last of them whose descriptors are watched (routers.h)
-    std::uint64_t dropped = 0; // batches
-    std::uint64_t hurried = 0; // empty lines
+    std::uint64_t watched = 0;   // the last of them whose descriptors are watched (routers.h)
+    std::uint64_t dropped = 0;   // batches
+    std::uint64_t forgotten = 0; // lines of the log
+    std::uint64_t hurried = 0;   // empty lines
     std::uint64_t asked = 0; // for all routes, where the router had told one that no record brought
 };
 
