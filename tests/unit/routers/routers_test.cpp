@@ -9,8 +9,8 @@
 #include "server/desk/start.h"
 #include "server/desk/takes.h"
 #include "server/routers/routers.h"
+#include "support/backend_script.h"
 #include "support/temporary_directory.h"
-#include "unit/routers/backend_script.h"
 
 using namespace routers;
 using namespace std::chrono_literals;
