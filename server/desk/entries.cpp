@@ -24,6 +24,13 @@ void set_author(house& house, const route& shown, std::optional<wish_id> by)
         router->authors[shown.destination] = {shown.source, by};
 }
 
+// It may have been changed, and changed back, without anybody here knowing.
+void forget_author(house& house, const route& unknown)
+{
+    if (house_router* router = find_router(house, unknown.router))
+        router->authors.erase(unknown.destination);
+}
+
 bool has_open_row(const batch& batch)
 {
     return std::any_of(batch.rows.begin(), batch.rows.end(),
@@ -176,6 +183,7 @@ void apply(house& house, wall, const wish_ended& ended)
     row->sent_after = ended.sent_after;
     row->ended_after = ended.ended_after;
     if (ended.end == outcome::confirmed) set_author(house, row->wished, ended.id);
+    if (ended.end == outcome::unknown) forget_author(house, row->wished);
     forget_batches(house);
 }
 

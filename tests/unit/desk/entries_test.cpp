@@ -140,6 +140,9 @@ TEST_F(Entries, KeepWhoPutWhatThere)
     EXPECT_EQ(house.batches.at({1, 1}).rows[1].confirmed_late_after, monotonic(5));
     apply(outside_change{"main", 0, 4, 2});
     EXPECT_EQ(authors.at(0), (authorship{4, std::nullopt}));
+    apply(batch_made{{1, 2}, rows({outcome::open})});
+    apply(wish_ended{{{1, 2}, 0}, outcome::unknown, reason::none, "", {}, monotonic(2)});
+    EXPECT_FALSE(authors.contains(0)) << "it may have been carried out, and changed back";
 }
 
 TEST_F(Entries, AcceptWishes)
