@@ -209,7 +209,8 @@ void answer_take(open_request& request)
         return reply_code(request, BAD_PARAMETERS);
     simulated_router& router = request.router;
     const auto destination = position_of(router.destinations, destination_index);
-    const auto source = position_of(router.sources, source_index);
+    const bool disconnects = source_index == index_of(router.sources, NO_SOURCE);
+    const auto source = disconnects ? NO_SOURCE : position_of(router.sources, source_index);
     if (!destination) return reply_code(request, NO_SUCH_DESTINATION);
     if (!source) return reply_code(request, NO_SUCH_SOURCE);
     const auto refused = router.refused.find({*destination, *source});

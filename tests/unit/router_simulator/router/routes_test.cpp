@@ -47,6 +47,13 @@ TEST_F(SimulatorRoutes, FollowATakeForEveryClient)
     EXPECT_THAT(ask(router, 2, "QI", {"12", "0"}), ElementsAre("2:0IQ|0012|0|N|N|0006"));
 }
 
+TEST_F(SimulatorRoutes, EndWithTheIndexBeforeTheFirstSource)
+{
+    asked("TI", {"12", "0"});
+    EXPECT_THAT(asked("QI", {"12", "0"}), ElementsAre("1:0IQ|0012|0|N|N|0000"));
+    EXPECT_EQ(router.routes[2], NO_SOURCE);
+}
+
 TEST_F(SimulatorRoutes, AcceptIndexesOfAnyLengthAndCase)
 {
     asked("TI", {"0000000000000001f", "a"});
@@ -59,7 +66,6 @@ TEST_F(SimulatorRoutes, RefuseWhatIsNotThere)
 {
     EXPECT_THAT(asked("TI", {"F", "1"}), ElementsAre("1:0ER|03|TI"));
     EXPECT_THAT(asked("TI", {"30", "1"}), ElementsAre("1:0ER|03|TI"));
-    EXPECT_THAT(asked("TI", {"10", "0"}), ElementsAre("1:0ER|04|TI"));
     EXPECT_THAT(asked("TI", {"10", "21"}), ElementsAre("1:0ER|04|TI"));
     EXPECT_THAT(asked("TI", {"10", "FFFFFFFF"}), ElementsAre("1:0ER|04|TI"));
     EXPECT_THAT(asked("QI", {"F", "0"}), ElementsAre("1:0ER|03|QI"));
@@ -131,7 +137,7 @@ TEST_F(SimulatorRoutes, AreAnnouncedToEveryClientBehindTheConfirmation)
     asked("BK", {"E", "ON"});
     EXPECT_THAT(asked("TI", {"10", "3"}),
                 ElementsAre("1:0ER|00|TI", "1:0IQ|0010|0|N|N|0003", "2:0IQ|0010|0|N|N|0003"));
-    EXPECT_THAT(asked("TI", {"10", "0"}), ElementsAre("1:0ER|04|TI"));
+    EXPECT_THAT(asked("TI", {"10", "21"}), ElementsAre("1:0ER|04|TI"));
 }
 
 TEST_F(SimulatorRoutes, StayWhereADestinationIsLocked)
