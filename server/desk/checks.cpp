@@ -59,12 +59,8 @@ objection check_route(const desk_state& desk, const actor& actor, const route& w
         return {reason::fact_unknown,
                 "the source for " + destination_name(desk, wished.router, wished.destination) +
                     " is not known"};
-    if (wished.source == NO_SOURCE)
-        return {reason::cannot_disconnect,
-                destination_name(desk, wished.router, wished.destination) +
-                    " cannot be disconnected from here: whether the router did it would never be "
-                    "known"};
-    if (wished.source < 0 || wished.source >= sources_of(desk, wished.router))
+    const bool exists = wished.source >= 0 && wished.source < sources_of(desk, wished.router);
+    if (!exists && wished.source != NO_SOURCE)
         return {reason::no_such_source, find_router(desk, wished.router)->settings.name +
                                             " has no " +
                                             source_name(desk, wished.router, wished.source)};

@@ -23,7 +23,7 @@ objection check_right(const desk_state& desk, const actor& actor, const std::str
 objection check_destination(const desk_state& desk, const actor& actor, const std::string& router,
                             int destination);
 
-// The same, then: UNKNOWN_SOURCE is no wish, NO_SOURCE cannot be one, no such source.
+// The same, then: UNKNOWN_SOURCE is no wish, no such source. NO_SOURCE is one.
 objection check_route(const desk_state& desk, const actor& actor, const route& wished);
 
 // The first of: no such router, no right to change its settings.

@@ -3,8 +3,9 @@
 // several may live in one process.
 //
 // Facts are what a router said last; wishes what somebody asked for. A fact changes by a report
-// alone. Every function that changes something appends to orders, changes and entries, which the
-// caller carries out, publishes and keeps, and then empties.
+// alone, but for a destination without a source, which only the trace tells. Every function that
+// changes something appends to orders, changes and entries, which the caller carries out, publishes
+// and keeps, and then empties.
 #pragma once
 
 #include <cstdint>
@@ -79,7 +80,8 @@ struct live_router {
     std::map<int, wish_id> troubled; // the last wish, when it ended badly and nobody accepted it
     std::map<int, std::size_t> queries_under_way; // by destination; none 0
     std::deque<unanswered_take> takes_unanswered; // oldest first
-    std::uint64_t revision = 0;                   // one more with each change that anyone can see
+    std::set<int> disconnected; // destinations that showed no source in what passed last
+    std::uint64_t revision = 0; // one more with each change that anyone can see
 };
 
 struct staged_row {

@@ -94,7 +94,6 @@ enum class reason {
     no_such_source,
     no_such_salvo,
     no_such_batch,
-    cannot_disconnect, // a backend never tells that a router which it knows shows nothing
     no_right,
     link_not_ready,
     locked,

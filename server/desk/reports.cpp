@@ -122,8 +122,10 @@ void report_link(desk_state& desk, const moment& now, const std::string& router,
         live->link_since = now.utc;
         const bool goes_on = before == link_state::reading && link == link_state::ready;
         if (!goes_on) forget_traffic(*live);
-        if (!goes_on && (link == link_state::reading || link == link_state::ready))
+        if (!goes_on && (link == link_state::reading || link == link_state::ready)) {
             ++live->connection;
+            live->disconnected.clear();
+        }
     }
     tell_change(desk, router, change::kind::link);
     if (link != link_state::ready && holds_queued(*live))
@@ -163,7 +165,7 @@ void report_routes(desk_state& desk, const moment& now, const std::string& route
     if (live == nullptr) return;
     for (const auto& [destination, source] : routes)
         if (destination >= 0 && destination < ROUTED_POSITIONS && source >= NO_SOURCE &&
-            source < POSITIONS)
+            source < POSITIONS && !live->disconnected.contains(destination))
             report_route(desk, now, *live, {router, destination, source});
 }
 

@@ -1,5 +1,6 @@
 #include "server/desk/trace.h"
 
+#include "server/desk/reports.h"
 #include "server/desk/steps.h"
 #include "server/desk/wishes.h"
 #include "server/desk/words.h"
@@ -114,6 +115,11 @@ void trace_route(desk_state& desk, const moment& now, const std::string& router,
             if (wish.state == wish_state::sent) sent.push_back(wish.id);
     for (const wish_id& id : sent)
         judge_wish(desk, now, id, source, asked);
+    live->disconnected.erase(destination);
+    if (source != NO_SOURCE) return;
+    const std::pair<int, int> route{destination, source};
+    report_routes(desk, now, router, {&route, 1});
+    live->disconnected.insert(destination);
 }
 
 void trace_lost(desk_state& desk, const std::string& router)
@@ -122,6 +128,7 @@ void trace_lost(desk_state& desk, const std::string& router)
     if (live == nullptr) return;
     live->queries_under_way.clear();
     live->takes_unanswered.clear();
+    live->disconnected.clear();
     for (auto& [destination, open] : live->open)
         for (open_wish& wish : open) {
             wish.maybe_sent = wish.maybe_sent || wish.state == wish_state::queued;

@@ -1,5 +1,6 @@
 // What the traffic between a backend and its router tells about wishes, in the order in which it
-// passed. It makes no fact: that is the report's.
+// passed. It makes no fact, that is the report's, but for one: a backend that knows its router's
+// sources passes over whatever says that a destination shows none.
 #pragma once
 
 #include <string>
@@ -24,7 +25,8 @@ void trace_query(desk_state& desk, const std::string& router, int destination);
 void trace_query_unanswered(desk_state& desk, const std::string& router, int destination);
 
 // The router said what a destination shows, asked or unasked. Answers come in the order of the
-// queries for that destination; those to queries from before a take contradict nothing.
+// queries for that destination; those to queries from before a take contradict nothing. NO_SOURCE
+// is a fact at once, and reports of what the router said before change nothing any more.
 void trace_route(desk_state& desk, const moment& now, const std::string& router, int destination,
                  int source);
 

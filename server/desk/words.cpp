@@ -114,8 +114,6 @@ const char* code_of(reason reason)
         return "noSuchSalvo";
     case reason::no_such_batch:
         return "noSuchBatch";
-    case reason::cannot_disconnect:
-        return "cannotDisconnect";
     case reason::no_right:
         return "noRight";
     case reason::link_not_ready:

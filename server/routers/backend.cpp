@@ -309,9 +309,8 @@ std::string batch_text(const std::vector<std::pair<int, int>>& rows)
     record.command = "route output";
     record.type = "command";
     for (const auto& [destination, source] : rows) {
-        record.fields = {{"queue", "add"},
-                         {"to output", std::to_string(destination)},
-                         {"from input", std::to_string(source)}};
+        record.fields = {{"queue", "add"}, {"to output", std::to_string(destination)}};
+        if (source != desk::NO_SOURCE) record.fields["from input"] = std::to_string(source);
         encode_record(record, text);
     }
     record.fields = {{"queue", "flush"}};

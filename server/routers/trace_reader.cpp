@@ -33,7 +33,7 @@ int position_received(const std::string& index, std::uint64_t base)
 {
     const std::uint64_t position = hex_number(index) - base;
     if (position < desk::POSITIONS) return static_cast<int>(position);
-    return position == UINT64_MAX ? desk::NO_SOURCE : desk::UNKNOWN_SOURCE;
+    return position_sent(index, base) == -1 ? desk::NO_SOURCE : desk::UNKNOWN_SOURCE;
 }
 
 void keep_frame(trace_reader& trace, traced_frame frame)

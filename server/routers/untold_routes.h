@@ -1,6 +1,7 @@
 // Routes that a router has told and no record of its backend has brought: the backend throws away
 // what waits when it begins a status cycle, and passes over a source that the router has no name
-// for. What is known by the frames alone becomes no fact; it tells that the fact is none any more.
+// for. What is known by the frames alone becomes no fact, but for no source (desk/trace.h); it
+// tells that the fact is none any more.
 #pragma once
 
 #include <chrono>

@@ -35,6 +35,12 @@ void report_and_settle(player& player, router& router, std::size_t most)
     settle(player);
 }
 
+void hear_one(player& player, router& router)
+{
+    const std::vector<reply> said = hear_next(player.desk, player.now, router);
+    if (find_live(player.desk, router.id) != nullptr) see_report(player.ledger, router.id, said);
+}
+
 void set_link(player& player, router& router, link_state link)
 {
     report_link(player.desk, player.now, router.id, link,
@@ -179,7 +185,7 @@ void answer_something(player& player, dice& dice)
 {
     router& router = some_router(player, dice);
     answer_next(router);
-    if (one_in(dice, 2)) hear_next(player.desk, player.now, router);
+    if (one_in(dice, 2)) hear_one(player, router);
     settle(player);
 }
 
@@ -200,7 +206,7 @@ void pass_everything(player& player, dice& dice)
     while (!router.requests.empty())
         answer_next(router);
     while (!router.replies.empty())
-        hear_next(player.desk, player.now, router);
+        hear_one(player, router);
     settle(player);
     report_and_settle(player, router, EVERYTHING);
 }
@@ -209,7 +215,7 @@ void change_outside(player& player, dice& dice)
 {
     router& router = some_router(player, dice);
     const int destination = below(dice, OUTPUTS);
-    const int source = below(dice, INPUTS);
+    const int source = below(dice, INPUTS + 1) - 1; // NO_SOURCE among them
     if (is_wished(player, router, destination, source)) return;
     change_from_outside(router, destination, source, !one_in(dice, 3));
 }
@@ -225,10 +231,10 @@ void lose_trace(player& player, dice& dice)
         if (const std::optional<sending> sent = send_next(player.desk, player.now, router))
             see_take(player.ledger, *sent);
         answer_next(router);
-        hear_next(player.desk, player.now, router);
+        hear_one(player, router);
     }
     router.told = true;
-    trace_lost(player.desk, router.id);
+    model::lose_trace(player.desk, router);
     see_loss(player.ledger, router.id);
     settle(player);
 }

@@ -82,28 +82,44 @@ void change_from_outside(router& router, int destination, int source, bool says_
     if (says_so && router.up) router.replies.push_back({reply::kind::route, destination, place});
 }
 
-void hear_next(desk_state& desk, const moment& now, router& router)
+std::vector<reply> hear_next(desk_state& desk, const moment& now, router& router)
 {
-    if (router.replies.empty()) return;
+    if (router.replies.empty()) return {};
     const reply next = router.replies.front();
     router.replies.pop_front();
-    if (next.what == reply::kind::route) {
-        if (router.told) trace_route(desk, now, router.id, next.destination, next.now.source);
-        router.to_report.push_back(next);
-    } else if (router.told) {
-        trace_take_answer(desk, now, router.id,
-                          next.what == reply::kind::refused ? "NAK 0005" : "");
+    if (next.what != reply::kind::route) {
+        if (router.told)
+            trace_take_answer(desk, now, router.id,
+                              next.what == reply::kind::refused ? "NAK 0005" : "");
+        return {};
     }
+    const bool disconnected = next.now.source == NO_SOURCE; // which a backend passes over
+    if (router.told) {
+        trace_route(desk, now, router.id, next.destination, next.now.source);
+        for (reply& waiting : router.to_report)
+            if (waiting.destination == next.destination) waiting.overtaken = disconnected;
+    }
+    if (!disconnected) router.to_report.push_back(next);
+    if (disconnected && router.told) return {next};
+    return {};
+}
+
+void lose_trace(desk_state& desk, router& router)
+{
+    trace_lost(desk, router.id);
+    for (reply& waiting : router.to_report)
+        waiting.overtaken = false;
 }
 
 std::vector<reply> report(desk_state& desk, const moment& now, router& router, std::size_t most)
 {
     std::vector<reply> said;
     std::vector<std::pair<int, int>> routes;
-    while (!router.to_report.empty() && said.size() < most) {
-        said.push_back(router.to_report.front());
+    while (!router.to_report.empty() && routes.size() < most) {
+        const reply& next = router.to_report.front();
+        routes.emplace_back(next.destination, next.now.source);
+        if (!next.overtaken) said.push_back(next);
         router.to_report.pop_front();
-        routes.emplace_back(said.back().destination, said.back().now.source);
     }
     if (!routes.empty()) report_routes(desk, now, router.id, routes);
     return said;

@@ -38,6 +38,7 @@ struct reply {
     kind what = kind::route;
     int destination = 0;
     shown now;
+    bool overtaken = false; // the desk knows by the trace that the destination shows no source now
 };
 
 enum class manner { answers, refuses, forgets, is_mute };
@@ -69,8 +70,10 @@ void begin_burst(router& router);
 std::optional<sending> send_next(desk::desk_state& desk, const desk::moment& now, router& router);
 void send_query(desk::desk_state& desk, router& router, int destination);
 void drop_pending(router& router); // after its time limit
-void hear_next(desk::desk_state& desk, const desk::moment& now, router& router);
-// At most so many of what it has heard, in order, in one report; these are returned.
+// Returns what the desk knows by that alone.
+std::vector<reply> hear_next(desk::desk_state& desk, const desk::moment& now, router& router);
+void lose_trace(desk::desk_state& desk, router& router);
+// At most so many of what it has heard, in order, in one report; those that count are returned.
 std::vector<reply> report(desk::desk_state& desk, const desk::moment& now, router& router,
                           std::size_t most);
 void ended(desk::desk_state& desk, const desk::moment& now, router& router);

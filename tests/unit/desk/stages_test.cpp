@@ -62,9 +62,9 @@ TEST_F(Stages, HaveOneRowForADestination)
 {
     stage(anna, 2, 5);
     report(2, 4);
-    stage(anna, 2, 6);
+    stage(anna, 2, NO_SOURCE);
     EXPECT_EQ(desk.stages.at("anna").at("main").size(), 1U);
-    EXPECT_EQ(desk.stages.at("anna").at("main").at(2).source, 6);
+    EXPECT_EQ(desk.stages.at("anna").at("main").at(2).source, NO_SOURCE);
     EXPECT_EQ(desk.stages.at("anna").at("main").at(2).seen, 4);
 }
 

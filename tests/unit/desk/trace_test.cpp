@@ -214,6 +214,48 @@ TEST_F(Trace, MakesNoFact)
     EXPECT_EQ(source_shown(main, 0), 0);
 }
 
+TEST_F(Trace, MakesAFactOfNoSource)
+{
+    forget_told();
+    shows(0, NO_SOURCE);
+    EXPECT_EQ(source_shown(main, 0), NO_SOURCE);
+    EXPECT_TRUE(is_fresh(main, 0));
+    EXPECT_THAT(changed(), ElementsAre(std::pair(change::kind::fact, 0)));
+    report(0, 3);
+    EXPECT_EQ(source_shown(main, 0), NO_SOURCE) << "the router had said it before";
+    shows(0, 4);
+    report(0, 4);
+    EXPECT_EQ(source_shown(main, 0), 4);
+}
+
+TEST_F(Trace, ConfirmsADisconnection)
+{
+    const take_answer answer = wish(anna, 0, NO_SOURCE);
+    takes(0, NO_SOURCE);
+    shows(0, NO_SOURCE);
+    EXPECT_EQ(became(answer), "confirmed");
+}
+
+// What nothing tells any more is told by reports as before.
+TEST_F(Trace, ForgetsNoSourceWithAPartOfTheTraffic)
+{
+    shows(0, NO_SOURCE);
+    trace_lost(desk, "main");
+    report(0, 3);
+    EXPECT_EQ(source_shown(main, 0), 3);
+}
+
+TEST_F(Trace, ForgetsNoSourceWithTheConnection)
+{
+    shows(0, NO_SOURCE);
+    link(link_state::down, "gone");
+    report(0, 3);
+    EXPECT_EQ(source_shown(main, 0), NO_SOURCE) << "of the old connection";
+    link(link_state::reading);
+    report(0, 3);
+    EXPECT_EQ(source_shown(main, 0), 3);
+}
+
 TEST_F(Trace, OfAnUnknownRouterIsPassedOver)
 {
     forget_told();

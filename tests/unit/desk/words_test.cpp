@@ -87,7 +87,6 @@ TEST_F(Words, HaveACodeForEachReason)
                                  "noSuchSource",
                                  "noSuchSalvo",
                                  "noSuchBatch",
-                                 "cannotDisconnect",
                                  "noRight",
                                  "linkNotReady",
                                  "destinationLocked",

@@ -151,10 +151,10 @@ TEST_F(BackendRun, WritesABatchAsOneRun)
 {
     run(becomes_ready() + LISTENS);
     ASSERT_TRUE(serve_until(link_is(link_state::ready)));
-    take({{0, 1}, {1, 1}});
+    take({{0, 1}, {1, desk::NO_SOURCE}});
     const std::string head = "*COMMAND=route output\n*TYPE=command\n";
     const std::string batch = head + "from input=1\nqueue=add\nto output=0\n\n" + head +
-                              "from input=1\nqueue=add\nto output=1\n\n" + head + "queue=flush\n\n";
+                              "queue=add\nto output=1\n\n" + head + "queue=flush\n\n";
     EXPECT_TRUE(serve_until([&] { return heard().size() >= batch.size(); }));
     EXPECT_EQ(heard(), batch);
 }
@@ -197,7 +197,8 @@ TEST_F(BackendRun, AsksNothingWhenItsRouterShowsWhatNoBackendReports)
     ASSERT_TRUE(serve_until(link_is(link_state::ready)));
     passed = REPORT_LIMIT;
     ASSERT_TRUE(serve_until([this] { return !desk::is_fresh(live(), 1); }));
-    EXPECT_FALSE(desk::is_fresh(live(), 0));
+    EXPECT_EQ(desk::source_shown(live(), 0), desk::NO_SOURCE);
+    EXPECT_TRUE(desk::is_fresh(live(), 0));
     EXPECT_EQ(main.asked, 0U);
 }
 

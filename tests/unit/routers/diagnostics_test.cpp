@@ -68,7 +68,7 @@ TEST_F(Diagnostics, TellOfAFrameReceived)
     EXPECT_THAT(line.message.parameters, ElementsAre("2", "0", "N", "N", "4"));
 }
 
-// What the desk's refusal to disconnect stands on.
+// Why the desk takes it from the frames alone.
 TEST_F(Diagnostics, TellNoDisconnectionOfARouterWithNames)
 {
     discovered_inputs = discovered_outputs = number_of_outputs = 4;

@@ -175,7 +175,8 @@ TEST(TraceReader, FindsADisconnectionAtTheBaseOfNought)
 {
     played_trace played;
     played.trace.input_base = 0;
-    EXPECT_THAT(played.play({"> TI 1 FFFFFFFF"}), ElementsAre("take 0 -1"));
+    EXPECT_THAT(played.play({"> TI 1 FFFFFFFF", "< IQ 1 0 N N FFFFFFFF"}),
+                ElementsAre("take 0 -1", "route 0 -1"));
 }
 
 TEST(TraceReader, ForgetsRequestsWithTheConnection)
