@@ -124,7 +124,8 @@ int run_program(int argument_count, const char* const* arguments)
 {
     CLI::App app(
         "Measures the backend in turns with its floors, programs that make the same system "
-        "calls and do little else, and prints what is ours of the cost.",
+        "calls and do little else, and a desk beside its backends, and prints what is ours of the "
+        "cost.",
         "router_bench");
     bench_options options;
     app.add_option("--programs", options.programs, "folder with the programs to measure")

@@ -3,7 +3,7 @@
 // It says "ready" with the numbers of the backends' processes when all links are, takes "take
 // DESTINATION SOURCE" on r0, says at a wish's end "confirmed WISHED ENDED" (or how else it ended)
 // with the times in microseconds of the monotonic clock, and ends with its input.
-#include <cstdio>
+#include <sstream>
 #include <string>
 
 #include "bench/server/served_desk.h"
@@ -36,7 +36,8 @@ long long take(served_desk& served, const std::string& line)
 {
     desk::take_request request;
     desk::route wished = {"r0", 0, 0};
-    if (std::sscanf(line.c_str(), "take %d %d", &wished.destination, &wished.source) != 2) return 0;
+    std::istringstream words(line);
+    if (std::string word; !(words >> word >> wished.destination >> wished.source)) return 0;
     request.rows = {{wished, {}}};
     const desk::moment now = this_moment();
     desk::take(served.desk, now, ENGINEER, request);

@@ -3,8 +3,8 @@
 // SOURCE", says "confirmed WISHED ENDED" like bench_server when the report has come, sends an empty
 // line for "hurry", and ends with its input. Diagnostics go to the null device.
 #include <chrono>
-#include <cstdio>
 #include <poll.h>
+#include <sstream>
 
 #include "tools/common/child_process.h"
 #include "tools/common/lines.h"
@@ -24,14 +24,14 @@ long long now_us()
 
 void do_as_told(plain_parent& parent, const std::string& line)
 {
-    int destination = 0;
-    int source = 0;
+    std::istringstream words(line);
+    std::string word;
+    std::string to;
+    std::string from;
     if (line == "hurry") {
         common::write_all(parent.pipes.input.number, "\n");
-    } else if (std::sscanf(line.c_str(), "take %d %d", &destination, &source) == 2) {
+    } else if (words >> word >> to >> from) {
         parent.wished = now_us();
-        const std::string to = std::to_string(destination);
-        const std::string from = std::to_string(source);
         common::write_all(parent.pipes.input.number,
                           "*COMMAND=route output\n*TYPE=command\nfrom input=" + from +
                               "\nqueue=add\nto output=" + to +

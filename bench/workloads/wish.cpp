@@ -1,3 +1,4 @@
+#include <sstream>
 #include <stdexcept>
 
 #include "bench/workloads/workload.h"
@@ -9,8 +10,8 @@ namespace bench {
 
 namespace {
 constexpr std::uint32_t PORTS = 16;
-constexpr std::size_t QUIET_TAKES = 500;
-constexpr std::size_t TAKES_AT_ANY_TIME = 200;
+constexpr std::size_t QUIET_TAKES = 300;
+constexpr std::size_t TAKES_AT_ANY_TIME = 150;
 constexpr std::size_t QUICK_TAKES = 3;
 constexpr double RATIO_AIM = 1.3;
 constexpr double P50_LIMIT_MS = 3;
@@ -106,9 +107,11 @@ take_times take(taking_sides& sides, taker& side)
         say(program, "hurry\n");
     }
     const std::string end = next_line(sides, program);
+    std::istringstream words(end);
+    std::string outcome;
     double wished = 0;
     double confirmed = 0;
-    if (std::sscanf(end.c_str(), "confirmed %lf %lf", &wished, &confirmed) != 2)
+    if (!(words >> outcome >> wished >> confirmed) || outcome != "confirmed")
         throw std::runtime_error("A take is not confirmed: " + end);
     side.last_take = now_in_us();
     return {arrived - wished, confirmed - wished};
