@@ -56,6 +56,7 @@ struct open_wish {
     std::size_t older_queries = 0; // under way when its take was sent: their answers tell nothing
     bool answered = false;         // the query that followed the take
     bool shown = false;            // the router has shown the wished source since
+    int gone_to = UNKNOWN_SOURCE;  // after that it has shown this, whose report ends the wish
     bool maybe_sent = false;       // queued; a part of the traffic that was not read may have it
 };
 

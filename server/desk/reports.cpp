@@ -55,6 +55,19 @@ bool confirm_wishes(desk_state& desk, const moment& now, const live_router& live
     return !ends.empty();
 }
 
+// Ends the wishes whose source the router has shown, before this one.
+void end_passed_wishes(desk_state& desk, const moment& now, const live_router& live,
+                       const route& shown)
+{
+    const auto open = live.open.find(shown.destination);
+    if (open == live.open.end()) return;
+    std::vector<wish_id> passed;
+    for (const open_wish& wish : open->second)
+        if (wish.gone_to == shown.source) passed.push_back(wish.id);
+    for (const wish_id& id : passed)
+        end_contradicted(desk, now, id, shown.source);
+}
+
 bool is_sent(const live_router& live, int destination, int source)
 {
     const auto open = live.open.find(destination);
@@ -101,9 +114,9 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
     const bool changed = was != shown.source || fact.connection != live.connection;
     fact = {shown.source, now.utc, live.connection};
     if (changed) tell_change(desk, shown.router, change::kind::fact, shown.destination);
-    if (confirm_wishes(desk, now, live, shown.destination, shown.source) ||
-        is_sent(live, shown.destination, shown.source))
-        return;
+    const bool confirms = confirm_wishes(desk, now, live, shown.destination, shown.source);
+    end_passed_wishes(desk, now, live, shown);
+    if (confirms || is_sent(live, shown.destination, shown.source)) return;
     confirm_late(desk, now, live, shown);
     note_outside_change(desk, now, shown, was);
 }

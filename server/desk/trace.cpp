@@ -26,7 +26,7 @@ std::optional<wish_id> wish_of_take(const std::deque<open_wish>& open, int sourc
     return std::nullopt;
 }
 
-// Whether what the router shows contradicts the wish; it does not show its source. `asked`: in
+// Whether what the router shows is against the wish; it does not show its source. `asked`: in
 // answer to a query that followed the take.
 bool contradicts(const open_wish& wish, int was, int source, bool asked)
 {
@@ -47,10 +47,13 @@ void judge_wish(desk_state& desk, const moment& now, const wish_id& id, int sour
     open_wish& wish = *find_open(desk, id);
     const bool older = asked && wish.older_queries > 0;
     if (older) --wish.older_queries;
-    if (source == wish.source)
+    if (source == wish.source) {
         wish.shown = true;
-    else if (!older && contradicts(wish, find_wish(desk.house, id)->was, source, asked))
-        return end_contradicted(desk, now, id, source);
+        wish.gone_to = UNKNOWN_SOURCE;
+    } else if (!older && contradicts(wish, find_wish(desk.house, id)->was, source, asked)) {
+        if (!wish.shown) return end_contradicted(desk, now, id, source);
+        wish.gone_to = source; // the report of the wished one may be under way
+    }
     wish.answered = wish.answered || (asked && !older);
 }
 } // namespace

@@ -233,8 +233,7 @@ void add_possible_authors(ledger& ledger, const place& where, fact_seen& fact)
 {
     const auto may_be = [&](const wish_id& id) {
         const wish_seen& wish = ledger.wishes.at(id);
-        if ((wish.sent || wish.maybe_sent) && wish.wished.source == fact.source)
-            fact.by.insert(id);
+        if ((wish.sent || wish.maybe_sent) && wish.wished.source == fact.source) fact.by.insert(id);
     };
     for (const wish_id& id : ledger.open[where])
         may_be(id);

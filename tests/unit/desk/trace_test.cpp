@@ -164,7 +164,41 @@ TEST_F(Trace, ContradictsByAThirdSourceAfterTheFirstAnswer)
     shows(0, 0);
     EXPECT_EQ(became(one), "sent");
     shows(0, 3);
+    EXPECT_EQ(became(one), "sent"); // the report of CAM 3 may be under way
+    report(0, 3);
     EXPECT_EQ(became(one), "contradicted: the router shows CAM 4 instead: taken by somebody else");
+}
+
+TEST_F(Trace, LeavesRoomForTheReportOfWhatWasShownFirst)
+{
+    const auto annas = wish(anna, 0, 2);
+    takes(0, 2);
+    const auto bens = wish(ben, 0, 3);
+    takes(0, 3);
+    shows(0, 2);
+    shows(0, 3);
+    desk.entries.clear();
+    report(0, 2);
+    EXPECT_EQ(became(annas), "confirmed");
+    report(0, 3);
+    EXPECT_EQ(became(bens), "confirmed");
+    for (const entry& entry : desk.entries)
+        EXPECT_FALSE(std::holds_alternative<outside_change>(entry.what));
+}
+
+TEST_F(Trace, ContradictsAtTheLimitWhatWasShownAndWentAway)
+{
+    const auto one = wish(anna, 0, 2);
+    const auto other = wish(anna, 1, 2);
+    for (const int destination : {0, 1}) {
+        takes(destination, 2);
+        shows(destination, 2);
+        shows(destination, 3);
+    }
+    shows(1, 2);
+    wait_ms(3000);
+    EXPECT_EQ(became(one), "contradicted: the router shows CAM 4 instead: taken by somebody else");
+    EXPECT_EQ(became(other), "timed out");
 }
 
 TEST_F(Trace, NamesWhoseTakeItIs)
@@ -299,6 +333,7 @@ TEST_F(Trace, LostMakesAnswersAmbiguous)
     EXPECT_EQ(became(one), "sent");
     trace_query(desk, "main", 1);
     shows(1, 3);
+    report(1, 3);
     EXPECT_EQ(became(other),
               "contradicted: the router shows CAM 4 instead: taken by somebody else");
     takes(2, 2);
