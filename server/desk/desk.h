@@ -53,7 +53,9 @@ struct open_wish {
     moment begun;
     monotonic sent{};
     monotonic deadline{};          // of being sent, then of being confirmed
+    int was = UNKNOWN_SOURCE;      // what the destination has shown before, by the reports
     std::size_t older_queries = 0; // under way when its take was sent: their answers tell nothing
+    std::vector<int> older_takes;  // sent and not ended then: that their sources show tells nothing
     bool answered = false;         // the query that followed the take
     bool shown = false;            // the router has shown the wished source since
     int gone_to = UNKNOWN_SOURCE;  // after that it has shown this, whose report ends the wish
@@ -72,6 +74,7 @@ struct live_router {
     wall link_since{};
     std::uint32_t connection = 0; // counts those over which something was read; 0: none yet
     reason ending = reason::none; // why its backend has been ordered to end, which it has not yet
+    bool may_hold = false;        // its backend may hold a change whose wish has ended
     int inputs = 0;               // as the backend counts them; 0: it has not
     int outputs = 0;
     std::vector<std::string> source_names; // may be more than inputs

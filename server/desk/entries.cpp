@@ -119,6 +119,19 @@ void keep_step(house& house, const ulid& id, const batch& batch, wall now)
     forget_people(house);
 }
 
+// Also for undo.
+void set_was(house& house, const wish_id& id, wish& row, int was)
+{
+    if (was == UNKNOWN_SOURCE || was == row.was) return;
+    row.was = was;
+    const auto record = house.undo.find(house.batches.at(id.batch).person);
+    if (record == house.undo.end()) return;
+    for (std::deque<undo_step>* steps : {&record->second.undo, &record->second.redo})
+        for (undo_step& step : *steps)
+            for (undo_row& undone : step.rows)
+                if (undone.by == id) undone.was = was;
+}
+
 void apply(house& house, wall, const router_set& set)
 {
     house.routers[set.settings.id].settings = set.settings;
@@ -177,6 +190,7 @@ void apply(house& house, wall, const wish_ended& ended)
 {
     wish* row = find_row(house, ended.id);
     if (!row || row->end != outcome::open) return;
+    set_was(house, ended.id, *row, ended.was);
     row->end = ended.end;
     row->why = ended.why;
     row->detail = ended.detail;
@@ -191,8 +205,17 @@ void apply(house& house, wall, const confirmed_late& late)
 {
     wish* row = find_row(house, late.id);
     if (!row) return;
+    set_was(house, late.id, *row, late.was);
     row->confirmed_late_after = late.after;
     set_author(house, row->wished, late.id);
+}
+
+void apply(house& house, wall, const wish_found& found)
+{
+    wish* row = find_row(house, found.id);
+    if (!row) return;
+    row->found = found.source;
+    row->detail = found.detail;
 }
 
 void apply(house& house, wall, const wish_accepted& accepted)

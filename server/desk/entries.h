@@ -53,10 +53,18 @@ struct wish_ended {
     std::string detail;
     std::optional<monotonic> sent_after; // since the batch was made
     monotonic ended_after{};
+    int was = UNKNOWN_SOURCE; // what the destination showed before, when that is known
 };
 struct confirmed_late {
     wish_id id;
-    monotonic after{}; // since the batch was made
+    monotonic after{};        // since the batch was made
+    int was = UNKNOWN_SOURCE; // as of wish_ended
+};
+// What the router showed when it was heard again after the restart that ended the wish.
+struct wish_found {
+    wish_id id;
+    int source = NO_SOURCE;
+    std::string detail; // in the place of the wish's own
 };
 struct wish_accepted {
     wish_id id;
@@ -74,7 +82,7 @@ struct entry {
     std::string person; // empty: nobody's doing
     std::string origin;
     std::variant<router_set, router_removed, label_set, lock_set, lock_removed, salvo_saved,
-                 salvo_deleted, batch_made, wish_ended, confirmed_late, wish_accepted,
+                 salvo_deleted, batch_made, wish_ended, confirmed_late, wish_found, wish_accepted,
                  outside_change>
         what;
 };

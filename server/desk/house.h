@@ -83,7 +83,7 @@ enum class outcome {
     timed_out,
     not_sent, // refused by us, or never sent; it is never carried out afterwards
     superseded,
-    unknown, // the server was restarted meanwhile
+    unknown, // the server was restarted, or the router removed, meanwhile
 };
 
 // Why a wish was not sent, or a command not carried out.
@@ -120,7 +120,7 @@ struct objection {
 // One wish: a source on a destination, asked for by a person.
 struct wish {
     route wished;
-    int was = UNKNOWN_SOURCE; // what the destination showed then
+    int was = UNKNOWN_SOURCE; // what the destination showed before, then at least
     bool unchanged = false;   // it showed the wished source already, and nothing was sent
     outcome end = outcome::open;
     reason why = reason::none; // of not_sent
@@ -129,7 +129,8 @@ struct wish {
     std::optional<monotonic> sent_after;
     std::optional<monotonic> ended_after;
     std::optional<monotonic> confirmed_late_after;
-    bool accepted = false; // a person has seen what went wrong and leaves it so
+    std::optional<int> found; // what the router showed first after the restart that ended it
+    bool accepted = false;    // a person has seen what went wrong and leaves it so
     bool operator==(const wish&) const = default;
 };
 

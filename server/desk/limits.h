@@ -28,6 +28,8 @@ constexpr std::chrono::hours UNDO_AGE{24};            // an older step is forgot
 constexpr std::chrono::seconds COMMAND_AGE{2};        // an older command is refused, never late
 constexpr std::chrono::seconds SEND_LIMIT{5};         // a wish not sent by then ends as not sent
 constexpr std::chrono::seconds CONFIRMATION_LIMIT{3}; // unless the router's own is set
+constexpr std::chrono::seconds LATE_LIMIT{60};        // a report later than that after a wish's end
+                                                      // confirms it only as the first since then
 constexpr std::chrono::milliseconds SHORTEST_CONFIRMATION_LIMIT{100}; // others are refused
 constexpr std::chrono::milliseconds LONGEST_CONFIRMATION_LIMIT{60'000};
 constexpr std::chrono::milliseconds LONGEST_PACING{750}; // a backend may hold changes this long

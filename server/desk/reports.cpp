@@ -77,19 +77,53 @@ bool is_sent(const live_router& live, int destination, int source)
            });
 }
 
-// The destination's last wish, when it timed out or was contradicted, and its source is shown now.
-void confirm_late(desk_state& desk, const moment& now, live_router& live, const route& shown)
+// Sent wishes for this source will have replaced what it showed until now.
+void note_what_was(live_router& live, const route& shown, int was)
+{
+    const auto open = live.open.find(shown.destination);
+    if (open == live.open.end() || was == shown.source) return;
+    for (open_wish& wish : open->second)
+        if ((wish.state == wish_state::sent || wish.maybe_sent) && wish.source == shown.source)
+            wish.was = was;
+}
+
+// `heard`: when the destination was reported before.
+bool may_be_late(const desk_state& desk, const wish_id& id, wall now, wall heard)
+{
+    const batch& batch = desk.house.batches.at(id.batch);
+    const wish& row = batch.rows.at(id.row);
+    if (row.end == outcome::unknown) return !row.found && row.was != row.wished.source;
+    if (row.end != outcome::timed_out && row.end != outcome::contradicted) return false;
+    const wall ended = batch.made + std::chrono::ceil<wall>(row.ended_after.value_or(monotonic{}));
+    return heard <= ended || now <= ended + LATE_LIMIT;
+}
+
+void note_found(desk_state& desk, const moment& now, const wish_id& id, const route& shown)
+{
+    const wish& row = *find_wish(desk.house, id);
+    if (row.end != outcome::unknown || row.found) return;
+    const std::string detail =
+        row.detail + "; then the router showed " + source_name(desk, shown.router, shown.source);
+    record_entry(desk, {now.utc, "", "", wish_found{id, shown.source, detail}});
+    tell_change(desk, shown.router, change::kind::wish, shown.destination, id.batch);
+}
+
+// The destination's last wish, when it went wrong, and its source is shown now. `was` and `heard`:
+// what the destination showed on this connection, and when it was reported before.
+void confirm_late(desk_state& desk, const moment& now, live_router& live, const route& shown,
+                  int was, wall heard)
 {
     const auto troubled = live.troubled.find(shown.destination);
     if (troubled == live.troubled.end()) return;
     const wish_id id = troubled->second;
     const wish* row = find_wish(desk.house, id);
-    const bool late = row != nullptr && row->wished.source == shown.source &&
-                      (row->end == outcome::timed_out || row->end == outcome::contradicted);
+    if (row == nullptr) return;
+    const bool late = row->wished.source == shown.source && may_be_late(desk, id, now.utc, heard);
+    note_found(desk, now, id, shown);
     if (!late) return;
     const wall after = std::max(wall{}, now.utc - desk.house.batches.at(id.batch).made);
     live.troubled.erase(troubled);
-    record_entry(desk, {now.utc, "", "", confirmed_late{id, after}});
+    record_entry(desk, {now.utc, "", "", confirmed_late{id, after, was}});
     tell_change(desk, shown.router, change::kind::wish, shown.destination, id.batch);
 }
 
@@ -111,13 +145,16 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
     if (position >= live.facts.size()) live.facts.resize(position + 1);
     fact& fact = live.facts[position];
     const int was = fact.source;
-    const bool changed = was != shown.source || fact.connection != live.connection;
+    const bool known = fact.connection == live.connection;
+    const wall heard = fact.confirmed;
+    const bool changed = was != shown.source || !known;
     fact = {shown.source, now.utc, live.connection};
+    if (known) note_what_was(live, shown, was);
     if (changed) tell_change(desk, shown.router, change::kind::fact, shown.destination);
     const bool confirms = confirm_wishes(desk, now, live, shown.destination, shown.source);
     end_passed_wishes(desk, now, live, shown);
     if (confirms || is_sent(live, shown.destination, shown.source)) return;
-    confirm_late(desk, now, live, shown);
+    confirm_late(desk, now, live, shown, known ? was : UNKNOWN_SOURCE, heard);
     note_outside_change(desk, now, shown, was);
 }
 } // namespace
@@ -141,7 +178,7 @@ void report_link(desk_state& desk, const moment& now, const std::string& router,
         }
     }
     tell_change(desk, router, change::kind::link);
-    if (link != link_state::ready && holds_queued(*live))
+    if (link != link_state::ready && (live->may_hold || holds_queued(*live)))
         end_backend(desk, now, router, reason::link_lost);
 }
 
@@ -211,6 +248,7 @@ void report_backend_ended(desk_state& desk, const moment& now, const std::string
                        : late    ? reason::not_sent_in_time
                                  : reason::backend_ended);
     }
+    live->may_hold = false;
 }
 
 } // namespace desk

@@ -14,8 +14,8 @@
 namespace desk {
 
 // Reaching `reading`, or `ready` from elsewhere, begins a connection: facts of an earlier one are
-// stale until they are said again. Leaving `ready` with wishes queued orders the end of the
-// backend.
+// stale until they are said again. Leaving `ready` while the backend holds changes, or may,
+// orders its end.
 void report_link(desk_state& desk, const moment& now, const std::string& router, link_state link,
                  const std::string& reason_given);
 

@@ -7,17 +7,30 @@
 namespace desk {
 
 namespace {
+// What it showed last, as far as it is known whose doing that was.
+int last_shown(const house& house, const route& wished)
+{
+    const auto router = house.routers.find(wished.router);
+    if (router == house.routers.end()) return UNKNOWN_SOURCE;
+    const auto author = router->second.authors.find(wished.destination);
+    return author == router->second.authors.end() ? UNKNOWN_SOURCE : author->second.source;
+}
+
 void end_open_wishes(desk_state& desk, const moment& now)
 {
-    std::vector<std::pair<wish_id, monotonic>> open;
+    std::vector<wish_ended> ends;
     for (const auto& [id, batch] : desk.house.batches)
         for (std::uint32_t row = 0; row < batch.rows.size(); ++row)
             if (batch.rows[row].end == outcome::open)
-                open.emplace_back(wish_id{id, row}, std::max(wall{}, now.utc - batch.made));
-    for (const auto& [id, age] : open)
-        record_entry(desk, {now.utc, "", "",
-                            wish_ended{id, outcome::unknown, reason::none,
-                                       "the server was restarted", std::nullopt, age}});
+                ends.push_back({{id, row},
+                                outcome::unknown,
+                                reason::none,
+                                "the server was restarted",
+                                std::nullopt,
+                                std::max(wall{}, now.utc - batch.made),
+                                last_shown(desk.house, batch.rows[row].wished)});
+    for (wish_ended& end : ends)
+        record_entry(desk, {now.utc, "", "", std::move(end)});
 }
 
 // By the last accepted wish of each destination.

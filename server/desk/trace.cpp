@@ -1,5 +1,7 @@
 #include "server/desk/trace.h"
 
+#include <algorithm>
+
 #include "server/desk/reports.h"
 #include "server/desk/steps.h"
 #include "server/desk/wishes.h"
@@ -28,9 +30,11 @@ std::optional<wish_id> wish_of_take(const std::deque<open_wish>& open, int sourc
 
 // Whether what the router shows is against the wish; it does not show its source. `asked`: in
 // answer to a query that followed the take.
-bool contradicts(const open_wish& wish, int was, int source, bool asked)
+bool contradicts(const open_wish& wish, int source, bool asked)
 {
-    return (asked && !wish.answered) || source != was;
+    if (asked && !wish.answered) return true;
+    const bool may_be_old = wish.was == UNKNOWN_SOURCE && !wish.shown;
+    return source != wish.was && !may_be_old;
 }
 
 // The oldest query for the destination is no longer under way. False when there is none.
@@ -45,12 +49,15 @@ bool end_query(live_router& live, int destination)
 void judge_wish(desk_state& desk, const moment& now, const wish_id& id, int source, bool asked)
 {
     open_wish& wish = *find_open(desk, id);
-    const bool older = asked && wish.older_queries > 0;
-    if (older) --wish.older_queries;
+    const bool old_answer = asked && wish.older_queries > 0;
+    if (old_answer) --wish.older_queries;
+    const bool old_take = std::find(wish.older_takes.begin(), wish.older_takes.end(), source) !=
+                          wish.older_takes.end();
+    const bool older = old_answer || (old_take && !wish.shown);
     if (source == wish.source) {
         wish.shown = true;
         wish.gone_to = UNKNOWN_SOURCE;
-    } else if (!older && contradicts(wish, find_wish(desk.house, id)->was, source, asked)) {
+    } else if (!older && contradicts(wish, source, asked)) {
         if (!wish.shown) return end_contradicted(desk, now, id, source);
         wish.gone_to = source; // the report of the wished one may be under way
     }

@@ -69,6 +69,7 @@ bool open_wish_for(desk_state& desk, const moment& now, const wish_id& id, const
     open_wish wish;
     wish.id = id;
     wish.source = wished.source;
+    wish.was = find_wish(desk.house, id)->was;
     wish.state = must_wait(open, wished.source) ? wish_state::held : wish_state::queued;
     wish.begun = now;
     set_deadline(desk, open.emplace_back(wish), now.steady + SEND_LIMIT);
@@ -94,6 +95,9 @@ void mark_sent(desk_state& desk, const moment& now, const wish_id& id)
     const route& wished = route_of(desk, id);
     const live_router& live = *find_live(desk, wished.router);
     const auto queries = live.queries_under_way.find(wished.destination);
+    for (const open_wish& other : live.open.at(wished.destination))
+        if (other.state == wish_state::sent) wish.older_takes.push_back(other.source);
+    if (is_fresh(live, wished.destination)) wish.was = source_shown(live, wished.destination);
     wish.state = wish_state::sent;
     wish.sent = now.steady;
     wish.older_queries = queries == live.queries_under_way.end() ? 0 : queries->second;
@@ -109,7 +113,9 @@ void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome en
     const route wished = route_of(desk, id);
     live_router& live = *find_live(desk, wished.router);
     const auto [closed, newest] = close_wish(desk, live, wished.destination, id);
-    wish_ended ended{id, end, why, detail, std::nullopt, now.steady - closed.begun.steady};
+    wish_ended ended{id,        end, why, detail, std::nullopt, now.steady - closed.begun.steady,
+                     closed.was};
+    if (closed.state == wish_state::queued && closed.maybe_sent) live.may_hold = true;
     if (closed.state == wish_state::sent) ended.sent_after = closed.sent - closed.begun.steady;
     record_entry(desk, {now.utc, "", "", ended});
 
@@ -147,7 +153,7 @@ void end_contradicted(desk_state& desk, const moment& now, const wish_id& id, in
 {
     const route& wished = route_of(desk, id);
     const std::string name = source_name(desk, wished.router, shown);
-    const bool still = shown == find_wish(desk.house, id)->was;
+    const bool still = shown == find_open(desk, id)->was;
     end_wish(desk, now, id, outcome::contradicted,
              still ? "the router still shows " + name
                    : "the router shows " + name +

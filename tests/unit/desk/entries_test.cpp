@@ -145,6 +145,33 @@ TEST_F(Entries, KeepWhoPutWhatThere)
     EXPECT_FALSE(authors.contains(0)) << "it may have been carried out, and changed back";
 }
 
+TEST_F(Entries, KeepWhatWasThereForUndo)
+{
+    apply(batch_made{{1, 1}, rows({outcome::open, outcome::open, outcome::open})});
+    apply(batch_made{{1, 2}, going(batch_kind::undo, {9, 9})});
+    apply(wish_ended{{{1, 1}, 0}, outcome::confirmed, reason::none, "", {}, {}, 5});
+    apply(confirmed_late{{{1, 1}, 1}, {}, 6});
+    apply(wish_ended{{{1, 2}, 0}, outcome::confirmed, reason::none, "", {}, {}, 7});
+    EXPECT_EQ(house.batches.at({1, 1}).rows[0].was, 5);
+    EXPECT_EQ(house.batches.at({1, 1}).rows[1].was, 6);
+    EXPECT_EQ(house.batches.at({1, 1}).rows[2].was, 1);
+    const undo_record& anna = house.undo.at("anna");
+    EXPECT_EQ(anna.undo[0].rows[0].was, 5);
+    EXPECT_EQ(anna.undo[0].rows[1].was, 6);
+    EXPECT_EQ(anna.undo[0].rows[2].was, 1);
+    EXPECT_EQ(anna.redo[0].rows[0].was, 7);
+    apply(wish_ended{{{1, 1}, 2}, outcome::confirmed, reason::none, "", {}, {}, UNKNOWN_SOURCE});
+    EXPECT_EQ(house.batches.at({1, 1}).rows[2].was, 1);
+}
+
+TEST_F(Entries, KeepWhatWasFound)
+{
+    apply(batch_made{{1, 1}, rows({outcome::unknown})});
+    apply(wish_found{{{1, 1}, 0}, 3, "then it showed CAM 4"});
+    EXPECT_EQ(house.batches.at({1, 1}).rows[0].found, 3);
+    EXPECT_EQ(house.batches.at({1, 1}).rows[0].detail, "then it showed CAM 4");
+}
+
 TEST_F(Entries, AcceptWishes)
 {
     apply(batch_made{{1, 1}, going()});
@@ -166,6 +193,7 @@ TEST_F(Entries, OfWhatIsNotThereChangeNothing)
     for (const wish_id id : {wish_id{{1, 1}, 1}, wish_id{{9, 9}, 0}}) {
         apply(wish_ended{id, outcome::confirmed, reason::none, "", {}, {}});
         apply(confirmed_late{id, {}});
+        apply(wish_found{id, 1, "found"});
         apply(wish_accepted{id});
     }
     apply(outside_change{"none", 1, 2, 3});

@@ -35,7 +35,8 @@ void check_put_back(ledger& ledger, const batch& batch, const route& row)
     if (!fact.fresh) complain(ledger, "undo of what is not known");
     if (fact.source != undone->wished.source || !fact.by.contains(by))
         complain(ledger, "undo of what somebody else has changed since");
-    if (undone->was != row.source) complain(ledger, "undo puts back what was not there");
+    if (undone->was != row.source || (fact.before != UNKNOWN_SOURCE && fact.before != row.source))
+        complain(ledger, "undo puts back what was not there");
     if (!ledger.open[where].empty()) complain(ledger, "undo of what somebody is changing");
 }
 
@@ -76,8 +77,9 @@ void see_entry(ledger& ledger, const confirmed_late& late)
 {
     const auto found = ledger.wishes.find(late.id);
     if (found == ledger.wishes.end()) return complain(ledger, "late end of an unknown wish");
-    if (found->second.end != outcome::timed_out && found->second.end != outcome::contradicted)
-        complain(ledger, "confirmed late, though it neither timed out nor was contradicted");
+    const outcome end = found->second.end;
+    if (end != outcome::timed_out && end != outcome::contradicted && end != outcome::unknown)
+        complain(ledger, "confirmed late, though it had ended for good");
 }
 
 void see_entry(ledger& ledger, const lock_set& set)
@@ -233,14 +235,16 @@ void add_possible_authors(ledger& ledger, const place& where, fact_seen& fact)
 {
     const auto may_be = [&](const wish_id& id) {
         const wish_seen& wish = ledger.wishes.at(id);
-        if ((wish.sent || wish.maybe_sent) && wish.wished.source == fact.source) fact.by.insert(id);
+        const bool may_have = wish.sent || wish.maybe_sent || wish.end == outcome::unknown;
+        if (may_have && wish.wished.source == fact.source) fact.by.insert(id);
     };
     for (const wish_id& id : ledger.open[where])
         may_be(id);
     const auto newest = ledger.newest.find(where);
     if (newest == ledger.newest.end()) return;
     const outcome end = ledger.wishes.at(newest->second).end;
-    if (end == outcome::timed_out || end == outcome::contradicted) may_be(newest->second);
+    if (end == outcome::timed_out || end == outcome::contradicted || end == outcome::unknown)
+        may_be(newest->second);
 }
 } // namespace
 
@@ -269,7 +273,10 @@ void see_report(ledger& ledger, const std::string& router, const std::vector<rep
     for (const reply& one : said) {
         const place where{router, one.destination};
         fact_seen& fact = ledger.facts[where];
-        if (fact.last != one.now.source) fact.by.clear();
+        if (fact.last != one.now.source) {
+            fact.by.clear();
+            fact.before = fact.fresh ? fact.last : UNKNOWN_SOURCE;
+        }
         fact.source = fact.last = one.now.source;
         fact.fresh = true;
         fact.by.insert(one.now.by.begin(), one.now.by.end());

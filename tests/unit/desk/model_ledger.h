@@ -28,9 +28,10 @@ struct wish_seen {
 
 struct fact_seen {
     int source = desk::UNKNOWN_SOURCE;
-    bool fresh = false;              // said over the present connection
-    int last = desk::UNKNOWN_SOURCE; // also from before a restart of the desk
-    std::set<desk::wish_id> by;      // whose takes it has shown since it changed last
+    bool fresh = false;                // said over the present connection
+    int last = desk::UNKNOWN_SOURCE;   // also from before a restart of the desk
+    int before = desk::UNKNOWN_SOURCE; // over the same connection, when it changed last
+    std::set<desk::wish_id> by;        // whose takes it has shown since it changed last
 };
 
 struct ledger {

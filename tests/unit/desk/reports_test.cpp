@@ -18,6 +18,17 @@ class Reports : public DeskTest {
         return authors.contains(destination) ? authors.at(destination) : authorship{};
     }
 
+    void restart()
+    {
+        wait_ms(1);
+        desk_state again = make_desk(2, desk.house, now);
+        desk = std::move(again);
+        report_counts(desk, "main", POSITIONS_HERE, POSITIONS_HERE);
+        report_names(desk, "main", side::sources, {"CAM 1", "CAM 2", "CAM 3", "CAM 4"});
+        link(link_state::ready);
+        forget_told();
+    }
+
     std::vector<outside_change> outside_changes() const
     {
         std::vector<outside_change> found;
@@ -203,6 +214,67 @@ TEST_F(Reports, DoNotConfirmLateWhatWasRefusedOrIsAnotherSource)
     EXPECT_THAT(main.troubled, SizeIs(2));
 }
 
+TEST_F(Reports, ConfirmLateWithinAMinuteOrAsTheFirst)
+{
+    struct {
+        int heard_ms,
+            shown_ms; // after the end: the old source once more, 0 for not; the wished one
+        bool late;
+    } const cases[] = {
+        {1, 60'000, true},
+        {1, 60'001, false},
+        {0, 3'600'000, true},
+    };
+    int destination = 0;
+    for (const auto& c : cases) {
+        const auto one = wish(anna, destination, 2);
+        takes(destination, 2);
+        wait_ms(3000);
+        wait_ms(c.heard_ms);
+        if (c.heard_ms > 0) report(destination, 0);
+        wait_ms(c.shown_ms - c.heard_ms);
+        desk.entries.clear();
+        report(destination, 2);
+        EXPECT_EQ(row_of(one).confirmed_late_after.has_value(), c.late) << c.shown_ms;
+        EXPECT_THAT(outside_changes(), SizeIs(c.late ? 0 : 1));
+        EXPECT_EQ(main.troubled.contains(destination), !c.late);
+        ++destination;
+    }
+}
+
+TEST_F(Reports, TellWhatWasThereWhenTheTakeCame)
+{
+    wish(anna, 0, 2);
+    takes(0, 2);
+    const auto confirmed = wish(ben, 0, 3);
+    takes(0, 3);
+    const auto late = wish(ben, 1, 3);
+    takes(1, 3);
+    shows(0, 2);
+    report(0, 2);
+    shows(0, 3);
+    report(0, 3);
+    EXPECT_EQ(row_of(confirmed).was, 2);
+    wait_ms(3000);
+    report(1, 5);
+    report(1, 3);
+    EXPECT_EQ(row_of(late).was, 5);
+}
+
+TEST_F(Reports, LeaveWhatWasThereOverALostLink)
+{
+    report(0, 4);
+    const auto one = wish(anna, 0, 2);
+    report(0, 5);
+    takes(0, 2);
+    link(link_state::down);
+    link(link_state::ready);
+    shows(0, 2);
+    report(0, 2);
+    EXPECT_EQ(became(one), "confirmed");
+    EXPECT_EQ(row_of(one).was, 5);
+}
+
 TEST_F(Reports, ConfirmLateNothingThatIsForgotten)
 {
     desk.live["main"].troubled[0] = {{9, 9}, 0};
@@ -262,9 +334,7 @@ TEST_F(Reports, AfterARestartAreComparedWithTheLastAuthors)
     carry_out(0, 2);
     wish(anna, 1, 3);
     carry_out(1, 3);
-    desk_state again = make_desk(2, desk.house, now);
-    desk = again;
-    desk.live["main"].link = link_state::ready;
+    restart();
     report(0, 2);
     report(1, 4);
     EXPECT_EQ(author_of(0), (authorship{2, wish_id{one.batch, 0}}));
@@ -272,6 +342,49 @@ TEST_F(Reports, AfterARestartAreComparedWithTheLastAuthors)
     ASSERT_THAT(changes, SizeIs(1));
     EXPECT_EQ(changes[0].destination, 1);
     EXPECT_EQ(changes[0].was, 3);
+}
+
+TEST_F(Reports, SayWhatARestartFound)
+{
+    struct {
+        int wished, shown;
+        const char* became;
+        bool late;
+    } const cases[] = {
+        {2, 2, "unknown: the server was restarted; then the router showed CAM 3", true},
+        {2, 0, "unknown: the server was restarted; then the router showed CAM 1", false},
+        {2, 3, "unknown: the server was restarted; then the router showed CAM 4", false},
+        {0, 0, "unknown: the server was restarted; then the router showed CAM 1", false},
+    };
+    for (const auto& c : cases) {
+        take_request request;
+        request.rows = {{{"main", 0, c.wished}, {}}};
+        request.send_unchanged = true;
+        const auto one = take(desk, now, anna, request);
+        restart();
+        changed();
+        report(0, c.shown);
+        EXPECT_EQ(became(one), c.became);
+        EXPECT_EQ(row_of(one).confirmed_late_after.has_value(), c.late);
+        EXPECT_EQ(author_of(0).by == wish_id(one.batch, 0), c.late);
+        EXPECT_EQ(find_live(desk, "main")->troubled.contains(0), !c.late);
+        EXPECT_EQ(changed().size(), c.late ? 3 : 2);
+        report(0, 1);
+        report(0, c.wished); // which tells no more of it
+        EXPECT_EQ(became(one), c.became);
+        EXPECT_EQ(row_of(one).confirmed_late_after.has_value(), c.late);
+        report(0, 0);
+    }
+}
+
+TEST_F(Reports, ConfirmWhatARestartEndedWithWhatWasShownLast)
+{
+    const auto one = wish(anna, 0, 2);
+    report(0, 5);
+    restart();
+    report(0, 2);
+    EXPECT_TRUE(row_of(one).confirmed_late_after);
+    EXPECT_EQ(row_of(one).was, 5);
 }
 
 TEST_F(Reports, OfWhatWasSentAreNoOutsideChange)

@@ -201,6 +201,35 @@ TEST_F(Trace, ContradictsAtTheLimitWhatWasShownAndWentAway)
     EXPECT_EQ(became(other), "timed out");
 }
 
+// Unasked, it is taken for the answer to the query after the first take.
+TEST_F(Trace, IsNotContradictedByTheResultOfAnOlderTake)
+{
+    wish(anna, 0, 2);
+    takes(0, 2);
+    const auto bens = wish(ben, 0, 3);
+    takes(0, 3);
+    shows(0, 2);
+    shows(0, 2);
+    EXPECT_EQ(became(bens), "sent");
+    shows(0, 3);
+    shows(0, 2); // somebody has put it back
+    report(0, 2);
+    EXPECT_EQ(became(bens), "contradicted: the router shows CAM 3 instead: taken by anna");
+}
+
+TEST_F(Trace, UnaskedContradictsNothingWhileItIsNotKnownWhatWasThere)
+{
+    const int destination = POSITIONS_HERE;
+    report_counts(desk, "main", POSITIONS_HERE, destination + 1);
+    const auto one = wish(anna, destination, 2);
+    trace_take(desk, now, "main", destination, 2);
+    shows(destination, 3);
+    EXPECT_EQ(became(one), "sent");
+    trace_query(desk, "main", destination);
+    shows(destination, 3);
+    EXPECT_EQ(became(one), "contradicted: the router shows CAM 4 instead: taken by somebody else");
+}
+
 TEST_F(Trace, NamesWhoseTakeItIs)
 {
     const auto annas = wish(anna, 0, 2);
@@ -366,4 +395,19 @@ TEST_F(Trace, LostSupersedesNoWishThatMayHaveBeenSent)
     EXPECT_EQ(became(old),
               "timed out: it may have been sent: part of the traffic could not be read");
     EXPECT_EQ(became(newer), "sent");
+}
+
+TEST_F(Trace, LostLeavesABackendThatMayHoldAChange)
+{
+    const auto one = wish(anna, 0, 2);
+    trace_lost(desk, "main");
+    report(0, 2);
+    EXPECT_EQ(became(one), "confirmed");
+    ordered();
+    link(link_state::down);
+    EXPECT_THAT(ordered(), ElementsAre("end main"));
+    report_backend_ended(desk, now, "main");
+    link(link_state::ready);
+    link(link_state::down);
+    EXPECT_THAT(ordered(), IsEmpty());
 }

@@ -84,6 +84,19 @@ TEST_F(Undo, PutsBackWhatTheNewestTakeChanged)
     EXPECT_THAT(ordered(), ElementsAre("main 0<0"));
 }
 
+TEST_F(Undo, PutsBackWhatWasThereWhenTheTakeCame)
+{
+    wish(anna, 0, 5);
+    wish(ben, 0, 6);
+    takes(0, 5);
+    takes(0, 6);
+    show(0, 5);
+    show(0, 6);
+    forget_told();
+    undo_all(ben);
+    EXPECT_THAT(ordered(), ElementsAre("main 0<5"));
+}
+
 TEST_F(Undo, IsPerPerson)
 {
     put(anna, 0, 5);
