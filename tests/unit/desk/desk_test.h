@@ -143,6 +143,22 @@ class DeskTest : public testing::Test {
         return code_of(said.why) + (": " + said.detail);
     }
 
+    // Who has put there what a destination of "main" shows, as far as it is known.
+    authorship author_of(int destination) const
+    {
+        const auto& authors = desk.house.routers.at("main").authors;
+        return authors.contains(destination) ? authors.at(destination) : authorship{};
+    }
+
+    std::vector<outside_change> outside_changes() const
+    {
+        std::vector<outside_change> found;
+        for (const entry& entry : desk.entries)
+            if (const auto* change = std::get_if<outside_change>(&entry.what))
+                found.push_back(*change);
+        return found;
+    }
+
     // The orders since the last call: "main 0<2 1<3" or "end main".
     std::vector<std::string> ordered()
     {

@@ -11,32 +11,6 @@ namespace {
 class Reports : public DeskTest {
   protected:
     const live_router& main = *find_live(std::as_const(desk), "main");
-
-    authorship author_of(int destination) const
-    {
-        const auto& authors = desk.house.routers.at("main").authors;
-        return authors.contains(destination) ? authors.at(destination) : authorship{};
-    }
-
-    void restart()
-    {
-        wait_ms(1);
-        desk_state again = make_desk(2, desk.house, now);
-        desk = std::move(again);
-        report_counts(desk, "main", POSITIONS_HERE, POSITIONS_HERE);
-        report_names(desk, "main", side::sources, {"CAM 1", "CAM 2", "CAM 3", "CAM 4"});
-        link(link_state::ready);
-        forget_told();
-    }
-
-    std::vector<outside_change> outside_changes() const
-    {
-        std::vector<outside_change> found;
-        for (const entry& entry : desk.entries)
-            if (const auto* change = std::get_if<outside_change>(&entry.what))
-                found.push_back(*change);
-        return found;
-    }
 };
 } // namespace
 
@@ -174,74 +148,6 @@ TEST_F(Reports, ContradictOlderWishesForAnotherSource)
     EXPECT_EQ(became(newer), "sent");
 }
 
-TEST_F(Reports, ConfirmLate)
-{
-    for (const bool contradicted : {false, true}) {
-        const auto one = wish(anna, 0, 2);
-        trace_take(desk, now, "main", 0, 2);
-        if (contradicted) {
-            trace_query(desk, "main", 0);
-            shows(0, 0);
-        } else {
-            wait_ms(3000);
-        }
-        EXPECT_THAT(main.troubled, SizeIs(1));
-        changed();
-        wait_ms(500);
-        report(0, 2);
-        EXPECT_EQ(row_of(one).end, contradicted ? outcome::contradicted : outcome::timed_out);
-        EXPECT_EQ(row_of(one).confirmed_late_after,
-                  std::chrono::milliseconds(contradicted ? 500 : 3500));
-        EXPECT_EQ(author_of(0), (authorship{2, wish_id{one.batch, 0}}));
-        EXPECT_THAT(main.troubled, IsEmpty());
-        EXPECT_THAT(changed(), ElementsAre(Pair(kind::fact, 0), Pair(kind::wish, 0)));
-        report(0, 0);
-    }
-}
-
-TEST_F(Reports, DoNotConfirmLateWhatWasRefusedOrIsAnotherSource)
-{
-    const auto refused = wish(anna, 0, 2);
-    takes(0, 2);
-    trace_take_answer(desk, now, "main", "NAK");
-    const auto timed_out = wish(anna, 1, 2);
-    takes(1, 2);
-    wait_ms(3000);
-    report(0, 2);
-    report(1, 3);
-    EXPECT_EQ(row_of(refused).confirmed_late_after, std::nullopt);
-    EXPECT_EQ(row_of(timed_out).confirmed_late_after, std::nullopt);
-    EXPECT_THAT(main.troubled, SizeIs(2));
-}
-
-TEST_F(Reports, ConfirmLateWithinAMinuteOrAsTheFirst)
-{
-    struct {
-        int heard_ms,
-            shown_ms; // after the end: the old source once more, 0 for not; the wished one
-        bool late;
-    } const cases[] = {
-        {1, 60'000, true},
-        {1, 60'001, false},
-        {0, 3'600'000, true},
-    };
-    int destination = 0;
-    for (const auto& c : cases) {
-        const auto one = wish(anna, destination, 2);
-        takes(destination, 2);
-        wait_ms(3000);
-        wait_ms(c.heard_ms);
-        if (c.heard_ms > 0) report(destination, 0);
-        wait_ms(c.shown_ms - c.heard_ms);
-        desk.entries.clear();
-        report(destination, 2);
-        EXPECT_EQ(row_of(one).confirmed_late_after.has_value(), c.late) << c.shown_ms;
-        EXPECT_THAT(outside_changes(), SizeIs(c.late ? 0 : 1));
-        EXPECT_EQ(main.troubled.contains(destination), !c.late);
-        ++destination;
-    }
-}
-
 TEST_F(Reports, TellWhatWasThereWhenTheTakeCame)
 {
     wish(anna, 0, 2);
@@ -273,23 +179,6 @@ TEST_F(Reports, LeaveWhatWasThereOverALostLink)
     report(0, 2);
     EXPECT_EQ(became(one), "confirmed");
     EXPECT_EQ(row_of(one).was, 5);
-}
-
-TEST_F(Reports, ConfirmLateNothingThatIsForgotten)
-{
-    desk.live["main"].troubled[0] = {{9, 9}, 0};
-    report(0, 2);
-    EXPECT_THAT(outside_changes(), SizeIs(1));
-}
-
-TEST_F(Reports, LateDoNotGoBackInTime)
-{
-    const auto one = wish(anna, 0, 2);
-    takes(0, 2);
-    wait_ms(3000);
-    now.utc -= std::chrono::hours(1);
-    report(0, 2);
-    EXPECT_EQ(row_of(one).confirmed_late_after, monotonic(0));
 }
 
 TEST_F(Reports, NoteWhatNobodyHereAskedFor)
@@ -326,65 +215,6 @@ TEST_F(Reports, FirstOfAllAreNoOutsideChange)
     EXPECT_THAT(outside_changes(), IsEmpty());
     report(POSITIONS_HERE, 4);
     EXPECT_THAT(outside_changes(), SizeIs(1));
-}
-
-TEST_F(Reports, AfterARestartAreComparedWithTheLastAuthors)
-{
-    const auto one = wish(anna, 0, 2);
-    carry_out(0, 2);
-    wish(anna, 1, 3);
-    carry_out(1, 3);
-    restart();
-    report(0, 2);
-    report(1, 4);
-    EXPECT_EQ(author_of(0), (authorship{2, wish_id{one.batch, 0}}));
-    const auto changes = outside_changes();
-    ASSERT_THAT(changes, SizeIs(1));
-    EXPECT_EQ(changes[0].destination, 1);
-    EXPECT_EQ(changes[0].was, 3);
-}
-
-TEST_F(Reports, SayWhatARestartFound)
-{
-    struct {
-        int wished, shown;
-        const char* became;
-        bool late;
-    } const cases[] = {
-        {2, 2, "unknown: the server was restarted; then the router showed CAM 3", true},
-        {2, 0, "unknown: the server was restarted; then the router showed CAM 1", false},
-        {2, 3, "unknown: the server was restarted; then the router showed CAM 4", false},
-        {0, 0, "unknown: the server was restarted; then the router showed CAM 1", false},
-    };
-    for (const auto& c : cases) {
-        take_request request;
-        request.rows = {{{"main", 0, c.wished}, {}}};
-        request.send_unchanged = true;
-        const auto one = take(desk, now, anna, request);
-        restart();
-        changed();
-        report(0, c.shown);
-        EXPECT_EQ(became(one), c.became);
-        EXPECT_EQ(row_of(one).confirmed_late_after.has_value(), c.late);
-        EXPECT_EQ(author_of(0).by == wish_id(one.batch, 0), c.late);
-        EXPECT_EQ(find_live(desk, "main")->troubled.contains(0), !c.late);
-        EXPECT_EQ(changed().size(), c.late ? 3 : 2);
-        report(0, 1);
-        report(0, c.wished); // which tells no more of it
-        EXPECT_EQ(became(one), c.became);
-        EXPECT_EQ(row_of(one).confirmed_late_after.has_value(), c.late);
-        report(0, 0);
-    }
-}
-
-TEST_F(Reports, ConfirmWhatARestartEndedWithWhatWasShownLast)
-{
-    const auto one = wish(anna, 0, 2);
-    report(0, 5);
-    restart();
-    report(0, 2);
-    EXPECT_TRUE(row_of(one).confirmed_late_after);
-    EXPECT_EQ(row_of(one).was, 5);
 }
 
 TEST_F(Reports, OfWhatWasSentAreNoOutsideChange)
