@@ -3,6 +3,7 @@
 #include <cstring>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -279,6 +280,33 @@ TEST_F(ParentLink, MessagesAreKeptWhole)
     ASSERT_TRUE(wait_for_end());
     EXPECT_THAT(link.diagnostics, ElementsAre("one\nmessage", "half a line"));
     EXPECT_EQ(link.pipes.errors.number, -1);
+}
+
+// However they came, one look takes all that were there when it began.
+TEST_F(ParentLink, MessagesAreReadUntilThereAreNone)
+{
+    link.keeps_messages = true;
+    start_shell("echo a >&2; echo b >&2; printf 'n=1\n\n'; read go; echo c >&2; exec 2>&-;"
+                "printf 'n=2\n\n'; read go");
+    const auto serve_when_answered = [this] {
+        pollfd answered{link.pipes.output.number, POLLIN, 0};
+        ASSERT_EQ(poll(&answered, 1, PATIENCE_MS), 1);
+        serve_backend(link);
+    };
+    serve_when_answered();
+    EXPECT_THAT(link.diagnostics, ElementsAre("a", "b"));
+    send_bytes(link, "\n");
+    serve_when_answered();
+    EXPECT_THAT(link.diagnostics, ElementsAre("a", "b", "c"));
+    EXPECT_EQ(link.pipes.errors.number, -1);
+}
+
+TEST_F(ParentLink, MessagesOfADescendantAreNotWaitedFor)
+{
+    link.keeps_messages = true;
+    start_shell("exec 3<&0; { read go <&3; } & echo a >&2"); // it ends with our end of the pipe
+    ASSERT_TRUE(wait_for_end());
+    EXPECT_THAT(link.diagnostics, ElementsAre("a"));
 }
 
 TEST_F(ParentLink, ClosedOutputEndsBackend)
