@@ -72,6 +72,7 @@ std::vector<const void*> ready_backends(const running_routers& routers,
     std::array<epoll_event, READY_AT_ONCE> events;
     const int count = epoll_wait(routers.watch.number, events.data(), READY_AT_ONCE, 0);
     std::vector<const void*> ready;
+    ready.reserve(READY_AT_ONCE);
     for (int i = 0; i < count; ++i)
         ready.push_back(events[static_cast<std::size_t>(i)].data.ptr);
     std::sort(ready.begin(), ready.end());

@@ -243,6 +243,7 @@ TEST_F(RoutersRun, EndsThemAllForGood)
     EXPECT_TRUE(any_running(routers));
     stop_routers(routers, now());
     ASSERT_TRUE(serve_until([this] { return !any_running(routers); }));
+    set_router("north");
     serve_routers(routers, desk, now());
     EXPECT_FALSE(any_running(routers));
     EXPECT_EQ(desk.live.at("east").link, link_state::off);
