@@ -87,7 +87,7 @@ TEST_F(RoutersNeighbours, SayWhenABackendDoesNotStayUp)
 
 TEST_F(RoutersNeighbours, AreNotHeldUpByABackendThatDoesNotListen)
 {
-    play("deaf", becomes_ready() + "exec sleep 600\n");
+    play("deaf", becomes_ready() + IS_DEAF);
     ASSERT_NO_FATAL_FAILURE(add_router("main"));
     ASSERT_TRUE(until([this] { return is_ready("main") && is_ready("deaf"); }));
     std::vector<desk::ulid> unheard;

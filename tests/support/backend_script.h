@@ -42,3 +42,5 @@ inline std::string becomes_ready()
 inline const std::string WAITS_FOR_FLUSH =
     "while read line; do [ \"$line\" = queue=flush ] && break; done\n";
 inline const std::string LISTENS = "exec cat >\"$2.heard\"\n";
+// Until nobody reads what it says.
+inline const std::string IS_DEAF = "while echo; do sleep 1; done\n";

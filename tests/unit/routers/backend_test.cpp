@@ -3,7 +3,9 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <sstream>
+#include <unistd.h>
 
+#include "server/desk/deadlines.h"
 #include "server/desk/reports.h"
 #include "server/desk/start.h"
 #include "server/desk/steps.h"
@@ -339,6 +341,26 @@ TEST_F(BackendRun, EndsTheBackendThatHoldsWishesWhenTheLinkGoes)
     EXPECT_TRUE(main.ends.empty());
 }
 
+// The link is lost, made again and used before anybody looks.
+TEST_F(BackendRun, CallsNothingNotSentThatTheNextLinkHasCarried)
+{
+    run("if [ -e \"$2.again\" ]; then exec cat >/dev/null; fi\n" + becomes_ready() +
+        WAITS_FOR_FLUSH + says("<NOTE>Connection suddenly dropped") +
+        says("<NOTE>Connection to router closed") + becomes_ready() +
+        says("<DBG>Send to router: " + frame("N0TI\t1\t2")) + ">\"$2.again\"\n" + LISTENS);
+    ASSERT_TRUE(serve_until(link_is(link_state::ready)));
+    const desk::ulid batch = take({{0, 1}});
+    const auto deadline = std::chrono::steady_clock::now() + PATIENCE;
+    while (!std::filesystem::exists(main.configuration + ".again") &&
+           std::chrono::steady_clock::now() < deadline)
+        usleep(1000);
+    ASSERT_TRUE(serve_until([this] { return main.starts == 2; }));
+    EXPECT_EQ(row(batch).end, desk::outcome::open);
+    passed = desk::CONFIRMATION_LIMIT;
+    desk::advance(desk, now());
+    EXPECT_EQ(row(batch).end, desk::outcome::timed_out);
+}
+
 TEST_F(BackendRun, LeavesOpenWhatABackendKilledOnALinkMayHaveSent)
 {
     run("trap '' TERM\n" + becomes_ready() + "while read line; do :; done\n");
@@ -367,7 +389,7 @@ TEST_F(BackendRun, SendsNothingUnlessTheLinkIsReady)
 
 TEST_F(BackendRun, DropsBatchesOfOneThatDoesNotRead)
 {
-    run(becomes_ready() + "exec sleep 60\n");
+    run(becomes_ready() + IS_DEAF);
     ASSERT_TRUE(serve_until(link_is(link_state::ready)));
     std::vector<std::pair<int, int>> rows;
     for (int i = 0; i < desk::ROUTED_POSITIONS; ++i)
