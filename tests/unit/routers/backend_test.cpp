@@ -143,10 +143,25 @@ TEST_F(BackendRun, TellsTheDeskWhatTheRouterHas)
     EXPECT_EQ(desk::source_shown(live(), 1), 0);
     EXPECT_TRUE(desk::is_fresh(live(), 1));
     EXPECT_EQ(main.info.identity.model, "TX4");
+    EXPECT_EQ(main.log.front().text, "Connection sucessful.");
     std::ifstream file(main.configuration);
     std::string line;
     std::getline(file, line);
     EXPECT_EQ(line, "ip address=10.0.0.5");
+}
+
+TEST_F(BackendRun, CountsNoMoreThanIsNamed)
+{
+    run(becomes_ready() + reports("*COMMAND=inputs\n*TYPE=message\ni2.name=CAM 3") + LISTENS);
+    ASSERT_TRUE(serve_until([this] { return live().inputs == 3; }));
+    EXPECT_EQ(live().outputs, 2);
+}
+
+TEST_F(BackendRun, CountsNoMoreThanIsSet)
+{
+    run(becomes_ready() + reports("*COMMAND=info\n*TYPE=message\ninputs=1\noutputs=2") + LISTENS);
+    ASSERT_TRUE(serve_until([this] { return live().inputs == 1; }));
+    EXPECT_EQ(live().outputs, 2);
 }
 
 TEST_F(BackendRun, WritesABatchAsOneRun)
@@ -194,8 +209,8 @@ TEST_F(BackendRun, DoubtsAFactWhenTheRouterHasToldAnotherRoute)
 TEST_F(BackendRun, AsksNothingWhenItsRouterShowsWhatNoBackendReports)
 {
     run(becomes_ready() + receives("N0IQ\t1\t0\tN\tN\t0") + receives("N0IQ\t2\t0\tN\tN\t3") +
-        LISTENS);
-    ASSERT_TRUE(serve_until([this] { return main.trace.received == 2; }));
+        receives("N0IQ\t3\t0\tN\tN\t2") + LISTENS);
+    ASSERT_TRUE(serve_until([this] { return main.trace.received == 3; }));
     ASSERT_TRUE(serve_until(link_is(link_state::ready)));
     passed = REPORT_LIMIT;
     ASSERT_TRUE(serve_until([this] { return !desk::is_fresh(live(), 1); }));
@@ -339,6 +354,7 @@ TEST_F(BackendRun, EndsTheBackendThatHoldsWishesWhenTheLinkGoes)
     EXPECT_EQ(main.starts, 2U);
     EXPECT_TRUE(is_running(main));
     EXPECT_TRUE(main.ends.empty());
+    EXPECT_FALSE(main.kill_at);
 }
 
 // The link is lost, made again and used before anybody looks.
@@ -408,6 +424,7 @@ TEST_F(BackendRun, IsServedInPartsWhenItNeverStopsTalking)
     run(becomes_ready() + "exec yes '<NOTE>flood' >&2\n");
     ASSERT_TRUE(serve_until([this] { return main.forgotten > 0; }));
     EXPECT_EQ(main.log.size(), LOG_LINES);
+    EXPECT_LT(main.forgotten, 1'000'000U);
     EXPECT_EQ(live().link, link_state::ready);
     stop_backend(main, now());
     EXPECT_TRUE(serve_until([this] { return !is_running(main); }));
@@ -420,6 +437,14 @@ TEST_F(BackendRun, SaysThatAProgramCannotBeRun)
     EXPECT_EQ(live().link, link_state::down);
     EXPECT_THAT(live().link_reason, StartsWith("its backend cannot be started: Cannot run"));
     EXPECT_TRUE(next_due(main));
+}
+
+TEST_F(BackendRun, IsNotStartedAnewWhenItHasBeenStopped)
+{
+    main.program = "/no/backend";
+    run_backend(main, desk, now(), desk.house.routers.at("main").settings);
+    stop_backend(main, now());
+    EXPECT_FALSE(next_due(main));
 }
 
 TEST_F(BackendRun, NeedsNoneWithoutAnAddress)
