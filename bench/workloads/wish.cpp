@@ -90,7 +90,7 @@ std::string next_line(taking_sides& sides, measured_program& program)
         end = program.heard.find('\n');
         return end != std::string::npos;
     });
-    const std::string line = program.heard.substr(0, end);
+    std::string line = program.heard.substr(0, end);
     program.heard.erase(0, end + 1);
     return line;
 }
