@@ -43,7 +43,7 @@ closed_wish close_wish(desk_state& desk, live_router& live, int destination, con
     std::deque<open_wish>& open = live.open.at(destination);
     const auto place = std::find_if(open.begin(), open.end(),
                                     [&](const open_wish& wish) { return wish.id == id; });
-    const closed_wish closed{*place, std::next(place) == open.end()};
+    closed_wish closed{*place, std::next(place) == open.end()};
     open.erase(place);
     if (open.empty()) live.open.erase(destination);
     desk.deadlines.erase({closed.wish.deadline, id});
