@@ -133,7 +133,7 @@ TEST_F(LateReports, SayWhatARestartFound)
         report(0, c.shown);
         EXPECT_EQ(became(one), c.became);
         EXPECT_EQ(row_of(one).confirmed_late_after.has_value(), c.late);
-        EXPECT_EQ(author_of(0).by == wish_id(one.batch, 0), c.late);
+        EXPECT_EQ(author_of(0).by == (wish_id{one.batch, 0}), c.late);
         EXPECT_EQ(find_live(desk, "main")->troubled.contains(0), !c.late);
         EXPECT_EQ(changed().size(), c.late ? 3 : 2);
         report(0, 1);
