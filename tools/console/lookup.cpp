@@ -1,0 +1,171 @@
+#include "console/lookup.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <string_view>
+#include <vector>
+
+#include "server/desk/checks.h"
+#include "tools/common/numbers.h"
+#include "tools/common/text_width.h"
+
+namespace console {
+
+namespace {
+constexpr std::size_t MOST_CANDIDATES = 6;    // that a person cares to read in one line
+constexpr std::size_t SHORTEST_BEGINNING = 2; // characters
+
+struct candidate {
+    std::string number; // as people see it; empty: it has none
+    std::vector<std::string> names;
+};
+
+using name_rule = bool (*)(std::string_view name, std::string_view wanted);
+
+bool identical(std::string_view name, std::string_view wanted)
+{
+    return name == wanted;
+}
+
+bool begins(std::string_view name, std::string_view wanted)
+{
+    return common::character_count(wanted) >= SHORTEST_BEGINNING &&
+           common::begins_name(name, wanted);
+}
+
+bool contains(std::string_view name, std::string_view wanted)
+{
+    return !wanted.empty() && common::name_contains(name, wanted);
+}
+
+std::vector<std::size_t> matches(const std::vector<candidate>& candidates,
+                                 const std::string& wanted, name_rule rule)
+{
+    std::vector<std::size_t> found;
+    for (std::size_t i = 0; i < candidates.size(); ++i)
+        if (std::any_of(candidates[i].names.begin(), candidates[i].names.end(),
+                        [&](const auto& name) { return !name.empty() && rule(name, wanted); }))
+            found.push_back(i);
+    return found;
+}
+
+std::string list_text(const std::vector<candidate>& candidates,
+                      const std::vector<std::size_t>& found)
+{
+    std::string text;
+    for (std::size_t i = 0; i < found.size() && i < MOST_CANDIDATES; ++i) {
+        const candidate& each = candidates[found[i]];
+        text += (i > 0 ? ", " : "") + each.number + (each.number.empty() ? "" : " ") +
+                each.names.front();
+    }
+    if (found.size() > MOST_CANDIDATES)
+        text += " and " + std::to_string(found.size() - MOST_CANDIDATES) + " more";
+    return text;
+}
+
+std::string unknown_text(const std::vector<candidate>& candidates, const std::string& kind,
+                         const std::string& wanted)
+{
+    const std::string text = "There is no " + kind + " \"" + wanted + "\"";
+    if (candidates.empty()) return text + ": no " + kind + "s are known.";
+    const std::vector<std::size_t> similar = matches(candidates, wanted, contains);
+    if (similar.empty()) return text + "; \"" + kind + "s\" lists them.";
+    return text + "; there is " + list_text(candidates, similar) + ".";
+}
+
+std::optional<std::size_t> find(const std::vector<candidate>& candidates, const std::string& kind,
+                                const std::string& wanted, std::string& complaint)
+{
+    for (const name_rule rule : {identical, common::same_name, begins}) {
+        const std::vector<std::size_t> found = matches(candidates, wanted, rule);
+        if (found.size() == 1) return found.front();
+        if (found.empty()) continue;
+        complaint = "\"" + wanted + "\" may be " + list_text(candidates, found) + ".";
+        return std::nullopt;
+    }
+    complaint = unknown_text(candidates, kind, wanted);
+    return std::nullopt;
+}
+
+// As many as can be routed. Those without any name are known by number alone.
+std::vector<candidate> positions(const console_state& console, desk::side side)
+{
+    const desk::house_router& router = *desk::find_router(console.desk, console.router);
+    const desk::live_router& live = *desk::find_live(console.desk, console.router);
+    const bool sources = side == desk::side::sources;
+    const auto& names = sources ? live.source_names : live.destination_names;
+    const int count = sources ? desk::sources_of(console.desk, console.router)
+                              : desk::destinations_of(console.desk, console.router);
+    std::vector<candidate> found;
+    for (int position = 0; position < count; ++position) {
+        const auto index = static_cast<std::size_t>(position);
+        found.push_back({std::to_string(position + router.settings.first_number),
+                         {desk::label_of(router, side, position).alias,
+                          index < names.size() ? names[index] : ""}});
+        if (found.back().names.front().empty())
+            std::swap(found.back().names.front(), found.back().names.back());
+    }
+    return found;
+}
+
+std::optional<int> find_position(const console_state& console, desk::side side,
+                                 const common::word& wanted, std::string& complaint)
+{
+    const std::string kind = side == desk::side::sources ? "source" : "destination";
+    const std::vector<candidate> candidates = positions(console, side);
+    if (wanted.quoted || !common::is_number(wanted.text)) {
+        const auto found = find(candidates, kind, wanted.text, complaint);
+        return found ? std::optional(static_cast<int>(*found)) : std::nullopt;
+    }
+    const int first = desk::find_router(console.desk, console.router)->settings.first_number;
+    const int count = static_cast<int>(candidates.size());
+    int number = 0;
+    if (common::read_decimal(wanted.text, number) && number >= first && number - first < count)
+        return number - first;
+    complaint = "There is no " + kind + " " + wanted.text +
+                (count == 0 ? ": no " + kind + "s are known yet."
+                            : ": they are numbered " + candidates.front().number + " to " +
+                                  candidates.back().number + ".");
+    return std::nullopt;
+}
+} // namespace
+
+std::optional<int> find_source(const console_state& console, const common::word& wanted,
+                               std::string& complaint)
+{
+    return find_position(console, desk::side::sources, wanted, complaint);
+}
+
+std::optional<int> find_destination(const console_state& console, const common::word& wanted,
+                                    std::string& complaint)
+{
+    return find_position(console, desk::side::destinations, wanted, complaint);
+}
+
+std::optional<std::string> find_router(const console_state& console, const common::word& wanted,
+                                       std::string& complaint)
+{
+    std::vector<candidate> candidates;
+    std::vector<std::string> ids;
+    for (const auto& [id, router] : console.desk.house.routers) {
+        candidates.push_back({"", {id, router.settings.name}});
+        ids.push_back(id);
+    }
+    const auto found = find(candidates, "router", wanted.text, complaint);
+    return found ? std::optional(ids[*found]) : std::nullopt;
+}
+
+std::optional<desk::ulid> find_salvo(const console_state& console, const common::word& wanted,
+                                     std::string& complaint)
+{
+    std::vector<candidate> candidates;
+    std::vector<desk::ulid> ids;
+    for (const auto& [id, salvo] : console.desk.house.salvos) {
+        candidates.push_back({"", {salvo.name}});
+        ids.push_back(id);
+    }
+    const auto found = find(candidates, "salvo", wanted.text, complaint);
+    return found ? std::optional(ids[*found]) : std::nullopt;
+}
+
+} // namespace console

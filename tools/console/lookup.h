@@ -1,0 +1,27 @@
+// Finds what a word names. A number without quotes is the number that people see; anything else,
+// and any quoted word, is a name, an alias or the router's own: the same name, else the one name
+// equal but for case, else the one that begins so, when the beginning has two characters at least.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "console/console_state.h"
+#include "tools/common/words.h"
+
+namespace console {
+
+// Positions of the router in use that can be routed. None, with a sentence that says what is wrong
+// and what there is instead.
+std::optional<int> find_source(const console_state& console, const common::word& wanted,
+                               std::string& complaint);
+std::optional<int> find_destination(const console_state& console, const common::word& wanted,
+                                    std::string& complaint);
+
+// The id of a router of the desk, by its id or its name.
+std::optional<std::string> find_router(const console_state& console, const common::word& wanted,
+                                       std::string& complaint);
+std::optional<desk::ulid> find_salvo(const console_state& console, const common::word& wanted,
+                                     std::string& complaint);
+
+} // namespace console

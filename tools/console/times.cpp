@@ -1,0 +1,54 @@
+#include "console/times.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+
+namespace console {
+
+namespace {
+std::time_t seconds_of(desk::wall time)
+{
+    return std::chrono::floor<std::chrono::seconds>(time).count();
+}
+} // namespace
+
+std::string time_of_day(desk::wall time)
+{
+    const std::time_t seconds = seconds_of(time);
+    std::tm local{};
+    localtime_r(&seconds, &local);
+    char text[16];
+    std::strftime(text, sizeof text, "%H:%M:%S", &local);
+    return text;
+}
+
+std::string age(desk::wall from, desk::wall to)
+{
+    const long long seconds =
+        std::max<long long>(0, std::chrono::floor<std::chrono::seconds>(to - from).count());
+    constexpr long long DAY = 86400;
+    if (seconds >= 2 * DAY) return std::to_string(seconds / DAY) + " days";
+    char text[32];
+    if (seconds >= 3600)
+        std::snprintf(text, sizeof text, "%lld:%02lld:%02lld", seconds / 3600, seconds / 60 % 60,
+                      seconds % 60);
+    else
+        std::snprintf(text, sizeof text, "%lld:%02lld", seconds / 60, seconds % 60);
+    return text;
+}
+
+std::string json_time(desk::wall time)
+{
+    const std::time_t seconds = seconds_of(time);
+    std::tm utc{};
+    gmtime_r(&seconds, &utc);
+    char date[32];
+    std::strftime(date, sizeof date, "%Y-%m-%dT%H:%M:%S", &utc);
+    char text[48];
+    std::snprintf(text, sizeof text, "%s.%03dZ", date,
+                  static_cast<int>((time - std::chrono::seconds(seconds)).count()));
+    return text;
+}
+
+} // namespace console

@@ -1,0 +1,14 @@
+// Times as the console shows them.
+#pragma once
+
+#include <string>
+
+#include "server/desk/moment.h"
+
+namespace console {
+
+std::string time_of_day(desk::wall time);        // "14:02:11", local
+std::string age(desk::wall from, desk::wall to); // "0:42", "3:05:10", "2 days"; never below 0:00
+std::string json_time(desk::wall time);          // "2026-03-01T14:02:11.042Z"
+
+} // namespace console
