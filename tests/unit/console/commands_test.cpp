@@ -1,0 +1,45 @@
+#include "unit/console/console_test.h"
+
+namespace console {
+
+using testing::HasSubstr;
+
+class Commands : public ConsoleTest {};
+
+TEST_F(Commands, AreFoundByAnyBeginningThatNoOtherHas)
+{
+    EXPECT_TRUE(ask("quit").quit);
+    EXPECT_TRUE(ask("QU").quit);
+    EXPECT_EQ(ask("q").verdict, verdict::wrong_use) << "one letter";
+    EXPECT_EQ(says("nonsense"), "There is no command \"nonsense\"; \"help\" lists them.\n");
+}
+
+TEST_F(Commands, ComplainOfWhatTheyDoNotTake)
+{
+    EXPECT_EQ(says("use"), "Usage: use ROUTER\n");
+    EXPECT_EQ(says("use main back"), "Usage: use ROUTER\n");
+    EXPECT_EQ(says("use back --rest"), "use has no option --rest.\n");
+    EXPECT_EQ(says("dry-run use back"), "There is no dry run of use.\n");
+    EXPECT_EQ(console.router, "main");
+}
+
+TEST_F(Commands, TakeOrdersOneRoute)
+{
+    console.desk.orders.clear();
+    ask("take \"MON B\" 3");
+    ASSERT_EQ(console.desk.orders.size(), 1U);
+    EXPECT_EQ(console.desk.orders[0].rows, (std::vector<std::pair<int, int>>{{1, 2}}));
+    EXPECT_THAT(happened(), testing::IsEmpty());
+    carry_out(1, 2);
+    EXPECT_THAT(happened(), HasSubstr("confirmed"));
+}
+
+TEST_F(Commands, DryRunOrdersNothing)
+{
+    console.desk.orders.clear();
+    EXPECT_THAT(says("dry-run 2 3"), HasSubstr("MON B <- CAM 3"));
+    EXPECT_THAT(says("dry-run take 2 3"), HasSubstr("MON B <- CAM 3"));
+    EXPECT_TRUE(console.desk.orders.empty());
+}
+
+} // namespace console

@@ -1,0 +1,11 @@
+#include "console/commands.h"
+
+namespace console {
+
+const std::vector<command>& record_commands()
+{
+    static const std::vector<command> COMMANDS = {};
+    return COMMANDS;
+}
+
+} // namespace console
