@@ -38,6 +38,23 @@ std::string age(desk::wall from, desk::wall to)
     return text;
 }
 
+std::string duration(desk::monotonic duration)
+{
+    using namespace std::chrono;
+    const auto with_tenths = [](long long tenths) {
+        return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10);
+    };
+    if (duration < milliseconds(10)) return with_tenths(duration.count() / 100) + " ms";
+    if (duration < seconds(1)) return std::to_string(duration.count() / 1000) + " ms";
+    if (duration < minutes(1)) return with_tenths(duration.count() / 100'000) + " s";
+    return age({}, floor<desk::wall>(duration));
+}
+
+double json_ms(desk::monotonic duration)
+{
+    return static_cast<double>(duration.count()) / 1e3;
+}
+
 std::string json_time(desk::wall time)
 {
     const std::time_t seconds = seconds_of(time);
