@@ -14,17 +14,6 @@ std::string route_text(const console_state& console, const desk::route& route)
 }
 } // namespace
 
-answer batch_answer(const console_state& console, const desk::take_answer& told, bool /*dry_run*/)
-{
-    if (told.rows.empty()) return refusal(told.detail, verdict::refused);
-    answer result{.batch = told.batch};
-    for (const desk::row_answer& row : told.rows) {
-        result.text += route_text(console, row.wished) + (row.goes ? "" : ": " + row.detail) + "\n";
-        if (!row.goes && !row.unchanged) result.verdict = verdict::refused;
-    }
-    return result;
-}
-
 bool has_ended(const desk::house& house, const desk::ulid& batch)
 {
     const auto found = house.batches.find(batch);

@@ -1,4 +1,4 @@
-// What became of wishes, and what would become of them, in words and as JSON.
+// What became of wishes, in words and as JSON.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -6,13 +6,8 @@
 
 #include "console/answer.h"
 #include "console/console_state.h"
-#include "server/desk/takes.h"
 
 namespace console {
-
-// The answer of the desk to a take of whatever kind: what goes, what does not and why. `title` says
-// what was asked for, as it is to begin a sentence: "Take", "Undo".
-answer batch_answer(const console_state& console, const desk::take_answer& told, bool dry_run);
 
 bool has_ended(const desk::house& house, const desk::ulid& batch);
 

@@ -1,4 +1,4 @@
-#include "console/batch_text.h"
+#include "console/batch_answer.h"
 #include "console/commands.h"
 #include "console/lookup.h"
 
@@ -18,7 +18,7 @@ answer run_take(console_state& console, const desk::moment& now, const call& cal
     request.rows = {{{console.router, *destination, *source}, {}}};
     request.dry_run = call.dry_run;
     return batch_answer(console, desk::take(console.desk, now, console.person, request),
-                        call.dry_run);
+                        desk::batch_kind::take, call.dry_run);
 }
 } // namespace
 

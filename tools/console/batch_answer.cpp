@@ -1,0 +1,167 @@
+#include "console/batch_answer.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "console/route_names.h"
+#include "server/desk/words.h"
+
+namespace console {
+
+namespace {
+struct verbs {
+    const char* goes;
+    const char* would_go;
+};
+
+verbs verbs_of(desk::batch_kind kind)
+{
+    switch (kind) {
+    case desk::batch_kind::take:
+    case desk::batch_kind::stage:
+    case desk::batch_kind::salvo:
+        break;
+    case desk::batch_kind::undo:
+        return {"Undoing ", "Would undo "};
+    case desk::batch_kind::redo:
+        return {"Redoing ", "Would redo "};
+    case desk::batch_kind::rollback:
+        return {"Rolling back ", "Would roll back "};
+    }
+    return {"Taking ", "Would take "};
+}
+
+std::string routes(std::size_t count)
+{
+    return std::to_string(count) + (count == 1 ? " route" : " routes");
+}
+
+// "3 routes", "2 of 3 routes"
+std::string routes(std::size_t part, std::size_t whole)
+{
+    return (part == whole ? "" : std::to_string(part) + " of ") + routes(whole);
+}
+
+// What it would take for the row to go, where a person can do something about it.
+std::string advice(const desk::row_answer& row, desk::batch_kind kind)
+{
+    const bool staged = kind == desk::batch_kind::stage;
+    if (!staged || row.why != desk::reason::changed_since) return "";
+    return "; stage it again to keep it, or unstage it";
+}
+
+std::string row_text(const console_state& console, const desk::row_answer& row,
+                     desk::batch_kind kind)
+{
+    const auto& [router, destination, source] = row.wished;
+    const std::string place = place_text(console, router, destination);
+    const std::string name = desk::source_name(console.desk, router, source);
+    if (row.unchanged) return place + " shows " + name + " already";
+    if (!row.goes) return place + " <- " + name + ": " + row.detail + advice(row, kind);
+    const int shown = known_source(console.desk, row.wished);
+    return place + ": " + desk::source_name(console.desk, router, shown) + " -> " + name;
+}
+
+nlohmann::json row_json(const desk::desk_state& desk, const desk::row_answer& row)
+{
+    nlohmann::json json = route_json(desk, row.wished, known_source(desk, row.wished));
+    json["goes"] = row.goes;
+    json["unchanged"] = row.unchanged;
+    if (row.why == desk::reason::none) return json;
+    json["reason"] = desk::code_of(row.why);
+    json["detail"] = row.detail;
+    return json;
+}
+
+bool is_blocked(const desk::row_answer& row)
+{
+    return !row.goes && !row.unchanged;
+}
+
+// By itself, rather than by another row.
+bool has_reason(const desk::row_answer& row)
+{
+    return is_blocked(row) && row.why != desk::reason::blocked_by_other_row;
+}
+
+verdict verdict_of(const desk::row_answer& row)
+{
+    if (!has_reason(row)) return verdict::done;
+    return row.why == desk::reason::link_not_ready ? verdict::not_ready : verdict::refused;
+}
+
+// None of these begins with a name, whose case is not ours to change.
+answer refuse_whole(const desk::take_answer& told)
+{
+    std::string complaint = told.detail + ".";
+    if (told.why == desk::reason::nothing_to_do || told.why == desk::reason::no_such_batch)
+        complaint.front() = static_cast<char>(complaint.front() - 'a' + 'A');
+    else
+        complaint = "Not sent: " + complaint;
+    return refusal(complaint, verdict::refused);
+}
+
+std::string one_row_text(const std::string& row, bool blocked, bool dry_run)
+{
+    if (!blocked) return row + ".\n";
+    return (dry_run ? "Would not be sent: " : "Not sent: ") + row + ".\n";
+}
+
+// The first line of an answer of several rows.
+std::string headline(const std::vector<desk::row_answer>& rows, const verbs& verbs, bool dry_run)
+{
+    const auto count = [&](auto rule) {
+        return static_cast<std::size_t>(std::count_if(rows.begin(), rows.end(), rule));
+    };
+    const std::size_t going = count([](const auto& row) { return row.goes; });
+    const std::size_t blocked = count(has_reason);
+    if (going > 0)
+        return (dry_run ? verbs.would_go : verbs.goes) + routes(going, rows.size()) + ":\n";
+    if (blocked == 0) return "All " + routes(rows.size()) + " are shown already:\n";
+    return std::string("Nothing ") + (dry_run ? "would be" : "was") +
+           " sent: " + routes(blocked, rows.size()) + (blocked == 1 ? " is" : " are") +
+           " blocked:\n";
+}
+
+std::string answer_text(const console_state& console, const desk::take_answer& told,
+                        desk::batch_kind kind, bool dry_run)
+{
+    const verbs verbs = verbs_of(kind);
+    if (told.rows.size() == 1) {
+        const desk::row_answer& row = told.rows.front();
+        const char* const verb = !row.goes ? "" : dry_run ? verbs.would_go : verbs.goes;
+        return one_row_text(verb + row_text(console, row, kind), is_blocked(row), dry_run);
+    }
+    std::string text = headline(told.rows, verbs, dry_run);
+    bool others = false;
+    for (const desk::row_answer& row : told.rows) {
+        if (is_blocked(row) && !has_reason(row))
+            others = true;
+        else
+            text += "  " + row_text(console, row, kind) + "\n";
+    }
+    if (others) text += "With --rest, what can go goes.\n";
+    return text;
+}
+} // namespace
+
+answer batch_answer(const console_state& console, const desk::take_answer& told,
+                    desk::batch_kind kind, bool dry_run)
+{
+    if (told.rows.empty()) return refuse_whole(told);
+    answer result{.text = answer_text(console, told, kind, dry_run)};
+    bool goes = false;
+    auto& rows = result.json["rows"] = nlohmann::json::array();
+    for (const desk::row_answer& row : told.rows) {
+        rows.push_back(row_json(console.desk, row));
+        goes = goes || row.goes;
+        result.verdict = std::max(result.verdict, verdict_of(row));
+    }
+    result.json["dryRun"] = dry_run;
+    if (!goes || dry_run) return result;
+    result.batch = told.batch;
+    result.json["batch"] = desk::text_of(told.batch);
+    return result;
+}
+
+} // namespace console
