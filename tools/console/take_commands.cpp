@@ -1,24 +1,231 @@
 #include "console/batch_answer.h"
 #include "console/commands.h"
 #include "console/lookup.h"
+#include "console/route_names.h"
+#include "server/desk/locks.h"
+#include "server/desk/stages.h"
+#include "server/desk/undo.h"
+#include "server/desk/words.h"
 
 namespace console {
 
 namespace {
+desk::batch_rule rule_of(const call& call)
+{
+    return call.rest ? desk::batch_rule::rest : desk::batch_rule::all;
+}
+
+// False, with the answer, when a word names nothing.
+bool find_route(const console_state& console, const call& call, desk::route& route, answer& wrong)
+{
+    std::string complaint;
+    const auto destination = find_destination(console, call.words[0], complaint);
+    const auto source = destination ? find_source(console, call.words[1], complaint) : std::nullopt;
+    if (!source) {
+        wrong = refusal(complaint, verdict::wrong_use);
+        return false;
+    }
+    route = {console.router, *destination, *source};
+    return true;
+}
+
+answer take_route(console_state& console, const desk::moment& now, const desk::route& route,
+                  bool dry_run)
+{
+    desk::take_request request;
+    request.rows = {{route, {}}};
+    request.dry_run = dry_run;
+    return batch_answer(console, desk::take(console.desk, now, console.person, request),
+                        desk::batch_kind::take, dry_run);
+}
+
 answer run_take(console_state& console, const desk::moment& now, const call& call)
 {
-    if (call.words.size() != 2)
-        return refusal("Usage: take DESTINATION SOURCE", verdict::wrong_use);
+    if (call.words.empty())
+        return batch_answer(console,
+                            desk::take_stage(console.desk, now, console.person, console.router,
+                                             rule_of(call), call.dry_run, ""),
+                            desk::batch_kind::stage, call.dry_run);
+    if (call.words.size() == 1)
+        return refusal("take needs a destination and a source, or neither: then it takes what is "
+                       "staged.",
+                       verdict::wrong_use);
+    desk::route route;
+    answer wrong;
+    if (!find_route(console, call, route, wrong)) return wrong;
+    return take_route(console, now, route, call.dry_run);
+}
+
+answer run_disconnect(console_state& console, const desk::moment& now, const call& call)
+{
     std::string complaint;
     const auto destination = find_destination(console, call.words[0], complaint);
     if (!destination) return refusal(complaint, verdict::wrong_use);
-    const auto source = find_source(console, call.words[1], complaint);
-    if (!source) return refusal(complaint, verdict::wrong_use);
-    desk::take_request request;
-    request.rows = {{{console.router, *destination, *source}, {}}};
-    request.dry_run = call.dry_run;
-    return batch_answer(console, desk::take(console.desk, now, console.person, request),
-                        desk::batch_kind::take, call.dry_run);
+    return take_route(console, now, {console.router, *destination, desk::NO_SOURCE}, call.dry_run);
+}
+
+answer run_back(console_state& console, const desk::moment& now, const call& call)
+{
+    std::string complaint;
+    const auto destination = find_destination(console, call.words[0], complaint);
+    if (!destination) return refusal(complaint, verdict::wrong_use);
+    const auto router = console.before.find(console.router);
+    if (router != console.before.end()) {
+        const auto source = router->second.find(*destination);
+        if (source != router->second.end())
+            return take_route(console, now, {console.router, *destination, source->second},
+                              call.dry_run);
+    }
+    return refusal("It is not known what " +
+                       desk::destination_name(console.desk, console.router, *destination) +
+                       " showed before.",
+                   verdict::refused);
+}
+
+answer run_undo(console_state& console, const desk::moment& now, const call& call)
+{
+    return batch_answer(console,
+                        desk::undo(console.desk, now, console.person, rule_of(call), call.dry_run),
+                        desk::batch_kind::undo, call.dry_run);
+}
+
+answer run_redo(console_state& console, const desk::moment& now, const call& call)
+{
+    return batch_answer(console,
+                        desk::redo(console.desk, now, console.person, rule_of(call), call.dry_run),
+                        desk::batch_kind::redo, call.dry_run);
+}
+} // namespace
+
+namespace {
+// Null when nothing is staged there.
+const desk::stage_rows* find_stage(const console_state& console, const std::string& router)
+{
+    const auto person = console.desk.stages.find(console.person.person);
+    if (person == console.desk.stages.end()) return nullptr;
+    const auto stage = person->second.find(router);
+    return stage == person->second.end() ? nullptr : &stage->second;
+}
+
+const desk::staged_row* find_staged(const console_state& console, int destination)
+{
+    const desk::stage_rows* const stage = find_stage(console, console.router);
+    if (stage == nullptr) return nullptr;
+    const auto row = stage->find(destination);
+    return row == stage->end() ? nullptr : &row->second;
+}
+
+std::string routes(std::size_t count)
+{
+    return std::to_string(count) + (count == 1 ? " route" : " routes");
+}
+
+// What speaks against taking a staged row now; empty: nothing. The link is not looked at.
+std::string trouble_of(const console_state& console, int destination, const desk::staged_row& row)
+{
+    const auto& live = *desk::find_live(console.desk, console.router);
+    const auto& router = *desk::find_router(console.desk, console.router);
+    if (desk::lock_against(router, destination, console.person.person) != desk::reason::none)
+        return desk::lock_text(console.desk, console.router, destination);
+    if (!desk::has_changed(live, destination, row)) return "";
+    const int shown = desk::source_shown(live, destination);
+    return "changed since: it shows " + desk::source_name(console.desk, console.router, shown) +
+           " by now, " + desk::taker_text(console.desk, console.router, destination, shown) +
+           "; stage it again to keep it, or unstage it";
+}
+
+struct staged_text {
+    std::string text;
+    nlohmann::json json;
+};
+
+staged_text staged_row_text(const console_state& console, int destination,
+                            const desk::staged_row& row)
+{
+    const desk::desk_state& desk = console.desk;
+    const std::string trouble = trouble_of(console, destination, row);
+    staged_text told;
+    told.json = route_json(desk, {console.router, destination, row.source}, row.seen);
+    told.text = desk::destination_name(desk, console.router, destination) + ": " +
+                desk::source_name(desk, console.router, row.seen) + " -> " +
+                desk::source_name(desk, console.router, row.source);
+    if (trouble.empty()) return told;
+    told.text += " (" + trouble + ")";
+    told.json["trouble"] = trouble;
+    return told;
+}
+
+// Of the routers that are not in use: "Staged on back: 3 routes."
+std::string staged_elsewhere(const console_state& console)
+{
+    std::string text;
+    for (const auto& [id, router] : console.desk.house.routers) {
+        const desk::stage_rows* const stage =
+            id == console.router ? nullptr : find_stage(console, id);
+        if (stage != nullptr)
+            text += "Staged on " + router.settings.name + ": " + routes(stage->size()) + ".\n";
+    }
+    return text;
+}
+
+answer nothing_staged(const console_state& console)
+{
+    const auto& router = *desk::find_router(console.desk, console.router);
+    return {.text = "Nothing is staged on " + router.settings.name + ".\n",
+            .json = {{"router", console.router}, {"rows", nlohmann::json::array()}}};
+}
+
+answer run_staged(console_state& console, const desk::moment& /*now*/, const call& /*call*/)
+{
+    answer result = nothing_staged(console);
+    if (const desk::stage_rows* const stage = find_stage(console, console.router)) {
+        const auto& router = *desk::find_router(console.desk, console.router);
+        result.text = "Staged on " + router.settings.name + ", " + routes(stage->size()) + ":\n";
+        for (const auto& [destination, row] : *stage) {
+            staged_text told = staged_row_text(console, destination, row);
+            result.text += "  " + told.text + "\n";
+            result.json["rows"].push_back(std::move(told.json));
+        }
+    }
+    result.text += staged_elsewhere(console);
+    return result;
+}
+
+answer run_stage(console_state& console, const desk::moment& now, const call& call)
+{
+    desk::route route;
+    answer result;
+    if (!find_route(console, call, route, result)) return result;
+    const desk::row_answer told = desk::stage_row(console.desk, now, console.person, route);
+    if (told.why != desk::reason::none)
+        return refusal("Not staged: " + told.detail + ".", verdict::refused);
+    staged_text row =
+        staged_row_text(console, route.destination, *find_staged(console, route.destination));
+    return {.text = "Staged " + row.text + ".\n", .json = std::move(row.json)};
+}
+
+answer run_unstage(console_state& console, const desk::moment& /*now*/, const call& call)
+{
+    std::string complaint;
+    const auto destination = find_destination(console, call.words[0], complaint);
+    if (!destination) return refusal(complaint, verdict::wrong_use);
+    const std::string name = desk::destination_name(console.desk, console.router, *destination);
+    if (!desk::unstage_row(console.desk, console.person, console.router, *destination))
+        return refusal(name + " is not staged.", verdict::refused);
+    return {
+        .text = "Unstaged " + name + ".\n",
+        .json = {{"router", console.router},
+                 {"destination", destination_json(console.desk, console.router, *destination)}}};
+}
+
+answer run_clear(console_state& console, const desk::moment& /*now*/, const call& /*call*/)
+{
+    const desk::stage_rows* const stage = find_stage(console, console.router);
+    if (stage == nullptr) return nothing_staged(console);
+    const std::size_t count = stage->size();
+    desk::clear_stage(console.desk, console.person, console.router);
+    return {.text = "Unstaged " + routes(count) + ".\n",
+            .json = {{"router", console.router}, {"count", count}}};
 }
 } // namespace
 
@@ -31,9 +238,95 @@ const std::vector<command>& take_commands()
          true,
          true,
          "[DESTINATION SOURCE] [--rest]",
-         "route a source to a destination now; alone: the staged list",
-         "",
+         "route a source to a destination now; alone: what is staged",
+         "Sends the take to the router at once, and tells what became of it: confirmed only when\n"
+         "the router itself shows the source. While the link is not ready nothing is sent, now or\n"
+         "later.\n"
+         "Alone it takes the staged list of the router in use as one batch: when one route is\n"
+         "blocked (locked, or changed since it was staged), nothing is sent, unless --rest is\n"
+         "given. Routes that went leave the list, blocked ones stay.\n"
+         "  take \"MON A\" \"CAM 3\"\n"
+         "  take --rest\n",
          run_take},
+        {"stage",
+         {argument::destination, argument::source},
+         2,
+         false,
+         false,
+         "DESTINATION SOURCE",
+         "prepare a route; nothing is sent until \"take\"",
+         "Adds the route to the staged list of the router in use, in place of an earlier one for\n"
+         "the same destination. When the destination changes before the take, the route needs a\n"
+         "decision: stage it again to keep it, or unstage it.\n",
+         run_stage},
+        {"staged",
+         {},
+         0,
+         false,
+         false,
+         "",
+         "show the staged list",
+         "Shows for each staged route what its destination showed then, what it would show, and\n"
+         "what speaks against taking it now.\n",
+         run_staged},
+        {"unstage",
+         {argument::destination},
+         1,
+         false,
+         false,
+         "DESTINATION",
+         "take a route off the staged list",
+         "The destination stays as it is, and so do the other staged routes.\n",
+         run_unstage},
+        {"clear",
+         {},
+         0,
+         false,
+         false,
+         "",
+         "empty the staged list",
+         "The staged list of the router in use; those of others stay.\n",
+         run_clear},
+        {"undo",
+         {},
+         0,
+         true,
+         true,
+         "[--rest]",
+         "put back what the last take changed",
+         "Puts back what the destinations of your last take, salvo or rollback showed before; 50\n"
+         "steps, up to a day old. It refuses to guess: a route goes back only while its\n"
+         "destination is known to show what that take put there. When one cannot go back, nothing\n"
+         "is sent, unless --rest is given: then what can go back goes, and the step is used up.\n",
+         run_undo},
+        {"redo",
+         {},
+         0,
+         true,
+         true,
+         "[--rest]",
+         "take again what the last undo put back",
+         "By the same rules as undo. Any other take ends what can be redone.\n",
+         run_redo},
+        {"back",
+         {argument::destination},
+         1,
+         false,
+         true,
+         "DESTINATION",
+         "route the source that a destination showed before",
+         "The last other source that this console has seen on the destination, whoever had taken\n"
+         "it. Given twice it leads back to the present one.\n",
+         run_back},
+        {"disconnect",
+         {argument::destination},
+         1,
+         false,
+         true,
+         "DESTINATION",
+         "route nothing to a destination",
+         "Not every router can do that; one that cannot refuses it.\n",
+         run_disconnect},
     };
     return COMMANDS;
 }
