@@ -9,11 +9,29 @@
 
 namespace console {
 
+// A batch that is known no longer has ended.
 bool has_ended(const desk::house& house, const desk::ulid& batch);
 
-// Of a batch that has ended: "MON A shows CAM 3: confirmed after 12 ms".
+// Whether the outcome of the batch is to be told: something of it was on its way, and nothing is
+// any more.
+bool has_outcome(const desk::house& house, const desk::ulid& batch);
+
+// Of a batch with an outcome: "MON A shows CAM 3: confirmed after 12 ms." One of several rows has a
+// headline with figures, and below it the rows that were not confirmed. Lines with their ends, the
+// first without the time of day that a notice begins with.
 std::string outcome_text(const console_state& console, const desk::ulid& batch);
 nlohmann::json outcome_json(const console_state& console, const desk::ulid& batch);
+
+// Of a wish that was confirmed after its outcome had been told. Empty, and null, when its batch is
+// known no longer.
+std::string late_text(const console_state& console, const desk::wish_id& id);
+nlohmann::json late_json(const console_state& console, const desk::wish_id& id);
+
+// "timed out: ...": the end of one wish in words, without its route. For lists of what happened.
+std::string end_text(const desk::wish& row);
+
+// The end's name in JSON: "timedOut".
+const char* code_of(desk::outcome outcome);
 
 // done when every row was confirmed or needed no take; else not_ready when a link was the reason,
 // else refused.
