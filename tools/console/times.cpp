@@ -11,15 +11,29 @@ std::time_t seconds_of(desk::wall time)
 {
     return std::chrono::floor<std::chrono::seconds>(time).count();
 }
-} // namespace
 
-std::string time_of_day(desk::wall time)
+std::tm local_time(desk::wall time)
 {
     const std::time_t seconds = seconds_of(time);
     std::tm local{};
     localtime_r(&seconds, &local);
+    return local;
+}
+} // namespace
+
+std::string time_of_day(desk::wall time)
+{
+    const std::tm local = local_time(time);
     char text[16];
     std::strftime(text, sizeof text, "%H:%M:%S", &local);
+    return text;
+}
+
+std::string day_and_time(desk::wall time)
+{
+    const std::tm local = local_time(time);
+    char text[32];
+    std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
     return text;
 }
 
