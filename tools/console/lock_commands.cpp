@@ -1,10 +1,180 @@
+#include <optional>
+
 #include "console/commands.h"
+#include "console/lookup.h"
+#include "console/route_names.h"
+#include "console/times.h"
+#include "server/desk/locks.h"
+#include "server/desk/words.h"
+#include "tools/common/numbers.h"
 
 namespace console {
 
+namespace {
+constexpr std::chrono::hours LONGEST_LOCK{24 * 365};
+
+struct lock_words {
+    std::string reason = {};
+    std::optional<std::chrono::seconds> duration = {}; // none: until it is removed
+};
+
+// "10m": a number and one of s, m, h, d. None for another text.
+std::optional<std::chrono::seconds> read_duration(const common::word& word)
+{
+    long long count = 0;
+    if (word.quoted || word.text.empty()) return std::nullopt;
+    const std::string_view number(word.text.data(), word.text.size() - 1);
+    if (!common::is_number(std::string(number))) return std::nullopt;
+    const std::size_t unit = std::string_view("smhd").find(word.text.back());
+    if (unit == std::string_view::npos) return std::nullopt;
+    constexpr long long SECONDS[] = {1, 60, 3600, 86400};
+    const std::chrono::seconds longest = LONGEST_LOCK;
+    if (!common::read_decimal(number, count) || count > longest.count() / SECONDS[unit])
+        return longest + std::chrono::seconds(1);
+    return std::chrono::seconds(count * SECONDS[unit]);
+}
+
+// Behind the destination: a reason, a duration, or both in this order. False, with a sentence, when
+// they are something else.
+bool read_lock(const call& call, lock_words& read, std::string& complaint)
+{
+    for (std::size_t i = 1; i < call.words.size(); ++i) {
+        const bool last = i + 1 == call.words.size();
+        if (last) read.duration = read_duration(call.words[i]);
+        if (read.duration) break;
+        if (i > 1) {
+            complaint = "\"" + call.words[i].text +
+                        "\" is no duration: that is a number and s, m, h or d, such as 10m. A "
+                        "reason of several words stands in quotes.";
+            return false;
+        }
+        read.reason = call.words[i].text;
+    }
+    if (read.duration && (read.duration->count() == 0 || *read.duration > LONGEST_LOCK)) {
+        complaint = "A lock lasts for one second at least and 365 days at most.";
+        return false;
+    }
+    return true;
+}
+
+std::string until_text(const desk::moment& now, desk::wall until)
+{
+    const bool today = until - now.utc < std::chrono::hours(12);
+    return " until " + (today ? time_of_day(until) : day_and_time(until));
+}
+
+nlohmann::json lock_json(const console_state& console, int destination, const desk::lock& lock)
+{
+    nlohmann::json json = {
+        {"router", console.router},
+        {"destination", destination_json(console.desk, console.router, destination)},
+        {"mode", lock.mode == desk::lock_mode::lock ? "lock" : "protect"},
+        {"owner", lock.owner},
+        {"reason", lock.reason},
+        {"since", json_time(lock.since)}};
+    if (lock.until) json["until"] = json_time(*lock.until);
+    return json;
+}
+
+answer lock_answer(const console_state& console, const desk::moment& now, int destination)
+{
+    const desk::lock& lock = desk::find_router(console.desk, console.router)->locks.at(destination);
+    answer result{.json = lock_json(console, destination, lock)};
+    result.text =
+        desk::lock_text(console.desk, console.router, destination) +
+        (lock.until ? until_text(now, *lock.until) : "") +
+        (lock.mode == desk::lock_mode::lock ? ": nobody may route it here, you included.\n"
+                                            : ": nobody but you may route it here.\n") +
+        "The router itself knows nothing of it: it can still be routed past this "
+        "console.\n";
+    if (desk::find_live(console.desk, console.router)->open.contains(destination))
+        result.text += "The take that is under way there goes on.\n";
+    return result;
+}
+
+answer set_lock(console_state& console, const desk::moment& now, const call& call,
+                desk::lock_mode mode)
+{
+    std::string complaint;
+    lock_words read;
+    const auto destination = find_destination(console, call.words[0], complaint);
+    if (!destination || !read_lock(call, read, complaint))
+        return refusal(complaint, verdict::wrong_use);
+    const auto until = read.duration ? std::optional(now.utc + *read.duration) : std::nullopt;
+    const desk::objection found = desk::set_lock(console.desk, now, console.person, console.router,
+                                                 *destination, mode, read.reason, until);
+    if (found.why != desk::reason::none) return refusal(found.detail + ".", verdict::refused);
+    return lock_answer(console, now, *destination);
+}
+
+answer run_lock(console_state& console, const desk::moment& now, const call& call)
+{
+    return set_lock(console, now, call, desk::lock_mode::lock);
+}
+
+answer run_protect(console_state& console, const desk::moment& now, const call& call)
+{
+    return set_lock(console, now, call, desk::lock_mode::protect);
+}
+
+answer run_unlock(console_state& console, const desk::moment& now, const call& call)
+{
+    std::string complaint;
+    const auto destination = find_destination(console, call.words[0], complaint);
+    if (!destination) return refusal(complaint, verdict::wrong_use);
+    const bool force = call.words.size() > 1;
+    const std::string was = desk::lock_text(console.desk, console.router, *destination);
+    const desk::objection found =
+        desk::remove_lock(console.desk, now, console.person, console.router, *destination, force,
+                          force ? call.words[1].text : "");
+    const bool foreign =
+        found.why == desk::reason::locked || found.why == desk::reason::protected_by_other;
+    if (foreign)
+        return refusal(found.detail + "; to break that, give a reason behind the destination.",
+                       verdict::refused);
+    if (found.why != desk::reason::none)
+        return refusal("Not unlocked: " + found.detail + ".", verdict::refused);
+    return {
+        .text = was + " no longer.\n",
+        .json = {{"router", console.router},
+                 {"destination", destination_json(console.desk, console.router, *destination)}}};
+}
+} // namespace
+
 const std::vector<command>& lock_commands()
 {
-    static const std::vector<command> COMMANDS = {};
+    static const std::vector<command> COMMANDS = {
+        {"lock",
+         {argument::destination, argument::text, argument::text},
+         1,
+         false,
+         false,
+         "DESTINATION [REASON] [DURATION]",
+         "let nobody route a destination from here",
+         "Nobody may route it, you included, until \"unlock\" or until the duration is over: a\n"
+         "number and s, m, h or d. It binds whoever works through this console; the router itself\n"
+         "knows nothing of it, and other panels can still route the destination.\n"
+         "  lock \"MON A\" \"on air\" 90m\n",
+         run_lock},
+        {"protect",
+         {argument::destination, argument::text, argument::text},
+         1,
+         false,
+         false,
+         "DESTINATION [REASON] [DURATION]",
+         "let nobody else route a destination from here",
+         "As lock, but you yourself may still route it. The router itself knows nothing of it.\n",
+         run_protect},
+        {"unlock",
+         {argument::destination, argument::text},
+         1,
+         false,
+         false,
+         "DESTINATION [REASON]",
+         "end a lock or a protection",
+         "Your own; one of somebody else's is broken when a reason is given, and that is kept.\n",
+         run_unlock},
+    };
     return COMMANDS;
 }
 
