@@ -55,12 +55,6 @@ bool has_outcome(const desk::house& house, const desk::ulid& batch)
 }
 
 namespace {
-std::string route_text(const console_state& console, const desk::route& route)
-{
-    return place_text(console, route.router, route.destination) + " <- " +
-           desk::source_name(console.desk, route.router, route.source);
-}
-
 std::string timed_out_text(const desk::wish& row)
 {
     if (!row.detail.empty()) return "timed out: " + row.detail;
@@ -147,21 +141,6 @@ std::string title_text(const desk::house& house, const desk::batch& batch)
     return title + (salvo == house.salvos.end() ? "" : " " + salvo->second.name) + ": ";
 }
 
-// "14 of 16 confirmed, slowest 212 ms, 2 shown already"
-std::string figures_text(const desk::batch& batch)
-{
-    const outcome_figures figures = figures_of(batch);
-    const std::size_t sent = batch.rows.size() - figures.unchanged;
-    std::string text = figures.confirmed == sent ? "all " + std::to_string(sent)
-                       : figures.confirmed == 0
-                           ? "none of " + std::to_string(sent)
-                           : std::to_string(figures.confirmed) + " of " + std::to_string(sent);
-    text += " confirmed";
-    if (figures.confirmed > 0) text += ", slowest " + duration(figures.slowest);
-    if (figures.unchanged > 0) text += ", " + std::to_string(figures.unchanged) + " shown already";
-    return text;
-}
-
 nlohmann::json outcome_row_json(const desk::desk_state& desk, const desk::wish& row)
 {
     nlohmann::json json = route_json(desk, row.wished, row.was);
@@ -181,6 +160,20 @@ std::string end_text(const desk::wish& row)
     const std::string end = end_itself(row);
     if (!row.confirmed_late_after) return end;
     return end + "; confirmed late, after " + duration(*row.confirmed_late_after);
+}
+
+std::string figures_text(const desk::batch& batch)
+{
+    const outcome_figures figures = figures_of(batch);
+    const std::size_t sent = batch.rows.size() - figures.unchanged;
+    std::string text = figures.confirmed == sent ? "all " + std::to_string(sent)
+                       : figures.confirmed == 0
+                           ? "none of " + std::to_string(sent)
+                           : std::to_string(figures.confirmed) + " of " + std::to_string(sent);
+    text += " confirmed";
+    if (figures.confirmed > 0) text += ", slowest " + duration(figures.slowest);
+    if (figures.unchanged > 0) text += ", " + std::to_string(figures.unchanged) + " shown already";
+    return text;
 }
 
 std::string outcome_text(const console_state& console, const desk::ulid& batch)

@@ -22,6 +22,9 @@ bool has_outcome(const desk::house& house, const desk::ulid& batch);
 std::string outcome_text(const console_state& console, const desk::ulid& batch);
 nlohmann::json outcome_json(const console_state& console, const desk::ulid& batch);
 
+// "14 of 16 confirmed, slowest 212 ms, 2 shown already": of a batch that has ended.
+std::string figures_text(const desk::batch& batch);
+
 // Of a wish that was confirmed after its outcome had been told. Empty, and null, when its batch is
 // known no longer.
 std::string late_text(const console_state& console, const desk::wish_id& id);

@@ -12,6 +12,12 @@ std::string place_text(const console_state& console, const std::string& router, 
     return name + " of " + (known == nullptr ? router : known->settings.name);
 }
 
+std::string route_text(const console_state& console, const desk::route& route)
+{
+    return place_text(console, route.router, route.destination) + " <- " +
+           desk::source_name(console.desk, route.router, route.source);
+}
+
 nlohmann::json destination_json(const desk::desk_state& desk, const std::string& router,
                                 int destination)
 {

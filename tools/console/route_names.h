@@ -11,6 +11,9 @@ namespace console {
 // "MON A", "MON A of back" on another router than the one in use.
 std::string place_text(const console_state& console, const std::string& router, int destination);
 
+// "MON A <- CAM 3"
+std::string route_text(const console_state& console, const desk::route& route);
+
 // {"index": 0, "name": "MON A"}
 nlohmann::json destination_json(const desk::desk_state& desk, const std::string& router,
                                 int destination);

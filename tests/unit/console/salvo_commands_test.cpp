@@ -1,0 +1,155 @@
+#include "server/desk/locks.h"
+#include "unit/console/console_test.h"
+
+namespace console {
+
+using testing::HasSubstr;
+
+class SalvoCommands : public ConsoleTest {
+  protected:
+    SalvoCommands()
+    {
+        setenv("TZ", "UTC", 1);
+        tzset();
+        console.desk.orders.clear();
+    }
+
+    // Routes of both routers.
+    void save_news()
+    {
+        ask("stage 1 3");
+        ask("stage 2 4");
+        ask("use back");
+        ask("stage 1 5");
+        ask("use main");
+        ask("salvo save NEWS");
+    }
+};
+
+TEST_F(SalvoCommands, SaveKeepsTheStageOfAllRouters)
+{
+    EXPECT_EQ(says("salvo list"), "There are no salvos.\n");
+    EXPECT_EQ(says("salvo save NEWS"), "Nothing is staged, so there is nothing to save.\n");
+    EXPECT_EQ(ask("salvo save NEWS").verdict, verdict::refused);
+    save_news();
+    ask("unstage 2");
+    EXPECT_EQ(says("salvo save news"), "Saved salvo news, version 2, 2 routes:\n"
+                                       "  MON A of back <- CAM 5\n"
+                                       "  MON A <- CAM 3\n");
+    EXPECT_EQ(says("salvo list"), "SALVO  ROUTES  VERSION  SAVED                BY\n"
+                                  "news        2        2  2026-11-21 14:02:11  anna\n");
+    const nlohmann::json expected = {{"command", "salvo list"},
+                                     {"salvos",
+                                      {{{"name", "news"},
+                                        {"version", 2},
+                                        {"saved", "2026-11-21T14:02:11.000Z"},
+                                        {"author", "anna"},
+                                        {"count", 2}}}}};
+    EXPECT_EQ(ask("salvo list").json, expected);
+    EXPECT_THAT(says("staged"), HasSubstr("MON A: CAM 1 -> CAM 3")) << "stays staged";
+    EXPECT_TRUE(console.desk.orders.empty());
+}
+
+TEST_F(SalvoCommands, ShowTellsWhatIsShownNowAndOfTheLastRun)
+{
+    save_news();
+    report(0, 2);
+    link(desk::link_state::down, "", "back");
+    EXPECT_EQ(says("salvo show news"),
+              "Salvo NEWS, version 1, saved by anna at 2026-11-21 14:02:11, 3 routes:\n"
+              "  MON A of back <- CAM 5 (what it shows now is not known)\n"
+              "  MON A <- CAM 3 (shown now)\n"
+              "  MON B <- CAM 4 (now CAM 1)\n");
+    ask("salvo take NEWS --rest");
+    EXPECT_THAT(says("salvo show NEWS"),
+                testing::EndsWith("Taken last at 2026-11-21 14:02:11: under way.\n"));
+    wait_ms(12);
+    carry_out(1, 3);
+    EXPECT_THAT(says("salvo show NEWS"),
+                testing::EndsWith("Taken last at 2026-11-21 14:02:11: 1 of 2 confirmed, slowest 12 "
+                                  "ms, 1 shown already.\n"));
+}
+
+TEST_F(SalvoCommands, TakeIsOneBatchOnAllRouters)
+{
+    save_news();
+    console.desk.orders.clear();
+    EXPECT_EQ(says("dry-run salvo take NEWS"), "Salvo NEWS, version 1:\n"
+                                               "Would take 3 routes:\n"
+                                               "  MON A of back: CAM 1 -> CAM 5\n"
+                                               "  MON A: CAM 1 -> CAM 3\n"
+                                               "  MON B: CAM 1 -> CAM 4\n");
+    EXPECT_TRUE(console.desk.orders.empty());
+    const answer told = ask("salvo take NE");
+    EXPECT_EQ(told.text, "Salvo NEWS, version 1:\n"
+                         "Taking 3 routes:\n"
+                         "  MON A of back: CAM 1 -> CAM 5\n"
+                         "  MON A: CAM 1 -> CAM 3\n"
+                         "  MON B: CAM 1 -> CAM 4\n");
+    EXPECT_EQ(told.json["salvo"], "NEWS");
+    EXPECT_EQ(console.desk.orders.size(), 2U) << "one for each router";
+    carry_out(0, 2);
+    carry_out(1, 3);
+    happened();
+    wait_ms(30);
+    carry_out(0, 4, "back");
+    EXPECT_THAT(happened(), HasSubstr("Salvo NEWS: all 3 confirmed, slowest 30 ms.\n"));
+}
+
+TEST_F(SalvoCommands, TakeSendsNothingWhenOneRouteIsBlocked)
+{
+    save_news();
+    console.desk.orders.clear();
+    link(desk::link_state::down, "lost", "back");
+    const answer told = ask("salvo take NEWS");
+    EXPECT_EQ(told.text, "Salvo NEWS, version 1:\n"
+                         "Nothing was sent: 1 of 3 routes is blocked:\n"
+                         "  MON A of back <- CAM 5: the link to back is down: lost\n"
+                         "With --rest, what can go goes.\n");
+    EXPECT_EQ(told.verdict, verdict::not_ready);
+    EXPECT_TRUE(console.desk.orders.empty());
+    EXPECT_EQ(says("salvo rollback NEWS"), "Salvo NEWS has not been taken here.\n");
+}
+
+TEST_F(SalvoCommands, RollbackPutsBackWhatTheLastRunChanged)
+{
+    save_news();
+    ask("salvo take NEWS");
+    carry_out(0, 2);
+    carry_out(1, 3);
+    carry_out(0, 4, "back");
+    report(1, 6);
+    console.desk.orders.clear();
+    const answer refused = ask("salvo rollback NEWS");
+    EXPECT_EQ(refused.text, "Salvo NEWS, taken at 2026-11-21 14:02:11:\n"
+                            "Nothing was sent: 1 of 3 routes is blocked:\n"
+                            "  MON B <- CAM 1: MON B was changed since: it shows CAM 7, taken by "
+                            "somebody else\n"
+                            "With --rest, what can go goes.\n");
+    EXPECT_EQ(refused.verdict, verdict::refused);
+    EXPECT_TRUE(console.desk.orders.empty());
+    EXPECT_THAT(says("salvo rollback NEWS --rest"), HasSubstr("Rolling back 2 of 3 routes:\n"
+                                                              "  MON A of back: CAM 5 -> CAM 1\n"
+                                                              "  MON A: CAM 3 -> CAM 1\n"));
+    EXPECT_EQ(console.desk.orders.size(), 2U);
+}
+
+TEST_F(SalvoCommands, DeleteForgetsASalvo)
+{
+    save_news();
+    EXPECT_EQ(says("salvo delete NEWS"), "Deleted salvo NEWS.\n");
+    EXPECT_EQ(says("salvo list"), "There are no salvos.\n");
+    for (const char* line : {"salvo delete NEWS", "salvo show NEWS", "salvo take NEWS"}) {
+        EXPECT_EQ(says(line), "There is no salvo \"NEWS\": no salvos are known.\n") << line;
+        EXPECT_EQ(ask(line).verdict, verdict::wrong_use) << line;
+    }
+}
+
+TEST_F(SalvoCommands, RefusesNamesThatNoSalvoCanHave)
+{
+    ask("stage 1 3");
+    EXPECT_EQ(says("salvo save ''"),
+              "Not saved: a salvo's name has 1 to 255 bytes, none for control.\n");
+}
+
+} // namespace console
