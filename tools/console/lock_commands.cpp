@@ -98,8 +98,8 @@ answer set_lock(console_state& console, const desk::moment& now, const call& cal
     std::string complaint;
     lock_words read;
     const auto destination = find_destination(console, call.words[0], complaint);
-    if (!destination || !read_lock(call, read, complaint))
-        return refusal(complaint, verdict::wrong_use);
+    if (!destination) return refuse_lookup(console, complaint);
+    if (!read_lock(call, read, complaint)) return refusal(complaint, verdict::wrong_use);
     const auto until = read.duration ? std::optional(now.utc + *read.duration) : std::nullopt;
     const desk::objection found = desk::set_lock(console.desk, now, console.person, console.router,
                                                  *destination, mode, read.reason, until);
@@ -121,7 +121,7 @@ answer run_unlock(console_state& console, const desk::moment& now, const call& c
 {
     std::string complaint;
     const auto destination = find_destination(console, call.words[0], complaint);
-    if (!destination) return refusal(complaint, verdict::wrong_use);
+    if (!destination) return refuse_lookup(console, complaint);
     const bool force = call.words.size() > 1;
     const std::string was = desk::lock_text(console.desk, console.router, *destination);
     const desk::objection found =

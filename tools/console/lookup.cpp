@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "server/desk/checks.h"
+#include "server/desk/words.h"
 #include "tools/common/numbers.h"
 #include "tools/common/text_width.h"
 
@@ -69,7 +70,8 @@ std::string unknown_text(const std::vector<candidate>& candidates, const std::st
     const std::string text = "There is no " + kind + " \"" + wanted + "\"";
     if (candidates.empty()) return text + ": no " + kind + "s are known.";
     const std::vector<std::size_t> similar = matches(candidates, wanted, contains);
-    if (similar.empty()) return text + "; \"" + kind + "s\" lists them.";
+    const std::string lister = kind == "salvo" ? "salvo list" : kind + "s";
+    if (similar.empty()) return text + "; \"" + lister + "\" lists them.";
     return text + "; there is " + list_text(candidates, similar) + ".";
 }
 
@@ -166,6 +168,18 @@ std::optional<desk::ulid> find_salvo(const console_state& console, const common:
     }
     const auto found = find(candidates, "salvo", wanted.text, complaint);
     return found ? std::optional(ids[*found]) : std::nullopt;
+}
+
+answer refuse_lookup(const console_state& console, const std::string& complaint)
+{
+    const desk::live_router& live = *desk::find_live(console.desk, console.router);
+    if (live.link == desk::link_state::ready || live.inputs > 0)
+        return refusal(complaint, verdict::wrong_use);
+    const desk::house_router& router = *desk::find_router(console.desk, console.router);
+    return refusal("The sources and destinations of " + router.settings.name +
+                       " are not known yet: its link is " + desk::text_of(live.link) +
+                       (live.link_reason.empty() ? "" : ": " + live.link_reason) + ".",
+                   verdict::not_ready);
 }
 
 } // namespace console

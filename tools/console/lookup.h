@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "console/answer.h"
 #include "console/console_state.h"
 #include "tools/common/words.h"
 
@@ -17,6 +18,10 @@ std::optional<int> find_source(const console_state& console, const common::word&
                                std::string& complaint);
 std::optional<int> find_destination(const console_state& console, const common::word& wanted,
                                     std::string& complaint);
+
+// The answer to a command with a word that names no source or no destination: not_ready while they
+// are not known, for then it may be right.
+answer refuse_lookup(const console_state& console, const std::string& complaint);
 
 // The id of a router of the desk, by its id or its name.
 std::optional<std::string> find_router(const console_state& console, const common::word& wanted,

@@ -22,7 +22,7 @@ bool find_route(const console_state& console, const call& call, desk::route& rou
     const auto destination = find_destination(console, call.words[0], complaint);
     const auto source = destination ? find_source(console, call.words[1], complaint) : std::nullopt;
     if (!source) {
-        wrong = refusal(complaint, verdict::wrong_use);
+        wrong = refuse_lookup(console, complaint);
         return false;
     }
     route = {console.router, *destination, *source};
@@ -60,7 +60,7 @@ answer run_disconnect(console_state& console, const desk::moment& now, const cal
 {
     std::string complaint;
     const auto destination = find_destination(console, call.words[0], complaint);
-    if (!destination) return refusal(complaint, verdict::wrong_use);
+    if (!destination) return refuse_lookup(console, complaint);
     return take_route(console, now, {console.router, *destination, desk::NO_SOURCE}, call.dry_run);
 }
 
@@ -68,7 +68,7 @@ answer run_back(console_state& console, const desk::moment& now, const call& cal
 {
     std::string complaint;
     const auto destination = find_destination(console, call.words[0], complaint);
-    if (!destination) return refusal(complaint, verdict::wrong_use);
+    if (!destination) return refuse_lookup(console, complaint);
     const auto router = console.before.find(console.router);
     if (router != console.before.end()) {
         const auto source = router->second.find(*destination);
@@ -208,7 +208,7 @@ answer run_unstage(console_state& console, const desk::moment& /*now*/, const ca
 {
     std::string complaint;
     const auto destination = find_destination(console, call.words[0], complaint);
-    if (!destination) return refusal(complaint, verdict::wrong_use);
+    if (!destination) return refuse_lookup(console, complaint);
     const std::string name = desk::destination_name(console.desk, console.router, *destination);
     if (!desk::unstage_row(console.desk, console.person, console.router, *destination))
         return refusal(name + " is not staged.", verdict::refused);

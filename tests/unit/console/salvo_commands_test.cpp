@@ -145,6 +145,13 @@ TEST_F(SalvoCommands, DeleteForgetsASalvo)
     }
 }
 
+TEST_F(SalvoCommands, AreListedByTheirOwnCommand)
+{
+    save_news();
+    EXPECT_EQ(says("salvo take weather"),
+              "There is no salvo \"weather\"; \"salvo list\" lists them.\n");
+}
+
 TEST_F(SalvoCommands, RefusesNamesThatNoSalvoCanHave)
 {
     ask("stage 1 3");

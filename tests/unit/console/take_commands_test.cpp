@@ -83,6 +83,24 @@ TEST_F(TakeCommands, TakeNeedsBothOrNeither)
     EXPECT_EQ(says("take 99 1"), "There is no destination 99: they are numbered 1 to 8.\n");
 }
 
+TEST_F(TakeCommands, NamesNothingOfARouterThatHasNotBeenReadYet)
+{
+    desk::router_settings settings;
+    settings.id = settings.name = "new";
+    settings.address = "10.0.0.5";
+    desk::set_router(console.desk, now, console.person, settings);
+    link(desk::link_state::down, "Connection refused", "new");
+    ask("use new");
+    for (const char* line : {"take 'MON A' 'CAM 3'", "stage 'MON A' 'CAM 3'", "back 'MON A'",
+                             "disconnect 'MON A'", "lock 'MON A'", "unlock 'MON A'"}) {
+        const answer told = ask(line);
+        EXPECT_EQ(told.text, "The sources and destinations of new are not known yet: its link is "
+                             "down: Connection refused.\n")
+            << line;
+        EXPECT_EQ(told.verdict, verdict::not_ready) << line;
+    }
+}
+
 TEST_F(TakeCommands, StageSendsNothingUntilItIsTaken)
 {
     EXPECT_EQ(says("stage 1 3"), "Staged MON A: CAM 1 -> CAM 3.\n");
