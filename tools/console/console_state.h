@@ -3,8 +3,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -15,6 +17,15 @@ namespace console {
 
 constexpr std::size_t HISTORY_KEPT = 5000; // entries; the oldest is forgotten
 
+struct link_memory {
+    bool ready = false;
+    std::uint32_t connection = 0; // the last that was ready
+    desk::wall lost{};            // when that was lost, unless the link is ready
+    std::set<std::string> told;   // what was said of the link since it was ready
+    int inputs = 0;               // as they were told last
+    int outputs = 0;
+};
+
 struct console_state {
     desk::desk_state desk;
     routers::running_routers running;
@@ -24,7 +35,9 @@ struct console_state {
     // By router: the last source but one that each destination was known to show.
     std::map<std::string, std::map<int, int>, std::less<>> before;
     std::map<std::string, std::map<int, int>, std::less<>> shown; // the last one
+    std::map<std::string, link_memory, std::less<>> links = {};   // by router, kept by events
     std::deque<desk::entry> history;                              // oldest first
+    std::size_t columns = 0; // of the terminal, which sets it; 0: lines may have any length
 };
 
 } // namespace console
