@@ -1,0 +1,138 @@
+#include "console/route_rows.h"
+
+#include "console/batch_text.h"
+#include "console/route_names.h"
+#include "console/times.h"
+#include "server/desk/stages.h"
+#include "server/desk/words.h"
+
+namespace console {
+
+namespace {
+const desk::staged_row* find_staged(const console_state& console, const std::string& router,
+                                    int destination)
+{
+    const auto stages = console.desk.stages.find(console.person.person);
+    if (stages == console.desk.stages.end()) return nullptr;
+    const auto stage = stages->second.find(router);
+    if (stage == stages->second.end()) return nullptr;
+    const auto row = stage->second.find(destination);
+    return row == stage->second.end() ? nullptr : &row->second;
+}
+
+// While the link that told the fact stood, it was true.
+std::optional<desk::wall> last_known(const console_state& console, const std::string& router,
+                                     const desk::fact& fact)
+{
+    if (fact.connection == 0) return std::nullopt;
+    const auto link = console.links.find(router);
+    const bool lost = link != console.links.end() && !link->second.ready &&
+                      link->second.connection == fact.connection;
+    return lost ? link->second.lost : fact.confirmed;
+}
+} // namespace
+
+route_row route_row_of(const console_state& console, const std::string& router, int destination)
+{
+    const desk::house_router& known = *desk::find_router(console.desk, router);
+    const desk::live_router& live = *desk::find_live(console.desk, router);
+    const auto index = static_cast<std::size_t>(destination);
+    const desk::fact fact = index < live.facts.size() ? live.facts[index] : desk::fact{};
+    route_row row;
+    row.router = router;
+    row.destination = position_at(console, router, desk::side::destinations, destination);
+    row.source = fact.source;
+    row.confirmed = fact.confirmed;
+    if (!desk::is_fresh(live, destination)) row.as_of = last_known(console, router, fact);
+    if (const auto open = live.open.find(destination); open != live.open.end())
+        row.wish = &open->second.back();
+    row.staged = find_staged(console, router, destination);
+    row.changed = row.staged != nullptr && desk::has_changed(live, destination, *row.staged);
+    if (const auto lock = known.locks.find(destination); lock != known.locks.end())
+        row.lock = &lock->second;
+    if (const auto trouble = live.troubled.find(destination); trouble != live.troubled.end())
+        row.trouble = desk::find_wish(console.desk.house, trouble->second);
+    row.ready = live.link == desk::link_state::ready;
+    return row;
+}
+
+bool is_problem(const route_row& row)
+{
+    const bool doubtful = row.ready && (row.as_of || row.source == desk::UNKNOWN_SOURCE);
+    return doubtful || row.changed || row.trouble != nullptr;
+}
+
+namespace {
+void add_state(std::string& text, const std::string& state)
+{
+    text += (text.empty() ? "" : "; ") + state;
+}
+} // namespace
+
+std::string state_text(const console_state& console, const route_row& row,
+                       std::optional<desk::wall> told_above)
+{
+    const auto name = [&](int source) {
+        return desk::source_name(console.desk, row.router, source);
+    };
+    std::string text;
+    if (row.as_of && row.as_of != told_above) add_state(text, "as of " + time_of_day(*row.as_of));
+    if (row.wish != nullptr)
+        add_state(text,
+                  "taking " + name(row.wish->source) + " (" + desk::text_of(row.wish->state) + ")");
+    if (row.trouble != nullptr)
+        add_state(text, name(row.trouble->wished.source) + " " + end_text(*row.trouble));
+    if (row.staged != nullptr)
+        add_state(text, "staged " + name(row.staged->source) +
+                            (row.changed ? " (showed " + name(row.staged->seen) + " then)" : ""));
+    if (row.lock != nullptr) add_state(text, lock_state(*row.lock));
+    return text;
+}
+
+std::string lock_state(const desk::lock& lock)
+{
+    return desk::text_of(lock.mode) + (" by " + lock.owner) +
+           (lock.reason.empty() ? "" : " (" + lock.reason + ")") +
+           (lock.until ? " until " + time_of_day(*lock.until) : "");
+}
+
+nlohmann::json lock_json(const desk::lock& lock)
+{
+    nlohmann::json json = {{"mode", lock.mode == desk::lock_mode::lock ? "lock" : "protect"},
+                           {"owner", lock.owner},
+                           {"reason", lock.reason},
+                           {"since", json_time(lock.since)},
+                           {"until", nullptr}};
+    if (lock.until) json["until"] = json_time(*lock.until);
+    return json;
+}
+
+nlohmann::json shown_json(const console_state& console, const route_row& row)
+{
+    const auto source = [&](int index) {
+        return source_json(console.desk, row.router, index);
+    };
+    nlohmann::json json = {
+        {"destination", destination_json(console.desk, row.router, row.destination.index)},
+        {"group", row.destination.group},
+        {"source", source(row.source)},
+        {"fresh", row.source != desk::UNKNOWN_SOURCE && !row.as_of},
+        {"problem", is_problem(row)}};
+    if (row.source != desk::UNKNOWN_SOURCE) json["confirmed"] = json_time(row.confirmed);
+    if (row.as_of) json["asOf"] = json_time(*row.as_of);
+    if (row.wish != nullptr)
+        json["wish"] = {{"source", source(row.wish->source)},
+                        {"state", desk::text_of(row.wish->state)}};
+    if (row.trouble != nullptr)
+        json["trouble"] = {{"source", source(row.trouble->wished.source)},
+                           {"outcome", code_of(row.trouble->end)},
+                           {"detail", row.trouble->detail}};
+    if (row.staged != nullptr)
+        json["staged"] = {{"source", source(row.staged->source)},
+                          {"seen", source(row.staged->seen)},
+                          {"changed", row.changed}};
+    if (row.lock != nullptr) json["lock"] = lock_json(*row.lock);
+    return json;
+}
+
+} // namespace console

@@ -1,0 +1,45 @@
+// What there is to tell of a destination: what it shows, what is wished and staged for it, its
+// lock, and what went wrong.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+
+#include "console/console_state.h"
+#include "console/positions.h"
+
+namespace console {
+
+// Its pointers are into the desk, until it changes. Each may be null.
+struct route_row {
+    std::string router;
+    position destination;
+    int source = desk::UNKNOWN_SOURCE;
+    desk::wall confirmed{};          // when the router said so last
+    std::optional<desk::wall> as_of; // the router may show another since; none: fresh, or unknown
+    const desk::open_wish* wish = nullptr; // the newest that is under way
+    const desk::staged_row* staged = nullptr;
+    bool changed = false; // it shows another source than when the row was staged
+    const desk::lock* lock = nullptr;
+    const desk::wish* trouble = nullptr; // its last wish, which ended badly
+    bool ready = false;                  // the link
+};
+
+// The desk must have the router.
+route_row route_row_of(const console_state& console, const std::string& router, int destination);
+
+// The last wish ended badly, what it shows is not known although the link is ready, or it has
+// changed since it was staged.
+bool is_problem(const route_row& row);
+
+// "taking CAM 4 (sent); staged CAM 5; locked by anna (on air)": all but what it shows. Of `as_of`
+// it tells when it is another time than `told_above`.
+std::string state_text(const console_state& console, const route_row& row,
+                       std::optional<desk::wall> told_above);
+std::string lock_state(const desk::lock& lock); // "locked by anna (on air) until 14:10:00"
+
+nlohmann::json lock_json(const desk::lock& lock);
+nlohmann::json shown_json(const console_state& console, const route_row& row);
+
+} // namespace console
