@@ -96,6 +96,14 @@ bool read_options(const command& command, call& call, std::string& complaint)
     return true;
 }
 
+// A filter at the end has any number of words.
+bool takes_as_many(const command& command, std::size_t words)
+{
+    const bool open_end =
+        !command.arguments.empty() && command.arguments.back() == argument::filter;
+    return words >= command.required && (open_end || words <= command.arguments.size());
+}
+
 answer run_words(console_state& console, const desk::moment& now, std::vector<common::word> words,
                  bool dry_run)
 {
@@ -107,7 +115,7 @@ answer run_words(console_state& console, const desk::moment& now, std::vector<co
     if (dry_run && !found->can_be_tried)
         return refusal("There is no dry run of " + std::string(found->name) + ".",
                        verdict::wrong_use);
-    if (call.words.size() < found->required || call.words.size() > found->arguments.size()) {
+    if (!takes_as_many(*found, call.words.size())) {
         const std::string usage = found->usage.empty() ? "" : " " + std::string(found->usage);
         return refusal("Usage: " + std::string(found->name) + usage, verdict::wrong_use);
     }

@@ -13,7 +13,7 @@
 
 namespace console {
 
-// What stands at a place of a command; for completion.
+// What stands at a place of a command. A filter, as the last one, may have any number of words.
 enum class argument { destination, source, router, salvo, filter, setting, command, file, text };
 
 struct call {
