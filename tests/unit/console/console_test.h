@@ -3,6 +3,8 @@
 // to the desk.
 #pragma once
 
+#include <cstdlib>
+#include <ctime>
 #include <gmock/gmock.h>
 
 #include "console/commands.h"
@@ -34,6 +36,8 @@ class ConsoleTest : public testing::Test {
 
     ConsoleTest()
     {
+        setenv("TZ", "UTC0", 1);
+        tzset();
         add_router("main");
         add_router("back");
         happened();
