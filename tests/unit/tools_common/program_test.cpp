@@ -5,8 +5,10 @@
 #include "tools/common/program.h"
 
 using namespace common;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::MatchesRegex;
+using testing::StartsWith;
 
 namespace {
 class Program : public testing::Test {
@@ -61,7 +63,22 @@ TEST_F(Program, EndsWithOneAfterWrongArguments)
     EXPECT_EQ(parse({"tool", "--count", "many"}), 1);
     EXPECT_EQ(parse({"tool", "--other"}), 1);
     EXPECT_EQ(output.str(), "");
-    EXPECT_THAT(errors.str(), HasSubstr("--other"));
+    EXPECT_THAT(errors.str(), EndsWith("unknown option --other\n"
+                                       "Run with --help for more information.\n"));
+    EXPECT_EQ(parse({"tool", "word"}), 1);
+    EXPECT_THAT(errors.str(), HasSubstr("\nunexpected argument word\n"));
+}
+
+TEST_F(Program, LeavesTheWordsOfACommand)
+{
+    CLI::App app("Does something.", "tool");
+    app.prefix_command();
+    const std::vector<const char*> command = {"tool", "take", "1", "--rest"};
+    EXPECT_EQ(parse_arguments(app, 4, command.data(), output, errors), std::nullopt);
+    EXPECT_EQ(app.remaining(), (std::vector<std::string>{"take", "1", "--rest"}));
+    const std::vector<const char*> option = {"tool", "--other", "take"};
+    EXPECT_EQ(parse_arguments(app, 3, option.data(), output, errors), 1);
+    EXPECT_THAT(errors.str(), StartsWith("unknown option --other\n"));
 }
 
 TEST_F(Program, StatusIsThatOfItsRunOrOneAfterAnException)

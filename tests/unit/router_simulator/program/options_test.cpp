@@ -110,8 +110,8 @@ TEST_F(SimulatorOptions, AreRefusedWhenTheyMakeNoSense)
     EXPECT_EQ(refusal({"--model", "A\tB"}), "--model: the text holds a control character");
     EXPECT_EQ(refusal({"--title", std::string(201, 'x').c_str()}),
               "--title: the text is longer than 200 bytes");
-    EXPECT_EQ(refusal({"--bogus"}), "The following argument was not expected: --bogus");
-    EXPECT_EQ(refusal({"12345"}), "The following argument was not expected: 12345");
+    EXPECT_EQ(refusal({"--bogus"}), "unknown option --bogus");
+    EXPECT_EQ(refusal({"12345"}), "unexpected argument 12345");
 }
 
 TEST_F(SimulatorOptions, AreExplained)
