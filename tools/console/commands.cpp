@@ -52,7 +52,8 @@ const command* find_exactly(std::string_view name)
     return found == commands.end() ? nullptr : &*found;
 }
 
-// Removes the words that name the command.
+} // namespace
+
 const command* find_command(std::vector<common::word>& words, std::string& complaint)
 {
     std::vector<std::string_view> firsts;
@@ -77,6 +78,7 @@ const command* find_command(std::vector<common::word>& words, std::string& compl
     return find_exactly(whole + " " + std::string(second));
 }
 
+namespace {
 // Takes the options out of the words. False, with a sentence, when there is one that the command
 // does not understand.
 bool read_options(const command& command, call& call, std::string& complaint)

@@ -43,6 +43,11 @@ const std::vector<command>& show_commands();    // show_commands.cpp: routes, na
 const std::vector<command>& record_commands();  // record_commands.cpp: history, trace, log, watch
 const std::vector<command>& setting_commands(); // setting_commands.cpp: use, set, save, load
 
+// The command that these words begin with, at least one, and removes those that name it. Null, with
+// a sentence, when there is none; then of a command of two words the first is removed if it is
+// good.
+const command* find_command(std::vector<common::word>& words, std::string& complaint);
+
 // Runs one command of one word at least. Its name may be shortened to a beginning of two characters
 // at least that no other has.
 answer run_command(console_state& console, const desk::moment& now,
