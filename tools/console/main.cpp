@@ -1,22 +1,48 @@
 // A terminal for a person, on a desk of routers.
-#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cerrno>
+#include <clocale>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
+#include <iostream>
+#include <pwd.h>
 #include <random>
 #include <string>
-#include <vector>
+#include <unistd.h>
 
+#include "console/router_options.h"
 #include "console/script.h"
 #include "console/session.h"
 #include "server/desk/setup.h"
 #include "server/desk/start.h"
-#include "tools/common/numbers.h"
 #include "tools/common/program.h"
 
 using namespace console;
 
 namespace {
+constexpr int STATUS_OF_SIGNAL = 128; // and its number, as shells say it
+
+// A folder that nobody else can read, removed with the record.
+struct private_folder {
+    std::string path = (std::filesystem::temp_directory_path() / "router_console.XXXXXX").string();
+
+    private_folder()
+    {
+        if (mkdtemp(path.data()) == nullptr)
+            throw std::runtime_error("cannot make a folder " + path + ": " + std::strerror(errno));
+    }
+    private_folder(const private_folder&) = delete;
+    private_folder& operator=(const private_folder&) = delete;
+    ~private_folder()
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+};
+
 std::string backend_beside_console()
 {
     std::error_code error;
@@ -24,57 +50,101 @@ std::string backend_beside_console()
     return (console.parent_path() / "routing_switcher_backend").string();
 }
 
-void print_plain(const std::string& text)
+std::string login_name()
 {
-    std::fputs(text.c_str(), stdout);
-    std::fflush(stdout);
+    const passwd* const user = getpwuid(getuid());
+    return user == nullptr ? "operator" : user->pw_name;
 }
 
-desk::router_settings read_router(const std::string& text)
+// Characters are UTF-8 also where the environment says nothing.
+void choose_characters()
 {
-    desk::router_settings settings;
-    const std::size_t equals = text.find('=');
-    const std::size_t colon = text.find(':', equals);
-    settings.id.assign(text, 0, equals);
-    settings.name = settings.id;
-    settings.address.assign(text, equals + 1, colon - equals - 1);
-    common::read_decimal(std::string_view(text).substr(colon + 1), settings.port);
-    return settings;
+    const char* const chosen = std::setlocale(LC_CTYPE, "");
+    if (chosen == nullptr || std::string(chosen) == "C") std::setlocale(LC_CTYPE, "C.UTF-8");
+}
+
+// False, with the reason, when a router's settings are not good.
+bool add_routers(console_state& console, const console_options& options, std::string& error)
+{
+    for (const desk::router_settings& router : options.routers) {
+        const desk::objection wrong = desk::set_router(console.desk, now(), console.person, router);
+        if (wrong.why == desk::reason::none) continue;
+        error = router.name + ": " + wrong.detail;
+        return false;
+    }
+    console.router = options.routers.front().id;
+    return true;
+}
+
+bool is_for_terminal(const console_options& options)
+{
+    return options.words.empty() && !options.json && isatty(STDIN_FILENO) != 0 &&
+           isatty(STDOUT_FILENO) != 0;
+}
+
+void run_session(console_session& session, const console_options& options)
+{
+    if (options.words.empty())
+        run_script(session, options.wait_ready);
+    else
+        run_single(session, options.words, options.wait_ready);
+}
+
+int status_of(const console_session& session)
+{
+    if (session.signal != 0) return STATUS_OF_SIGNAL + session.signal;
+    switch (session.worst) {
+    case verdict::done:
+        return 0;
+    case verdict::wrong_use:
+        return common::EXIT_WRONG_ARGUMENTS;
+    case verdict::refused:
+        return 2;
+    case verdict::not_ready:
+        return 3;
+    }
+    return 0;
+}
+
+int run(const console_options& options)
+{
+    if (access(options.backend.c_str(), X_OK) != 0)
+        throw std::runtime_error("cannot run " + options.backend + ": " + std::strerror(errno));
+    console_session session;
+    if (is_for_terminal(options))
+        catch_signals(session, {SIGINT, SIGTERM, SIGHUP, SIGTSTP, SIGCONT, SIGWINCH});
+    else
+        catch_signals(session, {SIGINT, SIGTERM, SIGHUP});
+    const private_folder folder;
+    console_state& console = session.console;
+    console.desk = desk::make_desk(std::random_device()());
+    console.person = {options.person, "console", {desk::right::administer, {}, {}}};
+    console.running.program = options.backend;
+    console.running.folder = folder.path;
+    session.json = options.json;
+    // Once nobody reads any more there is nothing left to do.
+    session.print = session.show = [&](const std::string& text) {
+        if (std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0) session.quit = true;
+    };
+    std::string error;
+    if (!add_routers(console, options, error)) return common::refuse_arguments(error, std::cerr);
+    run_session(session, options);
+    close_session(session);
+    return is_for_terminal(options) ? 0 : status_of(session); // a person has seen it all
 }
 
 int run_program(int argument_count, const char* const* arguments)
 {
-    CLI::App app("A console for video routers.", "router_console");
-    std::vector<std::string> routers;
-    std::string backend = backend_beside_console();
-    app.add_option("--router", routers, "a router")->type_name("NAME=ADDRESS[:PORT]");
-    app.add_option("--backend", backend, "the backend's program; default: beside this one")
-        ->type_name("PATH");
-    if (const auto status = common::parse_arguments(app, argument_count, arguments)) return *status;
-    console_session session;
-    session.print = print_plain;
-    console_state& console = session.console;
-    console.desk = desk::make_desk(std::random_device()());
-    console.person = {"operator", "console", {desk::right::administer, {}, {}}};
-    std::string folder = "/tmp/router_console.XXXXXX";
-    if (mkdtemp(folder.data()) == nullptr) return 1;
-    console.running.program = backend;
-    console.running.folder = folder;
-    for (const std::string& text : routers) {
-        const desk::router_settings settings = read_router(text);
-        const auto wrong = desk::set_router(console.desk, now(), console.person, settings);
-        if (wrong.why != desk::reason::none) return std::puts(wrong.detail.c_str()), 1;
-        if (console.router.empty()) console.router = settings.id;
-    }
-    wait_until_ready(session, console.router, std::chrono::seconds(10));
-    run_script(session);
-    close_session(session);
-    std::filesystem::remove_all(folder);
-    return session.worst == verdict::done ? 0 : 2;
+    console_options options;
+    options.backend = backend_beside_console();
+    options.person = login_name();
+    const auto status = read_options(argument_count, arguments, options, std::cout, std::cerr);
+    return status ? *status : run(options);
 }
 } // namespace
 
 int main(int argument_count, char** arguments)
 {
+    choose_characters();
     return common::run_main(run_program, argument_count, arguments);
 }

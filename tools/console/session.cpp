@@ -1,31 +1,72 @@
 #include "console/session.h"
 
 #include <algorithm>
+#include <csignal>
+#include <sys/signalfd.h>
+#include <unistd.h>
 #include <vector>
 
 #include "console/batch_text.h"
 #include "console/commands.h"
 #include "console/events.h"
-#include "tools/common/words.h"
+#include "console/safe_text.h"
+#include "server/desk/words.h"
 
 namespace console {
 
 namespace {
 constexpr std::chrono::hours NO_TIME_LIMIT{24};
 constexpr std::chrono::seconds FAREWELL_TIME{2}; // more than a backend is given to end
+constexpr std::chrono::seconds QUIET_TIME{1};    // then a router has told the routes that it tells
 
 void note_verdict(console_session& session, verdict seen)
 {
     session.worst = std::max(session.worst, seen);
 }
 
+// One line; what is no UTF-8 is replaced, and all beyond ASCII is written as escapes.
+std::string json_line(nlohmann::json object, const char* type)
+{
+    object["type"] = type;
+    return object.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace) + "\n";
+}
+
+const char* code_of(verdict verdict)
+{
+    switch (verdict) {
+    case verdict::done:
+        return "done";
+    case verdict::wrong_use:
+        return "wrongUse";
+    case verdict::refused:
+        return "refused";
+    case verdict::not_ready:
+        return "notReady";
+    }
+    return "";
+}
+
+void print_event(console_session& session, const std::string& text, const nlohmann::json& json)
+{
+    session.print(session.json ? json_line(json, "event") : safe_text(text));
+}
+
+// Only the end of wishes still counts while the session closes.
+bool is_wanted(const console_session& session, const notice& notice)
+{
+    if (session.closing) return notice.json.value("event", "") == "outcome";
+    return notice.always || session.follow;
+}
+
 void print_notices(console_session& session)
 {
     std::vector<notice> notices;
     take_events(session.console, now(), notices);
+    std::string text;
     for (const notice& each : notices)
-        if (each.always || session.follow)
-            session.print(session.json ? each.json.dump() + "\n" : each.text);
+        if (is_wanted(session, each))
+            text += session.json ? json_line(each.json, "event") : safe_text(each.text);
+    if (!text.empty()) session.print(text);
 }
 } // namespace
 
@@ -36,16 +77,41 @@ desk::moment now()
             duration_cast<desk::wall>(system_clock::now().time_since_epoch())};
 }
 
+void catch_signals(console_session& session, std::initializer_list<int> signals)
+{
+    sigset_t set;
+    sigemptyset(&set);
+    for (const int each : signals)
+        sigaddset(&set, each);
+    sigprocmask(SIG_BLOCK, &set, nullptr);
+    session.signals = common::owned_descriptor(signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
+}
+
+bool goes_on(const console_session& session)
+{
+    return !session.quit && session.signal == 0;
+}
+
 void serve_session(console_session& session)
 {
     routers::serve_routers(session.console.running, session.console.desk, now());
     print_notices(session);
 }
 
+namespace {
+int next_signal(const console_session& session)
+{
+    signalfd_siginfo info{};
+    const ssize_t length = read(session.signals.number, &info, sizeof info);
+    return length == static_cast<ssize_t>(sizeof info) ? static_cast<int>(info.ssi_signo) : 0;
+}
+} // namespace
+
 void wait_session(console_session& session, std::span<pollfd> watched,
                   std::optional<std::chrono::milliseconds> time_out)
 {
     std::vector<pollfd> descriptors(watched.begin(), watched.end());
+    descriptors.push_back({session.signals.number, POLLIN, 0});
     routers::add_poll_descriptors(session.console.running, descriptors);
     const desk::moment begun = now();
     std::chrono::milliseconds pause = time_out.value_or(NO_TIME_LIMIT);
@@ -54,6 +120,7 @@ void wait_session(console_session& session, std::span<pollfd> watched,
                            std::chrono::milliseconds(0), pause);
     poll(descriptors.data(), descriptors.size(), static_cast<int>(pause.count()));
     std::copy_n(descriptors.begin(), watched.size(), watched.begin());
+    if (session.signal == 0) session.signal = next_signal(session);
     routers::serve_routers(session.console.running, session.console.desk, now(), descriptors);
     print_notices(session);
 }
@@ -61,60 +128,187 @@ void wait_session(console_session& session, std::span<pollfd> watched,
 namespace {
 void wait_for_batch(console_session& session, const desk::ulid& batch)
 {
-    while (!has_ended(session.console.desk.house, batch))
+    while (!has_ended(session.console.desk.house, batch) && goes_on(session))
         wait_session(session, {});
     const auto found = session.console.desk.house.batches.find(batch);
     if (found != session.console.desk.house.batches.end())
         note_verdict(session, verdict_of(found->second));
 }
 
+void print_answer(console_session& session, const answer& answer)
+{
+    note_verdict(session, answer.verdict);
+    if (session.json) {
+        nlohmann::json json = answer.json;
+        json["verdict"] = code_of(answer.verdict);
+        session.print(json_line(json, "answer"));
+    } else if (!answer.text.empty()) {
+        session.show(safe_text(answer.text));
+    }
+}
+} // namespace
+
+void complain(console_session& session, const std::string& sentence, verdict why)
+{
+    print_answer(session, refusal(sentence, why));
+}
+
 void run_words(console_session& session, const std::vector<common::word>& words, bool wait)
 {
     const answer answer = run_command(session.console, now(), words);
-    note_verdict(session, answer.verdict);
-    if (session.json)
-        session.print(answer.json.dump() + "\n");
-    else if (!answer.text.empty())
-        session.print(answer.text);
-    session.quit = answer.quit;
-    session.follow = session.follow || answer.follow;
+    print_answer(session, answer);
+    session.quit = session.quit || answer.quit;
     serve_session(session);
     if (wait && !answer.batch.is_none()) wait_for_batch(session, answer.batch);
+    if (!answer.follow || !goes_on(session)) return;
+    session.follow = true;
+    session.watch();
+    session.follow = false;
 }
-} // namespace
 
 void run_line(console_session& session, std::string_view line, bool wait)
 {
     const common::split_line split = common::split_words(line);
-    if (split.open_quote) {
-        session.print("A quote is not closed.\n");
-        return note_verdict(session, verdict::wrong_use);
-    }
+    if (split.open_quote) return complain(session, "A quote is not closed.", verdict::wrong_use);
     for (const std::vector<common::word>& words : split.commands) {
-        if (session.quit) return;
+        if (!goes_on(session)) return;
         run_words(session, words, wait);
     }
 }
 
-bool wait_until_ready(console_session& session, const std::string& router,
-                      std::chrono::milliseconds limit)
+namespace {
+// Nothing more is to be learnt soon.
+bool is_settled(const desk::live_router& live)
+{
+    return live.link != desk::link_state::connecting && live.link != desk::link_state::reading;
+}
+
+bool all_settled(const desk::desk_state& desk)
+{
+    return std::all_of(desk.live.begin(), desk.live.end(),
+                       [](const auto& each) { return is_settled(each.second); });
+}
+
+std::string seconds_text(std::chrono::milliseconds time)
+{
+    std::string text = std::to_string(static_cast<double>(time.count()) / 1000);
+    text.erase(text.find_last_not_of('0') + 1);
+    if (text.ends_with('.')) text.pop_back();
+    return text + " s";
+}
+
+// Which address and port did not answer, and why.
+void tell_not_ready(console_session& session, std::chrono::milliseconds limit)
+{
+    const desk::router_settings& settings =
+        desk::find_router(session.console.desk, session.console.router)->settings;
+    const desk::live_router& live = *desk::find_live(session.console.desk, settings.id);
+    const std::string place = settings.address + ":" + std::to_string(settings.port);
+    std::string text = settings.name + " cannot be reached: " + live.link_reason + ".\n";
+    if (live.link == desk::link_state::connecting)
+        text =
+            settings.name + " (" + place + ") did not answer within " + seconds_text(limit) + ".\n";
+    else if (live.link != desk::link_state::off)
+        text = settings.name + " (" + place + ") is not ready after " + seconds_text(limit) + ": " +
+               live.link_reason + ".\n";
+    print_event(session, text,
+                {{"event", "notReady"},
+                 {"router", settings.id},
+                 {"address", settings.address},
+                 {"port", settings.port},
+                 {"link", desk::text_of(live.link)},
+                 {"reason", live.link_reason}});
+}
+} // namespace
+
+bool wait_until_ready(console_session& session, std::chrono::milliseconds limit)
 {
     const auto end = now().steady + limit;
     serve_session(session);
-    while (desk::find_live(session.console.desk, router)->link != desk::link_state::ready) {
+    const desk::live_router& live = *desk::find_live(session.console.desk, session.console.router);
+    const auto is_ready = [&] {
+        return live.link == desk::link_state::ready;
+    };
+    while (!(is_ready() && all_settled(session.console.desk)) &&
+           live.link != desk::link_state::off && goes_on(session)) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - now().steady);
-        if (left.count() <= 0) return false;
+        if (left.count() <= 0) break;
         wait_session(session, {}, left);
     }
-    return true;
+    if (!is_ready() && goes_on(session)) tell_not_ready(session, limit);
+    return is_ready();
 }
+
+namespace {
+int routes_known(const desk::live_router& live)
+{
+    int known = 0;
+    for (int i = 0; i < live.outputs; ++i)
+        if (desk::is_fresh(live, i)) ++known;
+    return known;
+}
+} // namespace
+
+void wait_for_routes(console_session& session)
+{
+    const desk::live_router& live = *desk::find_live(session.console.desk, session.console.router);
+    int known = -1;
+    desk::monotonic grown{};
+    while (live.link == desk::link_state::ready && known < live.outputs && goes_on(session)) {
+        const desk::monotonic time = now().steady;
+        if (routes_known(live) > known) {
+            known = routes_known(live);
+            grown = time;
+        }
+        if (time - grown >= QUIET_TIME) return;
+        wait_session(session, {}, std::chrono::milliseconds(100));
+    }
+}
+
+namespace {
+std::vector<desk::ulid> open_batches(const desk::house& house)
+{
+    std::vector<desk::ulid> open;
+    for (const auto& [id, batch] : house.batches)
+        if (!has_ended(house, id)) open.push_back(id);
+    return open;
+}
+
+std::string unknown_text(const desk::desk_state& desk, const desk::batch& batch)
+{
+    std::string text;
+    for (const desk::wish& row : batch.rows)
+        if (row.end == desk::outcome::open)
+            text += desk::destination_name(desk, row.wished.router, row.wished.destination) +
+                    " <- " + desk::source_name(desk, row.wished.router, row.wished.source) +
+                    ": it is not known what became of it.\n";
+    return text;
+}
+
+void tell_unknown(console_session& session)
+{
+    for (const desk::ulid& id : open_batches(session.console.desk.house)) {
+        note_verdict(session, verdict::refused);
+        print_event(session,
+                    unknown_text(session.console.desk, session.console.desk.house.batches.at(id)),
+                    outcome_json(session.console, id));
+    }
+}
+} // namespace
 
 void close_session(console_session& session)
 {
-    const auto end = now().steady + FAREWELL_TIME;
+    auto end = now().steady + FAREWELL_TIME;
+    constexpr std::chrono::milliseconds TURN{100};
+    while (!open_batches(session.console.desk.house).empty() && session.signal == 0 &&
+           now().steady < end)
+        wait_session(session, {}, TURN);
+    session.closing = true;
+    end = now().steady + FAREWELL_TIME;
     routers::stop_routers(session.console.running, now());
     while (routers::any_running(session.console.running) && now().steady < end)
-        wait_session(session, {}, std::chrono::milliseconds(100));
+        wait_session(session, {}, TURN);
+    tell_unknown(session);
 }
 
 } // namespace console
