@@ -16,6 +16,7 @@
 #include "console/router_options.h"
 #include "console/script.h"
 #include "console/session.h"
+#include "console/terminal.h"
 #include "server/desk/setup.h"
 #include "server/desk/start.h"
 #include "tools/common/program.h"
@@ -84,7 +85,9 @@ bool is_for_terminal(const console_options& options)
 
 void run_session(console_session& session, const console_options& options)
 {
-    if (options.words.empty())
+    if (is_for_terminal(options))
+        run_terminal(session);
+    else if (options.words.empty())
         run_script(session, options.wait_ready);
     else
         run_single(session, options.words, options.wait_ready);
