@@ -1,0 +1,303 @@
+#include <algorithm>
+#include <limits>
+
+#include "console/house_json.h"
+#include "console/house_words.h"
+#include "console/json_places.h"
+#include "server/desk/desk.h"
+#include "server/desk/salvos.h"
+#include "server/desk/setup.h"
+#include "server/desk/start.h"
+#include "server/desk/words.h"
+
+namespace console {
+
+namespace {
+using nlohmann::json;
+
+constexpr long long LAST_TIME = 253'402'300'799'999;     // the year 9999
+constexpr long long LONGEST_DURATION = LAST_TIME * 1000; // in microseconds
+constexpr int LAST_ROUTED = desk::ROUTED_POSITIONS - 1;
+constexpr int LAST_NUMBER = std::numeric_limits<int>::max();
+
+desk::wall read_time(const place& at)
+{
+    return desk::wall(read_integer(at, 0, LAST_TIME));
+}
+
+int read_source(const place& at, int most)
+{
+    if (at.value.is_null()) return desk::NO_SOURCE;
+    if (at.value == "unknown") return desk::UNKNOWN_SOURCE;
+    return read_int(at, 0, most);
+}
+
+// None is the desk's own word for "no batch" and names nothing.
+desk::ulid read_ulid(const std::string& text, const place& at)
+{
+    desk::ulid id;
+    if (!desk::read_id(text, id) || id.is_none()) complain(at, "is no identifier");
+    return id;
+}
+
+desk::ulid read_ulid(const place& at)
+{
+    return read_ulid(read_text(at), at);
+}
+
+desk::wish_id read_wish_id(const place& at)
+{
+    expect_members(at, {"batch", "row"});
+    return {read_ulid(member(at, "batch")),
+            static_cast<std::uint32_t>(
+                read_int(member(at, "row"), 0, static_cast<int>(desk::ROWS_PER_BATCH) - 1))};
+}
+
+// With positions up to these.
+desk::route read_route(const place& at, int last_destination, int last_source)
+{
+    return {read_text(member(at, "router"), desk::ROUTER_ID_LENGTH),
+            read_int(member(at, "destination"), 0, last_destination),
+            read_source(member(at, "source"), last_source)};
+}
+
+// The desk itself judges them.
+desk::router_settings read_settings(const std::string& id, const place& at)
+{
+    expect_members(
+        at, {"name", "address", "port", "inputs", "outputs", "firstNumber", "confirmationLimit"});
+    desk::router_settings settings;
+    settings.id = id;
+    settings.name = read_text(member(at, "name"));
+    settings.address = read_text(member(at, "address"));
+    settings.port = read_int(member(at, "port"), 0, LAST_NUMBER);
+    settings.inputs = read_int(member(at, "inputs"), 0, LAST_NUMBER);
+    settings.outputs = read_int(member(at, "outputs"), 0, LAST_NUMBER);
+    settings.first_number = read_int(member(at, "firstNumber"), 0, LAST_NUMBER);
+    settings.confirmation_limit =
+        std::chrono::milliseconds(read_int(member(at, "confirmationLimit"), 0, LAST_NUMBER));
+    desk::desk_state judge = desk::make_desk(0);
+    const desk::actor all_powerful{"reader", "", {desk::right::administer, {}, {}}};
+    const desk::objection found = desk::set_router(judge, {}, all_powerful, settings);
+    if (found.why != desk::reason::none) complain(at, "is wrong: " + found.detail);
+    return judge.house.routers.begin()->second.settings;
+}
+
+std::map<int, desk::label> read_labels(const place& at)
+{
+    std::map<int, desk::label> labels;
+    read_array(at, desk::POSITIONS, [&](const place& each) {
+        expect_members(each, {"index", "alias", "group"});
+        const desk::label label{read_text(member(each, "alias"), desk::TEXT_LENGTH),
+                                read_text(member(each, "group"), desk::TEXT_LENGTH)};
+        const int index = read_int(member(each, "index"), 0, desk::POSITIONS - 1);
+        if (label == desk::label{}) complain(each, "is an empty label");
+        if (!labels.emplace(index, label).second) complain(each, "is for an index that has one");
+    });
+    return labels;
+}
+
+desk::lock read_lock(const place& at)
+{
+    expect_members(at, {"index", "mode", "owner", "reason", "since", "until"});
+    desk::lock lock{read_word(member(at, "mode"), LOCK_MODES),
+                    read_text(member(at, "owner")),
+                    read_text(member(at, "reason"), desk::TEXT_LENGTH),
+                    read_time(member(at, "since")),
+                    {}};
+    if (has(at, "until")) lock.until = read_time(member(at, "until"));
+    return lock;
+}
+
+desk::house_router read_router(const std::string& id, const place& at)
+{
+    expect_members(at, {"settings", "sourceLabels", "destinationLabels", "locks", "authors"});
+    desk::house_router router;
+    router.settings = read_settings(id, member(at, "settings"));
+    router.source_labels = read_labels(member(at, "sourceLabels"));
+    router.destination_labels = read_labels(member(at, "destinationLabels"));
+    read_array(member(at, "locks"), desk::ROUTED_POSITIONS, [&](const place& each) {
+        const desk::lock lock = read_lock(each);
+        if (!router.locks.emplace(read_int(member(each, "index"), 0, LAST_ROUTED), lock).second)
+            complain(each, "is for an index that has one");
+    });
+    read_array(member(at, "authors"), desk::ROUTED_POSITIONS, [&](const place& each) {
+        expect_members(each, {"index", "source", "by"});
+        desk::authorship author{read_source(member(each, "source"), LAST_ROUTED), {}};
+        if (has(each, "by")) author.by = read_wish_id(member(each, "by"));
+        const int index = read_int(member(each, "index"), 0, LAST_ROUTED);
+        if (!router.authors.emplace(index, author).second)
+            complain(each, "is for an index that has one");
+    });
+    return router;
+}
+
+desk::salvo_version read_version(const place& at, int least_number)
+{
+    expect_members(at, {"number", "author", "saved", "rows"});
+    desk::salvo_version version{read_int(member(at, "number"), least_number, LAST_NUMBER),
+                                read_text(member(at, "author")),
+                                read_time(member(at, "saved")),
+                                {}};
+    read_array(member(at, "rows"), desk::ROWS_PER_BATCH, [&](const place& each) {
+        expect_members(each, {"router", "destination", "source"});
+        version.rows.push_back(read_route(each, LAST_ROUTED, LAST_ROUTED));
+        if (version.rows.back().source == desk::UNKNOWN_SOURCE)
+            complain(each, "has a source that is not known");
+    });
+    if (version.rows.empty()) complain(at, "has no rows");
+    return version;
+}
+
+desk::salvo read_salvo(const place& at, const desk::house& house)
+{
+    expect_members(at, {"name", "versions"});
+    desk::salvo salvo;
+    salvo.name = read_text(member(at, "name"), desk::TEXT_LENGTH);
+    if (salvo.name.empty() || desk::cut_text(salvo.name) != salvo.name)
+        complain(at, "has a name that no salvo can have");
+    if (desk::find_salvo(house, salvo.name)) complain(at, "has the name of another salvo");
+    int least_number = 1;
+    read_array(member(at, "versions"), desk::VERSIONS_PER_SALVO, [&](const place& each) {
+        salvo.versions.push_back(read_version(each, least_number));
+        least_number = salvo.versions.back().number;
+        if (least_number == LAST_NUMBER) complain(each, "has a number that none can follow");
+        ++least_number;
+    });
+    if (salvo.versions.empty()) complain(at, "has no versions");
+    return salvo;
+}
+
+std::optional<desk::monotonic> read_duration(const place& of, const char* name)
+{
+    if (!has(of, name)) return std::nullopt;
+    return desk::monotonic(read_integer(member(of, name), 0, LONGEST_DURATION));
+}
+
+desk::wish read_wish(const place& at)
+{
+    expect_members(at, {"router", "destination", "source", "was", "end", "unchanged", "why",
+                        "detail", "sentAfter", "endedAfter", "confirmedLateAfter", "accepted"});
+    desk::wish wish;
+    wish.was = read_source(member(at, "was"), LAST_ROUTED);
+    wish.end = read_word(member(at, "end"), OUTCOMES);
+    wish.unchanged = read_flag(at, "unchanged");
+    if (has(at, "why")) wish.why = read_word(member(at, "why"), REASONS);
+    if (has(at, "detail")) wish.detail = read_text(member(at, "detail"));
+    wish.sent_after = read_duration(at, "sentAfter");
+    wish.ended_after = read_duration(at, "endedAfter");
+    wish.confirmed_late_after = read_duration(at, "confirmedLateAfter");
+    wish.accepted = read_flag(at, "accepted");
+    // One that was refused at once may have asked for what there is not.
+    const int last = desk::was_accepted(wish) ? LAST_ROUTED : LAST_NUMBER;
+    wish.wished = read_route(at, last, last);
+    return wish;
+}
+
+desk::batch read_batch(const place& at)
+{
+    expect_members(
+        at, {"kind", "rule", "person", "origin", "reason", "made", "of", "salvoVersion", "rows"});
+    desk::batch batch;
+    batch.kind = read_word(member(at, "kind"), BATCH_KINDS);
+    batch.rule = read_word(member(at, "rule"), BATCH_RULES);
+    batch.person = read_text(member(at, "person"));
+    batch.origin = read_text(member(at, "origin"));
+    batch.reason_given = read_text(member(at, "reason"), desk::TEXT_LENGTH);
+    batch.made = read_time(member(at, "made"));
+    if (has(at, "of")) batch.of = read_ulid(member(at, "of"));
+    if (has(at, "salvoVersion"))
+        batch.salvo_version = read_int(member(at, "salvoVersion"), 1, LAST_NUMBER);
+    read_array(member(at, "rows"), desk::ROWS_PER_BATCH,
+               [&](const place& each) { batch.rows.push_back(read_wish(each)); });
+    if (batch.rows.empty()) complain(at, "has no rows");
+    return batch;
+}
+
+std::deque<desk::undo_step> read_steps(const place& at)
+{
+    std::deque<desk::undo_step> steps;
+    read_array(at, desk::UNDO_STEPS, [&](const place& each) {
+        expect_members(each, {"batch", "made", "rows"});
+        desk::undo_step& step = steps.emplace_back();
+        step.batch = read_ulid(member(each, "batch"));
+        step.made = read_time(member(each, "made"));
+        read_array(member(each, "rows"), desk::ROWS_PER_BATCH, [&](const place& row) {
+            expect_members(row, {"router", "destination", "source", "by", "was"});
+            step.rows.push_back({read_wish_id(member(row, "by")),
+                                 read_route(row, LAST_ROUTED, LAST_ROUTED),
+                                 read_source(member(row, "was"), LAST_ROUTED)});
+        });
+        if (step.rows.empty()) complain(each, "has no rows");
+    });
+    return steps;
+}
+
+desk::house read_whole(const place& at)
+{
+    desk::house house;
+    expect_members(at, {"format", "version", "routers", "salvos", "batches", "undo"});
+    read_members(member(at, "routers"), desk::ROUTERS,
+                 [&](const std::string& id, const place& each) {
+                     house.routers[id] = read_router(id, each);
+                 });
+    std::size_t salvo_rows = 0;
+    read_members(member(at, "salvos"), desk::SALVOS, [&](const std::string& id, const place& each) {
+        desk::salvo salvo = read_salvo(each, house);
+        for (const desk::salvo_version& version : salvo.versions)
+            salvo_rows += version.rows.size();
+        if (salvo_rows > desk::SALVO_ROWS) complain(each, "has too many rows");
+        house.salvos.emplace(read_ulid(id, each), std::move(salvo));
+    });
+    read_members(member(at, "batches"), desk::BATCHES_KEPT,
+                 [&](const std::string& id, const place& each) {
+                     desk::batch batch = read_batch(each);
+                     house.batch_rows += batch.rows.size();
+                     if (!house.batches.emplace(read_ulid(id, each), std::move(batch)).second)
+                         complain(each, "is there twice");
+                 });
+    read_members(member(at, "undo"), desk::PEOPLE,
+                 [&](const std::string& person, const place& each) {
+                     expect_members(each, {"undo", "redo"});
+                     house.undo[person] = {read_steps(member(each, "undo")),
+                                           read_steps(member(each, "redo"))};
+                 });
+    return house;
+}
+
+// Of the byte at which the text is no JSON any more.
+std::string position_text(const std::string& text, std::size_t byte)
+{
+    const std::string_view before = std::string_view(text).substr(0, byte > 0 ? byte - 1 : 0);
+    const auto line = std::count(before.begin(), before.end(), '\n') + 1;
+    const std::size_t start = before.rfind('\n'); // npos + 1 is 0
+    return "line " + std::to_string(line) + ", column " +
+           std::to_string(before.size() - (start + 1) + 1) + ": this is no JSON";
+}
+} // namespace
+
+bool read_house(const std::string& text, desk::house& house, std::string& error)
+{
+    try {
+        const json whole = json::parse(text);
+        const place at{whole, ""};
+        expect_object(at);
+        if (member(at, "format").value != HOUSE_FORMAT) complain(at, "keeps no house");
+        const long long version = read_integer(member(at, "version"), 1, LAST_NUMBER);
+        if (version > HOUSE_VERSION)
+            complain(at, "was written by a newer console: its version is " +
+                             std::to_string(version) + ", this console reads " +
+                             std::to_string(HOUSE_VERSION));
+        house = read_whole(at);
+        return true;
+    } catch (const json::parse_error& thrown) {
+        error = position_text(text, thrown.byte);
+    } catch (const json::exception&) { // of numbers alone; the rest is asked before it is read
+        error = "it has a number that is too large";
+    } catch (const misfit& thrown) {
+        error = thrown.what();
+    }
+    return false;
+}
+
+} // namespace console
