@@ -80,4 +80,14 @@ std::string play(const std::vector<step>& steps)
     return player.ledger.wrong.empty() ? "" : player.ledger.wrong + ", at the end";
 }
 
+desk::house house_after(const std::vector<step>& steps)
+{
+    player player = make_player();
+    for (const step& step : steps) {
+        dice dice{step.luck};
+        happening_of(step.what).happens(player, dice);
+    }
+    return player.desk.house;
+}
+
 } // namespace model

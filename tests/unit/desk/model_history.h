@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "server/desk/house.h"
+
 namespace model {
 
 struct step {
@@ -20,5 +22,8 @@ std::vector<step> random_steps(std::uint64_t seed, std::size_t count);
 // Plays the steps and then lets time pass. Empty when every rule held at every step, else the rule
 // that did not and the number of the step, from 0.
 std::string play(const std::vector<step>& steps);
+
+// The house to which the steps lead.
+desk::house house_after(const std::vector<step>& steps);
 
 } // namespace model
