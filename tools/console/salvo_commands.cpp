@@ -5,7 +5,9 @@
 #include "console/batch_answer.h"
 #include "console/batch_text.h"
 #include "console/commands.h"
+#include "console/filter.h"
 #include "console/lookup.h"
+#include "console/positions.h"
 #include "console/route_names.h"
 #include "console/times.h"
 #include "server/desk/salvos.h"
@@ -84,11 +86,45 @@ answer run_list(console_state& console, const desk::moment& /*now*/, const call&
     return result;
 }
 
+// What the destinations of the router in use show now. False, with the answer, when that is not
+// known of one, or there is none.
+bool find_shown_routes(const console_state& console, std::span<const common::word> filter,
+                       std::vector<desk::route>& rows, answer& wrong)
+{
+    std::string complaint;
+    const auto found = find_positions(
+        console, console.router, desk::side::destinations,
+        routed_positions(console, console.router, desk::side::destinations), filter, complaint);
+    if (!found) {
+        wrong = refusal(complaint, verdict::wrong_use);
+        return false;
+    }
+    for (const int destination : *found) {
+        desk::route row{console.router, destination, desk::NO_SOURCE};
+        row.source = known_source(console.desk, row);
+        if (row.source == desk::UNKNOWN_SOURCE) {
+            wrong = refusal("Not saved: what " +
+                                desk::destination_name(console.desk, console.router, destination) +
+                                " shows now is not known.",
+                            verdict::refused);
+            return false;
+        }
+        rows.push_back(row);
+    }
+    if (rows.empty()) wrong = refusal("No destination fits that.", verdict::refused);
+    return !rows.empty();
+}
+
 answer run_save(console_state& console, const desk::moment& now, const call& call)
 {
-    const std::vector<desk::route> rows = staged_routes(console);
-    if (rows.empty())
+    std::vector<desk::route> rows;
+    answer wrong;
+    const bool from_stage = call.words.size() == 1;
+    if (from_stage) rows = staged_routes(console);
+    if (from_stage && rows.empty())
         return refusal("Nothing is staged, so there is nothing to save.", verdict::refused);
+    if (!from_stage && !find_shown_routes(console, std::span(call.words).subspan(1), rows, wrong))
+        return wrong;
     const desk::salvo_answer saved =
         desk::save_salvo(console.desk, now, console.person, call.words[0].text, rows);
     if (saved.why != desk::reason::none)
@@ -208,14 +244,18 @@ const std::vector<command>& salvo_commands()
          "A salvo is a list of routes with a name, on one or several routers.\n",
          run_list},
         {"salvo save",
-         {argument::salvo},
+         {argument::salvo, argument::filter},
          1,
          false,
          false,
-         "NAME",
-         "save what is staged as a salvo",
-         "Saves the staged routes of all routers, which stay staged. A salvo that has this name\n"
-         "gets one more version.\n",
+         "NAME [FILTER...]",
+         "save what is staged, or shown now, as a salvo",
+         "Saves the staged routes of all routers, which stay staged. With a filter, as in\n"
+         "\"destinations FILTER\", it saves what these destinations of the router in use show "
+         "now.\n"
+         "A salvo that has this name gets one more version.\n"
+         "  salvo save NEWS\n"
+         "  salvo save \"AS IT IS\" 1-16\n",
          run_save},
         {"salvo show",
          {argument::salvo},

@@ -50,6 +50,24 @@ TEST_F(SalvoCommands, SaveKeepsTheStageOfAllRouters)
     EXPECT_TRUE(console.desk.orders.empty());
 }
 
+TEST_F(SalvoCommands, SaveWithAFilterKeepsWhatIsShownNow)
+{
+    report(1, 4);
+    report(2, desk::NO_SOURCE);
+    ask("stage 8 8");
+    EXPECT_EQ(says("salvo save EVENING 1-3 MON"), "Saved salvo EVENING, version 1, 3 routes:\n"
+                                                  "  MON A <- CAM 1\n"
+                                                  "  MON B <- CAM 5\n"
+                                                  "  MON C <- no source\n");
+    EXPECT_EQ(says("salvo save EVENING nothing"), "No destination fits that.\n");
+    EXPECT_EQ(ask("salvo save EVENING 7-3").verdict, verdict::wrong_use);
+    link(desk::link_state::down);
+    const answer stale = ask("salvo save EVENING 1-3");
+    EXPECT_EQ(stale.text, "Not saved: what MON A shows now is not known.\n");
+    EXPECT_EQ(stale.verdict, verdict::refused);
+    EXPECT_THAT(says("salvo list"), HasSubstr("EVENING       3        1"));
+}
+
 TEST_F(SalvoCommands, ShowTellsWhatIsShownNowAndOfTheLastRun)
 {
     save_news();
