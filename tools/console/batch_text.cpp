@@ -61,7 +61,7 @@ std::string timed_out_text(const desk::wish& row)
     std::string text = "timed out: not confirmed";
     if (row.sent_after && row.ended_after)
         text += " within " + duration(*row.ended_after - *row.sent_after) + " of being sent";
-    return text + (row.confirmed_late_after ? "" : "; it may still come");
+    return text;
 }
 
 std::string end_itself(const desk::wish& row)
@@ -107,7 +107,12 @@ std::string shown_text(const console_state& console, const desk::route& route,
 std::string outcome_row_text(const console_state& console, const desk::wish& row)
 {
     if (row.end == desk::outcome::confirmed) return shown_text(console, row.wished, end_text(row));
-    return route_text(console, row.wished) + ": " + end_text(row);
+    const std::string text = route_text(console, row.wished) + ": " + end_text(row);
+    if (row.end != desk::outcome::timed_out || row.confirmed_late_after) return text;
+    const int shown = known_source(console.desk, row.wished);
+    if (shown == desk::UNKNOWN_SOURCE) return text + "; what it shows by now is not known";
+    return text + "; " + place_text(console, row.wished.router, row.wished.destination) +
+           " shows " + desk::source_name(console.desk, row.wished.router, shown);
 }
 
 // Figures of a batch that has ended.
@@ -166,12 +171,15 @@ std::string figures_text(const desk::batch& batch)
 {
     const outcome_figures figures = figures_of(batch);
     const std::size_t sent = batch.rows.size() - figures.unchanged;
-    std::string text = figures.confirmed == sent ? "all " + std::to_string(sent)
-                       : figures.confirmed == 0
-                           ? "none of " + std::to_string(sent)
-                           : std::to_string(figures.confirmed) + " of " + std::to_string(sent);
+    std::string text = std::to_string(sent);
+    if (sent > 1 && figures.confirmed == sent)
+        text.insert(0, "all ");
+    else if (figures.confirmed < sent)
+        text.insert(0, figures.confirmed == 0 ? "none of "
+                                              : std::to_string(figures.confirmed) + " of ");
     text += " confirmed";
-    if (figures.confirmed > 0) text += ", slowest " + duration(figures.slowest);
+    if (figures.confirmed > 0)
+        text += (figures.confirmed == 1 ? " after " : ", slowest ") + duration(figures.slowest);
     if (figures.unchanged > 0) text += ", " + std::to_string(figures.unchanged) + " shown already";
     return text;
 }

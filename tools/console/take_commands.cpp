@@ -143,15 +143,20 @@ staged_text staged_row_text(const console_state& console, int destination,
                             const desk::staged_row& row)
 {
     const desk::desk_state& desk = console.desk;
+    const desk::route route{console.router, destination, row.source};
     const std::string trouble = trouble_of(console, destination, row);
     staged_text told;
-    told.json = route_json(desk, {console.router, destination, row.source}, row.seen);
+    told.json = route_json(desk, route, row.seen);
     told.text = desk::destination_name(desk, console.router, destination) + ": " +
                 desk::source_name(desk, console.router, row.seen) + " -> " +
                 desk::source_name(desk, console.router, row.source);
-    if (trouble.empty()) return told;
-    told.text += " (" + trouble + ")";
-    told.json["trouble"] = trouble;
+    told.json["shown"] = known_source(desk, route) == row.source;
+    if (!trouble.empty()) {
+        told.text += " (" + trouble + ")";
+        told.json["trouble"] = trouble;
+    } else if (told.json["shown"]) {
+        told.text += " (shown already)";
+    }
     return told;
 }
 

@@ -105,14 +105,16 @@ const ending ENDINGS[] = {
          test.send(0, 2);
          test.wait_ms(3000);
      },
-     "MON A <- CAM 3: timed out: not confirmed within 3.0 s of being sent; it may still come.\n",
+     "MON A <- CAM 3: timed out: not confirmed within 3.0 s of being sent; MON A shows CAM 1.\n",
      "timedOut", verdict::refused},
     {"timed out, perhaps sent",
      [](BatchText& test) {
          desk::trace_lost(test.console.desk, "main");
          test.take_away_link();
      },
-     "MON A <- CAM 3: timed out: it may have been sent: part of the traffic could not be read.\n",
+     "MON A <- CAM 3: timed out: it may have been sent: part of the traffic could not be read; "
+     "what "
+     "it shows by now is not known.\n",
      "timedOut", verdict::refused},
     {"link lost before it was sent", [](BatchText& test) { test.take_away_link(); },
      "MON A <- CAM 3: not sent: the link was lost before it was sent.\n", "notSent",

@@ -123,6 +123,22 @@ TEST_F(TakeCommands, StageSendsNothingUntilItIsTaken)
     EXPECT_EQ(ask("take").verdict, verdict::refused);
 }
 
+TEST_F(TakeCommands, StagedGivesProgramsTheSameFacts)
+{
+    ask("stage 1 3");
+    const nlohmann::json row = {{"router", "main"},
+                                {"destination", {{"index", 0}, {"name", "MON A"}}},
+                                {"was", {{"index", 0}, {"name", "CAM 1"}}},
+                                {"source", {{"index", 2}, {"name", "CAM 3"}}},
+                                {"shown", false}};
+    nlohmann::json expected = {{"command", "staged"}, {"router", "main"}, {"rows", {row}}};
+    EXPECT_EQ(ask("staged").json, expected);
+    link(desk::link_state::down);
+    EXPECT_EQ(says("stage 2 1"), "Staged MON B: CAM 1 -> CAM 1.\n") << "not known to be shown";
+    lock_by_ben(1);
+    EXPECT_EQ(ask("staged").json["rows"][1]["trouble"], "MON B is locked by ben (on air)");
+}
+
 TEST_F(TakeCommands, TakeOfOneRouteLeavesTheStageAlone)
 {
     ask("stage 1 3");
@@ -173,7 +189,7 @@ TEST_F(TakeCommands, WithRestWhatCanGoGoes)
 
 TEST_F(TakeCommands, StagedRoutesThatAreShownAlreadyNeedNoTake)
 {
-    ask("stage 1 1");
+    EXPECT_EQ(says("stage 1 1"), "Staged MON A: CAM 1 -> CAM 1 (shown already).\n");
     ask("stage 2 1");
     const answer told = ask("take");
     EXPECT_EQ(told.text, "All 2 routes are shown already:\n"
