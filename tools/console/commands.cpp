@@ -225,7 +225,7 @@ const std::vector<command>& all_commands()
         std::vector<command> all;
         for (const auto* part :
              {&take_commands(), &salvo_commands(), &lock_commands(), &show_commands(),
-              &record_commands(), &setting_commands(), &GENERAL})
+              &info_commands(), &record_commands(), &setting_commands(), &GENERAL})
             all.insert(all.end(), part->begin(), part->end());
         return all;
     }();

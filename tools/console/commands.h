@@ -39,7 +39,8 @@ const std::vector<command>& all_commands();
 const std::vector<command>& take_commands();    // take_commands.cpp
 const std::vector<command>& salvo_commands();   // salvo_commands.cpp
 const std::vector<command>& lock_commands();    // lock_commands.cpp
-const std::vector<command>& show_commands();    // show_commands.cpp: routes, names, where, info
+const std::vector<command>& show_commands();    // show_commands.cpp: routes, names, where
+const std::vector<command>& info_commands();    // info_commands.cpp: info, routers
 const std::vector<command>& record_commands();  // record_commands.cpp: history, trace, log, watch
 const std::vector<command>& setting_commands(); // setting_commands.cpp: use, set, save, load
 
