@@ -124,7 +124,6 @@ struct entry_teller {
     told_entry operator()(const desk::lock_removed& removed) const
     {
         const std::string place = place_text(console, removed.router, removed.destination);
-        const std::string whose = "the lock of " + removed.owner + " on " + place;
         const nlohmann::json json = {
             {"router", removed.router},
             {"destination", destination_json(console.desk, removed.router, removed.destination)},
@@ -134,12 +133,15 @@ struct entry_teller {
         case desk::lock_end::released:
             return {"unlocked", place + " was unlocked by " + entry.person, json};
         case desk::lock_end::broken:
-            return {"lockBroken", entry.person + " broke " + whose + " (" + removed.reason + ")",
+            return {"lockBroken",
+                    entry.person + " broke the lock of " + removed.owner + " on " + place + " (" +
+                        removed.reason + ")",
                     json};
         case desk::lock_end::expired:
             break;
         }
-        return {"lockExpired", whose + " has expired", json};
+        return {"lockExpired", "The lock of " + removed.owner + " on " + place + " has expired",
+                json};
     }
 
     told_entry operator()(const desk::salvo_saved& saved) const

@@ -29,6 +29,15 @@ std::string time_of_day(desk::wall time)
     return text;
 }
 
+std::string exact_time(desk::wall time)
+{
+    char text[8];
+    std::snprintf(
+        text, sizeof text, ".%03d",
+        static_cast<int>((time - std::chrono::floor<std::chrono::seconds>(time)).count()));
+    return time_of_day(time) + text;
+}
+
 std::string day_and_time(desk::wall time)
 {
     const std::tm local = local_time(time);

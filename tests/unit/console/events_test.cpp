@@ -135,7 +135,7 @@ TEST_F(Events, TellWhatOthersLockAndSet)
     desk::set_lock(console.desk, now, ben, "main", 1, desk::lock_mode::protect, "", {});
     EXPECT_EQ(happened(true), "14:02:11 MON B is protected by ben.\n");
     wait_ms(5000);
-    EXPECT_EQ(happened(true), "14:02:16 the lock of ben on MON A has expired.\n");
+    EXPECT_EQ(happened(true), "14:02:16 The lock of ben on MON A has expired.\n");
     desk::set_label(console.desk, now, ben, "main", desk::side::sources, 2, {"", ""});
     EXPECT_EQ(happened(true), "14:02:16 Source 3 of main has no alias.\n");
 }

@@ -1,0 +1,138 @@
+#include "unit/console/console_test.h"
+
+namespace console {
+
+class RecordCommands : public ConsoleTest {
+  protected:
+    routers::backend& backend()
+    {
+        return console.running.backends["main"];
+    }
+
+    void frame(routers::direction way, routers::meaning meaning, int destination, int source)
+    {
+        routers::traced_frame frame;
+        frame.at = now;
+        frame.way = way;
+        frame.meaning = meaning;
+        frame.destination = destination;
+        frame.source = source;
+        backend().trace.frames.push_back(frame);
+    }
+};
+
+TEST_F(RecordCommands, HistoryTellsWhatWasAskedForAndWhatBecameOfIt)
+{
+    console.history.clear();
+    EXPECT_EQ(says("history"), "Nothing has happened yet.\n");
+    ask("take 2 3");
+    wait_ms(12);
+    carry_out(1, 2);
+    wait_ms(3000);
+    report(1, 4);
+    happened();
+    EXPECT_EQ(says("history"), "2026-11-21 14:02:11 anna asked for a take: MON B <- CAM 3.\n"
+                               "2026-11-21 14:02:11 MON B <- CAM 3: confirmed after 12 ms.\n"
+                               "2026-11-21 14:02:14 MON B shows CAM 5: taken by somebody else.\n");
+    EXPECT_EQ(says("history somebody mon"),
+              "2026-11-21 14:02:14 MON B shows CAM 5: taken by somebody else.\n");
+    EXPECT_EQ(says("history zebra"), "Nothing that has happened fits.\n");
+}
+
+TEST_F(RecordCommands, HistoryAsJson)
+{
+    report(1, 4);
+    happened();
+    EXPECT_EQ(ask("history somebody").json["rows"], nlohmann::json::parse(R"([
+        {"event": "fact", "at": "2026-11-21T14:02:11.000Z", "router": "main",
+         "destination": {"index": 1, "name": "MON B"}, "source": {"index": 4, "name": "CAM 5"},
+         "was": {"index": 0, "name": "CAM 1"}}])"));
+}
+
+TEST_F(RecordCommands, HistoryOutlivesARemovedRouter)
+{
+    console.history.clear();
+    const desk::actor ben{"ben", "panel", console.person.may};
+    desk::set_label(console.desk, now, ben, "back", desk::side::sources, 2, {"Studio", "Live"});
+    desk::remove_router(console.desk, now, ben, "back");
+    happened();
+    EXPECT_EQ(says("history"), "2026-11-21 14:02:11 Source 3 of back is Studio, in group Live.\n"
+                               "2026-11-21 14:02:11 back was removed.\n");
+}
+
+TEST_F(RecordCommands, TraceTellsTheLastFrames)
+{
+    EXPECT_EQ(says("trace"), "Nothing has passed between the backend and the router yet.\n");
+    frame(routers::direction::sent, routers::meaning::take, 0, 1);
+    wait_ms(42);
+    frame(routers::direction::received, routers::meaning::route, 0, 1);
+    EXPECT_EQ(says("trace"), "14:02:11.000 > take MON A <- CAM 2\n"
+                             "14:02:11.042 < MON A shows CAM 2\n"
+                             "> to the router, < from it.\n");
+    EXPECT_EQ(says("trace 1"), "14:02:11.042 < MON A shows CAM 2\n"
+                               "> to the router, < from it.\n");
+    const nlohmann::json row = ask("trace 1").json["rows"][0];
+    EXPECT_EQ(row["direction"], "received");
+    EXPECT_EQ(row["text"], "MON A shows CAM 2");
+    EXPECT_EQ(row["at"], "2026-11-21T14:02:11.042Z");
+    EXPECT_EQ(says("trace 0"), "\"0\" is no count: 1 or more.\n");
+    EXPECT_EQ(ask("trace x").verdict, verdict::wrong_use);
+}
+
+TEST_F(RecordCommands, TraceShowsTwentyUnlessToldOtherwise)
+{
+    for (int i = 0; i < 30; ++i)
+        frame(routers::direction::sent, routers::meaning::query, 0, 0);
+    EXPECT_EQ(ask("trace").json["rows"].size(), 20U);
+    EXPECT_EQ(ask("trace 25").json["rows"].size(), 25U);
+    EXPECT_EQ(ask("trace 1000").json["rows"].size(), 30U);
+}
+
+TEST_F(RecordCommands, LogTellsWhatTheBackendSaid)
+{
+    EXPECT_EQ(says("log"), "The backend has said nothing yet.\n");
+    backend().log.push_back({now, routers::level::warning, "no answer"});
+    backend().log.push_back({now, routers::level::none, "plain"});
+    EXPECT_EQ(says("log"), "14:02:11.000 warning: no answer\n"
+                           "14:02:11.000 plain\n");
+    EXPECT_EQ(ask("log 1").json["rows"], nlohmann::json::parse(R"([
+        {"at": "2026-11-21T14:02:11.000Z", "level": "", "text": "plain"}])"));
+}
+
+TEST_F(RecordCommands, WatchFollows)
+{
+    EXPECT_TRUE(ask("watch").follow);
+}
+
+TEST_F(RecordCommands, InfoTellsWhatIsKnown)
+{
+    wait_ms(42'000);
+    EXPECT_EQ(says("info"), "Router         main\n"
+                            "Address        none\n"
+                            "Link           ready since 14:02:11 (0:42)\n"
+                            "Sources        8\n"
+                            "Destinations   8\n"
+                            "Numbers        begin at 1\n");
+    link(desk::link_state::down, "gone");
+    desk::report_counts(console.desk, "main", 4, POSITIONS_HERE);
+    EXPECT_THAT(says("info"), testing::HasSubstr("Link           down since 14:02:53 (0:00): gone\n"
+                                                 "Sources        4 of 8 can be routed\n"));
+    EXPECT_EQ(ask("info").json["sources"], 4);
+    EXPECT_EQ(ask("info").json["namedSources"], 8);
+}
+
+TEST_F(RecordCommands, RoutersTellTheirLinks)
+{
+    link(desk::link_state::down, "the router closed the connection", "back");
+    EXPECT_EQ(says("routers"),
+              "   Router  Address  Sources  Destinations  Link\n"
+              "   back    none           8             8  down since 14:02:11 (0:00): the router "
+              "closed the connection\n"
+              "*  main    none           8             8  ready since 14:02:11 (0:00)\n"
+              "* is the one that commands concern; \"use\" changes that.\n");
+    const nlohmann::json json = ask("routers").json;
+    EXPECT_EQ(json["inUse"], "main");
+    EXPECT_EQ(json["rows"][0]["link"]["state"], "down");
+}
+
+} // namespace console
