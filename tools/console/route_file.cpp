@@ -1,0 +1,170 @@
+#include "console/route_file.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+#include "console/link_text.h"
+#include "console/lookup.h"
+#include "console/positions.h"
+#include "console/times.h"
+#include "server/desk/stages.h"
+#include "server/desk/words.h"
+#include "tools/common/descriptors.h"
+#include "tools/common/words.h"
+
+namespace console {
+
+namespace {
+using finder = std::optional<int> (*)(const console_state&, const common::word&, std::string&);
+
+// The name, in quotes where needed, or the number when the name does not lead back to the position.
+std::string word_for(const console_state& console, desk::side side, int index)
+{
+    const finder find = side == desk::side::sources ? find_source : find_destination;
+    const position known = position_at(console, console.router, side, index);
+    const std::string& name = known.alias.empty() ? known.own : known.alias;
+    const std::string quoted = common::quote_word(name);
+    const common::split_line read = common::split_words(quoted);
+    const bool same = read.commands.size() == 1 && read.commands[0].size() == 1 &&
+                      read.commands[0][0].text == name;
+    std::string complaint;
+    if (same && find(console, read.commands[0][0], complaint) == index) return quoted;
+    return known.number;
+}
+
+std::string route_line(const console_state& console, int destination, int source)
+{
+    const std::string place = word_for(console, desk::side::destinations, destination);
+    if (source < 0)
+        return "# " + place + ": " + desk::source_name(console.desk, console.router, source) + "\n";
+    return "stage " + place + " " + word_for(console, desk::side::sources, source) + "\n";
+}
+} // namespace
+
+std::string routes_text(const console_state& console, const desk::moment& now, std::size_t& saved)
+{
+    const desk::router_settings& settings =
+        desk::find_router(console.desk, console.router)->settings;
+    const desk::live_router& live = *desk::find_live(console.desk, console.router);
+    const std::string stale = link_line(console, now, console.router);
+    const int count = routed_positions(console, console.router, desk::side::destinations);
+    std::string text = "# Routes of " + settings.name + ", " + day_and_time(now.utc) +
+                       ". Numbers begin at " + std::to_string(settings.first_number) + ".\n" +
+                       (stale.empty() ? "" : "# " + stale) + "use " +
+                       common::quote_word(console.router) + "\n";
+    saved = 0;
+    for (int destination = 0; destination < count; ++destination) {
+        const int source = desk::source_shown(live, destination);
+        text += route_line(console, destination, source);
+        if (source >= 0) ++saved;
+    }
+    return text;
+}
+
+bool write_route_file(const std::string& path, const std::string& text, std::string& complaint)
+{
+    constexpr mode_t FOR_ALL_THAT_MAY_READ = 0666; // less the umask
+    const std::string temporary = path + ".new" + std::to_string(getpid());
+    const common::owned_descriptor file(
+        open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, FOR_ALL_THAT_MAY_READ));
+    if (file.number >= 0 && common::write_all(file.number, text) && fsync(file.number) == 0 &&
+        std::rename(temporary.c_str(), path.c_str()) == 0)
+        return true;
+    complaint = "Cannot write " + path + ": " + std::strerror(errno) + ".";
+    if (file.number >= 0) unlink(temporary.c_str());
+    return false;
+}
+
+bool read_route_file(const std::string& path, std::string& text, std::string& complaint)
+{
+    // Opening a pipe must not wait for who writes it.
+    const common::owned_descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status {};
+    if (file.number < 0 || fstat(file.number, &status) != 0) {
+        complaint = "Cannot read " + path + ": " + std::strerror(errno) + ".";
+        return false;
+    }
+    if (!S_ISREG(status.st_mode) || status.st_size > static_cast<off_t>(ROUTE_FILE_SIZE)) {
+        complaint = path + (S_ISREG(status.st_mode) ? " is too large: more than 1 MiB."
+                                                    : " is no file with routes.");
+        return false;
+    }
+    text.resize(static_cast<std::size_t>(status.st_size));
+    const ssize_t length = read(file.number, text.data(), text.size());
+    if (length < 0) {
+        complaint = "Cannot read " + path + ": " + std::strerror(errno) + ".";
+        return false;
+    }
+    text.resize(static_cast<std::size_t>(length));
+    return true;
+}
+
+namespace {
+// Empty when it was done.
+std::string stage_words(console_state& console, const desk::moment& now,
+                        const std::vector<common::word>& words, loaded_routes& loaded)
+{
+    std::string complaint;
+    if (words[0].text == "use" && words.size() == 2) {
+        const auto router = find_router(console, words[1], complaint);
+        if (router) console.router = *router;
+        return complaint;
+    }
+    if (words[0].text != "stage" || words.size() != 3)
+        return "Only \"use ROUTER\" and \"stage DESTINATION SOURCE\" stand in such a file.";
+    const auto destination = find_destination(console, words[1], complaint);
+    if (!destination) return refuse_lookup(console, complaint).json["error"];
+    const auto source = find_source(console, words[2], complaint);
+    if (!source) return refuse_lookup(console, complaint).json["error"];
+    const desk::row_answer row =
+        desk::stage_row(console.desk, now, console.person, {console.router, *destination, *source});
+    if (!row.goes) return "Not staged: " + row.detail + ".";
+    ++loaded.staged[console.router];
+    return "";
+}
+
+// After a "use" that was not understood, nothing is known of the lines below it.
+bool is_lost(const std::vector<common::word>& words, const std::string& complaint)
+{
+    return words[0].text == "use" && !complaint.empty();
+}
+} // namespace
+
+loaded_routes stage_lines(console_state& console, const desk::moment& now, const std::string& text)
+{
+    const std::string in_use = console.router;
+    loaded_routes loaded;
+    bool lost = false;
+    std::size_t number = 0;
+    for (std::size_t begin = 0; begin < text.size() && !lost;) {
+        const std::size_t end = std::min(text.find('\n', begin), text.size());
+        const std::string line = text.substr(begin, end - begin);
+        begin = end + 1;
+        ++number;
+        const std::size_t first = line.find_first_not_of(" \t\r");
+        if (first == std::string::npos || line[first] == '#') continue;
+        const common::split_line split = common::split_words(line);
+        std::string complaint;
+        if (split.open_quote)
+            complaint = "A quote is not closed.";
+        else
+            for (const auto& words : split.commands) {
+                complaint = stage_words(console, now, words, loaded);
+                lost = is_lost(words, complaint);
+                if (!complaint.empty()) break;
+            }
+        if (!complaint.empty())
+            loaded.complaints.push_back("Line " + std::to_string(number) + ": " + complaint);
+    }
+    if (lost) loaded.complaints.push_back("The lines below are not read.");
+    console.router = in_use;
+    return loaded;
+}
+
+} // namespace console

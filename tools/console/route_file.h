@@ -1,0 +1,36 @@
+// Routes in a file, as lines that the console itself reads: comments that begin with #, "use
+// ROUTER" and "stage DESTINATION SOURCE".
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "console/console_state.h"
+
+namespace console {
+
+constexpr std::size_t ROUTE_FILE_SIZE = 1'048'576; // bytes; a larger file is refused
+
+// What the router in use shows; what cannot be staged stands in comments. `saved` becomes the
+// number of routes.
+std::string routes_text(const console_state& console, const desk::moment& now, std::size_t& saved);
+
+// Writes the file so that a reader finds the old text or the new one, whole. False, with a
+// sentence, when the old one, or none, is still there.
+bool write_route_file(const std::string& path, const std::string& text, std::string& complaint);
+
+struct loaded_routes {
+    std::map<std::string, std::size_t, std::less<>> staged; // by router
+    std::vector<std::string> complaints;                    // sentences, each with its line
+};
+
+// False, with a sentence, when it is no file that can be read.
+bool read_route_file(const std::string& path, std::string& text, std::string& complaint);
+
+// Stages what the lines say for the console's person, and sends nothing. Lines before the first
+// "use" concern the router in use, which stays.
+loaded_routes stage_lines(console_state& console, const desk::moment& now, const std::string& text);
+
+} // namespace console
