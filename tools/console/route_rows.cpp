@@ -20,13 +20,14 @@ const desk::staged_row* find_staged(const console_state& console, const std::str
     return row == stage->second.end() ? nullptr : &row->second;
 }
 
-// While the link that told the fact stood, it was true.
+// Of a fact that is not fresh: while the link that told it stood, it was true, unless the desk
+// doubted it.
 std::optional<desk::wall> last_known(const console_state& console, const std::string& router,
                                      const desk::fact& fact)
 {
-    if (fact.connection == 0) return std::nullopt;
+    if (fact.source == desk::UNKNOWN_SOURCE) return std::nullopt;
     const auto link = console.links.find(router);
-    const bool lost = link != console.links.end() && !link->second.ready &&
+    const bool lost = fact.connection != 0 && link != console.links.end() && !link->second.ready &&
                       link->second.connection == fact.connection;
     return lost ? link->second.lost : fact.confirmed;
 }

@@ -83,6 +83,16 @@ TEST_F(ShowCommands, RoutesOfAnEarlierConnectionSayWhenTheyWereTold)
     EXPECT_FALSE(rows[1].contains("asOf"));
 }
 
+TEST_F(ShowCommands, RoutesThatAreDoubtedSayWhenTheyWereTold)
+{
+    wait_ms(5000);
+    console.desk.live.at("main").facts[1].connection = 0;
+    EXPECT_EQ(says("routes problems"), "Numbers begin at 1.\n"
+                                       "#  Destination  #  Source  State\n"
+                                       "2  MON B        1  CAM 1   as of 14:02:11\n");
+    EXPECT_EQ(ask("routes 2").json["rows"][0]["fresh"], false);
+}
+
 TEST_F(ShowCommands, RoutesThatWereNeverToldAreUnknown)
 {
     desk::report_counts(console.desk, "main", POSITIONS_HERE, POSITIONS_HERE + 1);
