@@ -77,6 +77,17 @@ answer run_info(console_state& console, const desk::moment& now, const call& /*c
     add("Numbers", "begin at " + std::to_string(settings.first_number));
     nlohmann::json json = router_json(console, console.router);
     if (backend != nullptr) {
+        const routers::identity& identity = backend->info.identity;
+        const std::pair<const char*, const std::string&> told[] = {{"Model", identity.model},
+                                                                   {"Firmware", identity.firmware},
+                                                                   {"Product", identity.product},
+                                                                   {"Company", identity.company}};
+        for (const auto& [title, value] : told)
+            add(title, value.empty() ? "not told" : value);
+        json["model"] = identity.model;
+        json["firmware"] = identity.firmware;
+        json["product"] = identity.product;
+        json["company"] = identity.company;
         add("Backend", starts_text(backend->starts));
         add("Frames", std::to_string(backend->trace.sent) + " sent, " +
                           std::to_string(backend->trace.received) + " received");
@@ -121,7 +132,8 @@ const std::vector<command>& info_commands()
          false,
          "",
          "what is known of the router",
-         "Shows the router's address, its link and since when, and how much it can route.\n",
+         "Shows the router's address, its link and since when, how much it can route, and what it\n"
+         "tells of itself.\n",
          run_info},
         {"routers",
          {},

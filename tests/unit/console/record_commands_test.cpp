@@ -121,6 +121,19 @@ TEST_F(RecordCommands, InfoTellsWhatIsKnown)
     EXPECT_EQ(ask("info").json["namedSources"], 8);
 }
 
+TEST_F(RecordCommands, InfoTellsWhatTheRouterTellsOfItself)
+{
+    backend().info.identity = {"Box", "", "Switcher", "Maker"};
+    backend().starts = 1;
+    EXPECT_THAT(says("info"), testing::HasSubstr("Model          Box\n"
+                                                 "Firmware       not told\n"
+                                                 "Product        Switcher\n"
+                                                 "Company        Maker\n"
+                                                 "Backend        started 1 time\n"
+                                                 "Frames         0 sent, 0 received\n"));
+    EXPECT_EQ(ask("info").json["company"], "Maker");
+}
+
 TEST_F(RecordCommands, RoutersTellTheirLinks)
 {
     link(desk::link_state::down, "the router closed the connection", "back");
