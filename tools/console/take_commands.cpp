@@ -1,5 +1,6 @@
 #include "console/batch_answer.h"
 #include "console/commands.h"
+#include "console/link_text.h"
 #include "console/lookup.h"
 #include "console/route_names.h"
 #include "server/desk/locks.h"
@@ -180,12 +181,13 @@ answer nothing_staged(const console_state& console)
             .json = {{"router", console.router}, {"rows", nlohmann::json::array()}}};
 }
 
-answer run_staged(console_state& console, const desk::moment& /*now*/, const call& /*call*/)
+answer run_staged(console_state& console, const desk::moment& now, const call& /*call*/)
 {
     answer result = nothing_staged(console);
     if (const desk::stage_rows* const stage = find_stage(console, console.router)) {
         const auto& router = *desk::find_router(console.desk, console.router);
-        result.text = "Staged on " + router.settings.name + ", " + routes(stage->size()) + ":\n";
+        result.text = link_line(console, now, console.router) + "Staged on " +
+                      router.settings.name + ", " + routes(stage->size()) + ":\n";
         for (const auto& [destination, row] : *stage) {
             staged_text told = staged_row_text(console, destination, row);
             result.text += "  " + told.text + "\n";

@@ -139,6 +139,15 @@ TEST_F(TakeCommands, StagedGivesProgramsTheSameFacts)
     EXPECT_EQ(ask("staged").json["rows"][1]["trouble"], "MON B is locked by ben (on air)");
 }
 
+TEST_F(TakeCommands, StagedSaysThatTheLinkIsDown)
+{
+    ask("stage 1 3");
+    link(desk::link_state::down, "Connection refused");
+    now.utc += std::chrono::seconds(42);
+    EXPECT_THAT(says("staged"), testing::HasSubstr("ink down 0:42: Connection refused.\n"
+                                                   "Staged on main, 1 route:\n"));
+}
+
 TEST_F(TakeCommands, TakeOfOneRouteLeavesTheStageAlone)
 {
     ask("stage 1 3");
