@@ -347,6 +347,7 @@ void run_lines(terminal& terminal, History* recalled)
         const std::string text(line, static_cast<std::size_t>(length));
         const std::string typed = text.substr(0, text.find('\n'));
         remember(terminal, recalled, typed);
+        session.console.columns = size_of_screen().columns;
         run_line(session, typed, false);
     }
 }
