@@ -12,6 +12,8 @@
 #include <random>
 #include <string>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 #include "console/router_options.h"
 #include "console/script.h"
@@ -64,10 +66,39 @@ void choose_characters()
     if (chosen == nullptr || std::string(chosen) == "C") std::setlocale(LC_CTYPE, "C.UTF-8");
 }
 
+// False, with the reason, when the house that was kept cannot be read.
+bool make_desk(console_session& session, const console_options& options, std::string& error)
+{
+    const std::uint64_t seed = std::random_device()();
+    desk::house house;
+    if (!options.data.empty() && !open_house(session.kept.emplace(), options.data, house, error))
+        return false;
+    session.console.desk = desk::make_desk(seed, std::move(house), now());
+    return true;
+}
+
+// Routers of the kept house that are not asked for stay off. Of those that are, what the command
+// line does not say stays as it was.
+void stay_off(console_state& console, const console_options& options)
+{
+    std::vector<desk::router_settings> others;
+    for (const auto& [id, router] : console.desk.house.routers)
+        if (std::none_of(options.routers.begin(), options.routers.end(),
+                         [&](const auto& each) { return each.id == id; }))
+            others.push_back(router.settings);
+    for (desk::router_settings& each : others) {
+        each.address.clear();
+        desk::set_router(console.desk, now(), console.person, each);
+    }
+}
+
 // False, with the reason, when a router's settings are not good.
 bool add_routers(console_state& console, const console_options& options, std::string& error)
 {
-    for (const desk::router_settings& router : options.routers) {
+    stay_off(console, options);
+    for (desk::router_settings router : options.routers) {
+        if (const desk::house_router* const kept = desk::find_router(console.desk, router.id))
+            router.confirmation_limit = kept->settings.confirmation_limit;
         const desk::objection wrong = desk::set_router(console.desk, now(), console.person, router);
         if (wrong.why == desk::reason::none) continue;
         error = router.name + ": " + wrong.detail;
@@ -120,7 +151,6 @@ int run(const console_options& options)
         catch_signals(session, {SIGINT, SIGTERM, SIGHUP});
     const private_folder folder;
     console_state& console = session.console;
-    console.desk = desk::make_desk(std::random_device()());
     console.person = {options.person, "console", {desk::right::administer, {}, {}}};
     console.running.program = options.backend;
     console.running.folder = folder.path;
@@ -130,7 +160,8 @@ int run(const console_options& options)
         if (std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0) session.quit = true;
     };
     std::string error;
-    if (!add_routers(console, options, error)) return common::refuse_arguments(error, std::cerr);
+    if (!make_desk(session, options, error) || !add_routers(console, options, error))
+        return common::refuse_arguments(error, std::cerr);
     run_session(session, options);
     close_session(session);
     return is_for_terminal(options) ? 0 : status_of(session); // a person has seen it all

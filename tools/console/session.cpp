@@ -61,12 +61,36 @@ bool is_wanted(const console_session& session, const notice& notice)
 void print_notices(console_session& session)
 {
     std::vector<notice> notices;
-    take_events(session.console, now(), notices);
+    const bool changed = take_events(session.console, now(), notices);
+    if (changed && session.kept) note_change(*session.kept, now().steady);
     std::string text;
     for (const notice& each : notices)
         if (is_wanted(session, each))
             text += session.json ? json_line(each.json, "event") : safe_text(each.text);
     if (!text.empty()) session.print(text);
+}
+
+// Another try comes when it is due again.
+void keep_house(console_session& session)
+{
+    std::string error;
+    if (session.kept &&
+        !write_if_due(*session.kept, session.console.desk.house, now().steady, error))
+        print_event(session, error + "\n", {{"event", "notKept"}, {"error", error}});
+}
+
+void tell_and_keep(console_session& session)
+{
+    print_notices(session);
+    keep_house(session);
+}
+
+std::optional<desk::monotonic> next_due(const console_session& session, const desk::moment& time)
+{
+    auto due = routers::next_due(session.console.running, session.console.desk, time);
+    if (session.kept && session.kept->due && (!due || *session.kept->due < *due))
+        due = session.kept->due;
+    return due;
 }
 } // namespace
 
@@ -95,7 +119,7 @@ bool goes_on(const console_session& session)
 void serve_session(console_session& session)
 {
     routers::serve_routers(session.console.running, session.console.desk, now());
-    print_notices(session);
+    tell_and_keep(session);
 }
 
 namespace {
@@ -115,14 +139,14 @@ void wait_session(console_session& session, std::span<pollfd> watched,
     routers::add_poll_descriptors(session.console.running, descriptors);
     const desk::moment begun = now();
     std::chrono::milliseconds pause = time_out.value_or(NO_TIME_LIMIT);
-    if (const auto due = routers::next_due(session.console.running, session.console.desk, begun))
+    if (const auto due = next_due(session, begun))
         pause = std::clamp(std::chrono::ceil<std::chrono::milliseconds>(*due - begun.steady),
                            std::chrono::milliseconds(0), pause);
     poll(descriptors.data(), descriptors.size(), static_cast<int>(pause.count()));
     std::copy_n(descriptors.begin(), watched.size(), watched.begin());
     if (session.signal == 0) session.signal = next_signal(session);
     routers::serve_routers(session.console.running, session.console.desk, now(), descriptors);
-    print_notices(session);
+    tell_and_keep(session);
 }
 
 namespace {
@@ -309,6 +333,10 @@ void close_session(console_session& session)
     while (routers::any_running(session.console.running) && now().steady < end)
         wait_session(session, {}, TURN);
     tell_unknown(session);
+    std::string error;
+    if (session.kept && session.kept->due &&
+        !write_house(*session.kept, session.console.desk.house, error))
+        complain(session, error, verdict::refused);
 }
 
 } // namespace console

@@ -13,6 +13,7 @@
 
 #include "console/answer.h"
 #include "console/console_state.h"
+#include "console/house_file.h"
 #include "tools/common/descriptors.h"
 #include "tools/common/words.h"
 
@@ -25,6 +26,8 @@ struct console_session {
     bool closing = false;
     bool quit = false;
     console::verdict worst = console::verdict::done; // of all that was run, and of its wishes
+
+    std::optional<house_file> kept; // where the house is kept; none: nowhere
 
     common::owned_descriptor signals; // a signalfd
     int signal = 0;                   // one that has come, until somebody handles it; 0: none
@@ -68,8 +71,8 @@ bool wait_until_ready(console_session& session, std::chrono::milliseconds limit)
 // Until the router in use has told all its routes, or no more for a second.
 void wait_for_routes(console_session& session);
 
-// Gives open wishes a moment to end unless a signal waits, ends all backends, and says of which
-// wishes it is not known what became of them.
+// Gives open wishes a moment to end unless a signal waits, ends all backends, says of which wishes
+// it is not known what became of them, and writes the house.
 void close_session(console_session& session);
 
 } // namespace console
