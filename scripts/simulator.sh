@@ -2,11 +2,13 @@
 # A simulated router for the length of a command. Sourced by those that need one.
 
 # start_simulator OPTION... : starts it on a free port, in a session of its own, where Ctrl-C on the
-# terminal does not reach it. Its lines come from the descriptor simulator_output. The command must
-# call stop_simulator when it ends; one that is killed takes it along.
+# terminal does not reach it. Its lines come from the descriptor simulator_output, its commands from
+# the file simulator_input. The command must call stop_simulator when it ends; one that is killed
+# takes it along.
+simulator_input=/dev/null
 start_simulator() {
     exec {simulator_output}< <(exec setsid setpriv --pdeathsig TERM \
-        build/release/router_simulator --port 0 "$@" </dev/null)
+        build/release/router_simulator --port 0 "$@" <"$simulator_input")
     simulator=$!
 }
 

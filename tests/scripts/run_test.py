@@ -9,26 +9,57 @@ from sandbox import LONGEST, SIMULATOR, SandboxTest
 
 PROGRAMS = Path(os.environ["PROGRAMS"])  # the folder of the real ones
 
+DEMONSTRATION = """
+# A comment
+status: 2
+> is ready
+routes 1
+> route 1
+router: drop it
+"""
+
+CONSOLE = """
+echo "$@" >console.arguments
+echo main is ready
+read -r command number
+echo "route $number"
+read -r && exit 4
+echo no such word >&2
+exit 2
+"""
+
 
 class RunTest(SandboxTest):
     def setUp(self):
         super().setUp()
         self.program("build/release/router_simulator", SIMULATOR, "python3")
-        self.program("build/release/router_console", 'cp "$2" console.conf; cat >console.input')
+        self.program("build/release/router_console", CONSOLE)
+        self.path("scripts/demonstration.txt").write_text(DEMONSTRATION)
 
     def test_demonstration(self):
+        self.program("build/release/router_simulator",
+                     'echo "Listening on 127.0.0.1:4321"; read -r line; echo "$line" >router.input')
         status, output = self.run_command("run")
         self.assertEqual(status, 0, output)
-        self.assertIn("A simulated 32x32 router is 127.0.0.1:4321\n", output)
-        self.assertEqual(self.path("console.conf").read_text(),
-                         "ip address = 127.0.0.1\nport = 4321\n")
-        self.assertEqual(self.path("console.input").read_text(),
-                         self.path("scripts/demonstration.txt").read_text())
+        self.assertTrue(output.endswith("A simulated 32x32 router is 127.0.0.1:4321\n"
+                                        "Playing scripts/demonstration.txt\n"
+                                        "main is ready\nroute 1\nno such word\n"), output)
+        self.assertEqual(self.path("console.arguments").read_text(),
+                         "--router main=127.0.0.1:4321\n")
+        self.assertEqual(self.lines_of("router.input", 1), ["drop it"])
+
+    def test_demonstration_that_does_not_show_what_it_must(self):
+        self.program("build/release/router_console", "echo main is down")
+        status, output = self.run_command("run")
+        self.assertEqual(status, 2, output)
+        self.assertIn("main is down\nThis was not shown: is ready\n", output)
         self.expect_simulator_stopped()
 
-    def test_status_is_that_of_the_console(self):
-        self.program("build/release/router_console", "exit 2")
-        self.assertEqual(self.run_command("run")[0], 2)
+    def test_demonstration_that_ends_otherwise(self):
+        self.program("build/release/router_console", CONSOLE.replace("exit 2", "exit 3"))
+        status, output = self.run_command("run")
+        self.assertEqual(status, 2, output)
+        self.assertTrue(output.endswith("It ended with status 3, not 2\n"), output)
         self.expect_simulator_stopped()
 
     def test_configuration_is_looked_for_where_the_caller_is(self):
@@ -64,15 +95,11 @@ class RunTest(SandboxTest):
         terminal = self.start_on_terminal("run")
         terminal.expect("router is 127.0.0.1:")
         port = int(terminal.expect("\r\n"))
-        terminal.expect("The router is ready")
+        terminal.expect("main is ready")
         terminal.type("\x03")
         terminal.expect('"quit" or Ctrl-D leaves the console.')
-        for _ in range(10000):  # the names come a moment after the announcement
-            terminal.type("inputs\n")
-            if "VTR 1" in terminal.expect("router> "):
-                break
-        terminal.type('take 1 "VTR 1"; wait\n')
-        terminal.expect("VTR 1: confirmed")
+        terminal.type('take 1 "VTR 1"\n')
+        terminal.expect("MON A shows VTR 1: confirmed")
         terminal.type("quit\n")
         self.assertEqual(terminal.status(), 0)
         with self.assertRaises(ConnectionRefusedError):
