@@ -1,6 +1,7 @@
 #include "support/console_process.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <poll.h>
 
@@ -14,9 +15,21 @@ void ConsoleProcess::run(const std::vector<std::string>& options,
     start_child(console, words, descriptors);
 }
 
-std::string ConsoleProcess::simulator_config()
+ConsoleProcess::ConsoleProcess()
 {
-    return directory.file("console.conf", "ip address=127.0.0.1\nport=" + simulator_port + "\n");
+    setenv("TMPDIR", directory.path.c_str(), 1);
+    setenv("XDG_STATE_HOME", directory.path.c_str(), 1);
+}
+
+ConsoleProcess::~ConsoleProcess()
+{
+    unsetenv("TMPDIR");
+    unsetenv("XDG_STATE_HOME");
+}
+
+std::string ConsoleProcess::simulator_as(const std::string& name) const
+{
+    return name + "=127.0.0.1:" + simulator_port;
 }
 
 std::string ConsoleProcess::script_backend(const std::string& text)
@@ -35,6 +48,20 @@ bool ConsoleProcess::read_more(int printed)
         return false;
     }
     return common::read_some(printed, output) == common::read_outcome::read;
+}
+
+bool ConsoleProcess::read_until(int printed, const std::string& text)
+{
+    while (output.find(text) == std::string::npos)
+        if (!read_more(printed)) return false;
+    return true;
+}
+
+bool ConsoleProcess::has_left_files() const
+{
+    for (const auto& file : std::filesystem::directory_iterator(directory.path))
+        if (file.path().filename().string().starts_with("router_console.")) return true;
+    return false;
 }
 
 int ConsoleProcess::status_after(int printed)
