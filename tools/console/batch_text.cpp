@@ -107,7 +107,7 @@ std::string shown_text(const console_state& console, const desk::route& route,
 std::string outcome_row_text(const console_state& console, const desk::wish& row)
 {
     if (row.end == desk::outcome::confirmed) return shown_text(console, row.wished, end_text(row));
-    const std::string text = route_text(console, row.wished) + ": " + end_text(row);
+    std::string text = route_text(console, row.wished) + ": " + end_text(row);
     if (row.end != desk::outcome::timed_out || row.confirmed_late_after) return text;
     const int shown = known_source(console.desk, row.wished);
     if (shown == desk::UNKNOWN_SOURCE) return text + "; what it shows by now is not known";
@@ -162,7 +162,7 @@ nlohmann::json outcome_row_json(const desk::desk_state& desk, const desk::wish& 
 
 std::string end_text(const desk::wish& row)
 {
-    const std::string end = end_itself(row);
+    std::string end = end_itself(row);
     if (!row.confirmed_late_after) return end;
     return end + "; confirmed late, after " + duration(*row.confirmed_late_after);
 }

@@ -105,11 +105,13 @@ void add_last_runs(std::set<desk::ulid>& batches, const desk::house& house)
 void add_last_wishes(std::set<desk::ulid>& batches, const desk::house& house)
 {
     std::set<std::pair<std::string_view, int>> seen;
-    for (auto batch = house.batches.rbegin(); batch != house.batches.rend(); ++batch)
-        for (const desk::wish& row : batch->second.rows)
+    const auto add = [&](const auto& batch) {
+        for (const desk::wish& row : batch.second.rows)
             if (desk::was_accepted(row) &&
                 seen.emplace(row.wished.router, row.wished.destination).second)
-                batches.insert(batch->first);
+                batches.insert(batch.first);
+    };
+    std::for_each(house.batches.rbegin(), house.batches.rend(), add);
 }
 } // namespace
 

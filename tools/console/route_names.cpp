@@ -6,7 +6,7 @@ namespace console {
 
 std::string place_text(const console_state& console, const std::string& router, int destination)
 {
-    const std::string name = desk::destination_name(console.desk, router, destination);
+    std::string name = desk::destination_name(console.desk, router, destination);
     if (router == console.router) return name;
     const desk::house_router* const known = desk::find_router(console.desk, router);
     return name + " of " + (known == nullptr ? router : known->settings.name);

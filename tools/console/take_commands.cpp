@@ -135,18 +135,12 @@ std::string trouble_of(const console_state& console, int destination, const desk
            "; stage it again to keep it, or unstage it";
 }
 
-struct staged_text {
-    std::string text;
-    nlohmann::json json;
-};
-
-staged_text staged_row_text(const console_state& console, int destination,
-                            const desk::staged_row& row)
+answer staged_row(const console_state& console, int destination, const desk::staged_row& row)
 {
     const desk::desk_state& desk = console.desk;
     const desk::route route{console.router, destination, row.source};
     const std::string trouble = trouble_of(console, destination, row);
-    staged_text told;
+    answer told;
     told.json = route_json(desk, route, row.seen);
     told.text = desk::destination_name(desk, console.router, destination) + ": " +
                 desk::source_name(desk, console.router, row.seen) + " -> " +
@@ -189,7 +183,7 @@ answer run_staged(console_state& console, const desk::moment& now, const call& /
         result.text = link_line(console, now, console.router) + "Staged on " +
                       router.settings.name + ", " + routes(stage->size()) + ":\n";
         for (const auto& [destination, row] : *stage) {
-            staged_text told = staged_row_text(console, destination, row);
+            answer told = staged_row(console, destination, row);
             result.text += "  " + told.text + "\n";
             result.json["rows"].push_back(std::move(told.json));
         }
@@ -206,8 +200,7 @@ answer run_stage(console_state& console, const desk::moment& now, const call& ca
     const desk::row_answer told = desk::stage_row(console.desk, now, console.person, route);
     if (told.why != desk::reason::none)
         return refusal("Not staged: " + told.detail + ".", verdict::refused);
-    staged_text row =
-        staged_row_text(console, route.destination, *find_staged(console, route.destination));
+    answer row = staged_row(console, route.destination, *find_staged(console, route.destination));
     return {.text = "Staged " + row.text + ".\n", .json = std::move(row.json)};
 }
 
