@@ -184,6 +184,11 @@ struct entry_teller {
         return told_end("confirmedLate", late.id);
     }
 
+    told_entry operator()(const desk::wish_found& found) const
+    {
+        return told_end("found", found.id);
+    }
+
     told_entry operator()(const desk::wish_accepted& accepted) const
     {
         return {"accepted",

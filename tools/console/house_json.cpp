@@ -103,6 +103,7 @@ json wish_object(const desk::wish& wish)
     add_duration(object, "sentAfter", wish.sent_after);
     add_duration(object, "endedAfter", wish.ended_after);
     add_duration(object, "confirmedLateAfter", wish.confirmed_late_after);
+    if (wish.found) object["found"] = source_number(*wish.found);
     if (wish.accepted) object["accepted"] = true;
     return object;
 }

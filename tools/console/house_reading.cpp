@@ -18,6 +18,7 @@ using nlohmann::json;
 constexpr long long LAST_TIME = 253'402'300'799'999;     // the year 9999
 constexpr long long LONGEST_DURATION = LAST_TIME * 1000; // in microseconds
 constexpr int LAST_ROUTED = desk::ROUTED_POSITIONS - 1;
+constexpr int LAST_SHOWN = desk::POSITIONS - 1; // also sources that cannot be routed
 constexpr int LAST_NUMBER = std::numeric_limits<int>::max();
 
 desk::wall read_time(const place& at)
@@ -123,7 +124,7 @@ desk::house_router read_router(const std::string& id, const place& at)
     });
     read_array(member(at, "authors"), desk::ROUTED_POSITIONS, [&](const place& each) {
         expect_members(each, {"index", "source", "by"});
-        desk::authorship author{read_source(member(each, "source"), LAST_ROUTED), {}};
+        desk::authorship author{read_source(member(each, "source"), LAST_SHOWN), {}};
         if (has(each, "by")) author.by = read_wish_id(member(each, "by"));
         const int index = read_int(member(each, "index"), 0, LAST_ROUTED);
         if (!router.authors.emplace(index, author).second)
@@ -176,10 +177,11 @@ std::optional<desk::monotonic> read_duration(const place& of, const char* name)
 
 desk::wish read_wish(const place& at)
 {
-    expect_members(at, {"router", "destination", "source", "was", "end", "unchanged", "why",
-                        "detail", "sentAfter", "endedAfter", "confirmedLateAfter", "accepted"});
+    expect_members(at,
+                   {"router", "destination", "source", "was", "end", "unchanged", "why", "detail",
+                    "sentAfter", "endedAfter", "confirmedLateAfter", "found", "accepted"});
     desk::wish wish;
-    wish.was = read_source(member(at, "was"), LAST_ROUTED);
+    wish.was = read_source(member(at, "was"), LAST_SHOWN);
     wish.end = read_word(member(at, "end"), OUTCOMES);
     wish.unchanged = read_flag(at, "unchanged");
     if (has(at, "why")) wish.why = read_word(member(at, "why"), REASONS);
@@ -187,6 +189,7 @@ desk::wish read_wish(const place& at)
     wish.sent_after = read_duration(at, "sentAfter");
     wish.ended_after = read_duration(at, "endedAfter");
     wish.confirmed_late_after = read_duration(at, "confirmedLateAfter");
+    if (has(at, "found")) wish.found = read_source(member(at, "found"), LAST_SHOWN);
     wish.accepted = read_flag(at, "accepted");
     // One that was refused at once may have asked for what there is not.
     const int last = desk::was_accepted(wish) ? LAST_ROUTED : LAST_NUMBER;
@@ -226,7 +229,7 @@ std::deque<desk::undo_step> read_steps(const place& at)
             expect_members(row, {"router", "destination", "source", "by", "was"});
             step.rows.push_back({read_wish_id(member(row, "by")),
                                  read_route(row, LAST_ROUTED, LAST_ROUTED),
-                                 read_source(member(row, "was"), LAST_ROUTED)});
+                                 read_source(member(row, "was"), LAST_SHOWN)});
         });
         if (step.rows.empty()) complain(each, "has no rows");
     });

@@ -38,7 +38,8 @@ desk::house full_house()
     house.salvos[id_of(SALVO)] = {"NEWS",
                                   {{1, "anna", desk::wall(500), {{"main", 0, 2}}},
                                    {3, "ben", desk::wall(600), {{"main", 1, desk::NO_SOURCE}}}}};
-    desk::wish confirmed{{"main", 0, 2}, 1, false, desk::outcome::confirmed, {}, "", {}, {}, {}};
+    desk::wish confirmed{
+        {"main", 0, 2}, 1, false, desk::outcome::confirmed, {}, "", {}, {}, {}, {}};
     confirmed.sent_after = std::chrono::microseconds(1);
     confirmed.ended_after = std::chrono::microseconds(12'345);
     desk::wish late{{"main", 1, desk::NO_SOURCE},
@@ -49,17 +50,20 @@ desk::house full_house()
                     "the router shows CAM 1",
                     {},
                     {},
+                    {},
                     {}};
     late.confirmed_late_after = std::chrono::seconds(9);
+    late.found = 700; // a source that cannot be routed
     late.accepted = true;
     const desk::wish unchanged{
-        {"main", 2, 0}, 0, true, desk::outcome::confirmed, desk::reason::none, "", {}, {}, {}};
+        {"main", 2, 0}, 0, true, desk::outcome::confirmed, desk::reason::none, "", {}, {}, {}, {}};
     const desk::wish refused{{"main", 999, 2},
                              -1,
                              false,
                              desk::outcome::not_sent,
                              desk::reason::no_such_destination,
                              "none",
+                             {},
                              {},
                              {},
                              {}};
@@ -122,7 +126,7 @@ TEST(HouseJson, KeepsWordsAndNumbersThatPeopleUnderstand)
     EXPECT_EQ(written["batches"][TAKE]["rows"][1],
               json::parse(R"({"router": "main", "destination": 1, "source": null, "was": "unknown",
                               "end": "contradicted", "detail": "the router shows CAM 1",
-                              "confirmedLateAfter": 9000000, "accepted": true})"));
+                              "confirmedLateAfter": 9000000, "found": 700, "accepted": true})"));
 }
 
 struct damage {
@@ -171,7 +175,7 @@ INSTANTIATE_TEST_SUITE_P(
         damage{"/routers/main/authors/1/index", "0",
                "routers.main.authors[1] is for an index that has one"},
         damage{"/routers/main/authors/0/source", "18446744073709551615",
-               "routers.main.authors[0].source must be a whole number from 0 to 255"},
+               "routers.main.authors[0].source must be a whole number from 0 to 1023"},
         damage{"/routers/main/authors/0/by/batch", "\"00000000000000000000000000\"",
                "routers.main.authors[0].by.batch is no identifier"},
         damage{"/routers/main/authors/0/by/row", "4096",
@@ -214,7 +218,7 @@ INSTANTIATE_TEST_SUITE_P(
                "0 to 253402300799999000"},
         damage{"/undo/anna/undo/0/rows", "[]", "undo.anna.undo[0] has no rows"},
         damage{"/undo/anna/redo/0/rows/1/was", "-1",
-               "undo.anna.redo[0].rows[1].was must be a whole number from 0 to 255"}));
+               "undo.anna.redo[0].rows[1].was must be a whole number from 0 to 1023"}));
 
 TEST_P(DamagedHouse, IsRefusedWithThePlace)
 {
