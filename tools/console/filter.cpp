@@ -96,7 +96,8 @@ std::optional<std::pair<int, int>> read_range(const std::string& text)
     const std::size_t dash = text.find('-');
     if (dash == std::string::npos) return std::nullopt;
     std::pair<int, int> range;
-    const std::string first = text.substr(0, dash), last = text.substr(dash + 1);
+    const std::string first = text.substr(0, dash);
+    const std::string last = text.substr(dash + 1);
     if (!common::is_number(first) || !common::read_decimal(first, range.first) ||
         !common::is_number(last) || !common::read_decimal(last, range.second))
         return std::nullopt;
