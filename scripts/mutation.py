@@ -38,8 +38,9 @@ PROCESS_TESTS = {
 }
 # The programs that are tried, by the folder of the sources that they may hold.
 PROGRAMS = {
-    ("src/", "tools/"): ["unit_tests", "clock_test", "process_tests", "routing_switcher_backend",
-                         "router_console", "router_simulator", "router_soak"],
+    ("src/", "tools/"): ["unit_tests", "console_tests", "clock_test", "process_tests",
+                         "routing_switcher_backend", "router_console", "router_simulator",
+                         "router_soak"],
     ("server/desk/",): ["desk_tests"],
     ("server/routers/",): ["routers_tests"],
 }
@@ -114,7 +115,7 @@ def test_runs(source, programs):
     """The commands that must succeed on the source held by these programs, the likeliest to
     notice a change first."""
     runs = []
-    for program in ("unit_tests", "desk_tests", "routers_tests"):
+    for program in ("unit_tests", "console_tests", "desk_tests", "routers_tests"):
         if program in programs:
             stem = Path(source).stem
             tests = PROJECT / "tests" / "unit"

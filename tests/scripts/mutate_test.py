@@ -25,7 +25,7 @@ add_executable(router_console tools/console/main.cpp)
 add_library(desk STATIC server/desk/smaller.cpp)
 add_executable(desk_tests EXCLUDE_FROM_ALL tests/unit/desk/smaller_test.cpp)
 target_link_libraries(desk_tests desk)
-foreach(program clock_test router_simulator router_soak routing_switcher_backend)
+foreach(program clock_test console_tests router_simulator router_soak routing_switcher_backend)
     add_executable(${program} src/unused.cpp)
 endforeach()
 """,
