@@ -185,7 +185,9 @@ completion complete(const console_state& console, std::string_view text_before_c
     }
     completion result;
     result.start = unfinished.start;
-    for (const std::string& each : possible_words(console, std::move(before), unfinished))
+    const std::vector<std::string> possible =
+        possible_words(console, std::move(before), unfinished);
+    for (const std::string& each : possible)
         if (!each.empty() && common::begins_name(each, unfinished.text))
             result.choices.push_back(each);
     if (result.choices.empty())

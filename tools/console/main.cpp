@@ -82,10 +82,12 @@ bool make_desk(console_session& session, const console_options& options, std::st
 void stay_off(console_state& console, const console_options& options)
 {
     std::vector<desk::router_settings> others;
-    for (const auto& [id, router] : console.desk.house.routers)
+    for (const auto& [id, router] : console.desk.house.routers) {
+        const desk::router_settings& kept = router.settings;
         if (std::none_of(options.routers.begin(), options.routers.end(),
-                         [&](const auto& each) { return each.id == id; }))
-            others.push_back(router.settings);
+                         [&](const auto& each) { return each.id == kept.id; }))
+            others.push_back(kept);
+    }
     for (desk::router_settings& each : others) {
         each.address.clear();
         desk::set_router(console.desk, now(), console.person, each);

@@ -29,7 +29,7 @@ std::string word_for(const console_state& console, desk::side side, int index)
     const finder find = side == desk::side::sources ? find_source : find_destination;
     const position known = position_at(console, console.router, side, index);
     const std::string& name = known.alias.empty() ? known.own : known.alias;
-    const std::string quoted = common::quote_word(name);
+    std::string quoted = common::quote_word(name);
     const common::split_line read = common::split_words(quoted);
     const bool same = read.commands.size() == 1 && read.commands[0].size() == 1 &&
                       read.commands[0][0].text == name;

@@ -46,7 +46,7 @@ std::size_t distance(std::string_view from, std::string_view to)
 
 std::string advice_for(std::string_view name)
 {
-    const auto nearest =
+    const auto* const nearest =
         std::min_element(SETTINGS.begin(), SETTINGS.end(), [&](auto left, auto right) {
             return distance(name, left) < distance(name, right);
         });
@@ -80,7 +80,11 @@ void warn_of_lines(const std::string& path, std::vector<std::string>& warnings)
     std::string line;
     for (int number = 1; std::getline(file, line); ++number)
         if (const std::string why = why_ignored(line); !why.empty())
-            warnings.push_back(path + ", line " + std::to_string(number) + " is ignored: " + why);
+            warnings.push_back(std::string(path)
+                                   .append(", line ")
+                                   .append(std::to_string(number))
+                                   .append(" is ignored: ")
+                                   .append(why));
 }
 
 // The backend's settings as it understands them, with a warning where people would not.

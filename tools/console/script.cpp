@@ -63,6 +63,7 @@ void run_single(console_session& session, const std::vector<std::string>& words,
         watch_until_signal(session);
     };
     std::vector<common::word> command;
+    command.reserve(words.size());
     for (const std::string& each : words)
         command.push_back({.text = each});
     const bool asks_for_help = common::same_name(words[0], "help") || words[0] == "?";

@@ -202,8 +202,8 @@ answer run_set(console_state& console, const desk::moment& now, const call& call
     if (call.words.empty()) return show_settings(console);
     const std::string& name = call.words[0].text;
     if (name == "alias" || name == "group") return set_labels(console, now, call, name == "alias");
-    const auto found = std::find_if(SETTINGS.begin(), SETTINGS.end(),
-                                    [&](const setting& each) { return each.name == name; });
+    const auto* const found = std::find_if(SETTINGS.begin(), SETTINGS.end(),
+                                           [&](const setting& each) { return each.name == name; });
     if (found == SETTINGS.end()) {
         std::string names;
         for (const setting& each : SETTINGS)

@@ -70,6 +70,7 @@ std::string routes_table(const console_state& console, const std::vector<route_r
 std::vector<route_row> route_rows(const console_state& console, const std::vector<int>& found)
 {
     std::vector<route_row> rows;
+    rows.reserve(found.size());
     for (const int destination : found)
         rows.push_back(route_row_of(console, console.router, destination));
     return rows;

@@ -2,7 +2,7 @@
 #include "server/desk/takes.h"
 #include "unit/console/console_test.h"
 
-namespace console {
+using namespace console;
 
 class BatchText : public ConsoleTest {
   public:
@@ -265,5 +265,3 @@ TEST_F(BatchText, GivesProgramsTheSameFacts)
                                         {"detail", "NAK 0005"}}}}};
     EXPECT_EQ(outcome_json(console, batch), expected);
 }
-
-} // namespace console

@@ -1,6 +1,6 @@
 #include "unit/console/console_test.h"
 
-namespace console {
+using namespace console;
 
 using testing::HasSubstr;
 
@@ -41,5 +41,3 @@ TEST_F(Commands, DryRunOrdersNothing)
     EXPECT_EQ(says("dry-run take 2 3"), "Would take MON B: CAM 1 -> CAM 3.\n");
     EXPECT_TRUE(console.desk.orders.empty());
 }
-
-} // namespace console

@@ -2,7 +2,7 @@
 #include "support/temporary_directory.h"
 #include "unit/console/console_test.h"
 
-namespace console {
+using namespace console;
 
 using testing::Contains;
 using testing::ElementsAre;
@@ -94,5 +94,3 @@ TEST_F(Completion, LeavesAloneWhatNothingBeginsWith)
     EXPECT_EQ(completed("zebra M"), "zebra M");
     EXPECT_EQ(completed("zebra "), "zebra ");
 }
-
-} // namespace console

@@ -3,7 +3,7 @@
 #include "server/desk/takes.h"
 #include "unit/console/console_test.h"
 
-namespace console {
+using namespace console;
 
 using testing::IsEmpty;
 
@@ -164,5 +164,3 @@ TEST_F(Events, SayWhetherTheHouseIsDifferent)
     desk::set_lock(console.desk, now, ben, "main", 0, desk::lock_mode::lock, "", {});
     EXPECT_TRUE(take_events(console, now, told));
 }
-
-} // namespace console

@@ -2,7 +2,7 @@
 #include "server/desk/stages.h"
 #include "unit/console/console_test.h"
 
-namespace console {
+using namespace console;
 
 class Filter : public ConsoleTest {
   protected:
@@ -96,5 +96,3 @@ TEST_F(Filter, ProblemsAreWhatNeedsADecisionOrIsNotKnown)
         report(i, i == 4 ? 6 : 0);
     EXPECT_EQ(find("PROBLEMS"), (std::vector{1, 4, 7})) << "the last has not been said again";
 }
-
-} // namespace console

@@ -7,7 +7,7 @@
 #include "server/desk/takes.h"
 #include "unit/console/console_test.h"
 
-namespace console {
+using namespace console;
 
 class HouseFile : public ConsoleTest {
   protected:
@@ -193,5 +193,3 @@ TEST_F(HouseFile, KeepsTheLastWishOfADestinationWhateverItsEnd)
     EXPECT_TRUE(
         desk::make_desk(2, kept_house(console.desk.house), now).live["main"].troubled.contains(0));
 }
-
-} // namespace console

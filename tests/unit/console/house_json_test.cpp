@@ -8,7 +8,7 @@
 #include "unit/console/console_test.h"
 #include "unit/desk/model_history.h"
 
-namespace console {
+using namespace console;
 
 using nlohmann::json;
 
@@ -299,5 +299,3 @@ TEST(DamagedHouse, IsReadOrRefusedWhateverIsInIt)
     }
     EXPECT_GT(read, 100U) << "too few to tell";
 }
-
-} // namespace console

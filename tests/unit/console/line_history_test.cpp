@@ -5,7 +5,7 @@
 #include "console/line_history.h"
 #include "support/temporary_directory.h"
 
-namespace console {
+using namespace console;
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -67,5 +67,3 @@ TEST(LineHistory, MayHaveNoPlace)
     write_history("/proc/nowhere/history", {"undo"});
     EXPECT_THAT(read_history("/proc/nowhere/history"), IsEmpty());
 }
-
-} // namespace console

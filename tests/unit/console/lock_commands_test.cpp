@@ -1,7 +1,7 @@
 #include "server/desk/locks.h"
 #include "unit/console/console_test.h"
 
-namespace console {
+using namespace console;
 
 class LockCommands : public ConsoleTest {
   protected:
@@ -128,5 +128,3 @@ TEST_F(LockCommands, AForeignLockIsBrokenOnlyWithAReason)
     EXPECT_EQ(says("unlock 1 'ben is off'"), "MON A is protected by ben (on air) no longer.\n");
     EXPECT_TRUE(locks().empty());
 }
-
-} // namespace console

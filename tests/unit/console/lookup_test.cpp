@@ -1,7 +1,7 @@
 #include "console/lookup.h"
 #include "unit/console/console_test.h"
 
-namespace console {
+using namespace console;
 
 class Lookup : public ConsoleTest {
   protected:
@@ -135,5 +135,3 @@ TEST_F(Lookup, RoutersAreFoundByIdAndName)
     EXPECT_EQ(router("zebra"), "");
     EXPECT_EQ(complaint, "There is no router \"zebra\"; \"routers\" lists them.");
 }
-
-} // namespace console

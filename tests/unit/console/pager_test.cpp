@@ -3,7 +3,7 @@
 #include "console/pager.h"
 #include "console/screen_rows.h"
 
-namespace console {
+using namespace console;
 
 using testing::ElementsAre;
 
@@ -69,5 +69,3 @@ TEST(Pager, GoesBack)
     EXPECT_EQ(screen_before(pager, {3, 4}), "1\n2\n");
     EXPECT_EQ(next_screen(pager, {3, 4}), "3\n4\n");
 }
-
-} // namespace console

@@ -1,6 +1,6 @@
 #include "unit/console/console_test.h"
 
-namespace console {
+using namespace console;
 
 class RecordCommands : public ConsoleTest {
   protected:
@@ -147,5 +147,3 @@ TEST_F(RecordCommands, RoutersTellTheirLinks)
     EXPECT_EQ(json["inUse"], "main");
     EXPECT_EQ(json["rows"][0]["link"]["state"], "down");
 }
-
-} // namespace console

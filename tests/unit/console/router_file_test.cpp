@@ -3,7 +3,7 @@
 #include "console/router_file.h"
 #include "support/temporary_directory.h"
 
-namespace console {
+using namespace console;
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -179,5 +179,3 @@ TEST_F(RouterFile, MustBeReadable)
     EXPECT_FALSE(read_router_file("/tmp", router, warnings, error));
     EXPECT_EQ(error, "cannot read /tmp: Is a directory");
 }
-
-} // namespace console

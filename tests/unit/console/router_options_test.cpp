@@ -4,7 +4,7 @@
 #include "console/router_options.h"
 #include "support/temporary_directory.h"
 
-namespace console {
+using namespace console;
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -134,5 +134,3 @@ TEST_F(RouterOptions, AreExplained)
     EXPECT_THAT(output.str(), HasSubstr("\nrouter_console "));
     EXPECT_EQ(errors.str(), "");
 }
-
-} // namespace console

@@ -2,7 +2,7 @@
 
 #include "console/safe_text.h"
 
-namespace console {
+using namespace console;
 
 #define BAD "\xEF\xBF\xBD" // U+FFFD
 
@@ -46,5 +46,3 @@ INSTANTIATE_TEST_SUITE_P(
                     shown_text{"Separators", "\xE2\x80\xA8\xE2\x80\xA9\xE2\x80\xAF\xE2\x81\xA5",
                                BAD BAD "\xE2\x80\xAF\xE2\x81\xA5"}),
     [](const auto& each) { return each.param.name; });
-
-} // namespace console

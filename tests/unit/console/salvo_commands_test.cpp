@@ -1,7 +1,7 @@
 #include "server/desk/locks.h"
 #include "unit/console/console_test.h"
 
-namespace console {
+using namespace console;
 
 using testing::HasSubstr;
 
@@ -177,5 +177,3 @@ TEST_F(SalvoCommands, RefusesNamesThatNoSalvoCanHave)
     EXPECT_EQ(says("salvo save ''"),
               "Not saved: a salvo's name has 1 to 255 bytes, none for control.\n");
 }
-
-} // namespace console

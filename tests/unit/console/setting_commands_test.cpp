@@ -6,7 +6,7 @@
 #include "server/desk/stages.h"
 #include "unit/console/console_test.h"
 
-namespace console {
+using namespace console;
 
 using testing::HasSubstr;
 
@@ -245,5 +245,3 @@ TEST_F(SettingCommands, EveryCommandHasItsHelp)
         EXPECT_THAT(text, testing::EndsWith("\n")) << each.name;
     }
 }
-
-} // namespace console

@@ -2,7 +2,7 @@
 #include "server/desk/stages.h"
 #include "unit/console/console_test.h"
 
-namespace console {
+using namespace console;
 
 class ShowCommands : public ConsoleTest {
   protected:
@@ -208,5 +208,3 @@ TEST_F(ShowCommands, RoutesAsJson)
                   "fresh": true, "problem": false, "confirmed": "2026-11-21T14:02:11.000Z",
                   "wish": {"source": {"index": 3, "name": "CAM 4"}, "state": "queued"}}]})"));
 }
-
-} // namespace console

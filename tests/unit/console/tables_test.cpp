@@ -3,7 +3,7 @@
 #include "console/tables.h"
 #include "tools/common/text_width.h"
 
-namespace console {
+using namespace console;
 
 TEST(Tables, TextIsCutAtACharacterThatStillFits)
 {
@@ -48,5 +48,3 @@ TEST(Tables, ColumnsWithoutAnEntryAreLeftOut)
     EXPECT_EQ(fitted_table({"", {{"A"}, {"B"}, {"C"}}, {{"1", "", "2"}, {"3", "", ""}}}, 0),
               "A  C\n1  2\n3\n");
 }
-
-} // namespace console

@@ -1,7 +1,7 @@
 #include "server/desk/locks.h"
 #include "unit/console/console_test.h"
 
-namespace console {
+using namespace console;
 
 class TakeCommands : public ConsoleTest {
   protected:
@@ -286,5 +286,3 @@ TEST_F(TakeCommands, DisconnectRoutesNothing)
     EXPECT_EQ(console.desk.orders[0].rows,
               (std::vector<std::pair<int, int>>{{0, desk::NO_SOURCE}}));
 }
-
-} // namespace console
