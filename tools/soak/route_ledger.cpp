@@ -42,8 +42,8 @@ void become_unknown(const route_ledger& ledger, destination_state& state, us_tim
 
 void compare(route_ledger& ledger, destination_state& state, us_time_t now)
 {
-    const bool known = state.reported == state.shown.back().source;
-    if (known && !state.known)
+    const bool known = state.disconnected || state.reported == state.shown.back().source;
+    if (known && !state.known && !state.disconnected)
         ++(state.disturbed ? ledger.known_by_query : ledger.known_by_polling);
     if (!known && state.known) become_unknown(ledger, state, now);
     state.known = known;
@@ -54,7 +54,8 @@ void router_shows(route_ledger& ledger, int destination, int source, us_time_t n
 {
     destination_state* const state = find_state(ledger, destination);
     if (state == nullptr) return;
-    state->shown.push_back({source, now});
+    state->disconnected = source < 0;
+    if (!state->disconnected) state->shown.push_back({source, now});
     // Each was shown until the next one came.
     while (state->shown.size() > 2 && now - state->shown[1].since > HISTORY_US)
         state->shown.pop_front();

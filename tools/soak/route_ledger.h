@@ -3,7 +3,8 @@
 // A change made while nothing is disturbed must be known soon, by polling alone. Faults, and
 // requests of our own that cross the polling, can cost the answer that would have shown it; such a
 // change must be known after the next undisturbed query of all outputs. Polling may overtake that
-// query's answers and throw them away, so three of them must have failed.
+// query's answers and throw them away, so three of them must have failed. Of a destination without a
+// source no report can tell; what was reported before may be repeated.
 #pragma once
 
 #include <cstdint>
@@ -33,6 +34,7 @@ struct destination_state {
     us_time_t unknown_since = 0;
     bool disturbed = false;        // a disturbance struck since then
     int failed_queries = 0;        // since then
+    bool disconnected = false;     // shows no source: the parent has nothing to know
     std::deque<shown_route> shown; // by the router, the current one last, and for two minutes back
 };
 
@@ -54,6 +56,7 @@ struct route_ledger {
 // A router on which each destination shows the source of its own position.
 route_ledger make_route_ledger(int destinations, us_time_t now);
 
+// A source below 0: none.
 void router_shows(route_ledger& ledger, int destination, int source, us_time_t now);
 // The router says so once although it is not true.
 void router_claims(route_ledger& ledger, int destination, int source, us_time_t now);

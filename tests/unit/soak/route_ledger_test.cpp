@@ -89,6 +89,33 @@ TEST_F(RouteLedger, QueryBeforeTheChangeProvesNothing)
     EXPECT_EQ(find_wrong_route(ledger, quiet + 100 * SECOND), "");
 }
 
+TEST_F(RouteLedger, OfADisconnectedDestinationNothingIsToBeKnown)
+{
+    router_shows(ledger, 2, 3, quiet);
+    router_shows(ledger, 2, -1, quiet + 1);
+    EXPECT_TRUE(all_known(ledger));
+    EXPECT_EQ(ledger.changes, 2U);
+    EXPECT_EQ(ledger.known_by_polling, 0U);
+    EXPECT_EQ(find_wrong_route(ledger, quiet + 100 * SECOND), "");
+}
+
+TEST_F(RouteLedger, SourceOfADisconnectedDestinationMustBecomeKnown)
+{
+    router_shows(ledger, 2, -1, quiet);
+    router_shows(ledger, 2, 3, quiet + SECOND);
+    EXPECT_FALSE(all_known(ledger));
+    EXPECT_NE(find_wrong_route(ledger, quiet + 100 * SECOND), "");
+}
+
+TEST_F(RouteLedger, WhatADisconnectedDestinationShowedMayBeRepeated)
+{
+    router_shows(ledger, 2, -1, quiet);
+    router_shows(ledger, 2, 3, quiet + 200 * SECOND);
+    note_reported(ledger, 2, 2, quiet + 200 * SECOND);
+    note_reported(ledger, 2, 3, quiet + 201 * SECOND);
+    EXPECT_EQ(find_wrong_route(ledger, quiet + 204 * SECOND), "");
+}
+
 TEST_F(RouteLedger, ToldAndNeverShownIsAFinding)
 {
     note_reported(ledger, 2, 1, quiet);
