@@ -3,8 +3,8 @@
 // A change made while nothing is disturbed must be known soon, by polling alone. Faults, and
 // requests of our own that cross the polling, can cost the answer that would have shown it; such a
 // change must be known after the next undisturbed query of all outputs. Polling may overtake that
-// query's answers and throw them away, so three of them must have failed. Of a destination without a
-// source no report can tell; what was reported before may be repeated.
+// query's answers and throw them away, so three of them must have failed. Of a destination without
+// a source no report can tell; what was reported before may be repeated.
 #pragma once
 
 #include <cstdint>
