@@ -6,7 +6,6 @@
 #include <sstream>
 
 #include "support/console_process.h"
-#include "support/replay.h"
 
 using testing::AllOf;
 using testing::Contains;
@@ -16,55 +15,8 @@ using testing::Not;
 using testing::StartsWith;
 
 namespace {
-class Console : public ConsoleProcess {
+class Console : public ScriptedConsole {
   protected:
-    descriptor_pair input;
-    descriptor_pair printed;
-
-    void start_console(const std::vector<std::string>& words)
-    {
-        input = pipe_to_child();
-        printed = pipe_from_child();
-        run(words, {input.childs.number, printed.childs.number, printed.childs.number});
-        input.childs.reset();
-        printed.childs.reset();
-        output.clear();
-    }
-
-    // Plays the script and returns the exit status.
-    int play(const std::vector<std::string>& words, const std::string& script = "")
-    {
-        start_console(words);
-        write_all(input.ours.number, script);
-        input.ours.reset();
-        return status_after(printed.ours.number);
-    }
-
-    // On the simulator, as router "main".
-    std::vector<std::string> on_simulator(const std::vector<std::string>& words = {}) const
-    {
-        std::vector<std::string> all = {"--router", simulator_as("main"), "--wait-ready", "200"};
-        all.insert(all.end(), words.begin(), words.end());
-        return all;
-    }
-
-    void tell_simulator(const std::string& command)
-    {
-        write_all(simulator.input.number, command + "\n");
-    }
-
-    // Plays it again, on another simulator, when the machine has starved it: the console and the
-    // backend have deadlines of their own.
-    int play_on_simulator(const std::vector<std::string>& words, const std::string& script = "")
-    {
-        for (int plays = 1;; ++plays) {
-            end_simulator();
-            start_simulator();
-            const int status = play(on_simulator(words), script);
-            if (plays == MOST_PLAYS || !is_starved()) return status;
-        }
-    }
-
     // Of JSON: the lines of this type.
     std::vector<nlohmann::json> objects(const std::string& type) const
     {
@@ -76,20 +28,6 @@ class Console : public ConsoleProcess {
             if (object.is_object() && object.value("type", "") == type) found.push_back(object);
         }
         return found;
-    }
-
-  private:
-    void end_simulator()
-    {
-        if (simulator.child.process < 0) return;
-        kill(simulator.child.process, SIGKILL);
-        status_at_end(simulator.child);
-        simulator.lines.clear();
-    }
-
-    bool is_starved() const
-    {
-        return output.find("timed out") < output.size() || output.find(" is down") < output.size();
     }
 };
 
@@ -283,17 +221,12 @@ TEST_F(Console, TerminalAsInputAloneIsAScript)
     EXPECT_THAT(output, AllOf(HasSubstr("take [DEST"), Not(HasSubstr("lists the commands."))));
 }
 
-// A simulator that answers no take keeps the wish open.
 TEST_F(Console, SignalWithAWishOpenSaysThatItsEndIsNotKnown)
 {
-    const std::string scenario = directory.file(
-        "mute.json", R"({"steps": [{"request": "TI", "fault": "silence", "for": 100}]})");
-    start_simulator({"--scenario", scenario});
-    start_console(on_simulator({"take", "MON A", "CAM 3"}));
-    ASSERT_TRUE(read_until(printed.ours.number, "Taking MON A"));
+    ASSERT_TRUE(start_with_open_wish({"take", "MON A", "CAM 3"}));
     kill(console.process, SIGTERM);
     EXPECT_EQ(status_after(printed.ours.number), 128 + SIGTERM);
-    EXPECT_THAT(output, Not(HasSubstr("confirmed")));
+    EXPECT_THAT(output, EndsWith("MON A <- CAM 3: it is not known what became of it.\n"));
     EXPECT_FALSE(has_left_files());
 }
 

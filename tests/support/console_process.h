@@ -32,3 +32,30 @@ class ConsoleProcess : public ProcessTest {
     // What it has left of its temporary files.
     bool has_left_files() const;
 };
+
+// The console as scripts have it, its input and output pipes.
+class ScriptedConsole : public ConsoleProcess {
+  protected:
+    descriptor_pair input;
+    descriptor_pair printed;
+
+    void start_console(const std::vector<std::string>& words);
+
+    // Plays the script and returns the exit status.
+    int play(const std::vector<std::string>& words, const std::string& script = "");
+
+    // On the simulator, as router "main".
+    std::vector<std::string> on_simulator(const std::vector<std::string>& words = {}) const;
+    void tell_simulator(const std::string& command);
+
+    // Plays it again, on another simulator, when the machine has starved it: the console and the
+    // backend have deadlines of their own.
+    int play_on_simulator(const std::vector<std::string>& words, const std::string& script = "");
+
+    // On a simulator that answers no take. True once that has one.
+    bool start_with_open_wish(const std::vector<std::string>& words);
+
+  private:
+    void end_simulator();
+    bool is_starved() const;
+};
