@@ -162,8 +162,11 @@ int run(const console_options& options)
         if (std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0) session.quit = true;
     };
     std::string error;
-    if (!make_desk(session, options, error) || !add_routers(console, options, error))
-        return common::refuse_arguments(error, std::cerr);
+    if (!make_desk(session, options, error)) {
+        std::cerr << error << "\n";
+        return common::EXIT_WRONG_ARGUMENTS;
+    }
+    if (!add_routers(console, options, error)) return common::refuse_arguments(error, std::cerr);
     run_session(session, options);
     close_session(session);
     return is_for_terminal(options) ? 0 : status_of(session); // a person has seen it all
