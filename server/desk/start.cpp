@@ -60,6 +60,8 @@ desk_state make_desk(std::uint64_t seed, house kept, const moment& now)
 {
     desk_state desk = make_desk(seed);
     desk.house = std::move(kept);
+    if (!desk.house.batches.empty()) // the clock may have gone back
+        desk.ids.last = std::prev(desk.house.batches.end())->first;
     for (const auto& [id, router] : desk.house.routers) {
         desk.live[id].link_since = now.utc;
         for (const auto& [destination, lock] : router.locks)

@@ -43,6 +43,16 @@ TEST(Start, KeepsTheHouseWithItsLocks)
     EXPECT_THAT(desk.entries, IsEmpty());
 }
 
+TEST(Start, GoesOnWithGreaterIdentifiers)
+{
+    house kept;
+    const ulid last{std::uint64_t{10'001} << 16U, 5}; // the clock has gone back
+    add(kept, {1, 1}, 0, outcome::confirmed);
+    add(kept, last, 0, outcome::confirmed);
+    desk_state desk = make_desk(1, kept, NOW);
+    EXPECT_EQ(make_id(desk.ids, NOW.utc), (ulid{last.high, 6}));
+}
+
 TEST(Start, EndsOpenWishesAsUnknown)
 {
     house kept;
