@@ -77,14 +77,18 @@ bool is_sent(const live_router& live, int destination, int source)
            });
 }
 
-// Sent wishes for this source will have replaced what it showed until now.
+// What the destination showed until now, `was`, has been replaced by sent wishes for what it shows
+// now; wishes that cannot have been sent yet will replace the new one.
 void note_what_was(live_router& live, const route& shown, int was)
 {
     const auto open = live.open.find(shown.destination);
-    if (open == live.open.end() || was == shown.source) return;
-    for (open_wish& wish : open->second)
-        if ((wish.state == wish_state::sent || wish.maybe_sent) && wish.source == shown.source)
-            wish.was = was;
+    if (open == live.open.end()) return;
+    for (open_wish& wish : open->second) {
+        const bool may_show =
+            wish.source == shown.source && (wish.state == wish_state::sent || wish.maybe_sent);
+        if (!may_show && wish.state != wish_state::sent) wish.was = shown.source;
+        if (may_show && was != UNKNOWN_SOURCE && was != shown.source) wish.was = was;
+    }
 }
 
 // `heard`: when the destination was reported before.
@@ -109,34 +113,37 @@ void note_found(desk_state& desk, const moment& now, const wish_id& id, const ro
 }
 
 // The destination's last wish, when it went wrong, and its source is shown now. `was` and `heard`:
-// what the destination showed on this connection, and when it was reported before.
-void confirm_late(desk_state& desk, const moment& now, live_router& live, const route& shown,
+// what the destination showed on this connection, and when it was reported before. False when that
+// confirms nothing.
+bool confirm_late(desk_state& desk, const moment& now, live_router& live, const route& shown,
                   int was, wall heard)
 {
     const auto troubled = live.troubled.find(shown.destination);
-    if (troubled == live.troubled.end()) return;
+    if (troubled == live.troubled.end()) return false;
     const wish_id id = troubled->second;
     const wish* row = find_wish(desk.house, id);
-    if (row == nullptr) return;
+    if (row == nullptr) return false;
     const bool late = row->wished.source == shown.source && may_be_late(desk, id, now.utc, heard);
     note_found(desk, now, id, shown);
-    if (!late) return;
+    if (!late) return false;
     const wall after = std::max(wall{}, now.utc - desk.house.batches.at(id.batch).made);
     live.troubled.erase(troubled);
     record_entry(desk, {now.utc, "", "", confirmed_late{id, after, was}});
     tell_change(desk, shown.router, change::kind::wish, shown.destination, id.batch);
+    return true;
 }
 
-// What the destination showed before is `was`, as far as it is known since the start.
+// `was`: what the destination showed before. Where that tells nothing, its author may: of before
+// the start, or of before a wish that has not been confirmed and may have been carried out.
 void note_outside_change(desk_state& desk, const moment& now, const route& shown, int was)
 {
     const auto& authors = find_router(desk, shown.router)->authors;
     const auto author = authors.find(shown.destination);
-    const int last = author == authors.end() ? was : author->second.source;
+    const bool told = was != UNKNOWN_SOURCE && was != shown.source;
+    const int last = told || author == authors.end() ? was : author->second.source;
     if (last == UNKNOWN_SOURCE || last == shown.source) return;
     record_entry(desk, {now.utc, "", "",
-                        outside_change{shown.router, shown.destination, shown.source,
-                                       was == UNKNOWN_SOURCE ? last : was}});
+                        outside_change{shown.router, shown.destination, shown.source, last}});
 }
 
 void report_route(desk_state& desk, const moment& now, live_router& live, const route& shown)
@@ -149,13 +156,13 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
     const wall heard = fact.confirmed;
     const bool changed = was != shown.source || !known;
     fact = {shown.source, now.utc, live.connection};
-    if (known) note_what_was(live, shown, was);
+    note_what_was(live, shown, known ? was : UNKNOWN_SOURCE);
     if (changed) tell_change(desk, shown.router, change::kind::fact, shown.destination);
     const bool confirms = confirm_wishes(desk, now, live, shown.destination, shown.source);
     end_passed_wishes(desk, now, live, shown);
     if (confirms || is_sent(live, shown.destination, shown.source)) return;
-    confirm_late(desk, now, live, shown, known ? was : UNKNOWN_SOURCE, heard);
-    note_outside_change(desk, now, shown, was);
+    if (!confirm_late(desk, now, live, shown, known ? was : UNKNOWN_SOURCE, heard))
+        note_outside_change(desk, now, shown, was);
 }
 } // namespace
 

@@ -167,6 +167,23 @@ TEST_F(Reports, TellWhatWasThereWhenTheTakeCame)
     EXPECT_EQ(row_of(late).was, 5);
 }
 
+TEST_F(Reports, TellWhatWasThereWhenATakeMayHaveCome)
+{
+    const auto one = wish(anna, 0, 2);
+    report(0, 2); // from outside
+    const auto other = wish(anna, 1, 2);
+    doubt_fact(desk, "main", 1);
+    report(1, 5);
+    trace_lost(desk, "main");
+    doubt_fact(desk, "main", 1);
+    report(0, 2);
+    report(1, 2);
+    EXPECT_EQ(became(one), "confirmed");
+    EXPECT_EQ(row_of(one).was, 2);
+    EXPECT_EQ(became(other), "confirmed");
+    EXPECT_EQ(row_of(other).was, 5);
+}
+
 TEST_F(Reports, LeaveWhatWasThereOverALostLink)
 {
     report(0, 4);
@@ -230,6 +247,34 @@ TEST_F(Reports, OfWhatWasSentAreNoOutsideChange)
     report(0, 3);
     EXPECT_THAT(outside_changes(), SizeIs(1));
     EXPECT_EQ(became(one), "sent");
+}
+
+TEST_F(Reports, NoteAChangeBackFromWhatWasSent)
+{
+    wish(anna, 0, 2);
+    carry_out(0, 2);
+    wish(ben, 0, 3);
+    takes(0, 3);
+    report(0, 3);
+    report(0, 2);
+    EXPECT_EQ(author_of(0), (authorship{2, std::nullopt}));
+    ASSERT_THAT(outside_changes(), SizeIs(1));
+    EXPECT_EQ(outside_changes()[0].was, 3);
+}
+
+TEST_F(Reports, NoteWhatStaysOfAWishThatNothingConfirmed)
+{
+    wish(anna, 0, 2);
+    carry_out(0, 2);
+    wish(ben, 0, 3);
+    takes(0, 3);
+    report(0, 3);
+    wait_ms(3000);
+    accept_outcome(desk, now, ben, "main", 0);
+    report(0, 3);
+    EXPECT_EQ(author_of(0), (authorship{3, std::nullopt}));
+    ASSERT_THAT(outside_changes(), SizeIs(1));
+    EXPECT_EQ(outside_changes()[0].was, 2);
 }
 
 TEST_F(Reports, CountEachChange)
