@@ -5,6 +5,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -158,8 +159,21 @@ int read_count(const value_reader& values, const char* name)
 }
 } // namespace
 
+namespace {
+// Of the same text always the same (FNV-1a).
+std::uint32_t checksum(std::string_view text)
+{
+    constexpr std::uint32_t PRIME = 16'777'619;
+    std::uint32_t sum = 2'166'136'261;
+    for (const char byte : text)
+        sum = (sum ^ static_cast<unsigned char>(byte)) * PRIME;
+    return sum;
+}
+} // namespace
+
 std::string router_id(const std::string& name)
 {
+    constexpr std::size_t CHECKSUM_LENGTH = 9; // with the "-" before it
     std::string id = name;
     std::replace_if(
         id.begin(), id.end(),
@@ -167,7 +181,10 @@ std::string router_id(const std::string& name)
             return letter >= 0x80 || (std::isalnum(letter) == 0 && letter != '-' && letter != '_');
         },
         '-');
-    return id;
+    if (id == name && id.size() <= desk::ROUTER_ID_LENGTH) return id;
+    std::array<char, CHECKSUM_LENGTH + 1> end{};
+    std::snprintf(end.data(), end.size(), "-%08x", checksum(name));
+    return id.substr(0, desk::ROUTER_ID_LENGTH - CHECKSUM_LENGTH) + end.data();
 }
 
 bool read_router_file(const std::string& path, desk::router_settings& router,

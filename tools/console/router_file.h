@@ -15,7 +15,8 @@ namespace console {
 bool read_router_file(const std::string& path, desk::router_settings& router,
                       std::vector<std::string>& warnings, std::string& error);
 
-// The name with "-" in place of whatever an id cannot have.
+// The name itself where it can be an id; else as much of it as can be, and what tells it from other
+// names that leave the same.
 std::string router_id(const std::string& name);
 
 } // namespace console

@@ -7,6 +7,7 @@ using namespace console;
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::MatchesRegex;
 using testing::StartsWith;
 
 namespace {
@@ -62,8 +63,22 @@ TEST_F(RouterFile, GivesTheRouterItsName)
 {
     read("ip address=10.0.0.5\n", "Studio 1.backup.conf");
     EXPECT_EQ(router.name, "Studio 1.backup");
-    EXPECT_EQ(router.id, "Studio-1-backup");
-    EXPECT_EQ(router_id("stüdio_2-b"), "st--dio_2-b");
+    EXPECT_THAT(router.id, MatchesRegex("Studio-1-backup-[0-9a-f]{8}"));
+}
+
+TEST(RouterId, IsTheNameWhereItCanBe)
+{
+    EXPECT_EQ(router_id("studio_2-b"), "studio_2-b");
+    EXPECT_EQ(router_id(std::string(64, 'a')), std::string(64, 'a'));
+}
+
+TEST(RouterId, TellsNamesApart)
+{
+    EXPECT_EQ(router_id("stüdio_2-b"), router_id("stüdio_2-b"));
+    EXPECT_NE(router_id("東京"), router_id("大阪"));
+    EXPECT_NE(router_id("a b"), router_id("a.b"));
+    EXPECT_NE(router_id(std::string(64, 'a') + "1"), router_id(std::string(64, 'a') + "2"));
+    EXPECT_LE(router_id(std::string(1000, 'a')).size(), desk::ROUTER_ID_LENGTH);
 }
 
 TEST_F(RouterFile, WarnsOfMisspeltNames)

@@ -112,8 +112,7 @@ TEST_F(RouterOptions, NameEachRouterOnce)
     const std::string file = directory.file("main.conf", "ip address=10.0.0.6\n");
     EXPECT_EQ(refusal({"--router", "main=10.0.0.5", "--file", file.c_str()}),
               "two routers are named main");
-    EXPECT_EQ(refusal({"--router", "a b=10.0.0.5", "--router", "a-b=10.0.0.6"}),
-              "two routers are named a-b");
+    EXPECT_EQ(parse({"--router", "東京=10.0.0.5", "--router", "大阪=10.0.0.6"}), std::nullopt);
 }
 
 TEST_F(RouterOptions, WarnOfAConfigurationFile)
