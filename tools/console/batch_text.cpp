@@ -137,6 +137,12 @@ outcome_figures figures_of(const desk::batch& batch)
     return figures;
 }
 
+// The line below the first of so many rows.
+std::string others_text(std::size_t rows)
+{
+    return rows <= ROWS_TOLD ? "" : "  and " + std::to_string(rows - ROWS_TOLD) + " more\n";
+}
+
 // "Salvo NEWS: ", empty for a plain take.
 std::string title_text(const desk::house& house, const desk::batch& batch)
 {
@@ -196,8 +202,17 @@ std::string outcome_text(const console_state& console, const desk::ulid& batch)
     for (const desk::wish& row : rows)
         if (row.end != desk::outcome::confirmed && ++others <= ROWS_TOLD)
             text += "  " + outcome_row_text(console, row) + "\n";
-    if (others > ROWS_TOLD) text += "  and " + std::to_string(others - ROWS_TOLD) + " more\n";
-    return text;
+    return text + others_text(others);
+}
+
+std::string unknown_text(const console_state& console, const desk::ulid& batch)
+{
+    std::string text;
+    std::size_t open = 0;
+    for (const desk::wish& row : console.desk.house.batches.at(batch).rows)
+        if (row.end == desk::outcome::open && ++open <= ROWS_TOLD)
+            text += route_text(console, row.wished) + ": it is not known what became of it.\n";
+    return text + others_text(open);
 }
 
 nlohmann::json outcome_json(const console_state& console, const desk::ulid& batch)

@@ -22,6 +22,10 @@ bool has_outcome(const desk::house& house, const desk::ulid& batch);
 std::string outcome_text(const console_state& console, const desk::ulid& batch);
 nlohmann::json outcome_json(const console_state& console, const desk::ulid& batch);
 
+// Of a batch that is kept: a line for each of its wishes that is open when nobody will hear any
+// more what becomes of it.
+std::string unknown_text(const console_state& console, const desk::ulid& batch);
+
 // "14 of 16 confirmed, slowest 212 ms, 2 shown already": of a batch that has ended.
 std::string figures_text(const desk::batch& batch);
 

@@ -298,24 +298,11 @@ std::vector<desk::ulid> open_batches(const desk::house& house)
     return open;
 }
 
-std::string unknown_text(const desk::desk_state& desk, const desk::batch& batch)
-{
-    std::string text;
-    for (const desk::wish& row : batch.rows)
-        if (row.end == desk::outcome::open)
-            text += desk::destination_name(desk, row.wished.router, row.wished.destination) +
-                    " <- " + desk::source_name(desk, row.wished.router, row.wished.source) +
-                    ": it is not known what became of it.\n";
-    return text;
-}
-
 void tell_unknown(console_session& session)
 {
     for (const desk::ulid& id : open_batches(session.console.desk.house)) {
         note_verdict(session, verdict::refused);
-        print_event(session,
-                    unknown_text(session.console.desk, session.console.desk.house.batches.at(id)),
-                    outcome_json(session.console, id));
+        print_event(session, unknown_text(session.console, id), outcome_json(session.console, id));
     }
 }
 } // namespace

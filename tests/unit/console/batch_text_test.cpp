@@ -191,6 +191,23 @@ TEST_F(BatchText, TellsOfTwentyRowsAtMost)
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 22);
 }
 
+TEST_F(BatchText, TellsOfWhichWishesTheEndIsNotKnown)
+{
+    const desk::ulid some = take({{"main", 0, 2}, {"main", 1, 2}, {"back", 2, desk::NO_SOURCE}});
+    carry_out(0, 2);
+    EXPECT_EQ(unknown_text(console, some),
+              "MON B <- CAM 3: it is not known what became of it.\n"
+              "MON C of back <- no source: it is not known what became of it.\n");
+    add_router("big");
+    desk::report_counts(console.desk, "big", 30, 30);
+    std::vector<desk::route> routes;
+    for (int i = 0; i < 23; ++i)
+        routes.push_back({"big", i, 2});
+    const std::string text = unknown_text(console, take(routes));
+    EXPECT_THAT(text, testing::EndsWith("\n  and 3 more\n"));
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 21);
+}
+
 TEST_F(BatchText, NamesWhatBatchItWas)
 {
     ask("take 1 3");
