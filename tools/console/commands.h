@@ -44,6 +44,8 @@ const std::vector<command>& info_commands();    // info_commands.cpp: info, rout
 const std::vector<command>& record_commands();  // record_commands.cpp: history, trace, log, watch
 const std::vector<command>& setting_commands(); // setting_commands.cpp: use, set, save, load
 
+std::vector<std::string> setting_names(); // what "set" can set
+
 // The command that these words begin with, at least one, and removes those that name it. Null, with
 // a sentence, when there is none; then of a command of two words the first is removed if it is
 // good.

@@ -106,9 +106,7 @@ words_list argument_words(const console_state& console, argument kind, const std
     case argument::filter:
         return filter_words(console);
     case argument::setting:
-        return {"address", "port",  "inputs",       "outputs",
-                "name",    "alias", "first-number", "confirmation-limit",
-                "group"};
+        return setting_names();
     case argument::command:
         return command_words("");
     case argument::file:

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <iterator>
 
 #include "console/commands.h"
 #include "console/filter.h"
@@ -81,6 +82,9 @@ constexpr std::array<setting, 7> SETTINGS = {{
      [](const auto& settings) { return duration(settings.confirmation_limit); }, read_limit,
      "0.1 to 60 s, such as 3s or 500ms"},
 }};
+
+// These are set for positions.
+constexpr std::string_view LABELS[] = {"alias", "group"};
 
 nlohmann::json settings_json(const desk::router_settings& settings)
 {
@@ -201,14 +205,15 @@ answer run_set(console_state& console, const desk::moment& now, const call& call
 {
     if (call.words.empty()) return show_settings(console);
     const std::string& name = call.words[0].text;
-    if (name == "alias" || name == "group") return set_labels(console, now, call, name == "alias");
+    if (std::find(std::begin(LABELS), std::end(LABELS), name) != std::end(LABELS))
+        return set_labels(console, now, call, name == "alias");
     const auto* const found = std::find_if(SETTINGS.begin(), SETTINGS.end(),
                                            [&](const setting& each) { return each.name == name; });
     if (found == SETTINGS.end()) {
         std::string names;
-        for (const setting& each : SETTINGS)
-            names += std::string(each.name) + ", ";
-        return refusal("There is no setting \"" + name + "\"; there is " + names + "alias, group.",
+        for (const std::string& each : setting_names())
+            names += (names.empty() ? "" : ", ") + each;
+        return refusal("There is no setting \"" + name + "\"; there is " + names + ".",
                        verdict::wrong_use);
     }
     if (call.words.size() != 2)
@@ -272,6 +277,15 @@ answer run_load(console_state& console, const desk::moment& now, const call& cal
     return answer;
 }
 } // namespace
+
+std::vector<std::string> setting_names()
+{
+    std::vector<std::string> names;
+    for (const setting& each : SETTINGS)
+        names.emplace_back(each.name);
+    names.insert(names.end(), std::begin(LABELS), std::end(LABELS));
+    return names;
+}
 
 const std::vector<command>& setting_commands()
 {

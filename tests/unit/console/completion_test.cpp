@@ -75,6 +75,14 @@ TEST_F(Completion, CompletesRoutersAndOptions)
     EXPECT_EQ(completed("use -"), "use -");
 }
 
+TEST_F(Completion, CompletesSettings)
+{
+    EXPECT_THAT(choices("set "),
+                ElementsAre("address", "port", "inputs", "outputs", "name", "first-number",
+                            "confirmation-limit", "alias", "group"));
+    EXPECT_EQ(completed("set co"), "set confirmation-limit ");
+}
+
 TEST_F(Completion, QuotesNamesThatLookLikeNumbers)
 {
     name_sources({"10", "K\xC3\xB6ln"});
