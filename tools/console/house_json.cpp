@@ -1,6 +1,7 @@
 #include "console/house_json.h"
 
 #include "console/house_words.h"
+#include "server/desk/words.h"
 
 namespace console {
 
@@ -98,7 +99,7 @@ json wish_object(const desk::wish& wish)
     object["was"] = source_number(wish.was);
     object["end"] = word_of(OUTCOMES, wish.end);
     if (wish.unchanged) object["unchanged"] = true;
-    if (wish.why != desk::reason::none) object["why"] = word_of(REASONS, wish.why);
+    if (wish.why != desk::reason::none) object["why"] = desk::code_of(wish.why);
     if (!wish.detail.empty()) object["detail"] = wish.detail;
     add_duration(object, "sentAfter", wish.sent_after);
     add_duration(object, "endedAfter", wish.ended_after);

@@ -54,6 +54,18 @@ desk::wish_id read_wish_id(const place& at)
                 read_int(member(at, "row"), 0, static_cast<int>(desk::ROWS_PER_BATCH) - 1))};
 }
 
+// The one with this code: they are numbered on, and behind the last there is no code.
+desk::reason read_reason(const place& at)
+{
+    const std::string text = read_text(at);
+    for (int number = static_cast<int>(desk::reason::none) + 1;; ++number) {
+        const auto reason = static_cast<desk::reason>(number);
+        const std::string code = desk::code_of(reason);
+        if (code.empty()) complain(at, "must not be \"" + text + "\"");
+        if (code == text) return reason;
+    }
+}
+
 // With positions up to these.
 desk::route read_route(const place& at, int last_destination, int last_source)
 {
@@ -184,7 +196,7 @@ desk::wish read_wish(const place& at)
     wish.was = read_source(member(at, "was"), LAST_SHOWN);
     wish.end = read_word(member(at, "end"), OUTCOMES);
     wish.unchanged = read_flag(at, "unchanged");
-    if (has(at, "why")) wish.why = read_word(member(at, "why"), REASONS);
+    if (has(at, "why")) wish.why = read_reason(member(at, "why"));
     if (has(at, "detail")) wish.detail = read_text(member(at, "detail"));
     wish.sent_after = read_duration(at, "sentAfter");
     wish.ended_after = read_duration(at, "endedAfter");

@@ -1,4 +1,5 @@
-// The words of a house's JSON that writing and reading it share.
+// The words of a house's JSON that writing and reading it share. Reasons are the desk's codes
+// (desk::code_of).
 #pragma once
 
 #include <string_view>
@@ -33,28 +34,5 @@ constexpr value_words<desk::outcome, 8> OUTCOMES = {{{"open", desk::outcome::ope
                                                      {"notSent", desk::outcome::not_sent},
                                                      {"superseded", desk::outcome::superseded},
                                                      {"unknown", desk::outcome::unknown}}};
-
-constexpr value_words<desk::reason, 21> REASONS = {
-    {{"none", desk::reason::none},
-     {"noSuchRouter", desk::reason::no_such_router},
-     {"noSuchDestination", desk::reason::no_such_destination},
-     {"noSuchSource", desk::reason::no_such_source},
-     {"noSuchSalvo", desk::reason::no_such_salvo},
-     {"noSuchBatch", desk::reason::no_such_batch},
-     {"noRight", desk::reason::no_right},
-     {"linkNotReady", desk::reason::link_not_ready},
-     {"destinationLocked", desk::reason::locked},
-     {"destinationProtected", desk::reason::protected_by_other},
-     {"changedSince", desk::reason::changed_since},
-     {"factUnknown", desk::reason::fact_unknown},
-     {"notConfirmed", desk::reason::not_confirmed},
-     {"tooManyAtOnce", desk::reason::too_many_at_once},
-     {"tooLate", desk::reason::too_late},
-     {"blockedByOtherRow", desk::reason::blocked_by_other_row},
-     {"linkLost", desk::reason::link_lost},
-     {"notSentInTime", desk::reason::not_sent_in_time},
-     {"backendEnded", desk::reason::backend_ended},
-     {"nothingToDo", desk::reason::nothing_to_do},
-     {"badValue", desk::reason::bad_value}}};
 
 } // namespace console

@@ -129,6 +129,24 @@ TEST(HouseJson, KeepsWordsAndNumbersThatPeopleUnderstand)
                               "confirmedLateAfter": 9000000, "found": 700, "accepted": true})"));
 }
 
+TEST(HouseJson, HasEachReasonByTheDesksCode)
+{
+    desk::house house = full_house();
+    desk::wish& wish = house.batches[id_of(TAKE)].rows[3];
+    wish.wished.destination = 3;
+    desk::reason& why = wish.why;
+    for (why = desk::reason::no_such_router; why <= desk::reason::bad_value;
+         why = static_cast<desk::reason>(static_cast<int>(why) + 1)) {
+        const std::string code = desk::code_of(why);
+        const json written = house_json(house);
+        EXPECT_EQ(written["batches"][TAKE]["rows"][3]["why"], code);
+        desk::house read;
+        std::string error;
+        ASSERT_TRUE(read_house(written.dump(), read, error)) << error;
+        EXPECT_TRUE(read == house) << code;
+    }
+}
+
 struct damage {
     const char* place; // a JSON pointer
     const char* value; // that is put there; null: nothing is there any more
@@ -216,6 +234,10 @@ INSTANTIATE_TEST_SUITE_P(
         damage{"/batches/01ARZ3NDEKTSV4RRFFQ69G5FAW/rows/0/endedAfter", "-1",
                "batches.01ARZ3NDEKTSV4RRFFQ69G5FAW.rows[0].endedAfter must be a whole number from "
                "0 to 253402300799999000"},
+        damage{"/batches/01ARZ3NDEKTSV4RRFFQ69G5FAW/rows/3/why", "\"whim\"",
+               "batches.01ARZ3NDEKTSV4RRFFQ69G5FAW.rows[3].why must not be \"whim\""},
+        damage{"/batches/01ARZ3NDEKTSV4RRFFQ69G5FAW/rows/3/why", "\"\"",
+               "batches.01ARZ3NDEKTSV4RRFFQ69G5FAW.rows[3].why must not be \"\""},
         damage{"/undo/anna/undo/0/rows", "[]", "undo.anna.undo[0] has no rows"},
         damage{"/undo/anna/redo/0/rows/1/was", "-1",
                "undo.anna.redo[0].rows[1].was must be a whole number from 0 to 1023"}));
