@@ -106,6 +106,11 @@ const char* text_of(routers::level level)
     return "";
 }
 
+std::string lines_text(std::uint64_t count)
+{
+    return std::to_string(count) + (count == 1 ? " line" : " lines");
+}
+
 answer run_log(console_state& console, const desk::moment& /*now*/, const call& call)
 {
     std::size_t count = USUAL_COUNT;
@@ -125,7 +130,13 @@ answer run_log(console_state& console, const desk::moment& /*now*/, const call& 
         }
     }
     if (rows.empty()) text = "The backend has said nothing yet.\n";
-    return {.text = text, .json = {{"router", console.router}, {"rows", std::move(rows)}}};
+    const std::uint64_t forgotten = backend == nullptr ? 0 : backend->forgotten;
+    if (forgotten > 0 && rows.size() == backend->log.size())
+        text.insert(0, lines_text(forgotten) + " before these " +
+                           (forgotten == 1 ? "has" : "have") + " been forgotten.\n");
+    return {
+        .text = text,
+        .json = {{"router", console.router}, {"forgotten", forgotten}, {"rows", std::move(rows)}}};
 }
 
 answer run_watch(console_state& /*console*/, const desk::moment& /*now*/, const call& /*call*/)

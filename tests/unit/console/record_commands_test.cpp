@@ -99,6 +99,22 @@ TEST_F(RecordCommands, LogTellsWhatTheBackendSaid)
         {"at": "2026-11-21T14:02:11.000Z", "level": "", "text": "plain"}])"));
 }
 
+TEST_F(RecordCommands, LogTellsHowMuchIsForgotten)
+{
+    backend().log.push_back({now, routers::level::none, "second"});
+    backend().log.push_back({now, routers::level::none, "third"});
+    EXPECT_EQ(ask("log").json["forgotten"], 0);
+    backend().forgotten = 1;
+    EXPECT_EQ(says("log"), "1 line before these has been forgotten.\n"
+                           "14:02:11.000 second\n"
+                           "14:02:11.000 third\n");
+    EXPECT_EQ(says("log 1"), "14:02:11.000 third\n") << "the one before is still there";
+    backend().forgotten = 1200;
+    EXPECT_THAT(says("log 9"),
+                testing::StartsWith("1200 lines before these have been forgotten.\n"));
+    EXPECT_EQ(ask("log 1").json["forgotten"], 1200);
+}
+
 TEST_F(RecordCommands, WatchFollows)
 {
     EXPECT_TRUE(ask("watch").follow);
