@@ -3,6 +3,7 @@
 #include "console/commands.h"
 #include "console/lookup.h"
 #include "console/route_names.h"
+#include "console/route_rows.h"
 #include "console/times.h"
 #include "server/desk/locks.h"
 #include "server/desk/words.h"
@@ -57,12 +58,6 @@ bool read_lock(const call& call, lock_words& read, std::string& complaint)
     return true;
 }
 
-std::string until_text(const desk::moment& now, desk::wall until)
-{
-    const bool today = until - now.utc < std::chrono::hours(12);
-    return " until " + (today ? time_of_day(until) : day_and_time(until));
-}
-
 nlohmann::json lock_json(const console_state& console, int destination, const desk::lock& lock)
 {
     nlohmann::json json = {
@@ -76,13 +71,12 @@ nlohmann::json lock_json(const console_state& console, int destination, const de
     return json;
 }
 
-answer lock_answer(const console_state& console, const desk::moment& now, int destination)
+answer lock_answer(const console_state& console, int destination)
 {
     const desk::lock& lock = desk::find_router(console.desk, console.router)->locks.at(destination);
     answer result{.json = lock_json(console, destination, lock)};
     result.text =
-        desk::lock_text(console.desk, console.router, destination) +
-        (lock.until ? until_text(now, *lock.until) : "") +
+        desk::lock_text(console.desk, console.router, destination) + until_text(lock) +
         (lock.mode == desk::lock_mode::lock ? ": nobody may route it here, you included.\n"
                                             : ": nobody but you may route it here.\n") +
         "The router itself knows nothing of it: it can still be routed past this "
@@ -104,7 +98,7 @@ answer set_lock(console_state& console, const desk::moment& now, const call& cal
     const desk::objection found = desk::set_lock(console.desk, now, console.person, console.router,
                                                  *destination, mode, read.reason, until);
     if (found.why != desk::reason::none) return refusal(found.detail + ".", verdict::refused);
-    return lock_answer(console, now, *destination);
+    return lock_answer(console, *destination);
 }
 
 answer run_lock(console_state& console, const desk::moment& now, const call& call)

@@ -93,8 +93,14 @@ std::string state_text(const console_state& console, const route_row& row,
 std::string lock_state(const desk::lock& lock)
 {
     return desk::text_of(lock.mode) + (" by " + lock.owner) +
-           (lock.reason.empty() ? "" : " (" + lock.reason + ")") +
-           (lock.until ? " until " + time_of_day(*lock.until) : "");
+           (lock.reason.empty() ? "" : " (" + lock.reason + ")") + until_text(lock);
+}
+
+std::string until_text(const desk::lock& lock)
+{
+    if (!lock.until) return "";
+    const bool same_day = *lock.until - lock.since < std::chrono::hours(12);
+    return " until " + (same_day ? time_of_day(*lock.until) : day_and_time(*lock.until));
 }
 
 nlohmann::json lock_json(const desk::lock& lock)

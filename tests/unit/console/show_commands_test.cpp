@@ -47,6 +47,17 @@ TEST_F(ShowCommands, RoutesTellWhatIsWishedStagedLockedAndWrong)
               "4  MON D        1  CAM 1   CAM 2 refused by the router (NAK 0005)\n");
 }
 
+TEST_F(ShowCommands, RoutesTellTheDayWhereALockEndsOnAnother)
+{
+    ask("lock 1 11h");
+    ask("lock 2 40d");
+    EXPECT_EQ(says("routes 1-2"), "Numbers begin at 1.\n"
+                                  "#  Destination  #  Source  State\n"
+                                  "1  MON A        1  CAM 1   locked by anna until 01:02:11\n"
+                                  "2  MON B        1  CAM 1   locked by anna until 2026-12-31 "
+                                  "14:02:11\n");
+}
+
 TEST_F(ShowCommands, RoutesOfALostLinkSaySinceWhenAndWhy)
 {
     link(desk::link_state::down, "the router closed the connection");
