@@ -1,5 +1,7 @@
 #include "console/entry_text.h"
 
+#include <algorithm>
+
 #include "console/batch_text.h"
 #include "console/route_names.h"
 #include "console/route_rows.h"
@@ -166,12 +168,28 @@ struct entry_teller {
     {
         const std::vector<desk::wish>& rows = made.batch.rows;
         const std::string kind = kind_text(made.batch.kind);
-        const std::string what =
-            rows.size() == 1 ? wish_text(console, rows[0]) : rows_text(rows.size());
+        const auto not_sent = std::count_if(
+            rows.begin(), rows.end(), [](const auto& row) { return !desk::was_accepted(row); });
+        const std::string what = rows.size() == 1 ? asked_text(rows[0])
+                                                  : rows_text(rows.size()) + refused_text(not_sent);
         std::string text = entry.person + " asked for a " + kind + ": " + what;
         if (made.batch.kind == desk::batch_kind::undo)
             text = entry.person + " asked for an undo: " + what;
-        return {"wished", text, {{"batch", desk::text_of(made.id)}, {"rows", rows.size()}}};
+        return {"wished",
+                text,
+                {{"batch", desk::text_of(made.id)}, {"rows", rows.size()}, {"notSent", not_sent}}};
+    }
+
+    // With its end when it has had that at once.
+    std::string asked_text(const desk::wish& wish) const
+    {
+        const bool goes = wish.end == desk::outcome::open;
+        return wish_text(console, wish) + (goes ? "" : ": " + end_text(wish));
+    }
+
+    static std::string refused_text(std::ptrdiff_t not_sent)
+    {
+        return not_sent == 0 ? "" : ", " + std::to_string(not_sent) + " not sent";
     }
 
     told_entry operator()(const desk::wish_ended& ended) const

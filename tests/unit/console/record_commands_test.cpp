@@ -39,6 +39,26 @@ TEST_F(RecordCommands, HistoryTellsWhatWasAskedForAndWhatBecameOfIt)
     EXPECT_EQ(says("history zebra"), "Nothing that has happened fits.\n");
 }
 
+TEST_F(RecordCommands, HistoryTellsWhatWasNotSentAtAll)
+{
+    console.history.clear();
+    ask("lock 2");
+    ask("take 2 3");
+    ask("take 1 1");
+    ask("stage 1 4");
+    ask("stage 2 4");
+    ask("take");
+    ask("take --rest");
+    happened();
+    EXPECT_EQ(
+        says("history asked"),
+        "2026-11-21 14:02:11 anna asked for a take: MON B <- CAM 3: not sent: MON B is locked by "
+        "anna.\n"
+        "2026-11-21 14:02:11 anna asked for a take: MON A <- CAM 1: shown already.\n"
+        "2026-11-21 14:02:11 anna asked for a take of the staged list: 2 rows, 2 not sent.\n"
+        "2026-11-21 14:02:11 anna asked for a take of the staged list: 2 rows, 1 not sent.\n");
+}
+
 TEST_F(RecordCommands, HistoryAsJson)
 {
     report(1, 4);
