@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "console/router_options.h"
+#include "console/safe_text.h"
 #include "console/script.h"
 #include "console/session.h"
 #include "console/terminal.h"
@@ -166,7 +167,8 @@ int run(const console_options& options)
         std::cerr << error << "\n";
         return common::EXIT_WRONG_ARGUMENTS;
     }
-    if (!add_routers(console, options, error)) return common::refuse_arguments(error, std::cerr);
+    if (!add_routers(console, options, error))
+        return common::refuse_arguments(safe_text(error), std::cerr);
     run_session(session, options);
     close_session(session);
     return is_for_terminal(options) ? 0 : status_of(session); // a person has seen it all

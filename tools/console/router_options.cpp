@@ -6,6 +6,7 @@
 #include <netinet/in.h>
 
 #include "console/router_file.h"
+#include "console/safe_text.h"
 #include "tools/common/numbers.h"
 #include "tools/common/program.h"
 
@@ -139,9 +140,9 @@ std::optional<int> read_options(int argument_count, const char* const* arguments
     std::string error;
     const bool good = add_routers(options, texts, warnings, error);
     for (const std::string& warning : warnings)
-        errors << "Warning: " << warning << "\n";
+        errors << "Warning: " << safe_text(warning) << "\n";
     if (good) return std::nullopt;
-    return common::refuse_arguments(error, errors);
+    return common::refuse_arguments(safe_text(error), errors);
 }
 
 } // namespace console

@@ -115,6 +115,14 @@ TEST_F(RouterOptions, NameEachRouterOnce)
     EXPECT_EQ(parse({"--router", "東京=10.0.0.5", "--router", "大阪=10.0.0.6"}), std::nullopt);
 }
 
+TEST_F(RouterOptions, ShowNoControlCharactersOfAFile)
+{
+    const std::string file = directory.file("main.conf", "ip address=10.0.0.6\n\033[2J=1\n");
+    EXPECT_EQ(parse({"--file", file.c_str()}), std::nullopt);
+    EXPECT_THAT(errors.str(), HasSubstr("there is no setting \"\uFFFD[2J\""));
+    EXPECT_EQ(refusal({"--router", "\033[2J"}), "--router \uFFFD[2J: NAME=ADDRESS[:PORT] expected");
+}
+
 TEST_F(RouterOptions, WarnOfAConfigurationFile)
 {
     const std::string file = directory.file("main.conf", "ip address=10.0.0.6\nprot=1\n");
