@@ -25,7 +25,7 @@ void end_open_wishes(desk_state& desk, const moment& now)
                 ends.push_back({{id, row},
                                 outcome::unknown,
                                 reason::none,
-                                "the server was restarted",
+                                "the program was restarted",
                                 std::nullopt,
                                 std::max(wall{}, now.utc - batch.made),
                                 last_shown(desk.house, batch.rows[row].wished)});

@@ -133,6 +133,6 @@ TEST_F(ConsoleData, WishThatWasOpenAtTheEndIsNotForgotten)
     EXPECT_EQ(status_after(printed.ours.number), 128 + SIGTERM);
     EXPECT_EQ(play_with_data("routes problems\n"), 0);
     EXPECT_THAT(output,
-                HasSubstr("MON A        1  CAM 1   CAM 3 unknown: the server was restarted; "
+                HasSubstr("MON A        1  CAM 1   CAM 3 unknown: the program was restarted; "
                           "then the router showed CAM 1\n"));
 }

@@ -139,7 +139,7 @@ const ending ENDINGS[] = {
          test.console.desk.live["main"].source_names = {"", "", "CAM 3"};
          test.console.desk.live["main"].destination_names = {"MON A"};
      },
-     "MON A <- CAM 3: unknown: the server was restarted.\n", "unknown", verdict::refused},
+     "MON A <- CAM 3: unknown: the program was restarted.\n", "unknown", verdict::refused},
 };
 
 INSTANTIATE_TEST_SUITE_P(Endings, BatchTextOfOne, testing::ValuesIn(ENDINGS));

@@ -118,10 +118,10 @@ TEST_F(LateReports, SayWhatARestartFound)
         const char* became;
         bool late;
     } const cases[] = {
-        {2, 2, "unknown: the server was restarted; then the router showed CAM 3", true},
-        {2, 0, "unknown: the server was restarted; then the router showed CAM 1", false},
-        {2, 3, "unknown: the server was restarted; then the router showed CAM 4", false},
-        {0, 0, "unknown: the server was restarted; then the router showed CAM 1", false},
+        {2, 2, "unknown: the program was restarted; then the router showed CAM 3", true},
+        {2, 0, "unknown: the program was restarted; then the router showed CAM 1", false},
+        {2, 3, "unknown: the program was restarted; then the router showed CAM 4", false},
+        {0, 0, "unknown: the program was restarted; then the router showed CAM 1", false},
     };
     for (const auto& c : cases) {
         take_request request;

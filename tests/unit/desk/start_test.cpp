@@ -64,7 +64,7 @@ TEST(Start, EndsOpenWishesAsUnknown)
     const wish& row = desk.house.batches.at({1, 1}).rows[1];
     EXPECT_EQ(desk.house.batches.at({1, 1}).rows[0].end, outcome::confirmed);
     EXPECT_EQ(row.end, outcome::unknown);
-    EXPECT_EQ(row.detail, "the server was restarted");
+    EXPECT_EQ(row.detail, "the program was restarted");
     EXPECT_EQ(row.ended_after, monotonic(1'000'000));
     EXPECT_EQ(desk.house.batches.at({1, 2}).rows[0].ended_after, monotonic(0));
     ASSERT_EQ(desk.entries.size(), 2);
