@@ -1,8 +1,10 @@
 // The console without a terminal: single commands and scripts, on real backends and simulators.
 #include <csignal>
+#include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
+#include <poll.h>
 #include <sstream>
 
 #include "support/console_process.h"
@@ -29,6 +31,8 @@ class Console : public ScriptedConsole {
         }
         return found;
     }
+
+    void fill_output();
 };
 
 // A backend's place that says nothing and takes everything.
@@ -250,6 +254,64 @@ TEST_F(Console, EndsWhenNobodyReadsAnyMore)
     printed.ours.reset();
     tell_simulator("take 3 4");
     EXPECT_EQ(status_at_end(console), 0);
+}
+
+TEST_F(Console, OutputThatCannotBeWrittenIsNoSuccess)
+{
+    start_simulator();
+    const common::owned_descriptor full(open("/dev/full", O_WRONLY | O_CLOEXEC));
+    for (const std::vector<std::string>& words :
+         {std::vector<std::string>{}, {"take", "MON A", "CAM 3"}}) {
+        input = pipe_to_child();
+        printed = pipe_from_child();
+        run(on_simulator(words), {input.childs.number, full.number, printed.childs.number});
+        input.childs.reset();
+        printed.childs.reset();
+        output.clear();
+        write_all(input.ours.number, "take 'MON A' 'CAM 3'\n");
+        input.ours.reset();
+        EXPECT_EQ(status_after(printed.ours.number), 2);
+        EXPECT_EQ(output, "Cannot write the output: No space left on device.\n");
+    }
+    tell_simulator("routes");
+    EXPECT_TRUE(simulator_prints("1 MON A <- 1 CAM 1"));
+}
+
+// Until the pipe that it prints into takes no more.
+void Console::fill_output()
+{
+    printed = pipe_from_child();
+    input = pipe_to_child();
+    start_simulator();
+    run(on_simulator(), {input.childs.number, printed.childs.number, printed.childs.number});
+    input.childs.reset();
+    output.clear();
+    std::string script;
+    for (int i = 0; i < 200; ++i)
+        script += "routes\n";
+    write_all(input.ours.number, script + "help take\n");
+    EXPECT_TRUE(until([&] {
+        pollfd watched = {printed.childs.number, POLLOUT, 0};
+        return poll(&watched, 1, 0) == 0;
+    }));
+}
+
+TEST_F(Console, ReaderThatIsSlowLosesNothing)
+{
+    fill_output();
+    ASSERT_TRUE(common::set_nonblocking(printed.childs.number, error)) << error;
+    printed.childs.reset();
+    input.ours.reset();
+    EXPECT_EQ(status_after(printed.ours.number), 0);
+    EXPECT_THAT(output, HasSubstr("take [DESTINATION SOURCE]"));
+}
+
+TEST_F(Console, SignalEndsAConsoleThatNobodyReads)
+{
+    fill_output();
+    kill(console.process, SIGTERM);
+    EXPECT_EQ(status_at_end(console), 128 + SIGTERM);
+    EXPECT_FALSE(has_left_files());
 }
 
 // Its input ends with the console, whatever becomes of that.

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <iostream>
 #include <pwd.h>
@@ -18,6 +19,7 @@
 #include "console/router_options.h"
 #include "console/safe_text.h"
 #include "console/script.h"
+#include "console/script_output.h"
 #include "console/session.h"
 #include "console/terminal.h"
 #include "server/desk/setup.h"
@@ -158,9 +160,8 @@ int run(const console_options& options)
     console.running.program = options.backend;
     console.running.folder = folder.path;
     session.json = options.json;
-    // Once nobody reads any more there is nothing left to do.
     session.print = session.show = [&](const std::string& text) {
-        if (std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0) session.quit = true;
+        write_output(session, text);
     };
     std::string error;
     if (!make_desk(session, options, error)) {
@@ -172,6 +173,17 @@ int run(const console_options& options)
     run_session(session, options);
     close_session(session);
     return is_for_terminal(options) ? 0 : status_of(session); // a person has seen it all
+}
+
+// What is opened later must not come in the place of standard input or output. Nothing can be
+// written to one that was closed.
+void keep_standard_descriptors()
+{
+    int opened = -1;
+    do
+        opened = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    while (opened >= 0 && opened <= STDERR_FILENO);
+    close(opened);
 }
 
 int run_program(int argument_count, const char* const* arguments)
@@ -186,6 +198,7 @@ int run_program(int argument_count, const char* const* arguments)
 
 int main(int argument_count, char** arguments)
 {
+    keep_standard_descriptors();
     choose_characters();
     return common::run_main(run_program, argument_count, arguments);
 }

@@ -22,7 +22,7 @@ constexpr const char* FOOTER =
     "\n"
     "Exit status of a script or a command: 0 when all was done and confirmed; 1 when something\n"
     "was not understood, or the console could not start; 2 when something was refused or not\n"
-    "confirmed; 3 when the router could not be reached.";
+    "confirmed, or the output could not be written; 3 when the router could not be reached.";
 
 bool is_ipv4(const std::string& text)
 {

@@ -67,12 +67,10 @@ void run_single(console_session& session, const std::vector<std::string>& words,
     for (const std::string& each : words)
         command.push_back({.text = each});
     const bool asks_for_help = common::same_name(words[0], "help") || words[0] == "?";
-    if (!asks_for_help && !wait_until_ready(session, wait_ready)) {
-        session.worst = std::max(session.worst, verdict::not_ready);
-        return;
-    }
-    wait_for_routes(session);
-    run_words(session, command, true);
+    const bool ready = asks_for_help || wait_until_ready(session, wait_ready);
+    if (!ready && goes_on(session)) session.worst = std::max(session.worst, verdict::not_ready);
+    if (ready) wait_for_routes(session);
+    if (ready && goes_on(session)) run_words(session, command, true);
 }
 
 } // namespace console

@@ -111,6 +111,15 @@ void catch_signals(console_session& session, std::initializer_list<int> signals)
     session.signals = common::owned_descriptor(signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
+void take_signal(console_session& session)
+{
+    if (session.signal != 0) return;
+    signalfd_siginfo info{};
+    const ssize_t length = read(session.signals.number, &info, sizeof info);
+    if (length == static_cast<ssize_t>(sizeof info))
+        session.signal = static_cast<int>(info.ssi_signo);
+}
+
 bool goes_on(const console_session& session)
 {
     return !session.quit && session.signal == 0;
@@ -121,15 +130,6 @@ void serve_session(console_session& session)
     routers::serve_routers(session.console.running, session.console.desk, now());
     tell_and_keep(session);
 }
-
-namespace {
-int next_signal(const console_session& session)
-{
-    signalfd_siginfo info{};
-    const ssize_t length = read(session.signals.number, &info, sizeof info);
-    return length == static_cast<ssize_t>(sizeof info) ? static_cast<int>(info.ssi_signo) : 0;
-}
-} // namespace
 
 void wait_session(console_session& session, std::span<pollfd> watched,
                   std::optional<std::chrono::milliseconds> time_out)
@@ -144,7 +144,7 @@ void wait_session(console_session& session, std::span<pollfd> watched,
                            std::chrono::milliseconds(0), pause);
     poll(descriptors.data(), descriptors.size(), static_cast<int>(pause.count()));
     std::copy_n(descriptors.begin(), watched.size(), watched.begin());
-    if (session.signal == 0) session.signal = next_signal(session);
+    take_signal(session);
     routers::serve_routers(session.console.running, session.console.desk, now(), descriptors);
     tell_and_keep(session);
 }

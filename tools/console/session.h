@@ -25,6 +25,7 @@ struct console_session {
     bool follow = false; // show every change
     bool closing = false;
     bool quit = false;
+    bool unread = false;                             // what is printed goes nowhere any more
     console::verdict worst = console::verdict::done; // of all that was run, and of its wishes
 
     std::optional<house_file> kept; // where the house is kept; none: nowhere
@@ -42,6 +43,9 @@ desk::moment now(); // on the system's clocks
 
 // From here on these signals do nothing by themselves: a wait ends by one and says which.
 void catch_signals(console_session& session, std::initializer_list<int> signals);
+
+// Takes up one that has come, unless another still waits to be handled.
+void take_signal(console_session& session);
 
 // Whether the session goes on: nobody has left and no signal waits to be handled.
 bool goes_on(const console_session& session);
