@@ -107,8 +107,9 @@ std::optional<ulid> find_salvo(const house& house, const std::string& name)
 }
 
 take_answer run_salvo(desk_state& desk, const moment& now, const actor& actor, const ulid& id,
-                      int version, batch_rule rule, bool dry_run, const std::string& reason_given)
+                      int version, const batch_command& command)
 {
+    if (std::optional<take_answer> again = answer_again(desk, command.id)) return *again;
     const auto found = desk.house.salvos.find(id);
     if (found == desk.house.salvos.end()) {
         objection none = no_such_salvo();
@@ -124,12 +125,9 @@ take_answer run_salvo(desk_state& desk, const moment& now, const actor& actor, c
                 reason::no_such_salvo,
                 found->second.name + " has no version " + std::to_string(version),
                 {}};
-    take_request request;
+    take_request request{command, {}, false};
     for (const route& row : wanted->rows)
         request.rows.push_back({row, std::nullopt});
-    request.rule = rule;
-    request.dry_run = dry_run;
-    request.reason_given = reason_given;
     return take_as(desk, now, actor, request, {batch_kind::salvo, id, wanted->number, {}});
 }
 

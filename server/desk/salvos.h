@@ -29,6 +29,6 @@ std::optional<ulid> find_salvo(const house& house, const std::string& name);
 
 // One version as one batch, version 0: the newest.
 take_answer run_salvo(desk_state& desk, const moment& now, const actor& actor, const ulid& id,
-                      int version, batch_rule rule, bool dry_run, const std::string& reason_given);
+                      int version, const batch_command& command);
 
 } // namespace desk

@@ -53,9 +53,10 @@ void forget_longest_idle(desk_state& desk)
 }
 
 // In the order in which they were staged, with what each destination must still show.
-take_request request_of(const live_router& live, const std::string& router, const stage_rows& stage)
+take_request request_of(const batch_command& command, const live_router& live,
+                        const std::string& router, const stage_rows& stage)
 {
-    take_request request;
+    take_request request{command, {}, false};
     std::vector<std::pair<wall, take_row>> rows;
     for (const auto& [destination, row] : stage) {
         take_row taken_row{{router, destination, row.source}, std::nullopt};
@@ -116,21 +117,18 @@ bool has_changed(const live_router& router, int destination, const staged_row& r
 }
 
 take_answer take_stage(desk_state& desk, const moment& now, const actor& actor,
-                       const std::string& router, batch_rule rule, bool dry_run,
-                       const std::string& reason_given)
+                       const std::string& router, const batch_command& command)
 {
+    if (std::optional<take_answer> again = answer_again(desk, command.id)) return *again;
     if (find_router(desk, router) == nullptr) {
         objection found = no_such_router(router);
         return {{}, found.why, std::move(found.detail), {}};
     }
     stage_rows* const stage = find_stage(desk, actor.person, router);
     if (stage == nullptr) return {{}, reason::nothing_to_do, "nothing is staged", {}};
-    take_request request = request_of(*find_live(desk, router), router, *stage);
-    request.rule = rule;
-    request.dry_run = dry_run;
-    request.reason_given = reason_given;
+    const take_request request = request_of(command, *find_live(desk, router), router, *stage);
     take_answer answer = take_as(desk, now, actor, request, {batch_kind::stage, {}, 0, {}});
-    if (dry_run) return answer;
+    if (command.dry_run) return answer;
     bool left = false;
     for (const row_answer& row : answer.rows)
         if ((row.goes || row.unchanged) && stage->erase(row.wished.destination) > 0) left = true;

@@ -27,7 +27,6 @@ bool has_changed(const live_router& router, int destination, const staged_row& r
 // The whole stage as one batch. Rows that went, or needed not to, leave the stage; blocked ones
 // stay. An empty one is refused with nothing_to_do.
 take_answer take_stage(desk_state& desk, const moment& now, const actor& actor,
-                       const std::string& router, batch_rule rule, bool dry_run,
-                       const std::string& reason_given);
+                       const std::string& router, const batch_command& command);
 
 } // namespace desk

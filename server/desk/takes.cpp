@@ -150,35 +150,18 @@ void send_rows(desk_state& desk, const moment& now, const ulid& id,
     for (auto& [router, changes] : rows)
         desk.orders.push_back({order::kind::send, router, std::move(changes)});
 }
-
-take_answer answer_again(const ulid& id, const batch& batch)
-{
-    take_answer answer{id, reason::none, "", {}};
-    for (const wish& row : batch.rows) {
-        row_answer& again = answer.rows.emplace_back();
-        again.wished = row.wished;
-        again.unchanged = row.unchanged;
-        again.goes = was_accepted(row) && !row.unchanged;
-        if (!was_accepted(row)) {
-            again.why = row.why;
-            again.detail = row.detail;
-        }
-    }
-    return answer;
-}
 } // namespace
 
 take_answer take(desk_state& desk, const moment& now, const actor& actor,
                  const take_request& request)
 {
+    if (std::optional<take_answer> again = answer_again(desk, request.id)) return *again;
     return take_as(desk, now, actor, request, {});
 }
 
 take_answer take_as(desk_state& desk, const moment& now, const actor& actor,
                     const take_request& request, const batch_origin& from)
 {
-    const auto first = desk.house.batches.find(request.id);
-    if (first != desk.house.batches.end()) return answer_again(first->first, first->second);
     const objection against = check_request(desk, now, request);
     if (against.why != reason::none) return {{}, against.why, against.detail, {}};
     take_answer answer;
@@ -199,6 +182,24 @@ take_answer take_as(desk_state& desk, const moment& now, const actor& actor,
     answer.batch = request.id.is_none() ? make_id(desk.ids, now.utc) : request.id;
     record_entry(desk, {now.utc, actor.person, actor.origin, batch_made{answer.batch, batch}});
     send_rows(desk, now, answer.batch, answer.rows);
+    return answer;
+}
+
+std::optional<take_answer> answer_again(const desk_state& desk, const ulid& id)
+{
+    const auto batch = desk.house.batches.find(id);
+    if (batch == desk.house.batches.end()) return std::nullopt;
+    take_answer answer{id, reason::none, "", {}};
+    for (const wish& row : batch->second.rows) {
+        row_answer& again = answer.rows.emplace_back();
+        again.wished = row.wished;
+        again.unchanged = row.unchanged;
+        again.goes = was_accepted(row) && !row.unchanged;
+        if (!was_accepted(row)) {
+            again.why = row.why;
+            again.detail = row.detail;
+        }
+    }
     return answer;
 }
 

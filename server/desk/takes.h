@@ -14,14 +14,18 @@ struct take_row {
     std::optional<int> if_source; // goes only while the destination is known to show this
 };
 
-struct take_request {
-    ulid id; // the caller's, at most once: a second request with it gets the first one's answer
+// What every command has that makes a batch.
+struct batch_command {
+    ulid id; // the caller's, at most once: a second command with it gets the first one's answer
     std::optional<monotonic> asked; // steady; older than COMMAND_AGE is refused. None: now
-    std::vector<take_row> rows;
     batch_rule rule = batch_rule::all;
-    bool dry_run = false;        // answers the same questions, sends and records nothing
-    bool send_unchanged = false; // also what the destination shows already
+    bool dry_run = false; // answers the same questions, sends and records nothing
     std::string reason_given;
+};
+
+struct take_request : batch_command {
+    std::vector<take_row> rows;
+    bool send_unchanged = false; // also what the destination shows already
 };
 
 struct row_answer {
@@ -57,5 +61,9 @@ struct batch_origin {
 };
 take_answer take_as(desk_state& desk, const moment& now, const actor& actor,
                     const take_request& request, const batch_origin& from);
+
+// For the same commands, before all that may be otherwise since: the answer that there was to the
+// first command with this id. None when it is the first.
+std::optional<take_answer> answer_again(const desk_state& desk, const ulid& id);
 
 } // namespace desk

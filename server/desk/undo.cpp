@@ -88,12 +88,10 @@ std::vector<undo_row> what_went(const house& house, std::vector<undo_row> rows)
 }
 
 take_answer put_back(desk_state& desk, const moment& now, const actor& actor,
-                     const std::vector<undo_row>& rows, batch_rule rule, bool dry_run,
+                     const batch_command& command, const std::vector<undo_row>& rows,
                      batch_origin from)
 {
-    take_request request;
-    request.rule = rule;
-    request.dry_run = dry_run;
+    take_request request{command, {}, false};
     for (const undo_row& row : rows) {
         request.rows.push_back({{row.put.router, row.put.destination, row.was}, std::nullopt});
         from.objections.push_back(object_to(desk, row));
@@ -102,9 +100,10 @@ take_answer put_back(desk_state& desk, const moment& now, const actor& actor,
 }
 
 take_answer use_newest(desk_state& desk, const moment& now, const actor& actor,
-                       std::deque<undo_step> undo_record::*steps, batch_rule rule, bool dry_run,
+                       const batch_command& command, std::deque<undo_step> undo_record::*steps,
                        batch_kind kind)
 {
+    if (std::optional<take_answer> again = answer_again(desk, command.id)) return *again;
     const auto record = desk.house.undo.find(actor.person);
     if (record != desk.house.undo.end()) {
         const std::deque<undo_step>& of = record->second.*steps;
@@ -112,7 +111,7 @@ take_answer use_newest(desk_state& desk, const moment& now, const actor& actor,
             return !what_went(desk.house, one.rows).empty();
         });
         if (step != of.rend() && now.utc - step->made <= UNDO_AGE)
-            return put_back(desk, now, actor, what_went(desk.house, step->rows), rule, dry_run,
+            return put_back(desk, now, actor, command, what_went(desk.house, step->rows),
                             {kind, step->batch, 0, {}});
     }
     return {{},
@@ -122,28 +121,29 @@ take_answer use_newest(desk_state& desk, const moment& now, const actor& actor,
 }
 } // namespace
 
-take_answer undo(desk_state& desk, const moment& now, const actor& actor, batch_rule rule,
-                 bool dry_run)
+take_answer undo(desk_state& desk, const moment& now, const actor& actor,
+                 const batch_command& command)
 {
-    return use_newest(desk, now, actor, &undo_record::undo, rule, dry_run, batch_kind::undo);
+    return use_newest(desk, now, actor, command, &undo_record::undo, batch_kind::undo);
 }
 
-take_answer redo(desk_state& desk, const moment& now, const actor& actor, batch_rule rule,
-                 bool dry_run)
+take_answer redo(desk_state& desk, const moment& now, const actor& actor,
+                 const batch_command& command)
 {
-    return use_newest(desk, now, actor, &undo_record::redo, rule, dry_run, batch_kind::redo);
+    return use_newest(desk, now, actor, command, &undo_record::redo, batch_kind::redo);
 }
 
 take_answer roll_back(desk_state& desk, const moment& now, const actor& actor, const ulid& batch,
-                      batch_rule rule, bool dry_run)
+                      const batch_command& command)
 {
+    if (std::optional<take_answer> again = answer_again(desk, command.id)) return *again;
     const auto found = desk.house.batches.find(batch);
     if (found == desk.house.batches.end())
         return {{}, reason::no_such_batch, "this batch is not known any more", {}};
     const std::vector<undo_row> rows = what_went(desk.house, rows_of(batch, found->second));
     if (rows.empty())
         return {{}, reason::nothing_to_do, "nothing of this batch was sent to a router", {}};
-    return put_back(desk, now, actor, rows, rule, dry_run, {batch_kind::rollback, batch, 0, {}});
+    return put_back(desk, now, actor, command, rows, {batch_kind::rollback, batch, 0, {}});
 }
 
 } // namespace desk

@@ -11,13 +11,13 @@ namespace desk {
 // The person's newest step that is not older than UNDO_AGE; nothing_to_do when there is none. A dry
 // run tells what would happen, row by row. The step is used up when a row goes or the rule is
 // `rest`; it can then be redone.
-take_answer undo(desk_state& desk, const moment& now, const actor& actor, batch_rule rule,
-                 bool dry_run);
-take_answer redo(desk_state& desk, const moment& now, const actor& actor, batch_rule rule,
-                 bool dry_run);
+take_answer undo(desk_state& desk, const moment& now, const actor& actor,
+                 const batch_command& command);
+take_answer redo(desk_state& desk, const moment& now, const actor& actor,
+                 const batch_command& command);
 
 // Any batch that is still known, anybody's.
 take_answer roll_back(desk_state& desk, const moment& now, const actor& actor, const ulid& batch,
-                      batch_rule rule, bool dry_run);
+                      const batch_command& command);
 
 } // namespace desk

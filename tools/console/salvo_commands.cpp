@@ -18,9 +18,9 @@
 namespace console {
 
 namespace {
-desk::batch_rule rule_of(const call& call)
+desk::batch_command command_of(const call& call)
 {
-    return call.rest ? desk::batch_rule::rest : desk::batch_rule::all;
+    return {{}, {}, call.rest ? desk::batch_rule::rest : desk::batch_rule::all, call.dry_run, ""};
 }
 
 std::string routes(std::size_t count)
@@ -188,8 +188,7 @@ answer run_take(console_state& console, const desk::moment& now, const call& cal
     const desk::salvo* const salvo = find_salvo(console, call.words[0], id, result);
     if (salvo == nullptr) return result;
     result = batch_answer(
-        console,
-        desk::run_salvo(console.desk, now, console.person, id, 0, rule_of(call), call.dry_run, ""),
+        console, desk::run_salvo(console.desk, now, console.person, id, 0, command_of(call)),
         desk::batch_kind::salvo, call.dry_run);
     const int version = salvo->versions.back().number;
     result.text.insert(0, "Salvo " + salvo->name + ", version " + std::to_string(version) + ":\n");
@@ -209,8 +208,7 @@ answer run_rollback(console_state& console, const desk::moment& now, const call&
         return refusal("Salvo " + salvo->name + " has not been taken here.", verdict::refused);
     const desk::wall taken = console.desk.house.batches.at(*run).made;
     result = batch_answer(
-        console,
-        desk::roll_back(console.desk, now, console.person, *run, rule_of(call), call.dry_run),
+        console, desk::roll_back(console.desk, now, console.person, *run, command_of(call)),
         desk::batch_kind::rollback, call.dry_run);
     result.text.insert(0, "Salvo " + salvo->name + ", taken at " + day_and_time(taken) + ":\n");
     result.json["salvo"] = salvo->name;

@@ -11,9 +11,9 @@
 namespace console {
 
 namespace {
-desk::batch_rule rule_of(const call& call)
+desk::batch_command command_of(const call& call)
 {
-    return call.rest ? desk::batch_rule::rest : desk::batch_rule::all;
+    return {{}, {}, call.rest ? desk::batch_rule::rest : desk::batch_rule::all, call.dry_run, ""};
 }
 
 // False, with the answer, when a word names nothing.
@@ -43,10 +43,10 @@ answer take_route(console_state& console, const desk::moment& now, const desk::r
 answer run_take(console_state& console, const desk::moment& now, const call& call)
 {
     if (call.words.empty())
-        return batch_answer(console,
-                            desk::take_stage(console.desk, now, console.person, console.router,
-                                             rule_of(call), call.dry_run, ""),
-                            desk::batch_kind::stage, call.dry_run);
+        return batch_answer(
+            console,
+            desk::take_stage(console.desk, now, console.person, console.router, command_of(call)),
+            desk::batch_kind::stage, call.dry_run);
     if (call.words.size() == 1)
         return refusal("take needs a destination and a source, or neither: then it takes what is "
                        "staged.",
@@ -85,15 +85,13 @@ answer run_back(console_state& console, const desk::moment& now, const call& cal
 
 answer run_undo(console_state& console, const desk::moment& now, const call& call)
 {
-    return batch_answer(console,
-                        desk::undo(console.desk, now, console.person, rule_of(call), call.dry_run),
+    return batch_answer(console, desk::undo(console.desk, now, console.person, command_of(call)),
                         desk::batch_kind::undo, call.dry_run);
 }
 
 answer run_redo(console_state& console, const desk::moment& now, const call& call)
 {
-    return batch_answer(console,
-                        desk::redo(console.desk, now, console.person, rule_of(call), call.dry_run),
+    return batch_answer(console, desk::redo(console.desk, now, console.person, command_of(call)),
                         desk::batch_kind::redo, call.dry_run);
 }
 } // namespace

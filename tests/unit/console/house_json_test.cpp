@@ -275,10 +275,13 @@ void use(const desk::house& house)
     const desk::moment now{desk::monotonic(1), desk::wall(1000)};
     desk::desk_state desk = desk::make_desk(1, house, now);
     const desk::actor anna{"anna", "console", {desk::right::administer, {}, {}}};
+    desk::batch_command command;
+    command.rule = desk::batch_rule::rest;
     for (const auto& [id, salvo] : house.salvos)
-        desk::run_salvo(desk, now, anna, id, 0, desk::batch_rule::rest, false, "");
-    desk::undo(desk, now, anna, desk::batch_rule::rest, true);
-    desk::redo(desk, now, anna, desk::batch_rule::rest, false);
+        desk::run_salvo(desk, now, anna, id, 0, command);
+    desk::redo(desk, now, anna, command);
+    command.dry_run = true;
+    desk::undo(desk, now, anna, command);
     desk::advance(desk, {now.steady, desk::wall(3000)});
     EXPECT_FALSE(
         house_json(desk.house).dump(-1, ' ', true, json::error_handler_t::replace).empty());

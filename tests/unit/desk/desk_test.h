@@ -110,6 +110,11 @@ class DeskTest : public testing::Test {
         return take(desk, now, actor, request);
     }
 
+    static batch_command how(batch_rule rule, bool dry_run = false, const ulid& id = {})
+    {
+        return {id, {}, rule, dry_run, "on air"};
+    }
+
     const desk::wish& row_of(const take_answer& answer, std::uint32_t row = 0) const
     {
         return desk.house.batches.at(answer.batch).rows.at(row);

@@ -15,7 +15,7 @@ struct happening {
 constexpr happening HAPPENINGS[] = {
     {140, "wish something", wish_something},
     {3, "wish often", wish_often},
-    {5, "repeat wish", repeat_wish},
+    {5, "repeat command", repeat_command},
     {30, "stage something", stage_something},
     {15, "change stage", change_stage},
     {30, "take the stage", take_the_stage},

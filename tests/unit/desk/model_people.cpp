@@ -36,9 +36,12 @@ std::vector<route> some_routes(player& player, dice& dice)
     return rows;
 }
 
-batch_rule some_rule(dice& dice)
+batch_command some_command(player& player, dice& dice)
 {
-    return one_in(dice, 2) ? batch_rule::rest : batch_rule::all;
+    batch_command command;
+    command.rule = one_in(dice, 2) ? batch_rule::rest : batch_rule::all;
+    if (one_in(dice, 8)) command.asked = player.now.steady - std::chrono::seconds(below(dice, 4));
+    return command;
 }
 
 bool same(const std::vector<row_answer>& dry, const std::vector<row_answer>& real)
@@ -72,36 +75,33 @@ void check_answer(ledger& ledger, const take_answer& dry, const take_answer& rea
 }
 
 // First as a dry run, which must do nothing, then in earnest; the answers must be the same.
-template <typename Command>
-take_answer both(player& player, batch_rule rule, const Command& command)
+void do_both(player& player, batch_command how, const batch_maker& make)
 {
-    const take_answer dry = command(true);
+    how.id = make_id(player.desk.ids, player.now.utc);
+    how.dry_run = true;
+    const take_answer dry = make(player, how);
     if (!player.desk.entries.empty() || !player.desk.orders.empty() || !player.desk.changes.empty())
         complain(player.ledger, "dry run that does something");
-    const take_answer real = command(false);
-    check_answer(player.ledger, dry, real, rule);
+    how.dry_run = false;
+    const take_answer real = make(player, how);
+    check_answer(player.ledger, dry, real, how.rule);
     settle(player);
-    return real;
+    player.last_command = how;
+    player.last_maker = make;
+    player.last_answer = real;
 }
 
-void take_rows(player& player, const actor& actor, take_request request)
+void take_rows(player& player, const actor& actor, const take_request& request)
 {
-    take_request dry = request;
-    dry.dry_run = true;
-    player.last_answer = both(player, request.rule, [&](bool is_dry) {
-        return take(player.desk, player.now, actor, is_dry ? dry : request);
+    do_both(player, request, [actor, request](model::player& in, const batch_command& how) {
+        return take(in.desk, in.now, actor, {how, request.rows, request.send_unchanged});
     });
-    player.last_request = request;
 }
 } // namespace
 
 void wish_something(player& player, dice& dice)
 {
-    take_request request;
-    request.id = make_id(player.desk.ids, player.now.utc);
-    request.rule = some_rule(dice);
-    request.send_unchanged = one_in(dice, 8);
-    if (one_in(dice, 8)) request.asked = player.now.steady - std::chrono::seconds(below(dice, 4));
+    take_request request{some_command(player, dice), {}, one_in(dice, 8)};
     for (const route& row : some_routes(player, dice)) {
         std::optional<int> if_source;
         if (one_in(dice, 6)) if_source = some_source(dice);
@@ -116,7 +116,6 @@ void wish_often(player& player, dice& dice)
     route row = some_route(player, dice);
     for (int times = 2 + below(dice, 40); times > 0; --times) {
         take_request request;
-        request.id = make_id(player.desk.ids, player.now.utc);
         if (one_in(dice, 6)) row.source = some_source(dice);
         request.rows.push_back({row, std::nullopt});
         take_rows(player, actor, request);
@@ -124,14 +123,13 @@ void wish_often(player& player, dice& dice)
 }
 
 // With the same id: nothing may happen, and the answer is the first one's.
-void repeat_wish(player& player, dice& dice)
+void repeat_command(player& player, dice&)
 {
     if (player.last_answer.batch.is_none()) return;
-    const take_answer again =
-        take(player.desk, player.now, somebody(player, dice), player.last_request);
-    if (again.batch != player.last_answer.batch) complain(player.ledger, "wish repeated");
-    if (!player.desk.entries.empty() || !player.desk.orders.empty())
-        complain(player.ledger, "repeated wish that does something");
+    const take_answer again = player.last_maker(player, player.last_command);
+    if (again.batch != player.last_answer.batch) complain(player.ledger, "command repeated");
+    if (!player.desk.entries.empty() || !player.desk.orders.empty() || !player.desk.changes.empty())
+        complain(player.ledger, "repeated command that does something");
     settle(player);
 }
 
@@ -163,10 +161,10 @@ void take_the_stage(player& player, dice& dice)
 {
     const actor& actor = somebody(player, dice);
     const std::string& router = some_router(player, dice).id;
-    const batch_rule rule = some_rule(dice);
-    both(player, rule, [&](bool dry) {
-        return take_stage(player.desk, player.now, actor, router, rule, dry, "");
-    });
+    do_both(player, some_command(player, dice),
+            [actor, router](model::player& in, const batch_command& how) {
+                return take_stage(in.desk, in.now, actor, router, how);
+            });
 }
 
 void save_or_delete_salvo(player& player, dice& dice)
@@ -186,19 +184,20 @@ void run_a_salvo(player& player, dice& dice)
     const actor& actor = somebody(player, dice);
     const std::optional<ulid> known = find_salvo(player.desk.house, SALVO_NAMES[below(dice, 4)]);
     const int version = one_in(dice, 2) ? 0 : 1 + below(dice, 3);
-    const batch_rule rule = some_rule(dice);
-    both(player, rule, [&](bool dry) {
-        return run_salvo(player.desk, player.now, actor, known.value_or(ulid{}), version, rule, dry,
-                         "");
-    });
+    do_both(player, some_command(player, dice),
+            [actor, known, version](model::player& in, const batch_command& how) {
+                return run_salvo(in.desk, in.now, actor, known.value_or(ulid{}), version, how);
+            });
 }
 
 void undo_or_redo(player& player, dice& dice)
 {
     const actor& actor = somebody(player, dice);
     const auto what = one_in(dice, 3) ? redo : undo;
-    const batch_rule rule = some_rule(dice);
-    both(player, rule, [&](bool dry) { return what(player.desk, player.now, actor, rule, dry); });
+    do_both(player, some_command(player, dice),
+            [actor, what](model::player& in, const batch_command& how) {
+                return what(in.desk, in.now, actor, how);
+            });
 }
 
 void roll_something_back(player& player, dice& dice)
@@ -209,9 +208,10 @@ void roll_something_back(player& player, dice& dice)
         --batch;
     const ulid id = batch->first;
     const actor& actor = somebody(player, dice);
-    const batch_rule rule = some_rule(dice);
-    both(player, rule,
-         [&](bool dry) { return roll_back(player.desk, player.now, actor, id, rule, dry); });
+    do_both(player, some_command(player, dice),
+            [actor, id](model::player& in, const batch_command& how) {
+                return roll_back(in.desk, in.now, actor, id, how);
+            });
 }
 
 void lock_something(player& player, dice& dice)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -23,6 +24,9 @@ struct dice {
 int below(dice& dice, int bound); // 0 and more
 bool one_in(dice& dice, int chances);
 
+struct player;
+using batch_maker = std::function<desk::take_answer(player&, const desk::batch_command&)>;
+
 struct player {
     desk::desk_state desk;
     desk::moment now;
@@ -30,7 +34,8 @@ struct player {
     std::vector<desk::actor> people;
     std::map<std::string, router> routers; // also such as the desk does not have at present
     std::set<std::string> ending;          // their backends have been ordered to end
-    desk::take_request last_request;
+    desk::batch_command last_command;
+    batch_maker last_maker;
     desk::take_answer last_answer;
 };
 
@@ -46,7 +51,7 @@ router& some_router(player& player, dice& dice);
 // What people do.
 void wish_something(player& player, dice& dice);
 void wish_often(player& player, dice& dice);
-void repeat_wish(player& player, dice& dice);
+void repeat_command(player& player, dice& dice);
 void stage_something(player& player, dice& dice);
 void change_stage(player& player, dice& dice);
 void take_the_stage(player& player, dice& dice);

@@ -29,7 +29,7 @@ class Salvos : public DeskTest {
     take_answer run(const ulid& id, int version = 0, batch_rule rule = batch_rule::all,
                     bool dry_run = false)
     {
-        return run_salvo(desk, now, anna, id, version, rule, dry_run, "on air");
+        return run_salvo(desk, now, anna, id, version, how(rule, dry_run));
     }
 };
 } // namespace
@@ -187,6 +187,25 @@ TEST_F(Salvos, RunByTheirRule)
     EXPECT_THAT(ordered(), IsEmpty());
     EXPECT_EQ(run(id, 0, batch_rule::rest).rows.at(1).why, reason::no_such_router);
     EXPECT_THAT(ordered(), ElementsAre("main 0<5"));
+}
+
+TEST_F(Salvos, RunOnceUnderAnId)
+{
+    const ulid id = save("News");
+    const batch_command command = how(batch_rule::all, false, {7, 7});
+    run_salvo(desk, now, anna, id, 0, command);
+    delete_salvo(desk, now, anna, id);
+    forget_told();
+    EXPECT_TRUE(run_salvo(desk, now, anna, id, 0, command).rows.at(1).goes);
+    EXPECT_THAT(desk.entries, IsEmpty());
+}
+
+TEST_F(Salvos, DoNotRunTooLate)
+{
+    const ulid id = save("News");
+    batch_command command = how(batch_rule::all);
+    command.asked = now.steady - COMMAND_AGE - monotonic(1);
+    EXPECT_EQ(run_salvo(desk, now, anna, id, 0, command).why, reason::too_late);
 }
 
 TEST_F(Salvos, ThatDoNotExistDoNotRun)

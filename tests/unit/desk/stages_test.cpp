@@ -21,7 +21,7 @@ class Stages : public DeskTest {
 
     take_answer take_staged(batch_rule rule = batch_rule::rest, bool dry_run = false)
     {
-        return take_stage(desk, now, anna, "main", rule, dry_run, "for the news");
+        return take_stage(desk, now, anna, "main", how(rule, dry_run));
     }
 
     // Destinations that anna has staged on main.
@@ -167,7 +167,7 @@ TEST_F(Stages, AreTakenAsOneBatchInTheOrderOfStaging)
     EXPECT_THAT(ordered(), ElementsAre("main 5<1 2<1 3<1"));
     const batch& made = desk.house.batches.at(answer.batch);
     EXPECT_EQ(made.kind, batch_kind::stage);
-    EXPECT_EQ(made.reason_given, "for the news");
+    EXPECT_EQ(made.reason_given, "on air");
     EXPECT_THAT(desk.stages, IsEmpty());
 }
 
@@ -232,10 +232,23 @@ TEST_F(Stages, OfDestinationsNoLongerKnownStay)
     EXPECT_THAT(staged(), ElementsAre(0));
 }
 
+TEST_F(Stages, AreTakenOnceUnderAnId)
+{
+    stage(anna, 0, 3);
+    const batch_command command = how(batch_rule::all, false, {7, 7});
+    EXPECT_EQ(take_stage(desk, now, anna, "main", command).batch, command.id);
+    EXPECT_TRUE(take_stage(desk, now, anna, "main", command).rows.at(0).goes);
+    stage(anna, 0, 3); // which the answer of before does not concern
+    forget_told();
+    EXPECT_EQ(take_stage(desk, now, anna, "main", command).batch, command.id);
+    EXPECT_THAT(staged(), ElementsAre(0));
+    EXPECT_THAT(desk.entries, IsEmpty());
+}
+
 TEST_F(Stages, WithoutRowsAreNotTaken)
 {
     EXPECT_EQ(take_staged().why, reason::nothing_to_do);
-    EXPECT_EQ(take_stage(desk, now, anna, "gone", batch_rule::rest, false, "").why,
+    EXPECT_EQ(take_stage(desk, now, anna, "gone", how(batch_rule::rest)).why,
               reason::no_such_router);
     EXPECT_THAT(desk.entries, IsEmpty());
 }

@@ -13,13 +13,13 @@ class Undo : public DeskTest {
   protected:
     take_answer undo_all(const actor& actor)
     {
-        return undo(desk, now, actor, batch_rule::all, false);
+        return undo(desk, now, actor, how(batch_rule::all));
     }
 
     // What stands against undoing anna's only take of MON A.
     reason why_not()
     {
-        const take_answer dry = undo(desk, now, anna, batch_rule::all, true);
+        const take_answer dry = undo(desk, now, anna, how(batch_rule::all, true));
         const take_answer real = undo_all(anna);
         EXPECT_EQ(dry.rows.at(0).why, real.rows.at(0).why);
         detail = real.rows.at(0).detail;
@@ -121,11 +121,11 @@ TEST_F(Undo, CanBeRedoneAndUndoneAgain)
 {
     put(anna, 0, 5);
     finish(undo_all(anna));
-    const take_answer again = redo(desk, now, anna, batch_rule::all, false);
+    const take_answer again = redo(desk, now, anna, how(batch_rule::all));
     EXPECT_EQ(desk.house.batches.at(again.batch).kind, batch_kind::redo);
     finish(again);
     expect_shown(5);
-    EXPECT_EQ(redo(desk, now, anna, batch_rule::all, false).why, reason::nothing_to_do);
+    EXPECT_EQ(redo(desk, now, anna, how(batch_rule::all)).why, reason::nothing_to_do);
     finish(undo_all(anna));
     expect_shown(0);
 }
@@ -135,7 +135,7 @@ TEST_F(Undo, CannotBeRedoneAfterAnotherTake)
     put(anna, 0, 5);
     finish(undo_all(anna));
     put(anna, 1, 6);
-    const take_answer answer = redo(desk, now, anna, batch_rule::all, false);
+    const take_answer answer = redo(desk, now, anna, how(batch_rule::all));
     EXPECT_EQ(answer.why, reason::nothing_to_do);
     EXPECT_EQ(answer.detail, "there is nothing to redo");
 }
@@ -259,7 +259,7 @@ TEST_F(Undo, UsesItsStepUpByTheRuleRest)
     put_two(anna);
     show(0, 7);
     forget_told();
-    undo(desk, now, anna, batch_rule::rest, false);
+    undo(desk, now, anna, how(batch_rule::rest));
     EXPECT_THAT(ordered(), ElementsAre("main 1<0"));
     forget_told();
     undo_all(anna);
@@ -305,12 +305,30 @@ TEST_F(Undo, PassesOverWhatWasSuperseded)
     EXPECT_THAT(ordered(), ElementsAre("main 2<0"));
 }
 
+TEST_F(Undo, HappensOnceUnderAnId)
+{
+    put(anna, 0, 5);
+    const ulid rolled_back = put(anna, 1, 6);
+    const batch_command once = how(batch_rule::all, false, {7, 7});
+    const batch_command back = how(batch_rule::all, false, {7, 8});
+    finish(undo(desk, now, anna, once));
+    forget_told();
+    EXPECT_TRUE(undo(desk, now, anna, once).rows.at(0).goes);
+    EXPECT_TRUE(redo(desk, now, anna, once).rows.at(0).goes);
+    EXPECT_THAT(desk.entries, IsEmpty());
+    finish(redo(desk, now, anna, how(batch_rule::all)));
+    finish(roll_back(desk, now, anna, desk.house.undo.at("anna").undo.back().batch, back));
+    forget_told();
+    EXPECT_TRUE(roll_back(desk, now, anna, rolled_back, back).rows.at(0).goes);
+    EXPECT_THAT(desk.entries, IsEmpty());
+}
+
 TEST_F(Undo, RunsDry)
 {
     put(anna, 0, 5);
     forget_told();
     for (int times = 0; times < 2; ++times) {
-        const take_answer answer = undo(desk, now, anna, batch_rule::all, true);
+        const take_answer answer = undo(desk, now, anna, how(batch_rule::all, true));
         EXPECT_TRUE(answer.rows.at(0).goes);
         EXPECT_TRUE(answer.batch.is_none());
     }
@@ -322,9 +340,9 @@ TEST_F(Undo, ForgetsOldSteps)
 {
     put(anna, 0, 5);
     now.utc += UNDO_AGE;
-    EXPECT_TRUE(undo(desk, now, anna, batch_rule::all, true).rows.at(0).goes);
+    EXPECT_TRUE(undo(desk, now, anna, how(batch_rule::all, true)).rows.at(0).goes);
     now.utc += wall(1);
-    EXPECT_EQ(undo(desk, now, anna, batch_rule::all, true).why, reason::nothing_to_do);
+    EXPECT_EQ(undo(desk, now, anna, how(batch_rule::all, true)).why, reason::nothing_to_do);
 }
 
 TEST_F(Undo, KnowsRowsOfForgottenBatches)
@@ -337,7 +355,7 @@ TEST_F(Undo, KnowsRowsOfForgottenBatches)
 TEST_F(Undo, RollsAnybodysBatchBack)
 {
     const ulid batch = put_two(ben);
-    const take_answer answer = roll_back(desk, now, anna, batch, batch_rule::all, false);
+    const take_answer answer = roll_back(desk, now, anna, batch, how(batch_rule::all));
     EXPECT_THAT(ordered(), ElementsAre("main 0<0 1<0"));
     EXPECT_EQ(desk.house.batches.at(answer.batch).kind, batch_kind::rollback);
     EXPECT_EQ(desk.house.batches.at(answer.batch).of, batch);
@@ -349,10 +367,10 @@ TEST_F(Undo, RollsBackWhatItCan)
     const ulid batch = put_two(ben);
     put(anna, 0, 7);
     forget_told();
-    EXPECT_EQ(roll_back(desk, now, anna, batch, batch_rule::all, false).rows.at(0).why,
+    EXPECT_EQ(roll_back(desk, now, anna, batch, how(batch_rule::all)).rows.at(0).why,
               reason::changed_since);
     EXPECT_THAT(ordered(), IsEmpty());
-    roll_back(desk, now, anna, batch, batch_rule::rest, false);
+    roll_back(desk, now, anna, batch, how(batch_rule::rest));
     EXPECT_THAT(ordered(), ElementsAre("main 1<0"));
 }
 
@@ -361,15 +379,14 @@ TEST_F(Undo, RollsNothingBackWhereNothingWent)
     set_lock(desk, now, ben, "main", 0, lock_mode::lock, "", {});
     const std::vector<route> rows{{"main", 0, 5}, {"main", 1, 0}}; // locked, unchanged
     const ulid batch = wish(anna, rows, batch_rule::rest).batch;
-    EXPECT_EQ(roll_back(desk, now, anna, batch, batch_rule::all, false).why, reason::nothing_to_do);
-    EXPECT_EQ(roll_back(desk, now, anna, {1, 1}, batch_rule::all, false).why,
-              reason::no_such_batch);
+    EXPECT_EQ(roll_back(desk, now, anna, batch, how(batch_rule::all)).why, reason::nothing_to_do);
+    EXPECT_EQ(roll_back(desk, now, anna, {1, 1}, how(batch_rule::all)).why, reason::no_such_batch);
 }
 
 TEST_F(Undo, TakesRollbacksBack)
 {
     const ulid batch = put(ben, 0, 5);
-    finish(roll_back(desk, now, anna, batch, batch_rule::all, false));
+    finish(roll_back(desk, now, anna, batch, how(batch_rule::all)));
     finish(undo_all(anna));
     expect_shown(5);
 }
