@@ -10,6 +10,7 @@
 #include "server/desk/takes.h"
 #include "server/routers/routers.h"
 #include "support/backend_script.h"
+#include "support/patience.h"
 #include "support/temporary_directory.h"
 
 using namespace routers;
@@ -18,8 +19,6 @@ using desk::link_state;
 using testing::HasSubstr;
 
 namespace {
-constexpr auto PATIENCE = 60s; // only a failure lasts that long
-
 class RoutersRun : public testing::Test {
   protected:
     desk::desk_state desk = desk::make_desk(1);
@@ -199,7 +198,7 @@ TEST_F(RoutersRun, ServesThoseThatHaveSomethingToSay)
     serve_routers(routers, desk, now());
     std::vector<pollfd> descriptors;
     add_poll_descriptors(routers, descriptors);
-    ASSERT_GT(poll(descriptors.data(), descriptors.size(), 60'000), 0);
+    ASSERT_GT(poll(descriptors.data(), descriptors.size(), PATIENCE_MS), 0);
     serve_routers(routers, desk, now());
     EXPECT_TRUE(routers.backends.at("main").log.empty());
     serve_routers(routers, desk, now(), descriptors);
