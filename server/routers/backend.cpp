@@ -36,9 +36,9 @@ desk::monotonic pause_before_start(const backend& backend)
 {
     if (backend.ends.size() <= 1) return {};
     desk::monotonic pause = FIRST_PAUSE;
-    for (std::size_t i = 2; i < backend.ends.size() && pause < LONGEST_PAUSE; ++i)
-        pause *= 2;
-    return std::min<desk::monotonic>(pause, LONGEST_PAUSE);
+    for (std::size_t i = 2; i < backend.ends.size(); ++i)
+        pause = std::min<desk::monotonic>(2 * pause, LONGEST_PAUSE);
+    return pause;
 }
 
 void note_failure(backend& backend, desk::desk_state& desk, const desk::moment& now,
@@ -114,11 +114,6 @@ void stop_backend(backend& backend, const desk::moment& now)
     backend.wanted = false;
     backend.start_at.reset();
     tell_to_end(backend, now);
-}
-
-void add_poll_descriptors(const backend& backend, std::vector<pollfd>& descriptors)
-{
-    parent_link::add_poll_descriptors(backend.process, descriptors);
 }
 
 namespace {

@@ -1,6 +1,6 @@
 // The backend of one router: started, kept running, told what the desk orders; what it says goes
-// into the desk. Whoever has a loop polls the descriptors, and calls serve_backend when one is
-// ready or something is due, then carries out what the desk has ordered by that.
+// into the desk. Whoever has a loop polls the descriptors of its process, and calls serve_backend
+// when one is ready or something is due, then carries out what the desk has ordered by that.
 //
 // Nothing here waits for a backend. Its reports wait in its pipes when it says more than is read at
 // once, and then so does it. One that does not read its records is sent no more than UNSENT_LIMIT.
@@ -84,7 +84,6 @@ void run_backend(backend& backend, desk::desk_state& desk, const desk::moment& n
 void stop_backend(backend& backend, const desk::moment& now);
 bool is_running(const backend& backend);
 
-void add_poll_descriptors(const backend& backend, std::vector<pollfd>& descriptors);
 std::optional<desk::monotonic> next_due(const backend& backend);
 
 // Reads what there is, tells the desk, starts and ends what is due.
