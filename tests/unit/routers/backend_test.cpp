@@ -28,6 +28,24 @@ TEST_F(BackendRun, CountsNoMoreThanIsNamed)
     EXPECT_EQ(live().outputs, 2);
 }
 
+TEST_F(BackendRun, CountsOnlyWhatABackendHasNamedItself)
+{
+    const std::string info = reports("*COMMAND=info\n*TYPE=message\ninputs=1\noutputs=1");
+    const auto shows = [](int source) {
+        return reports("*COMMAND=outputs\n*TYPE=message\no1.input.all=" + std::to_string(source));
+    };
+    run("if [ -e \"$2.third\" ]; then\n" + info +
+        reports("*COMMAND=outputs\n*TYPE=message\no0.name=MON A") + shows(3) + LISTENS + "fi\n" +
+        "if [ -e \"$2.second\" ]; then\n>\"$2.third\"\n" + info +
+        reports("*COMMAND=inputs\n*TYPE=message\ni0.name=CAM 1") + shows(2) + "exit\nfi\n" +
+        ">\"$2.second\"\n" + becomes_ready());
+    for (const int source : {0, 2, 3}) {
+        ASSERT_TRUE(serve_until([&] { return desk::source_shown(live(), 1) == source; }));
+        EXPECT_EQ(live().inputs, 2);
+        EXPECT_EQ(live().outputs, 2);
+    }
+}
+
 TEST_F(BackendRun, CountsNoMoreThanIsSet)
 {
     run(becomes_ready() + reports("*COMMAND=info\n*TYPE=message\ninputs=1\noutputs=2") + LISTENS);
@@ -60,6 +78,35 @@ TEST_F(BackendRun, AsksNothingWhenItsRouterShowsWhatNoBackendReports)
     ASSERT_TRUE(serve_until([this] { return !desk::is_fresh(live(), 1); }));
     EXPECT_EQ(desk::source_shown(live(), 0), desk::NO_SOURCE);
     EXPECT_TRUE(desk::is_fresh(live(), 0));
+    EXPECT_EQ(main.asked, 0U);
+}
+
+TEST_F(BackendRun, AsksNothingWhileTheLinkIsNotReady)
+{
+    run(becomes_ready() + "while [ ! -e \"$2.go\" ]; do sleep 0.01; done\n" +
+        says("<NOTE>Connection to router closed") + says("<NOTE>Connection sucessful.") +
+        says("<DBG>Router finished returning levels, sources, destinations") +
+        receives("N0IQ\t1\t0\tN\tN\t2") + LISTENS);
+    ASSERT_TRUE(serve_until(link_is(link_state::ready)));
+    folder.file("main.conf.go", "");
+    ASSERT_TRUE(serve_until([this] { return main.trace.received == 1; }));
+    EXPECT_FALSE(main.untold.routes.empty());
+    passed = REPORT_LIMIT;
+    serve_backend(main, desk, now());
+    EXPECT_EQ(live().link, link_state::reading);
+    EXPECT_TRUE(main.untold.routes.empty());
+    EXPECT_EQ(main.asked, 0U);
+}
+
+TEST_F(BackendRun, AsksNothingOfABackendThatEnds)
+{
+    run("trap '' TERM\n" + becomes_ready() + receives("N0IQ\t1\t0\tN\tN\t2") + LISTENS);
+    ASSERT_TRUE(serve_until([this] { return main.trace.received == 1; }));
+    ASSERT_TRUE(serve_until(link_is(link_state::ready)));
+    stop_backend(main, now());
+    passed = REPORT_LIMIT;
+    serve_backend(main, desk, now());
+    EXPECT_TRUE(main.untold.routes.empty());
     EXPECT_EQ(main.asked, 0U);
 }
 

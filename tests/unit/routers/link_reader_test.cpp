@@ -131,6 +131,27 @@ TEST_F(LinkReader, WaitsForTheRecordsWithTheNames)
     EXPECT_EQ(link.state, link_state::ready);
 }
 
+TEST_F(LinkReader, KeepsNoNamesOfTheConnectionBefore)
+{
+    const report sources = names_report{.side = desk::side::sources, .names = {"A"}};
+    const report destinations = names_report{.side = desk::side::destinations, .names = {"A"}};
+    const auto connects = [this] {
+        read_link(link, link_line{link_event::connected, ""});
+        read_link(link, index_range{.inputs = true, .first = 1, .last = 2});
+        read_link(link, index_range{.inputs = false, .first = 1, .last = 2});
+        read_link(link, link_line{link_event::names_complete, ""});
+    };
+    connects();
+    for (const report& last : {sources, destinations}) {
+        read_link(link, sources);
+        read_link(link, destinations);
+        EXPECT_EQ(link.state, link_state::ready);
+        connects();
+        read_link(link, last);
+        EXPECT_EQ(link.state, link_state::reading);
+    }
+}
+
 TEST_F(LinkReader, SaysThatARouterAcceptsAndNeverAnswers)
 {
     router_accepts_connections();

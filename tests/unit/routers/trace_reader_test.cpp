@@ -109,6 +109,7 @@ const std::vector<trace_case> CASES = {
     {"a NAK answers the oldest request",
      {"> TI 1 2", "> QI 1 0", "< NAK 0005", "< IQ 1 0 N N 1"},
      {"take 0 1", "query 0", "refused NAK 0005", "route 0 0"}},
+    {"a code of 0 is one", {"> TI 1 2", "< NAK 0000"}, {"take 0 1", "refused NAK 0000"}},
     {"a NAK for a query is none for the take after it",
      {"> QI 1 0", "> TI 1 2", "< NAK 5"},
      {"query 0", "take 0 1", "no answer 0"}},
@@ -233,14 +234,17 @@ TEST(TraceReader, KeepsTheLastFrames)
 TEST(TraceReader, BoundsTheBytesOfTheFrames)
 {
     played_trace played;
-    const std::string line = "< KB " + std::string(3000, 'x');
-    played.play(std::vector<std::string>(200, line));
-    std::size_t bytes = 0;
-    for (const traced_frame& frame : played.trace.frames)
-        bytes += frame.raw.size();
-    EXPECT_EQ(played.trace.frame_bytes, bytes);
-    EXPECT_LE(bytes, FRAME_BYTES_KEPT);
-    EXPECT_GT(bytes, FRAME_BYTES_KEPT - 3100);
+    constexpr std::size_t FRAMES = 128;
+    constexpr std::size_t FRAME_BYTES = FRAME_BYTES_KEPT / FRAMES;
+    const std::string line = "< KB " + std::string(FRAME_BYTES - frame("N0KB\t").size() + 2, 'x');
+    played.play(std::vector<std::string>(FRAMES, line));
+    EXPECT_EQ(played.trace.frames.front().raw.size(), FRAME_BYTES);
+    EXPECT_EQ(played.trace.frames.size(), FRAMES);
+    EXPECT_EQ(played.trace.frame_bytes, FRAME_BYTES_KEPT);
+    played.play({"> TI 1 2"});
+    EXPECT_EQ(played.trace.frames.size(), FRAMES);
+    EXPECT_EQ(played.trace.frame_bytes,
+              FRAME_BYTES_KEPT - FRAME_BYTES + played.trace.frames.back().raw.size());
 }
 
 TEST(TraceReader, KeepsTimeAndDirection)
