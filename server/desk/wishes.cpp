@@ -33,20 +33,15 @@ void release_held(desk_state& desk, const std::string& router, int destination)
     desk.orders.push_back({order::kind::send, router, {{destination, newest.source}}});
 }
 
-struct closed_wish {
-    open_wish wish;
-    bool newest = false; // of its destination
-};
-
-closed_wish close_wish(desk_state& desk, live_router& live, int destination, const wish_id& id)
+open_wish close_wish(desk_state& desk, live_router& live, int destination, const wish_id& id)
 {
     std::deque<open_wish>& open = live.open.at(destination);
     const auto place = std::find_if(open.begin(), open.end(),
                                     [&](const open_wish& wish) { return wish.id == id; });
-    closed_wish closed{*place, std::next(place) == open.end()};
+    const open_wish closed = *place;
     open.erase(place);
     if (open.empty()) live.open.erase(destination);
-    desk.deadlines.erase({closed.wish.deadline, id});
+    desk.deadlines.erase({closed.deadline, id});
     return closed;
 }
 
@@ -112,7 +107,8 @@ void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome en
 {
     const route wished = route_of(desk, id);
     live_router& live = *find_live(desk, wished.router);
-    const auto [closed, newest] = close_wish(desk, live, wished.destination, id);
+    const bool newest = live.open.at(wished.destination).back().id == id;
+    const open_wish closed = close_wish(desk, live, wished.destination, id);
     wish_ended ended{id,        end, why, detail, std::nullopt, now.steady - closed.begun.steady,
                      closed.was};
     if (closed.state == wish_state::queued && closed.maybe_sent) live.may_hold = true;
