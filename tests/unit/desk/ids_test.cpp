@@ -23,6 +23,19 @@ TEST(Ids, BeginWithTheTime)
     EXPECT_EQ(milliseconds_of(make_id(maker, wall(1'700'000'000'123))), 1'700'000'000'123);
 }
 
+TEST(Ids, HaveEightyBitsOfChance)
+{
+    id_maker maker = seeded(1);
+    ulid any, all{UINT64_MAX, UINT64_MAX};
+    for (int i = 1; i <= 100; ++i) {
+        const ulid id = make_id(maker, wall(i));
+        any = {any.high | id.high, any.low | id.low};
+        all = {all.high & id.high, all.low & id.low};
+    }
+    EXPECT_EQ(any, (ulid{127U << 16U | 0xffffU, UINT64_MAX}));
+    EXPECT_EQ(all, (ulid{0, 0}));
+}
+
 TEST(Ids, OfOneMillisecondFollowEachOther)
 {
     id_maker maker = seeded(1);
