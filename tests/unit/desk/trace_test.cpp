@@ -190,15 +190,20 @@ TEST_F(Trace, ContradictsAtTheLimitWhatWasShownAndWentAway)
 {
     const auto one = wish(anna, 0, 2);
     const auto other = wish(anna, 1, 2);
-    for (const int destination : {0, 1}) {
+    const auto back = wish(anna, 2, 2);
+    for (const int destination : {0, 1, 2}) {
         takes(destination, 2);
         shows(destination, 2);
-        shows(destination, 3);
     }
+    shows(0, 3);
+    shows(1, 3);
     shows(1, 2);
+    trace_query(desk, "main", 2);
+    shows(2, 0); // which a query answered after the first may still tell
     wait_ms(3000);
     EXPECT_EQ(became(one), "contradicted: the router shows CAM 4 instead: taken by somebody else");
     EXPECT_EQ(became(other), "timed out");
+    EXPECT_EQ(became(back), "timed out");
 }
 
 // Unasked, it is taken for the answer to the query after the first take.
@@ -299,15 +304,6 @@ TEST_F(Trace, ConfirmsADisconnection)
     EXPECT_EQ(became(answer), "confirmed");
 }
 
-// What nothing tells any more is told by reports as before.
-TEST_F(Trace, ForgetsNoSourceWithAPartOfTheTraffic)
-{
-    shows(0, NO_SOURCE);
-    trace_lost(desk, "main");
-    report(0, 3);
-    EXPECT_EQ(source_shown(main, 0), 3);
-}
-
 TEST_F(Trace, ForgetsNoSourceWithTheConnection)
 {
     shows(0, NO_SOURCE);
@@ -330,84 +326,4 @@ TEST_F(Trace, OfAnUnknownRouterIsPassedOver)
     trace_take_answer(desk, now, "main", "NAK"); // of no take
     EXPECT_THAT(changed(), IsEmpty());
     EXPECT_FALSE(desk.live.contains("none"));
-}
-
-TEST_F(Trace, LostConfirmsByTheReportAlone)
-{
-    const auto sent = wish(anna, 0, 2);
-    takes(0, 2);
-    const auto queued = wish(anna, 1, 2);
-    trace_lost(desk, "main");
-    report(0, 2);
-    report(1, 2);
-    EXPECT_EQ(became(sent), "confirmed");
-    EXPECT_EQ(became(queued), "confirmed");
-    EXPECT_EQ(row_of(queued).sent_after, std::nullopt);
-}
-
-TEST_F(Trace, LostMakesAnswersAmbiguous)
-{
-    const auto one = wish(anna, 0, 2);
-    const auto other = wish(anna, 1, 2);
-    const auto later = wish(anna, 2, 2);
-    takes(0, 2);
-    trace_query(desk, "main", 1);
-    takes(1, 2);
-    trace_query(desk, "main", 2);
-    trace_lost(desk, "main");
-    EXPECT_THAT(main.queries_under_way, IsEmpty());
-    trace_take_answer(desk, now, "main", "NAK");
-    trace_query(desk, "main", 0);
-    shows(0, 0);
-    EXPECT_EQ(became(one), "sent");
-    trace_query(desk, "main", 1);
-    shows(1, 3);
-    report(1, 3);
-    EXPECT_EQ(became(other),
-              "contradicted: the router shows CAM 4 instead: taken by somebody else");
-    takes(2, 2);
-    shows(2, 0);
-    EXPECT_EQ(became(later), "sent"); // the answer may be to a query that was not read
-}
-
-TEST_F(Trace, LostLeavesOpenWhetherAQueuedWishWasSent)
-{
-    const auto old = wish(anna, 0, 2);
-    const auto queued = wish(anna, 0, 3);
-    const auto held = wish(anna, 0, 2);
-    trace_lost(desk, "main");
-    const auto after = wish(anna, 1, 3);
-    report(0, 2);
-    EXPECT_EQ(became(old), "confirmed");
-    report_backend_ended(desk, now, "main");
-    EXPECT_EQ(became(queued),
-              "timed out: it may have been sent: part of the traffic could not be read");
-    EXPECT_EQ(became(after), "not sent backendEnded: the backend was ended before it was sent");
-    EXPECT_NE(became(held), "held");
-}
-
-TEST_F(Trace, LostSupersedesNoWishThatMayHaveBeenSent)
-{
-    const auto old = wish(anna, 0, 2);
-    trace_lost(desk, "main");
-    const auto newer = wish(ben, 0, 3);
-    takes(0, 3);
-    EXPECT_EQ(became(old),
-              "timed out: it may have been sent: part of the traffic could not be read");
-    EXPECT_EQ(became(newer), "sent");
-}
-
-TEST_F(Trace, LostLeavesABackendThatMayHoldAChange)
-{
-    const auto one = wish(anna, 0, 2);
-    trace_lost(desk, "main");
-    report(0, 2);
-    EXPECT_EQ(became(one), "confirmed");
-    ordered();
-    link(link_state::down);
-    EXPECT_THAT(ordered(), ElementsAre("end main"));
-    report_backend_ended(desk, now, "main");
-    link(link_state::ready);
-    link(link_state::down);
-    EXPECT_THAT(ordered(), IsEmpty());
 }
