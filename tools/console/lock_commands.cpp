@@ -97,7 +97,10 @@ answer set_lock(console_state& console, const desk::moment& now, const call& cal
     const auto until = read.duration ? std::optional(now.utc + *read.duration) : std::nullopt;
     const desk::objection found = desk::set_lock(console.desk, now, console.person, console.router,
                                                  *destination, mode, read.reason, until);
-    if (found.why != desk::reason::none) return refusal(found.detail + ".", verdict::refused);
+    if (found.why != desk::reason::none)
+        return refusal((mode == desk::lock_mode::lock ? "Not locked: " : "Not protected: ") +
+                           found.detail + ".",
+                       verdict::refused);
     return lock_answer(console, *destination);
 }
 

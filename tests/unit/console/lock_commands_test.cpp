@@ -118,7 +118,8 @@ TEST_F(LockCommands, UnlockEndsOnesOwn)
 TEST_F(LockCommands, AForeignLockIsBrokenOnlyWithAReason)
 {
     lock_by_ben(0);
-    EXPECT_EQ(says("lock 1"), "MON A is protected by ben (on air).\n");
+    EXPECT_EQ(says("lock 1"), "Not locked: MON A is protected by ben (on air).\n");
+    EXPECT_EQ(says("protect 1"), "Not protected: MON A is protected by ben (on air).\n");
     const answer refused = ask("unlock 1");
     EXPECT_EQ(refused.text, "MON A is protected by ben (on air); to break that, give a reason "
                             "behind the destination.\n");
