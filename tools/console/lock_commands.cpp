@@ -117,7 +117,7 @@ answer run_protect(console_state& console, const desk::moment& now, const call& 
 answer run_unlock(console_state& console, const desk::moment& now, const call& call)
 {
     std::string complaint;
-    const auto destination = find_destination(console, call.words[0], complaint);
+    const auto destination = find_kept_destination(console, call.words[0], complaint);
     if (!destination) return refuse_lookup(console, complaint);
     const bool force = call.words.size() > 1;
     const std::string was = desk::lock_text(console.desk, console.router, *destination);

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cstddef>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "console/positions.h"
 #include "server/desk/checks.h"
 #include "server/desk/words.h"
 #include "tools/common/numbers.h"
@@ -110,12 +112,41 @@ std::vector<candidate> positions(const console_state& console, desk::side side)
     return found;
 }
 
-std::optional<int> find_position(const console_state& console, desk::side side,
+bool is_position(const common::word& word)
+{
+    return !word.quoted && common::is_number(word.text);
+}
+
+bool is_meant(const position& known, const common::word& wanted)
+{
+    if (is_position(wanted)) return known.number == wanted.text;
+    return !wanted.text.empty() && (common::same_name(known.own, wanted.text) ||
+                                    common::same_name(known.alias, wanted.text));
+}
+
+// Of one that is listed, behind those that can be routed; empty when it is none.
+std::string unroutable_text(const console_state& console, desk::side side,
+                            const common::word& wanted)
+{
+    const int routed = routed_positions(console, console.router, side);
+    const int all = all_positions(console, console.router, side);
+    for (int index = routed; routed > 0 && index < all; ++index) {
+        if (!is_meant(position_at(console, console.router, side, index), wanted)) continue;
+        return (side == desk::side::sources
+                    ? desk::source_name(console.desk, console.router, index)
+                    : desk::destination_name(console.desk, console.router, index)) +
+               " cannot be routed: " + std::to_string(routed) + " of " + std::to_string(all) + " " +
+               kind_of(side) + "s can be.";
+    }
+    return "";
+}
+
+std::optional<int> find_routable(const console_state& console, desk::side side,
                                  const common::word& wanted, std::string& complaint)
 {
-    const std::string kind = side == desk::side::sources ? "source" : "destination";
+    const std::string kind = kind_of(side);
     const std::vector<candidate> candidates = positions(console, side);
-    if (wanted.quoted || !common::is_number(wanted.text)) {
+    if (!is_position(wanted)) {
         const auto found = find(candidates, kind, wanted.text, complaint);
         return found ? std::optional(static_cast<int>(*found)) : std::nullopt;
     }
@@ -130,6 +161,16 @@ std::optional<int> find_position(const console_state& console, desk::side side,
                                   candidates.back().number + ".");
     return std::nullopt;
 }
+
+std::optional<int> find_position(const console_state& console, desk::side side,
+                                 const common::word& wanted, std::string& complaint)
+{
+    const auto found = find_routable(console, side, wanted, complaint);
+    if (found) return found;
+    if (std::string why = unroutable_text(console, side, wanted); !why.empty())
+        complaint = std::move(why);
+    return std::nullopt;
+}
 } // namespace
 
 std::optional<int> find_source(const console_state& console, const common::word& wanted,
@@ -142,6 +183,19 @@ std::optional<int> find_destination(const console_state& console, const common::
                                     std::string& complaint)
 {
     return find_position(console, desk::side::destinations, wanted, complaint);
+}
+
+std::optional<int> find_kept_destination(const console_state& console, const common::word& wanted,
+                                         std::string& complaint)
+{
+    const auto found = find_destination(console, wanted, complaint);
+    if (found || !is_position(wanted)) return found;
+    const int first = desk::find_router(console.desk, console.router)->settings.first_number;
+    int number = 0;
+    if (!common::read_decimal(wanted.text, number) || number < first ||
+        number - first >= desk::ROUTED_POSITIONS)
+        return std::nullopt;
+    return number - first;
 }
 
 std::optional<std::string> find_router(const console_state& console, const common::word& wanted,

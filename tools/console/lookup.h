@@ -24,6 +24,10 @@ std::optional<int> find_destination(const console_state& console, const common::
 answer refuse_lookup(const console_state& console, const std::string& complaint);
 
 // The id of a router of the desk, by its id or its name.
+// By number also one that the router, which has fewer by now, had before: what is staged or locked
+// there stays.
+std::optional<int> find_kept_destination(const console_state& console, const common::word& wanted,
+                                         std::string& complaint);
 std::optional<std::string> find_router(const console_state& console, const common::word& wanted,
                                        std::string& complaint);
 std::optional<desk::ulid> find_salvo(const console_state& console, const common::word& wanted,

@@ -205,7 +205,7 @@ answer run_stage(console_state& console, const desk::moment& now, const call& ca
 answer run_unstage(console_state& console, const desk::moment& /*now*/, const call& call)
 {
     std::string complaint;
-    const auto destination = find_destination(console, call.words[0], complaint);
+    const auto destination = find_kept_destination(console, call.words[0], complaint);
     if (!destination) return refuse_lookup(console, complaint);
     const std::string name = desk::destination_name(console.desk, console.router, *destination);
     if (!desk::unstage_row(console.desk, console.person, console.router, *destination))

@@ -115,6 +115,14 @@ TEST_F(LockCommands, UnlockEndsOnesOwn)
     EXPECT_EQ(again.verdict, verdict::refused);
 }
 
+TEST_F(LockCommands, UnlockFindsWhatTheRouterHasNoMore)
+{
+    ask("lock 8");
+    desk::report_counts(console.desk, "main", 8, 4);
+    EXPECT_EQ(says("unlock 8"), "MON H is locked by anna no longer.\n");
+    EXPECT_TRUE(locks().empty());
+}
+
 TEST_F(LockCommands, AForeignLockIsBrokenOnlyWithAReason)
 {
     lock_by_ben(0);

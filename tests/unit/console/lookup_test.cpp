@@ -42,6 +42,20 @@ TEST_F(Lookup, NumbersBeginWhereTheRouterSays)
     EXPECT_EQ(find("99999999999999999999"), -1);
 }
 
+TEST_F(Lookup, WhatIsListedButCannotBeRoutedIsNotSaidToBeMissing)
+{
+    desk::report_names(console.desk, "main", desk::side::sources,
+                       {"1", "2", "3", "4", "5", "6", "7", "8", "SRV 1", ""});
+    EXPECT_EQ(find("srv 1"), -1);
+    EXPECT_EQ(complaint, "SRV 1 cannot be routed: 8 of 10 sources can be.");
+    EXPECT_EQ(find("10"), -1);
+    EXPECT_EQ(complaint, "source 10 cannot be routed: 8 of 10 sources can be.");
+    EXPECT_EQ(find("11"), -1);
+    EXPECT_EQ(complaint, "There is no source 11: they are numbered 1 to 8.");
+    EXPECT_EQ(find("", true), -1);
+    EXPECT_EQ(complaint, "There is no source \"\"; \"sources\" lists them.");
+}
+
 TEST_F(Lookup, QuotedNumberIsAName)
 {
     EXPECT_EQ(find("7"), 6);
@@ -116,7 +130,7 @@ TEST_F(Lookup, WhatCannotBeRoutedIsNotFound)
     desk::report_counts(console.desk, "main", 3, POSITIONS_HERE);
     EXPECT_EQ(find("VTR 1"), -1);
     EXPECT_EQ(find("4"), -1);
-    EXPECT_EQ(complaint, "There is no source 4: they are numbered 1 to 3.");
+    EXPECT_EQ(complaint, "VTR 1 cannot be routed: 3 of 8 sources can be.");
     EXPECT_EQ(find("cam 2"), 2);
 }
 

@@ -229,6 +229,15 @@ TEST_F(TakeCommands, UnstageAndClearSendNothing)
     EXPECT_EQ(orders(), 0U);
 }
 
+TEST_F(TakeCommands, UnstageFindsWhatTheRouterHasNoMore)
+{
+    ask("stage 8 4");
+    desk::report_counts(console.desk, "main", 8, 4);
+    EXPECT_EQ(says("take"), "Not sent: MON H <- CAM 4: main has no MON H.\n");
+    EXPECT_EQ(says("unstage 8"), "Unstaged MON H.\n");
+    EXPECT_EQ(says("unstage 257"), "There is no destination 257: they are numbered 1 to 4.\n");
+}
+
 TEST_F(TakeCommands, EachRouterHasItsStage)
 {
     ask("stage 1 3");
