@@ -36,21 +36,23 @@ TEST_F(Checks, KnowTheCountsThatAreSet)
     EXPECT_EQ(against(1, UNKNOWN_SOURCE - 1), reason::no_such_source);
 }
 
-TEST_F(Checks, AllowAsManyAsABackendReportsWhereNoneAreSet)
+TEST_F(Checks, CountAsTheBackendOrElseAsIsSet)
 {
-    set_counts(0, 0);
-    EXPECT_EQ(against(ROUTED_POSITIONS - 1, ROUTED_POSITIONS - 1), reason::none);
-    EXPECT_EQ(against(ROUTED_POSITIONS, 0), reason::no_such_destination);
-    EXPECT_EQ(against(0, ROUTED_POSITIONS), reason::no_such_source);
-}
-
-TEST_F(Checks, KnowTheCountsOfTheBackendBetter)
-{
-    set_counts(3, 2);
-    report_counts(desk, "third", 5, 6);
-    EXPECT_EQ(against(5, 4), reason::none);
-    EXPECT_EQ(against(6, 4), reason::no_such_destination);
-    EXPECT_EQ(against(5, 5), reason::no_such_source);
+    struct {
+        int set, counted, routable;
+    } const cases[] = {
+        {0, 0, ROUTED_POSITIONS}, {1, 0, 1}, {3, 0, 3}, {0, 1, 1}, {3, 1, 1}, {3, 5, 5},
+    };
+    for (const auto& c : cases) {
+        set_counts(c.set, 7);
+        report_counts(desk, "third", c.counted, 7);
+        EXPECT_EQ(sources_of(desk, "third"), c.routable);
+        EXPECT_EQ(destinations_of(desk, "third"), 7);
+        set_counts(7, c.set);
+        report_counts(desk, "third", 7, c.counted);
+        EXPECT_EQ(sources_of(desk, "third"), 7);
+        EXPECT_EQ(destinations_of(desk, "third"), c.routable);
+    }
 }
 
 TEST_F(Checks, LookAtTheRightBeforeTheDestination)
