@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <poll.h>
 #include <sstream>
+#include <sys/resource.h>
 
 #include "support/console_process.h"
 
@@ -275,6 +276,20 @@ TEST_F(Console, OutputThatCannotBeWrittenIsNoSuccess)
     }
     tell_simulator("routes");
     EXPECT_TRUE(simulator_prints("1 MON A <- 1 CAM 1"));
+}
+
+TEST_F(Console, FileThatMayNotGrowIsAnErrorLikeOthers)
+{
+    start_simulator();
+    rlimit usual{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
+    const rlimit narrow{512, usual.rlim_max}; // enough for the backend's configuration
+    const std::string file = (directory.path / "routes").string();
+    setrlimit(RLIMIT_FSIZE, &narrow);
+    start_console(on_simulator({"save", file}));
+    setrlimit(RLIMIT_FSIZE, &usual);
+    EXPECT_EQ(status_after(printed.ours.number), 2);
+    EXPECT_THAT(output, EndsWith("Cannot write " + file + ": File too large.\n"));
 }
 
 // Until the pipe that it prints into takes no more.

@@ -149,6 +149,7 @@ int run(const console_options& options)
 {
     if (access(options.backend.c_str(), X_OK) != 0)
         throw std::runtime_error("cannot run " + options.backend + ": " + std::strerror(errno));
+    std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow any more is an error like others
     console_session session;
     if (is_for_terminal(options))
         catch_signals(session, {SIGINT, SIGTERM, SIGHUP, SIGTSTP, SIGCONT, SIGWINCH});
