@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -70,11 +71,20 @@ std::string routes_text(const console_state& console, const desk::moment& now, s
 bool write_route_file(const std::string& path, const std::string& text, std::string& complaint)
 {
     constexpr mode_t FOR_ALL_THAT_MAY_READ = 0666; // less the umask
-    const std::string temporary = path + ".new" + std::to_string(getpid());
+    std::error_code unresolved;
+    std::string place =
+        std::filesystem::weakly_canonical(path, unresolved).string(); // behind links
+    if (unresolved) place = path;
+    if (std::filesystem::exists(place, unresolved) &&
+        !std::filesystem::is_regular_file(place, unresolved)) {
+        complaint = "Cannot write " + path + ": it is no file.";
+        return false;
+    }
+    const std::string temporary = place + ".new" + std::to_string(getpid());
     const common::owned_descriptor file(
         open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, FOR_ALL_THAT_MAY_READ));
     if (file.number >= 0 && common::write_all(file.number, text) && fsync(file.number) == 0 &&
-        std::rename(temporary.c_str(), path.c_str()) == 0)
+        std::rename(temporary.c_str(), place.c_str()) == 0)
         return true;
     complaint = "Cannot write " + path + ": " + std::strerror(errno) + ".";
     if (file.number >= 0) unlink(temporary.c_str());

@@ -1,9 +1,12 @@
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "server/desk/stages.h"
+#include "support/temporary_directory.h"
 #include "unit/console/console_test.h"
 
 using namespace console;
@@ -179,6 +182,21 @@ TEST_F(SettingCommands, SaveReplacesAFileOrLeavesIt)
     EXPECT_EQ(says("save /nowhere/routes"),
               "Cannot write /nowhere/routes: No such file or directory.\n");
     EXPECT_EQ(ask("save /nowhere/routes").verdict, verdict::refused);
+}
+
+TEST_F(SettingCommands, SaveFollowsLinksAndReplacesNothingButFiles)
+{
+    const temporary_directory directory;
+    const std::string link = (directory.path / "link").string();
+    std::filesystem::create_symlink(directory.file("routes", ""), link);
+    EXPECT_EQ(ask("save " + link).verdict, verdict::done);
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EXPECT_GT(std::filesystem::file_size(directory.path / "routes"), 0U);
+
+    const std::string pipe = (directory.path / "pipe").string();
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_EQ(says("save " + pipe), "Cannot write " + pipe + ": it is no file.\n");
+    EXPECT_TRUE(std::filesystem::is_fifo(pipe));
 }
 
 TEST_F(SettingCommands, SaveNeedsAKnownRoute)
