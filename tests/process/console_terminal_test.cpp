@@ -236,6 +236,27 @@ TEST_F(ConsoleTerminal, LongTextIsReadByScreens)
     EXPECT_THAT(output, Not(HasSubstr("the same as quit")));
 }
 
+TEST_F(ConsoleTerminal, LongTextIsReadBackFromItsEnd)
+{
+    wait_for("main connecting> ");
+    resize(4, 100);
+    type("help undo\r"); // five lines, of which three stand on a screen
+    wait_for("undo [--rest]");
+    wait_for("-- space: more");
+    type(" ");
+    wait_for("-- that was all");
+    type("b");
+    wait_for("undo [--rest]");
+    for (int i = 0; i < 2; ++i) {
+        wait_for("-- space: more");
+        type("\r");
+    }
+    wait_for("-- that was all");
+    type(" ");
+    wait_for("main connecting> ");
+    quit();
+}
+
 TEST_F(ConsoleTerminal, InterruptEndsALongText)
 {
     wait_for("main connecting> ");

@@ -182,6 +182,7 @@ void watch_until_key(console_session& session)
 
 constexpr const char* PAGER_KEYS =
     "\033[7m-- space: more, enter: a line, b: back, q: end --\033[0m";
+constexpr const char* PAGER_KEYS_AT_END = "\033[7m-- that was all; b: back, space: go on --\033[0m";
 constexpr const char* WIPE_ROW = "\r\033[K";
 
 void page_text(terminal& terminal, const std::string& text)
@@ -190,17 +191,18 @@ void page_text(terminal& terminal, const std::string& text)
     terminal.paging = true;
     pager pager = make_pager(text);
     std::string part = next_screen(pager, size_of_screen());
-    while (!is_at_end(pager)) {
-        write_out(part + PAGER_KEYS);
+    for (;;) {
+        write_out(part + (is_at_end(pager) ? PAGER_KEYS_AT_END : PAGER_KEYS));
         const std::optional<char> key = wait_for_key(terminal.session, keys);
         write_out(WIPE_ROW);
         part.clear();
         if (!key || *key == 'q' || *key == 'Q') break;
+        const bool is_enter = *key == '\n' || *key == '\r';
+        if (is_at_end(pager) && (*key == ' ' || is_enter)) break;
         if (*key == ' ') part = next_screen(pager, size_of_screen());
-        if (*key == '\n' || *key == '\r') part = next_line(pager);
+        if (is_enter) part = next_line(pager);
         if (*key == 'b') part = screen_before(pager, size_of_screen());
     }
-    write_out(part);
     terminal.paging = false;
     print_above_line(terminal, std::exchange(terminal.held, {}));
 }
