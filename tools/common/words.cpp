@@ -78,8 +78,8 @@ split_line split_words(std::string_view line)
 
 std::string quote_word(const std::string& text)
 {
-    const bool plain =
-        !text.empty() && !is_number(text) && text.find_first_of(" \t\r;\"'") == std::string::npos;
+    const bool plain = !text.empty() && !is_number(text) && !text.starts_with("--") &&
+                       text.find_first_of(" \t\r;\"'") == std::string::npos;
     if (plain) return text;
     const char quote = text.find('"') == std::string::npos ? '"' : '\'';
     return quote + text + quote;

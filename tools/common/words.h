@@ -25,7 +25,8 @@ struct split_line {
 
 split_line split_words(std::string_view line);
 
-// The word that reads as the text, and as a name rather than a number: in quotes where needed.
+// The word that reads as the text, and as a name rather than a number or an option: in quotes where
+// needed.
 std::string quote_word(const std::string& text);
 
 bool is_number(std::string_view text); // decimal digits alone, at least one

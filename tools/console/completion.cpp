@@ -117,22 +117,32 @@ words_list argument_words(const console_state& console, argument kind, const std
     return {};
 }
 
-// What may stand after the words of the command so far.
-words_list possible_words(const console_state& console, std::vector<common::word> before,
-                          const common::word& unfinished)
+bool wants_option(const command& command, const common::word& unfinished)
 {
-    if (before.empty()) return command_words("");
+    return command.takes_rest && !unfinished.quoted && unfinished.text.starts_with('-');
+}
+
+struct possible_words {
+    words_list words = {};
+    bool options = false; // which are never quoted
+};
+
+// What may stand after the words of the command so far.
+possible_words find_possible(const console_state& console, std::vector<common::word> before,
+                             const common::word& unfinished)
+{
+    if (before.empty()) return {command_words("")};
     const std::string first = before[0].text;
     std::string complaint;
     const command* const found = find_command(before, complaint);
-    if (found == nullptr) return before.empty() ? command_words(first) : words_list{};
-    if (unfinished.text.starts_with('-') && found->takes_rest) return {"--rest"};
+    if (found == nullptr) return {before.empty() ? command_words(first) : words_list{}};
+    if (wants_option(*found, unfinished)) return {{"--rest"}, true};
     const auto& kinds = found->arguments;
     if (kinds.empty()) return {};
     if (before.size() < kinds.size())
-        return argument_words(console, kinds[before.size()], unfinished.text);
+        return {argument_words(console, kinds[before.size()], unfinished.text)};
     const bool goes_on = kinds.back() == argument::filter;
-    return goes_on ? filter_words(console) : words_list{};
+    return {goes_on ? filter_words(console) : words_list{}};
 }
 
 // Inside a UTF-8 character.
@@ -163,9 +173,9 @@ std::string unfinished_word(const words_list& choices, const common::word& typed
     return (beginning.find('"') == std::string::npos ? '"' : '\'') + beginning;
 }
 
-std::string finished_word(const std::string& choice)
+std::string finished_word(const std::string& choice, bool is_option)
 {
-    const std::string word = common::quote_word(choice);
+    const std::string word = is_option ? choice : common::quote_word(choice);
     return choice.ends_with('/') ? word : word + ' '; // a folder goes on
 }
 } // namespace
@@ -183,15 +193,14 @@ completion complete(const console_state& console, std::string_view text_before_c
     }
     completion result;
     result.start = unfinished.start;
-    const std::vector<std::string> possible =
-        possible_words(console, std::move(before), unfinished);
-    for (const std::string& each : possible)
+    const possible_words possible = find_possible(console, std::move(before), unfinished);
+    for (const std::string& each : possible.words)
         if (!each.empty() && common::begins_name(each, unfinished.text))
             result.choices.push_back(each);
     if (result.choices.empty())
         result.replacement = text_before_cursor.substr(unfinished.start);
     else if (result.choices.size() == 1)
-        result.replacement = finished_word(result.choices.front());
+        result.replacement = finished_word(result.choices.front(), possible.options);
     else
         result.replacement = unfinished_word(result.choices, unfinished);
     return result;

@@ -89,6 +89,16 @@ TEST_F(Completion, QuotesNamesThatLookLikeNumbers)
     EXPECT_EQ(completed("take 1 10"), "take 1 \"10\" ");
 }
 
+TEST_F(Completion, QuotesNamesThatLookLikeOptions)
+{
+    name_sources({"--rest", "--red"});
+    EXPECT_EQ(completed("stage 1 --res"), "stage 1 \"--rest\" ");
+    EXPECT_EQ(completed("stage 1 --"), "stage 1 \"--re");
+    EXPECT_EQ(completed("take 1 \"--red"), "take 1 \"--red\" ");
+    EXPECT_EQ(completed("take 1 --r"), "take 1 --rest ");
+    EXPECT_EQ(says("take 1 \"--red\""), "Taking MON A: --rest -> --red.\n");
+}
+
 TEST_F(Completion, NeverCutsACharacterInTwo)
 {
     name_sources({"K\xC3\xB6ln", "K\xC3\xA4"});

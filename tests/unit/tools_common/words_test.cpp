@@ -67,6 +67,9 @@ TEST(CommandWords, QuoteWordQuotesWhereNeeded)
     EXPECT_EQ(quote_word("CAM1"), "CAM1");
     EXPECT_EQ(quote_word("CAM 1"), "\"CAM 1\"");
     EXPECT_EQ(quote_word("17"), "\"17\"");
+    EXPECT_EQ(quote_word("--rest"), "\"--rest\"");
+    EXPECT_EQ(quote_word("-3 dB; cut"), "\"-3 dB; cut\"");
+    EXPECT_EQ(quote_word("-3"), "-3");
     EXPECT_EQ(quote_word(""), "\"\"");
     EXPECT_EQ(quote_word("the \"one\""), "'the \"one\"'");
     EXPECT_EQ(quote_word("a;b"), "\"a;b\"");
