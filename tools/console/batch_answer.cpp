@@ -31,15 +31,10 @@ verbs verbs_of(desk::batch_kind kind)
     return {"Taking ", "Would take "};
 }
 
-std::string routes(std::size_t count)
-{
-    return std::to_string(count) + (count == 1 ? " route" : " routes");
-}
-
 // "3 routes", "2 of 3 routes"
 std::string routes(std::size_t part, std::size_t whole)
 {
-    return (part == whole ? "" : std::to_string(part) + " of ") + routes(whole);
+    return (part == whole ? "" : std::to_string(part) + " of ") + route_count(whole);
 }
 
 // What it would take for the row to go, where a person can do something about it.
@@ -117,7 +112,7 @@ std::string headline(const std::vector<desk::row_answer>& rows, const verbs& ver
     const std::size_t blocked = count(has_reason);
     if (going > 0)
         return (dry_run ? verbs.would_go : verbs.goes) + routes(going, rows.size()) + ":\n";
-    if (blocked == 0) return "All " + routes(rows.size()) + " are shown already:\n";
+    if (blocked == 0) return "All " + route_count(rows.size()) + " are shown already:\n";
     return std::string("Nothing ") + (dry_run ? "would be" : "was") +
            " sent: " + routes(blocked, rows.size()) + (blocked == 1 ? " is" : " are") +
            " blocked:\n";

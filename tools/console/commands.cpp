@@ -78,6 +78,11 @@ const command* find_command(std::vector<common::word>& words, std::string& compl
     return find_exactly(whole + " " + std::string(second));
 }
 
+desk::batch_command command_of(const call& call)
+{
+    return {{}, {}, call.rest ? desk::batch_rule::rest : desk::batch_rule::all, call.dry_run, ""};
+}
+
 namespace {
 // Takes the options out of the words. False, with a sentence, when there is one that the command
 // does not understand.

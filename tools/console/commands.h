@@ -9,6 +9,7 @@
 
 #include "console/answer.h"
 #include "console/console_state.h"
+#include "server/desk/takes.h"
 #include "tools/common/words.h"
 
 namespace console {
@@ -21,6 +22,8 @@ struct call {
     bool rest = false;                    // "--rest": what can go goes
     bool dry_run = false;                 // say what would happen, and do nothing
 };
+
+desk::batch_command command_of(const call& call); // for the desk
 
 struct command {
     std::string_view name; // one word, or two: "salvo take"

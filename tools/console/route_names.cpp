@@ -18,6 +18,11 @@ std::string route_text(const console_state& console, const desk::route& route)
            desk::source_name(console.desk, route.router, route.source);
 }
 
+std::string route_count(std::size_t count)
+{
+    return std::to_string(count) + (count == 1 ? " route" : " routes");
+}
+
 nlohmann::json destination_json(const desk::desk_state& desk, const std::string& router,
                                 int destination)
 {

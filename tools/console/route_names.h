@@ -14,6 +14,8 @@ std::string place_text(const console_state& console, const std::string& router, 
 // "MON A <- CAM 3"
 std::string route_text(const console_state& console, const desk::route& route);
 
+std::string route_count(std::size_t count); // "3 routes"
+
 // {"index": 0, "name": "MON A"}
 nlohmann::json destination_json(const desk::desk_state& desk, const std::string& router,
                                 int destination);

@@ -18,16 +18,6 @@
 namespace console {
 
 namespace {
-desk::batch_command command_of(const call& call)
-{
-    return {{}, {}, call.rest ? desk::batch_rule::rest : desk::batch_rule::all, call.dry_run, ""};
-}
-
-std::string routes(std::size_t count)
-{
-    return std::to_string(count) + (count == 1 ? " route" : " routes");
-}
-
 // Null, with the answer, when there is none that the word names.
 const desk::salvo* find_salvo(const console_state& console, const common::word& name,
                               desk::ulid& id, answer& wrong)
@@ -134,7 +124,7 @@ answer run_save(console_state& console, const desk::moment& now, const call& cal
     answer result{
         .json = {{"salvo", salvo.name}, {"version", version}, {"rows", nlohmann::json::array()}}};
     result.text = "Saved salvo " + salvo.name + ", version " + std::to_string(version) + ", " +
-                  routes(rows.size()) + ":\n";
+                  route_count(rows.size()) + ":\n";
     for (const desk::route& row : rows) {
         result.text += "  " + route_text(console, row) + "\n";
         result.json["rows"].push_back(
@@ -160,7 +150,7 @@ answer run_show(console_state& console, const desk::moment& /*now*/, const call&
     const desk::salvo_version& newest = salvo->versions.back();
     result.text = "Salvo " + salvo->name + ", version " + std::to_string(newest.number) +
                   ", saved by " + newest.author + " at " + day_and_time(newest.saved) + ", " +
-                  routes(newest.rows.size()) + ":\n";
+                  route_count(newest.rows.size()) + ":\n";
     result.json = {{"salvo", salvo->name},
                    {"version", newest.number},
                    {"saved", json_time(newest.saved)},
@@ -181,18 +171,28 @@ answer run_show(console_state& console, const desk::moment& /*now*/, const call&
     return result;
 }
 
+// Of a batch that was made of the salvo. `which` tells it apart: "version 2".
+answer salvo_answer(const console_state& console, const desk::salvo& salvo,
+                    const std::string& which, const desk::take_answer& told, desk::batch_kind kind,
+                    bool dry_run)
+{
+    answer result = batch_answer(console, told, kind, dry_run);
+    result.text.insert(0, "Salvo " + salvo.name + ", " + which + ":\n");
+    result.json["salvo"] = salvo.name;
+    return result;
+}
+
 answer run_take(console_state& console, const desk::moment& now, const call& call)
 {
     answer result;
     desk::ulid id;
     const desk::salvo* const salvo = find_salvo(console, call.words[0], id, result);
     if (salvo == nullptr) return result;
-    result = batch_answer(
-        console, desk::run_salvo(console.desk, now, console.person, id, 0, command_of(call)),
-        desk::batch_kind::salvo, call.dry_run);
     const int version = salvo->versions.back().number;
-    result.text.insert(0, "Salvo " + salvo->name + ", version " + std::to_string(version) + ":\n");
-    result.json["salvo"] = salvo->name;
+    result =
+        salvo_answer(console, *salvo, "version " + std::to_string(version),
+                     desk::run_salvo(console.desk, now, console.person, id, 0, command_of(call)),
+                     desk::batch_kind::salvo, call.dry_run);
     result.json["version"] = version;
     return result;
 }
@@ -207,12 +207,9 @@ answer run_rollback(console_state& console, const desk::moment& now, const call&
     if (run == nullptr)
         return refusal("Salvo " + salvo->name + " has not been taken here.", verdict::refused);
     const desk::wall taken = console.desk.house.batches.at(*run).made;
-    result = batch_answer(
-        console, desk::roll_back(console.desk, now, console.person, *run, command_of(call)),
-        desk::batch_kind::rollback, call.dry_run);
-    result.text.insert(0, "Salvo " + salvo->name + ", taken at " + day_and_time(taken) + ":\n");
-    result.json["salvo"] = salvo->name;
-    return result;
+    return salvo_answer(console, *salvo, "taken at " + day_and_time(taken),
+                        desk::roll_back(console.desk, now, console.person, *run, command_of(call)),
+                        desk::batch_kind::rollback, call.dry_run);
 }
 
 answer run_delete(console_state& console, const desk::moment& now, const call& call)

@@ -8,6 +8,7 @@
 #include "console/lookup.h"
 #include "console/positions.h"
 #include "console/route_file.h"
+#include "console/route_names.h"
 #include "console/times.h"
 #include "server/desk/setup.h"
 #include "server/desk/words.h"
@@ -222,11 +223,6 @@ answer run_set(console_state& console, const desk::moment& now, const call& call
     return change_setting(console, now, *found, call.words[1].text);
 }
 
-std::string routes_count(std::size_t count)
-{
-    return std::to_string(count) + (count == 1 ? " route" : " routes");
-}
-
 answer run_save(console_state& console, const desk::moment& now, const call& call)
 {
     const std::string& path = call.words[0].text;
@@ -239,7 +235,7 @@ answer run_save(console_state& console, const desk::moment& now, const call& cal
                            " is known.",
                        verdict::refused);
     if (!write_route_file(path, text, complaint)) return refusal(complaint, verdict::refused);
-    return {.text = "Saved " + routes_count(saved) + " in " + path + ".\n" +
+    return {.text = "Saved " + route_count(saved) + " in " + path + ".\n" +
                     link_line(console, now, console.router),
             .json = {{"router", console.router},
                      {"file", path},
@@ -257,7 +253,7 @@ std::string staged_text(const console_state& console, const loaded_routes& loade
                  desk::find_router(console.desk, router)->settings.name;
     }
     if (all == 0) return "Nothing was staged.\n";
-    return "Staged " + routes_count(all) + (loaded.staged.size() > 1 ? ": " + where : "") +
+    return "Staged " + route_count(all) + (loaded.staged.size() > 1 ? ": " + where : "") +
            "; nothing has been sent. \"staged\" shows them, \"take\" takes them.\n";
 }
 

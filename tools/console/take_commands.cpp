@@ -11,11 +11,6 @@
 namespace console {
 
 namespace {
-desk::batch_command command_of(const call& call)
-{
-    return {{}, {}, call.rest ? desk::batch_rule::rest : desk::batch_rule::all, call.dry_run, ""};
-}
-
 // False, with the answer, when a word names nothing.
 bool find_route(const console_state& console, const call& call, desk::route& route, answer& wrong)
 {
@@ -114,11 +109,6 @@ const desk::staged_row* find_staged(const console_state& console, int destinatio
     return row == stage->end() ? nullptr : &row->second;
 }
 
-std::string routes(std::size_t count)
-{
-    return std::to_string(count) + (count == 1 ? " route" : " routes");
-}
-
 // What speaks against taking a staged row now; empty: nothing. The link is not looked at.
 std::string trouble_of(const console_state& console, int destination, const desk::staged_row& row)
 {
@@ -161,7 +151,7 @@ std::string staged_elsewhere(const console_state& console)
         const desk::stage_rows* const stage =
             id == console.router ? nullptr : find_stage(console, id);
         if (stage != nullptr)
-            text += "Staged on " + router.settings.name + ": " + routes(stage->size()) + ".\n";
+            text += "Staged on " + router.settings.name + ": " + route_count(stage->size()) + ".\n";
     }
     return text;
 }
@@ -179,7 +169,7 @@ answer run_staged(console_state& console, const desk::moment& now, const call& /
     if (const desk::stage_rows* const stage = find_stage(console, console.router)) {
         const auto& router = *desk::find_router(console.desk, console.router);
         result.text = link_line(console, now, console.router) + "Staged on " +
-                      router.settings.name + ", " + routes(stage->size()) + ":\n";
+                      router.settings.name + ", " + route_count(stage->size()) + ":\n";
         for (const auto& [destination, row] : *stage) {
             answer told = staged_row(console, destination, row);
             result.text += "  " + told.text + "\n";
@@ -222,7 +212,7 @@ answer run_clear(console_state& console, const desk::moment& /*now*/, const call
     if (stage == nullptr) return nothing_staged(console);
     const std::size_t count = stage->size();
     desk::clear_stage(console.desk, console.person, console.router);
-    return {.text = "Unstaged " + routes(count) + ".\n",
+    return {.text = "Unstaged " + route_count(count) + ".\n",
             .json = {{"router", console.router}, {"count", count}}};
 }
 } // namespace
