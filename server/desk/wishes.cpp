@@ -38,7 +38,7 @@ open_wish close_wish(desk_state& desk, live_router& live, int destination, const
     std::deque<open_wish>& open = live.open.at(destination);
     const auto place = std::find_if(open.begin(), open.end(),
                                     [&](const open_wish& wish) { return wish.id == id; });
-    const open_wish closed = *place;
+    open_wish closed = *place;
     open.erase(place);
     if (open.empty()) live.open.erase(destination);
     desk.deadlines.erase({closed.deadline, id});
