@@ -29,6 +29,7 @@ TEST(Ids, HaveEightyBitsOfChance)
     ulid any, all{UINT64_MAX, UINT64_MAX};
     for (int i = 1; i <= 100; ++i) {
         const ulid id = make_id(maker, wall(i));
+        EXPECT_EQ(milliseconds_of(id), i);
         any = {any.high | id.high, any.low | id.low};
         all = {all.high & id.high, all.low & id.low};
     }

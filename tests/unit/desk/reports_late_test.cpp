@@ -70,21 +70,23 @@ TEST_F(LateReports, ConfirmWithinAMinuteOrAsTheFirst)
 {
     struct {
         int heard_ms,
-            shown_ms; // after the end: the old source once more, 0 for not; the wished one
+            shown_ms; // after the end: the old source once more, -1 for not; the wished one
         bool late;
     } const cases[] = {
         {1, 60'000, true},
         {1, 60'001, false},
         {0, 3'600'000, true},
+        {-1, 3'600'000, true},
     };
     int destination = 0;
     for (const auto& c : cases) {
         const auto one = wish(anna, destination, 2);
         takes(destination, 2);
         wait_ms(3000);
-        wait_ms(c.heard_ms);
-        if (c.heard_ms > 0) report(destination, 0);
-        wait_ms(c.shown_ms - c.heard_ms);
+        const int heard_ms = std::max(c.heard_ms, 0);
+        wait_ms(heard_ms);
+        if (c.heard_ms >= 0) report(destination, 0);
+        wait_ms(c.shown_ms - heard_ms);
         desk.entries.clear();
         report(destination, 2);
         EXPECT_EQ(row_of(one).confirmed_late_after.has_value(), c.late) << c.shown_ms;
