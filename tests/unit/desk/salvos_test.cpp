@@ -169,6 +169,13 @@ TEST_F(Salvos, RunAsOneBatch)
     EXPECT_THAT(ordered(), ElementsAre("main 3<4"));
 }
 
+TEST_F(Salvos, SendNothingThatIsShownAlready)
+{
+    const ulid id = save("News", {{"main", 0, 0}, {"main", 1, 3}}, anna).id;
+    EXPECT_EQ(said(run(id)), "unchanged");
+    EXPECT_THAT(ordered(), ElementsAre("main 1<3"));
+}
+
 TEST_F(Salvos, RunDry)
 {
     const ulid id = save("News");
