@@ -38,17 +38,19 @@ bool add_to_history(std::vector<std::string>& lines, const std::string& line)
     return true;
 }
 
-void write_history(const std::string& path, const std::vector<std::string>& lines)
+void keep_line(const std::string& path, const std::string& line)
 {
     if (path.empty()) return;
+    std::vector<std::string> lines = read_history(path);
+    if (!add_to_history(lines, line)) return;
     std::error_code error;
     std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
     std::string temporary = path + ".XXXXXX";
     const common::owned_descriptor file(mkstemp(temporary.data())); // 0600
     if (file.number < 0) return;
     std::string text;
-    for (const std::string& line : lines)
-        text += line + "\n";
+    for (const std::string& each : lines)
+        text += each + "\n";
     if (!common::write_all(file.number, text) || std::rename(temporary.c_str(), path.c_str()) != 0)
         unlink(temporary.c_str());
 }

@@ -18,8 +18,9 @@ std::vector<std::string> read_history(const std::string& path);
 // Adds a line, unless it is blank or the same as the last one. Returns whether it did.
 bool add_to_history(std::vector<std::string>& lines, const std::string& line);
 
-// Writes the file, for its owner alone, whole or not at all, and makes its folder. What fails is
-// passed over: nobody's work depends on it.
-void write_history(const std::string& path, const std::vector<std::string>& lines);
+// Adds the line to those of the file, where other consoles may have put some too. The file is
+// written for its owner alone, whole or not at all, and its folder made. What fails is passed over:
+// nobody's work depends on it.
+void keep_line(const std::string& path, const std::string& line);
 
 } // namespace console

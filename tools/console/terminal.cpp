@@ -332,7 +332,7 @@ void remember(terminal& terminal, History* recalled, const std::string& line)
     if (!add_to_history(terminal.lines, line)) return;
     HistEvent event;
     history(recalled, &event, H_ENTER, line.c_str());
-    write_history(history_path(), terminal.lines);
+    keep_line(history_path(), line);
 }
 
 void run_lines(terminal& terminal, History* recalled)

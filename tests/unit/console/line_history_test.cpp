@@ -50,8 +50,8 @@ TEST(LineHistory, IsKeptForItsOwnerAlone)
     const temporary_directory directory;
     const std::string path = (directory.path / "new" / "folder" / "history").string();
     EXPECT_THAT(read_history(path), IsEmpty());
-    write_history(path, {"take \"カメラ\" 2", "undo"});
-    write_history(path, {"take \"カメラ\" 2", "redo"});
+    keep_line(path, "take \"カメラ\" 2");
+    keep_line(path, "redo");
     EXPECT_THAT(read_history(path), ElementsAre("take \"カメラ\" 2", "redo"));
     struct stat status {};
     ASSERT_EQ(stat(path.c_str(), &status), 0);
@@ -61,9 +61,18 @@ TEST(LineHistory, IsKeptForItsOwnerAlone)
               1);
 }
 
+TEST(LineHistory, KeepsTheLinesOfAllConsoles)
+{
+    const temporary_directory directory;
+    const std::string path = directory.file("history", "take 1 2\n");
+    keep_line(path, "undo"); // of another one
+    keep_line(path, "redo");
+    EXPECT_THAT(read_history(path), ElementsAre("take 1 2", "undo", "redo"));
+}
+
 TEST(LineHistory, MayHaveNoPlace)
 {
-    write_history("", {"undo"});
-    write_history("/proc/nowhere/history", {"undo"});
+    keep_line("", "undo");
+    keep_line("/proc/nowhere/history", "undo");
     EXPECT_THAT(read_history("/proc/nowhere/history"), IsEmpty());
 }
