@@ -188,9 +188,10 @@ answer run_where(console_state& console, const desk::moment& now, const call& ca
     }
     const std::string name = desk::source_name(console.desk, console.router, *source);
     std::string text = head_text(console, now, desk::side::destinations, rows.size());
-    text += rows.empty() ? "No destination of " + name_of(console) + " shows " + name + ".\n"
-                         : name + " is shown by " + count_text(rows.size(), "destination") + ".\n" +
-                               routes_table(console, rows);
+    text += count == 0     ? nothing_text(console, desk::side::destinations)
+            : rows.empty() ? "No destination of " + name_of(console) + " shows " + name + ".\n"
+                           : name + " is shown by " + count_text(rows.size(), "destination") +
+                                 ".\n" + routes_table(console, rows);
     if (unknown > 0)
         text += "What " + count_text(unknown, "destination") + (unknown == 1 ? " shows" : " show") +
                 " is not known.\n";

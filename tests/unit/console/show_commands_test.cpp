@@ -120,6 +120,7 @@ TEST_F(ShowCommands, RouterThatNothingIsKnownOfSaysWhy)
     link(desk::link_state::off, "no address is set", "new");
     ask("use new");
     EXPECT_EQ(says("routes"), "Link off 0:00: no address is set.\nNo destinations are known.\n");
+    EXPECT_EQ(says("where 1"), says("routes"));
     EXPECT_EQ(says("sources"), "Link off 0:00: no address is set.\nNo sources are known.\n");
     EXPECT_EQ(ask("routes").json["link"]["state"], "off");
 }
