@@ -1,6 +1,7 @@
 #include "server/desk/takes.h"
 
 #include <set>
+#include <utility>
 
 #include "server/desk/checks.h"
 #include "server/desk/locks.h"
@@ -180,7 +181,8 @@ take_answer take_as(desk_state& desk, const moment& now, const actor& actor,
     for (const row_answer& row : answer.rows)
         batch.rows.push_back(wish_for(desk, row));
     answer.batch = request.id.is_none() ? make_id(desk.ids, now.utc) : request.id;
-    record_entry(desk, {now.utc, actor.person, actor.origin, batch_made{answer.batch, batch}});
+    record_entry(desk,
+                 {now.utc, actor.person, actor.origin, batch_made{answer.batch, std::move(batch)}});
     send_rows(desk, now, answer.batch, answer.rows);
     return answer;
 }

@@ -299,18 +299,14 @@ void serve_backend(backend& backend, desk::desk_state& desk, const desk::moment&
 namespace {
 std::string batch_text(const std::vector<std::pair<int, int>>& rows)
 {
+    const std::string head = "*COMMAND=route output\n*TYPE=command\n";
     std::string text;
-    ParentRecord record;
-    record.command = "route output";
-    record.type = "command";
     for (const auto& [destination, source] : rows) {
-        record.fields = {{"queue", "add"}, {"to output", std::to_string(destination)}};
-        if (source != desk::NO_SOURCE) record.fields["from input"] = std::to_string(source);
-        encode_record(record, text);
+        text += head;
+        if (source != desk::NO_SOURCE) text += "from input=" + std::to_string(source) + "\n";
+        text += "queue=add\nto output=" + std::to_string(destination) + "\n\n";
     }
-    record.fields = {{"queue", "flush"}};
-    encode_record(record, text);
-    return text;
+    return text + head + "queue=flush\n\n";
 }
 } // namespace
 
