@@ -132,9 +132,22 @@ TEST_F(BackendBatch, SendsNothingUnlessTheLinkIsReady)
     run(says("<NOTE>Connection sucessful.") + LISTENS);
     ASSERT_TRUE(serve_until(link_is(link_state::reading)));
     carry_out(main, desk, now(), {desk::order::kind::send, "main", {{0, 1}}});
+    EXPECT_EQ(main.held, "");
     carry_out(main, desk, now(), {desk::order::kind::end_backend, "main", {}});
     EXPECT_FALSE(main.ending);
     stop_backend(main, now());
+    ASSERT_TRUE(serve_until([this] { return !is_running(main); }));
+    EXPECT_EQ(heard(), "");
+}
+
+TEST_F(BackendBatch, SendsNothingToABackendThatEnds)
+{
+    run("trap '' TERM\n" + becomes_ready() + LISTENS);
+    ASSERT_TRUE(serve_until(link_is(link_state::ready)));
+    stop_backend(main, now());
+    carry_out(main, desk, now(), {desk::order::kind::send, "main", {{0, 1}}});
+    EXPECT_EQ(main.held, "");
+    EXPECT_EQ(main.process.unsent, "");
     ASSERT_TRUE(serve_until([this] { return !is_running(main); }));
     EXPECT_EQ(heard(), "");
 }

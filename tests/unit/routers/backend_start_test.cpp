@@ -111,3 +111,17 @@ TEST_F(BackendStart, IsStoppedForGood)
     EXPECT_FALSE(next_due(main));
     EXPECT_EQ(main.starts, 1U);
 }
+
+TEST_F(BackendStart, IsKilledOnceWhenItDoesNotEnd)
+{
+    run("trap '' TERM\n" + becomes_ready() + LISTENS);
+    ASSERT_TRUE(serve_until(link_is(link_state::ready)));
+    const desk::moment told = now();
+    stop_backend(main, told);
+    EXPECT_EQ(next_due(main), told.steady + TIME_TO_END);
+    serve_backend(main, desk, {told.steady + TIME_TO_END - 1us, {}});
+    EXPECT_TRUE(next_due(main));
+    serve_backend(main, desk, {told.steady + TIME_TO_END, {}});
+    EXPECT_FALSE(next_due(main));
+    EXPECT_TRUE(serve_until([this] { return !is_running(main); }));
+}

@@ -312,6 +312,7 @@ TEST(TraceReader, SaysInWordsWhatAFrameMeans)
     played_trace played;
     played.told(read_diagnostic("<DBG>Router: MSG N0XX\tFF"));
     EXPECT_EQ(text_of(played.trace.frames.back(), desk, "main"), "not understood: N0XX FF");
+    EXPECT_EQ(played.trace.received, 1U);
 }
 
 // What the desk counts must agree with what is counted here.
