@@ -90,6 +90,9 @@ TEST_F(RoutersNeighbours, AreNotHeldUpByABackendThatDoesNotListen)
     play("deaf", becomes_ready() + IS_DEAF);
     ASSERT_NO_FATAL_FAILURE(add_router("main"));
     ASSERT_TRUE(until([this] { return is_ready("main") && is_ready("deaf"); }));
+    // More than a pipe holds.
+    parent_link::send_bytes(routers.backends.at("deaf").process, std::string(100'000, '\n'));
+    ASSERT_FALSE(backend_of("deaf").process.unsent.empty());
     std::vector<desk::ulid> unheard;
     for (int i = 0; i < 8; ++i) {
         if (i < 2) unheard.push_back(take("deaf", i, 1).batch);
