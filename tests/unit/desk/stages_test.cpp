@@ -15,6 +15,7 @@ class Stages : public DeskTest {
         const row_answer answer = stage_row(desk, now, actor, {router, destination, source});
         EXPECT_EQ(answer.wished, (route{router, destination, source}));
         EXPECT_EQ(answer.goes, answer.why == reason::none);
+        EXPECT_FALSE(answer.unchanged);
         EXPECT_EQ(answer.detail.empty(), answer.goes);
         return answer.why;
     }
