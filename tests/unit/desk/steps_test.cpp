@@ -97,3 +97,12 @@ TEST_F(Steps, KnowWhenLocksEnd)
     lock_until(4, wall(30));
     EXPECT_THAT(desk.lock_ends, IsEmpty());
 }
+
+TEST_F(Steps, CountWhatIsSetUp)
+{
+    EXPECT_EQ(desk.set_ups, 1);
+    record(label_set{"main", side::sources, 0, {"A", ""}});
+    EXPECT_EQ(desk.set_ups, 1);
+    record(router_removed{"main"});
+    EXPECT_EQ(desk.set_ups, 2);
+}
