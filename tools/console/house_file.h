@@ -2,8 +2,12 @@
 //
 // Opened before the desk is made, of the house that it had (desk::make_desk). From then on: after
 // take_events has told that the house is different, call note_change; wait no longer than `due`;
-// call write_if_due whenever the session is served; call write_house once more at the end when
-// something is due.
+// call write_if_due before each wait; call write_house once more at the end when something is due.
+//
+// Writing waits for the disk, and with it the console: about 20 ms as a rule, some hundreds for
+// tens of megabytes. That suits one person, who may wait, and loses nothing: backends work on, and
+// what they say is read before any wish is judged to be late. Only the times that are told then
+// count from when the console heard of it.
 #pragma once
 
 #include <chrono>

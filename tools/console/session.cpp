@@ -79,12 +79,6 @@ void keep_house(console_session& session)
         print_event(session, error + "\n", {{"event", "notKept"}, {"error", error}});
 }
 
-void tell_and_keep(console_session& session)
-{
-    print_notices(session);
-    keep_house(session);
-}
-
 std::optional<desk::monotonic> next_due(const console_session& session, const desk::moment& time)
 {
     auto due = routers::next_due(session.console.running, session.console.desk, time);
@@ -128,12 +122,13 @@ bool goes_on(const console_session& session)
 void serve_session(console_session& session)
 {
     routers::serve_routers(session.console.running, session.console.desk, now());
-    tell_and_keep(session);
+    print_notices(session);
 }
 
 void wait_session(console_session& session, std::span<pollfd> watched,
                   std::optional<std::chrono::milliseconds> time_out)
 {
+    keep_house(session); // what is said while the disk is waited for is heard before time is judged
     std::vector<pollfd> descriptors(watched.begin(), watched.end());
     descriptors.push_back({session.signals.number, POLLIN, 0});
     routers::add_poll_descriptors(session.console.running, descriptors);
@@ -146,7 +141,7 @@ void wait_session(console_session& session, std::span<pollfd> watched,
     std::copy_n(descriptors.begin(), watched.size(), watched.begin());
     take_signal(session);
     routers::serve_routers(session.console.running, session.console.desk, now(), descriptors);
-    tell_and_keep(session);
+    print_notices(session);
 }
 
 namespace {
