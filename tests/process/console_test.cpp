@@ -110,6 +110,15 @@ TEST_F(Console, ScriptWaitsForEachWish)
     EXPECT_LT(output.find("MON B shows VTR 2"), output.find("Numbers begin at 1."));
 }
 
+TEST_F(Console, ScriptBeginsWhenTheRoutesAreKnown)
+{
+    const std::string scenario = directory.file(
+        "slow.json", R"({"steps": [{"request": "QI", "fault": "delay", "ms": [10, 10]}]})");
+    start_simulator({"--scenario", scenario});
+    EXPECT_EQ(play(on_simulator(), "routes 30-32\n"), 0);
+    EXPECT_THAT(output, HasSubstr("32  QC 2         32  TEST 2\n"));
+}
+
 TEST_F(Console, WorstOfAScriptCounts)
 {
     start_simulator();

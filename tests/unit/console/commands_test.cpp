@@ -23,6 +23,26 @@ TEST_F(Commands, ComplainOfWhatTheyDoNotTake)
     EXPECT_EQ(console.router, "main");
 }
 
+TEST_F(Commands, NameThoseThatAWordMayBecome)
+{
+    EXPECT_EQ(says("salvo"),
+              "salvo needs one more word: list, save, show, take, rollback or delete.\n");
+    EXPECT_EQ(says("salvo s"), "There is no salvo command \"s\"; \"help\" lists them.\n");
+}
+
+TEST_F(Commands, ThatSendKnowTheRestAndTheDryRun)
+{
+    std::vector<std::string_view> with_rest, tried;
+    for (const command& each : all_commands()) {
+        if (each.takes_rest) with_rest.push_back(each.name);
+        if (each.can_be_tried) tried.push_back(each.name);
+    }
+    EXPECT_THAT(with_rest, testing::ElementsAre("take", "undo", "redo", "salvo take",
+                                                "salvo rollback", "dry-run"));
+    EXPECT_THAT(tried, testing::ElementsAre("take", "undo", "redo", "back", "disconnect",
+                                            "salvo take", "salvo rollback"));
+}
+
 TEST_F(Commands, TakeOrdersOneRoute)
 {
     console.desk.orders.clear();

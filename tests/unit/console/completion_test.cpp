@@ -67,6 +67,16 @@ TEST_F(Completion, KnowsAliasesAndTheRouterInUse)
     EXPECT_EQ(completed("take 1 gu"), "take 1 gu");
 }
 
+TEST_F(Completion, CompletesFilters)
+{
+    desk::set_label(console.desk, now, console.person, "main", desk::side::sources, 2,
+                    {"", "studio"});
+    desk::set_label(console.desk, now, console.person, "main", desk::side::destinations, 1,
+                    {"Screen", ""});
+    EXPECT_THAT(choices("routes "), ElementsAre("problems", "@studio"));
+    EXPECT_EQ(completed("routes 1-3 @st"), "routes 1-3 @studio ");
+}
+
 TEST_F(Completion, CompletesRoutersAndOptions)
 {
     EXPECT_EQ(completed("use ba"), "use back ");

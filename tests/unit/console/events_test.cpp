@@ -19,6 +19,24 @@ class Events : public ConsoleTest {
     }
 };
 
+TEST_F(Events, TellWhatHasChangedWhileTheLinkWasAway)
+{
+    link(desk::link_state::down);
+    link(desk::link_state::ready);
+    happened();
+    report(0, 4);
+    EXPECT_EQ(happened(true), "14:02:11 MON A shows CAM 5: taken by somebody else.\n");
+}
+
+TEST_F(Events, LeaveAPersonsOwnToTheOutcome)
+{
+    ask("take 1 5");
+    happened();
+    desk::trace_take(console.desk, now, "main", 0, 4);
+    report(0, 4);
+    EXPECT_EQ(happened(true), "");
+}
+
 TEST_F(Events, TellHowItStandsWithALink)
 {
     struct {

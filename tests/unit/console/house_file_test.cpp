@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <sys/stat.h>
@@ -86,6 +87,14 @@ TEST_F(HouseFile, IsForOneConsoleAtATime)
     EXPECT_FALSE(open_house(second, path, read, error)) << "another file by now";
     file.file.reset();
     EXPECT_TRUE(open_house(second, path, read, error)) << error;
+}
+
+TEST_F(HouseFile, IsNoChildsToKeep)
+{
+    ASSERT_TRUE(open_house(file, path, read, error)) << error;
+    EXPECT_EQ(fcntl(file.file.number, F_GETFD), FD_CLOEXEC);
+    ASSERT_TRUE(write_house(file, console.desk.house, error)) << error;
+    EXPECT_EQ(fcntl(file.file.number, F_GETFD), FD_CLOEXEC) << "the new file";
 }
 
 TEST_F(HouseFile, IsLeftAloneWhenItIsDamaged)

@@ -238,6 +238,8 @@ INSTANTIATE_TEST_SUITE_P(
                "batches.01ARZ3NDEKTSV4RRFFQ69G5FAW.rows[3].why must not be \"whim\""},
         damage{"/batches/01ARZ3NDEKTSV4RRFFQ69G5FAW/rows/3/why", "\"\"",
                "batches.01ARZ3NDEKTSV4RRFFQ69G5FAW.rows[3].why must not be \"\""},
+        damage{"/undo/anna/undo/0/rows/0/whim", "1",
+               "undo.anna.undo[0].rows[0] has an unknown member \"whim\""},
         damage{"/undo/anna/undo/0/rows", "[]", "undo.anna.undo[0] has no rows"},
         damage{"/undo/anna/redo/0/rows/1/was", "-1",
                "undo.anna.redo[0].rows[1].was must be a whole number from 0 to 1023"}));

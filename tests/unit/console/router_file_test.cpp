@@ -81,6 +81,14 @@ TEST(RouterId, TellsNamesApart)
     EXPECT_LE(router_id(std::string(1000, 'a')).size(), desk::ROUTER_ID_LENGTH);
 }
 
+TEST_F(RouterFile, AdvisesWhereUpToThreeLettersAreOthers)
+{
+    read_with_address("pxxx=5000\nxxxx=1\n");
+    EXPECT_THAT(warnings,
+                ElementsAre(testing::EndsWith("\"pxxx\"; did you mean \"port\"?"),
+                            testing::HasSubstr("\"xxxx\"; there are \"ip address\", \"port\"")));
+}
+
 TEST_F(RouterFile, WarnsOfMisspeltNames)
 {
     read_with_address("prot=5000\nIP adress=10.0.0.6\nPort=1\nout puts=3\ncolour=red\n=3\n");
