@@ -196,6 +196,7 @@ void apply(house& house, wall, const wish_ended& ended)
     row->detail = ended.detail;
     row->sent_after = ended.sent_after;
     row->ended_after = ended.ended_after;
+    row->doings = ended.doings;
     if (ended.end == outcome::confirmed) set_author(house, row->wished, ended.id);
     if (ended.end == outcome::unknown) forget_author(house, row->wished);
     forget_batches(house);
@@ -207,6 +208,7 @@ void apply(house& house, wall, const confirmed_late& late)
     if (!row) return;
     set_was(house, late.id, *row, late.was);
     row->confirmed_late_after = late.after;
+    row->doings = late.doings;
     set_author(house, row->wished, late.id);
 }
 

@@ -54,11 +54,13 @@ struct wish_ended {
     std::optional<monotonic> sent_after; // since the batch was made
     monotonic ended_after{};
     int was = UNKNOWN_SOURCE; // what the destination showed before, when that is known
+    desk::doings doings{};    // of one that is confirmed
 };
 struct confirmed_late {
     wish_id id;
     monotonic after{};        // since the batch was made
     int was = UNKNOWN_SOURCE; // as of wish_ended
+    desk::doings doings{};
 };
 // What the router showed when it was heard again after the restart that ended the wish.
 struct wish_found {

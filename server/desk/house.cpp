@@ -4,13 +4,66 @@ namespace desk {
 
 namespace {
 const label NO_LABEL;
+
+const batch* find_batch(const house& house, const ulid& id)
+{
+    const auto found = house.batches.find(id);
+    return found == house.batches.end() ? nullptr : &found->second;
+}
+
+// The wish for the same destination in the batch that this one's batch undoes.
+std::optional<wish_id> row_undone(const house& house, const wish_id& id)
+{
+    const batch* const batch = find_batch(house, id.batch);
+    if (batch == nullptr || (batch->kind != batch_kind::undo && batch->kind != batch_kind::redo &&
+                             batch->kind != batch_kind::rollback))
+        return std::nullopt;
+    const desk::batch* const of = find_batch(house, batch->of);
+    if (of == nullptr) return std::nullopt;
+    const route& wished = batch->rows[id.row].wished;
+    for (std::uint32_t row = 0; row < of->rows.size(); ++row)
+        if (of->rows[row].wished.router == wished.router &&
+            of->rows[row].wished.destination == wished.destination)
+            return wish_id{batch->of, row};
+    return std::nullopt;
+}
 } // namespace
 
 const wish* find_wish(const house& house, const wish_id& id)
 {
-    const auto batch = house.batches.find(id.batch);
-    if (batch == house.batches.end() || id.row >= batch->second.rows.size()) return nullptr;
-    return &batch->second.rows[id.row];
+    const batch* const batch = find_batch(house, id.batch);
+    if (batch == nullptr || id.row >= batch->rows.size()) return nullptr;
+    return &batch->rows[id.row];
+}
+
+wish_id doing_of(const house& house, const wish_id& id)
+{
+    const wish* const row = find_wish(house, id);
+    return row == nullptr ? id : row->doings.restored.value_or(id);
+}
+
+bool same_person(const house& house, const wish_id& one, const wish_id& other)
+{
+    const batch* const first = find_batch(house, one.batch);
+    const batch* const second = find_batch(house, other.batch);
+    return first != nullptr && second != nullptr && first->person == second->person;
+}
+
+doings doings_of(const house& house, const wish_id& id, int was)
+{
+    const wish* const row = find_wish(house, id);
+    const auto router =
+        row == nullptr ? house.routers.end() : house.routers.find(row->wished.router);
+    if (router == house.routers.end()) return {};
+    const auto author = router->second.authors.find(row->wished.destination);
+    if (author == router->second.authors.end() || !author->second.by ||
+        author->second.source != was || !same_person(house, *author->second.by, id))
+        return {};
+    doings doings{doing_of(house, *author->second.by), std::nullopt};
+    const std::optional<wish_id> undone = row_undone(house, id);
+    if (undone && doing_of(house, *undone) == doings.replaced)
+        doings.restored = find_wish(house, *undone)->doings.replaced;
+    return doings;
 }
 
 bool was_accepted(const wish& wish)

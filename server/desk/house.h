@@ -54,6 +54,13 @@ struct lock {
     bool operator==(const lock&) const = default;
 };
 
+struct wish_id {
+    ulid batch;
+    std::uint32_t row = 0;
+    // Not a pointer that is compared with 0: NOLINTNEXTLINE(modernize-use-nullptr)
+    auto operator<=>(const wish_id&) const = default;
+};
+
 struct route {
     std::string router;
     int destination = 0;
@@ -117,6 +124,14 @@ struct objection {
     std::string detail;        // in words
 };
 
+// What a wish has done to earlier ones of the same person on its destination, while nobody else
+// changed it: so that undo can go on from where an undo has led.
+struct doings {
+    std::optional<wish_id> replaced;
+    std::optional<wish_id> restored; // by undoing what had replaced that one
+    bool operator==(const doings&) const = default;
+};
+
 // One wish: a source on a destination, asked for by a person.
 struct wish {
     route wished;
@@ -131,6 +146,7 @@ struct wish {
     std::optional<monotonic> confirmed_late_after;
     std::optional<int> found; // what the router showed first after the restart that ended it
     bool accepted = false;    // a person has seen what went wrong and leaves it so
+    desk::doings doings{};    // of one that was confirmed
     bool operator==(const wish&) const = default;
 };
 
@@ -153,13 +169,6 @@ struct batch {
     int salvo_version = 0; // 0: no salvo
     std::vector<wish> rows;
     bool operator==(const batch&) const = default;
-};
-
-struct wish_id {
-    ulid batch;
-    std::uint32_t row = 0;
-    // Not a pointer that is compared with 0: NOLINTNEXTLINE(modernize-use-nullptr)
-    auto operator<=>(const wish_id&) const = default;
 };
 
 // Who put there what a destination showed last, as far as it is known here.
@@ -210,6 +219,16 @@ struct house {
 
 // Null when there is none, or it has been forgotten.
 const wish* find_wish(const house& house, const wish_id& id);
+
+// Whose doing it is that the confirmed wish's source stands there: an earlier one's when that was
+// restored, else its own.
+wish_id doing_of(const house& house, const wish_id& id);
+
+// Both are kept, and a person's.
+bool same_person(const house& house, const wish_id& one, const wish_id& other);
+
+// What the wish does when it is confirmed on a destination that has shown `was`.
+doings doings_of(const house& house, const wish_id& id, int was);
 
 // Neither refused at once nor, in a batch with a blocked row, left out.
 bool was_accepted(const wish& wish);

@@ -128,7 +128,8 @@ bool confirm_late(desk_state& desk, const moment& now, live_router& live, const 
     if (!late) return false;
     const wall after = std::max(wall{}, now.utc - desk.house.batches.at(id.batch).made);
     live.troubled.erase(troubled);
-    record_entry(desk, {now.utc, "", "", confirmed_late{id, after, was}});
+    record_entry(desk,
+                 {now.utc, "", "", confirmed_late{id, after, was, doings_of(desk.house, id, was)}});
     tell_change(desk, shown.router, change::kind::wish, shown.destination, id.batch);
     return true;
 }

@@ -25,6 +25,14 @@ std::string person_of(const desk_state& desk, const wish_id& id)
     return batch != desk.house.batches.end() ? batch->second.person : "somebody";
 }
 
+// Also where the person's own later wishes on the destination have been taken back since.
+bool is_doing_of(const house& house, const authorship& author, const wish_id& wish)
+{
+    return author.by &&
+           (*author.by == wish || (same_person(house, *author.by, wish) &&
+                                   doing_of(house, *author.by) == doing_of(house, wish)));
+}
+
 // What has happened to the destination since the row's wish was confirmed there.
 objection change_since(const desk_state& desk, const undo_row& row)
 {
@@ -34,7 +42,8 @@ objection change_since(const desk_state& desk, const undo_row& row)
     const auto author = authors.find(destination);
     const int shown = source_shown(live, destination);
     const bool still_there = shown == source && author != authors.end() &&
-                             author->second.source == source && author->second.by == row.by;
+                             author->second.source == source &&
+                             is_doing_of(desk.house, author->second, row.by);
     const std::string place = destination_name(desk, router, destination);
     if (!still_there)
         return {reason::changed_since, place + " was changed since: it shows " +

@@ -113,6 +113,7 @@ void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome en
                      closed.was};
     if (closed.state == wish_state::queued && closed.maybe_sent) live.may_hold = true;
     if (closed.state == wish_state::sent) ended.sent_after = closed.sent - closed.begun.steady;
+    if (end == outcome::confirmed) ended.doings = doings_of(desk.house, id, closed.was);
     record_entry(desk, {now.utc, "", "", ended});
 
     const wish* row = find_wish(desk.house, id); // none when its batch has been forgotten by now

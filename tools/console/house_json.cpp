@@ -104,6 +104,8 @@ json wish_object(const desk::wish& wish)
     add_duration(object, "sentAfter", wish.sent_after);
     add_duration(object, "endedAfter", wish.ended_after);
     add_duration(object, "confirmedLateAfter", wish.confirmed_late_after);
+    if (wish.doings.replaced) object["replaced"] = wish_id_object(*wish.doings.replaced);
+    if (wish.doings.restored) object["restored"] = wish_id_object(*wish.doings.restored);
     if (wish.found) object["found"] = source_number(*wish.found);
     if (wish.accepted) object["accepted"] = true;
     return object;

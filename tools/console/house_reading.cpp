@@ -189,9 +189,9 @@ std::optional<desk::monotonic> read_duration(const place& of, const char* name)
 
 desk::wish read_wish(const place& at)
 {
-    expect_members(at,
-                   {"router", "destination", "source", "was", "end", "unchanged", "why", "detail",
-                    "sentAfter", "endedAfter", "confirmedLateAfter", "found", "accepted"});
+    expect_members(at, {"router", "destination", "source", "was", "end", "unchanged", "why",
+                        "detail", "sentAfter", "endedAfter", "confirmedLateAfter", "replaced",
+                        "restored", "found", "accepted"});
     desk::wish wish;
     wish.was = read_source(member(at, "was"), LAST_SHOWN);
     wish.end = read_word(member(at, "end"), OUTCOMES);
@@ -201,6 +201,8 @@ desk::wish read_wish(const place& at)
     wish.sent_after = read_duration(at, "sentAfter");
     wish.ended_after = read_duration(at, "endedAfter");
     wish.confirmed_late_after = read_duration(at, "confirmedLateAfter");
+    if (has(at, "replaced")) wish.doings.replaced = read_wish_id(member(at, "replaced"));
+    if (has(at, "restored")) wish.doings.restored = read_wish_id(member(at, "restored"));
     if (has(at, "found")) wish.found = read_source(member(at, "found"), LAST_SHOWN);
     wish.accepted = read_flag(at, "accepted");
     // One that was refused at once may have asked for what there is not.

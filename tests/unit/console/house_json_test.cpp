@@ -53,6 +53,7 @@ desk::house full_house()
                     {},
                     {}};
     late.confirmed_late_after = std::chrono::seconds(9);
+    late.doings = {desk::wish_id{id_of(TAKE), 0}, desk::wish_id{id_of(TAKE), 2}};
     late.found = 700; // a source that cannot be routed
     late.accepted = true;
     const desk::wish unchanged{
@@ -126,7 +127,9 @@ TEST(HouseJson, KeepsWordsAndNumbersThatPeopleUnderstand)
     EXPECT_EQ(written["batches"][TAKE]["rows"][1],
               json::parse(R"({"router": "main", "destination": 1, "source": null, "was": "unknown",
                               "end": "contradicted", "detail": "the router shows CAM 1",
-                              "confirmedLateAfter": 9000000, "found": 700, "accepted": true})"));
+                              "confirmedLateAfter": 9000000, "found": 700, "accepted": true,
+                              "replaced": {"batch": "01ARZ3NDEKTSV4RRFFQ69G5FAW", "row": 0},
+                              "restored": {"batch": "01ARZ3NDEKTSV4RRFFQ69G5FAW", "row": 2}})"));
 }
 
 TEST(HouseJson, HasEachReasonByTheDesksCode)

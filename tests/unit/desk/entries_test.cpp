@@ -132,8 +132,19 @@ TEST_F(Entries, EndWishesOnce)
 TEST_F(Entries, KeepWhoPutWhatThere)
 {
     apply(batch_made{{1, 1}, rows({outcome::open, outcome::open})});
-    apply(wish_ended{{{1, 1}, 0}, outcome::confirmed, reason::none, "", {}, monotonic(2)});
-    apply(confirmed_late{{{1, 1}, 1}, monotonic(5)});
+    const doings ended{wish_id{{1, 0}, 1}, wish_id{{1, 0}, 2}};
+    apply(wish_ended{{{1, 1}, 0},
+                     outcome::confirmed,
+                     reason::none,
+                     "",
+                     {},
+                     monotonic(2),
+                     UNKNOWN_SOURCE,
+                     ended});
+    EXPECT_EQ(house.batches.at({1, 1}).rows[0].doings, ended);
+    const doings late{wish_id{{1, 0}, 3}, wish_id{{1, 0}, 4}};
+    apply(confirmed_late{{{1, 1}, 1}, monotonic(5), UNKNOWN_SOURCE, late});
+    EXPECT_EQ(house.batches.at({1, 1}).rows[1].doings, late);
     const auto& authors = house.routers.at("main").authors;
     EXPECT_EQ(authors.at(0), (authorship{2, wish_id{{1, 1}, 0}}));
     EXPECT_EQ(authors.at(1), (authorship{2, wish_id{{1, 1}, 1}}));

@@ -17,6 +17,52 @@ bool excludes(const lock& lock, const std::string& person)
     return lock.mode == lock_mode::lock || lock.owner != person;
 }
 
+bool puts_back(batch_kind kind)
+{
+    return kind == batch_kind::undo || kind == batch_kind::redo || kind == batch_kind::rollback;
+}
+
+// The row of the batch that is for this place.
+std::optional<wish_id> row_for(const ledger& ledger, const ulid& id, const place& where)
+{
+    const auto batch = ledger.replayed.batches.find(id);
+    if (batch == ledger.replayed.batches.end()) return std::nullopt;
+    for (std::uint32_t i = 0; i < batch->second.rows.size(); ++i) {
+        const route& wished = batch->second.rows[i].wished;
+        if (place{wished.router, wished.destination} == where) return wish_id{id, i};
+    }
+    return std::nullopt;
+}
+
+// Which wish of the person the change has put back what was there before.
+std::optional<wish_id> undone_by(const ledger& ledger, const change_seen& change,
+                                 const place& where, const std::string& person)
+{
+    for (const wish_id& id : change.by) {
+        const auto batch = ledger.replayed.batches.find(id.batch);
+        if (batch == ledger.replayed.batches.end() || batch->second.person != person ||
+            !puts_back(batch->second.kind))
+            continue;
+        if (const auto undone = row_for(ledger, batch->second.of, where)) return undone;
+    }
+    return std::nullopt;
+}
+
+// Takes changes of the person that have been undone off the end, together with their undoing, until
+// the last one is the wish's. False when there is another change before.
+bool unwind(const ledger& ledger, std::vector<change_seen>& changes, const place& where,
+            const std::string& person, const wish_id& to)
+{
+    while (!changes.empty() && !changes.back().by.contains(to)) {
+        const auto undone = undone_by(ledger, changes.back(), where, person);
+        if (!undone) return false;
+        changes.pop_back();
+        if (!unwind(ledger, changes, where, person, *undone)) return false;
+        changes.pop_back();
+    }
+    return !changes.empty();
+}
+
 // A row of a batch that puts something back: nobody else may have changed its place since.
 void check_put_back(ledger& ledger, const batch& batch, const route& row)
 {
@@ -24,18 +70,18 @@ void check_put_back(ledger& ledger, const batch& batch, const route& row)
     if (of == ledger.replayed.batches.end()) return; // it has been forgotten
     if (batch.kind != batch_kind::rollback && of->second.person != batch.person)
         complain(ledger, "undo of somebody else's batch");
-    const auto& rows = of->second.rows;
-    const auto undone = std::find_if(rows.begin(), rows.end(), [&](const wish& wish) {
-        return wish.wished.router == row.router && wish.wished.destination == row.destination;
-    });
-    if (undone == rows.end()) return complain(ledger, "undo of a row that was not");
-    const wish_id by{batch.of, static_cast<std::uint32_t>(undone - rows.begin())};
     const place where{row.router, row.destination};
+    const std::optional<wish_id> by = row_for(ledger, batch.of, where);
+    if (!by) return complain(ledger, "undo of a row that was not");
+    const wish& undone = of->second.rows[by->row];
     const fact_seen& fact = ledger.facts[where];
     if (!fact.fresh) complain(ledger, "undo of what is not known");
-    if (fact.source != undone->wished.source || !fact.by.contains(by))
-        complain(ledger, "undo of what somebody else has changed since");
-    if (undone->was != row.source || (fact.before != UNKNOWN_SOURCE && fact.before != row.source))
+    std::vector<change_seen> changes = fact.changes;
+    if (fact.source != undone.wished.source ||
+        !unwind(ledger, changes, where, of->second.person, *by))
+        return complain(ledger, "undo of what somebody else has changed since");
+    const int before = changes.back().before;
+    if (undone.was != row.source || (before != UNKNOWN_SOURCE && before != row.source))
         complain(ledger, "undo puts back what was not there");
     if (!ledger.open[where].empty()) complain(ledger, "undo of what somebody is changing");
 }
@@ -43,12 +89,10 @@ void check_put_back(ledger& ledger, const batch& batch, const route& row)
 void see_entry(ledger& ledger, const batch_made& made)
 {
     if (made.batch.rows.empty()) complain(ledger, "batch without rows");
-    const bool puts_back = made.batch.kind == batch_kind::undo ||
-                           made.batch.kind == batch_kind::redo ||
-                           made.batch.kind == batch_kind::rollback;
     for (const wish& wish : made.batch.rows) {
         const auto number = static_cast<std::uint32_t>(&wish - made.batch.rows.data());
-        if (wish.end == outcome::open && puts_back) check_put_back(ledger, made.batch, wish.wished);
+        if (wish.end == outcome::open && puts_back(made.batch.kind))
+            check_put_back(ledger, made.batch, wish.wished);
         const bool is_new =
             ledger.wishes
                 .insert({{made.id, number}, {wish.wished, made.batch.person, wish.end, false}})
@@ -236,7 +280,7 @@ void add_possible_authors(ledger& ledger, const place& where, fact_seen& fact)
     const auto may_be = [&](const wish_id& id) {
         const wish_seen& wish = ledger.wishes.at(id);
         const bool may_have = wish.sent || wish.maybe_sent || wish.end == outcome::unknown;
-        if (may_have && wish.wished.source == fact.source) fact.by.insert(id);
+        if (may_have && wish.wished.source == fact.source) fact.changes.back().by.insert(id);
     };
     for (const wish_id& id : ledger.open[where])
         may_be(id);
@@ -274,12 +318,13 @@ void see_report(ledger& ledger, const std::string& router, const std::vector<rep
         const place where{router, one.destination};
         fact_seen& fact = ledger.facts[where];
         if (fact.last != one.now.source) {
-            fact.by.clear();
-            fact.before = fact.fresh ? fact.last : UNKNOWN_SOURCE;
+            const int before = fact.fresh ? fact.last : UNKNOWN_SOURCE;
+            fact.changes.push_back({before, {}});
         }
         fact.source = fact.last = one.now.source;
         fact.fresh = true;
-        fact.by.insert(one.now.by.begin(), one.now.by.end());
+        std::set<wish_id>& by = fact.changes.back().by;
+        by.insert(one.now.by.begin(), one.now.by.end());
         add_possible_authors(ledger, where, fact);
     }
 }

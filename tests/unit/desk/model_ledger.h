@@ -26,12 +26,16 @@ struct wish_seen {
     bool told_sent = false;  // by its end
 };
 
+struct change_seen {
+    int before = desk::UNKNOWN_SOURCE; // what it showed over the same connection
+    std::set<desk::wish_id> by;        // whose takes it has shown since
+};
+
 struct fact_seen {
     int source = desk::UNKNOWN_SOURCE;
-    bool fresh = false;                // said over the present connection
-    int last = desk::UNKNOWN_SOURCE;   // also from before a restart of the desk
-    int before = desk::UNKNOWN_SOURCE; // over the same connection, when it changed last
-    std::set<desk::wish_id> by;        // whose takes it has shown since it changed last
+    bool fresh = false;                      // said over the present connection
+    int last = desk::UNKNOWN_SOURCE;         // also from before a restart of the desk
+    std::vector<change_seen> changes = {{}}; // the last one at the end; never empty
 };
 
 struct ledger {
