@@ -277,6 +277,7 @@ answer run_load(console_state& console, const desk::moment& now, const call& cal
 std::vector<std::string> setting_names()
 {
     std::vector<std::string> names;
+    names.reserve(std::size(SETTINGS) + std::size(LABELS));
     for (const setting& each : SETTINGS)
         names.emplace_back(each.name);
     names.insert(names.end(), std::begin(LABELS), std::end(LABELS));
