@@ -1,9 +1,9 @@
+#include "unit/desk/undo_test.h"
+
 #include <functional>
 
 #include "server/desk/locks.h"
 #include "server/desk/setup.h"
-#include "server/desk/undo.h"
-#include "unit/desk/desk_test.h"
 
 using namespace desk;
 using testing::ElementsAre;
@@ -11,62 +11,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {
-class Undo : public DeskTest {
-  protected:
-    take_answer undo_all(const actor& actor)
-    {
-        return undo(desk, now, actor, how(batch_rule::all));
-    }
-
-    // What stands against undoing anna's only take of MON A.
-    reason why_not()
-    {
-        const take_answer dry = undo(desk, now, anna, how(batch_rule::all, true));
-        const take_answer real = undo_all(anna);
-        EXPECT_EQ(dry.rows.at(0).why, real.rows.at(0).why);
-        detail = real.rows.at(0).detail;
-        return real.rows.at(0).why;
-    }
-
-    // The router shows it, and the backend reports it.
-    void show(int destination, int source)
-    {
-        shows(destination, source);
-        report(destination, source);
-    }
-
-    void expect_shown(int source)
-    {
-        EXPECT_EQ(source_shown(*find_live(desk, "main"), 0), source);
-    }
-
-    // A wish from beginning to end.
-    ulid put(const actor& actor, int destination, int source)
-    {
-        const ulid batch = wish(actor, destination, source).batch;
-        carry_out(destination, source);
-        return batch;
-    }
-
-    // The only row of an undo or redo, to its end.
-    void finish(const take_answer& answer)
-    {
-        const route row = answer.rows.at(0).wished;
-        carry_out(row.destination, row.source);
-        EXPECT_EQ(became(answer), "confirmed");
-    }
-
-    ulid put_two(const actor& actor)
-    {
-        const ulid id = wish(actor, {{"main", 0, 5}, {"main", 1, 6}}).batch;
-        carry_out(0, 5);
-        carry_out(1, 6);
-        forget_told();
-        return id;
-    }
-
-    std::string detail;
-};
+class Undo : public UndoTest {};
 } // namespace
 
 TEST_F(Undo, PutsBackWhatTheNewestTakeChanged)
@@ -117,71 +62,6 @@ TEST_F(Undo, HasNothingToDoWhenAllIsUndone)
     forget_told();
     EXPECT_EQ(undo_all(anna).why, reason::nothing_to_do);
     EXPECT_THAT(desk.entries, IsEmpty());
-}
-
-TEST_F(Undo, CanBeRedoneAndUndoneAgain)
-{
-    put(anna, 0, 5);
-    finish(undo_all(anna));
-    const take_answer again = redo(desk, now, anna, how(batch_rule::all));
-    EXPECT_EQ(desk.house.batches.at(again.batch).kind, batch_kind::redo);
-    finish(again);
-    expect_shown(5);
-    EXPECT_EQ(redo(desk, now, anna, how(batch_rule::all)).why, reason::nothing_to_do);
-    finish(undo_all(anna));
-    expect_shown(0);
-}
-
-TEST_F(Undo, GoesBackStepByStepAndForthAgain)
-{
-    for (const int source : {5, 6, 7})
-        put(anna, 0, source);
-    for (const int source : {6, 5, 0}) {
-        finish(undo_all(anna));
-        expect_shown(source);
-    }
-    EXPECT_EQ(undo_all(anna).why, reason::nothing_to_do);
-    for (const int source : {5, 6, 7}) {
-        finish(redo(desk, now, anna, how(batch_rule::all)));
-        expect_shown(source);
-    }
-    finish(undo_all(anna));
-    put(anna, 0, 4);
-    for (const int source : {6, 5, 0}) {
-        finish(undo_all(anna));
-        expect_shown(source);
-    }
-}
-
-TEST_F(Undo, GoesBackAfterARollback)
-{
-    put(anna, 0, 5);
-    finish(roll_back(desk, now, anna, put(anna, 0, 6), how(batch_rule::all)));
-    finish(undo_all(anna));
-    for (const int source : {5, 0}) {
-        finish(undo_all(anna));
-        expect_shown(source);
-    }
-}
-
-// However often the same source is there again.
-TEST_F(Undo, GoesBackOverNoChangeOfOthers)
-{
-    put(anna, 0, 5);
-    put(ben, 0, 6);
-    finish(undo_all(ben));
-    EXPECT_EQ(why_not(), reason::changed_since);
-    put(anna, 0, 7);
-    finish(undo_all(anna));
-    expect_shown(5);
-    EXPECT_EQ(why_not(), reason::changed_since);
-
-    put(anna, 1, 5);
-    show(1, 6);
-    show(1, 5);
-    put(anna, 1, 7);
-    finish(undo_all(anna));
-    EXPECT_EQ(why_not(), reason::changed_since);
 }
 
 TEST_F(Undo, CannotBeRedoneAfterAnotherTake)

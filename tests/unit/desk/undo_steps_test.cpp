@@ -1,0 +1,72 @@
+#include "unit/desk/undo_test.h"
+
+using namespace desk;
+
+namespace {
+class UndoSteps : public UndoTest {};
+} // namespace
+
+TEST_F(UndoSteps, CanBeRedoneAndUndoneAgain)
+{
+    put(anna, 0, 5);
+    finish(undo_all(anna));
+    const take_answer again = redo(desk, now, anna, how(batch_rule::all));
+    EXPECT_EQ(desk.house.batches.at(again.batch).kind, batch_kind::redo);
+    finish(again);
+    expect_shown(5);
+    EXPECT_EQ(redo(desk, now, anna, how(batch_rule::all)).why, reason::nothing_to_do);
+    finish(undo_all(anna));
+    expect_shown(0);
+}
+
+TEST_F(UndoSteps, GoesBackStepByStepAndForthAgain)
+{
+    for (const int source : {5, 6, 7})
+        put(anna, 0, source);
+    for (const int source : {6, 5, 0}) {
+        finish(undo_all(anna));
+        expect_shown(source);
+    }
+    EXPECT_EQ(undo_all(anna).why, reason::nothing_to_do);
+    for (const int source : {5, 6, 7}) {
+        finish(redo(desk, now, anna, how(batch_rule::all)));
+        expect_shown(source);
+    }
+    finish(undo_all(anna));
+    put(anna, 0, 4);
+    for (const int source : {6, 5, 0}) {
+        finish(undo_all(anna));
+        expect_shown(source);
+    }
+}
+
+TEST_F(UndoSteps, GoesBackAfterARollback)
+{
+    put(anna, 0, 5);
+    finish(roll_back(desk, now, anna, put(anna, 0, 6), how(batch_rule::all)));
+    finish(undo_all(anna));
+    for (const int source : {5, 0}) {
+        finish(undo_all(anna));
+        expect_shown(source);
+    }
+}
+
+// However often the same source is there again.
+TEST_F(UndoSteps, GoesBackOverNoChangeOfOthers)
+{
+    put(anna, 0, 5);
+    put(ben, 0, 6);
+    finish(undo_all(ben));
+    EXPECT_EQ(why_not(), reason::changed_since);
+    put(anna, 0, 7);
+    finish(undo_all(anna));
+    expect_shown(5);
+    EXPECT_EQ(why_not(), reason::changed_since);
+
+    put(anna, 1, 5);
+    show(1, 6);
+    show(1, 5);
+    put(anna, 1, 7);
+    finish(undo_all(anna));
+    EXPECT_EQ(why_not(), reason::changed_since);
+}
