@@ -32,6 +32,13 @@ install_test_packages() {
         clang-tidy cppcheck shellcheck procps python3 strace
 }
 
+# A Node.js that is new enough, unless there is one from elsewhere, which brings its npm.
+install_node_packages() {
+    command -v node >/dev/null && command -v npm >/dev/null &&
+        printf 'v18.18.0\n%s\n' "$(node --version)" | sort -CV && return
+    install_missing nodejs npm
+}
+
 # What draws the pictures of the bench and the soak.
 install_picture_packages() {
     install_missing gnuplot-nox

@@ -110,6 +110,20 @@ class TestTest(SandboxTest):
         self.assertIn("\nlost\n", output)
         self.assertIn("  valgrind: complaints, see build/valgrind\n", output)
 
+    def test_node_that_is_too_old(self):
+        self.program("bin/dpkg-query", '[[ $* == *" nodejs" || $* == *" npm" ]] || echo installed')
+        self.program("bin/sudo", '"$@"')
+        self.program("bin/apt-get", 'echo "$*" >>apt-get.log')
+        self.program("bin/node", "echo v18.17.1")
+        self.program("bin/npm", "true")
+        status, output = self.run_command("test", "--quick")
+        self.assertEqual(status, 0, output)
+        asked = self.path("apt-get.log").read_text()
+        self.assertEqual(asked, "update -q\ninstall -y --no-install-recommends nodejs npm\n")
+        self.program("bin/node", "echo v20.1.0")
+        self.run_command("test", "--quick")
+        self.assertEqual(self.path("apt-get.log").read_text(), asked)
+
     def test_interrupted(self):
         self.failing("release", "echo $$ >process.log; exec sleep 1000")
         terminal = self.start_on_terminal("test")
