@@ -24,7 +24,8 @@ install_missing() {
 }
 
 install_build_packages() {
-    install_missing g++ cmake ninja-build pkgconf libcli11-dev libedit-dev nlohmann-json3-dev
+    install_missing g++ cmake ninja-build pkgconf libcli11-dev libedit-dev nlohmann-json3-dev \
+        libsodium-dev
 }
 
 install_test_packages() {
