@@ -1,0 +1,107 @@
+// Who may use the server: people, their sessions, and tokens of programs. A model like the desk,
+// told of commands and time, without input or output: one record, passed explicitly.
+//
+// Functions that change something append an event, which the caller keeps and then empties. What
+// is different then stands in the record.
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "server/accounts/limits.h"
+#include "server/accounts/secrets.h"
+#include "server/desk/actor.h"
+#include "server/desk/ids.h"
+#include "server/desk/moment.h"
+
+namespace accounts {
+
+struct person {
+    std::string name;     // for people; the id in the accounts is what signs in and what locks name
+    std::string password; // its hash; empty: none, and no way in but tokens
+    desk::rights may;
+    bool disabled = false; // may nothing, and has no session
+    std::string settings;  // of the panel: JSON, not looked into; empty: none
+    desk::wall created{};
+};
+
+enum class token_kind {
+    api,    // in a header
+    simple, // in the address of the simple form, and for nothing else
+};
+
+// Lets a program act for a person.
+struct token {
+    std::string name; // for people
+    std::string person;
+    token_kind kind = token_kind::api;
+    desk::right most = desk::right::none; // and never more than the person may
+    secret_hash hash{};
+    desk::wall created{};
+};
+
+struct session {
+    std::string person;
+    std::string address; // of the client that signed in
+    desk::wall begun{};
+    desk::wall used{};
+    desk::wall use_told{}; // by an event
+};
+
+struct event {
+    enum class kind {
+        person_set,
+        person_removed,
+        password_set,
+        settings_set,
+        token_made,
+        token_removed,
+        signed_in,
+        sign_in_failed,
+        session_used,
+        session_ended, // by its owner, by time, or with the password or the person
+    };
+    desk::wall at{};
+    std::string person; // who did it; of a sign-in, whose name was given
+    std::string origin;
+    kind what = kind::person_set;
+    std::string subject; // the person's id, the token's, or the session's hash
+};
+
+struct accounts_state {
+    std::map<std::string, person, std::less<>> people; // by id
+    std::map<desk::ulid, token> tokens;
+    std::map<secret_hash, session> sessions;
+    desk::id_maker ids; // seeded by the owner of the accounts
+
+    std::vector<event> events; // for the caller, oldest first
+};
+
+enum class refusal {
+    none,
+    no_right,
+    no_such_person,
+    no_such_token,
+    exists,
+    last_administrator, // the server would be left without one who can sign in
+    too_many,
+    bad_value, // the detail says which
+};
+
+struct objection {
+    refusal why = refusal::none; // none: nothing
+    std::string detail;          // in words
+};
+
+// Null when there is none of this id.
+const person* find_person(const accounts_state& accounts, std::string_view id);
+
+bool is_administrator(const desk::actor& actor);
+
+// For the accounts' own files.
+void tell(accounts_state& accounts, const desk::moment& now, const desk::actor& actor,
+          event::kind what, const std::string& subject);
+
+} // namespace accounts
