@@ -1,0 +1,40 @@
+// What administrators do with people, and people with themselves.
+#pragma once
+
+#include <string>
+
+#include "server/accounts/accounts.h"
+
+namespace accounts {
+
+// 1 to 64 of a to z, 0 to 9, '.', '-', '_' and '@'. As typed at a sign-in it may have capitals,
+// which become small.
+bool is_person_id(std::string_view id);
+std::string typed_id(std::string_view typed);
+
+// A sentence about a password that is no good; empty when it is.
+std::string password_complaint(const std::string& password);
+
+// A new person, or new name, rights and state of one that there is; a password, settings and the
+// time of creation stay. For administrators. Nobody takes away the last administrator who has a
+// password and is not disabled.
+objection set_person(accounts_state& accounts, const desk::moment& now, const desk::actor& actor,
+                     const std::string& id, const person& wanted);
+
+// With sessions and tokens.
+objection remove_person(accounts_state& accounts, const desk::moment& now, const desk::actor& actor,
+                        const std::string& id);
+
+// `hash` is of hash_password; empty takes the password away. For administrators, and for oneself,
+// who has been asked for the old one. Ends all sessions of the person.
+objection set_password(accounts_state& accounts, const desk::moment& now, const desk::actor& actor,
+                       const std::string& id, const std::string& hash);
+
+// One's own.
+objection set_settings(accounts_state& accounts, const desk::moment& now, const desk::actor& actor,
+                       const std::string& settings);
+
+// Nobody can sign in who may set up others: then the server offers its one-time link.
+bool lacks_administrator(const accounts_state& accounts);
+
+} // namespace accounts
