@@ -43,6 +43,7 @@ PROGRAMS = {
                          "router_soak"],
     ("server/desk/",): ["desk_tests"],
     ("server/routers/",): ["routers_tests"],
+    ("server/accounts/",): ["accounts_tests"],
 }
 
 
@@ -115,7 +116,8 @@ def test_runs(source, programs):
     """The commands that must succeed on the source held by these programs, the likeliest to
     notice a change first."""
     runs = []
-    for program in ("unit_tests", "console_tests", "desk_tests", "routers_tests"):
+    for program in ("unit_tests", "console_tests", "desk_tests", "routers_tests",
+                    "accounts_tests"):
         if program in programs:
             stem = Path(source).stem
             tests = PROJECT / "tests" / "unit"
