@@ -42,6 +42,7 @@ PROGRAMS = {
                          "routing_switcher_backend", "router_console", "router_simulator",
                          "router_soak"],
     ("server/desk/",): ["desk_tests"],
+    ("server/journal/",): ["journal_tests"],
     ("server/routers/",): ["routers_tests"],
     ("server/accounts/",): ["accounts_tests"],
 }
@@ -116,7 +117,7 @@ def test_runs(source, programs):
     """The commands that must succeed on the source held by these programs, the likeliest to
     notice a change first."""
     runs = []
-    for program in ("unit_tests", "console_tests", "desk_tests", "routers_tests",
+    for program in ("unit_tests", "console_tests", "desk_tests", "journal_tests", "routers_tests",
                     "accounts_tests"):
         if program in programs:
             stem = Path(source).stem

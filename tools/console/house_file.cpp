@@ -13,7 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "console/house_json.h"
+#include "server/journal/house_json.h"
 
 namespace console {
 
@@ -123,7 +123,7 @@ bool open_house(house_file& file, const std::string& path, desk::house& house, s
     std::string text;
     if (open_locked(file, error)) {
         common::read_to_end(file.file.number, text);
-        if (text.empty() || read_house(text, house, error)) return true;
+        if (text.empty() || journal::read_house(text, house, error)) return true;
         error = file.path + " cannot be used: " + error + ".";
     }
     file.file.reset();
@@ -133,7 +133,8 @@ bool open_house(house_file& file, const std::string& path, desk::house& house, s
 bool write_house(house_file& file, const desk::house& house, std::string& error)
 {
     constexpr auto REPLACE = nlohmann::json::error_handler_t::replace; // what is no UTF-8
-    const std::string text = house_json(kept_house(house)).dump(1, ' ', false, REPLACE) + "\n";
+    const std::string text =
+        journal::house_json(kept_house(house)).dump(1, ' ', false, REPLACE) + "\n";
     std::string temporary = file.path + ".XXXXXX";
     common::owned_descriptor written(mkostemp(temporary.data(), O_CLOEXEC));
     if (written.number >= 0 && write_temporary(file, written.number, text) &&

@@ -1,16 +1,17 @@
 #include <algorithm>
 #include <limits>
 
-#include "console/house_json.h"
-#include "console/house_words.h"
-#include "console/json_places.h"
 #include "server/desk/desk.h"
 #include "server/desk/salvos.h"
 #include "server/desk/setup.h"
 #include "server/desk/start.h"
 #include "server/desk/words.h"
+#include "server/journal/house_json.h"
+#include "server/journal/house_parts.h"
+#include "server/journal/house_words.h"
+#include "server/journal/json_places.h"
 
-namespace console {
+namespace journal {
 
 namespace {
 using nlohmann::json;
@@ -73,6 +74,7 @@ desk::route read_route(const place& at, int last_destination, int last_source)
             read_int(member(at, "destination"), 0, last_destination),
             read_source(member(at, "source"), last_source)};
 }
+} // namespace
 
 // The desk itself judges them.
 desk::router_settings read_settings(const std::string& id, const place& at)
@@ -96,19 +98,26 @@ desk::router_settings read_settings(const std::string& id, const place& at)
     return judge.house.routers.begin()->second.settings;
 }
 
+desk::label read_label(const place& at)
+{
+    expect_members(at, {"index", "alias", "group"});
+    return {read_text(member(at, "alias"), desk::TEXT_LENGTH),
+            read_text(member(at, "group"), desk::TEXT_LENGTH)};
+}
+
+namespace {
 std::map<int, desk::label> read_labels(const place& at)
 {
     std::map<int, desk::label> labels;
     read_array(at, desk::POSITIONS, [&](const place& each) {
-        expect_members(each, {"index", "alias", "group"});
-        const desk::label label{read_text(member(each, "alias"), desk::TEXT_LENGTH),
-                                read_text(member(each, "group"), desk::TEXT_LENGTH)};
+        const desk::label label = read_label(each);
         const int index = read_int(member(each, "index"), 0, desk::POSITIONS - 1);
         if (label == desk::label{}) complain(each, "is an empty label");
         if (!labels.emplace(index, label).second) complain(each, "is for an index that has one");
     });
     return labels;
 }
+} // namespace
 
 desk::lock read_lock(const place& at)
 {
@@ -122,6 +131,7 @@ desk::lock read_lock(const place& at)
     return lock;
 }
 
+namespace {
 desk::house_router read_router(const std::string& id, const place& at)
 {
     expect_members(at, {"settings", "sourceLabels", "destinationLabels", "locks", "authors"});
@@ -144,6 +154,7 @@ desk::house_router read_router(const std::string& id, const place& at)
     });
     return router;
 }
+} // namespace
 
 desk::salvo_version read_version(const place& at, int least_number)
 {
@@ -162,6 +173,7 @@ desk::salvo_version read_version(const place& at, int least_number)
     return version;
 }
 
+namespace {
 desk::salvo read_salvo(const place& at, const desk::house& house)
 {
     expect_members(at, {"name", "versions"});
@@ -317,4 +329,4 @@ bool read_house(const std::string& text, desk::house& house, std::string& error)
     return false;
 }
 
-} // namespace console
+} // namespace journal

@@ -4,10 +4,10 @@
 
 #include <string_view>
 
-#include "console/json_places.h"
 #include "server/desk/house.h"
+#include "server/journal/json_places.h"
 
-namespace console {
+namespace journal {
 
 constexpr std::string_view HOUSE_FORMAT = "router console house";
 constexpr int HOUSE_VERSION = 1; // of a newer one nothing is read
@@ -35,4 +35,4 @@ constexpr value_words<desk::outcome, 8> OUTCOMES = {{{"open", desk::outcome::ope
                                                      {"superseded", desk::outcome::superseded},
                                                      {"unknown", desk::outcome::unknown}}};
 
-} // namespace console
+} // namespace journal

@@ -8,7 +8,7 @@
 
 #include "server/desk/house.h"
 
-namespace console {
+namespace journal {
 
 // Bytes that are no UTF-8 stay as they are; they are lost when it is written.
 nlohmann::json house_json(const desk::house& house);
@@ -18,4 +18,4 @@ nlohmann::json house_json(const desk::house& house);
 // house stays as it was then.
 bool read_house(const std::string& text, desk::house& house, std::string& error);
 
-} // namespace console
+} // namespace journal

@@ -1,8 +1,8 @@
-#include "console/json_places.h"
+#include "server/journal/json_places.h"
 
 #include <algorithm>
 
-namespace console {
+namespace journal {
 
 void complain(const place& at, const std::string& what)
 {
@@ -18,7 +18,7 @@ place member(const place& of, const std::string& name)
 {
     const auto found = of.value.find(name);
     if (found == of.value.end()) complain(of, "has no \"" + name + "\"");
-    return {*found, of.path.empty() ? name : of.path + "." + name};
+    return {*found, of.path.empty() ? name : of.path + "." + name, of.lenient};
 }
 
 void expect_object(const place& at)
@@ -29,6 +29,7 @@ void expect_object(const place& at)
 void expect_members(const place& at, std::initializer_list<std::string_view> known)
 {
     expect_object(at);
+    if (at.lenient) return;
     for (const auto& each : at.value.items())
         if (std::find(known.begin(), known.end(), each.key()) == known.end())
             complain(at, "has an unknown member \"" + each.key() + "\"");
@@ -67,4 +68,4 @@ bool read_flag(const place& of, const char* name)
     return at.value.get<bool>();
 }
 
-} // namespace console
+} // namespace journal

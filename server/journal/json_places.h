@@ -10,7 +10,7 @@
 #include <string_view>
 #include <utility>
 
-namespace console {
+namespace journal {
 
 // Ends the reading; the text says where and why.
 struct misfit : std::runtime_error {
@@ -19,7 +19,8 @@ struct misfit : std::runtime_error {
 
 struct place {
     const nlohmann::json& value;
-    std::string path; // "salvos.NEWS.rows[3]"; empty: the whole
+    std::string path;     // "salvos.NEWS.rows[3]"; empty: the whole
+    bool lenient = false; // members that are not known may be a newer program's
 };
 
 [[noreturn]] void complain(const place& at, const std::string& what);
@@ -29,7 +30,7 @@ bool has(const place& of, const char* name);
 place member(const place& of, const std::string& name);
 
 void expect_object(const place& at);
-// Members that are not known are not passed over: they may be misspelt ones.
+// Members that are not known are passed over in a lenient place alone: they may be misspelt ones.
 void expect_members(const place& at, std::initializer_list<std::string_view> known);
 
 long long read_integer(const place& at, long long least, long long most);
@@ -48,7 +49,7 @@ void read_array(const place& at, std::size_t most, call read)
     if (!at.value.is_array()) complain(at, "is no array");
     if (at.value.size() > most) complain(at, "has more than " + std::to_string(most) + " entries");
     for (std::size_t i = 0; i < at.value.size(); ++i)
-        read(place{at.value[i], at.path + "[" + std::to_string(i) + "]"});
+        read(place{at.value[i], at.path + "[" + std::to_string(i) + "]", at.lenient});
 }
 
 // Calls it with the name and the place of each member.
@@ -82,4 +83,4 @@ std::string_view word_of(const value_words<value, count>& words, value wanted)
     return "";
 }
 
-} // namespace console
+} // namespace journal

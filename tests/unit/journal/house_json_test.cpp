@@ -1,14 +1,15 @@
+#include <gtest/gtest.h>
 #include <random>
 
-#include "console/house_json.h"
+#include "server/desk/deadlines.h"
 #include "server/desk/salvos.h"
 #include "server/desk/start.h"
 #include "server/desk/undo.h"
 #include "server/desk/words.h"
-#include "unit/console/console_test.h"
+#include "server/journal/house_json.h"
 #include "unit/desk/model_history.h"
 
-using namespace console;
+using namespace journal;
 
 using nlohmann::json;
 

@@ -1,9 +1,10 @@
-#include "console/house_json.h"
+#include "server/journal/house_json.h"
 
-#include "console/house_words.h"
 #include "server/desk/words.h"
+#include "server/journal/house_parts.h"
+#include "server/journal/house_words.h"
 
-namespace console {
+namespace journal {
 
 namespace {
 using nlohmann::json;
@@ -21,6 +22,7 @@ json route_object(const desk::route& route)
             {"destination", route.destination},
             {"source", source_number(route.source)}};
 }
+} // namespace
 
 json settings_object(const desk::router_settings& settings)
 {
@@ -33,11 +35,17 @@ json settings_object(const desk::router_settings& settings)
             {"confirmationLimit", settings.confirmation_limit.count()}};
 }
 
+json label_object(int position, const desk::label& label)
+{
+    return {{"index", position}, {"alias", label.alias}, {"group", label.group}};
+}
+
+namespace {
 json labels_array(const std::map<int, desk::label>& labels)
 {
     json array = json::array();
     for (const auto& [position, label] : labels)
-        array.push_back({{"index", position}, {"alias", label.alias}, {"group", label.group}});
+        array.push_back(label_object(position, label));
     return array;
 }
 
@@ -45,6 +53,7 @@ json wish_id_object(const desk::wish_id& id)
 {
     return {{"batch", desk::text_of(id.batch)}, {"row", id.row}};
 }
+} // namespace
 
 json lock_object(int destination, const desk::lock& lock)
 {
@@ -57,6 +66,7 @@ json lock_object(int destination, const desk::lock& lock)
     return object;
 }
 
+namespace {
 json router_object(const desk::house_router& router)
 {
     json object = {{"settings", settings_object(router.settings)},
@@ -73,18 +83,25 @@ json router_object(const desk::house_router& router)
     }
     return object;
 }
+} // namespace
 
+json version_object(const desk::salvo_version& version)
+{
+    json object = {{"number", version.number},
+                   {"author", version.author},
+                   {"saved", version.saved.count()},
+                   {"rows", json::array()}};
+    for (const desk::route& row : version.rows)
+        object["rows"].push_back(route_object(row));
+    return object;
+}
+
+namespace {
 json salvo_object(const desk::salvo& salvo)
 {
     json object = {{"name", salvo.name}, {"versions", json::array()}};
-    for (const desk::salvo_version& version : salvo.versions) {
-        json& each = object["versions"].emplace_back(json{{"number", version.number},
-                                                          {"author", version.author},
-                                                          {"saved", version.saved.count()},
-                                                          {"rows", json::array()}});
-        for (const desk::route& row : version.rows)
-            each["rows"].push_back(route_object(row));
-    }
+    for (const desk::salvo_version& version : salvo.versions)
+        object["versions"].push_back(version_object(version));
     return object;
 }
 
@@ -92,6 +109,7 @@ void add_duration(json& object, const char* name, const std::optional<desk::mono
 {
     if (duration) object[name] = duration->count();
 }
+} // namespace
 
 json wish_object(const desk::wish& wish)
 {
@@ -127,6 +145,7 @@ json batch_object(const desk::batch& batch)
     return object;
 }
 
+namespace {
 json steps_array(const std::deque<desk::undo_step>& steps)
 {
     json array = json::array();
@@ -161,4 +180,4 @@ nlohmann::json house_json(const desk::house& house)
     return object;
 }
 
-} // namespace console
+} // namespace journal
