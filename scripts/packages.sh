@@ -25,7 +25,7 @@ install_missing() {
 
 install_build_packages() {
     install_missing g++ cmake ninja-build pkgconf libcli11-dev libedit-dev nlohmann-json3-dev \
-        libsodium-dev
+        libsodium-dev libsqlite3-dev libsqlitecpp-dev
 }
 
 install_test_packages() {
