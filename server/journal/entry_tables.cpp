@@ -1,0 +1,303 @@
+#include "server/journal/entry_tables.h"
+
+#include <array>
+#include <cstdio>
+
+#include "server/desk/limits.h"
+#include "server/desk/words.h"
+#include "server/journal/house_parts.h"
+#include "server/journal/sql.h"
+
+namespace journal {
+
+namespace {
+using nlohmann::json;
+
+void make_ascii(json& value)
+{
+    if (value.is_string())
+        for (char& byte : value.get_ref<std::string&>())
+            if (static_cast<unsigned char>(byte) >= 0x80) byte = '?';
+    if (value.is_structured())
+        for (json& each : value)
+            make_ascii(each);
+}
+
+std::string json_text(json value)
+{
+    try {
+        return value.dump();
+    } catch (const json::type_error&) { // no UTF-8
+        make_ascii(value);
+        return value.dump();
+    }
+}
+
+std::string number_key(int number)
+{
+    std::array<char, 16> digits{};
+    std::snprintf(digits.data(), digits.size(), "%010d", number);
+    return digits.data();
+}
+
+std::string label_key(const desk::label_set& set)
+{
+    return "labels/" + set.router +
+           (set.side == desk::side::sources ? "/sources/" : "/destinations/") +
+           std::to_string(set.position);
+}
+
+std::string lock_key(const std::string& router, int destination)
+{
+    return "locks/" + router + "/" + std::to_string(destination);
+}
+
+// What has happened beside wishes.
+struct event {
+    std::string_view kind;
+    std::optional<std::string> router;
+    std::optional<int> destination;
+    std::optional<int> source;
+    std::optional<int> was;
+    std::optional<json> data;
+};
+
+void add_event(store& store, const desk::entry& entry, const event& event)
+{
+    std::optional<std::string> data;
+    if (event.data) data = json_text(*event.data);
+    run(store.database,
+        "INSERT INTO history(at, kind, person, origin, router, destination, source, was, data)"
+        " VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?)",
+        entry.at.count(), std::string(event.kind), entry.person, entry.origin, event.router,
+        event.destination, event.source, event.was, data);
+}
+
+void remove_all(store& store, const std::string& prefix)
+{
+    for (const stored& each : list(store, prefix))
+        remove(store, each.key);
+}
+
+std::optional<std::int64_t> count_of(const std::optional<desk::monotonic>& duration)
+{
+    if (!duration) return std::nullopt;
+    return duration->count();
+}
+
+std::optional<std::string> word_of_reason(desk::reason why)
+{
+    if (why == desk::reason::none) return std::nullopt;
+    return desk::code_of(why);
+}
+
+std::optional<std::int64_t> number_of(store& store, const desk::ulid& batch)
+{
+    std::optional<std::int64_t> number;
+    each_row(
+        store.database, "SELECT number FROM batches WHERE id = ?",
+        [&](SQLite::Statement& row) {
+            number = row.getColumn(0).getInt64();
+            return false;
+        },
+        desk::text_of(batch));
+    return number;
+}
+
+// What the wished destination shows is this wish's doing, as long as its router is known.
+void set_author(store& store, std::int64_t batch, const desk::wish_id& id)
+{
+    run(store.database,
+        "INSERT OR REPLACE INTO authors SELECT router, destination, source, ?, wish FROM history"
+        " WHERE batch = ? AND wish = ? AND EXISTS"
+        " (SELECT 1 FROM kv WHERE key = 'routers/' || history.router)",
+        desk::text_of(id.batch), batch, id.row);
+}
+
+void keep(store& store, const desk::entry& entry, const desk::router_set& set)
+{
+    const json settings = settings_object(set.settings);
+    journal::set(store, "routers/" + set.settings.id, json_text(settings));
+    add_event(store, entry, {ROUTER_SET, set.settings.id, {}, {}, {}, settings});
+}
+
+void keep(store& store, const desk::entry& entry, const desk::router_removed& removed)
+{
+    remove(store, "routers/" + removed.router);
+    remove_all(store, "labels/" + removed.router + "/");
+    remove_all(store, "locks/" + removed.router + "/");
+    run(store.database, "DELETE FROM authors WHERE router = ?", removed.router);
+    add_event(store, entry, {ROUTER_REMOVED, removed.router, {}, {}, {}, {}});
+}
+
+void keep(store& store, const desk::entry& entry, const desk::label_set& set)
+{
+    json label = label_object(set.position, set.label);
+    if (set.label == desk::label{})
+        remove(store, label_key(set));
+    else
+        journal::set(store, label_key(set), json_text(label));
+    const bool of_destination = set.side == desk::side::destinations;
+    label["side"] = of_destination ? "destinations" : "sources";
+    add_event(store, entry,
+              {LABEL_SET,
+               set.router,
+               of_destination ? std::optional(set.position) : std::nullopt,
+               {},
+               {},
+               std::move(label)});
+}
+
+void keep(store& store, const desk::entry& entry, const desk::lock_set& set)
+{
+    const json lock = lock_object(set.destination, set.lock);
+    journal::set(store, lock_key(set.router, set.destination), json_text(lock));
+    add_event(store, entry, {LOCK_SET, set.router, set.destination, {}, {}, lock});
+}
+
+void keep(store& store, const desk::entry& entry, const desk::lock_removed& removed)
+{
+    remove(store, lock_key(removed.router, removed.destination));
+    add_event(store, entry,
+              {word_of(LOCK_ENDS, removed.how),
+               removed.router,
+               removed.destination,
+               {},
+               {},
+               json{{"owner", removed.owner}, {"reason", removed.reason}}});
+}
+
+void keep(store& store, const desk::entry& entry, const desk::salvo_saved& saved)
+{
+    const std::string key = "salvos/" + desk::text_of(saved.id);
+    const json version = version_object(saved.version);
+    journal::set(store, key, json_text({{"name", saved.name}}));
+    journal::set(store, key + "/versions/" + number_key(saved.version.number), json_text(version));
+    const std::vector<stored> versions = list(store, key + "/versions/");
+    for (std::size_t i = 0; i + desk::VERSIONS_PER_SALVO < versions.size(); ++i)
+        remove(store, versions[i].key);
+    add_event(store, entry,
+              {SALVO_SAVED,
+               {},
+               {},
+               {},
+               {},
+               json{{"id", desk::text_of(saved.id)}, {"name", saved.name}, {"version", version}}});
+}
+
+void keep(store& store, const desk::entry& entry, const desk::salvo_deleted& deleted)
+{
+    const std::string key = "salvos/" + desk::text_of(deleted.id);
+    json data = {{"id", desk::text_of(deleted.id)}};
+    if (const std::optional<stored> salvo = get(store, key))
+        data["name"] = json::parse(salvo->value).at("name");
+    remove(store, key);
+    remove_all(store, key + "/");
+    add_event(store, entry, {SALVO_DELETED, {}, {}, {}, {}, std::move(data)});
+}
+
+void add_wish(store& store, const desk::entry& entry, const desk::batch& batch, std::int64_t number,
+              std::uint32_t row)
+{
+    const desk::wish& wish = batch.rows[row];
+    run(store.database,
+        "INSERT INTO history(at, kind, person, origin, router, destination, source, was, batch,"
+        " wish, outcome, why, detail, unchanged, sent_after, ended_after, accepted)"
+        " VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, 0)",
+        entry.at.count(), std::string(word_of(BATCH_KINDS, batch.kind)), batch.person, batch.origin,
+        wish.wished.router, wish.wished.destination, wish.wished.source, wish.was, number, row,
+        std::string(word_of(OUTCOMES, wish.end)), word_of_reason(wish.why), wish.detail,
+        wish.unchanged, count_of(wish.sent_after), count_of(wish.ended_after));
+}
+
+void keep(store& store, const desk::entry& entry, const desk::batch_made& made)
+{
+    const desk::batch& batch = made.batch;
+    std::optional<std::string> of;
+    if (!batch.of.is_none()) of = desk::text_of(batch.of);
+    const int added =
+        run(store.database,
+            "INSERT INTO batches(id, kind, rule, person, origin, reason, made, of, salvo_version,"
+            " wishes) VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?) ON CONFLICT DO NOTHING",
+            desk::text_of(made.id), std::string(word_of(BATCH_KINDS, batch.kind)),
+            std::string(word_of(BATCH_RULES, batch.rule)), batch.person, batch.origin,
+            batch.reason_given, batch.made.count(), of, batch.salvo_version,
+            static_cast<std::int64_t>(batch.rows.size()));
+    if (added == 0) return;
+    const std::int64_t number = number_of(store, made.id).value();
+    for (std::uint32_t row = 0; row < batch.rows.size(); ++row)
+        add_wish(store, entry, batch, number, row);
+}
+
+std::optional<int> known_source(int source)
+{
+    if (source == desk::UNKNOWN_SOURCE) return std::nullopt;
+    return source;
+}
+
+void keep(store& store, const desk::entry&, const desk::wish_ended& ended)
+{
+    const auto batch = number_of(store, ended.id.batch);
+    if (!batch || run(store.database,
+                      "UPDATE history SET outcome = ?, why = ?, detail = ?, sent_after = ?,"
+                      " ended_after = ?, was = coalesce(?, was)"
+                      " WHERE batch = ? AND wish = ? AND outcome = 'open'",
+                      std::string(word_of(OUTCOMES, ended.end)), word_of_reason(ended.why),
+                      ended.detail, count_of(ended.sent_after), ended.ended_after.count(),
+                      known_source(ended.was), *batch, ended.id.row) == 0)
+        return;
+    if (ended.end == desk::outcome::confirmed) set_author(store, *batch, ended.id);
+    if (ended.end == desk::outcome::unknown)
+        run(store.database,
+            "DELETE FROM authors WHERE (router, destination) ="
+            " (SELECT router, destination FROM history WHERE batch = ? AND wish = ?)",
+            *batch, ended.id.row);
+}
+
+void keep(store& store, const desk::entry&, const desk::confirmed_late& late)
+{
+    const auto batch = number_of(store, late.id.batch);
+    if (!batch) return;
+    run(store.database,
+        "UPDATE history SET confirmed_late_after = ?, was = coalesce(?, was)"
+        " WHERE batch = ? AND wish = ?",
+        late.after.count(), known_source(late.was), *batch, late.id.row);
+    set_author(store, *batch, late.id);
+}
+
+void keep(store& store, const desk::entry&, const desk::wish_found& found)
+{
+    run(store.database, "UPDATE history SET found = ?, detail = ? WHERE batch = ? AND wish = ?",
+        found.source, found.detail, number_of(store, found.id.batch), found.id.row);
+}
+
+void keep(store& store, const desk::entry& entry, const desk::wish_accepted& accepted)
+{
+    const auto batch = number_of(store, accepted.id.batch);
+    run(store.database, "UPDATE history SET accepted = 1 WHERE batch = ? AND wish = ?", batch,
+        accepted.id.row);
+    run(store.database,
+        "INSERT INTO history(at, kind, person, origin, router, destination, batch)"
+        " SELECT ?, ?, ?, ?, router, destination, batch FROM history"
+        " WHERE batch = ? AND wish = ?",
+        entry.at.count(), std::string(OUTCOME_ACCEPTED), entry.person, entry.origin, batch,
+        accepted.id.row);
+}
+
+void keep(store& store, const desk::entry& entry, const desk::outside_change& change)
+{
+    run(store.database,
+        "INSERT OR REPLACE INTO authors SELECT ?1, ?2, ?3, NULL, NULL"
+        " WHERE EXISTS (SELECT 1 FROM kv WHERE key = 'routers/' || ?1)",
+        change.router, change.destination, change.source);
+    add_event(store, entry,
+              {OUTSIDE_CHANGE, change.router, change.destination, change.source, change.was, {}});
+}
+} // namespace
+
+void keep_entry(store& store, const desk::entry& entry)
+{
+    std::visit([&](const auto& what) { keep(store, entry, what); }, entry.what);
+}
+
+} // namespace journal
