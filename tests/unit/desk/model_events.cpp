@@ -121,9 +121,10 @@ bool one_in(dice& dice, int chances)
     return below(dice, chances) == 0;
 }
 
-player make_player()
+player make_player(bool keeps_entries)
 {
     player made;
+    made.ledger.keeps_entries = keeps_entries;
     made.now.utc = BEGINNING;
     made.desk = make_desk(1);
     rights operator_of_air{right::operate, {}, {{"air"}}};

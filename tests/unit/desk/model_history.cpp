@@ -80,14 +80,14 @@ std::string play(const std::vector<step>& steps)
     return player.ledger.wrong.empty() ? "" : player.ledger.wrong + ", at the end";
 }
 
-desk::house house_after(const std::vector<step>& steps)
+outcome outcome_of(const std::vector<step>& steps)
 {
-    player player = make_player();
+    player player = make_player(true);
     for (const step& step : steps) {
         dice dice{step.luck};
         happening_of(step.what).happens(player, dice);
     }
-    return player.desk.house;
+    return {player.desk.house, player.ledger.entries, player.now.utc};
 }
 
 } // namespace model

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "server/desk/house.h"
+#include "server/desk/entries.h"
 
 namespace model {
 
@@ -23,7 +23,12 @@ std::vector<step> random_steps(std::uint64_t seed, std::size_t count);
 // that did not and the number of the step, from 0.
 std::string play(const std::vector<step>& steps);
 
-// The house to which the steps lead.
-desk::house house_after(const std::vector<step>& steps);
+// The house to which the steps lead, and how.
+struct outcome {
+    desk::house house;
+    std::vector<desk::entry> entries;
+    desk::wall now{};
+};
+outcome outcome_of(const std::vector<step>& steps);
 
 } // namespace model

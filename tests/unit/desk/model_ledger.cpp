@@ -298,6 +298,7 @@ orders_seen settle(ledger& ledger, desk_state& desk)
     for (const entry& entry : desk.entries) {
         std::visit([&](const auto& what) { see_entry(ledger, what); }, entry.what);
         apply_entry(ledger.replayed, entry);
+        if (ledger.keeps_entries) ledger.entries.push_back(entry);
     }
     for (const order& order : desk.orders)
         see_order(ledger, desk, order, seen);

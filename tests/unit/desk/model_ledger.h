@@ -40,6 +40,8 @@ struct fact_seen {
 
 struct ledger {
     desk::house replayed; // from the entries alone
+    bool keeps_entries = false;
+    std::vector<desk::entry> entries;
     std::map<desk::wish_id, wish_seen> wishes;
     std::map<place, std::set<desk::wish_id>> open;
     std::map<place, desk::wish_id> newest; // wish, open or not

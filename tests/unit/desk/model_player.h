@@ -39,7 +39,7 @@ struct player {
     desk::take_answer last_answer;
 };
 
-player make_player();
+player make_player(bool keeps_entries = false);
 
 // Takes over what the desk has answered and gives its orders to the backends. After each call of
 // the desk.

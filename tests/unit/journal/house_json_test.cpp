@@ -110,7 +110,7 @@ TEST(HouseJson, IsReadAsItWasWrittenAfterAnyHistory)
 {
     constexpr std::size_t STEPS = 1500;
     for (std::uint64_t seed = 1; seed <= 10; ++seed) {
-        const desk::house house = model::house_after(model::random_steps(seed, STEPS));
+        const desk::house house = model::outcome_of(model::random_steps(seed, STEPS)).house;
         desk::house read;
         std::string error;
         ASSERT_TRUE(read_house(house_json(house).dump(), read, error)) << seed << ": " << error;
