@@ -20,6 +20,7 @@ nlohmann::json batch_object(const desk::batch& batch);
 desk::router_settings read_settings(const std::string& id, const place& at);
 desk::label read_label(const place& at); // without its position
 desk::lock read_lock(const place& at);   // likewise
+desk::reason read_reason(const place& at); // by its code
 desk::salvo_version read_version(const place& at, int least_number);
 
 } // namespace journal

@@ -55,7 +55,16 @@ desk::wish_id read_wish_id(const place& at)
                 read_int(member(at, "row"), 0, static_cast<int>(desk::ROWS_PER_BATCH) - 1))};
 }
 
-// The one with this code: they are numbered on, and behind the last there is no code.
+// With positions up to these.
+desk::route read_route(const place& at, int last_destination, int last_source)
+{
+    return {read_text(member(at, "router"), desk::ROUTER_ID_LENGTH),
+            read_int(member(at, "destination"), 0, last_destination),
+            read_source(member(at, "source"), last_source)};
+}
+} // namespace
+
+// They are numbered on, and behind the last there is no code.
 desk::reason read_reason(const place& at)
 {
     const std::string text = read_text(at);
@@ -66,15 +75,6 @@ desk::reason read_reason(const place& at)
         if (code == text) return reason;
     }
 }
-
-// With positions up to these.
-desk::route read_route(const place& at, int last_destination, int last_source)
-{
-    return {read_text(member(at, "router"), desk::ROUTER_ID_LENGTH),
-            read_int(member(at, "destination"), 0, last_destination),
-            read_source(member(at, "source"), last_source)};
-}
-} // namespace
 
 // The desk itself judges them.
 desk::router_settings read_settings(const std::string& id, const place& at)

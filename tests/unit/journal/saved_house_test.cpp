@@ -1,0 +1,187 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <random>
+
+#include "server/desk/limits.h"
+#include "server/journal/entry_tables.h"
+#include "server/journal/house_json.h"
+#include "server/journal/saved_house.h"
+#include "support/temporary_directory.h"
+#include "unit/desk/model_history.h"
+
+using namespace journal;
+
+namespace {
+constexpr desk::wall NOW{1'000'000'000};
+
+// A journal without its thread.
+struct tables {
+    temporary_directory folder;
+    database opened;
+    journal::store store{opened, {}, {}};
+
+    tables()
+    {
+        open();
+    }
+
+    void open()
+    {
+        std::string error;
+        if (!open_database(opened, folder.path, error)) throw std::runtime_error(error);
+        opened.file->exec("PRAGMA synchronous = OFF"); // the machine does not fail here
+    }
+
+    void keep(const std::vector<desk::entry>& entries)
+    {
+        SQLite::Transaction transaction(*opened.file);
+        for (const desk::entry& entry : entries)
+            keep_entry(store, entry);
+        transaction.commit();
+    }
+};
+
+void forget_old_steps(desk::house& house, desk::wall now)
+{
+    for (auto record = house.undo.begin(); record != house.undo.end();) {
+        for (auto* steps : {&record->second.undo, &record->second.redo})
+            std::erase_if(*steps, [&](const desk::undo_step& step) {
+                return step.made < now - desk::UNDO_AGE;
+            });
+        record = record->second.undo.empty() && record->second.redo.empty()
+                     ? house.undo.erase(record)
+                     : std::next(record);
+    }
+}
+
+// What differs, as far as it is not beyond a bound; empty when nothing does.
+std::string difference(desk::house expected, desk::house found, desk::wall now)
+{
+    forget_old_steps(expected, now);
+    forget_old_steps(found, now);
+    if (expected == found) return "";
+    return nlohmann::json::diff(house_json(expected), house_json(found)).dump(1);
+}
+
+desk::entry by_anna(decltype(desk::entry::what) what)
+{
+    return {NOW, "anna", "panel", std::move(what)};
+}
+} // namespace
+
+TEST(SavedHouse, IsEmptyAtFirst)
+{
+    tables tables;
+    EXPECT_TRUE(saved_house(tables.store, NOW) == desk::house{});
+}
+
+TEST(SavedHouse, IsTheDesksAfterAnyHistory)
+{
+    constexpr std::size_t STEPS = 1000;
+    std::random_device device;
+    for (int i = 0; i < 10; ++i) {
+        const std::uint64_t seed = device();
+        const model::outcome lived = model::outcome_of(model::random_steps(seed, STEPS));
+        tables tables;
+        tables.keep(lived.entries);
+        close_database(tables.opened);
+        tables.open();
+        ASSERT_EQ(difference(lived.house, saved_house(tables.store, lived.now), lived.now), "")
+            << "of the history of " << seed;
+    }
+}
+
+TEST(SavedHouse, HasWhatWasKeptUpToAnyEntry)
+{
+    const model::outcome lived = model::outcome_of(model::random_steps(5, 400));
+    tables tables;
+    desk::house house;
+    for (const desk::entry& entry : lived.entries) {
+        tables.keep({entry});
+        apply_entry(house, entry);
+        ASSERT_EQ(difference(house, saved_house(tables.store, entry.at), entry.at), "");
+    }
+}
+
+TEST(SavedHouse, KeepsTheLastVersionsOfASalvo)
+{
+    tables tables;
+    desk::house house;
+    const desk::ulid id{1, 2};
+    for (int number = 1; number <= 53; ++number) {
+        const desk::entry saved =
+            by_anna(desk::salvo_saved{id, "NEWS", {number, "anna", NOW, {{"r1", 0, number}}}});
+        tables.keep({saved});
+        apply_entry(house, saved);
+    }
+    EXPECT_EQ(house.salvos.at(id).versions.size(), desk::VERSIONS_PER_SALVO);
+    EXPECT_TRUE(saved_house(tables.store, NOW) == house);
+    EXPECT_EQ(list(tables.store, "salvos/").size(), 1 + desk::VERSIONS_PER_SALVO);
+}
+
+TEST(SavedHouse, KeepsTheLastBatchesAndThoseWithAnOpenRow)
+{
+    tables tables;
+    std::vector<desk::entry> entries;
+    const std::size_t count = desk::BATCHES_KEPT + 3;
+    for (std::size_t i = 1; i <= count; ++i) {
+        desk::batch batch;
+        batch.person = "anna";
+        batch.made = NOW;
+        batch.rows.resize(1);
+        batch.rows[0].wished = {"r1", 0, 1};
+        batch.rows[0].end = i == 1 ? desk::outcome::open : desk::outcome::confirmed;
+        entries.push_back(by_anna(desk::batch_made{{1, i}, batch}));
+    }
+    tables.keep(entries);
+    const desk::house house = saved_house(tables.store, NOW);
+    EXPECT_EQ(house.batches.size(), desk::BATCHES_KEPT + 1);
+    EXPECT_EQ(house.batch_rows, desk::BATCHES_KEPT + 1);
+    EXPECT_TRUE(house.batches.contains({1, 1}));
+    EXPECT_FALSE(house.batches.contains({1, 3}));
+    EXPECT_TRUE(house.batches.contains({1, 4}));
+}
+
+TEST(SavedHouse, TakesTextThatIsNoUtf8)
+{
+    tables tables;
+    const std::string odd(desk::TEXT_LENGTH, '\xff');
+    tables.keep({by_anna(desk::router_set{{"r1", odd, "10.0.0.1"}}),
+                 by_anna(desk::label_set{"r1", desk::side::sources, 3, {odd, ""}}),
+                 by_anna(desk::lock_set{"r1", 3, {desk::lock_mode::lock, odd, odd, NOW, {}}}),
+                 by_anna(desk::salvo_saved{{1, 2}, odd, {1, odd, NOW, {{"r1", 0, 1}}}}),
+                 by_anna(desk::salvo_saved{{1, 3}, odd, {1, odd, NOW, {{"r1", 0, 1}}}})});
+    const desk::house house = saved_house(tables.store, NOW);
+    EXPECT_EQ(house.routers.at("r1").settings.name, std::string(desk::TEXT_LENGTH, '?'));
+    EXPECT_EQ(house.salvos.size(), 2);
+}
+
+TEST(SavedHouse, PassesOverMembersThatItDoesNotKnow)
+{
+    tables tables;
+    tables.keep({by_anna(desk::router_set{{"r1", "One", "10.0.0.1"}})});
+    set(tables.store, "labels/r1/sources/3", R"({"alias": "CAM", "group": "", "colour": 7})");
+    const desk::house house = saved_house(tables.store, NOW);
+    EXPECT_EQ(house.routers.at("r1").source_labels.at(3).alias, "CAM");
+}
+
+TEST(SavedHouse, SaysWhichKeyIsWrong)
+{
+    const auto complaint = [](const std::string& key, const std::string& value) {
+        tables tables;
+        tables.keep({by_anna(desk::router_set{{"r1", "One", "10.0.0.1"}})});
+        set(tables.store, key, value);
+        try {
+            saved_house(tables.store, NOW);
+        } catch (const misfit& thrown) {
+            return std::string(thrown.what());
+        }
+        return std::string();
+    };
+    EXPECT_EQ(complaint("labels/r1/sources/3", "{}"), "labels/r1/sources/3 has no \"alias\"");
+    EXPECT_EQ(complaint("labels/r1/sources/x", "{}"), "labels/r1/sources/x is no position");
+    EXPECT_EQ(complaint("locks/r1/256", "{}"), "locks/r1/256 is no position");
+    EXPECT_EQ(complaint("locks/r1", "{}"), "locks/r1 is no lock's key");
+    EXPECT_EQ(complaint("salvos/x", "{}"), "salvos/x is no salvo's key");
+    EXPECT_EQ(complaint("routers/r2", "["), "routers/r2 is no JSON");
+}
