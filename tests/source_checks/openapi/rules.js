@@ -1,15 +1,17 @@
 // What a generic linter does not know of docs/openapi.yaml.
 //
 // An exchange is one request and its answer: the examples of one name in an operation's parameters,
-// body and responses; of a response without a body x-exchanges lists them. A parameter or body without an example of that name is given its first one
-// when it is required, and left out otherwise. The exchanges are replayed in the document's order
-// against a new demonstration, those with x-not-replayed (why) left out; an identifier stands for
-// what the server gave in its place when it answered with it first.
+// body and responses; of a response without a body x-exchanges lists them. A parameter or body without
+// an example of that name is given its first one when it is required, and left out otherwise. The
+// exchanges are replayed in the document's order against a new demonstration, but those with
+// x-not-replayed (why); an identifier stands for what the server gave in its place when it answered
+// with it first. Examples with x-from (client, server) are the messages of one connection.
 "use strict";
 
 const RIGHTS = ["none", "view", "operate", "engineer", "administer"];
 const METHODS = ["get", "put", "post", "delete", "patch"];
-const IDENTIFIER = /\b[0-7][0-9A-HJKMNP-TV-Z]{25}\b/g;
+// Also the secret of a token.
+const IDENTIFIER = /\b(?:[0-7][0-9A-HJKMNP-TV-Z]{25}|rc_[0-9A-Za-z_-]{43})(?![0-9A-Za-z_-])/g;
 const PROBLEM = "application/problem+json";
 
 const Right = () => ({
@@ -64,6 +66,7 @@ function read_operation(root, path, operation) {
         const { headers, content, "x-exchanges": bodiless = [] } = follow(root, response);
         const told = Object.values(headers ?? {}).map((header) => follow(root, header));
         return [...named_examples(Object.values(content ?? {})), ...bodiless.map((name) => [name])]
+            .filter(([, example]) => !follow(root, example)?.["x-from"])
             .map(([name, example]) => ({ name, status, example: follow(root, example),
                                          headers: told, shared: "$ref" in response }));
     });
@@ -83,7 +86,7 @@ function check_operation(root, path, operation, known, complain) {
             follow(root, one.examples?.[name] ??
                          (one.in && !one.required ? {} : Object.values(one.examples ?? {})[0]))));
         for (const [identifier] of request.matchAll(IDENTIFIER))
-            if (status !== "404" && !known.has(identifier))
+            if (!["401", "404"].includes(status) && !known.has(identifier))
                 complain(`${name} asks for ${identifier}, which no answer before has given`);
         for (const [identifier] of JSON.stringify([example, headers]).matchAll(IDENTIFIER))
             known.add(identifier);
