@@ -29,6 +29,8 @@ const Problems = () => ({
             report({ message: "an operation needs an answer that is no error", location });
         if (!operation.responses?.default)
             report({ message: "an operation needs the default answer", location });
+        if (operation.requestBody && !operation.responses?.[422])
+            report({ message: "an operation with a body needs the answer 422", location });
         for (const [status, answer] of answers) {
             if (/^[123]/.test(status) || operation["x-text-answers"]) continue;
             const { node } = answer.$ref ? resolve(answer) : { node: answer };
@@ -43,6 +45,15 @@ const Examples = () => ({
     MediaType(media, { report, location }) {
         if (Object.keys(media.examples ?? {}).length === 0)
             report({ message: "there must be named examples", location });
+    },
+});
+
+const Closed = () => ({
+    RequestBody: {
+        Schema(schema, { report, location }) {
+            if (schema.type === "object" && schema.additionalProperties === undefined)
+                report({ message: "an object in a request must say additionalProperties", location });
+        },
     },
 });
 
@@ -63,12 +74,13 @@ function read_operation(root, path, operation) {
     // What is for several operations need not be answered by each.
     const requests = named_examples([...(operation.parameters ?? []), ...bodies]);
     const answers = Object.entries(operation.responses ?? {}).flatMap(([status, response]) => {
-        const { headers, content, "x-exchanges": bodiless = [] } = follow(root, response);
-        const told = Object.values(headers ?? {}).map((header) => follow(root, header));
-        return [...named_examples(Object.values(content ?? {})), ...bodiless.map((name) => [name])]
-            .filter(([, example]) => !follow(root, example)?.["x-from"])
-            .map(([name, example]) => ({ name, status, example: follow(root, example),
-                                         headers: told, shared: "$ref" in response }));
+        const answer = follow(root, response);
+        const headers = Object.values(answer.headers ?? {}).map((header) => follow(root, header));
+        const bodiless = (answer["x-exchanges"] ?? []).map((name) => [name, answer]);
+        return [...named_examples(Object.values(answer.content ?? {})), ...bodiless]
+            .map(([name, example]) => ({ name, status, example: follow(root, example), headers,
+                                         shared: "$ref" in response }))
+            .filter(({ example }) => !example["x-from"]);
     });
     return { parameters, bodies, requests, answers };
 }
@@ -82,6 +94,7 @@ function check_operation(root, path, operation, known, complain) {
         if (!shared && answers.filter((other) => other.name === name && !other.shared).length > 1)
             complain(`there are several answers to ${name}`);
         sent.delete(name);
+        if (example["x-not-replayed"]) continue;
         const request = JSON.stringify([...parameters, ...bodies].map((one) =>
             follow(root, one.examples?.[name] ??
                          (one.in && !one.required ? {} : Object.values(one.examples ?? {})[0]))));
@@ -109,5 +122,8 @@ const Exchanges = () => ({
 
 module.exports = () => ({
     id: "server",
-    rules: { oas3: { right: Right, problems: Problems, examples: Examples, exchanges: Exchanges } },
+    rules: {
+        oas3: { right: Right, problems: Problems, examples: Examples, closed: Closed,
+                exchanges: Exchanges },
+    },
 });
