@@ -21,6 +21,10 @@ const Right = () => ({
     },
 });
 
+const type_of = (code) =>
+    `/problems/${code.replace(/[A-Z]/g, (letter) => `-${letter.toLowerCase()}`)}`;
+const fits = (status, told) => status === "default" || status === String(told);
+
 // The simple form answers people's button surfaces with a line of text, whatever happens.
 const Problems = () => ({
     Operation(operation, { report, location, resolve }) {
@@ -37,6 +41,9 @@ const Problems = () => ({
             const types = Object.keys(node?.content ?? {});
             if (types.length !== 1 || types[0] !== PROBLEM)
                 report({ message: `${status} must be ${PROBLEM}`, location });
+            for (const { value } of Object.values(node?.content?.[PROBLEM]?.examples ?? {}))
+                if (value.type !== type_of(value.code) || !fits(status, value.status))
+                    report({ message: `${value.code} has the wrong type or status`, location });
         }
     },
 });
