@@ -54,12 +54,13 @@ std::string lock_key(const std::string& router, int destination)
 
 // What has happened beside wishes.
 struct event {
-    std::string_view kind;
-    std::optional<std::string> router;
-    std::optional<int> destination;
-    std::optional<int> source;
-    std::optional<int> was;
-    std::optional<json> data;
+    std::string_view kind{};
+    std::optional<std::string> salvo{};
+    std::optional<std::string> router{};
+    std::optional<int> destination{};
+    std::optional<int> source{};
+    std::optional<int> was{};
+    std::optional<json> data{};
 };
 
 void add_event(store& store, const desk::entry& entry, const event& event)
@@ -67,10 +68,10 @@ void add_event(store& store, const desk::entry& entry, const event& event)
     std::optional<std::string> data;
     if (event.data) data = json_text(*event.data);
     run(store.database,
-        "INSERT INTO history(at, kind, person, origin, router, destination, source, was, data)"
-        " VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?)",
-        entry.at.count(), std::string(event.kind), entry.person, entry.origin, event.router,
-        event.destination, event.source, event.was, data);
+        "INSERT INTO history(at, kind, person, origin, salvo, router, destination, source, was,"
+        " data) VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
+        entry.at.count(), std::string(event.kind), entry.person, entry.origin, event.salvo,
+        event.router, event.destination, event.source, event.was, data);
 }
 
 void remove_all(store& store, const std::string& prefix)
@@ -118,7 +119,7 @@ void keep(store& store, const desk::entry& entry, const desk::router_set& set)
 {
     const json settings = settings_object(set.settings);
     journal::set(store, "routers/" + set.settings.id, json_text(settings));
-    add_event(store, entry, {ROUTER_SET, set.settings.id, {}, {}, {}, settings});
+    add_event(store, entry, {.kind = ROUTER_SET, .router = set.settings.id, .data = settings});
 }
 
 void keep(store& store, const desk::entry& entry, const desk::router_removed& removed)
@@ -127,7 +128,7 @@ void keep(store& store, const desk::entry& entry, const desk::router_removed& re
     remove_all(store, "labels/" + removed.router + "/");
     remove_all(store, "locks/" + removed.router + "/");
     run(store.database, "DELETE FROM authors WHERE router = ?", removed.router);
-    add_event(store, entry, {ROUTER_REMOVED, removed.router, {}, {}, {}, {}});
+    add_event(store, entry, {.kind = ROUTER_REMOVED, .router = removed.router});
 }
 
 void keep(store& store, const desk::entry& entry, const desk::label_set& set)
@@ -140,31 +141,29 @@ void keep(store& store, const desk::entry& entry, const desk::label_set& set)
     const bool of_destination = set.side == desk::side::destinations;
     label["side"] = of_destination ? "destinations" : "sources";
     add_event(store, entry,
-              {LABEL_SET,
-               set.router,
-               of_destination ? std::optional(set.position) : std::nullopt,
-               {},
-               {},
-               std::move(label)});
+              {.kind = LABEL_SET,
+               .router = set.router,
+               .destination = of_destination ? std::optional(set.position) : std::nullopt,
+               .data = std::move(label)});
 }
 
 void keep(store& store, const desk::entry& entry, const desk::lock_set& set)
 {
     const json lock = lock_object(set.destination, set.lock);
     journal::set(store, lock_key(set.router, set.destination), json_text(lock));
-    add_event(store, entry, {LOCK_SET, set.router, set.destination, {}, {}, lock});
+    add_event(
+        store, entry,
+        {.kind = LOCK_SET, .router = set.router, .destination = set.destination, .data = lock});
 }
 
 void keep(store& store, const desk::entry& entry, const desk::lock_removed& removed)
 {
     remove(store, lock_key(removed.router, removed.destination));
     add_event(store, entry,
-              {word_of(LOCK_ENDS, removed.how),
-               removed.router,
-               removed.destination,
-               {},
-               {},
-               json{{"owner", removed.owner}, {"reason", removed.reason}}});
+              {.kind = word_of(LOCK_ENDS, removed.how),
+               .router = removed.router,
+               .destination = removed.destination,
+               .data = json{{"owner", removed.owner}, {"reason", removed.reason}}});
 }
 
 void keep(store& store, const desk::entry& entry, const desk::salvo_saved& saved)
@@ -177,23 +176,27 @@ void keep(store& store, const desk::entry& entry, const desk::salvo_saved& saved
     for (std::size_t i = 0; i + desk::VERSIONS_PER_SALVO < versions.size(); ++i)
         remove(store, versions[i].key);
     add_event(store, entry,
-              {SALVO_SAVED,
-               {},
-               {},
-               {},
-               {},
-               json{{"id", desk::text_of(saved.id)}, {"name", saved.name}, {"version", version}}});
+              {.kind = SALVO_SAVED,
+               .salvo = desk::text_of(saved.id),
+               .data = json{{"name", saved.name}, {"version", version}}});
 }
 
 void keep(store& store, const desk::entry& entry, const desk::salvo_deleted& deleted)
 {
     const std::string key = "salvos/" + desk::text_of(deleted.id);
-    json data = {{"id", desk::text_of(deleted.id)}};
+    json data = json::object();
     if (const std::optional<stored> salvo = get(store, key))
         data["name"] = json::parse(salvo->value).at("name");
     remove(store, key);
     remove_all(store, key + "/");
-    add_event(store, entry, {SALVO_DELETED, {}, {}, {}, {}, std::move(data)});
+    add_event(store, entry,
+              {.kind = SALVO_DELETED, .salvo = desk::text_of(deleted.id), .data = std::move(data)});
+}
+
+std::optional<std::string> salvo_of(const desk::batch& batch)
+{
+    if (batch.kind != desk::batch_kind::salvo) return std::nullopt;
+    return desk::text_of(batch.of);
 }
 
 void add_wish(store& store, const desk::entry& entry, const desk::batch& batch, std::int64_t number,
@@ -202,12 +205,12 @@ void add_wish(store& store, const desk::entry& entry, const desk::batch& batch, 
     const desk::wish& wish = batch.rows[row];
     run(store.database,
         "INSERT INTO history(at, kind, person, origin, router, destination, source, was, batch,"
-        " wish, outcome, why, detail, unchanged, sent_after, ended_after, accepted)"
-        " VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, 0)",
+        " wish, salvo, outcome, why, detail, unchanged, sent_after, ended_after, accepted)"
+        " VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, 0)",
         entry.at.count(), std::string(word_of(BATCH_KINDS, batch.kind)), batch.person, batch.origin,
         wish.wished.router, wish.wished.destination, wish.wished.source, wish.was, number, row,
-        std::string(word_of(OUTCOMES, wish.end)), word_of_reason(wish.why), wish.detail,
-        wish.unchanged, count_of(wish.sent_after), count_of(wish.ended_after));
+        salvo_of(batch), std::string(word_of(OUTCOMES, wish.end)), word_of_reason(wish.why),
+        wish.detail, wish.unchanged, count_of(wish.sent_after), count_of(wish.ended_after));
 }
 
 void keep(store& store, const desk::entry& entry, const desk::batch_made& made)
@@ -291,7 +294,11 @@ void keep(store& store, const desk::entry& entry, const desk::outside_change& ch
         " WHERE EXISTS (SELECT 1 FROM kv WHERE key = 'routers/' || ?1)",
         change.router, change.destination, change.source);
     add_event(store, entry,
-              {OUTSIDE_CHANGE, change.router, change.destination, change.source, change.was, {}});
+              {.kind = OUTSIDE_CHANGE,
+               .router = change.router,
+               .destination = change.destination,
+               .source = change.source,
+               .was = change.was});
 }
 } // namespace
 

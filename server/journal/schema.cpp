@@ -47,6 +47,7 @@ CREATE TABLE history(
     was INTEGER,
     batch INTEGER REFERENCES batches(number),
     wish INTEGER, -- its row in the batch; NULL of other events
+    salvo TEXT, -- that was run, saved or deleted
     outcome TEXT,
     why TEXT,
     detail TEXT,
@@ -59,6 +60,7 @@ CREATE TABLE history(
     data TEXT -- of other events, JSON
 );
 CREATE UNIQUE INDEX history_by_batch ON history(batch, wish) WHERE batch IS NOT NULL;
+CREATE INDEX history_by_salvo ON history(salvo, at) WHERE salvo IS NOT NULL;
 CREATE INDEX history_by_time ON history(at);
 CREATE INDEX history_by_router ON history(router, at);
 CREATE INDEX history_by_destination ON history(router, destination, at);
