@@ -1,46 +1,14 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <random>
 
 #include "server/desk/limits.h"
-#include "server/journal/entry_tables.h"
 #include "server/journal/house_json.h"
 #include "server/journal/saved_house.h"
-#include "support/temporary_directory.h"
 #include "unit/desk/model_history.h"
+#include "unit/journal/journal_test.h"
 
 using namespace journal;
 
 namespace {
-constexpr desk::wall NOW{1'000'000'000};
-
-// A journal without its thread.
-struct tables {
-    temporary_directory folder;
-    database opened;
-    journal::store store{opened, {}, {}};
-
-    tables()
-    {
-        open();
-    }
-
-    void open()
-    {
-        std::string error;
-        if (!open_database(opened, folder.path, error)) throw std::runtime_error(error);
-        opened.file->exec("PRAGMA synchronous = OFF"); // the machine does not fail here
-    }
-
-    void keep(const std::vector<desk::entry>& entries)
-    {
-        SQLite::Transaction transaction(*opened.file);
-        for (const desk::entry& entry : entries)
-            keep_entry(store, entry);
-        transaction.commit();
-    }
-};
-
 void forget_old_steps(desk::house& house, desk::wall now)
 {
     for (auto record = house.undo.begin(); record != house.undo.end();) {
@@ -61,11 +29,6 @@ std::string difference(desk::house expected, desk::house found, desk::wall now)
     forget_old_steps(found, now);
     if (expected == found) return "";
     return nlohmann::json::diff(house_json(expected), house_json(found)).dump(1);
-}
-
-desk::entry by_anna(decltype(desk::entry::what) what)
-{
-    return {NOW, "anna", "panel", std::move(what)};
 }
 } // namespace
 
@@ -125,13 +88,8 @@ TEST(SavedHouse, KeepsTheLastBatchesAndThoseWithAnOpenRow)
     std::vector<desk::entry> entries;
     const std::size_t count = desk::BATCHES_KEPT + 3;
     for (std::size_t i = 1; i <= count; ++i) {
-        desk::batch batch;
-        batch.person = "anna";
-        batch.made = NOW;
-        batch.rows.resize(1);
-        batch.rows[0].wished = {"r1", 0, 1};
-        batch.rows[0].end = i == 1 ? desk::outcome::open : desk::outcome::confirmed;
-        entries.push_back(by_anna(desk::batch_made{{1, i}, batch}));
+        entries.push_back(take_of(i, "anna", {"r1", 0, 1}));
+        if (i > 1) entries.push_back(end_of(i, desk::outcome::confirmed));
     }
     tables.keep(entries);
     const desk::house house = saved_house(tables.store, NOW);
