@@ -1,0 +1,279 @@
+#include "server/journal/keeper.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <iterator>
+#include <sys/eventfd.h>
+#include <system_error>
+#include <unistd.h>
+
+#include "server/journal/entry_tables.h"
+#include "server/journal/sql.h"
+#include "server/journal/store.h"
+
+namespace journal {
+
+namespace {
+using clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds NEXT_TRY{1};     // after a failure of the disk
+constexpr std::chrono::minutes NEXT_REMOVAL{1}; // of what is beyond the retention
+constexpr std::size_t RECORDS_AT_ONCE = 4096;   // in one transaction
+
+desk::wall wall_clock()
+{
+    return std::chrono::duration_cast<desk::wall>(
+        std::chrono::system_clock::now().time_since_epoch());
+}
+
+void signal(const keeper& keeper)
+{
+    const std::uint64_t one = 1;
+    // It can only fail when it is readable already.
+    [[maybe_unused]] const ssize_t written = write(keeper.ready.number, &one, sizeof one);
+}
+
+// The oldest beyond the bound, which the caller destroys without the mutex.
+std::vector<waiting_record> drop_beyond(keeper& keeper)
+{
+    std::vector<waiting_record> dropped;
+    while (keeper.records.size() > 1 &&
+           (keeper.records.size() > keeper.bounds.records || keeper.bytes > keeper.bounds.bytes)) {
+        keeper.bytes -= keeper.records.front().bytes;
+        dropped.push_back(std::move(keeper.records.front()));
+        keeper.records.pop_front();
+    }
+    keeper.news.health.lost += dropped.size();
+    return dropped;
+}
+
+std::uint64_t give(keeper& keeper, std::vector<waiting_record> records)
+{
+    for (waiting_record& each : records)
+        each.bytes = size_of(each.what);
+    std::vector<waiting_record> dropped;
+    const std::lock_guard lock(keeper.mutex);
+    for (waiting_record& each : records) {
+        each.number = ++keeper.records_given;
+        keeper.bytes += each.bytes;
+        keeper.records.push_back(std::move(each));
+    }
+    dropped = drop_beyond(keeper);
+    keeper.work.notify_one();
+    return keeper.records_given;
+}
+
+void keep_note(store& store, const note& note)
+{
+    for (const auto& [key, value] : note.keys)
+        if (value)
+            set(store, key, *value);
+        else
+            remove(store, key);
+    if (note.kind.empty()) return;
+    std::optional<std::string> data;
+    if (!note.data.empty()) data = note.data;
+    run(store.database, "INSERT INTO history(at, kind, person, origin, data) VALUES(?, ?, ?, ?, ?)",
+        note.at.count(), note.kind, note.person, note.origin, data);
+}
+
+// Throws, and nothing is changed, when the disk fails.
+void keep_all(store& store, const std::vector<waiting_record>& records)
+{
+    SQLite::Transaction transaction(*store.database.file);
+    for (const waiting_record& each : records)
+        if (const auto* const entry = std::get_if<desk::entry>(&each.what))
+            keep_entry(store, *entry);
+        else
+            keep_note(store, std::get<note>(each.what));
+    transaction.commit();
+}
+
+std::vector<waiting_record> take_records(keeper& keeper)
+{
+    const auto end =
+        std::next(keeper.records.begin(),
+                  static_cast<std::ptrdiff_t>(std::min(RECORDS_AT_ONCE, keeper.records.size())));
+    std::vector<waiting_record> taken(std::make_move_iterator(keeper.records.begin()),
+                                      std::make_move_iterator(end));
+    keeper.records.erase(keeper.records.begin(), end);
+    for (const waiting_record& each : taken)
+        keeper.bytes -= each.bytes;
+    keeper.at_work = taken.size();
+    return taken;
+}
+
+std::vector<waiting_record> give_back(keeper& keeper, std::vector<waiting_record> records)
+{
+    for (const waiting_record& each : records)
+        keeper.bytes += each.bytes;
+    keeper.records.insert(keeper.records.begin(), std::make_move_iterator(records.begin()),
+                          std::make_move_iterator(records.end()));
+    return drop_beyond(keeper);
+}
+
+// Why not; empty when they are on the disk now.
+std::string try_to_keep(store& store, const std::vector<waiting_record>& records)
+{
+    try {
+        keep_all(store, records);
+        tell_changes(store);
+        return "";
+    } catch (const std::exception& thrown) {
+        forget_changes(store);
+        return thrown.what();
+    }
+}
+
+// One transaction. The mutex is held before and after, not meanwhile.
+void keep_some(keeper& keeper, store& store, std::unique_lock<std::mutex>& lock)
+{
+    std::vector<waiting_record> taken = take_records(keeper);
+    std::vector<waiting_record> dropped;
+    lock.unlock();
+    const std::string failure = try_to_keep(store, taken);
+    const desk::wall now = wall_clock();
+    const std::uint64_t last = taken.back().number;
+    if (failure.empty()) taken.clear();
+    lock.lock();
+    keeper.at_work = 0;
+    keeper_health& health = keeper.news.health;
+    if (failure.empty()) {
+        keeper.news.kept = last;
+    } else {
+        dropped = give_back(keeper, std::move(taken));
+        if (health.failure.empty()) health.since = now;
+    }
+    health.failure = failure;
+    signal(keeper);
+    lock.unlock(); // the lost ones may be many to destroy
+    dropped.clear();
+    lock.lock();
+}
+
+void answer_one(keeper& keeper, std::unique_lock<std::mutex>& lock)
+{
+    const auto [number, question] = std::move(keeper.questions.front());
+    keeper.questions.pop_front();
+    lock.unlock();
+    answer answer{number, {}, ""};
+    try {
+        answer.page = ask_history(keeper.opened, question);
+    } catch (const std::exception& thrown) {
+        answer.failure = thrown.what();
+    }
+    lock.lock();
+    keeper.news.answers.push_back(std::move(answer));
+    signal(keeper);
+}
+
+// False when there is no more to remove, or it could not be.
+bool remove_some(keeper& keeper, std::unique_lock<std::mutex>& lock)
+{
+    bool more = false;
+    lock.unlock();
+    try {
+        more = remove_oldest(keeper.opened, keeper.retention, wall_clock());
+    } catch (const std::exception&) { // tried again later; what cannot be kept says why
+    }
+    lock.lock();
+    return more;
+}
+
+// Questions and records take turns, so that neither waits for all of the other.
+void work(keeper& keeper)
+{
+    store store{keeper.opened, {}, {}};
+    clock::time_point next_try{};
+    clock::time_point next_removal{};
+    std::unique_lock lock(keeper.mutex);
+    while (true) {
+        const clock::time_point now = clock::now();
+        if (keeper.end_by && (keeper.records.empty() || *keeper.end_by <= now)) return;
+        bool worked = false;
+        if (!keeper.records.empty() && next_try <= now) {
+            keep_some(keeper, store, lock);
+            next_try = keeper.news.health.failure.empty() ? now : clock::now() + NEXT_TRY;
+            worked = true;
+        }
+        if (!keeper.questions.empty() && !keeper.end_by) {
+            answer_one(keeper, lock);
+            worked = true;
+        }
+        if (worked) continue;
+        if (keeper.records.empty() && next_removal <= now && !keeper.end_by) {
+            if (!remove_some(keeper, lock)) next_removal = clock::now() + NEXT_REMOVAL;
+            continue;
+        }
+        clock::time_point until = keeper.records.empty() ? next_removal : next_try;
+        if (keeper.end_by) until = std::min(until, *keeper.end_by);
+        keeper.work.wait_until(lock, until);
+    }
+}
+} // namespace
+
+bool start_keeper(keeper& keeper, std::string& error)
+{
+    keeper.ready = common::owned_descriptor(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC));
+    if (keeper.ready.number < 0) {
+        error = std::strerror(errno);
+        return false;
+    }
+    try {
+        keeper.thread = std::thread(work, std::ref(keeper));
+    } catch (const std::system_error& thrown) {
+        error = thrown.what();
+        return false;
+    }
+    return true;
+}
+
+std::uint64_t keep(keeper& keeper, std::vector<desk::entry> entries)
+{
+    std::vector<waiting_record> records;
+    records.reserve(entries.size());
+    for (desk::entry& each : entries)
+        records.push_back({0, 0, std::move(each)});
+    return give(keeper, std::move(records));
+}
+
+std::uint64_t keep(keeper& keeper, note note)
+{
+    std::vector<waiting_record> records;
+    records.push_back({0, 0, std::move(note)});
+    return give(keeper, std::move(records));
+}
+
+std::uint64_t ask(keeper& keeper, history_question question)
+{
+    const std::lock_guard lock(keeper.mutex);
+    if (keeper.questions.size() >= keeper.bounds.questions) return 0;
+    keeper.questions.emplace_back(++keeper.questions_given, std::move(question));
+    keeper.work.notify_one();
+    return keeper.questions_given;
+}
+
+results take_results(keeper& keeper)
+{
+    std::uint64_t count = 0;
+    [[maybe_unused]] const ssize_t got = read(keeper.ready.number, &count, sizeof count);
+    const std::lock_guard lock(keeper.mutex);
+    results taken{keeper.news.kept, std::exchange(keeper.news.answers, {}), keeper.news.health};
+    taken.health.waiting = keeper.records.size() + keeper.at_work;
+    return taken;
+}
+
+bool finish_keeper(keeper& keeper, std::chrono::milliseconds limit)
+{
+    {
+        const std::lock_guard lock(keeper.mutex);
+        keeper.end_by = clock::now() + limit;
+        keeper.work.notify_one();
+    }
+    keeper.thread.join();
+    close_database(keeper.opened);
+    return keeper.records.empty();
+}
+
+} // namespace journal

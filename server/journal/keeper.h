@@ -1,0 +1,96 @@
+// The thread that owns the database while the server runs. It is given what is to be kept and what
+// is asked; what became of that is taken when the descriptor is readable. Nobody waits for the disk
+// here but at the end.
+//
+// What is given is kept in order, as much as there is in one transaction. When the disk fails it
+// waits in memory and is tried again every second; beyond the bound the oldest is lost, and
+// counted.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "server/journal/history.h"
+#include "server/journal/record.h"
+#include "server/journal/retention.h"
+#include "tools/common/descriptors.h"
+
+namespace journal {
+
+struct keeper_bounds {
+    std::size_t records = 200'000; // that wait to be kept; at least one waits whatever its size
+    std::size_t bytes = 128U << 20U;
+    std::size_t questions = 1000; // one more is not answered
+};
+
+// The number is that of `ask`.
+struct answer {
+    std::uint64_t number = 0;
+    history_page page;
+    std::string failure; // why there is no page; empty: there is one
+};
+
+struct keeper_health {
+    std::string failure; // why nothing can be kept at present; empty: it can
+    desk::wall since{};  // since when
+    std::size_t waiting = 0;
+    std::uint64_t lost = 0; // since the start
+};
+
+struct results {
+    std::uint64_t kept = 0; // the record with this number and all before are on the disk, or lost
+    std::vector<answer> answers;
+    keeper_health health;
+};
+
+struct waiting_record {
+    std::uint64_t number = 0;
+    std::size_t bytes = 0;
+    record what;
+};
+
+struct keeper {
+    database opened; // by the caller, before the start; the thread's alone while it runs
+    keeper_bounds bounds;
+    journal::retention retention;
+    common::owned_descriptor ready; // an eventfd
+    std::thread thread;
+
+    std::mutex mutex; // of what follows; held for moves alone
+    std::condition_variable work;
+    std::deque<waiting_record> records;
+    std::size_t bytes = 0;   // in them
+    std::size_t at_work = 0; // records that are being kept, and are not in the queue
+    std::deque<std::pair<std::uint64_t, history_question>> questions;
+    std::uint64_t records_given = 0;
+    std::uint64_t questions_given = 0;
+    results news; // since they were taken last
+    std::optional<std::chrono::steady_clock::time_point> end_by;
+};
+
+// False, with the reason, when the system has no descriptor or thread left.
+bool start_keeper(keeper& keeper, std::string& error);
+
+// Returns the number of the last one; they count from 1.
+std::uint64_t keep(keeper& keeper, std::vector<desk::entry> entries);
+std::uint64_t keep(keeper& keeper, note note);
+
+// Returns the number that its answer will have; 0 when too many are waiting.
+std::uint64_t ask(keeper& keeper, history_question question);
+
+// Does not wait.
+results take_results(keeper& keeper);
+
+// Answers no more questions, but waits until all is kept, at most so long and for what the disk is
+// at. True when nothing was left. Closes the database.
+bool finish_keeper(keeper& keeper, std::chrono::milliseconds limit);
+
+} // namespace journal

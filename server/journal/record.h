@@ -1,0 +1,28 @@
+// What is given to be kept.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "server/desk/entries.h"
+
+namespace journal {
+
+// Something that is no desk's: a row of the history, and keys of the store with it.
+struct note {
+    desk::wall at{};
+    std::string person;
+    std::string origin;
+    std::string kind;                                       // empty: the history does not tell it
+    std::string data;                                       // JSON; empty: none
+    std::map<std::string, std::optional<std::string>> keys; // and values, JSON; none: it goes
+};
+
+using record = std::variant<desk::entry, note>;
+
+// Bytes in memory, roughly.
+std::size_t size_of(const record& given);
+
+} // namespace journal
