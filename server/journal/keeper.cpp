@@ -181,32 +181,47 @@ bool remove_some(keeper& keeper, std::unique_lock<std::mutex>& lock)
     return more;
 }
 
-// Questions and records take turns, so that neither waits for all of the other.
+struct schedule {
+    clock::time_point next_try{};
+    clock::time_point next_removal{};
+};
+
+// What is due: questions and records take turns, so that neither waits for all of the other. False
+// when there was nothing.
+bool work_once(keeper& keeper, store& store, schedule& due, std::unique_lock<std::mutex>& lock)
+{
+    const clock::time_point now = clock::now();
+    bool worked = false;
+    if (!keeper.records.empty() && due.next_try <= now) {
+        keep_some(keeper, store, lock);
+        due.next_try = keeper.news.health.failure.empty() ? now : clock::now() + NEXT_TRY;
+        worked = true;
+    }
+    if (keeper.end_by) return worked;
+    if (!keeper.questions.empty()) {
+        answer_one(keeper, lock);
+        worked = true;
+    }
+    if (!worked && keeper.records.empty() && due.next_removal <= now) {
+        worked = remove_some(keeper, lock);
+        if (!worked) due.next_removal = clock::now() + NEXT_REMOVAL;
+    }
+    return worked;
+}
+
+bool is_done(const keeper& keeper)
+{
+    return keeper.end_by && (keeper.records.empty() || *keeper.end_by <= clock::now());
+}
+
 void work(keeper& keeper)
 {
     store store{keeper.opened, {}, {}};
-    clock::time_point next_try{};
-    clock::time_point next_removal{};
+    schedule due;
     std::unique_lock lock(keeper.mutex);
-    while (true) {
-        const clock::time_point now = clock::now();
-        if (keeper.end_by && (keeper.records.empty() || *keeper.end_by <= now)) return;
-        bool worked = false;
-        if (!keeper.records.empty() && next_try <= now) {
-            keep_some(keeper, store, lock);
-            next_try = keeper.news.health.failure.empty() ? now : clock::now() + NEXT_TRY;
-            worked = true;
-        }
-        if (!keeper.questions.empty() && !keeper.end_by) {
-            answer_one(keeper, lock);
-            worked = true;
-        }
-        if (worked) continue;
-        if (keeper.records.empty() && next_removal <= now && !keeper.end_by) {
-            if (!remove_some(keeper, lock)) next_removal = clock::now() + NEXT_REMOVAL;
-            continue;
-        }
-        clock::time_point until = keeper.records.empty() ? next_removal : next_try;
+    while (!is_done(keeper)) {
+        if (work_once(keeper, store, due, lock)) continue;
+        clock::time_point until = keeper.records.empty() ? due.next_removal : due.next_try;
         if (keeper.end_by) until = std::min(until, *keeper.end_by);
         keeper.work.wait_until(lock, until);
     }

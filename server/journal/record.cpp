@@ -44,7 +44,7 @@ std::size_t bytes_of(const note& note)
 
 std::size_t size_of(const record& given)
 {
-    return sizeof given + std::visit([](const auto& what) { return bytes_of(what); }, given);
+    return sizeof(record) + std::visit([](const auto& what) { return bytes_of(what); }, given);
 }
 
 } // namespace journal

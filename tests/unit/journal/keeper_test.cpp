@@ -182,7 +182,8 @@ TEST_F(KeeperTest, LosesTheOldestBeyondItsBoundAndCountsThem)
     EXPECT_EQ(last.health.lost, 2);
     finish();
     std::vector<int> kept;
-    for (const auto& [position, label] : house_on_disk().routers.at("r1").source_labels)
+    const desk::house house = house_on_disk();
+    for (const auto& [position, label] : house.routers.at("r1").source_labels)
         kept.push_back(position);
     EXPECT_THAT(kept, ElementsAre(2, 3, 4));
 }
