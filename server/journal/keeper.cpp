@@ -203,8 +203,8 @@ bool work_once(keeper& keeper, store& store, schedule& due, std::unique_lock<std
         worked = true;
     }
     if (!worked && keeper.records.empty() && due.next_removal <= now) {
-        worked = remove_some(keeper, lock);
-        if (!worked) due.next_removal = clock::now() + NEXT_REMOVAL;
+        if (!remove_some(keeper, lock)) due.next_removal = clock::now() + NEXT_REMOVAL;
+        worked = true; // more may have been given meanwhile, while nobody waited for it
     }
     return worked;
 }
