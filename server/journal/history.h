@@ -16,7 +16,7 @@
 
 namespace journal {
 
-constexpr std::int64_t ROWS_EXAMINED = 5000;
+constexpr std::int64_t ROWS_EXAMINED = 2000;
 
 // What is none does not matter.
 struct history_filter {
