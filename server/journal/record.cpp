@@ -37,7 +37,7 @@ std::size_t bytes_of(const note& note)
 {
     std::size_t bytes = note.data.size();
     for (const auto& [key, value] : note.keys)
-        bytes += sizeof key + sizeof value + key.size() + (value ? value->size() : 0);
+        bytes += sizeof(note.keys) + key.size() + (value ? value->size() : 0);
     return bytes;
 }
 } // namespace
