@@ -3,6 +3,8 @@
 namespace journal {
 
 namespace {
+constexpr std::size_t BYTES_OF_KEY = 128; // beside its texts
+
 // Texts in a row, beside the record itself, are short but for a wish's detail.
 std::size_t extra(const desk::batch_made& made)
 {
@@ -37,7 +39,7 @@ std::size_t bytes_of(const note& note)
 {
     std::size_t bytes = note.data.size();
     for (const auto& [key, value] : note.keys)
-        bytes += sizeof(note.keys) + key.size() + (value ? value->size() : 0);
+        bytes += BYTES_OF_KEY + key.size() + (value ? value->size() : 0);
     return bytes;
 }
 } // namespace
