@@ -45,6 +45,7 @@ PROGRAMS = {
     ("server/journal/",): ["journal_tests"],
     ("server/routers/",): ["routers_tests"],
     ("server/accounts/",): ["accounts_tests"],
+    ("server/web/",): ["web_tests"],
 }
 
 
@@ -118,7 +119,7 @@ def test_runs(source, programs):
     notice a change first."""
     runs = []
     for program in ("unit_tests", "console_tests", "desk_tests", "journal_tests", "routers_tests",
-                    "accounts_tests"):
+                    "accounts_tests", "web_tests"):
         if program in programs:
             stem = Path(source).stem
             tests = PROJECT / "tests" / "unit"
