@@ -10,11 +10,10 @@ bool is_variable(std::string_view segment)
     return segment.starts_with('{');
 }
 
-// False when the path is another one than the pattern's.
+// False when the path is another one than the pattern's. `values` is empty before.
 bool matches(std::string_view pattern, const std::vector<std::string>& path,
              std::vector<std::string>& values)
 {
-    values.clear();
     for (const std::string& segment : path) {
         if (!pattern.starts_with('/')) return false;
         pattern.remove_prefix(1);

@@ -24,8 +24,9 @@ bool decode(std::string_view text, bool plus_is_blank, std::string& decoded)
         } else if (text[i] != '%') {
             decoded += text[i];
         } else {
-            const int high = i + 2 < text.size() ? hexadecimal(text[i + 1]) : -1;
-            const int low = i + 2 < text.size() ? hexadecimal(text[i + 2]) : -1;
+            if (i + 2 >= text.size()) return false;
+            const int high = hexadecimal(text[i + 1]);
+            const int low = hexadecimal(text[i + 2]);
             if (high < 0 || low < 0) return false;
             decoded += static_cast<char>(high * 16 + low);
             i += 2;

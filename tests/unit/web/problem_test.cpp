@@ -1,10 +1,59 @@
+#include <fstream>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
+#include <regex>
+#include <sstream>
 
 #include "server/desk/words.h"
 #include "server/web/problem.h"
 
 using namespace web;
+
+namespace {
+std::string description()
+{
+    std::ostringstream text;
+    text << std::ifstream(PROJECT_DIRECTORY "/docs/openapi.yaml").rdbuf();
+    return text.str();
+}
+
+std::vector<std::smatch> matches(const std::string& text, const std::string& pattern)
+{
+    const std::regex expression(pattern);
+    return {std::sregex_iterator(text.begin(), text.end(), expression), {}};
+}
+} // namespace
+
+TEST(Problem, IsAsTheDescriptionOfTheApiHasIt)
+{
+    const std::string text = description();
+    const auto examples =
+        matches(text, "type: (/problems/[^,]+), title: ([^,]+), status: (\\d+), code: (\\w+)");
+    EXPECT_GT(examples.size(), 40U);
+    for (const std::smatch& example : examples) {
+        const std::string code = example[4];
+        // Of what the body names; of the old password, at a change.
+        const bool other = (example[3] == "422" && code.starts_with("noSuch")) ||
+                           (example[3] == "403" && code == "wrongPassword");
+        const auto body =
+            nlohmann::json::parse(problem_response({.code = code, .detail = ""}).body);
+        EXPECT_EQ(body["type"], example[1]) << code;
+        EXPECT_EQ(body["title"], example[2]) << code;
+        EXPECT_TRUE(other || std::to_string(status_of(code)) == example[3]) << code;
+    }
+}
+
+TEST(Problem, HasAKindForEachCodeOfTheApi)
+{
+    const std::string text = description();
+    const auto lists = matches(text, "    ProblemCode:\n[^\\[]*\\[([^\\]]*)\\]");
+    ASSERT_EQ(lists.size(), 1U);
+    const std::string list = lists[0][1];
+    const auto codes = matches(list, "\\w+");
+    EXPECT_GT(codes.size(), 50U);
+    for (const std::smatch& code : codes)
+        EXPECT_TRUE(code[0] == "internalError" || status_of(code[0].str()) != 500) << code[0];
+}
 
 TEST(Problem, SaysWhatIsWrong)
 {

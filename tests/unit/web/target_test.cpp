@@ -44,8 +44,8 @@ TEST_F(Target, MayHaveLittle)
 
 TEST_F(Target, IsDecoded)
 {
-    ASSERT_TRUE(reads("/MON%20A+B/%c3%A4?na+me=a%3Db%26+c=d%2B"));
-    EXPECT_THAT(read.path, ElementsAre("MON A+B", "\xc3\xa4"));
+    ASSERT_TRUE(reads("/MON%20A+B/%c3%A4%69?na+me=a%3Db%26+c=d%2B"));
+    EXPECT_THAT(read.path, ElementsAre("MON A+B", "\xc3\xa4i"));
     EXPECT_THAT(read.query, ElementsAre(Pair("na me", "a=b& c=d+")));
 }
 
