@@ -238,16 +238,22 @@ std::optional<int> known_source(int source)
     return source;
 }
 
+std::optional<std::string> text_of(const desk::doings& doings)
+{
+    if (doings == desk::doings{}) return std::nullopt;
+    return doings_object(doings).dump();
+}
+
 void keep(store& store, const desk::entry&, const desk::wish_ended& ended)
 {
     const auto batch = number_of(store, ended.id.batch);
     if (!batch || run(store.database,
                       "UPDATE history SET outcome = ?, why = ?, detail = ?, sent_after = ?,"
-                      " ended_after = ?, was = coalesce(?, was)"
+                      " ended_after = ?, was = coalesce(?, was), doings = ?"
                       " WHERE batch = ? AND wish = ? AND outcome = 'open'",
                       std::string(word_of(OUTCOMES, ended.end)), word_of_reason(ended.why),
                       ended.detail, count_of(ended.sent_after), ended.ended_after.count(),
-                      known_source(ended.was), *batch, ended.id.row) == 0)
+                      known_source(ended.was), text_of(ended.doings), *batch, ended.id.row) == 0)
         return;
     if (ended.end == desk::outcome::confirmed) set_author(store, *batch, ended.id);
     if (ended.end == desk::outcome::unknown)
@@ -262,9 +268,9 @@ void keep(store& store, const desk::entry&, const desk::confirmed_late& late)
     const auto batch = number_of(store, late.id.batch);
     if (!batch) return;
     run(store.database,
-        "UPDATE history SET confirmed_late_after = ?, was = coalesce(?, was)"
+        "UPDATE history SET confirmed_late_after = ?, was = coalesce(?, was), doings = ?"
         " WHERE batch = ? AND wish = ?",
-        late.after.count(), known_source(late.was), *batch, late.id.row);
+        late.after.count(), known_source(late.was), text_of(late.doings), *batch, late.id.row);
     set_author(store, *batch, late.id);
 }
 

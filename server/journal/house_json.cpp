@@ -111,6 +111,14 @@ void add_duration(json& object, const char* name, const std::optional<desk::mono
 }
 } // namespace
 
+json doings_object(const desk::doings& doings)
+{
+    json object = json::object();
+    if (doings.replaced) object["replaced"] = wish_id_object(*doings.replaced);
+    if (doings.restored) object["restored"] = wish_id_object(*doings.restored);
+    return object;
+}
+
 json wish_object(const desk::wish& wish)
 {
     json object = route_object(wish.wished);
@@ -122,8 +130,7 @@ json wish_object(const desk::wish& wish)
     add_duration(object, "sentAfter", wish.sent_after);
     add_duration(object, "endedAfter", wish.ended_after);
     add_duration(object, "confirmedLateAfter", wish.confirmed_late_after);
-    if (wish.doings.replaced) object["replaced"] = wish_id_object(*wish.doings.replaced);
-    if (wish.doings.restored) object["restored"] = wish_id_object(*wish.doings.restored);
+    object.update(doings_object(wish.doings));
     if (wish.found) object["found"] = source_number(*wish.found);
     if (wish.accepted) object["accepted"] = true;
     return object;

@@ -14,13 +14,15 @@ nlohmann::json settings_object(const desk::router_settings& settings); // withou
 nlohmann::json label_object(int position, const desk::label& label);
 nlohmann::json lock_object(int destination, const desk::lock& lock);
 nlohmann::json version_object(const desk::salvo_version& version);
+nlohmann::json doings_object(const desk::doings& doings);
 nlohmann::json wish_object(const desk::wish& wish);
 nlohmann::json batch_object(const desk::batch& batch);
 
 desk::router_settings read_settings(const std::string& id, const place& at);
-desk::label read_label(const place& at); // without its position
-desk::lock read_lock(const place& at);   // likewise
+desk::label read_label(const place& at);   // without its position
+desk::lock read_lock(const place& at);     // likewise
 desk::reason read_reason(const place& at); // by its code
+desk::doings read_doings(const place& at);
 desk::salvo_version read_version(const place& at, int least_number);
 
 } // namespace journal

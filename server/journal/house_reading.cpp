@@ -76,6 +76,14 @@ desk::reason read_reason(const place& at)
     }
 }
 
+desk::doings read_doings(const place& at)
+{
+    desk::doings doings;
+    if (has(at, "replaced")) doings.replaced = read_wish_id(member(at, "replaced"));
+    if (has(at, "restored")) doings.restored = read_wish_id(member(at, "restored"));
+    return doings;
+}
+
 // The desk itself judges them.
 desk::router_settings read_settings(const std::string& id, const place& at)
 {
@@ -213,8 +221,7 @@ desk::wish read_wish(const place& at)
     wish.sent_after = read_duration(at, "sentAfter");
     wish.ended_after = read_duration(at, "endedAfter");
     wish.confirmed_late_after = read_duration(at, "confirmedLateAfter");
-    if (has(at, "replaced")) wish.doings.replaced = read_wish_id(member(at, "replaced"));
-    if (has(at, "restored")) wish.doings.restored = read_wish_id(member(at, "restored"));
+    wish.doings = read_doings(at);
     if (has(at, "found")) wish.found = read_source(member(at, "found"), LAST_SHOWN);
     wish.accepted = read_flag(at, "accepted");
     // One that was refused at once may have asked for what there is not.

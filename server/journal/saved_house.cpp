@@ -93,6 +93,12 @@ desk::reason reason_in(const SQLite::Column& column)
     return read_reason(place{text, column.getName(), true});
 }
 
+desk::doings doings_in(const SQLite::Column& column)
+{
+    const json object = json::parse(column.getString(), nullptr, false);
+    return read_doings(place{object, column.getName(), true});
+}
+
 std::optional<desk::monotonic> duration_in(const SQLite::Column& column)
 {
     if (column.isNull()) return std::nullopt;
@@ -154,6 +160,7 @@ desk::wish read_wish_row(SQLite::Statement& row)
     wish.confirmed_late_after = duration_in(row.getColumn(10));
     if (!row.getColumn(11).isNull()) wish.found = row.getColumn(11).getInt();
     wish.accepted = row.getColumn(12).getInt() != 0;
+    if (!row.getColumn(13).isNull()) wish.doings = doings_in(row.getColumn(13));
     return wish;
 }
 
@@ -163,7 +170,7 @@ bool read_rows(store& store, numbered_batch& batch)
     each_row(
         store.database,
         "SELECT router, destination, source, was, outcome, why, detail, unchanged, sent_after,"
-        " ended_after, confirmed_late_after, found, accepted FROM history"
+        " ended_after, confirmed_late_after, found, accepted, doings FROM history"
         " WHERE batch = ? AND wish IS NOT NULL ORDER BY wish",
         [&](SQLite::Statement& row) {
             batch.batch.rows.push_back(read_wish_row(row));

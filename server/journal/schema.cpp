@@ -57,6 +57,7 @@ CREATE TABLE history(
     confirmed_late_after INTEGER,
     found INTEGER,
     accepted INTEGER,
+    doings TEXT, -- JSON; NULL: none
     data TEXT -- of other events, JSON
 );
 CREATE UNIQUE INDEX history_by_batch ON history(batch, wish) WHERE batch IS NOT NULL;
