@@ -100,7 +100,9 @@ void see_entry(ledger& ledger, const batch_made& made)
         if (!is_new) complain(ledger, "batch made twice");
         const place where{wish.wished.router, wish.wished.destination};
         if (wish.end == outcome::open) ledger.open[where].insert({made.id, number});
-        if (wish.end == outcome::open || wish.unchanged) ledger.newest[where] = {made.id, number};
+        if (wish.end != outcome::open && !wish.unchanged) continue;
+        ledger.newest[where] = {made.id, number};
+        ledger.unanswered.erase(where);
     }
 }
 
@@ -114,7 +116,13 @@ void see_entry(ledger& ledger, const wish_ended& ended)
         complain(ledger, "end as not sent of a wish whose take was made");
     found->second.end = ended.end;
     found->second.told_sent = ended.sent_after.has_value();
-    ledger.open[{found->second.wished.router, found->second.wished.destination}].erase(ended.id);
+    const place where{found->second.wished.router, found->second.wished.destination};
+    std::set<wish_id>& open = ledger.open[where];
+    open.erase(ended.id);
+    const bool answered = ended.end != outcome::timed_out && ended.end != outcome::contradicted &&
+                          ended.end != outcome::unknown;
+    if (!answered && (open.empty() || ledger.newest[where] == ended.id))
+        ledger.unanswered[where].insert(ended.id);
 }
 
 void see_entry(ledger& ledger, const confirmed_late& late)
@@ -284,11 +292,8 @@ void add_possible_authors(ledger& ledger, const place& where, fact_seen& fact)
     };
     for (const wish_id& id : ledger.open[where])
         may_be(id);
-    const auto newest = ledger.newest.find(where);
-    if (newest == ledger.newest.end()) return;
-    const outcome end = ledger.wishes.at(newest->second).end;
-    if (end == outcome::timed_out || end == outcome::contradicted || end == outcome::unknown)
-        may_be(newest->second);
+    for (const wish_id& id : ledger.unanswered[where])
+        may_be(id);
 }
 } // namespace
 
@@ -377,6 +382,12 @@ void see_take(ledger& ledger, const sending& sent)
     if (was_never_sent(wish.end)) complain(ledger, "take of a wish that had ended as not sent");
     if (wish.told_sent && wish.end != outcome::open)
         complain(ledger, "take of a wish that had ended as sent");
+    if (wish.end == outcome::open) return;
+    // Nobody can tell it from the take of a newer wish for the same route.
+    for (const wish_id& id : ledger.open[{wish.wished.router, wish.wished.destination}]) {
+        wish_seen& newer = ledger.wishes.at(id);
+        if (newer.ordered && newer.wished == wish.wished) newer.maybe_sent = true;
+    }
 }
 
 void complain(ledger& ledger, const std::string& rule)

@@ -45,6 +45,8 @@ struct ledger {
     std::map<desk::wish_id, wish_seen> wishes;
     std::map<place, std::set<desk::wish_id>> open;
     std::map<place, desk::wish_id> newest; // wish, open or not
+    // Wishes that have ended without an answer since the newest was made.
+    std::map<place, std::set<desk::wish_id>> unanswered;
     std::map<place, fact_seen> facts;
     std::map<place, desk::lock> locks;
     std::map<std::string, std::uint64_t> revisions; // by router, the house's own under ""
