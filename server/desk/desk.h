@@ -59,7 +59,7 @@ struct open_wish {
     bool answered = false;         // the query that followed the take
     bool shown = false;            // the router has shown the wished source since
     int gone_to = UNKNOWN_SOURCE;  // after that it has shown this, whose report ends the wish
-    bool maybe_sent = false;       // queued; a part of the traffic that was not read may have it
+    bool maybe_sent = false;       // queued; as far as the traffic tells, its take may have passed
 };
 
 // A take that the router has neither acknowledged nor refused.
@@ -74,7 +74,6 @@ struct live_router {
     wall link_since{};
     std::uint32_t connection = 0; // counts those over which something was read; 0: none yet
     reason ending = reason::none; // why its backend has been ordered to end, which it has not yet
-    bool may_hold = false;        // its backend may hold a change whose wish has ended
     int inputs = 0;               // as the backend counts them; 0: it has not
     int outputs = 0;
     std::vector<std::string> source_names; // may be more than inputs
@@ -85,6 +84,8 @@ struct live_router {
     std::map<int, std::size_t> queries_under_way; // by destination; none 0
     std::deque<unanswered_take> takes_unanswered; // oldest first
     std::set<int> disconnected; // destinations that showed no source in what passed last
+    // Destination and source of changes that its backend may hold though their wishes have ended.
+    std::set<std::pair<int, int>> may_hold;
     std::uint64_t revision = 0; // one more with each change that anyone can see
 };
 

@@ -186,7 +186,7 @@ void report_link(desk_state& desk, const moment& now, const std::string& router,
         }
     }
     tell_change(desk, router, change::kind::link);
-    if (link != link_state::ready && (live->may_hold || holds_queued(*live)))
+    if (link != link_state::ready && (!live->may_hold.empty() || holds_queued(*live)))
         end_backend(desk, now, router, reason::link_lost);
 }
 
@@ -256,7 +256,7 @@ void report_backend_ended(desk_state& desk, const moment& now, const std::string
                        : late    ? reason::not_sent_in_time
                                  : reason::backend_ended);
     }
-    live->may_hold = false;
+    live->may_hold.clear();
 }
 
 } // namespace desk

@@ -73,6 +73,10 @@ void trace_take(desk_state& desk, const moment& now, const std::string& router, 
     std::optional<wish_id> sent;
     std::vector<wish_id> older;
     if (const auto* open = open_on(*live, destination)) sent = wish_of_take(*open, source, older);
+    if (sent && live->may_hold.contains({destination, source})) {
+        find_open(desk, *sent)->maybe_sent = true; // or this is the take of a wish that has ended
+        sent.reset();
+    }
     if (sent) {
         for (const wish_id& id : older)
             if (find_open(desk, id)->maybe_sent)
@@ -80,6 +84,8 @@ void trace_take(desk_state& desk, const moment& now, const std::string& router, 
             else
                 end_superseded(desk, now, id, *sent);
         mark_sent(desk, now, *sent);
+        std::erase_if(live->may_hold,
+                      [&](const auto& change) { return change.first == destination; });
     }
     if (live->takes_unanswered.size() == TAKES_UNANSWERED) live->takes_unanswered.pop_front();
     live->takes_unanswered.push_back({destination, sent});
@@ -120,9 +126,11 @@ void trace_route(desk_state& desk, const moment& now, const std::string& router,
     if (live == nullptr) return;
     const bool asked = end_query(*live, destination);
     std::vector<wish_id> sent;
-    if (const auto* open = open_on(*live, destination))
-        for (const open_wish& wish : *open)
+    if (auto* open = open_on(*live, destination))
+        for (open_wish& wish : *open) {
             if (wish.state == wish_state::sent) sent.push_back(wish.id);
+            wish.shown = wish.shown || (wish.maybe_sent && wish.source == source);
+        }
     for (const wish_id& id : sent)
         judge_wish(desk, now, id, source, asked);
     live->disconnected.erase(destination);

@@ -10,7 +10,8 @@
 namespace desk {
 
 // A take was sent to the router. Queued wishes for the destination that are older than the one it
-// is for have been superseded.
+// is for have been superseded. When it may be the change of a wish that has ended, a queued one for
+// the same source may have been sent.
 void trace_take(desk_state& desk, const moment& now, const std::string& router, int destination,
                 int source);
 

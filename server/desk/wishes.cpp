@@ -111,7 +111,8 @@ void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome en
     const open_wish closed = close_wish(desk, live, wished.destination, id);
     wish_ended ended{id,        end, why, detail, std::nullopt, now.steady - closed.begun.steady,
                      closed.was};
-    if (closed.state == wish_state::queued && closed.maybe_sent) live.may_hold = true;
+    if (closed.state == wish_state::queued)
+        live.may_hold.insert({wished.destination, closed.source});
     if (closed.state == wish_state::sent) ended.sent_after = closed.sent - closed.begun.steady;
     if (end == outcome::confirmed) ended.doings = doings_of(desk.house, id, closed.was);
     record_entry(desk, {now.utc, "", "", ended});

@@ -113,3 +113,49 @@ TEST_F(LostTrace, LeavesNothingWithABackendWhoseTakesAreRead)
     link(link_state::down);
     EXPECT_THAT(ordered(), IsEmpty());
 }
+
+// Confirmed by what the router shows already, the first wish leaves its change with the backend.
+TEST_F(LostTrace, GivesNoWishTheTakeOfOneThatHasEnded)
+{
+    wish(anna, 0, 2);
+    trace_lost(desk, "main");
+    report(0, 2);
+    report(0, 5);
+    wish(anna, 1, 3);
+    carry_out(1, 3);
+    const auto again = wish(ben, 0, 2);
+    takes(0, 2);
+    shows(0, 5);
+    report(0, 2);
+    EXPECT_EQ(became(again), "queued");
+    shows(0, 2);
+    report(0, 2);
+    EXPECT_EQ(became(again), "confirmed");
+    EXPECT_EQ(row_of(again).sent_after, std::nullopt);
+}
+
+TEST_F(LostTrace, BlamesNoWishForTheRefusalOfOneThatHasEnded)
+{
+    wish(anna, 0, 2);
+    trace_lost(desk, "main");
+    report(0, 2);
+    report(0, 5);
+    const auto older = wish(anna, 0, 3);
+    const auto again = wish(ben, 0, 2);
+    takes(0, 2);
+    trace_take_answer(desk, now, "main", "NAK");
+    EXPECT_EQ(became(older), "queued");
+    EXPECT_EQ(became(again), "queued");
+}
+
+TEST_F(LostTrace, KnowsTakesAgainAfterOneOfAnotherSource)
+{
+    wish(anna, 0, 2);
+    trace_lost(desk, "main");
+    report(0, 2);
+    wish(anna, 0, 3);
+    carry_out(0, 3);
+    const auto again = wish(ben, 0, 2);
+    takes(0, 2);
+    EXPECT_EQ(became(again), "sent");
+}

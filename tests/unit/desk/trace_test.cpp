@@ -211,6 +211,16 @@ TEST_F(Trace, IsNotContradictedByTheResultOfAnOlderTake)
     EXPECT_EQ(became(bens), "contradicted: the router shows CAM 3 instead: taken by anna");
 }
 
+TEST_F(Trace, ConfirmsNothingByWhatWasShownBeforeTheTake)
+{
+    report(0, 1);
+    const auto answer = wish(anna, 0, 2);
+    shows(0, 2);
+    takes(0, 2);
+    report(0, 2);
+    EXPECT_EQ(became(answer), "sent");
+}
+
 TEST_F(Trace, UnaskedContradictsNothingWhileItIsNotKnownWhatWasThere)
 {
     const int destination = POSITIONS_HERE;
