@@ -7,31 +7,12 @@
 #include "server/desk/words.h"
 #include "server/journal/house_parts.h"
 #include "server/journal/sql.h"
+#include "server/journal/stored_json.h"
 
 namespace journal {
 
 namespace {
 using nlohmann::json;
-
-void make_ascii(json& value)
-{
-    if (value.is_string())
-        for (char& byte : value.get_ref<std::string&>())
-            if (static_cast<unsigned char>(byte) >= 0x80) byte = '?';
-    if (value.is_structured())
-        for (json& each : value)
-            make_ascii(each);
-}
-
-std::string json_text(json value)
-{
-    try {
-        return value.dump();
-    } catch (const json::type_error&) { // no UTF-8
-        make_ascii(value);
-        return value.dump();
-    }
-}
 
 std::string number_key(int number)
 {
@@ -311,6 +292,20 @@ void keep(store& store, const desk::entry& entry, const desk::outside_change& ch
 void keep_entry(store& store, const desk::entry& entry)
 {
     std::visit([&](const auto& what) { keep(store, entry, what); }, entry.what);
+}
+
+void keep_note(store& store, const note& note)
+{
+    for (const auto& [key, value] : note.keys)
+        if (value)
+            set(store, key, *value);
+        else
+            remove(store, key);
+    if (note.kind.empty()) return;
+    std::optional<std::string> data;
+    if (!note.data.empty()) data = note.data;
+    run(store.database, "INSERT INTO history(at, kind, person, origin, data) VALUES(?, ?, ?, ?, ?)",
+        note.at.count(), note.kind, note.person, note.origin, data);
 }
 
 } // namespace journal

@@ -1,8 +1,9 @@
-// What an entry of the desk changes in the tables.
+// What an entry of the desk, or a note, changes in the tables.
 #pragma once
 
 #include "server/desk/entries.h"
 #include "server/journal/house_words.h"
+#include "server/journal/record.h"
 #include "server/journal/store.h"
 
 namespace journal {
@@ -22,8 +23,8 @@ constexpr std::string_view OUTCOME_ACCEPTED = "outcomeAccepted";
 constexpr std::string_view OUTSIDE_CHANGE = "outsideChange";
 
 // Within a transaction of the caller's. An entry that concerns what the tables do not have changes
-// nothing but the history. Text that is no UTF-8 loses its letters beyond ASCII where it is kept as
-// JSON.
+// nothing but the history.
 void keep_entry(store& store, const desk::entry& entry);
+void keep_note(store& store, const note& note);
 
 } // namespace journal

@@ -16,16 +16,10 @@ namespace journal {
 namespace {
 using nlohmann::json;
 
-constexpr long long LAST_TIME = 253'402'300'799'999;     // the year 9999
 constexpr long long LONGEST_DURATION = LAST_TIME * 1000; // in microseconds
 constexpr int LAST_ROUTED = desk::ROUTED_POSITIONS - 1;
 constexpr int LAST_SHOWN = desk::POSITIONS - 1; // also sources that cannot be routed
 constexpr int LAST_NUMBER = std::numeric_limits<int>::max();
-
-desk::wall read_time(const place& at)
-{
-    return desk::wall(read_integer(at, 0, LAST_TIME));
-}
 
 int read_source(const place& at, int most)
 {

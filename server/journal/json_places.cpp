@@ -52,6 +52,11 @@ int read_int(const place& at, int least, int most)
     return static_cast<int>(read_integer(at, least, most));
 }
 
+desk::wall read_time(const place& at)
+{
+    return desk::wall(read_integer(at, 0, LAST_TIME));
+}
+
 std::string read_text(const place& at, std::size_t longest)
 {
     if (!at.value.is_string()) complain(at, "is no text");

@@ -10,6 +10,8 @@
 #include <string_view>
 #include <utility>
 
+#include "server/desk/moment.h"
+
 namespace journal {
 
 // Ends the reading; the text says where and why.
@@ -35,6 +37,9 @@ void expect_members(const place& at, std::initializer_list<std::string_view> kno
 
 long long read_integer(const place& at, long long least, long long most);
 int read_int(const place& at, int least, int most);
+
+constexpr long long LAST_TIME = 253'402'300'799'999; // the year 9999
+desk::wall read_time(const place& at);
 
 constexpr std::size_t LONGEST_TEXT = 4096; // bytes
 std::string read_text(const place& at, std::size_t longest = LONGEST_TEXT);

@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 #include "server/journal/entry_tables.h"
-#include "server/journal/sql.h"
 #include "server/journal/store.h"
 
 namespace journal {
@@ -62,20 +61,6 @@ std::uint64_t give(keeper& keeper, std::vector<waiting_record> records)
     dropped = drop_beyond(keeper);
     keeper.work.notify_one();
     return keeper.records_given;
-}
-
-void keep_note(store& store, const note& note)
-{
-    for (const auto& [key, value] : note.keys)
-        if (value)
-            set(store, key, *value);
-        else
-            remove(store, key);
-    if (note.kind.empty()) return;
-    std::optional<std::string> data;
-    if (!note.data.empty()) data = note.data;
-    run(store.database, "INSERT INTO history(at, kind, person, origin, data) VALUES(?, ?, ?, ?, ?)",
-        note.at.count(), note.kind, note.person, note.origin, data);
 }
 
 // Throws, and nothing is changed, when the disk fails.

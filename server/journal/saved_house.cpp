@@ -7,29 +7,12 @@
 #include "server/journal/house_parts.h"
 #include "server/journal/house_words.h"
 #include "server/journal/sql.h"
+#include "server/journal/stored_json.h"
 
 namespace journal {
 
 namespace {
 using nlohmann::json;
-
-// Calls it with each key's parts after the prefix's first, and the place of its value.
-template <class call>
-void each_key(store& store, const std::string& prefix, call take)
-{
-    for (const stored& each : list(store, prefix)) {
-        const json value = json::parse(each.value, nullptr, false);
-        const place at{value, each.key, true};
-        if (value.is_discarded()) complain(at, "is no JSON");
-        std::vector<std::string> parts;
-        for (std::size_t begin = prefix.size(), end = 0; end != std::string::npos;
-             begin = end + 1) {
-            end = each.key.find('/', begin);
-            parts.push_back(each.key.substr(begin, end - begin));
-        }
-        take(parts, at);
-    }
-}
 
 int number_in(const std::string& part, const place& at, int most)
 {
