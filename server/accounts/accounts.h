@@ -25,6 +25,7 @@ struct person {
     bool disabled = false; // may nothing, and has no session
     std::string settings;  // of the panel: JSON, not looked into; empty: none
     desk::wall created{};
+    bool operator==(const person&) const = default;
 };
 
 enum class token_kind {
@@ -40,6 +41,7 @@ struct token {
     desk::right most = desk::right::none; // and never more than the person may
     secret_hash hash{};
     desk::wall created{};
+    bool operator==(const token&) const = default;
 };
 
 struct session {
@@ -48,6 +50,7 @@ struct session {
     desk::wall begun{};
     desk::wall used{};
     desk::wall use_told{}; // by an event
+    bool operator==(const session&) const = default;
 };
 
 struct event {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "server/accounts/sessions.h"
+#include "server/desk/limits.h"
 #include "server/desk/words.h"
 
 namespace accounts {
@@ -33,6 +34,15 @@ bool leaves_nobody(const accounts_state& accounts, const std::string& id, const 
            std::none_of(accounts.people.begin(), accounts.people.end(), [&](const auto& other) {
                return other.first != id && can_administer(other.second);
            });
+}
+
+bool names_too_much(const desk::rights& may)
+{
+    return may.exceptions.size() > desk::ROUTERS ||
+           (may.groups &&
+            (may.groups->size() > desk::POSITIONS ||
+             std::any_of(may.groups->begin(), may.groups->end(),
+                         [](const auto& each) { return each.size() > desk::TEXT_LENGTH; })));
 }
 
 objection last_administrator(const std::string& id)
@@ -74,6 +84,8 @@ objection set_person(accounts_state& accounts, const desk::moment& now, const de
         return {refusal::bad_value, "a person's id has 1 to 64 of a to z, 0 to 9, '.', '-', '_' "
                                     "and '@'"};
     if (wanted.name.empty()) return {refusal::bad_value, "a person needs a name"};
+    if (names_too_much(wanted.may))
+        return {refusal::bad_value, "the rights name more routers or groups than there can be"};
     const person* const old = find_person(accounts, id);
     if (old == nullptr && accounts.people.size() >= PEOPLE)
         return {refusal::too_many, "there are as many people as there can be"};

@@ -16,6 +16,7 @@ struct rights {
     std::map<std::string, right, std::less<>> exceptions; // by router
     // When set, `operate` counts only for destinations of these groups. Engineers are not limited.
     std::optional<std::set<std::string, std::less<>>> groups;
+    bool operator==(const rights&) const = default;
 };
 
 struct actor {

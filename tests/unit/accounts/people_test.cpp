@@ -1,4 +1,5 @@
 #include "server/accounts/people.h"
+#include "server/desk/limits.h"
 #include "unit/accounts/accounts_test.h"
 
 using namespace accounts;
@@ -170,4 +171,22 @@ TEST(Passwords, HaveALength)
     EXPECT_EQ(password_complaint(std::string(1024, 'x')), "");
     EXPECT_EQ(password_complaint(std::string(1025, 'x')),
               "A password has at most 1024 characters.");
+}
+
+TEST_F(People, HaveRightsWithinBounds)
+{
+    person wanted;
+    wanted.name = "Ben L.";
+    wanted.may.groups.emplace();
+    for (int i = 0; i < desk::POSITIONS; ++i)
+        wanted.may.groups->insert("G" + std::to_string(i));
+    EXPECT_EQ(set_person(accounts, now, eve, "ben", wanted).why, refusal::none);
+    wanted.may.groups->insert("one more");
+    EXPECT_EQ(set_person(accounts, now, eve, "ben", wanted).why, refusal::bad_value);
+    wanted.may.groups = {std::string(desk::TEXT_LENGTH + 1, 'x')};
+    EXPECT_EQ(set_person(accounts, now, eve, "ben", wanted).why, refusal::bad_value);
+    wanted.may.groups.reset();
+    for (std::size_t i = 0; i <= desk::ROUTERS; ++i)
+        wanted.may.exceptions["r" + std::to_string(i)] = desk::right::view;
+    EXPECT_EQ(set_person(accounts, now, eve, "ben", wanted).why, refusal::bad_value);
 }
