@@ -20,6 +20,8 @@ const char* const COMMAND_HELP =
     "  refuse DESTINATION SOURCE CODE  answer clients' takes of this crosspoint by an error\n"
     "  allow DESTINATION SOURCE        end that\n"
     "  do NAME                         do the steps of this name of the scenario\n"
+    "  on NAME                         from now on do them whenever they come up\n"
+    "  off NAME                        end that; what has begun goes on\n"
     "  drop                            close the connections of all clients\n"
     "  routes                          show what is routed where\n"
     "  clients                         show who is connected\n"
@@ -143,6 +145,15 @@ std::string run_do(simulator& simulated, const command_words& words)
     return do_named_steps(simulated, words[1].text, error) ? "" : error + "\n";
 }
 
+// "on" and "off".
+std::string run_switch(simulator& simulated, const command_words& words)
+{
+    if (words.size() != 2) return "Usage: " + words[0].text + " NAME\n";
+    std::string error;
+    const bool off = words[0].text == "off";
+    return switch_named_steps(simulated, words[1].text, off, error) ? "" : error + "\n";
+}
+
 std::string routes_text(const simulated_router& router)
 {
     if (router.routes.empty()) return "There are no destinations.\n";
@@ -170,6 +181,7 @@ std::string run_words(simulator& simulated, const command_words& words)
     if (command == "lock" || command == "unlock") return run_lock(simulated, words);
     if (command == "refuse" || command == "allow") return run_refuse(simulated, words);
     if (command == "do") return run_do(simulated, words);
+    if (command == "on" || command == "off") return run_switch(simulated, words);
     if (command == "routes") return routes_text(server.router);
     if (command == "clients") return clients_text(server);
     if (command == "help") return COMMAND_HELP;

@@ -262,6 +262,9 @@ bool read_step(located_object from, const simulated_router& router, scenario_ste
         if (step.name.empty())
             return refuse_key(from, "name", "a text with something in it", error);
     }
+    if (!read_flag(from, "off", step.begins_off, error)) return false;
+    if (step.begins_off && step.name.empty())
+        return refuse(from.line, "\"name\" is missing, by which it is switched on", error);
     if (!read_trigger(from, step, error)) return false;
     const bool on_request = step.trigger == trigger_kind::request;
     if (concerns_reply(*step.fault) && !on_request)

@@ -15,6 +15,7 @@ void start_scenario(scenario& plan)
         step_state& state = plan.states.emplace_back();
         // Far apart: neighbouring seeds are often those of neighbouring runs.
         state.random.seed(plan.seed + i * 0x9E3779B97F4A7C15);
+        state.off = step.begins_off;
         if (step.trigger == trigger_kind::at) state.due = step.at_us;
         if (step.trigger == trigger_kind::every)
             state.due = common::draw(state.random, step.every_us.least, step.every_us.most);
@@ -25,6 +26,7 @@ namespace {
 // Whether a step that comes up is done by what limits it; counts.
 bool is_done_now(const scenario_step& step, step_state& state)
 {
+    if (state.off) return false;
     if (step.chance < 1 && !common::draw_chance(state.random, step.chance)) return false;
     if (state.passed_over < step.after) {
         ++state.passed_over;
@@ -116,6 +118,17 @@ std::optional<std::vector<std::size_t>> named_steps(scenario& plan, const std::s
     }
     if (!any) return std::nullopt;
     return steps;
+}
+
+bool switch_steps(scenario& plan, const std::string& name, bool off)
+{
+    bool any = false;
+    for (std::size_t i = 0; i < plan.steps.size(); ++i) {
+        if (plan.steps[i].name != name || name.empty()) continue;
+        any = true;
+        plan.states[i].off = off;
+    }
+    return any;
 }
 
 us_time_t next_timed_step(const scenario& plan)

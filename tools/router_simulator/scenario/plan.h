@@ -27,6 +27,9 @@ std::vector<std::size_t> reply_steps(scenario& plan, std::string_view request);
 // request. Returns nothing when no step has the name.
 std::optional<std::vector<std::size_t>> named_steps(scenario& plan, const std::string& name);
 
+// Steps that are off are passed over, as if they did not come up. False when none has the name.
+bool switch_steps(scenario& plan, const std::string& name, bool off);
+
 // When the next timed step is due, since the start.
 us_time_t next_timed_step(const scenario& plan);
 

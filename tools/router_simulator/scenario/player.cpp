@@ -67,19 +67,27 @@ void do_request_steps(simulator& simulated, int number, std::string_view request
     do_steps(simulated, request_steps(*simulated.plan, request, answered), number);
 }
 
+namespace {
+bool refuse_name(const simulator& simulated, const std::string& name, std::string& error)
+{
+    error =
+        simulated.plan ? "No step is named " + quoted_text(name) + "." : "There is no scenario.";
+    return false;
+}
+} // namespace
+
 bool do_named_steps(simulator& simulated, const std::string& name, std::string& error)
 {
-    if (!simulated.plan) {
-        error = "There is no scenario.";
-        return false;
-    }
-    const auto steps = named_steps(*simulated.plan, name);
-    if (!steps) {
-        error = "No step is named " + quoted_text(name) + ".";
-        return false;
-    }
+    const auto steps = simulated.plan ? named_steps(*simulated.plan, name) : std::nullopt;
+    if (!steps) return refuse_name(simulated, name, error);
     do_steps(simulated, *steps, ALL_CLIENTS);
     return true;
+}
+
+bool switch_named_steps(simulator& simulated, const std::string& name, bool off, std::string& error)
+{
+    return (simulated.plan && switch_steps(*simulated.plan, name, off)) ||
+           refuse_name(simulated, name, error);
 }
 
 namespace {

@@ -26,4 +26,8 @@ void do_request_steps(simulator& simulated, int number, std::string_view request
 // Does the steps of this name. False, with the reason, when there are none.
 bool do_named_steps(simulator& simulated, const std::string& name, std::string& error);
 
+// Switches them off, or on again. The same.
+bool switch_named_steps(simulator& simulated, const std::string& name, bool off,
+                        std::string& error);
+
 } // namespace router_simulator

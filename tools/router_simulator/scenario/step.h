@@ -24,6 +24,7 @@ struct number_range {
 // One step as it was read; what its fault or trigger does not use keeps the default.
 struct scenario_step {
     std::string name; // empty: none
+    bool begins_off = false;
     trigger_kind trigger = trigger_kind::command;
     us_time_t at_us = 0;
     number_range every_us;
@@ -54,6 +55,7 @@ struct step_state {
     us_time_t due = NEVER; // since the start
     std::uint64_t passed_over = 0;
     std::uint64_t done = 0;
+    bool off = false;     // done by its name alone
     bool ordered = false; // a reply's fault, told to be done at the next request
 };
 

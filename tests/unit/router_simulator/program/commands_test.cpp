@@ -196,6 +196,8 @@ TEST_F(SimulatorCommands, ExplainThemselves)
     EXPECT_EQ(run("rename level 0 X"), "Usage: rename source|destination INDEX NAME\n");
     EXPECT_EQ(run("rename source 1"), "Usage: rename source|destination INDEX NAME\n");
     EXPECT_EQ(run("do"), "Usage: do NAME\n");
+    EXPECT_EQ(run("on"), "Usage: on NAME\n");
+    EXPECT_EQ(run("off a b"), "Usage: off NAME\n");
     EXPECT_EQ(run("end"), "Unknown command \"end\", try help.\n");
     EXPECT_EQ(run(""), "");
     EXPECT_EQ(run(" \t"), "");

@@ -68,6 +68,11 @@ TEST_F(ConnectionFaults, CommandNeedsTheNameOfAStep)
 {
     begin(R"({"name": "it", "fault": "close"})");
     EXPECT_EQ(run_commands(simulated, "do that"), "No step is named \"that\".\n");
+    EXPECT_EQ(run_commands(simulated, "on that"), "No step is named \"that\".\n");
+    EXPECT_EQ(run_commands(simulated, "off it"), "");
+    EXPECT_TRUE(simulated.plan->states[0].off);
+    EXPECT_EQ(run_commands(simulated, "on it"), "");
+    EXPECT_FALSE(simulated.plan->states[0].off);
     EXPECT_EQ(run_commands(simulated, "do"), "Usage: do NAME\n");
 }
 

@@ -72,6 +72,8 @@ TEST_F(ScenarioFile, ReadsEveryTrigger)
     EXPECT_FALSE(plan.steps[0].answered);
     EXPECT_TRUE(step(R"("request": "", "fault": "close", "answered": true)").answered);
     EXPECT_EQ(step(R"("name": "now", "fault": "close")").name, "now");
+    EXPECT_FALSE(plan.steps[0].begins_off);
+    EXPECT_TRUE(step(R"("name": "now", "off": true, "fault": "close")").begins_off);
     EXPECT_EQ(plan.steps[0].trigger, trigger_kind::command);
 }
 
@@ -248,6 +250,8 @@ INSTANTIATE_TEST_SUITE_P(
         wrong_step{"Request", R"("request": 1, "fault": "close")", "2: \"request\" is not a text"},
         wrong_step{"Name", R"("name": "", "fault": "close")",
                    "2: \"name\" is not a text with something in it"},
+        wrong_step{"OffWithoutName", R"("at": 1, "off": true, "fault": "close")",
+                   "2: \"name\" is missing, by which it is switched on"},
         wrong_step{"ConnectionAboveLimit", R"("connection": 1000001, "fault": "close")",
                    "2: \"connection\" is not a whole number from 0 to 1000000"},
         wrong_step{"AfterAboveLimit", R"("at": 1, "after": 1000001, "fault": "close")",

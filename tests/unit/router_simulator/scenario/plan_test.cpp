@@ -196,6 +196,32 @@ TEST(Scenario, NameIsDoneWhateverLimitsTheStep)
     EXPECT_EQ(named_steps(plan, ""), std::nullopt);
 }
 
+TEST(Scenario, StepThatIsOffIsPassedOverUntilItIsSwitchedOn)
+{
+    scenario_step step = on_request("QD");
+    step.name = "slow";
+    step.begins_off = true;
+    step.times = 1;
+    scenario plan = started({step});
+    EXPECT_THAT(reply_steps(plan, "QD"), IsEmpty());
+    EXPECT_TRUE(switch_steps(plan, "slow", false));
+    EXPECT_THAT(reply_steps(plan, "QD"), ElementsAre(0)); // what came before did not count
+    EXPECT_THAT(reply_steps(plan, "QD"), IsEmpty());
+    EXPECT_FALSE(switch_steps(plan, "fast", true));
+    EXPECT_FALSE(switch_steps(plan, "", true));
+}
+
+TEST(Scenario, StepThatIsSwitchedOffIsDoneByItsNameAlone)
+{
+    scenario_step step = on_request("QD");
+    step.name = "slow";
+    scenario plan = started({step});
+    EXPECT_TRUE(switch_steps(plan, "slow", true));
+    EXPECT_THAT(reply_steps(plan, "QD"), IsEmpty());
+    EXPECT_THAT(named_steps(plan, "slow"), Optional(Steps{}));
+    EXPECT_THAT(reply_steps(plan, "QD"), ElementsAre(0));
+}
+
 TEST(Scenario, NamedReplyFaultWaitsForItsRequest)
 {
     scenario_step step = on_request("QD");
