@@ -41,6 +41,15 @@ void owned_descriptor::reset()
     number = -1;
 }
 
+void keep_standard_descriptors()
+{
+    int opened = -1;
+    do
+        opened = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    while (opened >= 0 && opened <= STDERR_FILENO);
+    close(opened);
+}
+
 bool open_pipe(owned_descriptor& reads, owned_descriptor& writes, std::string& error)
 {
     std::array<int, 2> ends = {-1, -1};

@@ -20,6 +20,10 @@ struct owned_descriptor {
     void reset(); // closes it
 };
 
+// For the beginning of a program: where a standard descriptor is closed, nothing stands in its
+// place, so that what is opened later is never taken for it. Nothing can be written to it.
+void keep_standard_descriptors();
+
 // Opens a pipe whose ends are closed in programs that are started later. False, with the reason,
 // when there are no descriptors left.
 bool open_pipe(owned_descriptor& reads, owned_descriptor& writes, std::string& error);

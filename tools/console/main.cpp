@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <iostream>
 #include <pwd.h>
@@ -24,6 +23,7 @@
 #include "console/terminal.h"
 #include "server/desk/setup.h"
 #include "server/desk/start.h"
+#include "tools/common/descriptors.h"
 #include "tools/common/program.h"
 
 using namespace console;
@@ -176,17 +176,6 @@ int run(const console_options& options)
     return is_for_terminal(options) ? 0 : status_of(session); // a person has seen it all
 }
 
-// What is opened later must not come in the place of standard input or output. Nothing can be
-// written to one that was closed.
-void keep_standard_descriptors()
-{
-    int opened = -1;
-    do
-        opened = open("/dev/null", O_RDONLY | O_CLOEXEC);
-    while (opened >= 0 && opened <= STDERR_FILENO);
-    close(opened);
-}
-
 int run_program(int argument_count, const char* const* arguments)
 {
     console_options options;
@@ -199,7 +188,7 @@ int run_program(int argument_count, const char* const* arguments)
 
 int main(int argument_count, char** arguments)
 {
-    keep_standard_descriptors();
+    common::keep_standard_descriptors();
     choose_characters();
     return common::run_main(run_program, argument_count, arguments);
 }
