@@ -161,9 +161,9 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
     if (changed) tell_change(desk, shown.router, change::kind::fact, shown.destination);
     const bool confirms = confirm_wishes(desk, now, live, shown.destination, shown.source);
     end_passed_wishes(desk, now, live, shown);
-    if (confirms || is_sent(live, shown.destination, shown.source)) return;
-    if (!confirm_late(desk, now, live, shown, known ? was : UNKNOWN_SOURCE, heard))
-        note_outside_change(desk, now, shown, was);
+    if (!confirms && is_sent(live, shown.destination, shown.source)) return;
+    const bool late = confirm_late(desk, now, live, shown, known ? was : UNKNOWN_SOURCE, heard);
+    if (!confirms && !late) note_outside_change(desk, now, shown, was);
 }
 } // namespace
 

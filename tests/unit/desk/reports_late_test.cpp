@@ -51,6 +51,27 @@ TEST_F(LateReports, Confirm)
     }
 }
 
+// The first wish is confirmed by the same report: whose take it tells of nobody knows.
+TEST_F(LateReports, ConfirmBesideAnOlderWishForTheSource)
+{
+    const auto older = wish(anna, 0, 2);
+    takes(0, 2);
+    trace_lost(desk, "main");
+    const auto newer = wish(ben, 0, 2);
+    takes(0, 2);
+    for (const int source : {4, 2})
+        shows(0, source);
+    report(0, 4);
+    EXPECT_EQ(row_of(newer).end, outcome::contradicted);
+    EXPECT_EQ(became(older), "sent");
+    report(0, 2);
+    EXPECT_EQ(became(older), "confirmed");
+    EXPECT_TRUE(row_of(newer).confirmed_late_after);
+    EXPECT_EQ(row_of(newer).was, 4);
+    EXPECT_THAT(main.troubled, IsEmpty());
+    EXPECT_THAT(outside_changes(), SizeIs(1));
+}
+
 TEST_F(LateReports, ConfirmNothingThatWasRefusedOrIsAnotherSource)
 {
     const auto refused = wish(anna, 0, 2);
