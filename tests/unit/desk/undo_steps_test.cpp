@@ -51,6 +51,18 @@ TEST_F(UndoSteps, GoesBackAfterARollback)
     }
 }
 
+TEST_F(UndoSteps, GoesBackOverEachRowOfABatch)
+{
+    put(anna, 1, 3);
+    put_two(anna);
+    undo_all(anna);
+    carry_out(0, 0);
+    carry_out(1, 3);
+    const take_answer first = undo_all(anna);
+    EXPECT_EQ(said(first), "goes");
+    EXPECT_EQ(first.rows.at(0).wished, (route{"main", 1, 0}));
+}
+
 // However often the same source is there again.
 TEST_F(UndoSteps, GoesBackOverNoChangeOfOthers)
 {

@@ -290,6 +290,7 @@ TEST_F(Undo, RollsAnybodysBatchBack)
     const take_answer answer = roll_back(desk, now, anna, batch, how(batch_rule::all));
     EXPECT_THAT(ordered(), ElementsAre("main 0<0 1<0"));
     EXPECT_EQ(desk.house.batches.at(answer.batch).kind, batch_kind::rollback);
+    EXPECT_EQ(desk.house.batches.at(answer.batch).salvo_version, 0);
     EXPECT_EQ(desk.house.batches.at(answer.batch).of, batch);
     EXPECT_EQ(desk.house.batches.at(answer.batch).person, "anna");
 }
