@@ -27,4 +27,17 @@ int source_shown(const live_router& router, int destination)
     return position < router.facts.size() ? router.facts[position].source : UNKNOWN_SOURCE;
 }
 
+const authorship* author_shown(const desk_state& desk, const std::string& router, int destination)
+{
+    const house_router* const known = find_router(desk, router);
+    if (known == nullptr) return nullptr;
+    const auto author = known->authors.find(destination);
+    const auto& facts = find_live(desk, router)->facts;
+    const auto position = static_cast<std::size_t>(destination);
+    if (author == known->authors.end() || position >= facts.size()) return nullptr;
+    const bool stands = author->second.source == facts[position].source &&
+                        author->second.since == facts[position].changed;
+    return stands ? &author->second : nullptr;
+}
+
 } // namespace desk

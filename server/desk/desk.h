@@ -36,8 +36,9 @@ enum class link_state {
 
 struct fact {
     int source = UNKNOWN_SOURCE;
-    wall confirmed{};             // when the router said it last
-    std::uint32_t connection = 0; // over which; 0: never, or doubted since
+    wall confirmed{};              // when the router said it last
+    std::uint32_t connection = 0;  // over which; 0: never, or doubted since
+    std::optional<wall> changed{}; // when this source was heard first; none: that is not known
 };
 
 enum class wish_state {
@@ -157,5 +158,8 @@ bool is_fresh(const live_router& router, int destination);
 
 // What the destination is known to show, fresh or not.
 int source_shown(const live_router& router, int destination);
+
+// Who put there what the destination is known to show. Null when that is not known.
+const authorship* author_shown(const desk_state& desk, const std::string& router, int destination);
 
 } // namespace desk

@@ -18,10 +18,12 @@ wish* find_row(house& house, const wish_id& id)
     return &batch->second.rows[id.row];
 }
 
-void set_author(house& house, const route& shown, std::optional<wish_id> by)
+void set_author(house& house, const wish_id& id, std::optional<wall> since)
 {
+    const route& shown = find_wish(house, id)->wished;
     if (house_router* router = find_router(house, shown.router))
-        router->authors[shown.destination] = {shown.source, by};
+        router->authors[shown.destination] = {shown.source, id, house.batches.at(id.batch).person,
+                                              since};
 }
 
 // It may have been changed, and changed back, without anybody here knowing.
@@ -132,17 +134,17 @@ void set_was(house& house, const wish_id& id, wish& row, int was)
                 if (undone.by == id) undone.was = was;
 }
 
-void apply(house& house, wall, const router_set& set)
+void apply(house& house, const entry&, const router_set& set)
 {
     house.routers[set.settings.id].settings = set.settings;
 }
 
-void apply(house& house, wall, const router_removed& removed)
+void apply(house& house, const entry&, const router_removed& removed)
 {
     house.routers.erase(removed.router);
 }
 
-void apply(house& house, wall, const label_set& set)
+void apply(house& house, const entry&, const label_set& set)
 {
     house_router* router = find_router(house, set.router);
     if (!router) return;
@@ -153,19 +155,19 @@ void apply(house& house, wall, const label_set& set)
         labels[set.position] = set.label;
 }
 
-void apply(house& house, wall, const lock_set& set)
+void apply(house& house, const entry&, const lock_set& set)
 {
     if (house_router* router = find_router(house, set.router))
         router->locks[set.destination] = set.lock;
 }
 
-void apply(house& house, wall, const lock_removed& removed)
+void apply(house& house, const entry&, const lock_removed& removed)
 {
     if (house_router* router = find_router(house, removed.router))
         router->locks.erase(removed.destination);
 }
 
-void apply(house& house, wall, const salvo_saved& saved)
+void apply(house& house, const entry&, const salvo_saved& saved)
 {
     salvo& salvo = house.salvos[saved.id];
     salvo.name = saved.name;
@@ -173,20 +175,20 @@ void apply(house& house, wall, const salvo_saved& saved)
     salvo.versions.push_back(saved.version);
 }
 
-void apply(house& house, wall, const salvo_deleted& deleted)
+void apply(house& house, const entry&, const salvo_deleted& deleted)
 {
     house.salvos.erase(deleted.id);
 }
 
-void apply(house& house, wall at, const batch_made& made)
+void apply(house& house, const entry& entry, const batch_made& made)
 {
     if (!house.batches.try_emplace(made.id, made.batch).second) return;
     house.batch_rows += made.batch.rows.size();
-    keep_step(house, made.id, made.batch, at);
+    keep_step(house, made.id, made.batch, entry.at);
     forget_batches(house);
 }
 
-void apply(house& house, wall, const wish_ended& ended)
+void apply(house& house, const entry&, const wish_ended& ended)
 {
     wish* row = find_row(house, ended.id);
     if (!row || row->end != outcome::open) return;
@@ -197,22 +199,22 @@ void apply(house& house, wall, const wish_ended& ended)
     row->sent_after = ended.sent_after;
     row->ended_after = ended.ended_after;
     row->doings = ended.doings;
-    if (ended.end == outcome::confirmed) set_author(house, row->wished, ended.id);
+    if (ended.end == outcome::confirmed) set_author(house, ended.id, ended.since);
     if (ended.end == outcome::unknown) forget_author(house, row->wished);
     forget_batches(house);
 }
 
-void apply(house& house, wall, const confirmed_late& late)
+void apply(house& house, const entry&, const confirmed_late& late)
 {
     wish* row = find_row(house, late.id);
     if (!row) return;
     set_was(house, late.id, *row, late.was);
     row->confirmed_late_after = late.after;
     row->doings = late.doings;
-    set_author(house, row->wished, late.id);
+    set_author(house, late.id, late.since);
 }
 
-void apply(house& house, wall, const wish_found& found)
+void apply(house& house, const entry&, const wish_found& found)
 {
     wish* row = find_row(house, found.id);
     if (!row) return;
@@ -220,20 +222,21 @@ void apply(house& house, wall, const wish_found& found)
     row->detail = found.detail;
 }
 
-void apply(house& house, wall, const wish_accepted& accepted)
+void apply(house& house, const entry&, const wish_accepted& accepted)
 {
     if (wish* row = find_row(house, accepted.id)) row->accepted = true;
 }
 
-void apply(house& house, wall, const outside_change& change)
+void apply(house& house, const entry&, const outside_change& change)
 {
-    set_author(house, {change.router, change.destination, change.source}, std::nullopt);
+    if (house_router* router = find_router(house, change.router))
+        router->authors[change.destination] = {change.source, std::nullopt, "", change.since};
 }
 } // namespace
 
 void apply_entry(house& house, const entry& entry)
 {
-    std::visit([&](const auto& what) { apply(house, entry.at, what); }, entry.what);
+    std::visit([&](const auto& what) { apply(house, entry, what); }, entry.what);
 }
 
 } // namespace desk

@@ -53,14 +53,17 @@ struct wish_ended {
     std::string detail;
     std::optional<monotonic> sent_after; // since the batch was made
     monotonic ended_after{};
-    int was = UNKNOWN_SOURCE; // what the destination showed before, when that is known
-    desk::doings doings{};    // of one that is confirmed
+    int was = UNKNOWN_SOURCE;    // what the destination showed before, when that is known
+    desk::doings doings{};       // of one that is confirmed, as the next
+    std::optional<wall> since{}; // when its source was heard first; none: that is not known
+    std::optional<monotonic> answered_after{};
 };
 struct confirmed_late {
     wish_id id;
     monotonic after{};        // since the batch was made
     int was = UNKNOWN_SOURCE; // as of wish_ended
     desk::doings doings{};
+    std::optional<wall> since{};
 };
 // What the router showed when it was heard again after the restart that ended the wish.
 struct wish_found {
@@ -77,6 +80,7 @@ struct outside_change {
     int destination = 0;
     int source = NO_SOURCE;
     int was = UNKNOWN_SOURCE;
+    std::optional<wall> since{}; // as of wish_ended
 };
 
 struct entry {

@@ -174,7 +174,9 @@ struct batch {
 // Who put there what a destination showed last, as far as it is known here.
 struct authorship {
     int source = UNKNOWN_SOURCE;
-    std::optional<wish_id> by; // none: outside
+    std::optional<wish_id> by;   // none: outside
+    std::string person{};        // whose wish that is, which may have been forgotten
+    std::optional<wall> since{}; // when it was heard first; none: that is not known
     bool operator==(const authorship&) const = default;
 };
 

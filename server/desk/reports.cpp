@@ -123,28 +123,48 @@ bool confirm_late(desk_state& desk, const moment& now, live_router& live, const 
     const wish_id id = troubled->second;
     const wish* row = find_wish(desk.house, id);
     if (row == nullptr) return false;
-    const bool late = row->wished.source == shown.source && may_be_late(desk, id, now.utc, heard);
-    note_found(desk, now, id, shown);
-    if (!late) return false;
+    if (row->wished.source != shown.source || !may_be_late(desk, id, now.utc, heard)) return false;
     const wall after = std::max(wall{}, now.utc - desk.house.batches.at(id.batch).made);
     live.troubled.erase(troubled);
     record_entry(desk,
-                 {now.utc, "", "", confirmed_late{id, after, was, doings_of(desk.house, id, was)}});
+                 {now.utc, "", "",
+                  confirmed_late{id, after, was, doings_of(desk.house, id, was),
+                                 live.facts[static_cast<std::size_t>(shown.destination)].changed}});
     tell_change(desk, shown.router, change::kind::wish, shown.destination, id.batch);
     return true;
 }
 
 // `was`: what the destination showed before. Where that tells nothing, its author may: of before
 // the start, or of before a wish that has not been confirmed and may have been carried out.
-void note_outside_change(desk_state& desk, const moment& now, const route& shown, int was)
+void note_outside_change(desk_state& desk, const moment& now, const live_router& live,
+                         const route& shown, int was)
 {
     const auto& authors = find_router(desk, shown.router)->authors;
     const auto author = authors.find(shown.destination);
     const bool told = was != UNKNOWN_SOURCE && was != shown.source;
     const int last = told || author == authors.end() ? was : author->second.source;
     if (last == UNKNOWN_SOURCE || last == shown.source) return;
-    record_entry(desk, {now.utc, "", "",
-                        outside_change{shown.router, shown.destination, shown.source, last}});
+    record_entry(desk,
+                 {now.utc, "", "",
+                  outside_change{shown.router, shown.destination, shown.source, last,
+                                 live.facts[static_cast<std::size_t>(shown.destination)].changed}});
+}
+
+authorship last_author(const desk_state& desk, const route& shown)
+{
+    const auto& authors = find_router(desk, shown.router)->authors;
+    const auto author = authors.find(shown.destination);
+    return author == authors.end() ? authorship{} : author->second;
+}
+
+// When the source that is shown now was heard first, as the fact and the last author tell.
+std::optional<wall> changed_at(const fact& before, const authorship& author, const route& shown,
+                               wall now)
+{
+    if (before.source == shown.source) return before.changed;
+    if (before.source == UNKNOWN_SOURCE && author.source == shown.source) return author.since;
+    if (before.source == UNKNOWN_SOURCE && author.source == UNKNOWN_SOURCE) return std::nullopt;
+    return now;
 }
 
 void report_route(desk_state& desk, const moment& now, live_router& live, const route& shown)
@@ -156,14 +176,18 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
     const bool known = fact.connection == live.connection;
     const wall heard = fact.confirmed;
     const bool changed = was != shown.source || !known;
-    fact = {shown.source, now.utc, live.connection};
+    const authorship author = last_author(desk, shown);
+    fact = {shown.source, now.utc, live.connection, changed_at(fact, author, shown, now.utc)};
     note_what_was(live, shown, known ? was : UNKNOWN_SOURCE);
     if (changed) tell_change(desk, shown.router, change::kind::fact, shown.destination);
     const bool confirms = confirm_wishes(desk, now, live, shown.destination, shown.source);
     end_passed_wishes(desk, now, live, shown);
-    if (!confirms && is_sent(live, shown.destination, shown.source)) return;
-    const bool late = confirm_late(desk, now, live, shown, known ? was : UNKNOWN_SOURCE, heard);
-    if (!confirms && !late) note_outside_change(desk, now, shown, was);
+    if (confirms || !is_sent(live, shown.destination, shown.source)) {
+        const bool late = confirm_late(desk, now, live, shown, known ? was : UNKNOWN_SOURCE, heard);
+        if (!confirms && !late) note_outside_change(desk, now, live, shown, was);
+    }
+    if (!changed && last_author(desk, shown) != author)
+        tell_change(desk, shown.router, change::kind::fact, shown.destination);
 }
 } // namespace
 

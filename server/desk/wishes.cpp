@@ -114,7 +114,10 @@ void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome en
     if (closed.state == wish_state::queued)
         live.may_hold.insert({wished.destination, closed.source});
     if (closed.state == wish_state::sent) ended.sent_after = closed.sent - closed.begun.steady;
-    if (end == outcome::confirmed) ended.doings = doings_of(desk.house, id, closed.was);
+    if (end == outcome::confirmed) {
+        ended.doings = doings_of(desk.house, id, closed.was);
+        ended.since = live.facts.at(static_cast<std::size_t>(wished.destination)).changed;
+    }
     record_entry(desk, {now.utc, "", "", ended});
 
     const wish* row = find_wish(desk.house, id); // none when its batch has been forgotten by now

@@ -164,23 +164,22 @@ std::string lock_text(const desk_state& desk, const std::string& router, int des
 std::string taker_text(const desk_state& desk, const std::string& router, int destination,
                        int source)
 {
-    std::optional<wish_id> by;
+    std::string person;
     const house_router* known = find_router(desk, router);
     const live_router* live = find_live(desk, router);
     if (known != nullptr) {
         const auto author = known->authors.find(destination);
         if (author != known->authors.end() && author->second.source == source)
-            by = author->second.by;
+            person = author->second.person;
     }
     if (live != nullptr) {
         const auto open = live->open.find(destination);
         if (open != live->open.end())
             for (const open_wish& wish : open->second)
-                if (wish.state == wish_state::sent && wish.source == source) by = wish.id;
+                if (wish.state == wish_state::sent && wish.source == source)
+                    person = desk.house.batches.at(wish.id.batch).person;
     }
-    const auto batch = by ? desk.house.batches.find(by->batch) : desk.house.batches.end();
-    return "taken by " +
-           (batch == desk.house.batches.end() ? "somebody else" : batch->second.person);
+    return "taken by " + (person.empty() ? "somebody else" : person);
 }
 
 std::string cut_text(const std::string& text)

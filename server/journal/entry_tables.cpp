@@ -61,10 +61,11 @@ void remove_all(store& store, const std::string& prefix)
         remove(store, each.key);
 }
 
-std::optional<std::int64_t> count_of(const std::optional<desk::monotonic>& duration)
+template <class duration>
+std::optional<std::int64_t> count_of(const std::optional<duration>& time)
 {
-    if (!duration) return std::nullopt;
-    return duration->count();
+    if (!time) return std::nullopt;
+    return time->count();
 }
 
 std::optional<std::string> word_of_reason(desk::reason why)
@@ -87,13 +88,14 @@ std::optional<std::int64_t> number_of(store& store, const desk::ulid& batch)
 }
 
 // What the wished destination shows is this wish's doing, as long as its router is known.
-void set_author(store& store, std::int64_t batch, const desk::wish_id& id)
+void set_author(store& store, std::int64_t batch, const desk::wish_id& id,
+                const std::optional<desk::wall>& since)
 {
     run(store.database,
-        "INSERT OR REPLACE INTO authors SELECT router, destination, source, ?, wish FROM history"
-        " WHERE batch = ? AND wish = ? AND EXISTS"
+        "INSERT OR REPLACE INTO authors SELECT router, destination, source, ?, wish, person, ?"
+        " FROM history WHERE batch = ? AND wish = ? AND EXISTS"
         " (SELECT 1 FROM kv WHERE key = 'routers/' || history.router)",
-        desk::text_of(id.batch), batch, id.row);
+        desk::text_of(id.batch), count_of(since), batch, id.row);
 }
 
 void keep(store& store, const desk::entry& entry, const desk::router_set& set)
@@ -236,7 +238,7 @@ void keep(store& store, const desk::entry&, const desk::wish_ended& ended)
                       ended.detail, count_of(ended.sent_after), ended.ended_after.count(),
                       known_source(ended.was), text_of(ended.doings), *batch, ended.id.row) == 0)
         return;
-    if (ended.end == desk::outcome::confirmed) set_author(store, *batch, ended.id);
+    if (ended.end == desk::outcome::confirmed) set_author(store, *batch, ended.id, ended.since);
     if (ended.end == desk::outcome::unknown)
         run(store.database,
             "DELETE FROM authors WHERE (router, destination) ="
@@ -252,7 +254,7 @@ void keep(store& store, const desk::entry&, const desk::confirmed_late& late)
         "UPDATE history SET confirmed_late_after = ?, was = coalesce(?, was), doings = ?"
         " WHERE batch = ? AND wish = ?",
         late.after.count(), known_source(late.was), text_of(late.doings), *batch, late.id.row);
-    set_author(store, *batch, late.id);
+    set_author(store, *batch, late.id, late.since);
 }
 
 void keep(store& store, const desk::entry&, const desk::wish_found& found)
@@ -277,9 +279,9 @@ void keep(store& store, const desk::entry& entry, const desk::wish_accepted& acc
 void keep(store& store, const desk::entry& entry, const desk::outside_change& change)
 {
     run(store.database,
-        "INSERT OR REPLACE INTO authors SELECT ?1, ?2, ?3, NULL, NULL"
+        "INSERT OR REPLACE INTO authors SELECT ?1, ?2, ?3, NULL, NULL, '', ?4"
         " WHERE EXISTS (SELECT 1 FROM kv WHERE key = 'routers/' || ?1)",
-        change.router, change.destination, change.source);
+        change.router, change.destination, change.source, count_of(change.since));
     add_event(store, entry,
               {.kind = OUTSIDE_CHANGE,
                .router = change.router,

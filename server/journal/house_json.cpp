@@ -80,6 +80,8 @@ json router_object(const desk::house_router& router)
         json& each = object["authors"].emplace_back(
             json{{"index", destination}, {"source", source_number(author.source)}});
         if (author.by) each["by"] = wish_id_object(*author.by);
+        if (author.by) each["person"] = author.person;
+        if (author.since) each["since"] = author.since->count();
     }
     return object;
 }

@@ -147,9 +147,12 @@ desk::house_router read_router(const std::string& id, const place& at)
             complain(each, "is for an index that has one");
     });
     read_array(member(at, "authors"), desk::ROUTED_POSITIONS, [&](const place& each) {
-        expect_members(each, {"index", "source", "by"});
-        desk::authorship author{read_source(member(each, "source"), LAST_SHOWN), {}};
+        expect_members(each, {"index", "source", "by", "person", "since"});
+        desk::authorship author;
+        author.source = read_source(member(each, "source"), LAST_SHOWN);
         if (has(each, "by")) author.by = read_wish_id(member(each, "by"));
+        if (has(each, "person")) author.person = read_text(member(each, "person"));
+        if (has(each, "since")) author.since = read_time(member(each, "since"));
         const int index = read_int(member(each, "index"), 0, LAST_ROUTED);
         if (!router.authors.emplace(index, author).second)
             complain(each, "is for an index that has one");

@@ -90,13 +90,18 @@ std::optional<desk::monotonic> duration_in(const SQLite::Column& column)
 
 void read_authors(store& store, desk::house& house)
 {
-    each_row(store.database, "SELECT router, destination, source, batch, wish FROM authors",
+    each_row(store.database,
+             "SELECT router, destination, source, batch, wish, person, since FROM authors",
              [&](SQLite::Statement& row) {
                  const auto router = house.routers.find(row.getColumn(0).getString());
                  if (router == house.routers.end()) return true;
-                 desk::authorship author{row.getColumn(2).getInt(), {}};
+                 desk::authorship author;
+                 author.source = row.getColumn(2).getInt();
                  if (!row.getColumn(3).isNull())
                      author.by = {id_in(row.getColumn(3)), row.getColumn(4).getUInt()};
+                 author.person = row.getColumn(5).getString();
+                 if (!row.getColumn(6).isNull())
+                     author.since = desk::wall(row.getColumn(6).getInt64());
                  router->second.authors[row.getColumn(1).getInt()] = author;
                  return true;
              });

@@ -76,6 +76,8 @@ CREATE TABLE authors(
     source INTEGER NOT NULL,
     batch TEXT, -- NULL: outside
     wish INTEGER,
+    person TEXT NOT NULL, -- empty: outside
+    since INTEGER, -- when it was heard first; NULL: that is not known
     PRIMARY KEY(router, destination)
 ) WITHOUT ROWID;
 )sql"};

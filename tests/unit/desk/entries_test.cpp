@@ -140,17 +140,18 @@ TEST_F(Entries, KeepWhoPutWhatThere)
                      {},
                      monotonic(2),
                      UNKNOWN_SOURCE,
-                     ended});
+                     ended,
+                     wall(7)});
     EXPECT_EQ(house.batches.at({1, 1}).rows[0].doings, ended);
     const doings late{wish_id{{1, 0}, 3}, wish_id{{1, 0}, 4}};
-    apply(confirmed_late{{{1, 1}, 1}, monotonic(5), UNKNOWN_SOURCE, late});
+    apply(confirmed_late{{{1, 1}, 1}, monotonic(5), UNKNOWN_SOURCE, late, wall(8)});
     EXPECT_EQ(house.batches.at({1, 1}).rows[1].doings, late);
     const auto& authors = house.routers.at("main").authors;
-    EXPECT_EQ(authors.at(0), (authorship{2, wish_id{{1, 1}, 0}}));
-    EXPECT_EQ(authors.at(1), (authorship{2, wish_id{{1, 1}, 1}}));
+    EXPECT_EQ(authors.at(0), (authorship{2, wish_id{{1, 1}, 0}, "anna", wall(7)}));
+    EXPECT_EQ(authors.at(1), (authorship{2, wish_id{{1, 1}, 1}, "anna", wall(8)}));
     EXPECT_EQ(house.batches.at({1, 1}).rows[1].confirmed_late_after, monotonic(5));
-    apply(outside_change{"main", 0, 4, 2});
-    EXPECT_EQ(authors.at(0), (authorship{4, std::nullopt}));
+    apply(outside_change{"main", 0, 4, 2, wall(9)});
+    EXPECT_EQ(authors.at(0), (authorship{4, std::nullopt, "", wall(9)}));
     apply(batch_made{{1, 2}, rows({outcome::open})});
     apply(wish_ended{{{1, 2}, 0}, outcome::unknown, reason::none, "", {}, monotonic(2)});
     EXPECT_FALSE(authors.contains(0)) << "it may have been carried out, and changed back";

@@ -31,14 +31,16 @@ void send_and_settle(player& player, router& router)
 void report_and_settle(player& player, router& router, std::size_t most)
 {
     const std::vector<reply> said = report(player.desk, player.now, router, most);
-    if (find_live(player.desk, router.id) != nullptr) see_report(player.ledger, router.id, said);
+    if (find_live(player.desk, router.id) != nullptr)
+        see_report(player.ledger, player.now, router.id, said);
     settle(player);
 }
 
 void hear_one(player& player, router& router)
 {
     const std::vector<reply> said = hear_next(player.desk, player.now, router);
-    if (find_live(player.desk, router.id) != nullptr) see_report(player.ledger, router.id, said);
+    if (find_live(player.desk, router.id) != nullptr)
+        see_report(player.ledger, player.now, router.id, said);
 }
 
 void set_link(player& player, router& router, link_state link)

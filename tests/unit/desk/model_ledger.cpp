@@ -7,11 +7,6 @@ using namespace desk;
 namespace model {
 
 namespace {
-bool was_never_sent(outcome end)
-{
-    return end == outcome::not_sent || end == outcome::superseded;
-}
-
 bool excludes(const lock& lock, const std::string& person)
 {
     return lock.mode == lock_mode::lock || lock.owner != person;
@@ -220,7 +215,16 @@ std::size_t sum_of(const live_router& live, const house_router& house)
     return sum;
 }
 
-void check_facts(ledger& ledger, const std::string& router, const live_router& live)
+void check_author(ledger& ledger, const authorship& author, const fact_seen& fact)
+{
+    if (author.since && *author.since != fact.changed && !fact.outlasted)
+        complain(ledger, "author of something else");
+    if (author.by && ledger.wishes.at(*author.by).person != author.person)
+        complain(ledger, "fact by somebody else");
+}
+
+void check_facts(ledger& ledger, const desk_state& desk, const std::string& router,
+                 const live_router& live)
 {
     for (std::size_t i = 0; i < live.facts.size(); ++i) {
         const auto destination = static_cast<int>(i);
@@ -228,6 +232,10 @@ void check_facts(ledger& ledger, const std::string& router, const live_router& l
         if (live.facts[i].source != fact.source) complain(ledger, "fact without a report");
         if (is_fresh(live, destination) != (fact.fresh && live.link == link_state::ready))
             complain(ledger, "fact fresh or stale against the reports");
+        if (live.facts[i].changed && *live.facts[i].changed != fact.changed && !fact.outlasted)
+            complain(ledger, "fact that has changed at another time");
+        if (const authorship* const author = author_shown(desk, router, destination))
+            check_author(ledger, *author, fact);
     }
 }
 
@@ -252,7 +260,7 @@ void check_router(ledger& ledger, const desk_state& desk, const std::string& rou
     const live_router& live = *find_live(desk, router);
     const house_router* const house = find_router(desk, router);
     if (house == nullptr) return complain(ledger, "router that the house does not have");
-    check_facts(ledger, router, live);
+    check_facts(ledger, desk, router, live);
     check_wishes(ledger, router, live);
     if (live.revision != ledger.revisions[router]) complain(ledger, "revision without a change");
     const std::pair<std::size_t, std::uint64_t> now{sum_of(live, *house), live.revision};
@@ -281,21 +289,12 @@ void check_house(ledger& ledger, const desk_state& desk)
         if (record.undo.size() > UNDO_STEPS || record.redo.size() > UNDO_STEPS)
             complain(ledger, "too many steps to undo");
 }
-// Nobody can tell whether a wish had a part in it that its source is shown when its take has been
-// sent and has had no answer.
-void add_possible_authors(ledger& ledger, const place& where, fact_seen& fact)
-{
-    const auto may_be = [&](const wish_id& id) {
-        const wish_seen& wish = ledger.wishes.at(id);
-        const bool may_have = wish.sent || wish.maybe_sent || wish.end == outcome::unknown;
-        if (may_have && wish.wished.source == fact.source) fact.changes.back().by.insert(id);
-    };
-    for (const wish_id& id : ledger.open[where])
-        may_be(id);
-    for (const wish_id& id : ledger.unanswered[where])
-        may_be(id);
-}
 } // namespace
+
+bool was_never_sent(outcome end)
+{
+    return end == outcome::not_sent || end == outcome::superseded;
+}
 
 orders_seen settle(ledger& ledger, desk_state& desk)
 {
@@ -316,83 +315,6 @@ orders_seen settle(ledger& ledger, desk_state& desk)
         check_router(ledger, desk, router);
     check_house(ledger, desk);
     return seen;
-}
-
-void see_report(ledger& ledger, const std::string& router, const std::vector<reply>& said)
-{
-    for (const reply& one : said) {
-        const place where{router, one.destination};
-        fact_seen& fact = ledger.facts[where];
-        if (fact.last != one.now.source) {
-            const int before = fact.fresh ? fact.last : UNKNOWN_SOURCE;
-            fact.changes.push_back({before, {}});
-        }
-        fact.source = fact.last = one.now.source;
-        fact.fresh = true;
-        std::set<wish_id>& by = fact.changes.back().by;
-        by.insert(one.now.by.begin(), one.now.by.end());
-        add_possible_authors(ledger, where, fact);
-    }
-}
-
-void see_connection(ledger& ledger, const std::string& router)
-{
-    for (auto& [where, fact] : ledger.facts)
-        if (where.first == router) fact.fresh = false;
-}
-
-void see_restart(ledger& ledger)
-{
-    for (auto& [where, fact] : ledger.facts) {
-        fact.fresh = false;
-        fact.source = UNKNOWN_SOURCE;
-    }
-    ledger.revisions.clear();
-    ledger.seen.clear();
-}
-
-void see_removal(ledger& ledger, const std::string& router)
-{
-    const auto of_router = [&](const auto& one) {
-        return one.first.first == router;
-    };
-    std::erase_if(ledger.facts, of_router);
-    std::erase_if(ledger.locks, of_router);
-    ledger.seen.erase(router);
-}
-
-void see_loss(ledger& ledger, const std::string& router)
-{
-    for (auto& [id, wish] : ledger.wishes)
-        if (wish.wished.router == router && wish.end == outcome::open && wish.ordered)
-            wish.maybe_sent = true;
-}
-
-void see_time(ledger& ledger, const moment& now)
-{
-    std::erase_if(ledger.locks, [&](const auto& one) {
-        return one.second.until && *one.second.until <= now.utc;
-    });
-}
-
-void see_take(ledger& ledger, const sending& sent)
-{
-    wish_seen& wish = ledger.wishes.at(sent.by);
-    wish.sent = true;
-    if (was_never_sent(wish.end)) complain(ledger, "take of a wish that had ended as not sent");
-    if (wish.told_sent && wish.end != outcome::open)
-        complain(ledger, "take of a wish that had ended as sent");
-    if (wish.end == outcome::open) return;
-    // Nobody can tell it from the take of a newer wish for the same route.
-    for (const wish_id& id : ledger.open[{wish.wished.router, wish.wished.destination}]) {
-        wish_seen& newer = ledger.wishes.at(id);
-        if (newer.ordered && newer.wished == wish.wished) newer.maybe_sent = true;
-    }
-}
-
-void complain(ledger& ledger, const std::string& rule)
-{
-    if (ledger.wrong.empty()) ledger.wrong = rule;
 }
 
 } // namespace model

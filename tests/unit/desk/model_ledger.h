@@ -36,6 +36,8 @@ struct fact_seen {
     bool fresh = false;                      // said over the present connection
     int last = desk::UNKNOWN_SOURCE;         // also from before a restart of the desk
     std::vector<change_seen> changes = {{}}; // the last one at the end; never empty
+    desk::wall changed{};
+    bool outlasted = false; // a restart: only what has an author is known to have changed when
 };
 
 struct ledger {
@@ -61,11 +63,14 @@ struct orders_seen {
     std::set<std::string> ends;
 };
 
+bool was_never_sent(desk::outcome end);
+
 // Takes over what the desk has appended, checks all of it and the desk's state, and empties the
 // lists.
 orders_seen settle(ledger& ledger, desk::desk_state& desk);
 
-void see_report(ledger& ledger, const std::string& router, const std::vector<reply>& said);
+void see_report(ledger& ledger, const desk::moment& now, const std::string& router,
+                const std::vector<reply>& said);
 void see_connection(ledger& ledger, const std::string& router); // facts are stale from now on
 void see_loss(ledger& ledger, const std::string& router);       // of a part of the trace
 void see_removal(ledger& ledger, const std::string& router);

@@ -44,7 +44,7 @@ TEST_F(LateReports, Confirm)
         EXPECT_EQ(row_of(one).end, contradicted ? outcome::contradicted : outcome::timed_out);
         EXPECT_EQ(row_of(one).confirmed_late_after,
                   std::chrono::milliseconds(contradicted ? 500 : 3500));
-        EXPECT_EQ(author_of(0), (authorship{2, wish_id{one.batch, 0}}));
+        EXPECT_EQ(author_of(0), (authorship{2, wish_id{one.batch, 0}, "anna", now.utc}));
         EXPECT_THAT(main.troubled, IsEmpty());
         EXPECT_THAT(changed(), ElementsAre(Pair(kind::fact, 0), Pair(kind::wish, 0)));
         report(0, 0);
@@ -183,10 +183,11 @@ TEST_F(LateReports, AfterARestartAreComparedWithTheLastAuthors)
     carry_out(0, 2);
     wish(anna, 1, 3);
     carry_out(1, 3);
+    const wall heard = now.utc;
     restart();
     report(0, 2);
     report(1, 4);
-    EXPECT_EQ(author_of(0), (authorship{2, wish_id{one.batch, 0}}));
+    EXPECT_EQ(author_of(0), (authorship{2, wish_id{one.batch, 0}, "anna", heard}));
     const auto changes = outside_changes();
     ASSERT_THAT(changes, SizeIs(1));
     EXPECT_EQ(changes[0].destination, 1);

@@ -115,7 +115,7 @@ TEST_F(Reports, ConfirmWhatTheTraceHasShown)
     report(0, 2);
     EXPECT_EQ(became(one), "confirmed");
     EXPECT_EQ(became(other), "queued");
-    EXPECT_EQ(author_of(0), (authorship{2, wish_id{one.batch, 0}}));
+    EXPECT_EQ(author_of(0), (authorship{2, wish_id{one.batch, 0}, "anna", now.utc}));
 }
 
 TEST_F(Reports, ConfirmEachWishForTheSource)
@@ -128,7 +128,7 @@ TEST_F(Reports, ConfirmEachWishForTheSource)
     report(0, 2);
     EXPECT_EQ(became(one), "confirmed");
     EXPECT_EQ(became(same), "confirmed");
-    EXPECT_EQ(author_of(0), (authorship{2, wish_id{same.batch, 0}}));
+    EXPECT_EQ(author_of(0), (authorship{2, wish_id{same.batch, 0}, "ben", now.utc}));
 }
 
 TEST_F(Reports, ContradictOlderWishesForAnotherSource)
@@ -207,7 +207,7 @@ TEST_F(Reports, NoteWhatNobodyHereAskedFor)
     EXPECT_EQ(changes[0].destination, 0);
     EXPECT_EQ(changes[0].source, 2);
     EXPECT_EQ(changes[0].was, 0);
-    EXPECT_EQ(author_of(0), (authorship{2, std::nullopt}));
+    EXPECT_EQ(author_of(0), (authorship{2, std::nullopt, "", now.utc}));
     report(0, 2);
     EXPECT_THAT(outside_changes(), SizeIs(1));
 }
@@ -220,10 +220,10 @@ TEST_F(Reports, KeepTheAuthorOfWhatIsStillShown)
     link(link_state::down);
     link(link_state::ready);
     report(0, 2);
-    EXPECT_EQ(author_of(0), (authorship{2, wish_id{one.batch, 0}}));
+    EXPECT_EQ(author_of(0), (authorship{2, wish_id{one.batch, 0}, "anna", now.utc}));
     EXPECT_THAT(outside_changes(), IsEmpty());
     report(0, 3);
-    EXPECT_EQ(author_of(0), (authorship{3, std::nullopt}));
+    EXPECT_EQ(author_of(0), (authorship{3, std::nullopt, "", now.utc}));
 }
 
 TEST_F(Reports, FirstOfAllAreNoOutsideChange)
@@ -257,7 +257,7 @@ TEST_F(Reports, NoteAChangeBackFromWhatWasSent)
     takes(0, 3);
     report(0, 3);
     report(0, 2);
-    EXPECT_EQ(author_of(0), (authorship{2, std::nullopt}));
+    EXPECT_EQ(author_of(0), (authorship{2, std::nullopt, "", now.utc}));
     ASSERT_THAT(outside_changes(), SizeIs(1));
     EXPECT_EQ(outside_changes()[0].was, 3);
 }
@@ -269,10 +269,11 @@ TEST_F(Reports, NoteWhatStaysOfAWishThatNothingConfirmed)
     wish(ben, 0, 3);
     takes(0, 3);
     report(0, 3);
+    const wall heard = now.utc;
     wait_ms(3000);
     accept_outcome(desk, now, ben, "main", 0);
     report(0, 3);
-    EXPECT_EQ(author_of(0), (authorship{3, std::nullopt}));
+    EXPECT_EQ(author_of(0), (authorship{3, std::nullopt, "", heard}));
     ASSERT_THAT(outside_changes(), SizeIs(1));
     EXPECT_EQ(outside_changes()[0].was, 2);
 }

@@ -34,8 +34,8 @@ desk::house full_house()
     router.destination_labels[0] = {"", "monitors"};
     router.locks[1] = {desk::lock_mode::lock, "anna", "on air", desk::wall(1000), desk::wall(2000)};
     router.locks[2] = {desk::lock_mode::protect, "ben", "", desk::wall(1000), {}};
-    router.authors[0] = {2, desk::wish_id{id_of(TAKE), 0}};
-    router.authors[3] = {desk::NO_SOURCE, {}};
+    router.authors[0] = {2, desk::wish_id{id_of(TAKE), 0}, "anna", desk::wall(900)};
+    router.authors[3] = {desk::NO_SOURCE, {}, "", {}};
     house.salvos[id_of(SALVO)] = {"NEWS",
                                   {{1, "anna", desk::wall(500), {{"main", 0, 2}}},
                                    {3, "ben", desk::wall(600), {{"main", 1, desk::NO_SOURCE}}}}};
@@ -124,7 +124,7 @@ TEST(HouseJson, KeepsWordsAndNumbersThatPeopleUnderstand)
     EXPECT_EQ(
         written["routers"]["main"]["authors"],
         json::parse(R"([{"index": 0, "source": 2, "by": {"batch": "01ARZ3NDEKTSV4RRFFQ69G5FAW",
-                               "row": 0}}, {"index": 3, "source": null}])"));
+                               "row": 0}, "person": "anna", "since": 900}, {"index": 3, "source": null}])"));
     EXPECT_EQ(written["batches"][TAKE]["rows"][1],
               json::parse(R"({"router": "main", "destination": 1, "source": null, "was": "unknown",
                               "end": "contradicted", "detail": "the router shows CAM 1",

@@ -1,0 +1,154 @@
+#include "server/desk/setup.h"
+#include "unit/desk/desk_test.h"
+
+using namespace desk;
+
+namespace {
+// Each step is a millisecond after the one before.
+class Authors : public DeskTest {
+  protected:
+    const wall beginning = now.utc;
+
+    void step()
+    {
+        wait_ms(1);
+    }
+
+    void restart()
+    {
+        desk = make_desk(2, desk.house, now);
+        link(link_state::ready);
+    }
+
+    void reconnect()
+    {
+        link(link_state::down);
+        link(link_state::ready);
+    }
+
+    // "3 by ben since 2": what destination 0 shows, whose wish that was and since which step.
+    std::string told() const
+    {
+        const fact& fact = desk.live.at("main").facts.at(0);
+        std::string text = std::to_string(fact.source);
+        if (const authorship* author = author_shown(desk, "main", 0))
+            text += author->by ? " by " + author->person : " by nobody here";
+        if (fact.changed) text += " since " + std::to_string((*fact.changed - beginning).count());
+        return text;
+    }
+};
+} // namespace
+
+TEST_F(Authors, AreNotKnownOfWhatWasThereAtFirst)
+{
+    EXPECT_EQ(told(), "0");
+    step();
+    report(0, 0);
+    reconnect();
+    report(0, 0);
+    EXPECT_EQ(told(), "0");
+    EXPECT_EQ(author_shown(desk, "none", 0), nullptr);
+    EXPECT_EQ(author_shown(desk, "main", 200), nullptr);
+}
+
+TEST_F(Authors, AreWhoseWishWasConfirmed)
+{
+    wish(ben, 0, 3);
+    step();
+    carry_out(0, 3);
+    EXPECT_EQ(told(), "3 by ben since 1");
+    step();
+    report(0, 3);
+    EXPECT_EQ(told(), "3 by ben since 1");
+    step();
+    report(0, 4);
+    EXPECT_EQ(told(), "4 by nobody here since 3");
+}
+
+TEST_F(Authors, OfWhatIsSentOnceMoreDoNotChangeSinceWhen)
+{
+    wish(ben, 0, 3);
+    carry_out(0, 3);
+    step();
+    take(desk, now, anna, {{}, {{{"main", 0, 3}, {}}}, true});
+    forget_told();
+    carry_out(0, 3);
+    EXPECT_EQ(told(), "3 by anna since 0");
+    EXPECT_EQ(desk.changes.back().what, change::kind::fact);
+}
+
+TEST_F(Authors, OfAnUnknownBeginningLeaveItUnknown)
+{
+    take(desk, now, anna, {{}, {{{"main", 0, 0}, {}}}, true});
+    step();
+    carry_out(0, 0);
+    EXPECT_EQ(told(), "0 by anna");
+}
+
+TEST_F(Authors, AreNotKnownWhileATakeForTheSameMayHaveDoneIt)
+{
+    wish(ben, 0, 3);
+    step();
+    takes(0, 3);
+    report(0, 3); // from before the take, for all that is known
+    EXPECT_EQ(told(), "3 since 1");
+    step();
+    shows(0, 3);
+    report(0, 3);
+    EXPECT_EQ(told(), "3 by ben since 1");
+}
+
+TEST_F(Authors, OutlastALostLink)
+{
+    wish(ben, 0, 3);
+    carry_out(0, 3);
+    step();
+    link(link_state::down);
+    EXPECT_EQ(told(), "3 by ben since 0");
+    link(link_state::ready);
+    report(0, 3);
+    EXPECT_EQ(told(), "3 by ben since 0");
+    reconnect();
+    step();
+    report(0, 5);
+    EXPECT_EQ(told(), "5 by nobody here since 2");
+}
+
+TEST_F(Authors, OutlastARestart)
+{
+    wish(ben, 0, 3);
+    carry_out(0, 3);
+    desk.house.batches.clear(); // they have been forgotten
+    step();
+    restart();
+    EXPECT_EQ(author_shown(desk, "main", 0), nullptr) << "nothing is shown yet";
+    report(0, 3);
+    EXPECT_EQ(told(), "3 by ben since 0");
+    restart();
+    report(0, 4);
+    EXPECT_EQ(told(), "4 by nobody here since 1");
+    restart();
+    step();
+    report(0, 4);
+    EXPECT_EQ(told(), "4 by nobody here since 1");
+}
+
+TEST_F(Authors, AreNotKnownWhereARestartHasEndedAWish)
+{
+    wish(ben, 0, 3);
+    carry_out(0, 3);
+    wish(ben, 0, 4);
+    takes(0, 4);
+    restart();
+    report(0, 3);
+    EXPECT_EQ(told(), "3");
+}
+
+TEST_F(Authors, WhoseWishIsConfirmedLate)
+{
+    wish(ben, 0, 3);
+    takes(0, 3);
+    wait_ms(3000);
+    report(0, 3);
+    EXPECT_EQ(told(), "3 by ben since 3000");
+}

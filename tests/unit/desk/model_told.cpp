@@ -1,0 +1,106 @@
+// What a ledger is told beside what the desk says.
+#include "unit/desk/model_ledger.h"
+
+using namespace desk;
+
+namespace model {
+
+namespace {
+// Nobody can tell whether a wish had a part in it that its source is shown when its take has been
+// sent and has had no answer.
+void add_possible_authors(ledger& ledger, const place& where, fact_seen& fact)
+{
+    const auto may_be = [&](const wish_id& id) {
+        const wish_seen& wish = ledger.wishes.at(id);
+        const bool may_have = wish.sent || wish.maybe_sent || wish.end == outcome::unknown;
+        if (may_have && wish.wished.source == fact.source) fact.changes.back().by.insert(id);
+    };
+    for (const wish_id& id : ledger.open[where])
+        may_be(id);
+    for (const wish_id& id : ledger.unanswered[where])
+        may_be(id);
+}
+} // namespace
+
+void see_report(ledger& ledger, const moment& now, const std::string& router,
+                const std::vector<reply>& said)
+{
+    for (const reply& one : said) {
+        const place where{router, one.destination};
+        fact_seen& fact = ledger.facts[where];
+        if (fact.last != one.now.source) {
+            const int before = fact.fresh ? fact.last : UNKNOWN_SOURCE;
+            fact.changes.push_back({before, {}});
+            fact.changed = now.utc;
+            fact.outlasted = false;
+        }
+        fact.source = fact.last = one.now.source;
+        fact.fresh = true;
+        std::set<wish_id>& by = fact.changes.back().by;
+        by.insert(one.now.by.begin(), one.now.by.end());
+        add_possible_authors(ledger, where, fact);
+    }
+}
+
+void see_connection(ledger& ledger, const std::string& router)
+{
+    for (auto& [where, fact] : ledger.facts)
+        if (where.first == router) fact.fresh = false;
+}
+
+void see_restart(ledger& ledger)
+{
+    for (auto& [where, fact] : ledger.facts) {
+        fact.fresh = false;
+        fact.source = UNKNOWN_SOURCE;
+        fact.outlasted = true;
+    }
+    ledger.revisions.clear();
+    ledger.seen.clear();
+}
+
+void see_removal(ledger& ledger, const std::string& router)
+{
+    const auto of_router = [&](const auto& one) {
+        return one.first.first == router;
+    };
+    std::erase_if(ledger.facts, of_router);
+    std::erase_if(ledger.locks, of_router);
+    ledger.seen.erase(router);
+}
+
+void see_loss(ledger& ledger, const std::string& router)
+{
+    for (auto& [id, wish] : ledger.wishes)
+        if (wish.wished.router == router && wish.end == outcome::open && wish.ordered)
+            wish.maybe_sent = true;
+}
+
+void see_time(ledger& ledger, const moment& now)
+{
+    std::erase_if(ledger.locks, [&](const auto& one) {
+        return one.second.until && *one.second.until <= now.utc;
+    });
+}
+
+void see_take(ledger& ledger, const sending& sent)
+{
+    wish_seen& wish = ledger.wishes.at(sent.by);
+    wish.sent = true;
+    if (was_never_sent(wish.end)) complain(ledger, "take of a wish that had ended as not sent");
+    if (wish.told_sent && wish.end != outcome::open)
+        complain(ledger, "take of a wish that had ended as sent");
+    if (wish.end == outcome::open) return;
+    // Nobody can tell it from the take of a newer wish for the same route.
+    for (const wish_id& id : ledger.open[{wish.wished.router, wish.wished.destination}]) {
+        wish_seen& newer = ledger.wishes.at(id);
+        if (newer.ordered && newer.wished == wish.wished) newer.maybe_sent = true;
+    }
+}
+
+void complain(ledger& ledger, const std::string& rule)
+{
+    if (ledger.wrong.empty()) ledger.wrong = rule;
+}
+
+} // namespace model
