@@ -57,10 +57,11 @@ struct open_wish {
     int was = UNKNOWN_SOURCE;      // what the destination has shown before, by the reports
     std::size_t older_queries = 0; // under way when its take was sent: their answers tell nothing
     std::vector<int> older_takes;  // sent and not ended then: that their sources show tells nothing
-    bool answered = false;         // the query that followed the take
-    bool shown = false;            // the router has shown the wished source since
-    int gone_to = UNKNOWN_SOURCE;  // after that it has shown this, whose report ends the wish
-    bool maybe_sent = false;       // queued; as far as the traffic tells, its take may have passed
+    bool query_answered = false;   // that followed the take
+    std::optional<monotonic> take_answered; // when the router acknowledged or refused it
+    bool shown = false;                     // the router has shown the wished source since
+    int gone_to = UNKNOWN_SOURCE; // after that it has shown this, whose report ends the wish
+    bool maybe_sent = false;      // queued; as far as the traffic tells, its take may have passed
 };
 
 // A take that the router has neither acknowledged nor refused.

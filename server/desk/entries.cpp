@@ -197,6 +197,7 @@ void apply(house& house, const entry&, const wish_ended& ended)
     row->why = ended.why;
     row->detail = ended.detail;
     row->sent_after = ended.sent_after;
+    row->answered_after = ended.answered_after;
     row->ended_after = ended.ended_after;
     row->doings = ended.doings;
     if (ended.end == outcome::confirmed) set_author(house, ended.id, ended.since);

@@ -142,11 +142,12 @@ struct wish {
     std::string detail;        // in words, where the outcome alone does not tell
     // Since the batch was made.
     std::optional<monotonic> sent_after;
+    std::optional<monotonic> answered_after{}; // acknowledged or refused by the router
     std::optional<monotonic> ended_after;
     std::optional<monotonic> confirmed_late_after;
-    std::optional<int> found; // what the router showed first after the restart that ended it
-    bool accepted = false;    // a person has seen what went wrong and leaves it so
-    desk::doings doings{};    // of one that was confirmed
+    std::optional<int> found{}; // what the router showed first after the restart that ended it
+    bool accepted = false;      // a person has seen what went wrong and leaves it so
+    desk::doings doings{};      // of one that was confirmed
     bool operator==(const wish&) const = default;
 };
 

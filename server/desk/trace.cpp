@@ -32,7 +32,7 @@ std::optional<wish_id> wish_of_take(const std::deque<open_wish>& open, int sourc
 // answer to a query that followed the take.
 bool contradicts(const open_wish& wish, int source, bool asked)
 {
-    if (asked && !wish.answered) return true;
+    if (asked && !wish.query_answered) return true;
     const bool may_be_old = wish.was == UNKNOWN_SOURCE && !wish.shown;
     return source != wish.was && !may_be_old;
 }
@@ -61,7 +61,7 @@ void judge_wish(desk_state& desk, const moment& now, const wish_id& id, int sour
         if (!wish.shown) return end_contradicted(desk, now, id, source);
         wish.gone_to = source; // the report of the wished one may be under way
     }
-    wish.answered = wish.answered || (asked && !older);
+    wish.query_answered = wish.query_answered || (asked && !older);
 }
 } // namespace
 
@@ -98,8 +98,10 @@ void trace_take_answer(desk_state& desk, const moment& now, const std::string& r
     if (live == nullptr || live->takes_unanswered.empty()) return;
     const std::optional<wish_id> wish = live->takes_unanswered.front().wish;
     live->takes_unanswered.pop_front();
-    if (wish && !refusal.empty() && find_open(desk, *wish) != nullptr)
-        end_wish(desk, now, *wish, outcome::refused, cut_text(refusal));
+    open_wish* const open = wish ? find_open(desk, *wish) : nullptr;
+    if (open == nullptr) return;
+    open->take_answered = now.steady;
+    if (!refusal.empty()) end_wish(desk, now, *wish, outcome::refused, cut_text(refusal));
 }
 
 void trace_query(desk_state& desk, const std::string& router, int destination)
@@ -151,7 +153,7 @@ void trace_lost(desk_state& desk, const std::string& router)
         for (open_wish& wish : open) {
             wish.maybe_sent = wish.maybe_sent || wish.state == wish_state::queued;
             wish.shown = wish.shown || wish.state != wish_state::held;
-            wish.answered = true; // what comes may have been asked for before the take
+            wish.query_answered = true; // what comes may have been asked for before the take
             wish.older_queries = 0;
         }
 }

@@ -114,6 +114,7 @@ void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome en
     if (closed.state == wish_state::queued)
         live.may_hold.insert({wished.destination, closed.source});
     if (closed.state == wish_state::sent) ended.sent_after = closed.sent - closed.begun.steady;
+    if (closed.take_answered) ended.answered_after = *closed.take_answered - closed.begun.steady;
     if (end == outcome::confirmed) {
         ended.doings = doings_of(desk.house, id, closed.was);
         ended.since = live.facts.at(static_cast<std::size_t>(wished.destination)).changed;

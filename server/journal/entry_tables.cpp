@@ -230,13 +230,14 @@ std::optional<std::string> text_of(const desk::doings& doings)
 void keep(store& store, const desk::entry&, const desk::wish_ended& ended)
 {
     const auto batch = number_of(store, ended.id.batch);
-    if (!batch || run(store.database,
-                      "UPDATE history SET outcome = ?, why = ?, detail = ?, sent_after = ?,"
-                      " ended_after = ?, was = coalesce(?, was), doings = ?"
-                      " WHERE batch = ? AND wish = ? AND outcome = 'open'",
-                      std::string(word_of(OUTCOMES, ended.end)), word_of_reason(ended.why),
-                      ended.detail, count_of(ended.sent_after), ended.ended_after.count(),
-                      known_source(ended.was), text_of(ended.doings), *batch, ended.id.row) == 0)
+    if (!batch ||
+        run(store.database,
+            "UPDATE history SET outcome = ?, why = ?, detail = ?, sent_after = ?,"
+            " answered_after = ?, ended_after = ?, was = coalesce(?, was), doings = ?"
+            " WHERE batch = ? AND wish = ? AND outcome = 'open'",
+            std::string(word_of(OUTCOMES, ended.end)), word_of_reason(ended.why), ended.detail,
+            count_of(ended.sent_after), count_of(ended.answered_after), ended.ended_after.count(),
+            known_source(ended.was), text_of(ended.doings), *batch, ended.id.row) == 0)
         return;
     if (ended.end == desk::outcome::confirmed) set_author(store, *batch, ended.id, ended.since);
     if (ended.end == desk::outcome::unknown)

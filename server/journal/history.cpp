@@ -88,7 +88,8 @@ constexpr const char* READING =
     "SELECT history.at, history.id, history.kind, history.person, history.origin, router,"
     " destination, source, was, history.salvo, data, batches.id, wish, outcome, why, detail, "
     "unchanged,"
-    " sent_after, ended_after, confirmed_late_after, found, accepted, reason, of, salvo_version"
+    " sent_after, answered_after, ended_after, confirmed_late_after, found, accepted, reason, of, "
+    "salvo_version"
     " FROM history LEFT JOIN batches ON batches.number = history.batch WHERE history.id = ?";
 
 history_row read_row(SQLite::Statement& row)
@@ -111,7 +112,8 @@ history_row read_row(SQLite::Statement& row)
     for (std::string* text : {&read.outcome, &read.why, &read.detail})
         *text = next().getString();
     read.unchanged = next().getInt() != 0;
-    for (auto* duration : {&read.sent_after, &read.ended_after, &read.confirmed_late_after})
+    for (auto* duration :
+         {&read.sent_after, &read.answered_after, &read.ended_after, &read.confirmed_late_after})
         *duration = duration_in(next());
     read.found = number_in(next());
     read.accepted = next().getInt() != 0;

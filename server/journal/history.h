@@ -67,6 +67,7 @@ struct history_row {
     std::string detail;
     bool unchanged = false;
     std::optional<desk::monotonic> sent_after;
+    std::optional<desk::monotonic> answered_after;
     std::optional<desk::monotonic> ended_after;
     std::optional<desk::monotonic> confirmed_late_after;
     std::optional<int> found;

@@ -130,6 +130,7 @@ json wish_object(const desk::wish& wish)
     if (wish.why != desk::reason::none) object["why"] = desk::code_of(wish.why);
     if (!wish.detail.empty()) object["detail"] = wish.detail;
     add_duration(object, "sentAfter", wish.sent_after);
+    add_duration(object, "answeredAfter", wish.answered_after);
     add_duration(object, "endedAfter", wish.ended_after);
     add_duration(object, "confirmedLateAfter", wish.confirmed_late_after);
     object.update(doings_object(wish.doings));

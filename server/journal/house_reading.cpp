@@ -207,8 +207,8 @@ std::optional<desk::monotonic> read_duration(const place& of, const char* name)
 desk::wish read_wish(const place& at)
 {
     expect_members(at, {"router", "destination", "source", "was", "end", "unchanged", "why",
-                        "detail", "sentAfter", "endedAfter", "confirmedLateAfter", "replaced",
-                        "restored", "found", "accepted"});
+                        "detail", "sentAfter", "answeredAfter", "endedAfter", "confirmedLateAfter",
+                        "replaced", "restored", "found", "accepted"});
     desk::wish wish;
     wish.was = read_source(member(at, "was"), LAST_SHOWN);
     wish.end = read_word(member(at, "end"), OUTCOMES);
@@ -216,6 +216,7 @@ desk::wish read_wish(const place& at)
     if (has(at, "why")) wish.why = read_reason(member(at, "why"));
     if (has(at, "detail")) wish.detail = read_text(member(at, "detail"));
     wish.sent_after = read_duration(at, "sentAfter");
+    wish.answered_after = read_duration(at, "answeredAfter");
     wish.ended_after = read_duration(at, "endedAfter");
     wish.confirmed_late_after = read_duration(at, "confirmedLateAfter");
     wish.doings = read_doings(at);

@@ -144,11 +144,12 @@ desk::wish read_wish_row(SQLite::Statement& row)
     wish.detail = row.getColumn(6).getString();
     wish.unchanged = row.getColumn(7).getInt() != 0;
     wish.sent_after = duration_in(row.getColumn(8));
-    wish.ended_after = duration_in(row.getColumn(9));
-    wish.confirmed_late_after = duration_in(row.getColumn(10));
-    if (!row.getColumn(11).isNull()) wish.found = row.getColumn(11).getInt();
-    wish.accepted = row.getColumn(12).getInt() != 0;
-    if (!row.getColumn(13).isNull()) wish.doings = doings_in(row.getColumn(13));
+    wish.answered_after = duration_in(row.getColumn(9));
+    wish.ended_after = duration_in(row.getColumn(10));
+    wish.confirmed_late_after = duration_in(row.getColumn(11));
+    if (!row.getColumn(12).isNull()) wish.found = row.getColumn(12).getInt();
+    wish.accepted = row.getColumn(13).getInt() != 0;
+    if (!row.getColumn(14).isNull()) wish.doings = doings_in(row.getColumn(14));
     return wish;
 }
 
@@ -158,7 +159,7 @@ bool read_rows(store& store, numbered_batch& batch)
     each_row(
         store.database,
         "SELECT router, destination, source, was, outcome, why, detail, unchanged, sent_after,"
-        " ended_after, confirmed_late_after, found, accepted, doings FROM history"
+        " answered_after, ended_after, confirmed_late_after, found, accepted, doings FROM history"
         " WHERE batch = ? AND wish IS NOT NULL ORDER BY wish",
         [&](SQLite::Statement& row) {
             batch.batch.rows.push_back(read_wish_row(row));

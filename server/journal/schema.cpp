@@ -53,6 +53,7 @@ CREATE TABLE history(
     detail TEXT,
     unchanged INTEGER,
     sent_after INTEGER,
+    answered_after INTEGER,
     ended_after INTEGER,
     confirmed_late_after INTEGER,
     found INTEGER,

@@ -89,12 +89,30 @@ TEST_F(Wishes, KeepTheirTimes)
     const auto one = wish(anna, 0, 2);
     wait_ms(20);
     takes(0, 2);
+    wait_ms(10);
+    trace_take_answer(desk, now, "main", "");
     shows(0, 2);
-    wait_ms(30);
+    wait_ms(20);
     report(0, 2);
     EXPECT_EQ(row_of(one).sent_after, std::chrono::milliseconds(20));
+    EXPECT_EQ(row_of(one).answered_after, std::chrono::milliseconds(30));
     EXPECT_EQ(row_of(one).ended_after, std::chrono::milliseconds(50));
     EXPECT_EQ(row_of(one).was, 0);
+}
+
+TEST_F(Wishes, KeepWhenTheyWereRefused)
+{
+    const auto one = wish(anna, 0, 2);
+    const auto other = wish(anna, 1, 2);
+    takes(0, 2);
+    takes(1, 2);
+    wait_ms(30);
+    trace_take_answer(desk, now, "main", "NAK");
+    EXPECT_EQ(became(one), "refused: NAK");
+    EXPECT_EQ(row_of(one).answered_after, std::chrono::milliseconds(30));
+    wait_ms(3000);
+    EXPECT_EQ(became(other), "timed out");
+    EXPECT_EQ(row_of(other).answered_after, std::nullopt);
 }
 
 TEST_F(Wishes, TellBeginSentAndEnd)

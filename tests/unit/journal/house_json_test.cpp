@@ -42,6 +42,7 @@ desk::house full_house()
     desk::wish confirmed{
         {"main", 0, 2}, 1, false, desk::outcome::confirmed, {}, "", {}, {}, {}, {}};
     confirmed.sent_after = std::chrono::microseconds(1);
+    confirmed.answered_after = std::chrono::microseconds(2);
     confirmed.ended_after = std::chrono::microseconds(12'345);
     desk::wish late{{"main", 1, desk::NO_SOURCE},
                     desk::UNKNOWN_SOURCE,
