@@ -24,17 +24,22 @@ void end_lock(desk_state& desk, const moment& now, const std::string& router, in
         desk, {now.utc, "", "", lock_removed{router, destination, lock_end::expired, owner, ""}});
     tell_change(desk, router, change::kind::lock, destination);
 }
+
+// When the wall clock will show this.
+monotonic steady_at(const moment& now, wall utc)
+{
+    return now.steady + (utc - now.utc);
+}
 } // namespace
 
 std::optional<monotonic> next_due(const desk_state& desk, const moment& now)
 {
-    std::optional<monotonic> due;
+    auto due = monotonic::max();
     if (!desk.deadlines.empty()) due = desk.deadlines.begin()->first;
-    if (!desk.lock_ends.empty()) {
-        const monotonic end = now.steady + (desk.lock_ends.begin()->first - now.utc);
-        due = due ? std::min(*due, end) : end;
-    }
-    return due;
+    if (!desk.lock_ends.empty()) due = std::min(due, steady_at(now, desk.lock_ends.begin()->first));
+    if (!desk.salvo_ends.empty())
+        due = std::min(due, steady_at(now, desk.salvo_ends.begin()->first));
+    return due == monotonic::max() ? std::nullopt : std::optional(due);
 }
 
 void advance(desk_state& desk, const moment& now)
@@ -47,6 +52,8 @@ void advance(desk_state& desk, const moment& now)
         const auto [router, destination] = desk.lock_ends.begin()->second;
         end_lock(desk, now, router, destination);
     }
+    while (!desk.salvo_ends.empty() && desk.salvo_ends.begin()->first <= now.utc)
+        forget_salvo(desk, now, ulid(desk.salvo_ends.begin()->second));
 }
 
 } // namespace desk

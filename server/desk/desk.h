@@ -143,6 +143,7 @@ struct desk_state {
     id_maker ids;
     std::set<std::pair<monotonic, wish_id>> deadlines;                // of open wishes
     std::set<std::pair<wall, std::pair<std::string, int>>> lock_ends; // router and destination
+    std::set<std::pair<wall, ulid>> salvo_ends; // when deleted salvos are forgotten
 
     // For the caller, oldest first.
     std::vector<order> orders;

@@ -175,9 +175,27 @@ void apply(house& house, const entry&, const salvo_saved& saved)
     salvo.versions.push_back(saved.version);
 }
 
-void apply(house& house, const entry&, const salvo_deleted& deleted)
+void apply(house& house, const entry&, const salvo_renamed& renamed)
 {
-    house.salvos.erase(deleted.id);
+    const auto salvo = house.salvos.find(renamed.id);
+    if (salvo != house.salvos.end()) salvo->second.name = renamed.name;
+}
+
+void apply(house& house, const entry& entry, const salvo_deleted& deleted)
+{
+    auto salvo = house.salvos.extract(deleted.id);
+    if (salvo) house.deleted_salvos[deleted.id] = {std::move(salvo.mapped()), entry.at};
+}
+
+void apply(house& house, const entry&, const salvo_restored& restored)
+{
+    auto deleted = house.deleted_salvos.extract(restored.id);
+    if (deleted) house.salvos[restored.id] = std::move(deleted.mapped().salvo);
+}
+
+void apply(house& house, const entry&, const salvo_forgotten& forgotten)
+{
+    house.deleted_salvos.erase(forgotten.id);
 }
 
 void apply(house& house, const entry& entry, const batch_made& made)

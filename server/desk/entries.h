@@ -39,8 +39,18 @@ struct salvo_saved {
     std::string name;
     salvo_version version;
 };
+struct salvo_renamed {
+    ulid id;
+    std::string name;
+};
 struct salvo_deleted {
     ulid id;
+};
+struct salvo_restored {
+    ulid id;
+};
+struct salvo_forgotten {
+    ulid id; // of a deleted one
 };
 struct batch_made {
     ulid id;
@@ -88,8 +98,8 @@ struct entry {
     std::string person; // empty: nobody's doing
     std::string origin;
     std::variant<router_set, router_removed, label_set, lock_set, lock_removed, salvo_saved,
-                 salvo_deleted, batch_made, wish_ended, confirmed_late, wish_found, wish_accepted,
-                 outside_change>
+                 salvo_renamed, salvo_deleted, salvo_restored, salvo_forgotten, batch_made,
+                 wish_ended, confirmed_late, wish_found, wish_accepted, outside_change>
         what;
 };
 

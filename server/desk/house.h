@@ -68,20 +68,6 @@ struct route {
     bool operator==(const route&) const = default;
 };
 
-struct salvo_version {
-    int number = 1; // counts from 1 and is never used again
-    std::string author;
-    wall saved{};
-    std::vector<route> rows;
-    bool operator==(const salvo_version&) const = default;
-};
-
-struct salvo {
-    std::string name;                   // unique whatever its case
-    std::deque<salvo_version> versions; // oldest first, never empty
-    bool operator==(const salvo&) const = default;
-};
-
 enum class outcome {
     open, // not ended yet
     confirmed,
@@ -100,7 +86,9 @@ enum class reason {
     no_such_destination,
     no_such_source,
     no_such_salvo,
+    no_such_version,
     no_such_batch,
+    no_such_group,
     no_right,
     link_not_ready,
     locked,
@@ -115,13 +103,21 @@ enum class reason {
     not_sent_in_time,
     backend_ended, // before it was sent
     nothing_to_do,
-    bad_value, // the detail says which
+    name_taken,
+    not_deleted,
+    duplicate_destination, // among the rows
+    bad_value,             // the detail says which
 };
 
 // What speaks against a command, or against one of its rows.
 struct objection {
     reason why = reason::none; // none: nothing
     std::string detail;        // in words
+};
+
+// The same, against a command with rows.
+struct row_objection : objection {
+    std::optional<std::size_t> row; // the first of which it is true; none: of the whole
 };
 
 // What a wish has done to earlier ones of the same person on its destination, while nobody else
@@ -156,6 +152,28 @@ enum class batch_kind { take, stage, salvo, undo, redo, rollback };
 enum class batch_rule {
     all,  // one blocked row, and nothing is sent
     rest, // what can go goes
+};
+
+struct salvo_version {
+    int number = 1; // counts from 1 and is never used again
+    std::string author;
+    wall saved{};
+    std::vector<route> rows;
+    std::string note{};
+    batch_rule rule = batch_rule::all; // with which it is run
+    bool operator==(const salvo_version&) const = default;
+};
+
+struct salvo {
+    std::string name;                   // unique whatever its case
+    std::deque<salvo_version> versions; // oldest first, never empty
+    bool operator==(const salvo&) const = default;
+};
+
+struct deleted_salvo {
+    desk::salvo salvo; // whose name may be another's by now
+    wall deleted{};
+    bool operator==(const deleted_salvo&) const = default;
 };
 
 // Wishes given together. Their order is that of the command.
@@ -214,6 +232,7 @@ struct house_router {
 struct house {
     std::map<std::string, house_router, std::less<>> routers; // by id
     std::map<ulid, salvo> salvos;
+    std::map<ulid, deleted_salvo> deleted_salvos; // that can be restored
     std::map<ulid, batch> batches;
     std::size_t batch_rows = 0;                           // in all of them
     std::map<std::string, undo_record, std::less<>> undo; // by person

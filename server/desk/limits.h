@@ -16,8 +16,10 @@ constexpr std::size_t OPEN_PER_DESTINATION = 16; // one more wish is not sent: "
 constexpr std::size_t BATCHES_KEPT = 10'000;     // the oldest that has ended is forgotten
 constexpr std::size_t BATCH_ROWS_KEPT = 200'000; // in all batches; likewise
 constexpr std::size_t SALVOS = 1000;             // one more is refused
+constexpr std::size_t DELETED_SALVOS = 1000;     // the one deleted first is forgotten
 constexpr std::size_t VERSIONS_PER_SALVO = 50;   // the oldest is forgotten
-constexpr std::size_t SALVO_ROWS = 1'000'000;    // in all versions of all; more are refused
+constexpr std::size_t SALVO_ROWS = 1'000'000;    // in all versions of all; more are refused, and
+                                                 // deleted ones that go beyond it forgotten
 constexpr std::size_t UNDO_STEPS = 50;           // for each person; the oldest is forgotten
 constexpr std::size_t UNDO_ROWS = 20'000;      // in all steps of a person's undo or redo; likewise
 constexpr std::size_t PEOPLE = 1000;           // who staged or took: the longest idle is forgotten
@@ -25,6 +27,8 @@ constexpr std::size_t TAKES_UNANSWERED = 4096; // on one router; the oldest is f
 constexpr std::size_t QUERIES_UNDER_WAY = 255; // for a destination; more count as so many
 
 constexpr std::chrono::hours UNDO_AGE{24};            // an older step is forgotten
+constexpr std::chrono::hours NOTICE_AGE{24};          // an older one is told no more
+constexpr std::chrono::hours DELETED_AGE{30 * 24};    // so long a deleted salvo can be restored
 constexpr std::chrono::seconds COMMAND_AGE{2};        // an older command is refused, never late
 constexpr std::chrono::seconds SEND_LIMIT{5};         // a wish not sent by then ends as not sent
 constexpr std::chrono::seconds CONFIRMATION_LIMIT{3}; // unless the router's own is set

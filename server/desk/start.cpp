@@ -67,6 +67,8 @@ desk_state make_desk(std::uint64_t seed, house kept, const moment& now)
         for (const auto& [destination, lock] : router.locks)
             if (lock.until) desk.lock_ends.insert({*lock.until, {id, destination}});
     }
+    for (const auto& [id, deleted] : desk.house.deleted_salvos)
+        desk.salvo_ends.insert({deleted.deleted + DELETED_AGE, id});
     end_open_wishes(desk, now);
     find_troubles(desk);
     return desk;

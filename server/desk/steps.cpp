@@ -30,6 +30,18 @@ void forget_lock_ends(desk_state& desk, const entry& entry)
                 forget_lock_end(desk, gone->router, destination);
     }
 }
+
+// Of the salvo that the entry deletes or restores; none when it is not a deleted one now.
+std::optional<std::pair<wall, ulid>> salvo_end_of(const desk_state& desk, const entry& entry)
+{
+    ulid id;
+    if (const auto* deleted = std::get_if<salvo_deleted>(&entry.what)) id = deleted->id;
+    if (const auto* restored = std::get_if<salvo_restored>(&entry.what)) id = restored->id;
+    if (const auto* forgotten = std::get_if<salvo_forgotten>(&entry.what)) id = forgotten->id;
+    const auto deleted = desk.house.deleted_salvos.find(id);
+    if (deleted == desk.house.deleted_salvos.end()) return {};
+    return {{deleted->second.deleted + DELETED_AGE, id}};
+}
 } // namespace
 
 live_router* find_live(desk_state& desk, const std::string& router)
@@ -41,7 +53,9 @@ live_router* find_live(desk_state& desk, const std::string& router)
 void record_entry(desk_state& desk, entry entry)
 {
     forget_lock_ends(desk, entry);
+    if (const auto end = salvo_end_of(desk, entry)) desk.salvo_ends.erase(*end);
     apply_entry(desk.house, entry);
+    if (const auto end = salvo_end_of(desk, entry)) desk.salvo_ends.insert(*end);
     if (std::holds_alternative<router_set>(entry.what) ||
         std::holds_alternative<router_removed>(entry.what))
         ++desk.set_ups;
@@ -49,6 +63,12 @@ void record_entry(desk_state& desk, entry entry)
         if (auto end = lock_end_of(desk, set->router, set->destination))
             desk.lock_ends.insert(std::move(*end));
     desk.entries.push_back(std::move(entry));
+}
+
+void forget_salvo(desk_state& desk, const moment& now, const ulid& id)
+{
+    record_entry(desk, {now.utc, "", "", salvo_forgotten{id}});
+    tell_house_change(desk, change::kind::salvo, id);
 }
 
 void tell_change(desk_state& desk, const std::string& router, change::kind what, int position,

@@ -10,8 +10,12 @@ namespace desk {
 
 live_router* find_live(desk_state& desk, const std::string& router);
 
-// Carries the entry out in the house and keeps it for the caller. Keeps lock_ends true.
+// Carries the entry out in the house and keeps it for the caller. Keeps lock_ends and salvo_ends
+// true.
 void record_entry(desk_state& desk, entry entry);
+
+// A deleted one, which cannot be restored any more.
+void forget_salvo(desk_state& desk, const moment& now, const ulid& id);
 
 // The router's next revision, and the change that tells of it. No such router: nothing.
 void tell_change(desk_state& desk, const std::string& router, change::kind what, int position = 0,

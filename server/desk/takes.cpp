@@ -24,7 +24,7 @@ objection check_request(const desk_state& desk, const moment& now, const take_re
     std::set<std::pair<std::string_view, int>> seen;
     for (const take_row& row : request.rows)
         if (!seen.emplace(row.wished.router, row.wished.destination).second)
-            return {reason::bad_value,
+            return {reason::duplicate_destination,
                     destination_name(desk, row.wished.router, row.wished.destination) +
                         " is there twice"};
     return {};

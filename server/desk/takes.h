@@ -38,7 +38,8 @@ struct row_answer {
 
 struct take_answer {
     ulid batch;                // none when nothing was recorded: a dry run, or refused as a whole:
-    reason why = reason::none; // no_such..., too_late, bad_value (no rows, too many, one twice)
+    reason why = reason::none; // no_such..., too_late, duplicate_destination, bad_value (no rows,
+                               // or too many)
     std::string detail;
     std::vector<row_answer> rows; // as the request's; empty when refused as a whole
 };

@@ -112,8 +112,12 @@ const char* code_of(reason reason)
         return "noSuchSource";
     case reason::no_such_salvo:
         return "noSuchSalvo";
+    case reason::no_such_version:
+        return "noSuchVersion";
     case reason::no_such_batch:
         return "noSuchBatch";
+    case reason::no_such_group:
+        return "noSuchGroup";
     case reason::no_right:
         return "noRight";
     case reason::link_not_ready:
@@ -142,6 +146,12 @@ const char* code_of(reason reason)
         return "backendEnded";
     case reason::nothing_to_do:
         return "nothingToDo";
+    case reason::name_taken:
+        return "nameTaken";
+    case reason::not_deleted:
+        return "notDeleted";
+    case reason::duplicate_destination:
+        return "duplicateDestination";
     case reason::bad_value:
         return "badValue";
     }

@@ -164,16 +164,51 @@ void keep(store& store, const desk::entry& entry, const desk::salvo_saved& saved
                .data = json{{"name", saved.name}, {"version", version}}});
 }
 
+std::string salvo_key(const desk::ulid& id)
+{
+    return "salvos/" + desk::text_of(id);
+}
+
+// Calls it with what is kept under the salvo's own key and what the history will tell, when there
+// is such a salvo.
+template <class call>
+void change_salvo(store& store, const desk::entry& entry, std::string_view kind,
+                  const desk::ulid& id, call change)
+{
+    json data = json::object();
+    if (const std::optional<stored> kept = get(store, salvo_key(id))) {
+        json salvo = json::parse(kept->value);
+        data["name"] = salvo.at("name");
+        change(salvo, data);
+        set(store, salvo_key(id), json_text(salvo));
+    }
+    add_event(store, entry, {.kind = kind, .salvo = desk::text_of(id), .data = std::move(data)});
+}
+
+void keep(store& store, const desk::entry& entry, const desk::salvo_renamed& renamed)
+{
+    change_salvo(store, entry, SALVO_RENAMED, renamed.id, [&](json& salvo, json& data) {
+        data = {{"name", renamed.name}, {"was", salvo["name"]}};
+        salvo["name"] = renamed.name;
+    });
+}
+
 void keep(store& store, const desk::entry& entry, const desk::salvo_deleted& deleted)
 {
-    const std::string key = "salvos/" + desk::text_of(deleted.id);
-    json data = json::object();
-    if (const std::optional<stored> salvo = get(store, key))
-        data["name"] = json::parse(salvo->value).at("name");
-    remove(store, key);
-    remove_all(store, key + "/");
-    add_event(store, entry,
-              {.kind = SALVO_DELETED, .salvo = desk::text_of(deleted.id), .data = std::move(data)});
+    change_salvo(store, entry, SALVO_DELETED, deleted.id,
+                 [&](json& salvo, json&) { salvo["deleted"] = entry.at.count(); });
+}
+
+void keep(store& store, const desk::entry& entry, const desk::salvo_restored& restored)
+{
+    change_salvo(store, entry, SALVO_RESTORED, restored.id,
+                 [](json& salvo, json&) { salvo.erase("deleted"); });
+}
+
+void keep(store& store, const desk::entry&, const desk::salvo_forgotten& forgotten)
+{
+    remove(store, salvo_key(forgotten.id));
+    remove_all(store, salvo_key(forgotten.id) + "/");
 }
 
 std::optional<std::string> salvo_of(const desk::batch& batch)

@@ -17,8 +17,10 @@ constexpr value_words<desk::lock_end, 3> LOCK_ENDS = { // data: owner, reason
     {{"lockReleased", desk::lock_end::released},
      {"lockBroken", desk::lock_end::broken},
      {"lockExpired", desk::lock_end::expired}}};
-constexpr std::string_view SALVO_SAVED = "salvoSaved";     // data: name, version
-constexpr std::string_view SALVO_DELETED = "salvoDeleted"; // data: name
+constexpr std::string_view SALVO_SAVED = "salvoSaved";       // data: name, version
+constexpr std::string_view SALVO_RENAMED = "salvoRenamed";   // data: name, was
+constexpr std::string_view SALVO_DELETED = "salvoDeleted";   // data: name
+constexpr std::string_view SALVO_RESTORED = "salvoRestored"; // data: name
 constexpr std::string_view OUTCOME_ACCEPTED = "outcomeAccepted";
 constexpr std::string_view OUTSIDE_CHANGE = "outsideChange";
 

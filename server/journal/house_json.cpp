@@ -92,6 +92,8 @@ json version_object(const desk::salvo_version& version)
     json object = {{"number", version.number},
                    {"author", version.author},
                    {"saved", version.saved.count()},
+                   {"note", version.note},
+                   {"rule", word_of(BATCH_RULES, version.rule)},
                    {"rows", json::array()}};
     for (const desk::route& row : version.rows)
         object["rows"].push_back(route_object(row));
@@ -175,13 +177,18 @@ json steps_array(const std::deque<desk::undo_step>& steps)
 
 nlohmann::json house_json(const desk::house& house)
 {
-    json object = {{"format", HOUSE_FORMAT},    {"version", HOUSE_VERSION},
-                   {"routers", json::object()}, {"salvos", json::object()},
-                   {"batches", json::object()}, {"undo", json::object()}};
+    json object = {{"format", HOUSE_FORMAT},         {"version", HOUSE_VERSION},
+                   {"routers", json::object()},      {"salvos", json::object()},
+                   {"batches", json::object()},      {"undo", json::object()},
+                   {"deletedSalvos", json::object()}};
     for (const auto& [id, router] : house.routers)
         object["routers"][id] = router_object(router);
     for (const auto& [id, salvo] : house.salvos)
         object["salvos"][desk::text_of(id)] = salvo_object(salvo);
+    for (const auto& [id, deleted] : house.deleted_salvos) {
+        json& salvo = object["deletedSalvos"][desk::text_of(id)] = salvo_object(deleted.salvo);
+        salvo["deleted"] = deleted.deleted.count();
+    }
     for (const auto& [id, batch] : house.batches)
         object["batches"][desk::text_of(id)] = batch_object(batch);
     for (const auto& [person, record] : house.undo)

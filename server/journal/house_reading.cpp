@@ -163,11 +163,15 @@ desk::house_router read_router(const std::string& id, const place& at)
 
 desk::salvo_version read_version(const place& at, int least_number)
 {
-    expect_members(at, {"number", "author", "saved", "rows"});
+    expect_members(at, {"number", "author", "saved", "rows", "note", "rule"});
     desk::salvo_version version{read_int(member(at, "number"), least_number, LAST_NUMBER),
                                 read_text(member(at, "author")),
                                 read_time(member(at, "saved")),
-                                {}};
+                                {},
+                                has(at, "note") ? read_text(member(at, "note"), desk::TEXT_LENGTH)
+                                                : "",
+                                desk::batch_rule::all};
+    if (has(at, "rule")) version.rule = read_word(member(at, "rule"), BATCH_RULES);
     read_array(member(at, "rows"), desk::ROWS_PER_BATCH, [&](const place& each) {
         expect_members(each, {"router", "destination", "source"});
         version.rows.push_back(read_route(each, LAST_ROUTED, LAST_ROUTED));
@@ -179,14 +183,12 @@ desk::salvo_version read_version(const place& at, int least_number)
 }
 
 namespace {
-desk::salvo read_salvo(const place& at, const desk::house& house)
+desk::salvo read_salvo(const place& at)
 {
-    expect_members(at, {"name", "versions"});
     desk::salvo salvo;
     salvo.name = read_text(member(at, "name"), desk::TEXT_LENGTH);
     if (salvo.name.empty() || desk::cut_text(salvo.name) != salvo.name)
         complain(at, "has a name that no salvo can have");
-    if (desk::find_salvo(house, salvo.name)) complain(at, "has the name of another salvo");
     int least_number = 1;
     read_array(member(at, "versions"), desk::VERSIONS_PER_SALVO, [&](const place& each) {
         salvo.versions.push_back(read_version(each, least_number));
@@ -196,6 +198,35 @@ desk::salvo read_salvo(const place& at, const desk::house& house)
     });
     if (salvo.versions.empty()) complain(at, "has no versions");
     return salvo;
+}
+
+// Adds its rows, and complains when they are too many by now.
+void count_rows(const desk::salvo& salvo, std::size_t& rows, const place& at)
+{
+    for (const desk::salvo_version& version : salvo.versions)
+        rows += version.rows.size();
+    if (rows > desk::SALVO_ROWS) complain(at, "has too many rows");
+}
+
+void read_salvos(const place& at, desk::house& house)
+{
+    std::size_t rows = 0;
+    read_members(member(at, "salvos"), desk::SALVOS, [&](const std::string& id, const place& each) {
+        expect_members(each, {"name", "versions"});
+        desk::salvo salvo = read_salvo(each);
+        if (desk::find_salvo(house, salvo.name)) complain(each, "has the name of another salvo");
+        count_rows(salvo, rows, each);
+        house.salvos.emplace(read_ulid(id, each), std::move(salvo));
+    });
+    if (!has(at, "deletedSalvos")) return;
+    const place deleted = member(at, "deletedSalvos");
+    read_members(deleted, desk::DELETED_SALVOS, [&](const std::string& id, const place& each) {
+        expect_members(each, {"name", "versions", "deleted"});
+        desk::salvo salvo = read_salvo(each);
+        count_rows(salvo, rows, each);
+        house.deleted_salvos[read_ulid(id, each)] = {std::move(salvo),
+                                                     read_time(member(each, "deleted"))};
+    });
 }
 
 std::optional<desk::monotonic> read_duration(const place& of, const char* name)
@@ -270,19 +301,13 @@ std::deque<desk::undo_step> read_steps(const place& at)
 desk::house read_whole(const place& at)
 {
     desk::house house;
-    expect_members(at, {"format", "version", "routers", "salvos", "batches", "undo"});
+    expect_members(at,
+                   {"format", "version", "routers", "salvos", "deletedSalvos", "batches", "undo"});
     read_members(member(at, "routers"), desk::ROUTERS,
                  [&](const std::string& id, const place& each) {
                      house.routers[id] = read_router(id, each);
                  });
-    std::size_t salvo_rows = 0;
-    read_members(member(at, "salvos"), desk::SALVOS, [&](const std::string& id, const place& each) {
-        desk::salvo salvo = read_salvo(each, house);
-        for (const desk::salvo_version& version : salvo.versions)
-            salvo_rows += version.rows.size();
-        if (salvo_rows > desk::SALVO_ROWS) complain(each, "has too many rows");
-        house.salvos.emplace(read_ulid(id, each), std::move(salvo));
-    });
+    read_salvos(at, house);
     read_members(member(at, "batches"), desk::BATCHES_KEPT,
                  [&](const std::string& id, const place& each) {
                      desk::batch batch = read_batch(each);

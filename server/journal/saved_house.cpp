@@ -46,14 +46,21 @@ void read_routers(store& store, desk::house& house)
 void read_salvos(store& store, desk::house& house)
 {
     std::string name;
+    std::vector<desk::entry> deletions;
     each_key(store, "salvos/", [&](const std::vector<std::string>& key, const place& at) {
         desk::ulid id;
         if (!desk::read_id(key.at(0), id)) complain(at, "is no salvo's key");
-        if (key.size() == 1)
+        if (key.size() == 1) {
             name = read_text(member(at, "name"), desk::TEXT_LENGTH);
-        else
+            if (has(at, "deleted"))
+                deletions.push_back(
+                    {read_time(member(at, "deleted")), "", "", desk::salvo_deleted{id}});
+        } else {
             apply_entry(house, {{}, "", "", desk::salvo_saved{id, name, read_version(at, 1)}});
+        }
     });
+    for (const desk::entry& deletion : deletions)
+        apply_entry(house, deletion);
 }
 
 desk::ulid id_in(const SQLite::Column& column)

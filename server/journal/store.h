@@ -4,7 +4,7 @@
 //   routers/ID                         settings
 //   labels/ID/sources/POSITION         alias and group; destinations likewise
 //   locks/ID/POSITION
-//   salvos/ULID                        the name
+//   salvos/ULID                        the name, and when it was deleted
 //   salvos/ULID/versions/NUMBER        ten digits, so that they sort
 //
 // One counter grows by one with every change; a key carries its value when it was made and when it

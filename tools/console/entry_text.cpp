@@ -30,8 +30,11 @@ std::string source_name(const console_state& console, const desk::route& route)
 
 std::string salvo_name(const console_state& console, const desk::ulid& id)
 {
-    const auto salvo = console.desk.house.salvos.find(id);
-    return salvo == console.desk.house.salvos.end() ? desk::text_of(id) : salvo->second.name;
+    const desk::house& house = console.desk.house;
+    const auto salvo = house.salvos.find(id);
+    if (salvo != house.salvos.end()) return salvo->second.name;
+    const auto deleted = house.deleted_salvos.find(id);
+    return deleted == house.deleted_salvos.end() ? desk::text_of(id) : deleted->second.salvo.name;
 }
 
 std::string rows_text(std::size_t count)
@@ -157,11 +160,33 @@ struct entry_teller {
                  {"rows", saved.version.rows.size()}}};
     }
 
+    told_entry operator()(const desk::salvo_renamed& renamed) const
+    {
+        return {"salvoRenamed",
+                "A salvo is called " + renamed.name + " now, by " + entry.person,
+                {{"salvo", renamed.name}}};
+    }
+
     told_entry operator()(const desk::salvo_deleted& deleted) const
     {
         const std::string name = salvo_name(console, deleted.id);
         return {
             "salvoDeleted", "Salvo " + name + " was deleted by " + entry.person, {{"salvo", name}}};
+    }
+
+    told_entry operator()(const desk::salvo_restored& restored) const
+    {
+        const std::string name = salvo_name(console, restored.id);
+        return {"salvoRestored",
+                "Salvo " + name + " was restored by " + entry.person,
+                {{"salvo", name}}};
+    }
+
+    told_entry operator()(const desk::salvo_forgotten& forgotten) const
+    {
+        return {"salvoForgotten",
+                "A deleted salvo cannot be restored any more",
+                {{"salvo", desk::text_of(forgotten.id)}}};
     }
 
     told_entry operator()(const desk::batch_made& made) const

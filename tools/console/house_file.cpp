@@ -178,6 +178,7 @@ desk::house kept_house(const desk::house& house)
     desk::house kept;
     kept.routers = house.routers;
     kept.salvos = house.salvos;
+    kept.deleted_salvos = house.deleted_salvos;
     kept.undo = house.undo;
     for (const desk::ulid& id : needed) {
         const auto batch = house.batches.find(id);

@@ -110,8 +110,17 @@ TEST_F(Entries, KeepVersionsOfSalvos)
     EXPECT_EQ(salvo.versions.size(), VERSIONS_PER_SALVO);
     EXPECT_EQ(salvo.versions.front().number, 2);
     EXPECT_EQ(salvo.versions.back().number, VERSIONS_PER_SALVO + 1);
+    const desk::salvo last = salvo;
     apply(salvo_deleted{id});
     EXPECT_THAT(house.salvos, IsEmpty());
+    EXPECT_EQ(house.deleted_salvos.at(id), (deleted_salvo{last, NOW}));
+    apply(salvo_restored{id});
+    EXPECT_EQ(house.salvos.at(id), last);
+    apply(salvo_renamed{id, "Late"});
+    EXPECT_EQ(house.salvos.at(id).name, "Late");
+    apply(salvo_deleted{id});
+    apply(salvo_forgotten{id});
+    EXPECT_EQ(house.salvos.size() + house.deleted_salvos.size(), 0U);
 }
 
 TEST_F(Entries, EndWishesOnce)
@@ -200,7 +209,10 @@ TEST_F(Entries, OfWhatIsNotThereChangeNothing)
     apply(lock_set{"none", 1, {}});
     apply(lock_removed{"none", 1, lock_end::released, "", ""});
     apply(lock_removed{"main", 1, lock_end::released, "", ""});
+    apply(salvo_renamed{{9, 9}, "x"});
     apply(salvo_deleted{{9, 9}});
+    apply(salvo_restored{{9, 9}});
+    apply(salvo_forgotten{{9, 9}});
     apply(batch_made{{1, 1}, going()}); // once more
     for (const wish_id id : {wish_id{{1, 1}, 1}, wish_id{{9, 9}, 0}}) {
         apply(wish_ended{id, outcome::confirmed, reason::none, "", {}, {}});

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "server/desk/salvos.h"
+
 using namespace desk;
 
 namespace model {
@@ -270,6 +272,17 @@ void check_router(ledger& ledger, const desk_state& desk, const std::string& rou
     before->second = now;
 }
 
+void check_salvos(ledger& ledger, const desk_state& desk)
+{
+    for (const auto& [id, salvo] : desk.house.salvos)
+        if (find_salvo(desk.house, salvo.name) != id) complain(ledger, "two salvos of one name");
+    if (desk.salvo_ends.size() != desk.house.deleted_salvos.size())
+        complain(ledger, "deleted salvo that is kept for ever");
+    for (const auto& [end, id] : desk.salvo_ends)
+        if (desk.house.deleted_salvos.at(id).deleted + DELETED_AGE != end)
+            complain(ledger, "deleted salvo with another end");
+}
+
 void check_house(ledger& ledger, const desk_state& desk)
 {
     if (desk.revision != ledger.revisions[""]) complain(ledger, "house revision without a change");
@@ -284,6 +297,7 @@ void check_house(ledger& ledger, const desk_state& desk)
         }
     }
     if (locks != ledger.locks.size()) complain(ledger, "lock lost");
+    check_salvos(ledger, desk);
     if (desk.house.batches.size() > BATCHES_KEPT) complain(ledger, "too many batches");
     for (const auto& [person, record] : desk.house.undo)
         if (record.undo.size() > UNDO_STEPS || record.redo.size() > UNDO_STEPS)

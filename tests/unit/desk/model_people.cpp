@@ -172,8 +172,16 @@ void save_or_delete_salvo(player& player, dice& dice)
     const actor& actor = somebody(player, dice);
     const std::string name = SALVO_NAMES[below(dice, 4)];
     const std::optional<ulid> known = find_salvo(player.desk.house, name);
+    const auto& deleted = player.desk.house.deleted_salvos;
     if (known && one_in(dice, 6))
         delete_salvo(player.desk, player.now, actor, *known);
+    else if (!deleted.empty() && one_in(dice, 4))
+        restore_salvo(player.desk, player.now, actor, ulid(deleted.begin()->first));
+    else if (known && one_in(dice, 3))
+        set_salvo(player.desk, player.now, actor, *known,
+                  {SALVO_NAMES[below(dice, 4)],
+                   player.desk.house.salvos.at(*known).versions.back().rows,
+                   one_in(dice, 2) ? "as the dice say" : "", batch_rule::all});
     else
         save_salvo(player.desk, player.now, actor, name, some_routes(player, dice));
     settle(player);

@@ -86,7 +86,7 @@ TEST_F(Takes, AreRefusedWhole)
         {std::vector<take_row>(ROWS_PER_BATCH + 1), 0, "badValue: there are more than 4096 rows"},
         {{{{"main", 1, 3}, {}}, {{"back", 1, 3}, {}}, {{"main", 1, 4}, {}}},
          0,
-         "badValue: MON B is there twice"},
+         "duplicateDestination: MON B is there twice"},
         {{{{"main", 1, 3}, {}}}, 2001, "tooLate: the command is too old"},
     };
     for (const auto& c : cases) {

@@ -86,7 +86,9 @@ TEST_F(Words, HaveACodeForEachReason)
                                  "noSuchDestination",
                                  "noSuchSource",
                                  "noSuchSalvo",
+                                 "noSuchVersion",
                                  "noSuchBatch",
+                                 "noSuchGroup",
                                  "noRight",
                                  "linkNotReady",
                                  "destinationLocked",
@@ -101,6 +103,9 @@ TEST_F(Words, HaveACodeForEachReason)
                                  "notSentInTime",
                                  "backendEnded",
                                  "nothingToDo",
+                                 "nameTaken",
+                                 "notDeleted",
+                                 "duplicateDestination",
                                  "badValue"};
     for (std::size_t i = 0; i < std::size(codes); ++i)
         EXPECT_STREQ(code_of(static_cast<reason>(i)), codes[i]);

@@ -38,7 +38,13 @@ desk::house full_house()
     router.authors[3] = {desk::NO_SOURCE, {}, "", {}};
     house.salvos[id_of(SALVO)] = {"NEWS",
                                   {{1, "anna", desk::wall(500), {{"main", 0, 2}}},
-                                   {3, "ben", desk::wall(600), {{"main", 1, desk::NO_SOURCE}}}}};
+                                   {3,
+                                    "ben",
+                                    desk::wall(600),
+                                    {{"main", 1, desk::NO_SOURCE}},
+                                    "on air",
+                                    desk::batch_rule::rest}}};
+    house.deleted_salvos[id_of(TAKE)] = {house.salvos[id_of(SALVO)], desk::wall(650)};
     desk::wish confirmed{
         {"main", 0, 2}, 1, false, desk::outcome::confirmed, {}, "", {}, {}, {}, {}};
     confirmed.sent_after = std::chrono::microseconds(1);
