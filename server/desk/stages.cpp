@@ -1,6 +1,7 @@
 #include "server/desk/stages.h"
 
 #include <algorithm>
+#include <set>
 
 #include "server/desk/checks.h"
 #include "server/desk/steps.h"
@@ -27,11 +28,13 @@ staged_row* find_row(desk_state& desk, const std::string& person, const std::str
     return row != stage->end() ? &row->second : nullptr;
 }
 
+// Does nothing when there is none of this person on the router.
 void forget_if_empty(desk_state& desk, const std::string& person, const std::string& router)
 {
+    const stage_rows* const stage = find_stage(desk, person, router);
+    if (stage == nullptr || !stage->empty()) return;
     const auto stages = desk.stages.find(person);
-    const auto stage = stages->second.find(router);
-    if (stage->second.empty()) stages->second.erase(stage);
+    stages->second.erase(router);
     if (stages->second.empty()) desk.stages.erase(stages);
 }
 
@@ -50,6 +53,30 @@ void forget_longest_idle(desk_state& desk)
     for (const auto& [router, rows] : idle->second)
         tell_stage_change(desk, idle->first, router);
     desk.stages.erase(idle);
+}
+
+void put_row(desk_state& desk, const moment& now, const actor& actor, const route& row)
+{
+    if (!desk.stages.contains(actor.person) && desk.stages.size() >= PEOPLE)
+        forget_longest_idle(desk);
+    const int seen = source_shown(*find_live(desk, row.router), row.destination);
+    desk.stages[actor.person][row.router][row.destination] = {row.source, seen, now.utc};
+}
+
+row_objection check_rows(const desk_state& desk, const actor& actor, const std::string& router,
+                         const std::vector<std::pair<int, int>>& rows)
+{
+    if (find_router(desk, router) == nullptr) return {no_such_router(router), {}};
+    std::set<int> seen;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const auto& [destination, source] = rows[i];
+        objection found = check_route(desk, actor, {router, destination, source});
+        if (found.why == reason::none && !seen.insert(destination).second)
+            found = {reason::duplicate_destination,
+                     destination_name(desk, router, destination) + " is there twice"};
+        if (found.why != reason::none) return {std::move(found), i};
+    }
+    return {};
 }
 
 // In the order in which they were staged, with what each destination must still show.
@@ -76,12 +103,34 @@ row_answer stage_row(desk_state& desk, const moment& now, const actor& actor, co
 {
     objection found = check_route(desk, actor, row);
     if (found.why != reason::none) return {row, false, found.why, std::move(found.detail), false};
-    if (!desk.stages.contains(actor.person) && desk.stages.size() >= PEOPLE)
-        forget_longest_idle(desk);
-    const int seen = source_shown(*find_live(desk, row.router), row.destination);
-    desk.stages[actor.person][row.router][row.destination] = {row.source, seen, now.utc};
+    put_row(desk, now, actor, row);
     tell_stage_change(desk, actor.person, row.router);
     return {row, true, reason::none, "", false};
+}
+
+row_objection change_stage(desk_state& desk, const moment& now, const actor& actor,
+                           const std::string& router, const stage_change& wanted)
+{
+    row_objection found = check_rows(desk, actor, router, wanted.rows);
+    if (found.why != reason::none) return found;
+    bool changes = !wanted.rows.empty();
+    if (stage_rows* const stage = find_stage(desk, actor.person, router)) {
+        changes = changes || wanted.clear; // no stage is empty
+        if (wanted.clear) stage->clear();
+        for (const int destination : wanted.remove)
+            changes = stage->erase(destination) > 0 || changes;
+        for (const int destination : wanted.keep) {
+            const auto row = stage->find(destination);
+            if (row == stage->end()) continue;
+            row->second.seen = source_shown(*find_live(desk, router), destination);
+            changes = true;
+        }
+    }
+    for (const auto& [destination, source] : wanted.rows)
+        put_row(desk, now, actor, {router, destination, source});
+    forget_if_empty(desk, actor.person, router);
+    if (changes) tell_stage_change(desk, actor.person, router);
+    return {};
 }
 
 bool unstage_row(desk_state& desk, const actor& actor, const std::string& router, int destination)

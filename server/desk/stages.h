@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "server/desk/desk.h"
@@ -13,6 +14,18 @@ namespace desk {
 // Puts the row in place of one for the same destination. Needs the right to operate it; its lock
 // and the link count when it is taken.
 row_answer stage_row(desk_state& desk, const moment& now, const actor& actor, const route& row);
+
+// Several things at once, in this order.
+struct stage_change {
+    bool clear = false;                    // all that the person has staged on the router
+    std::vector<int> remove;               // destinations; what is not there is nothing
+    std::vector<int> keep;                 // likewise, as keep_row
+    std::vector<std::pair<int, int>> rows; // destination and source, as stage_row
+};
+
+// All of it, or nothing when a row cannot be staged or a destination is there twice.
+row_objection change_stage(desk_state& desk, const moment& now, const actor& actor,
+                           const std::string& router, const stage_change& wanted);
 
 // False when the row is not there.
 bool unstage_row(desk_state& desk, const actor& actor, const std::string& router, int destination);

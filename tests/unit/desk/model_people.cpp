@@ -144,7 +144,14 @@ void change_stage(player& player, dice& dice)
     const actor& actor = somebody(player, dice);
     const std::string& router = some_router(player, dice).id;
     const int destination = some_destination(dice);
-    switch (below(dice, 3)) {
+    switch (below(dice, 4)) {
+    case 3: {
+        const std::vector<int> remove{some_destination(dice)};
+        const std::vector<int> keep{some_destination(dice)};
+        change_stage(player.desk, player.now, actor, router,
+                     {one_in(dice, 4), remove, keep, {{destination, some_source(dice)}}});
+        break;
+    }
     case 0:
         unstage_row(player.desk, actor, router, destination);
         break;

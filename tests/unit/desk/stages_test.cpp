@@ -69,6 +69,70 @@ TEST_F(Stages, HaveOneRowForADestination)
     EXPECT_EQ(desk.stages.at("anna").at("main").at(2).seen, 4);
 }
 
+TEST_F(Stages, AreChangedAsAWhole)
+{
+    stage(anna, 0, 1);
+    stage(anna, 1, 1);
+    stage(anna, 2, 1);
+    stage(ben, 1, 1);
+    report(1, 4);
+    report(2, 4);
+    forget_told();
+    const stage_change change{false, {0, 7}, {1, 6}, {{2, 3}, {3, NO_SOURCE}}};
+    EXPECT_EQ(said(change_stage(desk, now, anna, "main", change)), "");
+    EXPECT_THAT(staged(), ElementsAre(1, 2, 3));
+    const stage_rows& rows = desk.stages.at("anna").at("main");
+    EXPECT_EQ(rows.at(1).seen, 4) << "it was kept";
+    EXPECT_EQ(rows.at(2).source, 3);
+    EXPECT_EQ(rows.at(2).seen, 4);
+    expect_stage_change("anna");
+    EXPECT_EQ(desk.stages.at("ben").at("main").at(1).seen, 0);
+}
+
+TEST_F(Stages, AreReplacedAsAWhole)
+{
+    stage(anna, 0, 1);
+    stage(anna, 0, 1, "back");
+    forget_told();
+    EXPECT_EQ(said(change_stage(desk, now, anna, "main", {true, {}, {}, {{5, 2}, {4, 2}}})), "");
+    EXPECT_THAT(staged(), ElementsAre(4, 5));
+    expect_stage_change("anna");
+    EXPECT_EQ(said(change_stage(desk, now, anna, "main", {true, {}, {}, {}})), "");
+    EXPECT_FALSE(desk.stages.at("anna").contains("main"));
+    EXPECT_TRUE(desk.stages.at("anna").contains("back"));
+    expect_stage_change("anna");
+    EXPECT_EQ(said(change_stage(desk, now, anna, "main", {true, {1}, {2}, {}})), "");
+    EXPECT_THAT(desk.changes, IsEmpty()) << "nothing was there";
+}
+
+TEST_F(Stages, AreChangedNotAtAllWhenARowCannotBe)
+{
+    stage(anna, 0, 1);
+    forget_told();
+    struct {
+        std::pair<int, int> second;
+        const char* router;
+        reason why;
+        std::optional<std::size_t> row;
+    } const cases[] = {
+        {{200, 1}, "main", reason::no_such_destination, 1},
+        {{1, 99}, "main", reason::no_such_source, 1},
+        {{3, 2}, "main", reason::duplicate_destination, 1},
+        {{1, 1}, "none", reason::no_such_router, std::nullopt},
+    };
+    for (const auto& c : cases) {
+        const stage_change change{true, {0}, {}, {{3, 1}, c.second}};
+        const row_objection found = change_stage(desk, now, anna, c.router, change);
+        EXPECT_EQ(found.why, c.why);
+        EXPECT_EQ(found.row, c.row);
+        EXPECT_NE(found.detail, "");
+        EXPECT_THAT(staged(), ElementsAre(0));
+        EXPECT_THAT(desk.changes, IsEmpty());
+    }
+    EXPECT_EQ(change_stage(desk, now, guest, "main", {true, {}, {}, {{1, 1}}}).why,
+              reason::no_right);
+}
+
 TEST_F(Stages, BelongToOnePersonAndOneRouter)
 {
     stage(anna, 0, 1);
