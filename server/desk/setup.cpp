@@ -1,6 +1,7 @@
 #include "server/desk/setup.h"
 
 #include <charconv>
+#include <set>
 #include <vector>
 
 #include "server/desk/checks.h"
@@ -98,6 +99,22 @@ void forget_stages(desk_state& desk, const std::string& router)
         person = person->second.empty() ? desk.stages.erase(person) : std::next(person);
     }
 }
+
+objection check_position(side side, int position)
+{
+    if (position >= 0 && position < POSITIONS) return {};
+    return {side == side::sources ? reason::no_such_source : reason::no_such_destination,
+            "labels are for positions below " + std::to_string(POSITIONS)};
+}
+
+void change_label(desk_state& desk, const moment& now, const actor& actor,
+                  const std::string& router, side side, int position, label wanted)
+{
+    if (label_of(*find_router(desk, router), side, position) == wanted) return;
+    record_entry(desk, {now.utc, actor.person, actor.origin,
+                        label_set{router, side, position, std::move(wanted)}});
+    tell_change(desk, router, change::kind::labels, position);
+}
 } // namespace
 
 objection set_router(desk_state& desk, const moment& now, const actor& actor,
@@ -145,15 +162,33 @@ objection set_label(desk_state& desk, const moment& now, const actor& actor,
                     const std::string& router, side side, int position, const label& wanted)
 {
     objection found = check_engineer(desk, actor, router);
+    if (found.why == reason::none) found = check_position(side, position);
     if (found.why != reason::none) return found;
-    if (position < 0 || position >= POSITIONS)
-        return {side == side::sources ? reason::no_such_source : reason::no_such_destination,
-                "labels are for positions below " + std::to_string(POSITIONS)};
-    label label{cut_text(wanted.alias), cut_text(wanted.group)};
-    if (label_of(*find_router(desk, router), side, position) == label) return {};
-    record_entry(desk, {now.utc, actor.person, actor.origin,
-                        label_set{router, side, position, std::move(label)}});
-    tell_change(desk, router, change::kind::labels, position);
+    change_label(desk, now, actor, router, side, position,
+                 {cut_text(wanted.alias), cut_text(wanted.group)});
+    return {};
+}
+
+row_objection set_labels(desk_state& desk, const moment& now, const actor& actor,
+                         const std::string& router, side side,
+                         const std::vector<wanted_label>& wanted)
+{
+    objection found = check_engineer(desk, actor, router);
+    if (found.why != reason::none) return {std::move(found), {}};
+    std::set<int> seen;
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+        const int position = wanted[i].position;
+        found = check_position(side, position);
+        if (found.why == reason::none && !seen.insert(position).second)
+            found = {reason::bad_value, "index " + std::to_string(position) + " is there twice"};
+        if (found.why != reason::none) return {std::move(found), i};
+    }
+    for (const wanted_label& each : wanted) {
+        label label = label_of(*find_router(desk, router), side, each.position);
+        if (each.alias) label.alias = cut_text(*each.alias);
+        if (each.group) label.group = cut_text(*each.group);
+        change_label(desk, now, actor, router, side, each.position, std::move(label));
+    }
     return {};
 }
 

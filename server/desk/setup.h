@@ -1,7 +1,9 @@
 // What engineers set: which routers there are, and aliases and groups of their positions.
 #pragma once
 
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "server/desk/desk.h"
 
@@ -20,5 +22,16 @@ objection remove_router(desk_state& desk, const moment& now, const actor& actor,
 
 objection set_label(desk_state& desk, const moment& now, const actor& actor,
                     const std::string& router, side side, int position, const label& wanted);
+
+struct wanted_label {
+    int position = 0;
+    std::optional<std::string> alias; // none: it stays as it is
+    std::optional<std::string> group; // likewise
+};
+
+// All of them, or none when one cannot be or a position is there twice.
+row_objection set_labels(desk_state& desk, const moment& now, const actor& actor,
+                         const std::string& router, side side,
+                         const std::vector<wanted_label>& wanted);
 
 } // namespace desk

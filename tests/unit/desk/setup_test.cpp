@@ -242,3 +242,58 @@ TEST_F(Setup, RefusesLabelsBeyondThePositions)
               reason::none);
     EXPECT_EQ(desk.entries.size(), 1U);
 }
+
+TEST_F(Setup, SetsLabelsTogether)
+{
+    set_label(desk, now, eve, "main", side::sources, 1, {"CAM B", "cams"});
+    set_label(desk, now, eve, "main", side::sources, 2, {"CAM C", "cams"});
+    forget_told();
+    const std::vector<wanted_label> wanted{
+        {0, "Jib", "cams"}, {1, std::nullopt, "tape"}, {2, "", std::nullopt}, {3, "", ""}};
+    EXPECT_EQ(said(set_labels(desk, now, eve, "main", side::sources, wanted)), "");
+    EXPECT_EQ(
+        find_router(desk, "main")->source_labels,
+        (std::map<int, label>{{0, {"Jib", "cams"}}, {1, {"CAM B", "tape"}}, {2, {"", "cams"}}}));
+    EXPECT_THAT(changed(),
+                ElementsAre(std::pair(change::kind::labels, 0), std::pair(change::kind::labels, 1),
+                            std::pair(change::kind::labels, 2)));
+}
+
+TEST_F(Setup, SetsNoLabelWhenOneCannotBe)
+{
+    struct {
+        const actor& by;
+        int position;
+        const char* said;
+        std::optional<std::size_t> row;
+    } const cases[] = {
+        {eve, 0, "badValue: index 0 is there twice", 1},
+        {eve, POSITIONS, "noSuchDestination: labels are for positions below 1024", 1},
+        {anna, 1, "noRight: anna is no engineer of Main", std::nullopt},
+    };
+    for (const auto& c : cases) {
+        const row_objection found = set_labels(desk, now, c.by, "main", side::destinations,
+                                               {{0, "A", {}}, {c.position, "B", {}}});
+        EXPECT_EQ(said(found), c.said);
+        EXPECT_EQ(found.row, c.row);
+        EXPECT_THAT(desk.entries, IsEmpty());
+    }
+}
+
+TEST_F(Setup, KeepsWhetherARouterIsSimulated)
+{
+    router_settings settings;
+    settings.id = settings.name = "sim";
+    for (const simulation wrong : {simulation{0, 1}, simulation{1, POSITIONS + 1}}) {
+        settings.simulated = wrong;
+        EXPECT_EQ(set_router(desk, now, eve, settings).why, reason::bad_value);
+    }
+    settings.simulated = {POSITIONS, 1};
+    EXPECT_EQ(said(set_router(desk, now, eve, settings)), "");
+    settings.address = "127.0.0.1"; // where it listens now
+    EXPECT_EQ(said(set_router(desk, now, eve, settings)), "");
+    EXPECT_EQ(find_router(desk, "sim")->settings, settings);
+    settings.simulated = std::nullopt;
+    EXPECT_EQ(said(set_router(desk, now, eve, settings)),
+              "badValue: whether a router is simulated, and its size, stays as it is");
+}
