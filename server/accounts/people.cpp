@@ -147,6 +147,18 @@ objection set_settings(accounts_state& accounts, const desk::moment& now, const 
     return {};
 }
 
+void rename_group(accounts_state& accounts, const desk::moment& now, const desk::actor& actor,
+                  const std::string& from, const std::string& to, bool keeps_from)
+{
+    for (auto& [id, person] : accounts.people) {
+        auto& groups = person.may.groups;
+        if (!groups || !groups->contains(from)) continue;
+        groups->insert(to);
+        if (!keeps_from || groups->size() > desk::POSITIONS) groups->erase(from);
+        tell(accounts, now, actor, event::kind::person_set, id);
+    }
+}
+
 bool lacks_administrator(const accounts_state& accounts)
 {
     return std::none_of(accounts.people.begin(), accounts.people.end(),

@@ -34,6 +34,12 @@ objection set_password(accounts_state& accounts, const desk::moment& now, const 
 objection set_settings(accounts_state& accounts, const desk::moment& now, const desk::actor& actor,
                        const std::string& settings);
 
+// A group of destinations is called `to` now: rights that are limited to `from` count for it. They
+// keep the old name when `keeps_from`: other routers have a group of that name, and as long as they
+// name no more groups than they can. Whether the actor may rename it is for the desk to say.
+void rename_group(accounts_state& accounts, const desk::moment& now, const desk::actor& actor,
+                  const std::string& from, const std::string& to, bool keeps_from);
+
 // Nobody can sign in who may set up others: then the server offers its one-time link.
 bool lacks_administrator(const accounts_state& accounts);
 

@@ -173,6 +173,26 @@ TEST(Passwords, HaveALength)
               "A password has at most 1024 characters.");
 }
 
+TEST_F(People, MayRouteAGroupUnderItsNewName)
+{
+    const auto limit = [&](const std::string& id, std::set<std::string, std::less<>> groups) {
+        accounts.people[id].may.groups = std::move(groups);
+    };
+    limit("anna", {"Monitors", "Tape"});
+    limit("ben", {"Tape"});
+    accounts.events.clear();
+    rename_group(accounts, now, eve, "Monitors", "Gallery", false);
+    EXPECT_THAT(*found("anna").may.groups, ElementsAre("Gallery", "Tape"));
+    EXPECT_THAT(*found("ben").may.groups, ElementsAre("Tape"));
+    ASSERT_EQ(accounts.events.size(), 1U);
+    EXPECT_EQ(accounts.events[0].person, "eve");
+    EXPECT_EQ(accounts.events[0].subject, "anna");
+    EXPECT_THAT(told(), ElementsAre(event::kind::person_set));
+    rename_group(accounts, now, eve, "Tape", "VTR", true);
+    EXPECT_THAT(*found("anna").may.groups, ElementsAre("Gallery", "Tape", "VTR"));
+    EXPECT_EQ(found("eve").may.groups, std::nullopt) << "who is not limited stays so";
+}
+
 TEST_F(People, HaveRightsWithinBounds)
 {
     person wanted;

@@ -1,3 +1,4 @@
+#include "server/desk/groups.h"
 #include "server/desk/locks.h"
 #include "server/desk/salvos.h"
 #include "server/desk/setup.h"
@@ -265,7 +266,15 @@ void set_up_something(player& player, dice& dice)
     router_settings settings;
     settings.id = settings.name = router.id;
     if (known != nullptr) settings = known->settings;
-    switch (below(dice, 6)) {
+    switch (below(dice, 8)) {
+    case 6:
+        rename_group(player.desk, player.now, actor, router.id, side::destinations, "air",
+                     one_in(dice, 2) ? "air" : "floor");
+        break;
+    case 7:
+        dissolve_group(player.desk, player.now, actor, router.id, side::destinations,
+                       one_in(dice, 2) ? "air" : "floor");
+        break;
     case 0:
         remove_router(player.desk, player.now, actor, router.id);
         if (find_router(player.desk, router.id) == nullptr) see_removal(player.ledger, router.id);
