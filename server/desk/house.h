@@ -20,6 +20,13 @@ namespace desk {
 constexpr int NO_SOURCE = -1;      // nothing is routed there
 constexpr int UNKNOWN_SOURCE = -2; // the router has not said
 
+// How many it has, 1 to POSITIONS of each.
+struct simulation {
+    int sources = 0;
+    int destinations = 0;
+    bool operator==(const simulation&) const = default;
+};
+
 struct router_settings {
     std::string id;   // permanent: letters, digits, '-' and '_'
     std::string name; // for people
@@ -29,6 +36,8 @@ struct router_settings {
     int outputs = 0;
     int first_number = 1; // what people see for position 0
     std::chrono::milliseconds confirmation_limit = CONFIRMATION_LIMIT;
+    // None: a real router. Else address and port are those of its simulation, from whoever runs it.
+    std::optional<simulation> simulated{};
     bool operator==(const router_settings&) const = default;
 };
 

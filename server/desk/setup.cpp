@@ -61,6 +61,12 @@ objection check_settings(const router_settings& settings)
         return bad_value("the counts must be 0 to 256; 0: as many as the router has");
     if (settings.first_number != 0 && settings.first_number != 1)
         return bad_value("the first number shown must be 0 or 1");
+    const auto is_size = [](int size) {
+        return size >= 1 && size <= POSITIONS;
+    };
+    if (settings.simulated &&
+        (!is_size(settings.simulated->sources) || !is_size(settings.simulated->destinations)))
+        return bad_value("a simulated router has 1 to 1024 sources and destinations");
     if (settings.confirmation_limit < SHORTEST_CONFIRMATION_LIMIT ||
         settings.confirmation_limit > LONGEST_CONFIRMATION_LIMIT)
         return bad_value("the confirmation limit must be 0.1 to 60 s");
@@ -130,6 +136,8 @@ objection set_router(desk_state& desk, const moment& now, const actor& actor,
     if (old == nullptr && desk.house.routers.size() >= ROUTERS)
         return {reason::too_many_at_once, "there are as many routers as there can be"};
     if (old != nullptr && old->settings == settings) return {};
+    if (old != nullptr && old->settings.simulated != settings.simulated)
+        return bad_value("whether a router is simulated, and its size, stays as it is");
     const bool ends_backend = old != nullptr && !same_for_backend(old->settings, settings);
     const std::string id = settings.id;
     record_entry(desk, {now.utc, actor.person, actor.origin, router_set{std::move(settings)}});

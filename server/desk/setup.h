@@ -9,9 +9,9 @@
 
 namespace desk {
 
-// A new router, whose link is off, or new settings of one that the desk has. A new address, port or
-// count ends its backend. Values out of range are refused with bad_value; the address is four
-// numbers with dots between them, or empty.
+// A new router, whose link is off, or new settings of one that the desk has, whose simulation stays
+// as it is. A new address, port or count ends its backend. Values out of range are refused with
+// bad_value; the address is four numbers with dots between them, or empty.
 objection set_router(desk_state& desk, const moment& now, const actor& actor,
                      const router_settings& wanted);
 

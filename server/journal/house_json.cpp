@@ -26,13 +26,17 @@ json route_object(const desk::route& route)
 
 json settings_object(const desk::router_settings& settings)
 {
-    return {{"name", settings.name},
-            {"address", settings.address},
-            {"port", settings.port},
-            {"inputs", settings.inputs},
-            {"outputs", settings.outputs},
-            {"firstNumber", settings.first_number},
-            {"confirmationLimit", settings.confirmation_limit.count()}};
+    json object = {{"name", settings.name},
+                   {"address", settings.address},
+                   {"port", settings.port},
+                   {"inputs", settings.inputs},
+                   {"outputs", settings.outputs},
+                   {"firstNumber", settings.first_number},
+                   {"confirmationLimit", settings.confirmation_limit.count()}};
+    if (settings.simulated)
+        object["simulated"] = {{"sources", settings.simulated->sources},
+                               {"destinations", settings.simulated->destinations}};
+    return object;
 }
 
 json label_object(int position, const desk::label& label)

@@ -81,8 +81,8 @@ desk::doings read_doings(const place& at)
 // The desk itself judges them.
 desk::router_settings read_settings(const std::string& id, const place& at)
 {
-    expect_members(
-        at, {"name", "address", "port", "inputs", "outputs", "firstNumber", "confirmationLimit"});
+    expect_members(at, {"name", "address", "port", "inputs", "outputs", "firstNumber",
+                        "confirmationLimit", "simulated"});
     desk::router_settings settings;
     settings.id = id;
     settings.name = read_text(member(at, "name"));
@@ -93,6 +93,12 @@ desk::router_settings read_settings(const std::string& id, const place& at)
     settings.first_number = read_int(member(at, "firstNumber"), 0, LAST_NUMBER);
     settings.confirmation_limit =
         std::chrono::milliseconds(read_int(member(at, "confirmationLimit"), 0, LAST_NUMBER));
+    if (has(at, "simulated")) {
+        const place simulated = member(at, "simulated");
+        expect_members(simulated, {"sources", "destinations"});
+        settings.simulated = {read_int(member(simulated, "sources"), 0, LAST_NUMBER),
+                              read_int(member(simulated, "destinations"), 0, LAST_NUMBER)};
+    }
     desk::desk_state judge = desk::make_desk(0);
     const desk::actor all_powerful{"reader", "", {desk::right::administer, {}, {}}};
     const desk::objection found = desk::set_router(judge, {}, all_powerful, settings);
