@@ -124,13 +124,14 @@ struct change {
         stage,
         salvo,
         routers, // which there are
+        notice,
     };
     kind what = kind::fact;
     std::string router;         // empty: the house
-    std::uint64_t revision = 0; // of the router or of the house; 0 for a stage
+    std::uint64_t revision = 0; // of the router or of the house; 0 for a stage or notice
     int position = 0;           // of a fact, lock, wish or label
-    std::string person;         // of a stage
-    ulid id;                    // of a salvo, of a wish's batch
+    std::string person;         // of a stage or notice
+    ulid id;                    // of a salvo or notice, of a wish's batch
 };
 
 struct desk_state {

@@ -161,10 +161,20 @@ void apply(house& house, const entry&, const lock_set& set)
         router->locks[set.destination] = set.lock;
 }
 
-void apply(house& house, const entry&, const lock_removed& removed)
+void apply(house& house, const entry& entry, const lock_removed& removed)
 {
-    if (house_router* router = find_router(house, removed.router))
-        router->locks.erase(removed.destination);
+    house_router* router = find_router(house, removed.router);
+    if (!router) return;
+    router->locks.erase(removed.destination);
+    if (removed.notice.is_none()) return;
+    house.notices[removed.notice] = {
+        removed.owner, entry.at, entry.person, removed.router, removed.destination, removed.reason};
+    forget_notices(house.notices, removed.owner, entry.at);
+}
+
+void apply(house& house, const entry&, const notice_dismissed& dismissed)
+{
+    house.notices.erase(dismissed.id);
 }
 
 void apply(house& house, const entry&, const salvo_saved& saved)
@@ -252,6 +262,16 @@ void apply(house& house, const entry&, const outside_change& change)
         router->authors[change.destination] = {change.source, std::nullopt, "", change.since};
 }
 } // namespace
+
+void forget_notices(std::map<ulid, notice>& notices, const std::string& person, wall now)
+{
+    std::erase_if(notices, [&](const auto& each) { return each.second.at < now - NOTICE_AGE; });
+    const auto is_theirs = [&](const auto& each) {
+        return each.second.person == person;
+    };
+    if (std::count_if(notices.begin(), notices.end(), is_theirs) > static_cast<long>(NOTICES))
+        notices.erase(std::find_if(notices.begin(), notices.end(), is_theirs));
+}
 
 void apply_entry(house& house, const entry& entry)
 {

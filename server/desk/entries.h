@@ -33,6 +33,10 @@ struct lock_removed {
     lock_end how = lock_end::released;
     std::string owner;  // whose it was
     std::string reason; // of breaking it
+    ulid notice{};      // to the owner; none: there is none
+};
+struct notice_dismissed {
+    ulid id;
 };
 struct salvo_saved {
     ulid id; // of a new salvo, or one more version
@@ -97,11 +101,15 @@ struct entry {
     wall at{};
     std::string person; // empty: nobody's doing
     std::string origin;
-    std::variant<router_set, router_removed, label_set, lock_set, lock_removed, salvo_saved,
-                 salvo_renamed, salvo_deleted, salvo_restored, salvo_forgotten, batch_made,
-                 wish_ended, confirmed_late, wish_found, wish_accepted, outside_change>
+    std::variant<router_set, router_removed, label_set, lock_set, lock_removed, notice_dismissed,
+                 salvo_saved, salvo_renamed, salvo_deleted, salvo_restored, salvo_forgotten,
+                 batch_made, wish_ended, confirmed_late, wish_found, wish_accepted, outside_change>
         what;
 };
+
+// Notices that are older than NOTICE_AGE go when another one comes, and the person's oldest beyond
+// NOTICES. Also for the tables of who keeps them.
+void forget_notices(std::map<ulid, notice>& notices, const std::string& person, wall now);
 
 // Carries the entry out. One that concerns what the house does not have changes nothing. Also for
 // making a house again from what was kept, oldest entry first.

@@ -229,6 +229,17 @@ struct undo_record {
     bool operator==(const undo_record&) const = default;
 };
 
+// What a person must be told: somebody has broken a lock of theirs.
+struct notice {
+    std::string person; // who must be told
+    wall at{};
+    std::string by;
+    std::string router;
+    int destination = 0;
+    std::string reason;
+    bool operator==(const notice&) const = default;
+};
+
 struct house_router {
     router_settings settings;
     std::map<int, label> source_labels; // none that is empty
@@ -245,6 +256,7 @@ struct house {
     std::map<ulid, batch> batches;
     std::size_t batch_rows = 0;                           // in all of them
     std::map<std::string, undo_record, std::less<>> undo; // by person
+    std::map<ulid, notice> notices;                       // that have not been dismissed
     bool operator==(const house&) const = default;
 };
 

@@ -75,11 +75,15 @@ objection remove_lock(desk_state& desk, const moment& now, const actor& actor,
         if (given.find_first_not_of(' ') == std::string::npos)
             return {reason::bad_value, "breaking a lock needs a reason"};
     }
-    record_entry(desk,
-                 {now.utc, actor.person, actor.origin,
-                  lock_removed{router, destination, own ? lock_end::released : lock_end::broken,
-                               old->owner, own ? std::string() : given}});
+    lock_removed removed{router, destination, lock_end::released, old->owner, "", {}};
+    if (!own) {
+        removed.how = lock_end::broken;
+        removed.reason = given;
+        removed.notice = make_id(desk.ids, now.utc);
+    }
+    record_entry(desk, {now.utc, actor.person, actor.origin, removed});
     tell_change(desk, router, change::kind::lock, destination);
+    if (!own) tell_notice(desk, removed.owner, removed.notice);
     return {};
 }
 

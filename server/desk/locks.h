@@ -15,7 +15,8 @@ objection set_lock(desk_state& desk, const moment& now, const actor& actor,
                    const std::string& router, int destination, lock_mode mode,
                    const std::string& reason_given, std::optional<wall> until);
 
-// One's own. A foreign one is broken when `force` is set: that needs an engineer, and a reason.
+// One's own. A foreign one is broken when `force` is set: that needs an engineer, and a reason; its
+// owner gets a notice.
 objection remove_lock(desk_state& desk, const moment& now, const actor& actor,
                       const std::string& router, int destination, bool force,
                       const std::string& reason_given);

@@ -22,6 +22,7 @@ void tell_change(desk_state& desk, const std::string& router, change::kind what,
                  const ulid& id = {});
 // The house's next revision: of a salvo, or of which routers there are.
 void tell_house_change(desk_state& desk, change::kind what, const ulid& salvo = {});
+void tell_notice(desk_state& desk, const std::string& person, const ulid& id);
 void tell_stage_change(desk_state& desk, const std::string& person, const std::string& router);
 
 } // namespace desk

@@ -6,6 +6,7 @@
 #include "server/desk/limits.h"
 #include "server/desk/words.h"
 #include "server/journal/house_parts.h"
+#include "server/journal/saved_house.h"
 #include "server/journal/sql.h"
 #include "server/journal/stored_json.h"
 
@@ -139,9 +140,33 @@ void keep(store& store, const desk::entry& entry, const desk::lock_set& set)
         {.kind = LOCK_SET, .router = set.router, .destination = set.destination, .data = lock});
 }
 
+std::string notice_key(const desk::ulid& id)
+{
+    return "notices/" + desk::text_of(id);
+}
+
+void keep_notice(store& store, const desk::entry& entry, const desk::lock_removed& removed)
+{
+    if (!get(store, "routers/" + removed.router)) return;
+    const desk::notice notice{removed.owner,       entry.at,      entry.person, removed.router,
+                              removed.destination, removed.reason};
+    set(store, notice_key(removed.notice), json_text(notice_object(notice)));
+    const std::map<desk::ulid, desk::notice> all = read_notices(store);
+    std::map<desk::ulid, desk::notice> kept = all;
+    forget_notices(kept, removed.owner, entry.at);
+    for (const auto& [id, each] : all)
+        if (!kept.contains(id)) remove(store, notice_key(id));
+}
+
+void keep(store& store, const desk::entry&, const desk::notice_dismissed& dismissed)
+{
+    remove(store, notice_key(dismissed.id));
+}
+
 void keep(store& store, const desk::entry& entry, const desk::lock_removed& removed)
 {
     remove(store, lock_key(removed.router, removed.destination));
+    if (!removed.notice.is_none()) keep_notice(store, entry, removed);
     add_event(store, entry,
               {.kind = word_of(LOCK_ENDS, removed.how),
                .router = removed.router,

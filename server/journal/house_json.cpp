@@ -179,12 +179,18 @@ json steps_array(const std::deque<desk::undo_step>& steps)
 }
 } // namespace
 
+json notice_object(const desk::notice& notice)
+{
+    return {{"person", notice.person}, {"at", notice.at.count()},     {"by", notice.by},
+            {"router", notice.router}, {"index", notice.destination}, {"reason", notice.reason}};
+}
+
 nlohmann::json house_json(const desk::house& house)
 {
-    json object = {{"format", HOUSE_FORMAT},         {"version", HOUSE_VERSION},
-                   {"routers", json::object()},      {"salvos", json::object()},
-                   {"batches", json::object()},      {"undo", json::object()},
-                   {"deletedSalvos", json::object()}};
+    json object = {{"format", HOUSE_FORMAT},          {"version", HOUSE_VERSION},
+                   {"routers", json::object()},       {"salvos", json::object()},
+                   {"batches", json::object()},       {"undo", json::object()},
+                   {"deletedSalvos", json::object()}, {"notices", json::object()}};
     for (const auto& [id, router] : house.routers)
         object["routers"][id] = router_object(router);
     for (const auto& [id, salvo] : house.salvos)
@@ -198,6 +204,8 @@ nlohmann::json house_json(const desk::house& house)
     for (const auto& [person, record] : house.undo)
         object["undo"][person] = {{"undo", steps_array(record.undo)},
                                   {"redo", steps_array(record.redo)}};
+    for (const auto& [id, notice] : house.notices)
+        object["notices"][desk::text_of(id)] = notice_object(notice);
     return object;
 }
 

@@ -18,6 +18,9 @@ nlohmann::json doings_object(const desk::doings& doings);
 nlohmann::json wish_object(const desk::wish& wish);
 nlohmann::json batch_object(const desk::batch& batch);
 
+nlohmann::json notice_object(const desk::notice& notice);
+
+desk::notice read_notice(const place& at);
 desk::router_settings read_settings(const std::string& id, const place& at);
 desk::label read_label(const place& at);   // without its position
 desk::lock read_lock(const place& at);     // likewise

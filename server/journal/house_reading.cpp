@@ -139,6 +139,17 @@ desk::lock read_lock(const place& at)
     return lock;
 }
 
+desk::notice read_notice(const place& at)
+{
+    expect_members(at, {"person", "at", "by", "router", "index", "reason"});
+    return {read_text(member(at, "person")),
+            read_time(member(at, "at")),
+            read_text(member(at, "by")),
+            read_text(member(at, "router"), desk::ROUTER_ID_LENGTH),
+            read_int(member(at, "index"), 0, LAST_ROUTED),
+            read_text(member(at, "reason"), desk::TEXT_LENGTH)};
+}
+
 namespace {
 desk::house_router read_router(const std::string& id, const place& at)
 {
@@ -307,8 +318,8 @@ std::deque<desk::undo_step> read_steps(const place& at)
 desk::house read_whole(const place& at)
 {
     desk::house house;
-    expect_members(at,
-                   {"format", "version", "routers", "salvos", "deletedSalvos", "batches", "undo"});
+    expect_members(at, {"format", "version", "routers", "salvos", "deletedSalvos", "batches",
+                        "undo", "notices"});
     read_members(member(at, "routers"), desk::ROUTERS,
                  [&](const std::string& id, const place& each) {
                      house.routers[id] = read_router(id, each);
@@ -327,6 +338,11 @@ desk::house read_whole(const place& at)
                      house.undo[person] = {read_steps(member(each, "undo")),
                                            read_steps(member(each, "redo"))};
                  });
+    if (has(at, "notices"))
+        read_members(member(at, "notices"), desk::PEOPLE * desk::NOTICES,
+                     [&](const std::string& id, const place& each) {
+                         house.notices[read_ulid(id, each)] = read_notice(each);
+                     });
     return house;
 }
 

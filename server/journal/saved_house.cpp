@@ -267,6 +267,17 @@ void read_undo(store& store, desk::house& house, desk::wall now)
 }
 } // namespace
 
+std::map<desk::ulid, desk::notice> read_notices(store& store)
+{
+    std::map<desk::ulid, desk::notice> notices;
+    each_key(store, "notices/", [&](const std::vector<std::string>& key, const place& at) {
+        desk::ulid id;
+        if (!desk::read_id(key.at(0), id)) complain(at, "is no notice's key");
+        notices[id] = read_notice(at);
+    });
+    return notices;
+}
+
 desk::house saved_house(store& store, desk::wall now)
 {
     desk::house house;
@@ -275,6 +286,7 @@ desk::house saved_house(store& store, desk::wall now)
     read_authors(store, house);
     read_batches(store, house);
     read_undo(store, house, now);
+    house.notices = read_notices(store);
     return house;
 }
 

@@ -15,4 +15,7 @@ constexpr std::size_t BATCHES_UNDONE = 1000;
 // misfit when a key's value is wrong.
 desk::house saved_house(store& store, desk::wall now);
 
+// Those of the house alone.
+std::map<desk::ulid, desk::notice> read_notices(store& store);
+
 } // namespace journal

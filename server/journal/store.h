@@ -6,6 +6,7 @@
 //   locks/ID/POSITION
 //   salvos/ULID                        the name, and when it was deleted
 //   salvos/ULID/versions/NUMBER        ten digits, so that they sort
+//   notices/ULID
 //
 // One counter grows by one with every change; a key carries its value when it was made and when it
 // was changed last. The functions work within a transaction that the caller has begun.

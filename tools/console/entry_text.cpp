@@ -149,6 +149,13 @@ struct entry_teller {
                 json};
     }
 
+    told_entry operator()(const desk::notice_dismissed& dismissed) const
+    {
+        return {"noticeDismissed",
+                entry.person + " has read that a lock was broken",
+                {{"notice", desk::text_of(dismissed.id)}}};
+    }
+
     told_entry operator()(const desk::salvo_saved& saved) const
     {
         return {"salvoSaved",

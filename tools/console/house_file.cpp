@@ -180,6 +180,7 @@ desk::house kept_house(const desk::house& house)
     kept.salvos = house.salvos;
     kept.deleted_salvos = house.deleted_salvos;
     kept.undo = house.undo;
+    kept.notices = house.notices;
     for (const desk::ulid& id : needed) {
         const auto batch = house.batches.find(id);
         if (batch == house.batches.end()) continue; // forgotten

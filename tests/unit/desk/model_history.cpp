@@ -25,6 +25,7 @@ constexpr happening HAPPENINGS[] = {
     {25, "roll something back", roll_something_back},
     {12, "lock something", lock_something},
     {12, "unlock something", unlock_something},
+    {2, "dismiss something", dismiss_something},
     {10, "accept something", accept_something},
     {6, "set up something", set_up_something},
     {120, "send something", send_something},

@@ -1,5 +1,6 @@
 #include "server/desk/groups.h"
 #include "server/desk/locks.h"
+#include "server/desk/notices.h"
 #include "server/desk/salvos.h"
 #include "server/desk/setup.h"
 #include "server/desk/stages.h"
@@ -247,6 +248,14 @@ void unlock_something(player& player, dice& dice)
     const std::string& router = some_router(player, dice).id;
     remove_lock(player.desk, player.now, actor, router, some_destination(dice), one_in(dice, 2),
                 "wrong studio");
+    settle(player);
+}
+
+void dismiss_something(player& player, dice& dice)
+{
+    const actor& actor = somebody(player, dice);
+    const auto notices = notices_of(player.desk.house, actor.person, player.now.utc);
+    if (!notices.empty()) dismiss_notice(player.desk, player.now, actor, notices.front().first);
     settle(player);
 }
 

@@ -61,6 +61,7 @@ void undo_or_redo(player& player, dice& dice);
 void roll_something_back(player& player, dice& dice);
 void lock_something(player& player, dice& dice);
 void unlock_something(player& player, dice& dice);
+void dismiss_something(player& player, dice& dice);
 void accept_something(player& player, dice& dice);
 void set_up_something(player& player, dice& dice);
 
