@@ -21,6 +21,15 @@ bool is_fresh(const live_router& router, int destination)
            router.facts[position].connection == router.connection;
 }
 
+std::size_t count_waiting(const live_router& router)
+{
+    std::size_t waiting = 0;
+    for (const auto& [destination, open] : router.open)
+        for (const open_wish& wish : open)
+            if (wish.state != wish_state::sent) ++waiting;
+    return waiting;
+}
+
 int source_shown(const live_router& router, int destination)
 {
     const auto position = static_cast<std::size_t>(destination);

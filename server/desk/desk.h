@@ -22,6 +22,7 @@
 #include "server/desk/house.h"
 #include "server/desk/ids.h"
 #include "server/desk/moment.h"
+#include "server/desk/statistics.h"
 
 namespace desk {
 
@@ -88,7 +89,8 @@ struct live_router {
     std::set<int> disconnected; // destinations that showed no source in what passed last
     // Destination and source of changes that its backend may hold though their wishes have ended.
     std::set<std::pair<int, int>> may_hold;
-    std::uint64_t revision = 0; // one more with each change that anyone can see
+    desk::statistics statistics; // of no revision
+    std::uint64_t revision = 0;  // one more with each change that anyone can see
 };
 
 struct staged_row {
@@ -158,6 +160,9 @@ const live_router* find_live(const desk_state& desk, const std::string& router);
 
 // The router has said on the present connection, which is ready, what the destination shows.
 bool is_fresh(const live_router& router, int destination);
+
+// How many wishes have not been sent yet.
+std::size_t count_waiting(const live_router& router);
 
 // What the destination is known to show, fresh or not.
 int source_shown(const live_router& router, int destination);

@@ -1,5 +1,6 @@
 #include "server/desk/takes.h"
 
+#include <algorithm>
 #include <set>
 #include <utility>
 
@@ -151,6 +152,24 @@ void send_rows(desk_state& desk, const moment& now, const ulid& id,
     for (auto& [router, changes] : rows)
         desk.orders.push_back({order::kind::send, router, std::move(changes)});
 }
+
+// Rows that have ended at once, and how many of the others wait.
+void count_rows(desk_state& desk, const moment& now, const std::vector<row_answer>& answers)
+{
+    std::set<live_router*> waiting;
+    for (const row_answer& row : answers) {
+        live_router* const live = find_live(desk, row.wished.router);
+        if (live == nullptr) continue;
+        const outcome end = row.unchanged ? outcome::confirmed : outcome::not_sent;
+        if (row.goes)
+            waiting.insert(live);
+        else
+            count_end(live->statistics, now.utc, end, std::nullopt);
+    }
+    for (live_router* const live : waiting)
+        live->statistics.most_waiting =
+            std::max(live->statistics.most_waiting, count_waiting(*live));
+}
 } // namespace
 
 take_answer take(desk_state& desk, const moment& now, const actor& actor,
@@ -184,6 +203,7 @@ take_answer take_as(desk_state& desk, const moment& now, const actor& actor,
     record_entry(desk,
                  {now.utc, actor.person, actor.origin, batch_made{answer.batch, std::move(batch)}});
     send_rows(desk, now, answer.batch, answer.rows);
+    count_rows(desk, now, answer.rows);
     return answer;
 }
 

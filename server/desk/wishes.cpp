@@ -119,6 +119,7 @@ void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome en
         ended.doings = doings_of(desk.house, id, closed.was);
         ended.since = live.facts.at(static_cast<std::size_t>(wished.destination)).changed;
     }
+    count_end(live.statistics, now.utc, end, ended.ended_after);
     record_entry(desk, {now.utc, "", "", ended});
 
     const wish* row = find_wish(desk.house, id); // none when its batch has been forgotten by now
