@@ -84,6 +84,8 @@ struct live_router {
     std::vector<fact> facts;                   // by destination, as many as outputs have ever been
     std::map<int, std::deque<open_wish>> open; // by destination, oldest first; none empty
     std::map<int, wish_id> troubled; // the last wish, when it ended badly and nobody accepted it
+    // By destination, until it is heard: what the restart has ended. None empty.
+    std::map<int, std::vector<wish_id>> ended_by_restart;
     std::map<int, std::size_t> queries_under_way; // by destination; none 0
     std::deque<unanswered_take> takes_unanswered; // oldest first
     std::set<int> disconnected; // destinations that showed no source in what passed last

@@ -102,14 +102,19 @@ bool may_be_late(const desk_state& desk, const wish_id& id, wall now, wall heard
     return heard <= ended || now <= ended + LATE_LIMIT;
 }
 
-void note_found(desk_state& desk, const moment& now, const wish_id& id, const route& shown)
+// What the router shows is told of all wishes that a restart has ended.
+void note_found(desk_state& desk, const moment& now, live_router& live, const route& shown)
 {
-    const wish& row = *find_wish(desk.house, id);
-    if (row.end != outcome::unknown || row.found) return;
-    const std::string detail =
-        row.detail + "; then the router showed " + source_name(desk, shown.router, shown.source);
-    record_entry(desk, {now.utc, "", "", wish_found{id, shown.source, detail}});
-    tell_change(desk, shown.router, change::kind::wish, shown.destination, id.batch);
+    const auto ended = live.ended_by_restart.extract(shown.destination);
+    if (!ended) return;
+    for (const wish_id& id : ended.mapped()) {
+        const wish* const row = find_wish(desk.house, id);
+        if (row == nullptr) continue; // forgotten
+        const std::string detail = row->detail + "; then the router showed " +
+                                   source_name(desk, shown.router, shown.source);
+        record_entry(desk, {now.utc, "", "", wish_found{id, shown.source, detail}});
+        tell_change(desk, shown.router, change::kind::wish, shown.destination, id.batch);
+    }
 }
 
 // The destination's last wish, when it went wrong, and its source is shown now. `was` and `heard`:
@@ -186,6 +191,7 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
         const bool late = confirm_late(desk, now, live, shown, known ? was : UNKNOWN_SOURCE, heard);
         if (!confirms && !late) note_outside_change(desk, now, live, shown, was);
     }
+    note_found(desk, now, live, shown);
     if (!changed && last_author(desk, shown) != author)
         tell_change(desk, shown.router, change::kind::fact, shown.destination);
 }
