@@ -68,8 +68,7 @@ doings doings_of(const house& house, const wish_id& id, int was)
 
 bool was_accepted(const wish& wish)
 {
-    return wish.end != outcome::not_sent || wish.why == reason::link_lost ||
-           wish.why == reason::not_sent_in_time || wish.why == reason::backend_ended;
+    return wish.end != outcome::not_sent || wish.ended_after.value_or(monotonic{}) > monotonic{};
 }
 
 bool is_trouble(const wish& wish)

@@ -109,7 +109,9 @@ void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome en
     live_router& live = *find_live(desk, wished.router);
     const bool newest = live.open.at(wished.destination).back().id == id;
     const open_wish closed = close_wish(desk, live, wished.destination, id);
-    wish_ended ended{id,        end, why, detail, std::nullopt, now.steady - closed.begun.steady,
+    constexpr monotonic LEAST{1}; // what was accepted has not ended at once
+    wish_ended ended{id,        end,          why,
+                     detail,    std::nullopt, std::max(LEAST, now.steady - closed.begun.steady),
                      closed.was};
     if (closed.state == wish_state::queued)
         live.may_hold.insert({wished.destination, closed.source});

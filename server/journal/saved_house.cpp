@@ -237,13 +237,14 @@ desk::batch as_made(desk::batch batch)
 std::vector<numbered_batch> batches_of(store& store, const std::string& person, desk::wall since)
 {
     std::vector<numbered_batch> batches;
+    std::size_t seen = 0;
     each_row(
         store.database, std::string(BATCH_COLUMNS) + "WHERE person = ? ORDER BY number DESC",
         [&](SQLite::Statement& row) {
             numbered_batch batch = read_batch_row(row);
-            if (batch.batch.made < since) return false;
-            batches.push_back(std::move(batch));
-            return batches.size() < BATCHES_UNDONE;
+            // One before it may be younger: the wall clock may have been set back.
+            if (batch.batch.made >= since) batches.push_back(std::move(batch));
+            return ++seen < BATCHES_UNDONE;
         },
         person);
     return {batches.rbegin(), batches.rend()};

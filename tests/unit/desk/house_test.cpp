@@ -22,6 +22,7 @@ TEST(House, TellsTroubleAndWhatWasAccepted)
         reason why;
         bool accepted;
         bool trouble;
+        monotonic ended_after{};
     } const cases[] = {
         {outcome::open, reason::none, true, false},
         {outcome::confirmed, reason::none, true, false},
@@ -30,9 +31,10 @@ TEST(House, TellsTroubleAndWhatWasAccepted)
         {outcome::timed_out, reason::none, true, true},
         {outcome::superseded, reason::none, true, false},
         {outcome::unknown, reason::none, true, true},
-        {outcome::not_sent, reason::link_lost, true, true},
-        {outcome::not_sent, reason::not_sent_in_time, true, true},
-        {outcome::not_sent, reason::backend_ended, true, true},
+        {outcome::not_sent, reason::link_lost, true, true, monotonic(1)},
+        {outcome::not_sent, reason::not_sent_in_time, true, true, monotonic(1)},
+        {outcome::not_sent, reason::backend_ended, true, true, monotonic(1)},
+        {outcome::not_sent, reason::locked, true, true, monotonic(1)}, // while it was held
         {outcome::not_sent, reason::locked, false, false},
         {outcome::not_sent, reason::blocked_by_other_row, false, false},
         {outcome::not_sent, reason::link_not_ready, false, false},
@@ -41,6 +43,7 @@ TEST(House, TellsTroubleAndWhatWasAccepted)
         wish wish;
         wish.end = c.end;
         wish.why = c.why;
+        wish.ended_after = c.ended_after;
         EXPECT_EQ(was_accepted(wish), c.accepted) << static_cast<int>(c.end);
         EXPECT_EQ(is_trouble(wish), c.trouble) << static_cast<int>(c.end);
         wish.accepted = true;

@@ -100,6 +100,16 @@ TEST(SavedHouse, KeepsTheLastBatchesAndThoseWithAnOpenRow)
     EXPECT_TRUE(house.batches.contains({1, 4}));
 }
 
+TEST(SavedHouse, HasUndoFromBeforeTheClockWasSetBack)
+{
+    tables tables;
+    const desk::wall later = NOW + 2 * desk::UNDO_AGE;
+    tables.keep({take_of(1, "ben", {"r1", 0, 1}, later), take_of(2, "ben", {"r1", 1, 1}, NOW)});
+    const desk::house house = saved_house(tables.store, later);
+    ASSERT_TRUE(house.undo.contains("ben"));
+    EXPECT_EQ(house.undo.at("ben").undo.back().batch, (desk::ulid{1, 1}));
+}
+
 TEST(SavedHouse, TakesTextThatIsNoUtf8)
 {
     tables tables;
