@@ -49,9 +49,9 @@ std::vector<group> groups_of(const house_router& router, side side)
     std::vector<group> groups;
     for (const auto& [position, label] : labels_of(router, side)) {
         if (label.group.empty()) continue;
-        auto found = std::find_if(groups.begin(), groups.end(), [&](const group& each) {
-            return each.name == label.group;
-        });
+        auto found =
+            std::find_if(groups.begin(), groups.end(),
+                         [&name = label.group](const group& each) { return each.name == name; });
         if (found == groups.end()) found = groups.insert(groups.end(), {label.group, {}});
         found->members.push_back(position);
     }
@@ -74,9 +74,8 @@ objection rename_group(desk_state& desk, const moment& now, const actor& actor,
     const std::string wanted = cut_text(new_name);
     if (wanted.empty()) return {reason::bad_value, "a group needs a name"};
     if (wanted == name) return {};
-    const bool taken = side == side::sources
-                           ? has_group(*find_router(desk, router), side, wanted)
-                           : is_group_of_destinations(desk.house, wanted);
+    const bool taken = side == side::sources ? has_group(*find_router(desk, router), side, wanted)
+                                             : is_group_of_destinations(desk.house, wanted);
     if (taken) return {reason::name_taken, "there is already a group called " + wanted};
     move_members(desk, now, actor, router, side, name, wanted);
     return {};

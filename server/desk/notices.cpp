@@ -9,7 +9,8 @@ std::vector<std::pair<ulid, notice>> notices_of(const house& house, const std::s
 {
     std::vector<std::pair<ulid, notice>> found;
     for (const auto& [id, notice] : house.notices)
-        if (notice.person == person && notice.at >= now - NOTICE_AGE) found.emplace_back(id, notice);
+        if (notice.person == person && notice.at >= now - NOTICE_AGE)
+            found.emplace_back(id, notice);
     return found;
 }
 

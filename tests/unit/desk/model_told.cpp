@@ -32,7 +32,8 @@ void see_report(ledger& ledger, const moment& now, const std::string& router,
             const int before = fact.fresh ? fact.last : UNKNOWN_SOURCE;
             fact.changes.push_back({before, {}});
             fact.changed = now.utc;
-            fact.outlasted = false;
+            // The first one after a restart: what was shown last before may not have been kept.
+            fact.outlasted = fact.outlasted && fact.source == UNKNOWN_SOURCE;
         }
         fact.source = fact.last = one.now.source;
         fact.fresh = true;
