@@ -59,8 +59,9 @@ objection remove_token(accounts_state& accounts, const desk::moment& now, const 
     // Whoever may not remove it learns no more than that.
     if (found == accounts.tokens.end() || !may_manage(actor, found->second.person))
         return {refusal::no_such_token, "there is no token " + text_of(id) + " of " + actor.person};
-    accounts.tokens.erase(found);
+    // In this order: the id may be the key that goes.
     tell(accounts, now, actor, event::kind::token_removed, text_of(id));
+    accounts.tokens.erase(found);
     return {};
 }
 

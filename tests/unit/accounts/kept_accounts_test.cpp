@@ -283,7 +283,7 @@ TEST_F(KeptAccounts, PassOverMembersThatTheyDoNotKnow)
 {
     set(tables.store, "people/ben", R"({"name": "Ben", "disabled": true, "created": 7, "colour": 1,
         "rights": {"usual": "view", "exceptions": {}, "from": "18:00"}})");
-    const person& ben = kept_accounts(tables.store, now).people.at("ben");
+    const person ben = kept_accounts(tables.store, now).people.at("ben");
     EXPECT_EQ(ben.name, "Ben");
     EXPECT_TRUE(ben.disabled);
 }
