@@ -108,27 +108,47 @@ take_answer put_back(desk_state& desk, const moment& now, const actor& actor,
     return take_as(desk, now, actor, request, from);
 }
 
+std::vector<const undo_step*> usable_steps(const house& house, const moment& now,
+                                           const std::string& person,
+                                           std::deque<undo_step> undo_record::*steps)
+{
+    std::vector<const undo_step*> usable;
+    const auto record = house.undo.find(person);
+    if (record == house.undo.end()) return usable;
+    const std::deque<undo_step>& all = record->second.*steps;
+    for (std::size_t i = all.size(); i-- > 0;)
+        if (now.utc - all[i].made <= UNDO_AGE && !what_went(house, all[i].rows).empty())
+            usable.push_back(&all[i]);
+    return usable;
+}
+
 take_answer use_newest(desk_state& desk, const moment& now, const actor& actor,
                        const batch_command& command, std::deque<undo_step> undo_record::*steps,
                        batch_kind kind)
 {
     if (std::optional<take_answer> again = answer_again(desk, command.id)) return *again;
-    const auto record = desk.house.undo.find(actor.person);
-    if (record != desk.house.undo.end()) {
-        const std::deque<undo_step>& of = record->second.*steps;
-        const auto step = std::find_if(of.rbegin(), of.rend(), [&](const undo_step& one) {
-            return !what_went(desk.house, one.rows).empty();
-        });
-        if (step != of.rend() && now.utc - step->made <= UNDO_AGE)
-            return put_back(desk, now, actor, command, what_went(desk.house, step->rows),
-                            {kind, step->batch, 0, {}});
-    }
+    const auto usable = usable_steps(desk.house, now, actor.person, steps);
+    if (!usable.empty())
+        return put_back(desk, now, actor, command, what_went(desk.house, usable.front()->rows),
+                        {kind, usable.front()->batch, 0, {}});
     return {{},
             reason::nothing_to_do,
             std::string("there is nothing to ") + (kind == batch_kind::undo ? "undo" : "redo"),
             {}};
 }
 } // namespace
+
+std::vector<const undo_step*> undo_steps(const house& house, const moment& now,
+                                         const std::string& person)
+{
+    return usable_steps(house, now, person, &undo_record::undo);
+}
+
+std::vector<const undo_step*> redo_steps(const house& house, const moment& now,
+                                         const std::string& person)
+{
+    return usable_steps(house, now, person, &undo_record::redo);
+}
 
 take_answer undo(desk_state& desk, const moment& now, const actor& actor,
                  const batch_command& command)

@@ -3,10 +3,19 @@
 // actor may route it.
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "server/desk/desk.h"
 #include "server/desk/takes.h"
 
 namespace desk {
+
+// What there is to undo or to redo, in the order in which it would be: newest first.
+std::vector<const undo_step*> undo_steps(const house& house, const moment& now,
+                                         const std::string& person);
+std::vector<const undo_step*> redo_steps(const house& house, const moment& now,
+                                         const std::string& person);
 
 // The person's newest step that is not older than UNDO_AGE; nothing_to_do when there is none. A dry
 // run tells what would happen, row by row. The step is used up when a row goes or the rule is
