@@ -1,5 +1,7 @@
 #include "server/desk/desk.h"
 
+#include <algorithm>
+
 namespace desk {
 
 const house_router* find_router(const desk_state& desk, const std::string& router)
@@ -28,6 +30,16 @@ std::size_t count_waiting(const live_router& router)
         for (const open_wish& wish : open)
             if (wish.state != wish_state::sent) ++waiting;
     return waiting;
+}
+
+std::optional<wall> stale_since(const live_router& router)
+{
+    const auto end = router.facts.begin() + router.outputs; // as many as there are at least
+    const bool any = std::any_of(router.facts.begin(), end, [&](const fact& fact) {
+        return fact.connection != 0 &&
+               (router.link != link_state::ready || fact.connection != router.connection);
+    });
+    return any ? router.link_lost : std::nullopt;
 }
 
 int source_shown(const live_router& router, int destination)

@@ -73,11 +73,12 @@ struct unanswered_take {
 
 struct live_router {
     link_state link = link_state::off;
-    std::string link_reason; // in words; empty when ready
+    std::string link_reason = "not connected yet"; // in words; empty when ready
     wall link_since{};
-    std::uint32_t connection = 0; // counts those over which something was read; 0: none yet
-    reason ending = reason::none; // why its backend has been ordered to end, which it has not yet
-    int inputs = 0;               // as the backend counts them; 0: it has not
+    std::optional<wall> link_lost; // when it was ready no longer, the last time
+    std::uint32_t connection = 0;  // counts those over which something was read; 0: none yet
+    reason ending = reason::none;  // why its backend has been ordered to end, which it has not yet
+    int inputs = 0;                // as the backend counts them; 0: it has not
     int outputs = 0;
     std::vector<std::string> source_names; // may be more than inputs
     std::vector<std::string> destination_names;
@@ -165,6 +166,10 @@ bool is_fresh(const live_router& router, int destination);
 
 // How many wishes have not been sent yet.
 std::size_t count_waiting(const live_router& router);
+
+// Since when something of what the router is known to show is from an earlier connection. None when
+// there is nothing of that kind.
+std::optional<wall> stale_since(const live_router& router);
 
 // What the destination is known to show, fresh or not.
 int source_shown(const live_router& router, int destination);

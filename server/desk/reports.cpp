@@ -209,6 +209,7 @@ void report_link(desk_state& desk, const moment& now, const std::string& router,
     if (link != before) {
         live->link_since = now.utc;
         if (before == link_state::ready) count_link_loss(live->statistics, now.utc);
+        if (before == link_state::ready) live->link_lost = now.utc;
         const bool goes_on = before == link_state::reading && link == link_state::ready;
         if (!goes_on) forget_traffic(*live);
         if (!goes_on && (link == link_state::reading || link == link_state::ready)) {

@@ -34,6 +34,25 @@ TEST_F(Links, TellStateReasonAndTime)
                 ElementsAre(Pair(kind::link, 0), Pair(kind::link, 0), Pair(kind::link, 0)));
 }
 
+TEST_F(Links, TellSinceWhenRoutesAreStale)
+{
+    EXPECT_EQ(stale_since(main), std::nullopt);
+    wait_ms(50);
+    const wall lost = now.utc;
+    link(link_state::down, "no answer");
+    wait_ms(50);
+    EXPECT_EQ(stale_since(main), lost);
+    link(link_state::reading, "");
+    EXPECT_EQ(stale_since(main), lost);
+    link(link_state::ready, "");
+    EXPECT_EQ(stale_since(main), lost); // nothing has been said again yet
+    for (int destination = 0; destination < main.outputs; ++destination)
+        report(destination, 1);
+    EXPECT_EQ(stale_since(main), std::nullopt);
+    doubt_fact(desk, "main", 0); // of this connection
+    EXPECT_EQ(stale_since(main), std::nullopt);
+}
+
 TEST_F(Links, BeginConnections)
 {
     struct {
