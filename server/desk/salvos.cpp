@@ -106,7 +106,9 @@ objection check_right_to(const desk_state& desk, const actor& actor, const salvo
 row_objection check_wanted(const desk_state& desk, const actor& actor, const ulid& id,
                            const wanted_salvo& wanted)
 {
-    row_objection found = check_rows(desk, actor, wanted.rows);
+    row_objection found;
+    if (!id.is_none()) found = {check_right_to(desk, actor, desk.house.salvos.at(id)), {}};
+    if (found.why == reason::none) found = check_rows(desk, actor, wanted.rows);
     if (found.why == reason::none) found = {check_name(desk.house, wanted.name, id), {}};
     if (found.why == reason::none && rows_kept(desk.house) + wanted.rows.size() > SALVO_ROWS)
         found = {{reason::too_many_at_once, "there are as many rows in salvos as there can be"},

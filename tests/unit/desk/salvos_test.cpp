@@ -177,6 +177,19 @@ TEST_F(Salvos, HaveRowsThatTheirAuthorMayRoute)
     EXPECT_EQ(save("a", {{"main", 0, 1}, {"back", 0, 2}}, anna).why, reason::none);
 }
 
+TEST_F(Salvos, AreChangedByWhoMayRouteWhatIsInThem)
+{
+    const ulid id = save("News");
+    const std::vector<route> own{{"main", 0, 1}};
+    const std::string refused = "noRight: vera may not route all that is in News";
+    EXPECT_EQ(said(set_salvo(desk, now, vera, id, {"Mine", own, "", batch_rule::all})), refused);
+    EXPECT_EQ(said(save("news", own, vera)), refused);
+    EXPECT_EQ(desk.house.salvos.at(id).versions.size(), 1U);
+    EXPECT_EQ(desk.house.salvos.at(id).name, "News");
+    EXPECT_EQ(save("News", own, anna).why, reason::none);
+    EXPECT_EQ(save("News", {{"main", 0, 2}}, vera).why, reason::none); // none of the others now
+}
+
 TEST_F(Salvos, HaveAsManyRowsAsABatch)
 {
     for (int router = 0; router * ROUTED_POSITIONS <= static_cast<int>(ROWS_PER_BATCH); ++router) {
