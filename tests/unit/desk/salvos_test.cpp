@@ -43,12 +43,6 @@ class Salvos : public DeskTest {
                                                                                      : "else");
         return kinds;
     }
-
-    take_answer run(const ulid& id, int version = 0, batch_rule rule = batch_rule::all,
-                    bool dry_run = false)
-    {
-        return run_salvo(desk, now, anna, id, version, how(rule, dry_run));
-    }
 };
 } // namespace
 
@@ -153,7 +147,7 @@ TEST_F(Salvos, NumberTheirVersionsOn)
     EXPECT_EQ(versions.size(), VERSIONS_PER_SALVO);
     EXPECT_EQ(versions.front().number, 2);
     EXPECT_EQ(versions.back().number, static_cast<int>(VERSIONS_PER_SALVO) + 1);
-    EXPECT_EQ(run(id, 1).why, reason::no_such_version);
+    EXPECT_EQ(run_salvo(desk, now, anna, id, 1, how(batch_rule::all)).why, reason::no_such_version);
 }
 
 TEST_F(Salvos, HaveNames)
@@ -251,7 +245,7 @@ TEST_F(Salvos, ThatWereDeletedAreRestored)
     const salvo kept = desk.house.salvos.at(id);
     EXPECT_EQ(said(restore_salvo(desk, now, anna, id)), "notDeleted: News has not been deleted");
     delete_salvo(desk, now, anna, id);
-    EXPECT_EQ(run(id).why, reason::no_such_salvo);
+    EXPECT_EQ(run_salvo(desk, now, anna, id, 0, how(batch_rule::all)).why, reason::no_such_salvo);
     EXPECT_EQ(desk.house.deleted_salvos.at(id), (deleted_salvo{kept, now.utc}));
     EXPECT_EQ(said(delete_salvo(desk, now, anna, id)), "noSuchSalvo: there is no such salvo");
     EXPECT_EQ(said(restore_salvo(desk, now, anna, {1, 1})), "noSuchSalvo: there is no such salvo");
@@ -334,81 +328,4 @@ TEST_F(Salvos, SayWhatIsMissing)
     EXPECT_EQ(missing_for(desk, {"gone", 0, 1}), reason::no_such_router);
     EXPECT_EQ(missing_for(desk, {"main", POSITIONS_HERE, 1}), reason::no_such_destination);
     EXPECT_EQ(missing_for(desk, {"main", 0, POSITIONS_HERE}), reason::no_such_source);
-}
-
-TEST_F(Salvos, RunAsOneBatch)
-{
-    const ulid id = save("News");
-    save("News", {{"main", 3, 4}}, anna);
-    forget_told();
-    const take_answer answer = run(id, 1);
-    EXPECT_THAT(ordered(), testing::UnorderedElementsAre("main 0<5", "back 1<6"));
-    const batch& made = desk.house.batches.at(answer.batch);
-    EXPECT_EQ(made.kind, batch_kind::salvo);
-    EXPECT_EQ(made.of, id);
-    EXPECT_EQ(made.salvo_version, 1);
-    EXPECT_EQ(made.rule, batch_rule::all);
-    EXPECT_EQ(made.reason_given, "on air");
-    EXPECT_EQ(made.rows.size(), 2U);
-
-    forget_told();
-    const batch& newest = desk.house.batches.at(run(id).batch);
-    EXPECT_EQ(newest.salvo_version, 2);
-    EXPECT_THAT(ordered(), ElementsAre("main 3<4"));
-}
-
-TEST_F(Salvos, SendNothingThatIsShownAlready)
-{
-    const ulid id = save("News", {{"main", 0, 0}, {"main", 1, 3}}, anna).id;
-    EXPECT_EQ(said(run(id)), "unchanged");
-    EXPECT_THAT(ordered(), ElementsAre("main 1<3"));
-}
-
-TEST_F(Salvos, RunDry)
-{
-    const ulid id = save("News");
-    forget_told();
-    EXPECT_EQ(run(id, 0, batch_rule::all, true).rows.size(), 2U);
-    EXPECT_THAT(desk.orders, IsEmpty());
-    EXPECT_THAT(desk.entries, IsEmpty());
-}
-
-TEST_F(Salvos, RunByTheirRule)
-{
-    const ulid id = save("News");
-    remove_router(desk, now, eve, "back");
-    forget_told();
-    EXPECT_EQ(run(id).rows.at(0).why, reason::blocked_by_other_row);
-    EXPECT_THAT(ordered(), IsEmpty());
-    EXPECT_EQ(run(id, 0, batch_rule::rest).rows.at(1).why, reason::no_such_router);
-    EXPECT_THAT(ordered(), ElementsAre("main 0<5"));
-}
-
-TEST_F(Salvos, RunOnceUnderAnId)
-{
-    const ulid id = save("News");
-    const batch_command command = how(batch_rule::all, false, {7, 7});
-    run_salvo(desk, now, anna, id, 0, command);
-    delete_salvo(desk, now, anna, id);
-    forget_told();
-    EXPECT_TRUE(run_salvo(desk, now, anna, id, 0, command).rows.at(1).goes);
-    EXPECT_THAT(desk.entries, IsEmpty());
-}
-
-TEST_F(Salvos, DoNotRunTooLate)
-{
-    const ulid id = save("News");
-    batch_command command = how(batch_rule::all);
-    command.asked = now.steady - COMMAND_AGE - monotonic(1);
-    EXPECT_EQ(run_salvo(desk, now, anna, id, 0, command).why, reason::too_late);
-}
-
-TEST_F(Salvos, ThatDoNotExistDoNotRun)
-{
-    const ulid id = save("News");
-    EXPECT_EQ(run({1, 1}).why, reason::no_such_salvo);
-    const take_answer answer = run(id, 7);
-    EXPECT_EQ(answer.why, reason::no_such_version);
-    EXPECT_THAT(answer.detail, HasSubstr("News has no version 7"));
-    EXPECT_THAT(desk.house.batches, IsEmpty());
 }
