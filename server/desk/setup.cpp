@@ -16,30 +16,6 @@ constexpr int LAST_PORT = 65535;
 constexpr int ADDRESS_PARTS = 4;
 constexpr int LAST_OF_PART = 255;
 
-bool is_id(const std::string& text)
-{
-    constexpr const char* LETTERS =
-        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_";
-    return !text.empty() && text.size() <= ROUTER_ID_LENGTH &&
-           text.find_first_not_of(LETTERS) == std::string::npos;
-}
-
-// Four numbers with dots between them, as the backend reads an address.
-bool is_address(const std::string& text)
-{
-    const char* at = text.data();
-    const char* const end = at + text.size();
-    for (int part = 0; part < ADDRESS_PARTS; ++part) {
-        if (part > 0 && (at == end || *at++ != '.')) return false;
-        unsigned value = 0;
-        const auto read = std::from_chars(at, end, value);
-        if (read.ec != std::errc() || value > LAST_OF_PART) return false;
-        if (*at == '0' && read.ptr - at > 1) return false; // to some programs that is base 8
-        at = read.ptr;
-    }
-    return at == end;
-}
-
 objection bad_value(const char* detail)
 {
     return {reason::bad_value, detail};
@@ -50,10 +26,10 @@ objection check_settings(const router_settings& settings)
     const auto is_count = [](int count) {
         return count >= 0 && count <= ROUTED_POSITIONS;
     };
-    if (!is_id(settings.id))
+    if (!is_router_id(settings.id))
         return bad_value("a router's id has 1 to 64 letters, digits, '-' and '_'");
     if (settings.name.empty()) return bad_value("a router needs a name");
-    if (!settings.address.empty() && !is_address(settings.address))
+    if (!is_address(settings.address))
         return bad_value("the address must be four numbers up to 255 with dots, or empty");
     if (settings.port < 1 || settings.port > LAST_PORT)
         return bad_value("the port must be 1 to 65535");
@@ -123,6 +99,30 @@ void change_label(desk_state& desk, const moment& now, const actor& actor,
 }
 } // namespace
 
+bool is_router_id(const std::string& text)
+{
+    constexpr const char* LETTERS =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_";
+    return !text.empty() && text.size() <= ROUTER_ID_LENGTH &&
+           text.find_first_not_of(LETTERS) == std::string::npos;
+}
+
+bool is_address(const std::string& text)
+{
+    if (text.empty()) return true;
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    for (int part = 0; part < ADDRESS_PARTS; ++part) {
+        if (part > 0 && (at == end || *at++ != '.')) return false;
+        unsigned value = 0;
+        const auto read = std::from_chars(at, end, value);
+        if (read.ec != std::errc() || value > LAST_OF_PART) return false;
+        if (*at == '0' && read.ptr - at > 1) return false; // to some programs that is base 8
+        at = read.ptr;
+    }
+    return at == end;
+}
+
 objection set_router(desk_state& desk, const moment& now, const actor& actor,
                      const router_settings& wanted)
 {
@@ -147,6 +147,15 @@ objection set_router(desk_state& desk, const moment& now, const actor& actor,
     }
     tell_change(desk, id, change::kind::settings);
     if (ends_backend) end_any_backend(desk, now, id);
+    return {};
+}
+
+objection read_again(desk_state& desk, const moment& now, const actor& actor,
+                     const std::string& router)
+{
+    objection found = check_engineer(desk, actor, router);
+    if (found.why != reason::none) return found;
+    if (find_live(desk, router)->link == link_state::ready) end_backend(desk, now, router);
     return {};
 }
 

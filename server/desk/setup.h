@@ -15,6 +15,15 @@ namespace desk {
 objection set_router(desk_state& desk, const moment& now, const actor& actor,
                      const router_settings& wanted);
 
+// What set_router takes as one.
+bool is_router_id(const std::string& text);
+bool is_address(const std::string& text); // empty: none
+
+// Ends the router's backend, so that it connects anew and reads all again. Nothing to do while the
+// link is not ready, for then that is under way.
+objection read_again(desk_state& desk, const moment& now, const actor& actor,
+                     const std::string& router);
+
 // With its labels, locks and stages. Wishes that the backend has end as unknown, for they may still
 // be carried out before it has ended; held ones as not sent.
 objection remove_router(desk_state& desk, const moment& now, const actor& actor,

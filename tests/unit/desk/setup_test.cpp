@@ -169,6 +169,23 @@ TEST_F(Setup, EndsTheBackendWhenItMustBeToldSomethingNew)
     EXPECT_FALSE(ends_with([](router_settings& settings) { settings.first_number = 0; }));
 }
 
+TEST_F(Setup, ReadsARouterAgainOnce)
+{
+    EXPECT_EQ(read_again(desk, now, anna, "main").why, reason::no_right);
+    EXPECT_EQ(read_again(desk, now, eve, "other").why, reason::no_such_router);
+    EXPECT_THAT(desk.orders, IsEmpty());
+    EXPECT_EQ(read_again(desk, now, eve, "main").why, reason::none);
+    EXPECT_EQ(read_again(desk, now, eve, "main").why, reason::none);
+    ASSERT_EQ(desk.orders.size(), 1U);
+    EXPECT_EQ(desk.orders.front().what, order::kind::end_backend);
+    report_backend_ended(desk, now, "main");
+    for (const link_state link : {link_state::down, link_state::connecting, link_state::reading}) {
+        report_link(desk, now, "main", link, "");
+        EXPECT_EQ(read_again(desk, now, eve, "main").why, reason::none);
+    }
+    EXPECT_EQ(desk.orders.size(), 1U);
+}
+
 TEST_F(Setup, RemovesARouterWithAllThatIsItsOwn)
 {
     stage_row(desk, now, anna, {"main", 0, 1});
