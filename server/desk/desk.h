@@ -128,15 +128,16 @@ struct change {
         wish,
         stage,
         salvo,
+        batch,   // a new one
         routers, // which there are
         notice,
     };
     kind what = kind::fact;
     std::string router;         // empty: the house
-    std::uint64_t revision = 0; // of the router or of the house; 0 for a stage or notice
+    std::uint64_t revision = 0; // of the router or of the house; 0 for a batch or notice
     int position = 0;           // of a fact, lock, wish or label
     std::string person;         // of a stage or notice
-    ulid id;                    // of a salvo or notice, of a wish's batch
+    ulid id;                    // of a salvo, batch or notice, of a wish's batch
 };
 
 struct desk_state {

@@ -84,6 +84,11 @@ void tell_house_change(desk_state& desk, change::kind what, const ulid& salvo)
     desk.changes.push_back({what, "", ++desk.revision, 0, "", salvo});
 }
 
+void tell_batch(desk_state& desk, const ulid& id)
+{
+    desk.changes.push_back({change::kind::batch, "", 0, 0, "", id});
+}
+
 void tell_notice(desk_state& desk, const std::string& person, const ulid& id)
 {
     desk.changes.push_back({change::kind::notice, "", 0, 0, person, id});
@@ -91,7 +96,8 @@ void tell_notice(desk_state& desk, const std::string& person, const ulid& id)
 
 void tell_stage_change(desk_state& desk, const std::string& person, const std::string& router)
 {
-    desk.changes.push_back({change::kind::stage, router, 0, 0, person, {}});
+    tell_change(desk, router, change::kind::stage);
+    desk.changes.back().person = person;
 }
 
 } // namespace desk

@@ -22,7 +22,9 @@ void tell_change(desk_state& desk, const std::string& router, change::kind what,
                  const ulid& id = {});
 // The house's next revision: of a salvo, or of which routers there are.
 void tell_house_change(desk_state& desk, change::kind what, const ulid& salvo = {});
+void tell_batch(desk_state& desk, const ulid& id); // a new one, which is of no revision
 void tell_notice(desk_state& desk, const std::string& person, const ulid& id);
+// The router's next revision, too; the desk has the router.
 void tell_stage_change(desk_state& desk, const std::string& person, const std::string& router);
 
 } // namespace desk

@@ -202,6 +202,7 @@ take_answer take_as(desk_state& desk, const moment& now, const actor& actor,
     answer.batch = request.id.is_none() ? make_id(desk.ids, now.utc) : request.id;
     record_entry(desk,
                  {now.utc, actor.person, actor.origin, batch_made{answer.batch, std::move(batch)}});
+    tell_batch(desk, answer.batch);
     send_rows(desk, now, answer.batch, answer.rows);
     count_rows(desk, now, answer.rows);
     return answer;

@@ -45,6 +45,7 @@ changed_things sort_changes(const std::vector<desk::change>& changes)
         case desk::change::kind::wish:
         case desk::change::kind::stage:
         case desk::change::kind::salvo:
+        case desk::change::kind::batch:
         case desk::change::kind::routers:
         case desk::change::kind::notice:
             break;

@@ -181,8 +181,8 @@ void see_order(ledger& ledger, const desk_state& desk, const order& order, order
 
 void see_change(ledger& ledger, const change& change)
 {
-    if (change.what == change::kind::stage || change.what == change::kind::notice) {
-        if (change.revision != 0) complain(ledger, "stage or notice with a revision");
+    if (change.what == change::kind::batch || change.what == change::kind::notice) {
+        if (change.revision != 0) complain(ledger, "batch or notice with a revision");
         return;
     }
     if (change.revision != ++ledger.revisions[change.router])

@@ -202,7 +202,7 @@ TEST_F(Setup, RemovesARouterWithAllThatIsItsOwn)
     EXPECT_EQ(desk.stages.at("anna").size(), 1U);
     EXPECT_THAT(told(), ElementsAre(change::kind::stage, change::kind::stage, change::kind::removed,
                                     change::kind::routers));
-    EXPECT_EQ(desk.changes[2].revision, last + 1);
+    EXPECT_EQ(desk.changes[2].revision, last + 3);
     ASSERT_EQ(desk.orders.size(), 1U);
     EXPECT_EQ(desk.orders.front().what, order::kind::end_backend);
     EXPECT_EQ(remove_router(desk, now, eve, "main").why, reason::no_such_router);

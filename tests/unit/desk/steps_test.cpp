@@ -69,14 +69,15 @@ TEST_F(Steps, TellChangesOfTheHouse)
     EXPECT_EQ(desk.changes[1].revision, 2);
 }
 
-TEST_F(Steps, TellStagesWithoutARevision)
+TEST_F(Steps, TellStagesWithTheRoutersRevision)
 {
     tell_stage_change(desk, "anna", "main");
     ASSERT_EQ(desk.changes.size(), 1);
     EXPECT_EQ(desk.changes[0].what, change::kind::stage);
     EXPECT_EQ(desk.changes[0].person, "anna");
     EXPECT_EQ(desk.changes[0].router, "main");
-    EXPECT_EQ(desk.changes[0].revision, 0);
+    EXPECT_EQ(desk.changes[0].revision, 1);
+    EXPECT_EQ(desk.live["main"].revision, 1);
     EXPECT_EQ(desk.changes[0].position, 0);
 }
 

@@ -229,7 +229,7 @@ TEST_F(Takes, OfWhatIsShownAlreadyEndAtOnce)
     EXPECT_EQ(row_of(answer).ended_after, monotonic(0));
     EXPECT_THAT(ordered(), IsEmpty());
     EXPECT_THAT(main.troubled, IsEmpty());
-    EXPECT_THAT(changed(), ElementsAre(Pair(change::kind::wish, 1)));
+    EXPECT_THAT(changed(), ElementsAre(Pair(change::kind::batch, 0), Pair(change::kind::wish, 1)));
     EXPECT_FALSE(desk.house.routers.at("main").authors.contains(1));
 }
 

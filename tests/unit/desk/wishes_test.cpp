@@ -118,7 +118,7 @@ TEST_F(Wishes, KeepWhenTheyWereRefused)
 TEST_F(Wishes, TellBeginSentAndEnd)
 {
     const auto one = wish(anna, 0, 2);
-    EXPECT_THAT(changed(), ElementsAre(Pair(change::kind::wish, 0)));
+    EXPECT_THAT(changed(), ElementsAre(Pair(change::kind::batch, 0), Pair(change::kind::wish, 0)));
     takes(0, 2);
     EXPECT_THAT(changed(), ElementsAre(Pair(change::kind::wish, 0)));
     trace_take_answer(desk, now, "main", "NAK");
