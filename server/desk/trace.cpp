@@ -96,12 +96,15 @@ void trace_take_answer(desk_state& desk, const moment& now, const std::string& r
 {
     live_router* live = find_live(desk, router);
     if (live == nullptr || live->takes_unanswered.empty()) return;
-    const std::optional<wish_id> wish = live->takes_unanswered.front().wish;
+    const auto [destination, wish] = live->takes_unanswered.front();
     live->takes_unanswered.pop_front();
     open_wish* const open = wish ? find_open(desk, *wish) : nullptr;
     if (open == nullptr) return;
     open->take_answered = now.steady;
-    if (!refusal.empty()) end_wish(desk, now, *wish, outcome::refused, cut_text(refusal));
+    if (refusal.empty())
+        tell_change(desk, router, change::kind::wish, destination, wish->batch);
+    else
+        end_wish(desk, now, *wish, outcome::refused, cut_text(refusal));
 }
 
 void trace_query(desk_state& desk, const std::string& router, int destination)

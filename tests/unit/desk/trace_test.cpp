@@ -95,6 +95,16 @@ TEST_F(Trace, SendsNoneForATakeThatNobodyAskedFor)
     EXPECT_EQ(became(one), "refused: NAK 0003");
 }
 
+TEST_F(Trace, TellsThatATakeHasBeenAnswered)
+{
+    const auto one = wish(anna, 0, 2);
+    takes(0, 2);
+    forget_told();
+    trace_take_answer(desk, now, "main", "");
+    EXPECT_EQ(became(one), "sent");
+    EXPECT_THAT(changed(), ElementsAre(std::pair(change::kind::wish, 0)));
+}
+
 TEST_F(Trace, MatchesAnswersToTakesInOrder)
 {
     const auto first = wish(anna, 0, 2);
