@@ -1,11 +1,9 @@
 #include "server/journal/entry_tables.h"
 
-#include <array>
-#include <cstdio>
-
 #include "server/desk/limits.h"
 #include "server/desk/words.h"
 #include "server/journal/house_parts.h"
+#include "server/journal/keys.h"
 #include "server/journal/saved_house.h"
 #include "server/journal/sql.h"
 #include "server/journal/stored_json.h"
@@ -14,25 +12,6 @@ namespace journal {
 
 namespace {
 using nlohmann::json;
-
-std::string number_key(int number)
-{
-    std::array<char, 16> digits{};
-    std::snprintf(digits.data(), digits.size(), "%010d", number);
-    return digits.data();
-}
-
-std::string label_key(const desk::label_set& set)
-{
-    return "labels/" + set.router +
-           (set.side == desk::side::sources ? "/sources/" : "/destinations/") +
-           std::to_string(set.position);
-}
-
-std::string lock_key(const std::string& router, int destination)
-{
-    return "locks/" + router + "/" + std::to_string(destination);
-}
 
 // What has happened beside wishes.
 struct event {
@@ -108,7 +87,7 @@ void keep(store& store, const desk::entry& entry, const desk::router_set& set)
 
 void keep(store& store, const desk::entry& entry, const desk::router_removed& removed)
 {
-    remove(store, "routers/" + removed.router);
+    remove(store, router_key(removed.router));
     remove_all(store, "labels/" + removed.router + "/");
     remove_all(store, "locks/" + removed.router + "/");
     run(store.database, "DELETE FROM authors WHERE router = ?", removed.router);
@@ -117,11 +96,12 @@ void keep(store& store, const desk::entry& entry, const desk::router_removed& re
 
 void keep(store& store, const desk::entry& entry, const desk::label_set& set)
 {
+    const std::string key = label_key(set.router, set.side, set.position);
     json label = label_object(set.position, set.label);
     if (set.label == desk::label{})
-        remove(store, label_key(set));
+        remove(store, key);
     else
-        journal::set(store, label_key(set), json_text(label));
+        journal::set(store, key, json_text(label));
     const bool of_destination = set.side == desk::side::destinations;
     label["side"] = of_destination ? "destinations" : "sources";
     add_event(store, entry,
@@ -140,14 +120,9 @@ void keep(store& store, const desk::entry& entry, const desk::lock_set& set)
         {.kind = LOCK_SET, .router = set.router, .destination = set.destination, .data = lock});
 }
 
-std::string notice_key(const desk::ulid& id)
-{
-    return "notices/" + desk::text_of(id);
-}
-
 void keep_notice(store& store, const desk::entry& entry, const desk::lock_removed& removed)
 {
-    if (!get(store, "routers/" + removed.router)) return;
+    if (!get(store, router_key(removed.router))) return;
     const desk::notice notice{removed.owner,       entry.at,      entry.person, removed.router,
                               removed.destination, removed.reason};
     set(store, notice_key(removed.notice), json_text(notice_object(notice)));
@@ -176,10 +151,10 @@ void keep(store& store, const desk::entry& entry, const desk::lock_removed& remo
 
 void keep(store& store, const desk::entry& entry, const desk::salvo_saved& saved)
 {
-    const std::string key = "salvos/" + desk::text_of(saved.id);
+    const std::string key = salvo_key(saved.id);
     const json version = version_object(saved.version);
     journal::set(store, key, json_text({{"name", saved.name}}));
-    journal::set(store, key + "/versions/" + number_key(saved.version.number), json_text(version));
+    journal::set(store, version_key(saved.id, saved.version.number), json_text(version));
     const std::vector<stored> versions = list(store, key + "/versions/");
     for (std::size_t i = 0; i + desk::VERSIONS_PER_SALVO < versions.size(); ++i)
         remove(store, versions[i].key);
@@ -187,11 +162,6 @@ void keep(store& store, const desk::entry& entry, const desk::salvo_saved& saved
               {.kind = SALVO_SAVED,
                .salvo = desk::text_of(saved.id),
                .data = json{{"name", saved.name}, {"version", version}}});
-}
-
-std::string salvo_key(const desk::ulid& id)
-{
-    return "salvos/" + desk::text_of(id);
 }
 
 // Calls it with what is kept under the salvo's own key and what the history will tell, when there
