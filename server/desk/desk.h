@@ -144,9 +144,11 @@ struct desk_state {
     desk::house house;
     std::map<std::string, live_router, std::less<>> live; // by id, the same as in the house
     std::map<std::string, std::map<std::string, stage_rows, std::less<>>, std::less<>>
-        stages;                 // by person, then router; none empty
-    std::uint64_t revision = 0; // of the house: salvos, and which routers there are
-    std::uint64_t set_ups = 0;  // how many times a router has been set or removed
+        stages;                         // by person, then router; none empty
+    std::uint64_t revision = 0;         // of the house: salvos, and which routers there are
+    std::uint64_t removed_revision = 0; // the highest of a router that was removed: where new
+                                        // ones begin, so that one of its id tells it no second time
+    std::uint64_t set_ups = 0;          // how many times a router has been set or removed
     id_maker ids;
     std::set<std::pair<monotonic, wish_id>> deadlines;                // of open wishes
     std::set<std::pair<wall, std::pair<std::string, int>>> lock_ends; // router and destination

@@ -136,7 +136,9 @@ void set_was(house& house, const wish_id& id, wish& row, int was)
 
 void apply(house& house, const entry&, const router_set& set)
 {
-    house.routers[set.settings.id].settings = set.settings;
+    house_router& router = house.routers[set.settings.id];
+    router.settings = set.settings;
+    router.added_after = set.added_after;
 }
 
 void apply(house& house, const entry&, const router_removed& removed)

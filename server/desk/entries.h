@@ -11,6 +11,7 @@ namespace desk {
 
 struct router_set {
     router_settings settings; // of a new router, or new ones
+    ulid added_after{};       // as of the house's router
 };
 struct router_removed {
     std::string router;

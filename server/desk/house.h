@@ -242,6 +242,7 @@ struct notice {
 
 struct house_router {
     router_settings settings;
+    ulid added_after{}; // batches up to this one were for another router of the same id
     std::map<int, label> source_labels; // none that is empty
     std::map<int, label> destination_labels;
     std::map<int, lock> locks;         // by destination

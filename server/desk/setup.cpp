@@ -1,5 +1,6 @@
 #include "server/desk/setup.h"
 
+#include <algorithm>
 #include <charconv>
 #include <set>
 #include <vector>
@@ -140,9 +141,13 @@ objection set_router(desk_state& desk, const moment& now, const actor& actor,
         return bad_value("whether a router is simulated, and its size, stays as it is");
     const bool ends_backend = old != nullptr && !same_for_backend(old->settings, settings);
     const std::string id = settings.id;
-    record_entry(desk, {now.utc, actor.person, actor.origin, router_set{std::move(settings)}});
+    const ulid added_after = old != nullptr ? old->added_after : desk.ids.last;
+    record_entry(
+        desk, {now.utc, actor.person, actor.origin, router_set{std::move(settings), added_after}});
     if (old == nullptr) {
-        desk.live[id].link_since = now.utc;
+        live_router& live = desk.live[id];
+        live.link_since = now.utc;
+        live.revision = desk.removed_revision;
         tell_house_change(desk, change::kind::routers);
     }
     tell_change(desk, id, change::kind::settings);
@@ -169,6 +174,7 @@ objection remove_router(desk_state& desk, const moment& now, const actor& actor,
     end_wishes(desk, now, *find_live(desk, router));
     forget_stages(desk, router);
     tell_change(desk, router, change::kind::removed);
+    desk.removed_revision = std::max(desk.removed_revision, find_live(desk, router)->revision);
     desk.live.erase(router); // the argument may be the desk's own: no use of it after this
     record_entry(desk, std::move(removed));
     tell_house_change(desk, change::kind::routers);

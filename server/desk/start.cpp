@@ -33,8 +33,8 @@ void end_open_wishes(desk_state& desk, const moment& now)
         record_entry(desk, {now.utc, "", "", std::move(end)});
 }
 
-// By the last accepted wish of each destination; and those of which it is still to be told what the
-// router shows.
+// By the last accepted wish of each destination since its router was added; and those of which it
+// is still to be told what the router shows.
 void find_troubles(desk_state& desk)
 {
     for (const auto& [id, batch] : desk.house.batches)
@@ -42,6 +42,7 @@ void find_troubles(desk_state& desk)
             const wish& wish = batch.rows[row];
             live_router* live = find_live(desk, wish.wished.router);
             if (live == nullptr || !was_accepted(wish)) continue;
+            if (id <= find_router(desk, wish.wished.router)->added_after) continue;
             if (wish.end == outcome::unknown && !wish.found)
                 live->ended_by_restart[wish.wished.destination].push_back({id, row});
             if (is_trouble(wish))

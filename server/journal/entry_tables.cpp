@@ -80,9 +80,11 @@ void set_author(store& store, std::int64_t batch, const desk::wish_id& id,
 
 void keep(store& store, const desk::entry& entry, const desk::router_set& set)
 {
-    const json settings = settings_object(set.settings);
-    journal::set(store, "routers/" + set.settings.id, json_text(settings));
-    add_event(store, entry, {.kind = ROUTER_SET, .router = set.settings.id, .data = settings});
+    journal::set(store, router_key(set.settings.id),
+                 json_text(known_router_object(set.settings, set.added_after)));
+    add_event(
+        store, entry,
+        {.kind = ROUTER_SET, .router = set.settings.id, .data = settings_object(set.settings)});
 }
 
 void keep(store& store, const desk::entry& entry, const desk::router_removed& removed)

@@ -39,6 +39,13 @@ json settings_object(const desk::router_settings& settings)
     return object;
 }
 
+json known_router_object(const desk::router_settings& settings, const desk::ulid& added_after)
+{
+    json object = settings_object(settings);
+    if (!added_after.is_none()) object["addedAfter"] = desk::text_of(added_after);
+    return object;
+}
+
 json label_object(int position, const desk::label& label)
 {
     return {{"index", position}, {"alias", label.alias}, {"group", label.group}};
@@ -73,7 +80,7 @@ json lock_object(int destination, const desk::lock& lock)
 namespace {
 json router_object(const desk::house_router& router)
 {
-    json object = {{"settings", settings_object(router.settings)},
+    json object = {{"settings", known_router_object(router.settings, router.added_after)},
                    {"sourceLabels", labels_array(router.source_labels)},
                    {"destinationLabels", labels_array(router.destination_labels)},
                    {"locks", json::array()},

@@ -11,6 +11,9 @@
 namespace journal {
 
 nlohmann::json settings_object(const desk::router_settings& settings); // without the id
+// The settings, and the last batch for another router of its id.
+nlohmann::json known_router_object(const desk::router_settings& settings,
+                                   const desk::ulid& added_after);
 nlohmann::json label_object(int position, const desk::label& label);
 nlohmann::json lock_object(int destination, const desk::lock& lock);
 nlohmann::json version_object(const desk::salvo_version& version);
@@ -20,6 +23,7 @@ nlohmann::json batch_object(const desk::batch& batch);
 
 nlohmann::json notice_object(const desk::notice& notice);
 
+desk::ulid read_ulid(const place& at); // not none
 desk::notice read_notice(const place& at);
 desk::router_settings read_settings(const std::string& id, const place& at);
 desk::label read_label(const place& at);   // without its position

@@ -36,11 +36,6 @@ desk::ulid read_ulid(const std::string& text, const place& at)
     return id;
 }
 
-desk::ulid read_ulid(const place& at)
-{
-    return read_ulid(read_text(at), at);
-}
-
 desk::wish_id read_wish_id(const place& at)
 {
     expect_members(at, {"batch", "row"});
@@ -57,6 +52,11 @@ desk::route read_route(const place& at, int last_destination, int last_source)
             read_source(member(at, "source"), last_source)};
 }
 } // namespace
+
+desk::ulid read_ulid(const place& at)
+{
+    return read_ulid(read_text(at), at);
+}
 
 // They are numbered on, and behind the last there is no code.
 desk::reason read_reason(const place& at)
@@ -82,7 +82,7 @@ desk::doings read_doings(const place& at)
 desk::router_settings read_settings(const std::string& id, const place& at)
 {
     expect_members(at, {"name", "address", "port", "inputs", "outputs", "firstNumber",
-                        "confirmationLimit", "simulated"});
+                        "confirmationLimit", "simulated", "addedAfter"});
     desk::router_settings settings;
     settings.id = id;
     settings.name = read_text(member(at, "name"));
@@ -155,7 +155,9 @@ desk::house_router read_router(const std::string& id, const place& at)
 {
     expect_members(at, {"settings", "sourceLabels", "destinationLabels", "locks", "authors"});
     desk::house_router router;
-    router.settings = read_settings(id, member(at, "settings"));
+    const place settings = member(at, "settings");
+    router.settings = read_settings(id, settings);
+    if (has(settings, "addedAfter")) router.added_after = read_ulid(member(settings, "addedAfter"));
     router.source_labels = read_labels(member(at, "sourceLabels"));
     router.destination_labels = read_labels(member(at, "destinationLabels"));
     read_array(member(at, "locks"), desk::ROUTED_POSITIONS, [&](const place& each) {

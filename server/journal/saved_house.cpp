@@ -26,7 +26,9 @@ int number_in(const std::string& part, const place& at, int most)
 void read_routers(store& store, desk::house& house)
 {
     each_key(store, "routers/", [&](const std::vector<std::string>& key, const place& at) {
-        apply_entry(house, {{}, "", "", desk::router_set{read_settings(key.at(0), at)}});
+        desk::router_set set{read_settings(key.at(0), at)};
+        if (has(at, "addedAfter")) set.added_after = read_ulid(member(at, "addedAfter"));
+        apply_entry(house, {{}, "", "", std::move(set)});
     });
     each_key(store, "labels/", [&](const std::vector<std::string>& key, const place& at) {
         if (key.size() != 3) complain(at, "is no label's key");

@@ -1,7 +1,7 @@
 // What holds for the whole house, as keys and JSON values with revisions: small enough that a
 // consensus store of several hosts can stand behind the same functions.
 //
-//   routers/ID                         settings
+//   routers/ID                         settings, and the last batch from before it was added
 //   labels/ID/sources/POSITION         alias and group; destinations likewise
 //   locks/ID/POSITION
 //   salvos/ULID                        the name, and when it was deleted

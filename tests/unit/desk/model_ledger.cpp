@@ -185,9 +185,12 @@ void see_change(ledger& ledger, const change& change)
         if (change.revision != 0) complain(ledger, "batch or notice with a revision");
         return;
     }
-    if (change.revision != ++ledger.revisions[change.router])
+    const std::uint64_t first = change.router.empty() ? 0 : ledger.removed_revision;
+    if (change.revision != ++ledger.revisions.try_emplace(change.router, first).first->second)
         complain(ledger, "revision with a gap");
-    if (change.what == change::kind::removed) ledger.revisions.erase(change.router);
+    if (change.what != change::kind::removed) return;
+    ledger.removed_revision = std::max(ledger.removed_revision, change.revision);
+    ledger.revisions.erase(change.router);
 }
 
 std::size_t mix(std::size_t sum, std::size_t value)

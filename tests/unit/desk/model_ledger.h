@@ -52,6 +52,7 @@ struct ledger {
     std::map<place, fact_seen> facts;
     std::map<place, desk::lock> locks;
     std::map<std::string, std::uint64_t> revisions; // by router, the house's own under ""
+    std::uint64_t removed_revision = 0;             // the highest of a router that was removed
     // By router: a sum of what anyone can see of it, and the revision with which it was seen.
     std::map<std::string, std::pair<std::size_t, std::uint64_t>> seen;
     std::string wrong; // the first rule that did not hold

@@ -57,6 +57,7 @@ void see_restart(ledger& ledger)
         fact.outlasted = true;
     }
     ledger.revisions.clear();
+    ledger.removed_revision = 0;
     ledger.seen.clear();
 }
 

@@ -208,7 +208,35 @@ TEST_F(Setup, RemovesARouterWithAllThatIsItsOwn)
     EXPECT_EQ(remove_router(desk, now, eve, "main").why, reason::no_such_router);
 }
 
+TEST_F(Setup, GivesNoRevisionOfARemovedRouterToANewOne)
+{
+    EXPECT_EQ(remove_router(desk, now, eve, "main").why, reason::none);
+    const std::uint64_t last = desk.changes[desk.changes.size() - 2].revision;
+    router_settings settings;
+    settings.id = "main";
+    settings.name = "MAIN";
+    EXPECT_EQ(set_router(desk, now, eve, settings).why, reason::none);
+    EXPECT_EQ(find_live(desk, "main")->revision, last + 1);
+}
+
 // What its backend holds may still reach the router.
+TEST_F(Setup, KnowsWhichWishesWereForAnotherRouterOfTheId)
+{
+    const ulid last = wish(anna, 0, 1).batch;
+    const auto added_after = [&] {
+        return find_router(desk, "main")->added_after;
+    };
+    router_settings settings = settings_of("main");
+    EXPECT_TRUE(added_after().is_none());
+    remove_router(desk, now, eve, "main");
+    set_router(desk, now, eve, settings);
+    EXPECT_EQ(added_after(), last);
+    settings.port = 7;
+    wish(anna, {{"back", 0, 1}});
+    set_router(desk, now, eve, settings);
+    EXPECT_EQ(added_after(), last);
+}
+
 TEST_F(Setup, EndsWishesOfARemovedRouter)
 {
     const auto sent = wish(anna, 0, 1);

@@ -6,6 +6,7 @@ using namespace desk;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
+using testing::SizeIs;
 
 namespace {
 constexpr moment NOW{monotonic(1'000'000), wall(10'000)};
@@ -87,4 +88,28 @@ TEST(Start, RemembersTheTroubleOfEachDestination)
     const desk_state desk = make_desk(1, kept, NOW);
     EXPECT_THAT(desk.live.at("main").troubled,
                 ElementsAre(Pair(1, wish_id{{1, 1}, 1}), Pair(2, wish_id{{1, 1}, 2})));
+}
+
+// Another router has the id of the one that they were for.
+TEST(Start, LeavesWishesOfARouterThatHasBeenRemoved)
+{
+    house kept;
+    kept.routers["main"].added_after = {1, 2};
+    add(kept, {1, 1}, 0, outcome::timed_out);
+    add(kept, {1, 2}, 1, outcome::unknown);
+    add(kept, {1, 3}, 2, outcome::unknown);
+    const desk_state desk = make_desk(1, kept, NOW);
+    EXPECT_THAT(desk.live.at("main").troubled, ElementsAre(Pair(2, wish_id{{1, 3}, 0})));
+    EXPECT_THAT(desk.live.at("main").ended_by_restart, ElementsAre(Pair(2, SizeIs(1))));
+}
+
+TEST(Start, WillTellWhatIsFoundOfAWishThatWasAccepted)
+{
+    house kept;
+    kept.routers["main"];
+    add(kept, {1, 1}, 0, outcome::unknown);
+    kept.batches.at({1, 1}).rows[0].accepted = true;
+    const desk_state desk = make_desk(1, kept, NOW);
+    EXPECT_THAT(desk.live.at("main").troubled, IsEmpty());
+    EXPECT_THAT(desk.live.at("main").ended_by_restart, ElementsAre(Pair(0, SizeIs(1))));
 }
