@@ -1,4 +1,4 @@
-// What may be routed by whom, whatever the router shows and locks hold. For the desk's own files.
+// What may be routed by whom, whatever the router shows and locks hold.
 #pragma once
 
 #include <string>

@@ -11,7 +11,8 @@ namespace {
 void end_late_wish(desk_state& desk, const moment& now, const wish_id& id)
 {
     const open_wish& wish = *find_open(desk, id);
-    if (wish.gone_to != UNKNOWN_SOURCE) return end_contradicted(desk, now, id, wish.gone_to);
+    const int gone_to = wish.gone_to.source;
+    if (gone_to != UNKNOWN_SOURCE) return end_contradicted(desk, now, id, gone_to);
     if (wish.state == wish_state::sent) return end_wish(desk, now, id, outcome::timed_out, "");
     desk.deadlines.erase({wish.deadline, id}); // it ends when the backend has
     end_backend(desk, now, find_wish(desk.house, id)->wished.router, reason::not_sent_in_time);

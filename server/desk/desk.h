@@ -48,6 +48,12 @@ enum class wish_state {
     sent,   // the take has been sent to the router
 };
 
+// That the router said what a destination shows, as the traffic tells.
+struct showing {
+    std::uint64_t number = 0; // counts the router's, from 1; 0: none
+    int source = UNKNOWN_SOURCE;
+};
+
 struct open_wish {
     wish_id id;
     int source = NO_SOURCE;
@@ -60,9 +66,8 @@ struct open_wish {
     std::vector<int> older_takes;  // sent and not ended then: that their sources show tells nothing
     bool query_answered = false;   // that followed the take
     std::optional<monotonic> take_answered; // when the router acknowledged or refused it
-    bool shown = false;                     // the router has shown the wished source since
-    int gone_to = UNKNOWN_SOURCE; // after that it has shown this, whose report ends the wish
-    bool maybe_sent = false;      // queued; as far as the traffic tells, its take may have passed
+    std::uint64_t shown = 0; // number of the first showing that may be its take's doing; 0: none
+    showing gone_to;         // after that; its report ends the wish
 };
 
 // A take that the router has neither acknowledged nor refused.
@@ -88,10 +93,10 @@ struct live_router {
     // By destination, until it is heard: what the restart has ended. None empty.
     std::map<int, std::vector<wish_id>> ended_by_restart;
     std::map<int, std::size_t> queries_under_way; // by destination; none 0
-    std::deque<unanswered_take> takes_unanswered; // oldest first
-    std::set<int> disconnected; // destinations that showed no source in what passed last
-    // Destination and source of changes that its backend may hold though their wishes have ended.
-    std::set<std::pair<int, int>> may_hold;
+    std::uint64_t showings = 0;
+    std::map<int, std::deque<showing>> unreported; // by destination, oldest first; none empty
+    std::deque<unanswered_take> takes_unanswered;  // oldest first
+    std::set<int> disconnected;  // destinations that showed no source in what passed last
     desk::statistics statistics; // of no revision
     std::uint64_t revision = 0;  // one more with each change that anyone can see
 };

@@ -21,11 +21,12 @@ constexpr std::size_t VERSIONS_PER_SALVO = 50;   // the oldest is forgotten
 constexpr std::size_t SALVO_ROWS = 1'000'000;    // in all versions of all; more are refused, and
                                                  // deleted ones that go beyond it forgotten
 constexpr std::size_t UNDO_STEPS = 50;           // for each person; the oldest is forgotten
-constexpr std::size_t UNDO_ROWS = 20'000;      // in all steps of a person's undo or redo; likewise
-constexpr std::size_t PEOPLE = 1000;           // who staged or took: the longest idle is forgotten
-constexpr std::size_t NOTICES = 100;           // for each person; the oldest is forgotten
-constexpr std::size_t TAKES_UNANSWERED = 4096; // on one router; the oldest is forgotten
-constexpr std::size_t QUERIES_UNDER_WAY = 255; // for a destination; more count as so many
+constexpr std::size_t UNDO_ROWS = 20'000;       // in all steps of a person's undo or redo; likewise
+constexpr std::size_t PEOPLE = 1000;            // who staged or took: the longest idle is forgotten
+constexpr std::size_t NOTICES = 100;            // for each person; the oldest is forgotten
+constexpr std::size_t TAKES_UNANSWERED = 4096;  // on one router; the oldest is forgotten
+constexpr std::size_t QUERIES_UNDER_WAY = 255;  // for a destination; more count as so many
+constexpr std::size_t SHOWINGS_UNREPORTED = 64; // of a destination; the oldest is forgotten
 
 constexpr std::chrono::hours UNDO_AGE{24};            // an older step is forgotten
 constexpr std::chrono::hours NOTICE_AGE{24};          // an older one is told no more

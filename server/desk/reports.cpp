@@ -26,54 +26,52 @@ bool holds_queued(const live_router& live)
     });
 }
 
-// Whether a report of its source confirms the wish.
-bool awaits_report(const open_wish& wish)
+// The number of the first showing that the report may be of, or the last of those after it that
+// show the same. Those before it are reported no more. What the traffic does not tell is reported
+// after it.
+std::uint64_t take_showing(live_router& live, const route& shown)
 {
-    return wish.shown && (wish.state == wish_state::sent || wish.maybe_sent);
-}
-
-// Ends the wishes that the report confirms, and older ones with another source. False when there
-// are none.
-bool confirm_wishes(desk_state& desk, const moment& now, const live_router& live, int destination,
-                    int source)
-{
-    const auto found = live.open.find(destination);
-    if (found == live.open.end()) return false;
-    const std::deque<open_wish>& open = found->second;
-    const auto newest = std::find_if(open.rbegin(), open.rend(), [&](const open_wish& wish) {
-        return wish.source == source && awaits_report(wish);
-    });
-    std::vector<std::pair<wish_id, bool>> ends;
-    for (auto wish = newest; wish != open.rend(); ++wish)
-        ends.emplace_back(wish->id, wish->source == source);
-    std::for_each(ends.rbegin(), ends.rend(), [&](const auto& end) {
-        if (end.second)
-            end_wish(desk, now, end.first, outcome::confirmed, "");
-        else
-            end_contradicted(desk, now, end.first, source);
-    });
-    return !ends.empty();
+    const auto found = live.unreported.find(shown.destination);
+    if (found == live.unreported.end()) return live.showings;
+    std::deque<showing>& unreported = found->second;
+    const auto is_of_it = [&](const showing& one) {
+        return one.source == shown.source;
+    };
+    const auto first = std::find_if(unreported.begin(), unreported.end(), is_of_it);
+    if (first == unreported.end()) return live.showings;
+    const auto last = std::prev(std::find_if_not(first, unreported.end(), is_of_it));
+    const std::uint64_t number = last->number;
+    unreported.erase(unreported.begin(), std::next(first));
+    if (unreported.empty()) live.unreported.erase(found);
+    return number;
 }
 
 // Ends the wishes whose source the router has shown, before this one.
 void end_passed_wishes(desk_state& desk, const moment& now, const live_router& live,
-                       const route& shown)
+                       int destination, const showing& reported)
 {
-    const auto open = live.open.find(shown.destination);
+    const auto open = live.open.find(destination);
     if (open == live.open.end()) return;
     std::vector<wish_id> passed;
     for (const open_wish& wish : open->second)
-        if (wish.gone_to == shown.source) passed.push_back(wish.id);
+        if (wish.gone_to.source == reported.source && wish.gone_to.number <= reported.number)
+            passed.push_back(wish.id);
     for (const wish_id& id : passed)
-        end_contradicted(desk, now, id, shown.source);
+        end_contradicted(desk, now, id, reported.source);
 }
 
-bool is_sent(const live_router& live, int destination, int source)
+// Whether a sent wish may be why the source is shown: its own take, or one before it of which it
+// has not been shown yet that it has passed.
+bool may_be_taken(const live_router& live, int destination, int source)
 {
     const auto open = live.open.find(destination);
     return open != live.open.end() &&
            std::any_of(open->second.begin(), open->second.end(), [&](const open_wish& wish) {
-               return wish.state == wish_state::sent && wish.source == source;
+               const auto& takes = wish.older_takes;
+               return wish.state == wish_state::sent &&
+                      (wish.source == source ||
+                       (wish.shown == 0 &&
+                        std::find(takes.begin(), takes.end(), source) != takes.end()));
            });
 }
 
@@ -84,10 +82,10 @@ void note_what_was(live_router& live, const route& shown, int was)
     const auto open = live.open.find(shown.destination);
     if (open == live.open.end()) return;
     for (open_wish& wish : open->second) {
-        const bool may_show =
-            wish.source == shown.source && (wish.state == wish_state::sent || wish.maybe_sent);
-        if (!may_show && wish.state != wish_state::sent) wish.was = shown.source;
-        if (may_show && was != UNKNOWN_SOURCE && was != shown.source) wish.was = was;
+        if (wish.state != wish_state::sent)
+            wish.was = shown.source;
+        else if (wish.source == shown.source && was != UNKNOWN_SOURCE && was != shown.source)
+            wish.was = was;
     }
 }
 
@@ -185,12 +183,13 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
     fact = {shown.source, now.utc, live.connection, changed_at(fact, author, shown, now.utc)};
     note_what_was(live, shown, known ? was : UNKNOWN_SOURCE);
     if (changed) tell_change(desk, shown.router, change::kind::fact, shown.destination);
-    const bool confirms = confirm_wishes(desk, now, live, shown.destination, shown.source);
-    end_passed_wishes(desk, now, live, shown);
-    if (confirms || !is_sent(live, shown.destination, shown.source)) {
+    const showing reported{take_showing(live, shown), shown.source};
+    const bool confirms = confirm_wishes(desk, now, shown.router, shown.destination, reported);
+    if (confirms || !may_be_taken(live, shown.destination, shown.source)) {
         const bool late = confirm_late(desk, now, live, shown, known ? was : UNKNOWN_SOURCE, heard);
         if (!confirms && !late) note_outside_change(desk, now, live, shown, was);
     }
+    end_passed_wishes(desk, now, live, shown.destination, reported);
     note_found(desk, now, live, shown);
     if (!changed && last_author(desk, shown) != author)
         tell_change(desk, shown.router, change::kind::fact, shown.destination);
@@ -218,7 +217,7 @@ void report_link(desk_state& desk, const moment& now, const std::string& router,
         }
     }
     tell_change(desk, router, change::kind::link);
-    if (link != link_state::ready && (!live->may_hold.empty() || holds_queued(*live)))
+    if (link != link_state::ready && holds_queued(*live))
         end_backend(desk, now, router, reason::link_lost);
 }
 
@@ -267,12 +266,14 @@ void doubt_fact(desk_state& desk, const std::string& router, int destination)
     tell_change(desk, router, change::kind::fact, destination);
 }
 
-void report_backend_ended(desk_state& desk, const moment& now, const std::string& router)
+void report_backend_ended(desk_state& desk, const moment& now, const std::string& router,
+                          bool heard_all)
 {
     live_router* live = find_live(desk, router);
     if (live == nullptr) return;
     const bool link_lost = live->ending == reason::link_lost;
     live->ending = reason::none;
+    live->unreported.clear();
     std::deque<wish_id> unsent; // of each destination the newest first: none is released any more
     for (const auto& [destination, open] : live->open)
         for (const open_wish& wish : open)
@@ -280,7 +281,7 @@ void report_backend_ended(desk_state& desk, const moment& now, const std::string
     for (const wish_id& id : unsent) {
         const open_wish& wish = *find_open(desk, id);
         const bool late = now.steady - wish.begun.steady >= SEND_LIMIT;
-        if (wish.maybe_sent)
+        if (!heard_all && wish.state == wish_state::queued)
             end_maybe_sent(desk, now, id);
         else
             end_unsent(desk, now, id,
@@ -288,7 +289,6 @@ void report_backend_ended(desk_state& desk, const moment& now, const std::string
                        : late    ? reason::not_sent_in_time
                                  : reason::backend_ended);
     }
-    live->may_hold.clear();
 }
 
 } // namespace desk

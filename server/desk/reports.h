@@ -14,8 +14,8 @@
 namespace desk {
 
 // Reaching `reading`, or `ready` from elsewhere, begins a connection: facts of an earlier one are
-// stale until they are said again. Leaving `ready` while the backend holds changes, or may,
-// orders its end.
+// stale until they are said again. Leaving `ready` while the backend holds changes orders its
+// end.
 void report_link(desk_state& desk, const moment& now, const std::string& router, link_state link,
                  const std::string& reason_given);
 
@@ -35,8 +35,9 @@ void report_routes(desk_state& desk, const moment& now, const std::string& route
 // brought: the fact is stale until it is reported again.
 void doubt_fact(desk_state& desk, const std::string& router, int destination);
 
-// Nothing that the backend held can reach the router any more: what was queued ends as not sent.
-// Told after the trace of all that it said.
-void report_backend_ended(desk_state& desk, const moment& now, const std::string& router);
+// Nothing that the backend held can reach the router any more: what was queued ends as not sent,
+// or, unless all traffic has been heard, as perhaps sent. Told after the trace of all that it said.
+void report_backend_ended(desk_state& desk, const moment& now, const std::string& router,
+                          bool heard_all = true);
 
 } // namespace desk

@@ -21,14 +21,14 @@ void end_open_wishes(desk_state& desk, const moment& now)
     std::vector<wish_ended> ends;
     for (const auto& [id, batch] : desk.house.batches)
         for (std::uint32_t row = 0; row < batch.rows.size(); ++row)
-            if (batch.rows[row].end == outcome::open)
-                ends.push_back({{id, row},
-                                outcome::unknown,
-                                reason::none,
-                                "the program was restarted",
-                                std::nullopt,
-                                std::max(wall{}, now.utc - batch.made),
-                                last_shown(desk.house, batch.rows[row].wished)});
+            if (batch.rows[row].end == outcome::open) {
+                wish_ended& end = ends.emplace_back();
+                end.id = {id, row};
+                end.detail = "the program was restarted";
+                end.ended_after = std::max(wall{}, now.utc - batch.made);
+                end.was = last_shown(desk.house, batch.rows[row].wished);
+                end.author_lost = true;
+            }
     for (wish_ended& end : ends)
         record_entry(desk, {now.utc, "", "", std::move(end)});
 }

@@ -33,7 +33,7 @@ std::optional<wish_id> wish_of_take(const std::deque<open_wish>& open, int sourc
 bool contradicts(const open_wish& wish, int source, bool asked)
 {
     if (asked && !wish.query_answered) return true;
-    const bool may_be_old = wish.was == UNKNOWN_SOURCE && !wish.shown;
+    const bool may_be_old = wish.was == UNKNOWN_SOURCE && wish.shown == 0;
     return source != wish.was && !may_be_old;
 }
 
@@ -46,20 +46,54 @@ bool end_query(live_router& live, int destination)
     return true;
 }
 
-void judge_wish(desk_state& desk, const moment& now, const wish_id& id, int source, bool asked)
+// Whether the source was reported last and nothing else has been shown since: of this the backend
+// may pass over what it hears.
+bool is_reported(const live_router& live, int destination, int source)
+{
+    const auto position = static_cast<std::size_t>(destination);
+    if (position >= live.facts.size()) return false;
+    const fact& fact = live.facts[position];
+    const std::deque<showing>& unreported = live.unreported.at(destination);
+    return fact.connection == live.connection && fact.source == source &&
+           std::all_of(unreported.begin(), unreported.end(),
+                       [&](const showing& one) { return one.source == source; });
+}
+
+showing note_showing(live_router& live, int destination, int source)
+{
+    std::deque<showing>& unreported = live.unreported[destination];
+    if (unreported.size() == SHOWINGS_UNREPORTED) unreported.pop_front();
+    return unreported.emplace_back(showing{++live.showings, source});
+}
+
+// Whether a take of another source that came before the wish's is still to be shown: that its own
+// source is shown may be of before that one.
+bool follows_unshown(const std::deque<open_wish>& open, const open_wish& wish)
+{
+    bool unshown = false;
+    for (auto older = open.begin(); older->id != wish.id; ++older)
+        if (older->source != wish.source) unshown = older->shown == 0;
+    return unshown;
+}
+
+void judge_wish(desk_state& desk, const moment& now, const std::deque<open_wish>& open,
+                const wish_id& id, const showing& now_shown, bool asked)
 {
     open_wish& wish = *find_open(desk, id);
+    const int source = now_shown.source;
     const bool old_answer = asked && wish.older_queries > 0;
     if (old_answer) --wish.older_queries;
     const bool old_take = std::find(wish.older_takes.begin(), wish.older_takes.end(), source) !=
                           wish.older_takes.end();
-    const bool older = old_answer || (old_take && !wish.shown);
+    const bool older = old_answer || (old_take && wish.shown == 0);
     if (source == wish.source) {
-        wish.shown = true;
-        wish.gone_to = UNKNOWN_SOURCE;
+        if (!old_answer && (asked || !follows_unshown(open, wish))) {
+            if (wish.shown == 0) wish.shown = now_shown.number;
+            wish.gone_to = {};
+        }
     } else if (!older && contradicts(wish, source, asked)) {
-        if (!wish.shown) return end_contradicted(desk, now, id, source);
-        wish.gone_to = source; // the report of the wished one may be under way
+        if (wish.shown == 0) return end_contradicted(desk, now, id, source);
+        wish.gone_to = now_shown; // the report of the wished one may be under way
     }
     wish.query_answered = wish.query_answered || (asked && !older);
 }
@@ -73,19 +107,10 @@ void trace_take(desk_state& desk, const moment& now, const std::string& router, 
     std::optional<wish_id> sent;
     std::vector<wish_id> older;
     if (const auto* open = open_on(*live, destination)) sent = wish_of_take(*open, source, older);
-    if (sent && live->may_hold.contains({destination, source})) {
-        find_open(desk, *sent)->maybe_sent = true; // or this is the take of a wish that has ended
-        sent.reset();
-    }
     if (sent) {
         for (const wish_id& id : older)
-            if (find_open(desk, id)->maybe_sent)
-                end_maybe_sent(desk, now, id);
-            else
-                end_superseded(desk, now, id, *sent);
+            end_superseded(desk, now, id, *sent);
         mark_sent(desk, now, *sent);
-        std::erase_if(live->may_hold,
-                      [&](const auto& change) { return change.first == destination; });
     }
     if (live->takes_unanswered.size() == TAKES_UNANSWERED) live->takes_unanswered.pop_front();
     live->takes_unanswered.push_back({destination, sent});
@@ -130,35 +155,22 @@ void trace_route(desk_state& desk, const moment& now, const std::string& router,
     live_router* live = find_live(desk, router);
     if (live == nullptr) return;
     const bool asked = end_query(*live, destination);
+    if (destination < 0 || destination >= ROUTED_POSITIONS) return;
+    const showing now_shown = note_showing(*live, destination, source);
     std::vector<wish_id> sent;
     if (auto* open = open_on(*live, destination))
-        for (open_wish& wish : *open) {
+        for (const open_wish& wish : *open)
             if (wish.state == wish_state::sent) sent.push_back(wish.id);
-            wish.shown = wish.shown || (wish.maybe_sent && wish.source == source);
-        }
     for (const wish_id& id : sent)
-        judge_wish(desk, now, id, source, asked);
+        judge_wish(desk, now, live->open.at(destination), id, now_shown, asked);
+    if (is_reported(*live, destination, source) &&
+        confirm_wishes(desk, now, router, destination, now_shown))
+        tell_change(desk, router, change::kind::fact, destination); // whose doing it is
     live->disconnected.erase(destination);
     if (source != NO_SOURCE) return;
     const std::pair<int, int> route{destination, source};
     report_routes(desk, now, router, {&route, 1});
     live->disconnected.insert(destination);
-}
-
-void trace_lost(desk_state& desk, const std::string& router)
-{
-    live_router* live = find_live(desk, router);
-    if (live == nullptr) return;
-    live->queries_under_way.clear();
-    live->takes_unanswered.clear();
-    live->disconnected.clear();
-    for (auto& [destination, open] : live->open)
-        for (open_wish& wish : open) {
-            wish.maybe_sent = wish.maybe_sent || wish.state == wish_state::queued;
-            wish.shown = wish.shown || wish.state != wish_state::held;
-            wish.query_answered = true; // what comes may have been asked for before the take
-            wish.older_queries = 0;
-        }
 }
 
 } // namespace desk

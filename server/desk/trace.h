@@ -10,8 +10,7 @@
 namespace desk {
 
 // A take was sent to the router. Queued wishes for the destination that are older than the one it
-// is for have been superseded. When it may be the change of a wish that has ended, a queued one for
-// the same source may have been sent.
+// is for have been superseded.
 void trace_take(desk_state& desk, const moment& now, const std::string& router, int destination,
                 int source);
 
@@ -25,14 +24,12 @@ void trace_query(desk_state& desk, const std::string& router, int destination);
 // The oldest query for the destination will have no answer.
 void trace_query_unanswered(desk_state& desk, const std::string& router, int destination);
 
-// The router said what a destination shows, asked or unasked. Answers come in the order of the
-// queries for that destination; those to queries from before a take contradict nothing. NO_SOURCE
+// The router said what a destination shows, asked or unasked. Answers count in the order of the
+// queries for that destination; those to queries from before a take tell nothing of it, and nor
+// does its source before a take of another one that came before it has been shown. What has been
+// reported already, and nothing else since, confirms at once: it may be reported no more. NO_SOURCE
 // is a fact at once, and reports of what the router said before change nothing any more.
 void trace_route(desk_state& desk, const moment& now, const std::string& router, int destination,
                  int source);
-
-// Part of the traffic could not be read: queued wishes may have been sent by now, and what shows a
-// wished source confirms it.
-void trace_lost(desk_state& desk, const std::string& router);
 
 } // namespace desk

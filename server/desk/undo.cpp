@@ -38,14 +38,13 @@ objection change_since(const desk_state& desk, const undo_row& row)
 {
     const auto& [router, destination, source] = row.put;
     const live_router& live = *find_live(desk, router);
-    const auto& authors = find_router(desk, router)->authors;
-    const auto author = authors.find(destination);
+    const authorship* const author = author_shown(desk, router, destination);
     const int shown = source_shown(live, destination);
-    const bool still_there = shown == source && author != authors.end() &&
-                             author->second.source == source &&
-                             is_doing_of(desk.house, author->second, row.by);
     const std::string place = destination_name(desk, router, destination);
-    if (!still_there)
+    if (shown == source && author == nullptr)
+        return {reason::fact_unknown, "whose doing it is that " + place + " shows " +
+                                          source_name(desk, router, shown) + " is not known"};
+    if (shown != source || !is_doing_of(desk.house, *author, row.by))
         return {reason::changed_since, place + " was changed since: it shows " +
                                            source_name(desk, router, shown) + ", " +
                                            taker_text(desk, router, destination, shown)};

@@ -102,6 +102,16 @@ void mark_sent(desk_state& desk, const moment& now, const wish_id& id)
     release_held(desk, wished.router, wished.destination);
 }
 
+// What is shown has not been recorded: it may be the wish's doing, or that of one before it.
+bool loses_author(const desk_state& desk, const route& wished)
+{
+    const auto& authors = find_router(desk, wished.router)->authors;
+    const auto author = authors.find(wished.destination);
+    const int shown = source_shown(*find_live(desk, wished.router), wished.destination);
+    return author != authors.end() && shown != UNKNOWN_SOURCE &&
+           author_shown(desk, wished.router, wished.destination) == nullptr;
+}
+
 void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome end,
               const std::string& detail, reason why)
 {
@@ -113,13 +123,13 @@ void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome en
     wish_ended ended{id,        end,          why,
                      detail,    std::nullopt, std::max(LEAST, now.steady - closed.begun.steady),
                      closed.was};
-    if (closed.state == wish_state::queued)
-        live.may_hold.insert({wished.destination, closed.source});
     if (closed.state == wish_state::sent) ended.sent_after = closed.sent - closed.begun.steady;
     if (closed.take_answered) ended.answered_after = *closed.take_answered - closed.begun.steady;
     if (end == outcome::confirmed) {
         ended.doings = doings_of(desk.house, id, closed.was);
         ended.since = live.facts.at(static_cast<std::size_t>(wished.destination)).changed;
+    } else {
+        ended.author_lost = loses_author(desk, wished);
     }
     count_end(live.statistics, now.utc, end, ended.ended_after);
     record_entry(desk, {now.utc, "", "", ended});
@@ -163,6 +173,30 @@ void end_contradicted(desk_state& desk, const moment& now, const wish_id& id, in
              still ? "the router still shows " + name
                    : "the router shows " + name +
                          " instead: " + taker_text(desk, wished.router, wished.destination, shown));
+}
+
+bool confirm_wishes(desk_state& desk, const moment& now, const std::string& router, int destination,
+                    const showing& shown)
+{
+    const int source = shown.source;
+    const live_router& live = *find_live(desk, router);
+    const auto found = live.open.find(destination);
+    if (found == live.open.end()) return false;
+    const std::deque<open_wish>& open = found->second;
+    const auto newest = std::find_if(open.rbegin(), open.rend(), [&](const open_wish& wish) {
+        return wish.source == source && wish.shown != 0 && wish.shown <= shown.number;
+    });
+    std::vector<std::pair<wish_id, bool>> ends;
+    for (auto wish = newest; wish != open.rend(); ++wish)
+        ends.emplace_back(wish->id, wish->source == source);
+    // Those first: what they replace is known as long as nothing else ends.
+    std::for_each(ends.rbegin(), ends.rend(), [&](const auto& end) {
+        if (end.second) end_wish(desk, now, end.first, outcome::confirmed, "");
+    });
+    std::for_each(ends.rbegin(), ends.rend(), [&](const auto& end) {
+        if (!end.second) end_contradicted(desk, now, end.first, source);
+    });
+    return !ends.empty();
 }
 
 void end_backend(desk_state& desk, const moment& now, const std::string& router, reason why)

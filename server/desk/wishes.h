@@ -34,6 +34,11 @@ void end_superseded(desk_state& desk, const moment& now, const wish_id& id, cons
 // The router shows another source.
 void end_contradicted(desk_state& desk, const moment& now, const wish_id& id, int shown);
 
+// Ends the wishes that the showing confirms, and older ones with another source. False when there
+// are none.
+bool confirm_wishes(desk_state& desk, const moment& now, const std::string& router, int destination,
+                    const showing& shown);
+
 // Orders the end of the router's backend, once. Held wishes end at once, as not sent for the reason
 // given; those that the backend holds, when it has ended.
 void end_backend(desk_state& desk, const moment& now, const std::string& router,

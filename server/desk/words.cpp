@@ -171,24 +171,46 @@ std::string lock_text(const desk_state& desk, const std::string& router, int des
     return text;
 }
 
+namespace {
+// The newest wish for the source that has been sent.
+const open_wish* sent_wish_for(const live_router& live, int destination, int source)
+{
+    const auto open = live.open.find(destination);
+    if (open == live.open.end()) return nullptr;
+    const auto newest =
+        std::find_if(open->second.rbegin(), open->second.rend(), [&](const open_wish& wish) {
+            return wish.state == wish_state::sent && wish.source == source;
+        });
+    return newest == open->second.rend() ? nullptr : &*newest;
+}
+
+// It comes in the place of what was shown until now, and no wish that went wrong is for it.
+bool is_from_outside(const desk_state& desk, const live_router& live, int destination, int source)
+{
+    const auto troubled = live.troubled.find(destination);
+    const wish* const trouble =
+        troubled == live.troubled.end() ? nullptr : find_wish(desk.house, troubled->second);
+    return is_fresh(live, destination) && source_shown(live, destination) != source &&
+           (trouble == nullptr || trouble->wished.source != source);
+}
+} // namespace
+
 std::string taker_text(const desk_state& desk, const std::string& router, int destination,
                        int source)
 {
+    const live_router* const live = find_live(desk, router);
+    if (live == nullptr) return "it is not known by whom";
+    const authorship* const author = source_shown(*live, destination) == source
+                                         ? author_shown(desk, router, destination)
+                                         : nullptr;
+    const open_wish* const sent = sent_wish_for(*live, destination, source);
     std::string person;
-    const house_router* known = find_router(desk, router);
-    const live_router* live = find_live(desk, router);
-    if (known != nullptr) {
-        const auto author = known->authors.find(destination);
-        if (author != known->authors.end() && author->second.source == source)
-            person = author->second.person;
-    }
-    if (live != nullptr) {
-        const auto open = live->open.find(destination);
-        if (open != live->open.end())
-            for (const open_wish& wish : open->second)
-                if (wish.state == wish_state::sent && wish.source == source)
-                    person = desk.house.batches.at(wish.id.batch).person;
-    }
+    if (author != nullptr)
+        person = author->person;
+    else if (sent != nullptr)
+        person = desk.house.batches.at(sent->id.batch).person;
+    else if (!is_from_outside(desk, *live, destination, source))
+        return "it is not known by whom";
     return "taken by " + (person.empty() ? "somebody else" : person);
 }
 

@@ -21,8 +21,8 @@ const char* code_of(reason reason);    // "destinationLocked", as in API, log an
 // A sentence without its full stop: "MON A is locked by anna (on air)".
 std::string lock_text(const desk_state& desk, const std::string& router, int destination);
 
-// Whose doing it is that the destination shows this: "taken by ben", or "taken by somebody else"
-// when it is not known here.
+// Whose doing it is that the destination shows this: "taken by ben", "taken by somebody else" when
+// nobody here had asked for it, or "it is not known by whom".
 std::string taker_text(const desk_state& desk, const std::string& router, int destination,
                        int source);
 

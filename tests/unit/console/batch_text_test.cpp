@@ -109,8 +109,8 @@ const ending ENDINGS[] = {
      "timedOut", verdict::refused},
     {"timed out, perhaps sent",
      [](BatchText& test) {
-         desk::trace_lost(test.console.desk, "main");
-         test.take_away_link();
+         test.link(desk::link_state::down, "connection refused");
+         desk::report_backend_ended(test.console.desk, test.now, "main", false);
      },
      "MON A <- CAM 3: timed out: it may have been sent: part of the traffic could not be read; "
      "what "

@@ -162,7 +162,9 @@ TEST_F(Entries, KeepWhoPutWhatThere)
     apply(outside_change{"main", 0, 4, 2, wall(9)});
     EXPECT_EQ(authors.at(0), (authorship{4, std::nullopt, "", wall(9)}));
     apply(batch_made{{1, 2}, rows({outcome::open})});
-    apply(wish_ended{{{1, 2}, 0}, outcome::unknown, reason::none, "", {}, monotonic(2)});
+    wish_ended lost{{{1, 2}, 0}, outcome::unknown, reason::none, "", {}, monotonic(2)};
+    lost.author_lost = true;
+    apply(lost);
     EXPECT_FALSE(authors.contains(0)) << "it may have been carried out, and changed back";
 }
 

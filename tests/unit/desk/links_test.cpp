@@ -170,3 +170,17 @@ TEST_F(Links, ThatAreLostAreTheReasonThoughItIsLate)
     report_backend_ended(desk, now, "main");
     EXPECT_EQ(became(one), "not sent linkLost: the link was lost before it was sent");
 }
+
+TEST_F(Links, LeaveOpenWhetherAWishWasSentOfWhichNotAllWasHeard)
+{
+    const auto sent = wish(anna, 0, 2);
+    takes(0, 2);
+    const auto queued = wish(anna, 1, 2);
+    wish(anna, 1, 3);
+    const auto held = wish(anna, 1, 2);
+    report_backend_ended(desk, now, "main", false);
+    EXPECT_EQ(became(sent), "sent");
+    EXPECT_EQ(became(queued),
+              "timed out: it may have been sent: part of the traffic could not be read");
+    EXPECT_EQ(became(held), "not sent backendEnded: the backend was ended before it was sent");
+}

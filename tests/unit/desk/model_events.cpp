@@ -36,8 +36,18 @@ void report_and_settle(player& player, router& router, std::size_t most)
     settle(player);
 }
 
+void answer_one(player& player, router& router)
+{
+    if (const std::optional<wish_id> taken = answer_next(router))
+        see_service(player.ledger, *taken, router.served);
+}
+
 void hear_one(player& player, router& router)
 {
+    // What waits in vain for longer is forgotten.
+    if (router.to_report.size() == SHOWINGS_UNREPORTED) report_and_settle(player, router, 1);
+    if (router.told && !router.replies.empty())
+        see_showing(player.ledger, router.id, router.replies.front());
     const std::vector<reply> said = hear_next(player.desk, player.now, router);
     if (find_live(player.desk, router.id) != nullptr)
         see_report(player.ledger, player.now, router.id, said);
@@ -51,10 +61,10 @@ void set_link(player& player, router& router, link_state link)
 }
 
 // The backend ends, is restarted and begins to connect, unless its router has been removed.
-void finish_backend(player& player, router& router)
+void finish_backend(player& player, router& router, bool heard_all = true)
 {
     player.ending.erase(router.id);
-    ended(player.desk, player.now, router);
+    ended(player.desk, player.now, router, heard_all);
     settle(player);
     set_link(player, router, link_state::connecting);
 }
@@ -64,15 +74,17 @@ void begin_reading(player& player, dice& dice, router& router)
 {
     report_and_settle(player, router, EVERYTHING);
     router.up = true;
-    see_connection(player.ledger, router.id);
+    router.reported.clear();
+    see_connection(player.ledger, router.id, router.served);
     set_link(player, router, link_state::reading);
     report_counts(player.desk, router.id, INPUTS, OUTPUTS);
     report_names(player.desk, router.id, side::destinations, {"MON A", "MON B"});
     settle(player);
     for (int i = 0; i < OUTPUTS; ++i)
-        if (!one_in(dice, 10))
-            router.to_report.push_back(
-                {reply::kind::route, i, router.routes[static_cast<std::size_t>(i)]});
+        if (!one_in(dice, 10)) router.replies.push_back(reply_of(router, i));
+    while (!router.replies.empty())
+        hear_one(player, router);
+    settle(player);
 }
 
 void let_router_exist(player& player, const router& router)
@@ -181,13 +193,18 @@ void ask_often(player& player, dice& dice)
     const int destination = below(dice, OUTPUTS);
     for (std::size_t times = 0; times <= QUERIES_UNDER_WAY; ++times)
         send_query(player.desk, router, destination);
+    see_disorder(player.ledger, {router.id, destination}); // not all are counted
     settle(player);
 }
 
 void answer_something(player& player, dice& dice)
 {
     router& router = some_router(player, dice);
-    answer_next(router);
+    answer_one(player, router);
+    if (one_in(dice, 100)) {
+        const int destination = below(dice, OUTPUTS);
+        if (overtake(router, destination)) see_disorder(player.ledger, {router.id, destination});
+    }
     if (one_in(dice, 2)) hear_one(player, router);
     settle(player);
 }
@@ -207,7 +224,7 @@ void pass_everything(player& player, dice& dice)
     while (!router.burst.empty())
         send_and_settle(player, router);
     while (!router.requests.empty())
-        answer_next(router);
+        answer_one(player, router);
     while (!router.replies.empty())
         hear_one(player, router);
     settle(player);
@@ -223,7 +240,7 @@ void change_outside(player& player, dice& dice)
     change_from_outside(router, destination, source, !one_in(dice, 3));
 }
 
-// Takes, queries and answers pass unheard; the desk is told of that.
+// Takes, queries and answers pass unheard before the backend ends; the desk is told of that.
 void lose_trace(player& player, dice& dice)
 {
     router& router = some_router(player, dice);
@@ -233,13 +250,12 @@ void lose_trace(player& player, dice& dice)
     for (int count = 1 + below(dice, 5); count > 0; --count) {
         if (const std::optional<sending> sent = send_next(player.desk, player.now, router))
             see_take(player.ledger, *sent);
-        answer_next(router);
+        answer_one(player, router);
         hear_one(player, router);
     }
     router.told = true;
-    model::lose_trace(player.desk, router);
     see_loss(player.ledger, router.id);
-    settle(player);
+    finish_backend(player, router, false);
 }
 
 void move_link(player& player, dice& dice)

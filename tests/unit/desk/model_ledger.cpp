@@ -97,10 +97,23 @@ void see_entry(ledger& ledger, const batch_made& made)
         if (!is_new) complain(ledger, "batch made twice");
         const place where{wish.wished.router, wish.wished.destination};
         if (wish.end == outcome::open) ledger.open[where].insert({made.id, number});
+        ledger.wishes.at({made.id, number}).in_disorder = ledger.facts[where].in_disorder;
         if (wish.end != outcome::open && !wish.unchanged) continue;
         ledger.newest[where] = {made.id, number};
         ledger.unanswered.erase(where);
     }
+}
+
+// Its router has said that it shows the source after it had served the take, or has shown what came
+// from elsewhere since, which nobody can tell from that.
+bool was_shown_since(const ledger& ledger, const wish_seen& wish)
+{
+    if (wish.in_disorder) return true;
+    const fact_seen& fact = ledger.facts.at({wish.wished.router, wish.wished.destination});
+    const int source = wish.wished.source;
+    if ((wish.was == source ? fact.unasked : fact.from_elsewhere).contains(source)) return true;
+    const auto served = fact.served.find(source);
+    return wish.served && served != fact.served.end() && served->second >= *wish.served;
 }
 
 void see_entry(ledger& ledger, const wish_ended& ended)
@@ -111,8 +124,9 @@ void see_entry(ledger& ledger, const wish_ended& ended)
     if (ended.end == outcome::open) complain(ledger, "wish ended as open");
     if (was_never_sent(ended.end) && found->second.sent)
         complain(ledger, "end as not sent of a wish whose take was made");
+    if (ended.end == outcome::confirmed && !was_shown_since(ledger, found->second))
+        complain(ledger, "confirmed by what was shown before its take");
     found->second.end = ended.end;
-    found->second.told_sent = ended.sent_after.has_value();
     const place where{found->second.wished.router, found->second.wished.destination};
     std::set<wish_id>& open = ledger.open[where];
     open.erase(ended.id);
@@ -226,6 +240,8 @@ void check_author(ledger& ledger, const authorship& author, const fact_seen& fac
         complain(ledger, "author of something else");
     if (author.by && ledger.wishes.at(*author.by).person != author.person)
         complain(ledger, "fact by somebody else");
+    if (author.by && !fact.outlasted && !fact.changes.back().by.contains(*author.by))
+        complain(ledger, "fact by a wish that had no part in it");
 }
 
 void check_facts(ledger& ledger, const desk_state& desk, const std::string& router,

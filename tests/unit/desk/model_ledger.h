@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -23,7 +24,10 @@ struct wish_seen {
     bool ordered = false;
     bool sent = false;       // to the router
     bool maybe_sent = false; // as far as the desk can know
-    bool told_sent = false;  // by its end
+    // The router's number of its take; of one that was lost on the way, of the last before it.
+    std::optional<std::uint64_t> served{};
+    int was = desk::UNKNOWN_SOURCE; // what was reported when its take was sent
+    bool in_disorder = false;       // its router's answers have been
 };
 
 struct change_seen {
@@ -37,6 +41,10 @@ struct fact_seen {
     int last = desk::UNKNOWN_SOURCE;         // also from before a restart of the desk
     std::vector<change_seen> changes = {{}}; // the last one at the end; never empty
     desk::wall changed{};
+    std::map<int, std::uint64_t> served; // by source: how many takes, when it was shown last
+    std::set<int> from_elsewhere;        // what has been shown that no open wish had put there
+    std::set<int> unasked;               // what has been shown that might be taken for an answer
+    bool in_disorder = false;            // the connection's answers have been
     bool outlasted = false; // a restart: only what has an author is known to have changed when
 };
 
@@ -70,14 +78,21 @@ bool was_never_sent(desk::outcome end);
 // lists.
 orders_seen settle(ledger& ledger, desk::desk_state& desk);
 
+// From now on nobody can tell which answer was asked for before a take and which after it, as long
+// as the connection lasts.
+void see_disorder(ledger& ledger, const place& where);
+// The desk has heard the router say it.
+void see_showing(ledger& ledger, const std::string& router, const reply& one);
 void see_report(ledger& ledger, const desk::moment& now, const std::string& router,
                 const std::vector<reply>& said);
-void see_connection(ledger& ledger, const std::string& router); // facts are stale from now on
-void see_loss(ledger& ledger, const std::string& router);       // of a part of the trace
+// Facts are stale from now on, and takes that have not been served will never be.
+void see_connection(ledger& ledger, const std::string& router, std::uint64_t served);
+void see_loss(ledger& ledger, const std::string& router); // of a part of the trace
 void see_removal(ledger& ledger, const std::string& router);
 void see_restart(ledger& ledger);                       // nothing is known any more but the house
 void see_time(ledger& ledger, const desk::moment& now); // the desk was told of it
 void see_take(ledger& ledger, const sending& sent);     // it went to the router
+void see_service(ledger& ledger, const desk::wish_id& taken, std::uint64_t number);
 
 void complain(ledger& ledger, const std::string& rule);
 

@@ -1,5 +1,7 @@
 #include "unit/desk/model_router.h"
 
+#include <algorithm>
+
 #include "server/desk/reports.h"
 #include "server/desk/trace.h"
 
@@ -56,22 +58,45 @@ void drop_pending(router& router)
     router.pending.clear();
 }
 
-void answer_next(router& router)
+reply reply_of(const router& router, int destination)
 {
-    if (router.requests.empty()) return;
+    return {reply::kind::route, destination, router.routes[static_cast<std::size_t>(destination)],
+            router.served};
+}
+
+std::optional<wish_id> answer_next(router& router)
+{
+    if (router.requests.empty()) return std::nullopt;
     const request next = router.requests.front();
     router.requests.pop_front();
-    if (router.manner == manner::is_mute) return;
+    if (next.is_take) ++router.served;
+    const auto served = next.is_take ? std::optional(next.sent.by) : std::nullopt;
+    if (router.manner == manner::is_mute) return served;
     const auto destination = static_cast<std::size_t>(next.sent.destination);
-    if (destination >= router.routes.size()) return;
+    if (destination >= router.routes.size()) return served;
     shown& place = router.routes[destination];
     if (!next.is_take) {
-        router.replies.push_back({reply::kind::route, next.sent.destination, place});
-        return;
+        router.replies.push_back(reply_of(router, next.sent.destination));
+        return served;
     }
     const bool refused = router.manner == manner::refuses;
     if (router.manner == manner::answers) put(place, next.sent.source, next.sent.by);
     router.replies.push_back({refused ? reply::kind::refused : reply::kind::acknowledged, 0, {}});
+    return served;
+}
+
+bool overtake(router& router, int destination)
+{
+    const auto shows_it = [&](const reply& one) {
+        return one.what == reply::kind::route && one.destination == destination;
+    };
+    std::deque<reply>& replies = router.replies;
+    const auto one = std::find_if(replies.begin(), replies.end(), shows_it);
+    if (one == replies.end()) return false;
+    const auto other = std::find_if(std::next(one), replies.end(), shows_it);
+    if (other == replies.end()) return false;
+    std::iter_swap(one, other);
+    return true;
 }
 
 void change_from_outside(router& router, int destination, int source, bool says_so)
@@ -79,8 +104,25 @@ void change_from_outside(router& router, int destination, int source, bool says_
     shown& place = router.routes[static_cast<std::size_t>(destination)];
     if (place.source == source) return;
     put(place, source, std::nullopt);
-    if (says_so && router.up) router.replies.push_back({reply::kind::route, destination, place});
+    if (!says_so || !router.up) return;
+    router.replies.push_back(reply_of(router, destination));
+    router.replies.back().asked = false;
 }
+
+namespace {
+// Those that wait to be reported, when they say what was reported last and nothing else.
+std::vector<reply> known_already(const router& router, int destination)
+{
+    std::vector<reply> known;
+    const auto reported = router.reported.find(destination);
+    for (const reply& waiting : router.to_report) {
+        if (waiting.destination != destination) continue;
+        if (reported == router.reported.end() || waiting.now.source != reported->second) return {};
+        known.push_back(waiting);
+    }
+    return known;
+}
+} // namespace
 
 std::vector<reply> hear_next(desk_state& desk, const moment& now, router& router)
 {
@@ -100,15 +142,10 @@ std::vector<reply> hear_next(desk_state& desk, const moment& now, router& router
             if (waiting.destination == next.destination) waiting.overtaken = disconnected;
     }
     if (!disconnected) router.to_report.push_back(next);
-    if (disconnected && router.told) return {next};
-    return {};
-}
-
-void lose_trace(desk_state& desk, router& router)
-{
-    trace_lost(desk, router.id);
-    for (reply& waiting : router.to_report)
-        waiting.overtaken = false;
+    if (!router.told) return {};
+    if (!disconnected) return known_already(router, next.destination);
+    router.reported[next.destination] = NO_SOURCE;
+    return {next};
 }
 
 std::vector<reply> report(desk_state& desk, const moment& now, router& router, std::size_t most)
@@ -118,8 +155,14 @@ std::vector<reply> report(desk_state& desk, const moment& now, router& router, s
     while (!router.to_report.empty() && routes.size() < most) {
         const reply& next = router.to_report.front();
         routes.emplace_back(next.destination, next.now.source);
-        if (!next.overtaken) said.push_back(next);
+        const int destination = next.destination;
+        if (!next.overtaken) {
+            router.reported[destination] = next.now.source;
+            said.push_back(next);
+        }
         router.to_report.pop_front();
+        for (const reply& waiting : known_already(router, destination))
+            said.push_back(waiting);
     }
     if (!routes.empty()) report_routes(desk, now, router.id, routes);
     return said;
@@ -133,12 +176,13 @@ void cut(router& router)
     router.replies.clear();
 }
 
-void ended(desk_state& desk, const moment& now, router& router)
+void ended(desk_state& desk, const moment& now, router& router, bool heard_all)
 {
     cut(router);
     router.pending.clear();
     router.to_report.clear();
-    report_backend_ended(desk, now, router.id);
+    router.reported.clear();
+    report_backend_ended(desk, now, router.id, heard_all);
 }
 
 } // namespace model

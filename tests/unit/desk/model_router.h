@@ -1,8 +1,8 @@
 // A backend and its router as the desk meets them, for random histories. The backend keeps the last
 // change of each destination until its next burst, sends a burst in the order of the destinations
-// and asks after each take; the router answers in order, refuses, forgets or stays mute. What
-// happens next is for the caller to decide: each function is one thing that can happen, and tells
-// the desk of it, or does nothing where it cannot happen.
+// and asks after each take; the router answers in order, or an answer overtakes another; it
+// refuses, forgets or stays mute. What happens next is for the caller to decide: each function is
+// one thing that can happen, and tells the desk of it, or does nothing where it cannot happen.
 #pragma once
 
 #include <deque>
@@ -38,6 +38,8 @@ struct reply {
     kind what = kind::route;
     int destination = 0;
     shown now;
+    std::uint64_t served = 0; // how many takes the router had served by then
+    bool asked = true;
     bool overtaken = false; // the desk knows by the trace that the destination shows no source now
 };
 
@@ -51,6 +53,7 @@ struct router {
     std::map<int, sending> pending; // by destination
     std::deque<sending> burst;      // being sent
     std::deque<reply> to_report;
+    std::map<int, int> reported; // by destination, on this connection: the source
 
     // The line: both empty while it is down.
     bool up = false;
@@ -60,7 +63,11 @@ struct router {
     // The router.
     model::manner manner = manner::answers;
     std::vector<shown> routes; // by destination
+    std::uint64_t served = 0;  // how many takes it has served
 };
+
+// What a destination shows, as the router says it now.
+reply reply_of(const router& router, int destination);
 
 router make_router(const std::string& id, int outputs);
 
@@ -70,16 +77,21 @@ void begin_burst(router& router);
 std::optional<sending> send_next(desk::desk_state& desk, const desk::moment& now, router& router);
 void send_query(desk::desk_state& desk, router& router, int destination);
 void drop_pending(router& router); // after its time limit
-// Returns what the desk knows by that alone.
+// Returns what the desk knows by that alone: that there is no source, or what was reported last
+// when no other one waits to be reported.
 std::vector<reply> hear_next(desk::desk_state& desk, const desk::moment& now, router& router);
-void lose_trace(desk::desk_state& desk, router& router);
-// At most so many of what it has heard, in order, in one report; those that count are returned.
+// At most so many of what it has heard, in order, in one report; what the desk knows by that is
+// returned.
 std::vector<reply> report(desk::desk_state& desk, const desk::moment& now, router& router,
                           std::size_t most);
-void ended(desk::desk_state& desk, const desk::moment& now, router& router);
+void ended(desk::desk_state& desk, const desk::moment& now, router& router, bool heard_all);
 
 // The router.
-void answer_next(router& router);
+// The wish whose take it has served by that.
+std::optional<desk::wish_id> answer_next(router& router);
+// Of two answers on their way that show what a destination shows, the second comes first. False
+// when there are none.
+bool overtake(router& router, int destination);
 void change_from_outside(router& router, int destination, int source, bool says_so);
 
 // The line.

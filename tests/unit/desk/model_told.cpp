@@ -1,4 +1,6 @@
 // What a ledger is told beside what the desk says.
+#include <algorithm>
+
 #include "unit/desk/model_ledger.h"
 
 using namespace desk;
@@ -20,7 +22,33 @@ void add_possible_authors(ledger& ledger, const place& where, fact_seen& fact)
     for (const wish_id& id : ledger.unanswered[where])
         may_be(id);
 }
+
+// What somebody else put there, or a wish that had ended otherwise.
+bool is_from_elsewhere(const ledger& ledger, const std::set<wish_id>& by)
+{
+    return by.empty() || std::any_of(by.begin(), by.end(), [&](const wish_id& id) {
+               const outcome end = ledger.wishes.at(id).end;
+               return end != outcome::open && end != outcome::confirmed;
+           });
+}
 } // namespace
+
+void see_disorder(ledger& ledger, const place& where)
+{
+    ledger.facts[where].in_disorder = true;
+    for (const wish_id& id : ledger.open[where])
+        ledger.wishes.at(id).in_disorder = true;
+}
+
+void see_showing(ledger& ledger, const std::string& router, const reply& one)
+{
+    if (one.what != reply::kind::route) return;
+    fact_seen& fact = ledger.facts[{router, one.destination}];
+    std::uint64_t& served = fact.served[one.now.source];
+    served = std::max(served, one.served);
+    if (is_from_elsewhere(ledger, one.now.by)) fact.from_elsewhere.insert(one.now.source);
+    if (!one.asked) fact.unasked.insert(one.now.source);
+}
 
 void see_report(ledger& ledger, const moment& now, const std::string& router,
                 const std::vector<reply>& said)
@@ -33,20 +61,25 @@ void see_report(ledger& ledger, const moment& now, const std::string& router,
             fact.changes.push_back({before, {}});
             fact.changed = now.utc;
             // The first one after a restart: what was shown last before may not have been kept.
-            fact.outlasted = fact.outlasted && fact.source == UNKNOWN_SOURCE;
+            fact.outlasted = false;
         }
         fact.source = fact.last = one.now.source;
         fact.fresh = true;
+        see_showing(ledger, router, one);
         std::set<wish_id>& by = fact.changes.back().by;
         by.insert(one.now.by.begin(), one.now.by.end());
         add_possible_authors(ledger, where, fact);
     }
 }
 
-void see_connection(ledger& ledger, const std::string& router)
+void see_connection(ledger& ledger, const std::string& router, std::uint64_t served)
 {
+    for (auto& [where, open] : ledger.open)
+        for (const wish_id& id : open)
+            if (wish_seen& wish = ledger.wishes.at(id); where.first == router && wish.sent)
+                wish.served = wish.served.value_or(served);
     for (auto& [where, fact] : ledger.facts)
-        if (where.first == router) fact.fresh = false;
+        if (where.first == router) fact.fresh = fact.in_disorder = false;
 }
 
 void see_restart(ledger& ledger)
@@ -89,15 +122,15 @@ void see_take(ledger& ledger, const sending& sent)
 {
     wish_seen& wish = ledger.wishes.at(sent.by);
     wish.sent = true;
-    if (was_never_sent(wish.end)) complain(ledger, "take of a wish that had ended as not sent");
-    if (wish.told_sent && wish.end != outcome::open)
-        complain(ledger, "take of a wish that had ended as sent");
-    if (wish.end == outcome::open) return;
-    // Nobody can tell it from the take of a newer wish for the same route.
-    for (const wish_id& id : ledger.open[{wish.wished.router, wish.wished.destination}]) {
-        wish_seen& newer = ledger.wishes.at(id);
-        if (newer.ordered && newer.wished == wish.wished) newer.maybe_sent = true;
-    }
+    const fact_seen& fact = ledger.facts[{wish.wished.router, wish.wished.destination}];
+    if (fact.fresh) wish.was = fact.source;
+    if (wish.end != outcome::open && wish.end != outcome::unknown)
+        complain(ledger, "take of a wish that had ended");
+}
+
+void see_service(ledger& ledger, const wish_id& taken, std::uint64_t number)
+{
+    ledger.wishes.at(taken).served = number;
 }
 
 void complain(ledger& ledger, const std::string& rule)

@@ -105,7 +105,21 @@ TEST_F(Undo, RefusesToGuess)
              report(0, 6);
              wait_ms(3000);
          },
-         reason::changed_since, "MON A was changed since: it shows CAM 7, taken by somebody else"},
+         reason::changed_since, "MON A was changed since: it shows CAM 7, it is not known by whom"},
+        // Somebody's change and its undoing, reported after the like takes that timed out.
+        {[&] {
+             wait_ms(1);
+             shows(0, 6);
+             shows(0, 5);
+             for (const int source : {6, 5}) {
+                 wish(ben, 0, source);
+                 takes(0, source);
+             }
+             report(0, 6);
+             report(0, 5);
+             wait_ms(3000);
+         },
+         reason::fact_unknown, "whose doing it is that MON A shows CAM 6 is not known"},
         {[&] { wish(ben, 0, 6); }, reason::changed_since, "ben has asked for CAM 7 on MON A since"},
         {[&] {
              remove_router(desk, now, eve, "main");
