@@ -82,3 +82,45 @@ TEST_F(UndoSteps, GoesBackOverNoChangeOfOthers)
     finish(undo_all(anna));
     EXPECT_EQ(why_not(), reason::changed_since);
 }
+
+TEST_F(UndoSteps, GoOnOverATakeThatANewerOnePassed)
+{
+    put(anna, 0, 2);
+    for (const int source : {3, 4}) {
+        wish(anna, 0, source);
+        takes(0, source);
+        shows(0, source);
+    }
+    report(0, 4); // of both
+    finish(undo_all(anna));
+    expect_shown(2);
+    const take_answer passed = undo(desk, now, anna, how(batch_rule::rest));
+    EXPECT_EQ(passed.rows.at(0).why, reason::not_confirmed);
+    finish(undo_all(anna));
+    expect_shown(0);
+}
+
+// Reports of the like takes' sources that came before them, from somebody else.
+TEST_F(UndoSteps, EndAtWhatSomebodyElseHasBroughtBack)
+{
+    put(anna, 0, 2);
+    wait_ms(10);
+    trace_query(desk, "main", 0);
+    trace_query(desk, "main", 0);
+    for (const int source : {3, 2, 6}) {
+        wish(ben, 0, source);
+        takes(0, source);
+    }
+    for (const int source : {3, 2}) {
+        shows(0, source);
+        report(0, source);
+        wait_ms(10);
+    }
+    wait_ms(3100);
+    for (int i = 0; i < 3; ++i)
+        trace_query_unanswered(desk, "main", 0);
+    put(anna, 0, 4);
+    finish(undo_all(anna));
+    expect_shown(2);
+    EXPECT_EQ(undo_all(anna).rows.at(0).why, reason::changed_since);
+}
