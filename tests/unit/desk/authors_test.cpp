@@ -144,6 +144,19 @@ TEST_F(Authors, AreNotKnownWhereARestartHasEndedAWish)
     EXPECT_EQ(told(), "3");
 }
 
+TEST_F(Authors, AreNotKnownOfWhatWasShownBeforeATakeThatNothingConfirmed)
+{
+    wish(ben, 0, 3);
+    carry_out(0, 3);
+    wish(anna, 0, 4);
+    takes(0, 4);
+    report(0, 4);
+    wait_ms(3000);
+    restart();
+    report(0, 3);
+    EXPECT_EQ(told(), "3") << "whoever put it there again";
+}
+
 TEST_F(Authors, WhoseWishIsConfirmedLate)
 {
     wish(ben, 0, 3);
@@ -151,4 +164,88 @@ TEST_F(Authors, WhoseWishIsConfirmedLate)
     wait_ms(3000);
     report(0, 3);
     EXPECT_EQ(told(), "3 by ben since 3000");
+}
+
+// Which of the two times the source has come was ben's doing, no report tells.
+TEST_F(Authors, AreNotKnownOfWhatHasBeenThereBefore)
+{
+    wish(ben, 0, 3);
+    carry_out(0, 3);
+    step();
+    wish(anna, 0, 4);
+    takes(0, 4);
+    wish(anna, 0, 3);
+    takes(0, 3);
+    report(0, 4);
+    report(0, 3);
+    EXPECT_EQ(told(), "3 since 1");
+    EXPECT_EQ(taker_text(desk, "main", 1, 0), "it is not known by whom");
+}
+
+TEST_F(Authors, AreForgottenWithoutWhenItWas)
+{
+    wish(ben, 0, 3);
+    carry_out(0, 3);
+    desk.house.routers.at("main").authors.clear();
+    step();
+    doubt_fact(desk, "main", 0);
+    report(0, 3);
+    EXPECT_EQ(told(), "3 since 0");
+}
+
+TEST_F(Authors, AreToldAsFarAsTheyAreKnown)
+{
+    const auto taker = [&](int source) {
+        return taker_text(desk, "main", 0, source);
+    };
+    EXPECT_EQ(taker_text(desk, "none", 0, 3), "it is not known by whom");
+    EXPECT_EQ(taker(0), "it is not known by whom");
+    EXPECT_EQ(taker(3), "taken by somebody else") << "in the place of the first";
+    wish(ben, 0, 3);
+    EXPECT_EQ(taker(3), "taken by somebody else") << "it has not been sent";
+    takes(0, 3);
+    EXPECT_EQ(taker(3), "taken by ben");
+    wait_ms(3000);
+    EXPECT_EQ(taker(3), "it is not known by whom");
+    EXPECT_EQ(taker(4), "taken by somebody else");
+    report(0, 4);
+    EXPECT_EQ(taker(4), "taken by somebody else");
+    wish(anna, 0, 4);
+    wish(ben, 0, 2);
+    takes(0, 4);
+    EXPECT_EQ(taker(4), "taken by somebody else");
+    reconnect();
+    EXPECT_EQ(taker(5), "it is not known by whom");
+}
+
+TEST_F(Authors, AreNotKnownAfterTakesThatNothingConfirmed)
+{
+    wish(ben, 0, 3);
+    carry_out(0, 3);
+    const auto older = wish(anna, 0, 4);
+    takes(0, 4);
+    const auto newer = wish(anna, 0, 5);
+    takes(0, 5);
+    shows(0, 3);
+    EXPECT_EQ(became(older), "contradicted: the router still shows CAM 4");
+    report(0, 4); // as the older take may have brought it
+    EXPECT_EQ(author_of(0).person, "ben");
+    wait_ms(3000);
+    EXPECT_EQ(became(newer), "timed out");
+    EXPECT_EQ(author_of(0), authorship{});
+}
+
+// What was there before a wish is what was shown, not what was recorded last.
+TEST_F(Authors, AreNotKnownOfWhatAWishIsToReplace)
+{
+    wish(ben, 0, 3);
+    carry_out(0, 3);
+    wish(anna, 0, 4);
+    takes(0, 4);
+    report(0, 4); // without what the traffic tells
+    EXPECT_EQ(author_of(0).person, "ben");
+    const auto one = wish(ben, 0, 5);
+    EXPECT_EQ(author_of(0), authorship{});
+    restart();
+    EXPECT_EQ(row_of(one).was, 4);
 }
