@@ -190,7 +190,7 @@ void read_batches(store& store, desk::house& house)
 {
     std::vector<numbered_batch> kept;
     std::size_t rows = 0;
-    each_row(store.database, std::string(BATCH_COLUMNS) + "ORDER BY number DESC",
+    each_row(store.database, std::string(BATCH_COLUMNS) + "ORDER BY id DESC",
              [&](SQLite::Statement& row) {
                  kept.push_back(read_batch_row(row));
                  rows += kept.back().wishes;
@@ -235,21 +235,27 @@ desk::batch as_made(desk::batch batch)
     return batch;
 }
 
-// The last ones of a person, oldest first.
+// The last ones of a person, oldest first, from the first that is not older than this: one after it
+// may be, when the wall clock was set back, and may have undone it.
 std::vector<numbered_batch> batches_of(store& store, const std::string& person, desk::wall since)
 {
     std::vector<numbered_batch> batches;
-    std::size_t seen = 0;
     each_row(
-        store.database, std::string(BATCH_COLUMNS) + "WHERE person = ? ORDER BY number DESC",
+        store.database, std::string(BATCH_COLUMNS) + "WHERE person = ? ORDER BY id DESC",
         [&](SQLite::Statement& row) {
-            numbered_batch batch = read_batch_row(row);
-            // One before it may be younger: the wall clock may have been set back.
-            if (batch.batch.made >= since) batches.push_back(std::move(batch));
-            return ++seen < BATCHES_UNDONE;
+            batches.push_back(read_batch_row(row));
+            return batches.size() < BATCHES_UNDONE;
         },
         person);
+    while (!batches.empty() && batches.back().batch.made < since)
+        batches.pop_back();
     return {batches.rbegin(), batches.rend()};
+}
+
+void forget_old_steps(desk::undo_record& record, desk::wall since)
+{
+    for (std::deque<desk::undo_step>* steps : {&record.undo, &record.redo})
+        std::erase_if(*steps, [&](const desk::undo_step& step) { return step.made < since; });
 }
 
 // By the desk's own rules: it is given the batches again.
@@ -266,6 +272,11 @@ void read_undo(store& store, desk::house& house, desk::wall now)
         again.batches.clear();
         again.batch_rows = 0;
     }
+    for (auto& [person, record] : again.undo)
+        forget_old_steps(record, now - desk::UNDO_AGE);
+    std::erase_if(again.undo, [](const auto& each) {
+        return each.second.undo.empty() && each.second.redo.empty();
+    });
     house.undo = std::move(again.undo);
 }
 } // namespace

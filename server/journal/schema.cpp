@@ -19,8 +19,8 @@ CREATE TABLE revision(number INTEGER NOT NULL); -- of kv: one row
 INSERT INTO revision VALUES(0);
 
 CREATE TABLE batches(
-    number INTEGER PRIMARY KEY, -- in the order of their making
-    id TEXT NOT NULL UNIQUE,
+    number INTEGER PRIMARY KEY,
+    id TEXT NOT NULL UNIQUE, -- in the order of their making
     kind TEXT NOT NULL,
     rule TEXT NOT NULL,
     person TEXT NOT NULL,
@@ -31,7 +31,7 @@ CREATE TABLE batches(
     salvo_version INTEGER NOT NULL,
     wishes INTEGER NOT NULL -- how many it was made with
 );
-CREATE INDEX batches_by_person ON batches(person);
+CREATE INDEX batches_by_person ON batches(person, id);
 
 -- Everything that has happened: a row for each wish, which is told its end later, and for each other
 -- event.

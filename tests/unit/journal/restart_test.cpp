@@ -1,3 +1,4 @@
+#include "server/desk/deadlines.h"
 #include "server/desk/reports.h"
 #include "server/desk/start.h"
 #include "server/desk/takes.h"
@@ -119,6 +120,22 @@ TEST(Restart, SaysWhatTheRouterShowsOfEachWishOfADestination)
     EXPECT_FALSE(lives.row_of(older).confirmed_late_after);
     EXPECT_EQ(lives.row_of(newer).found, 6);
     EXPECT_TRUE(lives.row_of(newer).confirmed_late_after);
+    EXPECT_TRUE(lives.same_in_tables());
+}
+
+TEST(Restart, ForgetsWhoseDoingItWasBeforeATakeThatNothingConfirmed)
+{
+    lives lives;
+    lives.report(0, 0);
+    lives.report(0, 5);
+    ASSERT_TRUE(lives.desk.house.routers.at("r1").authors.contains(0));
+    lives.wish(0, 6);
+    trace_take(lives.desk, lives.now, "r1", 0, 6);
+    lives.report(0, 6);
+    lives.now.steady += std::chrono::seconds(3);
+    advance(lives.desk, lives.now);
+    lives.keep();
+    EXPECT_FALSE(lives.desk.house.routers.at("r1").authors.contains(0));
     EXPECT_TRUE(lives.same_in_tables());
 }
 

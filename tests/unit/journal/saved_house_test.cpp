@@ -1,36 +1,12 @@
 #include <random>
 
 #include "server/desk/limits.h"
-#include "server/journal/house_json.h"
 #include "server/journal/saved_house.h"
 #include "unit/desk/model_history.h"
+#include "unit/journal/house_difference.h"
 #include "unit/journal/journal_test.h"
 
 using namespace journal;
-
-namespace {
-void forget_old_steps(desk::house& house, desk::wall now)
-{
-    for (auto record = house.undo.begin(); record != house.undo.end();) {
-        for (auto* steps : {&record->second.undo, &record->second.redo})
-            std::erase_if(*steps, [&](const desk::undo_step& step) {
-                return step.made < now - desk::UNDO_AGE;
-            });
-        record = record->second.undo.empty() && record->second.redo.empty()
-                     ? house.undo.erase(record)
-                     : std::next(record);
-    }
-}
-
-// What differs, as far as it is not beyond a bound; empty when nothing does.
-std::string difference(desk::house expected, desk::house found, desk::wall now)
-{
-    forget_old_steps(expected, now);
-    forget_old_steps(found, now);
-    if (expected == found) return "";
-    return nlohmann::json::diff(house_json(expected), house_json(found)).dump(1);
-}
-} // namespace
 
 TEST(SavedHouse, IsEmptyAtFirst)
 {
@@ -64,6 +40,30 @@ TEST(SavedHouse, HasWhatWasKeptUpToAnyEntry)
         apply_entry(house, entry);
         ASSERT_EQ(difference(house, saved_house(tables.store, entry.at), entry.at), "");
     }
+}
+
+TEST(SavedHouse, ForgetsWhoseDoingItWasOfWhatAWishDidNotFind)
+{
+    desk::router_settings router;
+    router.id = router.name = "r1";
+    router.address = "10.0.0.1";
+    desk::entry found = take_of(2, "ben", {"r1", 0, 2});
+    std::get<desk::batch_made>(found.what).batch.rows[0].was = 1;
+    desk::entry other = take_of(3, "ben", {"r1", 0, 2});
+    std::get<desk::batch_made>(other.what).batch.rows[0].was = 4;
+    tables tables;
+    desk::house house;
+    const auto keep = [&](const std::vector<desk::entry>& entries) {
+        tables.keep(entries);
+        for (const desk::entry& entry : entries)
+            apply_entry(house, entry);
+        EXPECT_TRUE(saved_house(tables.store, NOW) == house);
+        return house.routers.at("r1").authors.contains(0);
+    };
+    EXPECT_TRUE(keep({by_anna(desk::router_set{router}), take_of(1, "anna", {"r1", 0, 1}),
+                      end_of(1, desk::outcome::confirmed)}));
+    EXPECT_TRUE(keep({found}));
+    EXPECT_FALSE(keep({other}));
 }
 
 TEST(SavedHouse, KeepsTheLastVersionsOfASalvo)
@@ -108,6 +108,25 @@ TEST(SavedHouse, HasUndoFromBeforeTheClockWasSetBack)
     const desk::house house = saved_house(tables.store, later);
     ASSERT_TRUE(house.undo.contains("ben"));
     EXPECT_EQ(house.undo.at("ben").undo.back().batch, (desk::ulid{1, 1}));
+}
+
+// The take was made by a clock that went ahead of it.
+TEST(SavedHouse, UndoesNoStepAgainThatWasUndoneWhileTheClockWasSetBack)
+{
+    tables tables;
+    const desk::wall later = NOW + 2 * desk::UNDO_AGE;
+    const auto made = [](std::uint64_t number, desk::batch_kind kind, desk::wall at) {
+        desk::batch batch;
+        batch.kind = kind;
+        batch.person = "ben";
+        batch.made = at;
+        if (kind == desk::batch_kind::undo) batch.of = {1, 1};
+        batch.rows.emplace_back().wished = {"r1", 0, 1};
+        return desk::entry{at, "ben", "", desk::batch_made{{1, number}, batch}};
+    };
+    tables.keep({made(1, desk::batch_kind::take, later), made(2, desk::batch_kind::undo, NOW)});
+    const desk::house house = saved_house(tables.store, later);
+    EXPECT_FALSE(house.undo.contains("ben")) << "its undoing is too old to be undone";
 }
 
 TEST(SavedHouse, TakesTextThatIsNoUtf8)
