@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <limits>
 
 #include "server/desk/desk.h"
@@ -347,16 +346,6 @@ desk::house read_whole(const place& at)
                      });
     return house;
 }
-
-// Of the byte at which the text is no JSON any more.
-std::string position_text(const std::string& text, std::size_t byte)
-{
-    const std::string_view before = std::string_view(text).substr(0, byte > 0 ? byte - 1 : 0);
-    const auto line = std::count(before.begin(), before.end(), '\n') + 1;
-    const std::size_t start = before.rfind('\n'); // npos + 1 is 0
-    return "line " + std::to_string(line) + ", column " +
-           std::to_string(before.size() - (start + 1) + 1) + ": this is no JSON";
-}
 } // namespace
 
 bool read_house(const std::string& text, desk::house& house, std::string& error)
@@ -374,7 +363,7 @@ bool read_house(const std::string& text, desk::house& house, std::string& error)
         house = read_whole(at);
         return true;
     } catch (const json::parse_error& thrown) {
-        error = position_text(text, thrown.byte);
+        error = no_json(text, thrown.byte);
     } catch (const json::exception&) { // of numbers alone; the rest is asked before it is read
         error = "it has a number that is too large";
     } catch (const misfit& thrown) {

@@ -9,6 +9,15 @@ void complain(const place& at, const std::string& what)
     throw misfit((at.path.empty() ? "it" : at.path) + " " + what);
 }
 
+std::string no_json(const std::string& text, std::size_t byte)
+{
+    const std::string_view before = std::string_view(text).substr(0, byte > 0 ? byte - 1 : 0);
+    const auto line = std::count(before.begin(), before.end(), '\n') + 1;
+    const std::size_t start = before.rfind('\n'); // npos + 1 is 0
+    return "line " + std::to_string(line) + ", column " +
+           std::to_string(before.size() - (start + 1) + 1) + ": this is no JSON";
+}
+
 bool has(const place& of, const char* name)
 {
     return of.value.contains(name);

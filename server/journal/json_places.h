@@ -27,6 +27,9 @@ struct place {
 
 [[noreturn]] void complain(const place& at, const std::string& what);
 
+// The clause about a text that is no JSON any more from this byte on, counted from 1.
+std::string no_json(const std::string& text, std::size_t byte);
+
 // Of an object. The second complains when it is not there.
 bool has(const place& of, const char* name);
 place member(const place& of, const std::string& name);
