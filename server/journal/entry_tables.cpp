@@ -329,6 +329,18 @@ void keep(store& store, const desk::entry& entry, const desk::outside_change& ch
 }
 } // namespace
 
+void keep_wish(store& store, const desk::wish_id& id, const desk::wish& wish)
+{
+    run(store.database,
+        "UPDATE history SET was = ?, outcome = ?, why = ?, detail = ?, sent_after = ?,"
+        " answered_after = ?, ended_after = ?, confirmed_late_after = ?, found = ?, accepted = ?,"
+        " doings = ? WHERE batch = ? AND wish = ?",
+        wish.was, std::string(word_of(OUTCOMES, wish.end)), word_of_reason(wish.why), wish.detail,
+        count_of(wish.sent_after), count_of(wish.answered_after), count_of(wish.ended_after),
+        count_of(wish.confirmed_late_after), wish.found, wish.accepted, text_of(wish.doings),
+        number_of(store, id.batch), id.row);
+}
+
 void keep_entry(store& store, const desk::entry& entry)
 {
     std::visit([&](const auto& what) { keep(store, entry, what); }, entry.what);
@@ -336,6 +348,9 @@ void keep_entry(store& store, const desk::entry& entry)
 
 void keep_note(store& store, const note& note)
 {
+    for (const std::string& prefix : note.whole)
+        for (const stored& each : list(store, prefix))
+            if (!note.keys.contains(each.key)) remove(store, each.key);
     for (const auto& [key, value] : note.keys)
         if (value)
             set(store, key, *value);

@@ -29,4 +29,7 @@ constexpr std::string_view OUTSIDE_CHANGE = "outsideChange";
 void keep_entry(store& store, const desk::entry& entry);
 void keep_note(store& store, const note& note);
 
+// The wish as it is by now, when the history has it.
+void keep_wish(store& store, const desk::wish_id& id, const desk::wish& wish);
+
 } // namespace journal

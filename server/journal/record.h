@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "server/desk/entries.h"
 
@@ -18,6 +19,7 @@ struct note {
     std::string kind;                                       // empty: the history does not tell it
     std::string data;                                       // JSON; empty: none
     std::map<std::string, std::optional<std::string>> keys; // and values, JSON; none: it goes
+    std::vector<std::string> whole{};                       // whatever else begins so goes as well
 };
 
 using record = std::variant<desk::entry, note>;
