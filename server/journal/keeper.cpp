@@ -4,11 +4,14 @@
 #include <cerrno>
 #include <cstring>
 #include <iterator>
+#include <sqlite3.h>
 #include <sys/eventfd.h>
 #include <system_error>
 #include <unistd.h>
 
 #include "server/journal/entry_tables.h"
+#include "server/journal/house_tables.h"
+#include "server/journal/sql.h"
 #include "server/journal/store.h"
 
 namespace journal {
@@ -47,32 +50,90 @@ std::vector<waiting_record> drop_beyond(keeper& keeper)
     return dropped;
 }
 
+// It will come to lose some.
+bool is_behind(const keeper& keeper)
+{
+    return keeper.records.size() > keeper.bounds.records / 2 ||
+           keeper.bytes > keeper.bounds.bytes / 2;
+}
+
 std::uint64_t give(keeper& keeper, std::vector<waiting_record> records)
 {
     for (waiting_record& each : records)
         each.bytes = size_of(each.what);
     std::vector<waiting_record> dropped;
     const std::lock_guard lock(keeper.mutex);
+    const bool was_behind = is_behind(keeper);
     for (waiting_record& each : records) {
         each.number = ++keeper.records_given;
         keeper.bytes += each.bytes;
         keeper.records.push_back(std::move(each));
     }
+    keeper_health& health = keeper.news.health;
+    if (health.failure.empty() && !was_behind && is_behind(keeper)) health.since = wall_clock();
     dropped = drop_beyond(keeper);
     keeper.work.notify_one();
     return keeper.records_given;
 }
 
-// Throws, and nothing is changed, when the disk fails.
-void keep_all(store& store, const std::vector<waiting_record>& records)
+void keep_record(store& store, const desk::entry& entry)
 {
+    keep_entry(store, entry);
+}
+
+void keep_record(store& store, const note& note)
+{
+    keep_note(store, note);
+}
+
+void keep_record(store& store, const whole_house& whole)
+{
+    keep_house(store, whole.house);
+}
+
+// Rather than what was asked of it.
+bool is_disks_fault(const std::exception& thrown)
+{
+    const auto* const failure = dynamic_cast<const SQLite::Exception*>(&thrown);
+    if (failure == nullptr) return false;
+    switch (failure->getErrorCode()) {
+    case SQLITE_ERROR:
+    case SQLITE_TOOBIG:
+    case SQLITE_CONSTRAINT:
+    case SQLITE_MISMATCH:
+    case SQLITE_RANGE:
+        return false;
+    default:
+        return true;
+    }
+}
+
+struct refusals {
+    std::uint64_t count = 0;
+    std::string last;
+};
+
+// Throws, and nothing is changed, when the disk fails.
+refusals keep_all(store& store, const std::vector<waiting_record>& records)
+{
+    refusals refused;
     SQLite::Transaction transaction(*store.database.file);
-    for (const waiting_record& each : records)
-        if (const auto* const entry = std::get_if<desk::entry>(&each.what))
-            keep_entry(store, *entry);
-        else
-            keep_note(store, std::get<note>(each.what));
+    for (const waiting_record& each : records) {
+        const std::size_t untold = store.untold.size();
+        run(store.database, "SAVEPOINT record");
+        try {
+            std::visit([&](const auto& what) { keep_record(store, what); }, each.what);
+        } catch (const std::exception& thrown) {
+            if (is_disks_fault(thrown)) throw;
+            run(store.database, "ROLLBACK TO record");
+            store.untold.resize(untold);
+            ++refused.count;
+            refused.last = thrown.what();
+        }
+        run(store.database, "RELEASE record");
+    }
     transaction.commit();
+    return refused;
 }
 
 std::vector<waiting_record> take_records(keeper& keeper)
@@ -86,6 +147,7 @@ std::vector<waiting_record> take_records(keeper& keeper)
     for (const waiting_record& each : taken)
         keeper.bytes -= each.bytes;
     keeper.at_work = taken.size();
+    keeper.at_work_since = clock::now();
     return taken;
 }
 
@@ -98,16 +160,27 @@ std::vector<waiting_record> give_back(keeper& keeper, std::vector<waiting_record
     return drop_beyond(keeper);
 }
 
-// Why not; empty when they are on the disk now.
-std::string try_to_keep(store& store, const std::vector<waiting_record>& records)
+// Why not; empty when they are on the disk now, but for those that were refused.
+std::string try_to_keep(store& store, const std::vector<waiting_record>& records, refusals& refused)
 {
     try {
-        keep_all(store, records);
+        refused = keep_all(store, records);
         tell_changes(store);
         return "";
     } catch (const std::exception& thrown) {
         forget_changes(store);
         return thrown.what();
+    }
+}
+
+std::uint64_t bytes_of(database& database)
+{
+    try {
+        return static_cast<std::uint64_t>(
+            database.file->execAndGet("PRAGMA page_count").getInt64() *
+            database.file->execAndGet("PRAGMA page_size").getInt64());
+    } catch (const SQLite::Exception&) { // the next one tells of it
+        return 0;
     }
 }
 
@@ -117,7 +190,9 @@ void keep_some(keeper& keeper, store& store, std::unique_lock<std::mutex>& lock)
     std::vector<waiting_record> taken = take_records(keeper);
     std::vector<waiting_record> dropped;
     lock.unlock();
-    const std::string failure = try_to_keep(store, taken);
+    refusals refused;
+    const std::string failure = try_to_keep(store, taken, refused);
+    const std::uint64_t bytes = failure.empty() ? bytes_of(store.database) : 0;
     const desk::wall now = wall_clock();
     const std::uint64_t last = taken.back().number;
     if (failure.empty()) taken.clear();
@@ -126,11 +201,15 @@ void keep_some(keeper& keeper, store& store, std::unique_lock<std::mutex>& lock)
     keeper_health& health = keeper.news.health;
     if (failure.empty()) {
         keeper.news.kept = last;
+        health.bytes = bytes;
     } else {
+        ++health.failures;
         dropped = give_back(keeper, std::move(taken));
         if (health.failure.empty()) health.since = now;
     }
     health.failure = failure;
+    health.refused += refused.count;
+    if (refused.count > 0) health.refusal = refused.last;
     signal(keeper);
     lock.unlock(); // the lost ones may be many to destroy
     dropped.clear();
@@ -194,6 +273,19 @@ bool work_once(keeper& keeper, store& store, schedule& due, std::unique_lock<std
     return worked;
 }
 
+// What is as bad as a disk that fails, for as long as it lasts.
+void tell_delay(const keeper& keeper, keeper_health& health)
+{
+    const auto lasts = clock::now() - keeper.at_work_since;
+    if (!health.failure.empty()) return;
+    if (keeper.at_work > 0 && lasts > LONGEST_AT_WORK) {
+        health.failure = "the disk does not answer";
+        health.since = wall_clock() - std::chrono::duration_cast<desk::wall>(lasts);
+    } else if (is_behind(keeper)) {
+        health.failure = "more is to be kept than the disk takes";
+    }
+}
+
 bool is_done(const keeper& keeper)
 {
     return keeper.end_by && (keeper.records.empty() || *keeper.end_by <= clock::now());
@@ -204,6 +296,7 @@ void work(keeper& keeper)
     store store{keeper.opened, {}, {}};
     schedule due;
     std::unique_lock lock(keeper.mutex);
+    keeper.news.health.bytes = bytes_of(store.database);
     while (!is_done(keeper)) {
         if (work_once(keeper, store, due, lock)) continue;
         clock::time_point until = keeper.records.empty() ? due.next_removal : due.next_try;
@@ -245,6 +338,13 @@ std::uint64_t keep(keeper& keeper, note note)
     return give(keeper, std::move(records));
 }
 
+std::uint64_t keep(keeper& keeper, whole_house whole)
+{
+    std::vector<waiting_record> records;
+    records.push_back({0, 0, std::move(whole)});
+    return give(keeper, std::move(records));
+}
+
 std::uint64_t ask(keeper& keeper, history_question question)
 {
     const std::lock_guard lock(keeper.mutex);
@@ -261,6 +361,7 @@ results take_results(keeper& keeper)
     const std::lock_guard lock(keeper.mutex);
     results taken{keeper.news.kept, std::exchange(keeper.news.answers, {}), keeper.news.health};
     taken.health.waiting = keeper.records.size() + keeper.at_work;
+    tell_delay(keeper, taken.health);
     return taken;
 }
 

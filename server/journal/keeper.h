@@ -4,7 +4,10 @@
 //
 // What is given is kept in order, as much as there is in one transaction. When the disk fails it
 // waits in memory and is tried again every second; beyond the bound the oldest is lost, and
-// counted.
+// counted. A disk that is at the same records for too long, or lets half of the bound wait, counts
+// as failing meanwhile. When `lost` has grown the tables lack something: their owner gives the
+// house and the accounts whole. What the database refuses for another reason is passed over, and
+// counted too.
 #pragma once
 
 #include <chrono>
@@ -25,6 +28,8 @@
 
 namespace journal {
 
+constexpr std::chrono::seconds LONGEST_AT_WORK{5};
+
 struct keeper_bounds {
     std::size_t records = 200'000; // that wait to be kept; at least one waits whatever its size
     std::size_t bytes = 128U << 20U;
@@ -42,7 +47,11 @@ struct keeper_health {
     std::string failure; // why nothing can be kept at present; empty: it can
     desk::wall since{};  // since when
     std::size_t waiting = 0;
-    std::uint64_t lost = 0; // since the start
+    std::uint64_t lost = 0;     // since the start
+    std::uint64_t refused = 0;  // likewise, by the database for what they are
+    std::string refusal;        // why the last of these was
+    std::uint64_t failures = 0; // tries to keep something, likewise
+    std::uint64_t bytes = 0;    // of the database, as it was kept last
 };
 
 struct results {
@@ -69,6 +78,7 @@ struct keeper {
     std::deque<waiting_record> records;
     std::size_t bytes = 0;   // in them
     std::size_t at_work = 0; // records that are being kept, and are not in the queue
+    std::chrono::steady_clock::time_point at_work_since;
     std::deque<std::pair<std::uint64_t, history_question>> questions;
     std::uint64_t records_given = 0;
     std::uint64_t questions_given = 0;
@@ -82,6 +92,7 @@ bool start_keeper(keeper& keeper, std::string& error);
 // Returns the number of the last one; they count from 1.
 std::uint64_t keep(keeper& keeper, std::vector<desk::entry> entries);
 std::uint64_t keep(keeper& keeper, note note);
+std::uint64_t keep(keeper& keeper, whole_house whole);
 
 // Returns the number that its answer will have; 0 when too many are waiting.
 std::uint64_t ask(keeper& keeper, history_question question);

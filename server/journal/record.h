@@ -22,7 +22,12 @@ struct note {
     std::vector<std::string> whole{};                       // whatever else begins so goes as well
 };
 
-using record = std::variant<desk::entry, note>;
+// All that holds by now, in the place of what the tables have: after records were lost.
+struct whole_house {
+    desk::house house;
+};
+
+using record = std::variant<desk::entry, note, whole_house>;
 
 // Bytes in memory, roughly.
 std::size_t size_of(const record& given);

@@ -1,4 +1,6 @@
+#include <csignal>
 #include <poll.h>
+#include <sys/resource.h>
 
 #include "server/journal/keeper.h"
 #include "server/journal/saved_house.h"
@@ -119,8 +121,10 @@ TEST_F(KeeperTest, KeepsNotesWithTheirKeys)
                                   "panel",
                                   "personSet",
                                   R"({"id": "ben"})",
-                                  {{"people/ben", R"({"name": "Ben"})"}, {"people/kim", "{}"}}}));
-    await_kept(keep(*keeper, note{NOW, "eve", "panel", "", "", {{"people/kim", std::nullopt}}}));
+                                  {{"people/ben", R"({"name": "Ben"})"}, {"people/kim", "{}"}},
+                                  {}}));
+    await_kept(
+        keep(*keeper, note{NOW, "eve", "panel", "", "", {{"people/kim", std::nullopt}}, {}}));
     ask(*keeper, {});
     await([&] { return answers.size() == 1; });
     ASSERT_EQ(answers[0].page.rows.size(), 1);
@@ -201,6 +205,92 @@ TEST_F(KeeperTest, LosesTheOldestBeyondItsBytes)
         keep(*keeper, {by_anna(desk::batch_made{{1, id}, large})});
     await([&] { return last.health.lost == 2 && !last.health.failure.empty(); });
     EXPECT_EQ(last.health.waiting, 1);
+}
+
+// As the system has it when a file may not grow.
+TEST_F(KeeperTest, WaitsWhileItsFilesMayNotGrow)
+{
+    await_kept(keep(*keeper, {by_anna(desk::router_set{{"r1", "One", ""}})}));
+    const auto usual = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &limit), 0);
+    const rlimit tight{4096, limit.rlim_max}; // less than the database has by now
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &tight), 0);
+    const std::uint64_t number = keep(*keeper, {label_of(3, "CAM")});
+    await([&] { return !last.health.failure.empty(); });
+    EXPECT_EQ(last.health.waiting, 1);
+    EXPECT_GT(last.health.since, desk::wall{});
+    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    await_kept(number);
+    EXPECT_EQ(last.health.failure, "");
+    EXPECT_EQ(last.health.lost + last.health.refused, 0);
+    std::signal(SIGXFSZ, usual);
+}
+
+TEST_F(KeeperTest, CountsAsFailingWhileHalfOfItsBoundWaits)
+{
+    journal::keeper idle; // its thread has not begun
+    idle.bounds.records = 4;
+    keep(idle, {label_of(1, "CAM"), label_of(2, "CAM")});
+    EXPECT_EQ(take_results(idle).health.failure, "");
+    keep(idle, {label_of(3, "CAM")});
+    const keeper_health behind = take_results(idle).health;
+    EXPECT_EQ(behind.failure, "more is to be kept than the disk takes");
+    EXPECT_GT(behind.since, NOW);
+    EXPECT_EQ(behind.waiting, 3);
+    idle.records.pop_front();
+    EXPECT_EQ(take_results(idle).health.failure, "");
+}
+
+TEST_F(KeeperTest, CountsAsFailingWhileTheDiskDoesNotAnswer)
+{
+    journal::keeper idle;
+    idle.at_work = 1;
+    idle.at_work_since = std::chrono::steady_clock::now();
+    EXPECT_EQ(take_results(idle).health.failure, "");
+    idle.at_work_since -= LONGEST_AT_WORK;
+    EXPECT_EQ(take_results(idle).health.failure, "the disk does not answer");
+    idle.at_work = 0;
+    EXPECT_EQ(take_results(idle).health.failure, "");
+}
+
+TEST_F(KeeperTest, PassesOverWhatTheDatabaseRefuses)
+{
+    finish();
+    {
+        std::string error;
+        database opened;
+        ASSERT_TRUE(open_database(opened, folder.path, error)) << error;
+        opened.file->exec("CREATE TRIGGER refuse BEFORE INSERT ON history WHEN NEW.kind = 'bad'"
+                          " BEGIN SELECT RAISE(ABORT, 'not this one'); END");
+    }
+    keeper = std::make_unique<journal::keeper>();
+    start();
+    keep(*keeper, {by_anna(desk::router_set{{"r1", "One", ""}})});
+    keep(*keeper, note{NOW, "eve", "panel", "bad", "", {{"people/ben", "{}"}}, {}});
+    await_kept(keep(*keeper, {label_of(3, "CAM")}));
+    EXPECT_EQ(last.health.failure, "") << "the disk is well";
+    EXPECT_EQ(last.health.refused, 1);
+    EXPECT_EQ(last.health.refusal, "not this one");
+    EXPECT_EQ(last.health.lost, 0);
+    finish();
+    EXPECT_EQ(house_on_disk().routers.at("r1").source_labels.size(), 1);
+    database opened;
+    std::string error;
+    ASSERT_TRUE(open_database(opened, folder.path, error)) << error;
+    store store{opened, {}, {}};
+    EXPECT_THAT(list(store, "people/"), IsEmpty()) << "nothing of it is kept";
+}
+
+TEST_F(KeeperTest, KeepsTheHouseWholeAfterALoss)
+{
+    desk::house house;
+    house.routers["r1"].settings = {"r1", "One", ""};
+    house.routers["r1"].source_labels[3] = {"CAM", ""};
+    await_kept(keep(*keeper, {by_anna(desk::router_set{{"r2", "gone by now", ""}})}));
+    await_kept(keep(*keeper, whole_house{house}));
+    finish();
+    EXPECT_TRUE(house_on_disk() == house);
 }
 
 TEST_F(KeeperTest, EndsInTimeWhenTheDiskFails)
