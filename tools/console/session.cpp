@@ -76,7 +76,8 @@ void keep_house(console_session& session)
     std::string error;
     if (session.kept &&
         !write_if_due(*session.kept, session.console.desk.house, now().steady, error))
-        print_event(session, error + "\n", {{"event", "notKept"}, {"error", error}});
+        print_event(session, error + " It is tried again.\n",
+                    {{"event", "notKept"}, {"error", error}});
 }
 
 std::optional<desk::monotonic> next_due(const console_session& session, const desk::moment& time)
