@@ -15,6 +15,12 @@ using testing::HasSubstr;
 using testing::Not;
 
 namespace {
+bool same(const termios& left, const termios& right)
+{
+    return left.c_iflag == right.c_iflag && left.c_oflag == right.c_oflag &&
+           left.c_cflag == right.c_cflag && left.c_lflag == right.c_lflag;
+}
+
 class OnTerminal : public ConsoleProcess {
   protected:
     descriptor_pair terminal = pseudo_terminal();
@@ -59,6 +65,7 @@ class OnTerminal : public ConsoleProcess {
     {
         type("\x15quit\r");
         EXPECT_EQ(status(), 0);
+        EXPECT_TRUE(same(settings(), settings_before));
     }
 
     int status()
@@ -81,12 +88,6 @@ class OnTerminal : public ConsoleProcess {
 
     std::size_t seen = 0; // of the output
 };
-
-bool same(const termios& left, const termios& right)
-{
-    return left.c_iflag == right.c_iflag && left.c_oflag == right.c_oflag &&
-           left.c_cflag == right.c_cflag && left.c_lflag == right.c_lflag;
-}
 
 // With a backend that says nothing.
 class ConsoleTerminal : public OnTerminal {
@@ -240,14 +241,14 @@ TEST_F(ConsoleTerminal, LongTextIsReadBackFromItsEnd)
 {
     wait_for("main connecting> ");
     resize(4, 100);
-    type("help undo\r"); // five lines, of which three stand on a screen
+    type("help undo\r"); // six lines, of which three stand on a screen
     wait_for("undo [--rest]");
     wait_for("-- space: more");
     type(" ");
     wait_for("-- that was all");
     type("b");
     wait_for("undo [--rest]");
-    for (int i = 0; i < 2; ++i) {
+    for (int i = 0; i < 3; ++i) {
         wait_for("-- space: more");
         type("\r");
     }

@@ -160,9 +160,9 @@ answer run_help(console_state& console, const desk::moment& /*now*/, const call&
     if (call.words.empty()) {
         const int first = desk::find_router(console.desk, console.router)->settings.first_number;
         return {.text = all_help() + "\nNumbers begin at " + std::to_string(first) +
-                        ". Sources and destinations are given by number, by name or by the\n"
-                        "beginning of a name; names with blanks stand in quotes: take \"MON A\" "
-                        "'CAM 2'\nSeveral commands on a line are separated by ;\n"};
+                        ". Sources and destinations are given by number, by name or by\n"
+                        "the beginning of a name; names with blanks stand in quotes:\n"
+                        "take \"MON A\" 'CAM 2'\nSeveral commands on a line are separated by ;\n"};
     }
     std::vector<common::word> words = call.words;
     std::string complaint;
@@ -197,9 +197,9 @@ const std::vector<command> GENERAL = {
      true,
      false,
      "[COMMAND | DESTINATION SOURCE]",
-     "what a take, undo, redo, back or salvo would do",
-     "Answers what the command would, row by row, and sends nothing. Alone it tries the staged\n"
-     "list.\n",
+     "what take, undo, redo, back or salvo would do",
+     "Answers what the command would, row by row, and sends nothing. Alone it tries\n"
+     "the staged list.\n",
      run_dry_run},
     {"help",
      {argument::command, argument::text},

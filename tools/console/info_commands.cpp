@@ -132,8 +132,8 @@ const std::vector<command>& info_commands()
          false,
          "",
          "what is known of the router",
-         "Shows the router's address, its link and since when, how much it can route, and what it\n"
-         "tells of itself.\n",
+         "Shows the router's address, its link and since when, how much it can route, and\n"
+         "what it tells of itself.\n",
          run_info},
         {"routers",
          {},
@@ -142,7 +142,8 @@ const std::vector<command>& info_commands()
          false,
          "",
          "list the routers and their links",
-         "Lists all routers of this console, how it stands with their links, since when and why.\n",
+         "Lists all routers of this console, how it stands with their links, since when\n"
+         "and why.\n",
          run_routers},
     };
     return COMMANDS;

@@ -148,9 +148,10 @@ const std::vector<command>& lock_commands()
          false,
          "DESTINATION [REASON] [DURATION]",
          "let nobody route a destination from here",
-         "Nobody may route it, you included, until \"unlock\" or until the duration is over: a\n"
-         "number and s, m, h or d. It binds whoever works through this console; the router itself\n"
-         "knows nothing of it, and other panels can still route the destination.\n"
+         "Nobody may route it, you included, until \"unlock\" or until the duration is over:\n"
+         "a number and s, m, h or d. It binds whoever works through this console; the\n"
+         "router itself knows nothing of it, and other panels can still route the\n"
+         "destination.\n"
          "  lock \"MON A\" \"on air\" 90m\n",
          run_lock},
         {"protect",
@@ -160,7 +161,8 @@ const std::vector<command>& lock_commands()
          false,
          "DESTINATION [REASON] [DURATION]",
          "let nobody else route a destination from here",
-         "As lock, but you yourself may still route it. The router itself knows nothing of it.\n",
+         "As lock, but you yourself may still route it. The router itself knows nothing of\n"
+         "it.\n",
          run_protect},
         {"unlock",
          {argument::destination, argument::text},
@@ -169,7 +171,8 @@ const std::vector<command>& lock_commands()
          false,
          "DESTINATION [REASON]",
          "end a lock or a protection",
-         "Your own; one of somebody else's is broken when a reason is given, and that is kept.\n",
+         "Your own; one of somebody else's is broken when a reason is given, and that is\n"
+         "kept.\n",
          run_unlock},
     };
     return COMMANDS;

@@ -155,9 +155,8 @@ const std::vector<command>& record_commands()
          false,
          "[TEXT...]",
          "what has happened here",
-         "Lists what was asked for and what became of it, locks, salvos, settings, and what "
-         "others\n"
-         "took, oldest first. Each word leaves the lines that contain it.\n",
+         "Lists what was asked for and what became of it, locks, salvos, settings, and\n"
+         "what others took, oldest first. Each word leaves the lines that contain it.\n",
          run_history},
         {"trace",
          {argument::text},
@@ -175,8 +174,8 @@ const std::vector<command>& record_commands()
          false,
          "",
          "show every change of every router",
-         "Shows what others take, lock and set, beside what is always shown: links that come and\n"
-         "go, and what became of your own takes.\n",
+         "Shows what others take, lock and set, beside what is always shown: links that\n"
+         "come and go, and what became of your own takes.\n",
          run_watch},
         {"log",
          {argument::text},
@@ -185,7 +184,8 @@ const std::vector<command>& record_commands()
          false,
          "[COUNT]",
          "what the backend said last",
-         "Shows the last lines of the backend of the router in use, 20 unless told otherwise.\n",
+         "Shows the last lines of the backend of the router in use, 20 unless told\n"
+         "otherwise.\n",
          run_log},
     };
     return COMMANDS;

@@ -246,8 +246,8 @@ const std::vector<command>& salvo_commands()
          "NAME [FILTER...]",
          "save what is staged, or shown now, as a salvo",
          "Saves the staged routes of all routers, which stay staged. With a filter, as in\n"
-         "\"destinations FILTER\", it saves what these destinations of the router in use show "
-         "now.\n"
+         "\"destinations FILTER\", it saves what these destinations of the router in use\n"
+         "show now.\n"
          "A salvo that has this name gets one more version.\n"
          "  salvo save NEWS\n"
          "  salvo save \"AS IT IS\" 1-16\n",
@@ -268,8 +268,8 @@ const std::vector<command>& salvo_commands()
          true,
          "NAME [--rest]",
          "take all routes of a salvo as one batch",
-         "When one route is blocked, nothing is sent, unless --rest is given: then what can go\n"
-         "goes.\n",
+         "When one route is blocked, nothing is sent, unless --rest is given: then what\n"
+         "can go goes.\n",
          run_take},
         {"salvo rollback",
          {argument::salvo},
@@ -278,8 +278,8 @@ const std::vector<command>& salvo_commands()
          true,
          "NAME [--rest]",
          "put back what a salvo's last run changed",
-         "By the rules of undo: a route goes back only while its destination is known to show\n"
-         "what the salvo put there.\n",
+         "By the rules of undo: a route goes back only while its destination is known to\n"
+         "show what the salvo put there.\n",
          run_rollback},
         {"salvo delete",
          {argument::salvo},

@@ -303,9 +303,10 @@ const std::vector<command>& setting_commands()
          false,
          "[NAME VALUE]",
          "show or change the router's settings",
-         "Alone it shows the settings of the router in use: address, port, inputs, outputs, name,\n"
-         "first-number, confirmation-limit. A new address, port or count makes the link anew.\n"
-         "Sources and destinations are given aliases and groups, an empty text removes them:\n"
+         "Alone it shows the settings of the router in use: address, port, inputs,\n"
+         "outputs, name, first-number, confirmation-limit. A new address, port or count\n"
+         "makes the link anew. Sources and destinations are given aliases and groups, an\n"
+         "empty text removes them:\n"
          "  set alias source 3 \"Studio 1\"\n"
          "  set group destination 12-40 Live\n",
          run_set},
@@ -316,8 +317,8 @@ const std::vector<command>& setting_commands()
          false,
          "FILE",
          "write the routes into a file",
-         "Writes what the destinations of the router in use show as lines that \"load\" reads. A\n"
-         "file of that name is replaced.\n",
+         "Writes what the destinations of the router in use show as lines that \"load\"\n"
+         "reads. A file of that name is replaced.\n",
          run_save},
         {"load",
          {argument::file},
@@ -326,7 +327,8 @@ const std::vector<command>& setting_commands()
          false,
          "FILE",
          "stage the routes of a file",
-         "Stages the routes and sends nothing. Lines that are wrong are told and passed over.\n",
+         "Stages the routes and sends nothing. Lines that are wrong are told and passed\n"
+         "over.\n",
          run_load},
     };
     return COMMANDS;

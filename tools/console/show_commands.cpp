@@ -205,13 +205,14 @@ answer run_where(console_state& console, const desk::moment& now, const call& ca
 const std::vector<command>& show_commands()
 {
     static const std::string_view FILTERS =
-        "Each word leaves fewer: a number or a range of numbers (12-40), @GROUP, or a part of a\n"
-        "name, alias or group. Case makes no difference. Text that looks like a number stands in\n"
-        "quotes.\n";
+        "Each word leaves fewer: a number or a range of numbers (12-40), @GROUP, or a\n"
+        "part of a name, alias or group. Case makes no difference. Text that looks like a\n"
+        "number stands in quotes.\n";
     static const std::string ROUTES =
-        "Shows what each destination shows, as the router said, the take under way, the row that\n"
-        "is staged, the lock, and what went wrong last. \"routes problems\" leaves those with\n"
-        "trouble. While the link is not ready, the routes are as they were when it was lost.\n" +
+        "Shows what each destination shows, as the router said, the take under way, the\n"
+        "row that is staged, the lock, and what went wrong last. \"routes problems\" leaves\n"
+        "those with trouble. While the link is not ready, the routes are as they were\n"
+        "when it was lost.\n" +
         std::string(FILTERS);
     static const std::string NAMES =
         "Shows numbers and names, aliases first, and groups.\n" + std::string(FILTERS);

@@ -226,13 +226,13 @@ const std::vector<command>& take_commands()
          true,
          true,
          "[DESTINATION SOURCE] [--rest]",
-         "route a source to a destination now; alone: what is staged",
-         "Sends the take to the router at once, and tells what became of it: confirmed only when\n"
-         "the router itself shows the source. While the link is not ready nothing is sent, now or\n"
-         "later.\n"
-         "Alone it takes the staged list of the router in use as one batch: when one route is\n"
-         "blocked (locked, or changed since it was staged), nothing is sent, unless --rest is\n"
-         "given. Routes that went leave the list, blocked ones stay.\n"
+         "route a source now; alone: what is staged",
+         "Sends the take to the router at once, and tells what became of it: confirmed\n"
+         "only when the router itself shows the source. While the link is not ready\n"
+         "nothing is sent, now or later.\n"
+         "Alone it takes the staged list of the router in use as one batch: when one route\n"
+         "is blocked (locked, or changed since it was staged), nothing is sent, unless\n"
+         "--rest is given. Routes that went leave the list, blocked ones stay.\n"
          "  take \"MON A\" \"CAM 3\"\n"
          "  take --rest\n",
          run_take},
@@ -243,9 +243,9 @@ const std::vector<command>& take_commands()
          false,
          "DESTINATION SOURCE",
          "prepare a route; nothing is sent until \"take\"",
-         "Adds the route to the staged list of the router in use, in place of an earlier one for\n"
-         "the same destination. When the destination changes before the take, the route needs a\n"
-         "decision: stage it again to keep it, or unstage it.\n",
+         "Adds the route to the staged list of the router in use, in place of an earlier\n"
+         "one for the same destination. When the destination changes before the take, the\n"
+         "route needs a decision: stage it again to keep it, or unstage it.\n",
          run_stage},
         {"staged",
          {},
@@ -254,8 +254,8 @@ const std::vector<command>& take_commands()
          false,
          "",
          "show the staged list",
-         "Shows for each staged route what its destination showed then, what it would show, and\n"
-         "what speaks against taking it now.\n",
+         "Shows for each staged route what its destination showed then, what it would\n"
+         "show, and what speaks against taking it now.\n",
          run_staged},
         {"unstage",
          {argument::destination},
@@ -282,10 +282,11 @@ const std::vector<command>& take_commands()
          true,
          "[--rest]",
          "put back what the last take changed",
-         "Puts back what the destinations of your last take, salvo or rollback showed before; 50\n"
-         "steps, up to a day old. It refuses to guess: a route goes back only while its\n"
-         "destination is known to show what that take put there. When one cannot go back, nothing\n"
-         "is sent, unless --rest is given: then what can go back goes, and the step is used up.\n",
+         "Puts back what the destinations of your last take, salvo or rollback showed\n"
+         "before; 50 steps, up to a day old. It refuses to guess: a route goes back only\n"
+         "while its destination is known to show what that take put there. When one cannot\n"
+         "go back, nothing is sent, unless --rest is given: then what can go back goes,\n"
+         "and the step is used up.\n",
          run_undo},
         {"redo",
          {},
@@ -302,9 +303,9 @@ const std::vector<command>& take_commands()
          false,
          true,
          "DESTINATION",
-         "route the source that a destination showed before",
-         "The last other source that this console has seen on the destination, whoever had taken\n"
-         "it. Given twice it leads back to the present one.\n",
+         "route the source that was there before",
+         "The last other source that this console has seen on the destination, whoever had\n"
+         "taken it. Given twice it leads back to the present one.\n",
          run_back},
         {"disconnect",
          {argument::destination},

@@ -1,3 +1,5 @@
+#include <sstream>
+
 #include "unit/console/console_test.h"
 
 using namespace console;
@@ -28,6 +30,16 @@ TEST_F(Commands, NameThoseThatAWordMayBecome)
     EXPECT_EQ(says("salvo"),
               "salvo needs one more word: list, save, show, take, rollback or delete.\n");
     EXPECT_EQ(says("salvo s"), "There is no salvo command \"s\"; \"help\" lists them.\n");
+}
+
+TEST_F(Commands, AreExplainedInLinesThatFitATerminal)
+{
+    std::string text = says("help");
+    for (const command& each : all_commands())
+        text += says("help " + std::string(each.name));
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
+        EXPECT_LE(line.size(), 80U) << line;
 }
 
 TEST_F(Commands, ThatSendKnowTheRestAndTheDryRun)
