@@ -22,6 +22,14 @@ std::string failure(const std::string& path)
 {
     return "Cannot write " + path + ": " + std::strerror(errno);
 }
+
+bool is_written(const std::string& path, const std::string& text)
+{
+    const common::owned_descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    std::string found;
+    if (file.number >= 0) common::read_to_end(file.number, found);
+    return found == text;
+}
 } // namespace
 
 std::string configuration_text(const desk::router_settings& settings)
@@ -35,14 +43,15 @@ std::string configuration_text(const desk::router_settings& settings)
 bool write_configuration(const std::string& path, const desk::router_settings& settings,
                          std::string& error)
 {
+    const std::string text = configuration_text(settings);
+    if (is_written(path, text)) return true;
     std::string temporary = path + ".XXXXXX";
     const common::owned_descriptor file(mkostemp(temporary.data(), O_CLOEXEC)); // 0600
     if (file.number < 0) {
         error = failure(path);
         return false;
     }
-    if (common::write_all(file.number, configuration_text(settings)) && fsync(file.number) == 0 &&
-        std::rename(temporary.c_str(), path.c_str()) == 0)
+    if (common::write_all(file.number, text) && std::rename(temporary.c_str(), path.c_str()) == 0)
         return true;
     error = failure(path);
     unlink(temporary.c_str());

@@ -101,6 +101,13 @@ TEST_F(Configuration, KeepsTheOldOneWhenTheDiskIsFull)
     EXPECT_EQ(files(), 1);
 }
 
+TEST_F(Configuration, NeedsNoDiskForWhatIsThere)
+{
+    written(settings("10.0.0.5"));
+    force_result(SystemCall::Write, ANY_DESCRIPTOR, -1, ENOSPC);
+    EXPECT_EQ(written(settings("10.0.0.5")).at("ip address"), "10.0.0.5");
+}
+
 TEST_F(Configuration, SaysThatThereIsNoFolder)
 {
     std::string error;
