@@ -9,6 +9,9 @@ namespace {
 constexpr int VARIANT = sodium_base64_VARIANT_URLSAFE_NO_PADDING;
 constexpr std::size_t SECRET_BYTES = 32;
 constexpr std::size_t SECRET_LETTERS = 43;
+constexpr std::string_view CODE_ALPHABET = "0123456789ABCDEFGHJKMNPQRSTVWXYZ"; // 5 bits each
+constexpr std::size_t CODE_LETTERS = 16;
+constexpr std::size_t CODE_GROUP = 4;
 
 using secret_bytes = std::array<unsigned char, SECRET_BYTES>;
 
@@ -52,6 +55,41 @@ bool hash_secret(std::string_view secret, secret_hash& hash)
         return false;
     crypto_generichash(hash.data(), hash.size(), bytes.data(), bytes.size(), nullptr, 0);
     return true;
+}
+
+secret_hash hash_text(std::string_view text)
+{
+    secret_hash hash{};
+    crypto_generichash(hash.data(), hash.size(),
+                       reinterpret_cast<const unsigned char*>(text.data()), text.size(), nullptr,
+                       0);
+    return hash;
+}
+
+std::string new_code()
+{
+    std::string code;
+    for (std::size_t i = 0; i < CODE_LETTERS; ++i) {
+        if (i > 0 && i % CODE_GROUP == 0) code += '-';
+        code += CODE_ALPHABET[randombytes_uniform(CODE_ALPHABET.size())];
+    }
+    return code;
+}
+
+secret_hash hash_code(std::string_view code)
+{
+    std::string letters;
+    for (const char letter : code) {
+        const bool is_small = letter >= 'a' && letter <= 'z';
+        if (letter != '-' && letter != ' ')
+            letters += is_small ? static_cast<char>(letter - 'a' + 'A') : letter;
+    }
+    return hash_text(letters);
+}
+
+bool same_secret(const secret_hash& one, const secret_hash& other)
+{
+    return sodium_memcmp(one.data(), other.data(), one.size()) == 0;
 }
 
 std::string text_of(const secret_hash& hash)

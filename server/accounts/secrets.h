@@ -18,6 +18,16 @@ std::string new_secret();
 // False when the text is none that new_secret makes.
 bool hash_secret(std::string_view secret, secret_hash& hash);
 
+// Of any text; for passwords see below.
+secret_hash hash_text(std::string_view text);
+// 80 random bits to be typed by a person: "4Q2K-9WTX-7HNP-3RVD". Its hash is the same in small
+// letters and without the hyphens.
+std::string new_code();
+secret_hash hash_code(std::string_view code);
+
+// In a time that does not tell where they differ.
+bool same_secret(const secret_hash& one, const secret_hash& other);
+
 std::string text_of(const secret_hash& hash); // 64 hexadecimal digits
 bool read_hash(std::string_view text, secret_hash& hash);
 

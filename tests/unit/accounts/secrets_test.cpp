@@ -65,3 +65,21 @@ TEST(Secrets, PasswordsMatchTheirHashAlone)
     EXPECT_FALSE(password_matches(std::string(1000, '$'), "x"));
     EXPECT_NE(hash_password("correct horse"), hash);
 }
+
+TEST(Secrets, HashesOfTextsDiffer)
+{
+    begin_secrets();
+    EXPECT_EQ(hash_text("a"), hash_text("a"));
+    EXPECT_NE(hash_text("a"), hash_text("b"));
+    EXPECT_NE(hash_text(""), hash_text(std::string(1, '\0')));
+}
+
+TEST(Secrets, CodesAreTypedByPeople)
+{
+    begin_secrets();
+    const std::string code = new_code();
+    EXPECT_THAT(code, testing::MatchesRegex("([0-9A-HJKMNP-TV-Z]{4}-){3}[0-9A-HJKMNP-TV-Z]{4}"));
+    EXPECT_NE(new_code(), code);
+    EXPECT_TRUE(same_secret(hash_code("4Q2K-9WTX-7HNP-3RVD"), hash_code("4q2k9wtx 7hnp3rvd")));
+    EXPECT_FALSE(same_secret(hash_code("4Q2K-9WTX-7HNP-3RVD"), hash_code("4Q2K-9WTX-7HNP-3RVE")));
+}
