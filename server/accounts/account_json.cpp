@@ -43,17 +43,20 @@ json person_object(const person& person)
                    {"rights", rights_object(person.may)},
                    {"disabled", person.disabled},
                    {"created", person.created.count()}};
+    if (person.seen > desk::wall{}) object["seen"] = person.seen.count();
     if (!person.settings.empty()) object["settings"] = person.settings;
     return object;
 }
 
 json token_object(const token& token)
 {
-    return {{"name", token.name},
-            {"person", token.person},
-            {"kind", word_of(TOKEN_KINDS, token.kind)},
-            {"most", word_of(RIGHTS, token.most)},
-            {"created", token.created.count()}};
+    json object = {{"name", token.name},
+                   {"kind", word_of(TOKEN_KINDS, token.kind)},
+                   {"rights", rights_object(token.may)},
+                   {"created", token.created.count()}};
+    if (token.expires) object["expires"] = token.expires->count();
+    if (token.use_told > desk::wall{}) object["used"] = token.use_told.count();
+    return object;
 }
 
 json session_object(const session& session)
@@ -82,7 +85,7 @@ desk::rights read_rights(const place& at)
 
 person read_person(const place& at)
 {
-    expect_members(at, {"name", "password", "rights", "disabled", "settings", "created"});
+    expect_members(at, {"name", "password", "rights", "disabled", "settings", "created", "seen"});
     person person;
     person.name = read_text(member(at, "name"), desk::TEXT_LENGTH);
     if (person.name.empty()) complain(at, "has no name");
@@ -91,18 +94,21 @@ person read_person(const place& at)
     person.disabled = read_flag(at, "disabled");
     if (has(at, "settings")) person.settings = read_text(member(at, "settings"), SETTINGS_LENGTH);
     person.created = read_time(member(at, "created"));
+    if (has(at, "seen")) person.seen = read_time(member(at, "seen"));
     return person;
 }
 
 token read_token(const place& at)
 {
-    expect_members(at, {"name", "person", "kind", "most", "created", "hash"});
+    expect_members(at, {"name", "kind", "rights", "created", "expires", "used", "hash"});
     token token;
     token.name = read_text(member(at, "name"), desk::TEXT_LENGTH);
-    token.person = read_person_id(member(at, "person"));
     token.kind = read_word(member(at, "kind"), TOKEN_KINDS);
-    token.most = read_word(member(at, "most"), RIGHTS);
+    token.may = read_rights(member(at, "rights"));
     token.created = read_time(member(at, "created"));
+    if (has(at, "expires")) token.expires = read_time(member(at, "expires"));
+    if (has(at, "used")) token.use_told = read_time(member(at, "used"));
+    token.used = token.use_told;
     return token;
 }
 

@@ -16,6 +16,12 @@ bool is_administrator(const desk::actor& actor)
 void tell(accounts_state& accounts, const desk::moment& now, const desk::actor& actor,
           event::kind what, const std::string& subject)
 {
+    if (what == event::kind::person_set || what == event::kind::person_removed ||
+        what == event::kind::token_made || what == event::kind::token_removed)
+        ++accounts.people_set;
+    const bool is_use = what == event::kind::signed_in || what == event::kind::sign_in_failed ||
+                        what == event::kind::session_used;
+    if (!is_use) ++accounts.changes;
     accounts.events.push_back({now.utc, actor.person, actor.origin, what, subject});
 }
 

@@ -5,7 +5,9 @@
 // is different then stands in the record.
 #pragma once
 
+#include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,7 +15,6 @@
 #include "server/accounts/limits.h"
 #include "server/accounts/secrets.h"
 #include "server/desk/actor.h"
-#include "server/desk/ids.h"
 #include "server/desk/moment.h"
 
 namespace accounts {
@@ -25,6 +26,7 @@ struct person {
     bool disabled = false; // may nothing, and has no session
     std::string settings;  // of the panel: JSON, not looked into; empty: none
     desk::wall created{};
+    desk::wall seen{}; // in a session, as an event told last; 0: never
     bool operator==(const person&) const = default;
 };
 
@@ -33,14 +35,16 @@ enum class token_kind {
     simple, // in the address of the simple form, and for nothing else
 };
 
-// Lets a program act for a person.
+// Lets a program act, under the token's id as a person does under theirs.
 struct token {
     std::string name; // for people
-    std::string person;
     token_kind kind = token_kind::api;
-    desk::right most = desk::right::none; // and never more than the person may
+    desk::rights may;
     secret_hash hash{};
     desk::wall created{};
+    std::optional<desk::wall> expires{}; // none: when it is removed
+    desk::wall used{};                   // 0: never
+    desk::wall use_told{};               // by an event
     bool operator==(const token&) const = default;
 };
 
@@ -61,6 +65,7 @@ struct event {
         settings_set,
         token_made,
         token_removed,
+        token_used,
         signed_in,
         sign_in_failed,
         session_used,
@@ -75,9 +80,10 @@ struct event {
 
 struct accounts_state {
     std::map<std::string, person, std::less<>> people; // by id
-    std::map<desk::ulid, token> tokens;
+    std::map<std::string, token, std::less<>> tokens;  // by id, which is no person's
     std::map<secret_hash, session> sessions;
-    desk::id_maker ids; // seeded by the owner of the accounts
+    std::uint64_t people_set = 0; // how many times a person or token has been set or removed
+    std::uint64_t changes = 0;    // how many events changed what somebody may or has set
 
     std::vector<event> events; // for the caller, oldest first
 };

@@ -11,8 +11,6 @@ using journal::json_text;
 using journal::place;
 using nlohmann::json;
 
-constexpr const char* LAST_TOKEN = "lastToken";
-
 // What a key is to hold: its value as it is now, none when it is gone.
 std::optional<std::string> value_of_person(const accounts_state& accounts, const std::string& id)
 {
@@ -25,9 +23,7 @@ std::optional<std::string> value_of_person(const accounts_state& accounts, const
 
 std::optional<std::string> value_of_token(const accounts_state& accounts, const std::string& id)
 {
-    desk::ulid number;
-    desk::read_id(id, number);
-    const auto found = accounts.tokens.find(number);
+    const auto found = accounts.tokens.find(id);
     if (found == accounts.tokens.end()) return std::nullopt;
     json object = token_object(found->second);
     object["hash"] = text_of(found->second.hash);
@@ -59,14 +55,12 @@ void fill_of_person(journal::note& note, const accounts_state& accounts, const e
 void fill_of_token(journal::note& note, const accounts_state& accounts, const event& event)
 {
     note.keys["tokens/" + event.subject] = value_of_token(accounts, event.subject);
-    note.keys[LAST_TOKEN] = json_text(text_of(accounts.ids.last));
-    desk::ulid id;
-    desk::read_id(event.subject, id);
-    const auto found = accounts.tokens.find(id);
+    const auto found = accounts.tokens.find(event.subject);
     json data = json::object();
     if (note.kind == TOKEN_MADE && found != accounts.tokens.end()) {
         data = token_object(found->second);
-        data.erase("created");
+        for (const char* const name : {"created", "expires", "used"})
+            data.erase(name);
     }
     data["id"] = event.subject;
     note.data = json_text(std::move(data));
@@ -93,6 +87,7 @@ const char* kind_of(event::kind what)
         return SESSION_ENDED;
     case event::kind::settings_set: // how somebody's panel looks, and that it is looked at
     case event::kind::session_used:
+    case event::kind::token_used:
         return "";
     }
     return "";
@@ -110,12 +105,14 @@ journal::note note_of(const accounts_state& accounts, const event& event)
         break;
     case event::kind::token_made:
     case event::kind::token_removed:
+    case event::kind::token_used:
         fill_of_token(note, accounts, event);
         break;
     case event::kind::signed_in:
     case event::kind::session_used:
     case event::kind::session_ended:
         note.keys["sessions/" + event.subject] = value_of_session(accounts, event.subject);
+        note.keys["people/" + event.person] = value_of_person(accounts, event.person); // and seen
         break;
     case event::kind::sign_in_failed: // it may be a password that was typed in the wrong place
         if (find_person(accounts, event.person) == nullptr) note.person.clear();
@@ -129,13 +126,6 @@ const std::string& only_part(const std::vector<std::string>& key, const place& a
 {
     if (key.size() != 1) complain(at, "is no key of the accounts");
     return key.front();
-}
-
-desk::ulid read_ulid(const std::string& text, const place& at)
-{
-    desk::ulid id;
-    if (!desk::read_id(text, id)) complain(at, "is no identifier");
-    return id;
 }
 
 secret_hash read_secret_hash(const std::string& text, const place& at)
@@ -154,20 +144,15 @@ void read_people(journal::store& store, accounts_state& accounts)
     });
 }
 
-void read_tokens(journal::store& store, const desk::moment& now, accounts_state& accounts)
+void read_tokens(journal::store& store, accounts_state& accounts)
 {
-    each_key(store, LAST_TOKEN, [&](const std::vector<std::string>&, const place& at) {
-        accounts.ids.last = read_ulid(journal::read_text(at), at);
-    });
     each_key(store, "tokens/", [&](const std::vector<std::string>& key, const place& at) {
-        const desk::ulid id = read_ulid(only_part(key, at), at);
+        const std::string& id = only_part(key, at);
+        if (!is_person_id(id)) complain(at, "is no token's key");
         token token = read_token(at);
         const place hash = member(at, "hash");
         token.hash = read_secret_hash(journal::read_text(hash), hash);
-        if (find_person(accounts, token.person) == nullptr)
-            tell(accounts, now, {token.person, "", {}}, event::kind::token_removed, text_of(id));
-        else
-            accounts.tokens[id] = std::move(token);
+        accounts.tokens[id] = std::move(token);
     });
 }
 
@@ -194,11 +179,24 @@ std::vector<journal::note> take_notes(accounts_state& accounts)
     return notes;
 }
 
+journal::note whole_note(const accounts_state& accounts)
+{
+    journal::note note;
+    note.whole = {"people/", "tokens/", "sessions/"};
+    for (const auto& [id, person] : accounts.people)
+        note.keys["people/" + id] = value_of_person(accounts, id);
+    for (const auto& [id, token] : accounts.tokens)
+        note.keys["tokens/" + id] = value_of_token(accounts, id);
+    for (const auto& [hash, session] : accounts.sessions)
+        note.keys["sessions/" + text_of(hash)] = value_of_session(accounts, text_of(hash));
+    return note;
+}
+
 accounts_state kept_accounts(journal::store& store, const desk::moment& now)
 {
     accounts_state accounts;
     read_people(store, accounts);
-    read_tokens(store, now, accounts);
+    read_tokens(store, accounts);
     read_sessions(store, now, accounts);
     return accounts;
 }

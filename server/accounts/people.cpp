@@ -11,12 +11,12 @@ namespace accounts {
 namespace {
 objection no_right(const desk::actor& actor)
 {
-    return {refusal::no_right, actor.person + " is no administrator"};
+    return {refusal::no_right, actor.person + " is no administrator."};
 }
 
 objection no_such_person(const std::string& id)
 {
-    return {refusal::no_such_person, "there is no person " + desk::cut_text(id)};
+    return {refusal::no_such_person, "There is nobody with the id " + desk::cut_text(id) + "."};
 }
 
 bool can_administer(const person& person)
@@ -45,17 +45,28 @@ bool names_too_much(const desk::rights& may)
                          [](const auto& each) { return each.size() > desk::TEXT_LENGTH; })));
 }
 
-objection last_administrator(const std::string& id)
+objection value_complaint(const std::string& id, const std::string& name, const desk::rights& may)
 {
-    return {refusal::last_administrator,
-            id + " is the last administrator who can sign in; make another one first"};
+    if (!is_person_id(id)) return {refusal::bad_value, PERSON_ID_RULE};
+    if (name.empty()) return {refusal::bad_value, "It needs a name."};
+    if (names_too_much(may))
+        return {refusal::bad_value, "The rights name more routers or groups than there can be."};
+    return {};
 }
+
+objection last_administrator(const std::string& name)
+{
+    return {refusal::last_administrator, name + " is the last who may administer everything."};
+}
+
+// In a demonstration nobody is asked for a password; who has none could not administer.
+constexpr const char* NO_PASSWORD = "none";
 } // namespace
 
 bool is_person_id(std::string_view id)
 {
     constexpr std::string_view LETTERS = "abcdefghijklmnopqrstuvwxyz0123456789.-_@";
-    return !id.empty() && id.size() <= PERSON_ID_LENGTH &&
+    return !id.empty() && id.size() <= PERSON_ID_LENGTH && id != "me" &&
            id.find_first_not_of(LETTERS) == std::string_view::npos;
 }
 
@@ -80,25 +91,51 @@ objection set_person(accounts_state& accounts, const desk::moment& now, const de
                      const std::string& id, const person& wanted)
 {
     if (!is_administrator(actor)) return no_right(actor);
-    if (!is_person_id(id))
-        return {refusal::bad_value, "a person's id has 1 to 64 of a to z, 0 to 9, '.', '-', '_' "
-                                    "and '@'"};
-    if (wanted.name.empty()) return {refusal::bad_value, "a person needs a name"};
-    if (names_too_much(wanted.may))
-        return {refusal::bad_value, "the rights name more routers or groups than there can be"};
+    if (objection against = value_complaint(id, wanted.name, wanted.may);
+        against.why != refusal::none)
+        return against;
     const person* const old = find_person(accounts, id);
     if (old == nullptr && accounts.people.size() >= PEOPLE)
-        return {refusal::too_many, "there are as many people as there can be"};
+        return {refusal::too_many, "There are as many people as there can be."};
     person becomes = old == nullptr ? person() : *old;
     if (old == nullptr) becomes.created = now.utc;
     becomes.name = desk::cut_text(wanted.name);
     becomes.may = wanted.may;
     becomes.disabled = wanted.disabled;
-    if (leaves_nobody(accounts, id, &becomes)) return last_administrator(id);
+    if (leaves_nobody(accounts, id, &becomes)) return last_administrator(old->name);
     if (becomes.disabled) end_sessions(accounts, now, id);
     accounts.people[id] = std::move(becomes);
     tell(accounts, now, actor, event::kind::person_set, id);
     return {};
+}
+
+objection complaint_about(const accounts_state& accounts, const std::string& id,
+                          const std::string& name, const desk::rights& may)
+{
+    if (find_person(accounts, id) != nullptr || accounts.tokens.contains(id))
+        return {refusal::exists, "There is already somebody with the id " + id + "."};
+    return value_complaint(id, name, may);
+}
+
+objection add_person(accounts_state& accounts, const desk::moment& now, const desk::actor& actor,
+                     const std::string& id, const person& wanted)
+{
+    if (!is_administrator(actor)) return no_right(actor);
+    objection against = complaint_about(accounts, id, wanted.name, wanted.may);
+    if (against.why == refusal::none) against = set_person(accounts, now, actor, id, wanted);
+    if (against.why == refusal::none) accounts.people[id].password = wanted.password;
+    return against;
+}
+
+objection admit(accounts_state& accounts, const desk::moment& now, const std::string& id,
+                const std::string& name)
+{
+    if (find_person(accounts, id) != nullptr) return {};
+    person wanted;
+    wanted.name = name;
+    wanted.password = NO_PASSWORD;
+    wanted.may.usual = desk::right::administer;
+    return add_person(accounts, now, {id, "panel", wanted.may}, id, wanted);
 }
 
 objection remove_person(accounts_state& accounts, const desk::moment& now, const desk::actor& actor,
@@ -106,13 +143,9 @@ objection remove_person(accounts_state& accounts, const desk::moment& now, const
 {
     if (!is_administrator(actor)) return no_right(actor);
     if (find_person(accounts, id) == nullptr) return no_such_person(id);
-    if (leaves_nobody(accounts, id, nullptr)) return last_administrator(id);
+    if (leaves_nobody(accounts, id, nullptr))
+        return last_administrator(find_person(accounts, id)->name);
     end_sessions(accounts, now, id);
-    for (auto token = accounts.tokens.begin(); token != accounts.tokens.end();) {
-        const bool goes = token->second.person == id;
-        if (goes) tell(accounts, now, actor, event::kind::token_removed, text_of(token->first));
-        token = goes ? accounts.tokens.erase(token) : std::next(token);
-    }
     tell(accounts, now, actor, event::kind::person_removed, id);
     accounts.people.erase(id);
     return {};
@@ -126,7 +159,7 @@ objection set_password(accounts_state& accounts, const desk::moment& now, const 
     if (old == nullptr) return no_such_person(id);
     person becomes = *old;
     becomes.password = hash;
-    if (leaves_nobody(accounts, id, &becomes)) return last_administrator(id);
+    if (leaves_nobody(accounts, id, &becomes)) return last_administrator(old->name);
     end_sessions(accounts, now, id);
     accounts.people[id] = std::move(becomes);
     tell(accounts, now, actor, event::kind::password_set, id);
@@ -140,7 +173,7 @@ objection set_settings(accounts_state& accounts, const desk::moment& now, const 
     if (found == accounts.people.end()) return no_such_person(actor.person);
     if (settings.size() > SETTINGS_LENGTH)
         return {refusal::bad_value,
-                "a person's settings have at most " + std::to_string(SETTINGS_LENGTH) + " bytes"};
+                "A person's settings have at most " + std::to_string(SETTINGS_LENGTH) + " bytes."};
     if (found->second.settings == settings) return {};
     found->second.settings = settings;
     tell(accounts, now, actor, event::kind::settings_set, actor.person);

@@ -7,8 +7,10 @@
 
 namespace accounts {
 
-// 1 to 64 of a to z, 0 to 9, '.', '-', '_' and '@'. As typed at a sign-in it may have capitals,
-// which become small.
+// 1 to 64 of a to z, 0 to 9, '.', '-', '_' and '@', and not "me". As typed at a sign-in it may have
+// capitals, which become small.
+constexpr const char* PERSON_ID_RULE =
+    "An id has 1 to 64 of a to z, 0 to 9, '.', '-', '_' and '@', and is not me.";
 bool is_person_id(std::string_view id);
 std::string typed_id(std::string_view typed);
 
@@ -21,7 +23,20 @@ std::string password_complaint(const std::string& password);
 objection set_person(accounts_state& accounts, const desk::moment& now, const desk::actor& actor,
                      const std::string& id, const person& wanted);
 
-// With sessions and tokens.
+// A new one, with the hash of a password.
+objection add_person(accounts_state& accounts, const desk::moment& now, const desk::actor& actor,
+                     const std::string& id, const person& wanted);
+
+// Why there cannot be such a person, or token, anew; nothing when there can.
+objection complaint_about(const accounts_state& accounts, const std::string& id,
+                          const std::string& name, const desk::rights& may);
+
+// In a demonstration, where nobody is asked for a password and everybody may do everything: makes
+// the person unless there is one of this id.
+objection admit(accounts_state& accounts, const desk::moment& now, const std::string& id,
+                const std::string& name);
+
+// With sessions.
 objection remove_person(accounts_state& accounts, const desk::moment& now, const desk::actor& actor,
                         const std::string& id);
 

@@ -7,16 +7,16 @@
 
 namespace accounts {
 
-// `secret` is told once and kept nowhere. For administrators, and for oneself; with no more than
-// the actor's own highest right.
+// `secret` is told once and kept nowhere: "rc_" and 43 letters. For administrators.
 objection make_token(accounts_state& accounts, const desk::moment& now, const desk::actor& actor,
-                     const token& wanted, desk::ulid& id, std::string& secret);
+                     const std::string& id, const token& wanted, std::string& secret);
 
 objection remove_token(accounts_state& accounts, const desk::moment& now, const desk::actor& actor,
-                       const desk::ulid& id);
+                       const std::string& id);
 
-// Who acts by this secret. False when it is no token of this kind, or its person is disabled.
-bool actor_of_token(const accounts_state& accounts, std::string_view secret, token_kind kind,
-                    desk::actor& actor);
+// Who acts by this secret, which counts as a use. False when it is no token of this kind, or one
+// that has expired.
+bool actor_of_token(accounts_state& accounts, const desk::moment& now, std::string_view secret,
+                    token_kind kind, desk::actor& actor);
 
 } // namespace accounts

@@ -106,26 +106,17 @@ TEST_F(People, LackAnAdministratorUntilOneCanSignIn)
     EXPECT_TRUE(lacks_administrator(accounts));
 }
 
-TEST_F(People, GoWithSessionsAndTokens)
+TEST_F(People, GoWithTheirSessions)
 {
     open_session(accounts, now, "anna", "10.0.0.5");
     open_session(accounts, now, "guest", "10.0.0.6");
-    desk::ulid id;
-    std::string secret;
-    for (const char* owner : {"anna", "guest"})
-        make_token(accounts, now, eve, {.name = "t", .person = owner}, id, secret);
     told();
     EXPECT_EQ(remove_person(accounts, now, anna, "anna").why, refusal::no_right);
     EXPECT_EQ(remove_person(accounts, now, eve, "nobody").why, refusal::no_such_person);
-    const std::string annas = text_of(accounts.tokens.begin()->first);
     EXPECT_EQ(remove_person(accounts, now, eve, "anna").why, refusal::none);
-    EXPECT_EQ(accounts.events.at(1).subject, annas);
-    EXPECT_THAT(told(), ElementsAre(event::kind::session_ended, event::kind::token_removed,
-                                    event::kind::person_removed));
+    EXPECT_THAT(told(), ElementsAre(event::kind::session_ended, event::kind::person_removed));
     ASSERT_EQ(accounts.sessions.size(), 1U);
     EXPECT_EQ(accounts.sessions.begin()->second.person, "guest");
-    ASSERT_EQ(accounts.tokens.size(), 1U);
-    EXPECT_EQ(accounts.tokens.begin()->second.person, "guest");
 }
 
 TEST_F(People, LoseTheirSessionsWhenDisabled)

@@ -22,7 +22,7 @@ TEST_F(Sessions, ActForTheirPerson)
     desk::actor actor;
     ASSERT_TRUE(actor_of_session(accounts, now, secret, actor));
     EXPECT_EQ(actor.person, "anna");
-    EXPECT_EQ(actor.origin, "10.0.0.5");
+    EXPECT_EQ(actor.origin, "panel");
     EXPECT_EQ(actor.may.usual, desk::right::operate);
     accounts.people["anna"].may.usual = desk::right::view; // counts at once
     actor_of_session(accounts, now, secret, actor);

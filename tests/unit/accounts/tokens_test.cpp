@@ -3,105 +3,110 @@
 
 using namespace accounts;
 using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::MatchesRegex;
 
 namespace {
 class Tokens : public AccountsTest {
   protected:
-    desk::ulid id;
     std::string secret;
+    token wanted{.name = "Playout", .may = {desk::right::operate, {{"r1", desk::right::view}}, {}}};
 
-    refusal make(const desk::actor& actor, const std::string& person,
-                 desk::right most = desk::right::view, const std::string& name = "tally")
+    refusal make(const desk::actor& actor, const std::string& id = "playout")
     {
-        return make_token(accounts, now, actor,
-                          {.name = name, .person = person, .kind = token_kind::api, .most = most},
-                          id, secret)
-            .why;
+        return make_token(accounts, now, actor, id, wanted, secret).why;
+    }
+
+    bool counts(token_kind kind = token_kind::api)
+    {
+        desk::actor actor;
+        return actor_of_token(accounts, now, secret, kind, actor);
     }
 };
 } // namespace
 
-TEST_F(Tokens, ActForTheirPerson)
+TEST_F(Tokens, ActUnderTheirOwnId)
 {
-    accounts.people["anna"].may.exceptions["studio"] = desk::right::view;
-    ASSERT_EQ(make(anna, "anna", desk::right::operate), refusal::none);
+    ASSERT_EQ(make(eve), refusal::none);
+    EXPECT_THAT(secret, MatchesRegex("rc_[A-Za-z0-9_-]{43}"));
     desk::actor actor;
-    ASSERT_TRUE(actor_of_token(accounts, secret, token_kind::api, actor));
-    EXPECT_EQ(actor.person, "anna");
-    EXPECT_EQ(actor.origin, "token tally");
-    EXPECT_EQ(actor.may.usual, desk::right::operate);
-    EXPECT_EQ(actor.may.exceptions, accounts.people["anna"].may.exceptions);
+    ASSERT_TRUE(actor_of_token(accounts, now, secret, token_kind::api, actor));
+    EXPECT_EQ(actor.person, "playout");
+    EXPECT_EQ(actor.origin, "api");
+    EXPECT_EQ(actor.may, wanted.may);
+    accounts.tokens["playout"].may.usual = desk::right::none; // counts at once
+    actor_of_token(accounts, now, secret, token_kind::api, actor);
+    EXPECT_EQ(actor.may.usual, desk::right::none);
 }
 
-TEST_F(Tokens, MayNoMoreThanSaid)
+TEST_F(Tokens, AreKnownByTheirSecretAlone)
 {
-    accounts.people["anna"].may.exceptions = {{"studio", desk::right::engineer},
-                                              {"secret", desk::right::none}};
-    ASSERT_EQ(make(anna, "anna", desk::right::view), refusal::none);
-    desk::actor actor;
-    ASSERT_TRUE(actor_of_token(accounts, secret, token_kind::api, actor));
-    EXPECT_EQ(actor.may.usual, desk::right::view);
-    EXPECT_EQ(right_on(actor.may, "studio"), desk::right::view);
-    EXPECT_EQ(right_on(actor.may, "secret"), desk::right::none);
+    make(eve);
+    for (const std::string& other : {std::string(), secret.substr(3), "rc_" + new_secret(),
+                                     "rc_" + text_of(accounts.tokens["playout"].hash)}) {
+        desk::actor actor;
+        EXPECT_FALSE(actor_of_token(accounts, now, other, token_kind::api, actor)) << other;
+    }
 }
 
-TEST_F(Tokens, GiveNoMoreThanTheirMakerMay)
+TEST_F(Tokens, AreMadeByAdministrators)
 {
-    EXPECT_EQ(make(anna, "anna", desk::right::engineer), refusal::no_right);
-    anna.may.exceptions["studio"] = desk::right::engineer;
-    EXPECT_EQ(make(anna, "anna", desk::right::engineer), refusal::none);
-    EXPECT_EQ(make(eve, "eve", desk::right::view), refusal::none);
-    desk::actor by_token;
-    ASSERT_TRUE(actor_of_token(accounts, secret, token_kind::api, by_token));
-    EXPECT_EQ(make(by_token, "eve", desk::right::administer), refusal::no_right);
-    EXPECT_EQ(make(by_token, "anna", desk::right::view), refusal::no_right);
-}
-
-TEST_F(Tokens, AreMadeForOneselfOrByAdministrators)
-{
-    EXPECT_EQ(make(anna, "guest"), refusal::no_right);
-    EXPECT_EQ(make(eve, "nobody"), refusal::no_such_person);
-    EXPECT_EQ(make(eve, "guest", desk::right::view, ""), refusal::bad_value);
+    EXPECT_EQ(make(anna), refusal::no_right);
+    EXPECT_EQ(make(eve, "anna"), refusal::exists) << "a person has this id";
+    EXPECT_EQ(make(eve, "Play out"), refusal::bad_value);
     EXPECT_TRUE(accounts.tokens.empty());
-    EXPECT_EQ(make(eve, "guest"), refusal::none);
-    ASSERT_EQ(accounts.events.size(), 1U);
-    EXPECT_EQ(accounts.events[0].subject, text_of(id));
-    EXPECT_EQ(accounts.tokens.at(id).created, now.utc);
+    EXPECT_EQ(make(eve), refusal::none);
+    EXPECT_EQ(make(eve), refusal::exists);
+    EXPECT_THAT(told(), ElementsAre(event::kind::token_made));
+    EXPECT_EQ(accounts.tokens.at("playout").created, now.utc);
     while (accounts.tokens.size() < TOKENS)
-        make(eve, "guest");
-    EXPECT_EQ(make(eve, "guest"), refusal::too_many);
+        make(eve, "t" + std::to_string(accounts.tokens.size()));
+    EXPECT_EQ(make(eve, "more"), refusal::too_many);
+    wanted.name.clear();
+    EXPECT_EQ(make(eve, "nameless"), refusal::bad_value);
 }
 
-TEST_F(Tokens, AreRemovedByTheirPersonOrAdministrators)
+TEST_F(Tokens, CountNoMoreWhenRemovedOrExpired)
 {
-    make(anna, "anna");
+    make(eve);
+    EXPECT_TRUE(counts());
     told();
-    EXPECT_EQ(remove_token(accounts, now, guest, id).why, refusal::no_such_token);
-    EXPECT_EQ(remove_token(accounts, now, anna, id).why, refusal::none);
-    EXPECT_EQ(remove_token(accounts, now, anna, id).why, refusal::no_such_token);
+    EXPECT_EQ(remove_token(accounts, now, anna, "playout").why, refusal::no_right);
+    EXPECT_TRUE(counts());
+    EXPECT_EQ(remove_token(accounts, now, eve, "playout").why, refusal::none);
+    EXPECT_FALSE(counts());
+    EXPECT_EQ(remove_token(accounts, now, eve, "playout").why, refusal::no_such_token);
     EXPECT_THAT(told(), ElementsAre(event::kind::token_removed));
-    desk::actor actor;
-    EXPECT_FALSE(actor_of_token(accounts, secret, token_kind::api, actor));
-    make(anna, "anna");
-    EXPECT_EQ(remove_token(accounts, now, eve, id).why, refusal::none);
+    wanted.expires = now.utc + desk::wall(10);
+    make(eve);
+    advance(desk::wall(9));
+    EXPECT_TRUE(counts());
+    advance(desk::wall(1));
+    EXPECT_FALSE(counts());
 }
 
 TEST_F(Tokens, OfTheSimpleFormAreForNothingElse)
 {
-    make_token(accounts, now, anna,
-               {.name = "button", .person = "anna", .kind = token_kind::simple}, id, secret);
-    desk::actor actor;
-    EXPECT_FALSE(actor_of_token(accounts, secret, token_kind::api, actor));
-    EXPECT_TRUE(actor_of_token(accounts, secret, token_kind::simple, actor));
-    make(anna, "anna");
-    EXPECT_FALSE(actor_of_token(accounts, secret, token_kind::simple, actor));
+    wanted.kind = token_kind::simple;
+    make(eve);
+    EXPECT_FALSE(counts());
+    EXPECT_TRUE(counts(token_kind::simple));
+    wanted.kind = token_kind::api;
+    make(eve, "other");
+    EXPECT_FALSE(counts(token_kind::simple));
 }
 
-TEST_F(Tokens, OfTheDisabledAreOfNoUse)
+TEST_F(Tokens, TellNowAndThenThatTheyAreUsed)
 {
-    make(anna, "anna");
-    accounts.people["anna"].disabled = true;
-    desk::actor actor;
-    EXPECT_FALSE(actor_of_token(accounts, secret, token_kind::api, actor));
-    EXPECT_FALSE(actor_of_token(accounts, "no secret", token_kind::api, actor));
+    make(eve);
+    told();
+    EXPECT_TRUE(counts());
+    EXPECT_THAT(told(), ElementsAre(event::kind::token_used));
+    advance(SESSION_USE_KEPT - desk::wall(1));
+    EXPECT_TRUE(counts());
+    EXPECT_THAT(told(), IsEmpty());
+    EXPECT_EQ(accounts.tokens["playout"].used, now.utc);
+    advance(desk::wall(1));
+    EXPECT_TRUE(counts());
+    EXPECT_THAT(told(), ElementsAre(event::kind::token_used));
 }
