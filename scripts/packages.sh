@@ -25,12 +25,13 @@ install_missing() {
 
 install_build_packages() {
     install_missing g++ cmake ninja-build pkgconf libcli11-dev libedit-dev nlohmann-json3-dev \
-        libsodium-dev libsqlite3-dev libsqlitecpp-dev
+        libsodium-dev libsqlite3-dev libsqlitecpp-dev libboost1.81-dev libssl-dev \
+        libspdlog-dev libsystemd-dev libtomlplusplus-dev prometheus-cpp-dev
 }
 
 install_test_packages() {
     install_missing libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev clang-format \
-        clang-tidy cppcheck shellcheck procps python3 strace
+        clang-tidy libclang-14-dev llvm-14-dev cppcheck curl shellcheck procps python3 strace
 }
 
 # A Node.js that is new enough, unless there is one from elsewhere, which brings its npm.
