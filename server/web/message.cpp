@@ -4,6 +4,11 @@
 
 namespace web {
 
+bool changes_something(method method)
+{
+    return method != method::get && method != method::head;
+}
+
 const std::string* find_header(const request& request, std::string_view name)
 {
     const auto found = request.headers.find(name);

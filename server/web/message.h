@@ -11,6 +11,9 @@ namespace web {
 
 enum class method { get, head, post, put, patch, remove, other };
 
+// Whether a request of this method may change something.
+bool changes_something(method method);
+
 struct request {
     web::method method = method::get;
     // Of the target, decoded: UTF-8 without control characters.
@@ -18,7 +21,8 @@ struct request {
     std::vector<std::pair<std::string, std::string>> query;  // in order
     std::map<std::string, std::string, std::less<>> headers; // by small letters
     std::string body;
-    std::string address; // of the client
+    std::string address;    // of the client
+    bool encrypted = false; // it came by TLS
 };
 
 struct response {
@@ -26,6 +30,7 @@ struct response {
     std::string type; // of the body; empty: there is none
     std::string body;
     std::vector<std::pair<std::string, std::string>> headers; // the others
+    bool operator==(const response&) const = default;
 };
 
 // Null when the request has none of this name.
