@@ -66,7 +66,8 @@ route_match find_route(std::span<const route> routes, const request& request)
         std::vector<std::string> values;
         if (!matches(each.pattern, request.path, values)) continue;
         methods.insert(each.method);
-        if (each.method == method::get) methods.insert(method::head);
+        if (each.method == method::get && !each.acts) methods.insert(method::head);
+        if (each.acts && request.method == method::head) continue;
         if (each.method == wanted && (best.found == nullptr || values.size() < best.values.size()))
             best = {&each, std::move(values), ""};
     }

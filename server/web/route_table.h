@@ -16,6 +16,7 @@ struct server;
 struct call;
 struct answer;
 
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): in the order in which a row reads best
 struct route {
     web::method method = method::get;
     std::string_view pattern; // "/api/v1/routers/{router}": a segment in braces stands for any one
@@ -23,6 +24,9 @@ struct route {
         desk::right::none; // without it there, or anywhere, the answer is 403 at once
     std::string_view name; // the description's operationId
     answer (*handle)(server& server, const call& call) = nullptr;
+    std::string_view parameters{}; // of the query, with blanks between; others are refused
+    bool open = false;             // also to those who have not signed in
+    bool acts = false;             // although it is a GET: there is no HEAD, which must not
 };
 
 struct route_match {
@@ -31,7 +35,8 @@ struct route_match {
     std::string allowed; // "GET, HEAD, PUT" when the path is known but not with this method
 };
 
-// A pattern without braces goes before one with them. HEAD is answered as GET.
+// A pattern without braces goes before one with them. HEAD is answered as GET,
+// where that does not act.
 route_match find_route(std::span<const route> routes, const request& request);
 
 } // namespace web
