@@ -1,0 +1,130 @@
+#include <algorithm>
+
+#include "server/desk/undo.h"
+#include "server/journal/house_words.h"
+#include "server/web/batch_answer.h"
+#include "server/web/handlers.h"
+#include "server/web/operation_json.h"
+
+namespace web {
+
+namespace {
+using commander = desk::take_answer (*)(desk::desk_state& desk, const desk::moment& now,
+                                        const desk::actor& actor,
+                                        const desk::batch_command& command);
+
+problem no_such_operation()
+{
+    return {"noSuchBatch", "this batch is not known any more"};
+}
+
+const desk::batch* find_operation(const server& server, const call& call, desk::ulid& id)
+{
+    if (!desk::read_id(call.values[0], id)) return nullptr;
+    const auto batch = server.desk.house.batches.find(id);
+    const bool there =
+        batch != server.desk.house.batches.end() && may_view(call.actor.may, batch->second);
+    return there ? &batch->second : nullptr;
+}
+
+answer command_step(server& server, const call& call, commander go)
+{
+    problem wrong;
+    std::chrono::milliseconds wait{};
+    if (!read_wait(call, wait, wait, wrong)) return wrong;
+    desk::batch_command command;
+    std::vector<problem_at> errors;
+    fields fields = fields_of(call.body, "", errors);
+    read_command(fields, command);
+    finish(fields);
+    if (!errors.empty()) return problem_of(errors);
+    return answer_batch(server, call, command, go(server.desk, call.now, call.actor, command),
+                        wait);
+}
+
+json step_json(const server& server, const desk::undo_step& step)
+{
+    json of = {{"operation", text_of(step.batch)}};
+    const auto batch = server.desk.house.batches.find(step.batch);
+    const bool kept = batch != server.desk.house.batches.end();
+    if (kept) of["kind"] = journal::word_of(journal::BATCH_KINDS, batch->second.kind);
+    of["wished"] = time_text(step.made);
+    if (kept && batch->second.kind == desk::batch_kind::salvo)
+        of["salvo"] = salvo_run_json(server.desk, batch->second);
+    return of;
+}
+
+answer tell_step(server& server, const call& call, const std::vector<const desk::undo_step*>& steps,
+                 commander go)
+{
+    desk::batch_command command;
+    command.rule = desk::batch_rule::rest;
+    command.dry_run = true;
+    const std::string* const rule = find_parameter(call.request, "rule");
+    if (rule != nullptr && *rule == "all") {
+        command.rule = desk::batch_rule::all;
+    } else if (rule != nullptr && *rule != "rest") {
+        problem wrong{"badValue", "rule must be all or rest"};
+        wrong.errors = {{"rule", wrong.code, wrong.detail}};
+        return wrong;
+    }
+    json body = {{"steps", steps.size()}};
+    if (steps.empty()) return json_response(body);
+    body["of"] = step_json(server, *steps.front());
+    body["dryRun"] = dry_run_json(server.desk, call.now, command.rule,
+                                  go(server.desk, call.now, call.actor, command));
+    return json_response(body);
+}
+} // namespace
+
+answer get_operation(server& server, const call& call)
+{
+    problem wrong;
+    std::chrono::milliseconds wait{};
+    desk::ulid id;
+    if (!read_wait(call, wait, wait, wrong)) return wrong;
+    if (find_operation(server, call, id) == nullptr) return no_such_operation();
+    return answer_operation(server, call, id, wait);
+}
+
+answer roll_back(server& server, const call& call)
+{
+    problem wrong;
+    std::chrono::milliseconds wait{};
+    desk::ulid id;
+    if (!read_wait(call, wait, wait, wrong)) return wrong;
+    if (find_operation(server, call, id) == nullptr) return no_such_operation();
+    desk::batch_command command;
+    std::vector<problem_at> errors;
+    fields fields = fields_of(call.body, "", errors);
+    read_command(fields, command);
+    command.dry_run = read_flag(fields, "dryRun").value_or(false);
+    finish(fields);
+    if (!errors.empty()) return problem_of(errors);
+    return answer_batch(server, call, command,
+                        roll_back(server.desk, call.now, call.actor, id, command), wait);
+}
+
+answer get_undo(server& server, const call& call)
+{
+    return tell_step(server, call, undo_steps(server.desk.house, call.now, call.actor.person),
+                     desk::undo);
+}
+
+answer undo(server& server, const call& call)
+{
+    return command_step(server, call, desk::undo);
+}
+
+answer get_redo(server& server, const call& call)
+{
+    return tell_step(server, call, redo_steps(server.desk.house, call.now, call.actor.person),
+                     desk::redo);
+}
+
+answer redo(server& server, const call& call)
+{
+    return command_step(server, call, desk::redo);
+}
+
+} // namespace web
