@@ -1,0 +1,121 @@
+// Who did what, when, with which result.
+#include "server/web/fields.h"
+#include "server/web/handlers.h"
+#include "server/web/history_export.h"
+#include "server/web/history_json.h"
+#include "server/web/history_search.h"
+#include "server/web/parameters.h"
+#include "tools/common/numbers.h"
+
+namespace web {
+
+namespace {
+// A page that few entries fit is given short after so long, with its cursor.
+constexpr std::chrono::seconds LONGEST_GATHERING{2};
+constexpr std::int64_t MOST_ENTRIES = 1000; // of a page
+constexpr std::int64_t USUAL_ENTRIES = 100;
+
+std::string cursor_of(const journal::history_place& place)
+{
+    return std::to_string(place.at.count()) + "." + std::to_string(place.id);
+}
+
+// False when the text is no cursor of ours.
+bool read_cursor(const std::string& text, journal::history_place& place)
+{
+    const std::size_t dot = text.find('.');
+    long long at = 0;
+    long long id = 0;
+    if (dot == std::string::npos || !common::read_decimal(text.substr(0, dot), at) ||
+        !common::read_decimal(text.substr(dot + 1), id) || at < 0 || id < 0)
+        return false;
+    place = {desk::wall(at), id};
+    return true;
+}
+
+response page_response(const history_search& search)
+{
+    json page = json::object();
+    if (!search.ended && search.question.after) page["next"] = cursor_of(*search.question.after);
+    page["entries"] = search.entries;
+    return json_response(page);
+}
+
+problem unreadable(const std::string& failure)
+{
+    return {"journalFailing", "The history cannot be read: " + failure + "."};
+}
+
+// Looks for the piece under way, and asks for the next one while the page is not full.
+struct gathering {
+    history_search search;
+    std::size_t most = 0;
+    desk::monotonic until{};
+
+    std::optional<response> operator()(server& server, const desk::moment& now)
+    {
+        std::string failure;
+        take_piece(server, search, most, failure);
+        if (!failure.empty()) return problem_response(unreadable(failure));
+        if (search.asked == 0 && (search.ended || search.entries.size() == most))
+            return page_response(search);
+        if (now.steady >= until && search.question.after) return page_response(search);
+        if (now.steady >= until)
+            return problem_response({"overloaded", "The history takes too long. Try again."});
+        ask_piece(server, search);
+        return std::nullopt;
+    }
+};
+
+answer export_history(server& /*server*/, const call& call, bool as_table)
+{
+    std::vector<problem_at> wrong;
+    const history_search search = read_search(call, wrong);
+    if (!wrong.empty()) return problem_of(wrong);
+    const std::string day = time_text(call.now.utc).substr(0, sizeof "2026-11-22" - 1);
+    const std::string name = "router-control-history-" + day + (as_table ? ".csv" : ".json");
+    answer stream;
+    stream.response = {200,
+                       as_table ? "text/csv; charset=utf-8" : "application/json",
+                       "",
+                       {{"Content-Disposition", "attachment; filename=\"" + name + "\""}}};
+    stream.opened = [search, as_table](web::server& those, const desk::moment&, stream_id id) {
+        return begin_export(those, id, search, as_table);
+    };
+    return stream;
+}
+} // namespace
+
+answer list_history(server& server, const call& call)
+{
+    std::vector<problem_at> wrong;
+    gathering page{read_search(call, wrong), 0, call.now.steady + LONGEST_GATHERING};
+    page.most = static_cast<std::size_t>(
+        read_integer(call.request, "limit", 1, MOST_ENTRIES, wrong).value_or(USUAL_ENTRIES));
+    page.search.question.most = page.most;
+    journal::history_place after;
+    if (const std::string* const cursor = find_parameter(call.request, "cursor")) {
+        if (read_cursor(*cursor, after))
+            page.search.question.after = after;
+        else
+            wrong.push_back({"cursor", "badValue", "cursor is none that was given here"});
+    }
+    if (!wrong.empty()) return problem_of(wrong);
+    ask_piece(server, page.search);
+    answer held;
+    held.until = page.until;
+    held.later = std::move(page);
+    return held;
+}
+
+answer export_history_csv(server& server, const call& call)
+{
+    return export_history(server, call, true);
+}
+
+answer export_history_json(server& server, const call& call)
+{
+    return export_history(server, call, false);
+}
+
+} // namespace web
