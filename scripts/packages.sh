@@ -46,6 +46,17 @@ install_picture_packages() {
     install_missing gnuplot-nox
 }
 
+# find_promtool FOLDER : prints where promtool is. When there is none, it is unpacked into the folder:
+# to install its package would start a service.
+find_promtool() {
+    command -v promtool && return
+    local unpacked=$1/usr/bin/promtool
+    if [ ! -x "$unpacked" ]; then
+        (cd "$1" && apt-get download -q prometheus && dpkg-deb -x prometheus_*.deb .) >&2
+    fi
+    printf '%s\n' "$unpacked"
+}
+
 install_coverage_packages() {
     install_missing gcovr
 }
