@@ -5,7 +5,8 @@ import unittest
 
 from sandbox import LONGEST, PROJECT, SandboxTest
 
-TARGETS = ("backend", "receive_parser", "parent_record", "config_file", "router_answers")
+TARGETS = ("backend", "receive_parser", "parent_record", "config_file", "router_answers",
+           "http_request")
 DONE = """
 mkdir -p build/fuzz/corpus/backend
 printf '%s\\n' "$*" >>arguments.log
@@ -41,7 +42,7 @@ class FuzzTest(SandboxTest):
         self.assertEqual(status, 0, output)
         log = self.path("arguments.log").read_text()
         self.assertEqual(log.count("-max_total_time=120 "), 1)
-        self.assertEqual(log.count("-max_total_time=30 "), 4)
+        self.assertEqual(log.count("-max_total_time=24 "), 5)
 
     def run_for_long(self):
         for target in TARGETS:
