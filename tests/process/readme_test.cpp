@@ -1,5 +1,9 @@
-// The parent that README.md shows, run as it stands there.
+// The parent and the commands that README.md shows, run as they stand there.
+#include <chrono>
+#include <poll.h>
 
+#include "support/control_process.h"
+#include "support/patience.h"
 #include "support/process_test.h"
 
 namespace {
@@ -38,4 +42,52 @@ TEST_F(Readme, ParentRoutes)
     EXPECT_EQ(parent.lines.back(), "routed");
     write_all(simulator.input.number, "routes\n");
     EXPECT_TRUE(simulator_prints("2 MON B <- 4 CAM 4"));
+}
+
+namespace {
+class ReadmeOfControl : public ControlProcess {
+  protected:
+    line_program follower;
+
+    bool hears(std::string_view text)
+    {
+        const auto end = std::chrono::steady_clock::now() + PATIENCE;
+        while (std::chrono::steady_clock::now() < end) {
+            serve_line_program(follower);
+            for (const std::string& line : follower.lines)
+                if (line.find(text) != std::string::npos) return true;
+            std::vector<pollfd> descriptors;
+            common::add_poll_descriptor(follower, descriptors);
+            poll(descriptors.data(), descriptors.size(), 100);
+        }
+        return false;
+    }
+};
+} // namespace
+
+TEST_F(ReadmeOfControl, TakeIsConfirmedAndSeenByAFollower)
+{
+    std::string code = code_of(PROJECT_DIRECTORY "/README.md", "sh");
+    const std::string start_it = "build/release/router_control --demo\n";
+    ASSERT_TRUE(code.starts_with(start_it)) << code;
+    code.erase(0, start_it.size());
+    start({"--demo"});
+    ASSERT_NE(address, "") << printed;
+    const std::string usual = "http://127.0.0.1:8080";
+    for (std::size_t at = 0; (at = code.find(usual, at)) != std::string::npos;)
+        code.replace(at, usual.size(), address);
+    const std::size_t second = code.find('\n') + 1;
+    std::string error;
+    ASSERT_TRUE(
+        start_line_program(follower, {"bash", "-c", "exec " + code.substr(0, second)}, error))
+        << error;
+    ASSERT_TRUE(hears("\"type\":\"snapshot\""));
+    // Its router may not be ready at once.
+    const auto end_of_patience = std::chrono::steady_clock::now() + PATIENCE;
+    do
+        run({"bash", "-c", code.substr(second)});
+    while (output.find("confirmed") == std::string::npos &&
+           std::chrono::steady_clock::now() < end_of_patience);
+    EXPECT_NE(output.find("\"outcome\":\"confirmed\""), std::string::npos) << output;
+    EXPECT_TRUE(hears("\"routes\":[[4,2,"));
 }
