@@ -1,15 +1,13 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "bench/workloads/taker.h"
 #include "bench/workloads/workload.h"
-#include "common/numbers.h"
-#include "support/frames.h"
 #include "tools/common/random.h"
 
 namespace bench {
 
 namespace {
-constexpr std::uint32_t PORTS = 16;
 constexpr std::size_t QUIET_TAKES = 300;
 constexpr std::size_t TAKES_AT_ANY_TIME = 150;
 constexpr std::size_t QUICK_TAKES = 3;
@@ -17,25 +15,10 @@ constexpr double RATIO_AIM = 1.3;
 constexpr double P50_LIMIT_MS = 3;
 constexpr double P95_LIMIT_MS = 40;
 
-constexpr double PACING_US = 75'000; // between two flushes, a little more than the backend asks for
-constexpr double CYCLE_MS = 520;     // of polling
-// The part of a polling cycle in which the link is idle.
-constexpr double QUIET_FROM_US = 20'000;
-constexpr double QUIET_TO_US = 250'000;
-
 // From the wish, in microseconds.
 struct take_times {
     double arrived = 0;   // the take at the router
     double confirmed = 0; // the parent knows that the router shows it
-};
-
-// The desk or the plain parent.
-struct taker {
-    running_program program;
-    double last_cycle = 0; // when the backend's last polling cycle ended
-    double last_take = 0;
-    int source = 0;       // on destination 1
-    bool hurries = false; // ends the wait for the report, which is not what is measured
 };
 
 struct taking_sides {
@@ -43,12 +26,6 @@ struct taking_sides {
     taker plain;
     std::vector<measured_program*> programs{};
 };
-
-void watch_cycle(taker& side)
-{
-    if (count_requests(side.program->router, "QD") > 0) side.last_cycle = now_in_us();
-    side.program->router.requests.clear();
-}
 
 void serve_sides_until(taking_sides& sides, const std::function<bool()>& done)
 {
@@ -59,27 +36,9 @@ void serve_sides_until(taking_sides& sides, const std::function<bool()>& done)
     });
 }
 
-bool may_take(const taker& side)
-{
-    return now_in_us() >= side.last_take + PACING_US;
-}
-
 void await_quiet(taking_sides& sides, const taker& side)
 {
-    serve_sides_until(sides, [&] {
-        const double since = now_in_us() - side.last_cycle;
-        return may_take(side) && since >= QUIET_FROM_US && since < QUIET_TO_US;
-    });
-}
-
-// The router shows the next source as soon as it is asked, and has shown the one before until now.
-void prepare_take(taker& side)
-{
-    side.source = (side.source + 1) % static_cast<int>(PORTS);
-    const std::string index = upper_hex(static_cast<std::uint32_t>(side.source) + 1);
-    side.program->router.answers["QI 2 0"] = frame(body("IQ", {"2", "0", "0", "N", index}));
-    side.program->router.requests.clear();
-    side.program->heard.clear();
+    serve_sides_until(sides, [&] { return is_quiet(side); });
 }
 
 // Waits for a whole line.
@@ -95,14 +54,15 @@ std::string next_line(taking_sides& sides, measured_program& program)
     return line;
 }
 
-take_times take(taking_sides& sides, taker& side)
+// One that hurries ends the wait for the report, which is not what is measured.
+take_times take(taking_sides& sides, taker& side, bool hurries)
 {
     measured_program& program = *side.program;
     prepare_take(side);
     say(program, "take 1 " + std::to_string(side.source) + "\n");
     serve_until(sides.programs, [&] { return count_takes(program) > 0; });
     const double arrived = now_in_us();
-    if (side.hurries) {
+    if (hurries) {
         serve_for(sides.programs, 2);
         say(program, "hurry\n");
     }
@@ -119,9 +79,7 @@ take_times take(taking_sides& sides, taker& side)
 
 taking_sides start_sides(const bench_plan& plan)
 {
-    auto answers = router_answers(PORTS, PORTS);
-    for (std::uint32_t source = 1; source <= PORTS; ++source)
-        answers["TI 2 " + upper_hex(source)] = frame(body("ER", {"00", "TI"}));
+    const auto answers = taker_answers();
     taking_sides sides{.desk = {.program = start_server_on(plan.programs, answers)},
                        .plain = {.program = start_plain_parent_on(plan.programs, answers)}};
     sides.programs = {sides.desk.program.get(), sides.plain.program.get()};
@@ -136,13 +94,12 @@ std::vector<figure> measure_arrival(const bench_plan& plan, taking_sides& sides)
 {
     paired_samples us;
     const std::size_t takes = plan.quick ? QUICK_TAKES : QUIET_TAKES;
-    sides.plain.hurries = true;
     plan.progress("until the take", 0, takes);
     for (std::size_t i = 0; i < takes; ++i) {
         await_quiet(sides, sides.desk);
-        us.ours.push_back(take(sides, sides.desk).arrived);
+        us.ours.push_back(take(sides, sides.desk, false).arrived);
         await_quiet(sides, sides.plain);
-        us.floor.push_back(take(sides, sides.plain).arrived);
+        us.floor.push_back(take(sides, sides.plain, true).arrived);
         plan.progress("until the take", i + 1, takes);
     }
     std::vector<figure> figures = {make_figure("wish", "until the take, p50", "us", us, 0.5),
@@ -162,13 +119,12 @@ std::vector<figure> measure_confirmation(const bench_plan& plan, taking_sides& s
         serve_sides_until(sides, [&] { return now_in_us() >= end && may_take(side); });
     };
     const std::size_t takes = plan.quick ? QUICK_TAKES : TAKES_AT_ANY_TIME;
-    sides.plain.hurries = false;
     plan.progress("until confirmed", 0, takes);
     for (std::size_t i = 0; i < takes; ++i) {
         await_moment(sides.desk);
-        ms.ours.push_back(take(sides, sides.desk).confirmed / 1000);
+        ms.ours.push_back(take(sides, sides.desk, false).confirmed / 1000);
         await_moment(sides.plain);
-        ms.floor.push_back(take(sides, sides.plain).confirmed / 1000);
+        ms.floor.push_back(take(sides, sides.plain, false).confirmed / 1000);
         plan.progress("until confirmed", i + 1, takes);
     }
     std::vector<figure> figures = {make_figure("wish", "until confirmed, p50", "ms", ms, 0.5),
