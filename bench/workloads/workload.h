@@ -63,6 +63,12 @@ measurements measure_trace(const bench_plan& plan);
 // What many routers take in a desk, and what a report of their routes costs it.
 measurements measure_desk(const bench_plan& plan);
 
+// How long a page of a long history takes, whatever it is filtered by.
+measurements measure_history(const bench_plan& plan);
+
+// How late answers and followers are when a control server has many of them and many takes.
+measurements measure_control(const bench_plan& plan);
+
 // What the parts of the program cost by themselves, without any system call.
 measurements measure_pieces(const bench_plan& plan);
 
