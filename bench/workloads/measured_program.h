@@ -22,6 +22,7 @@ struct program_paths {
     std::string server; // a desk with its routers
     std::string plain_parent;
     std::string talker; // in a backend's place
+    std::string control;
 };
 
 struct measured_program {
