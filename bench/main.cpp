@@ -33,7 +33,7 @@ struct named_workload {
     measurements (*measure)(const bench_plan& plan);
 };
 
-constexpr std::array<named_workload, 13> WORKLOADS = {{
+constexpr std::array<named_workload, 15> WORKLOADS = {{
     {"take", measure_take},
     {"commands", measure_commands},
     {"status", measure_status},
@@ -46,6 +46,8 @@ constexpr std::array<named_workload, 13> WORKLOADS = {{
     {"routers", measure_routers},
     {"trace", measure_trace},
     {"desk", measure_desk},
+    {"history", measure_history},
+    {"control", measure_control},
     {"pieces", measure_pieces},
 }};
 
@@ -74,7 +76,8 @@ bench_run measure(const bench_options& options, bool& complete)
                                     .pieces = options.programs + "/bench_pieces",
                                     .server = options.programs + "/bench_server",
                                     .plain_parent = options.programs + "/bench_plain_parent",
-                                    .talker = options.programs + "/bench_talker"};
+                                    .talker = options.programs + "/bench_talker",
+                                    .control = options.programs + "/router_control"};
     for (const named_workload& workload : WORKLOADS) {
         if (!is_wanted(options, workload.name)) continue;
         try {
