@@ -286,9 +286,12 @@ void tell_delay(const keeper& keeper, keeper_health& health)
     }
 }
 
+// What the disk takes is kept, however much it is.
 bool is_done(const keeper& keeper)
 {
-    return keeper.end_by && (keeper.records.empty() || *keeper.end_by <= clock::now());
+    if (!keeper.end_by) return false;
+    const bool fails = !keeper.news.health.failure.empty();
+    return keeper.records.empty() || (fails && *keeper.end_by <= clock::now());
 }
 
 void work(keeper& keeper)

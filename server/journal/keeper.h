@@ -100,8 +100,8 @@ std::uint64_t ask(keeper& keeper, history_question question);
 // Does not wait.
 results take_results(keeper& keeper);
 
-// Answers no more questions, but waits until all is kept, at most so long and for what the disk is
-// at. True when nothing was left. Closes the database.
+// Answers no more questions, but waits until all is kept; while the disk fails at most so long, and
+// for what it is at. True when nothing was left. Closes the database.
 bool finish_keeper(keeper& keeper, std::chrono::milliseconds limit);
 
 } // namespace journal

@@ -17,7 +17,7 @@
 namespace program {
 
 namespace {
-constexpr std::chrono::seconds LONGEST_WRITING{10}; // at the end
+constexpr std::chrono::seconds LONGEST_WRITING{10}; // at the end, while the disk fails
 
 std::uint64_t seed()
 {

@@ -301,6 +301,14 @@ TEST_F(KeeperTest, EndsInTimeWhenTheDiskFails)
     keeper.reset();
 }
 
+TEST_F(KeeperTest, EndsWhenAllIsKeptHoweverLongThatTakes)
+{
+    for (int i = 0; i < 5000; ++i)
+        keep(*keeper, {label_of(i % 100, "CAM")});
+    EXPECT_TRUE(finish_keeper(*keeper, std::chrono::milliseconds(0)));
+    keeper.reset();
+}
+
 TEST_F(KeeperTest, TakesNoMoreQuestionsThanItsBound)
 {
     finish();
