@@ -6,7 +6,7 @@ import unittest
 from sandbox import LONGEST, PROJECT, SandboxTest
 
 TARGETS = ("backend", "receive_parser", "parent_record", "config_file", "router_answers",
-           "http_request", "router_traffic")
+           "http_request", "router_traffic", "control_server")
 DONE = """
 mkdir -p build/fuzz/corpus/backend
 printf '%s\\n' "$*" >>arguments.log
@@ -42,7 +42,7 @@ class FuzzTest(SandboxTest):
         self.assertEqual(status, 0, output)
         log = self.path("arguments.log").read_text()
         self.assertEqual(log.count("-max_total_time=120 "), 1)
-        self.assertEqual(log.count("-max_total_time=20 "), 6)
+        self.assertEqual(log.count("-max_total_time=18 "), 7)
 
     def run_for_long(self):
         for target in TARGETS:
