@@ -37,7 +37,7 @@ enum class link_state {
 
 struct fact {
     int source = UNKNOWN_SOURCE;
-    wall confirmed{};              // when the router said it last
+    moment confirmed{};            // when the router said it last
     std::uint32_t connection = 0;  // over which; 0: never, or doubted since
     std::optional<wall> changed{}; // when this source was heard first; none: that is not known
 };
@@ -70,6 +70,11 @@ struct open_wish {
     showing gone_to;         // after that; its report ends the wish
 };
 
+// How a troubled wish has ended.
+struct trouble_end {
+    monotonic at{};
+};
+
 // A take that the router has neither acknowledged nor refused.
 struct unanswered_take {
     int destination = 0;
@@ -90,6 +95,7 @@ struct live_router {
     std::vector<fact> facts;                   // by destination, as many as outputs have ever been
     std::map<int, std::deque<open_wish>> open; // by destination, oldest first; none empty
     std::map<int, wish_id> troubled; // the last wish, when it ended badly and nobody accepted it
+    std::map<int, trouble_end> trouble_ends; // by destination; none of what ended before the start
     // By destination, until it is heard: what the restart has ended. None empty.
     std::map<int, std::vector<wish_id>> ended_by_restart;
     std::map<int, std::size_t> queries_under_way; // by destination; none 0

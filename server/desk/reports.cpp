@@ -89,15 +89,16 @@ void note_what_was(live_router& live, const route& shown, int was)
     }
 }
 
+// Whether what is reported now may be the doing of the troubled wish. One that had ended before the
+// start may have been followed by anything, but for those that the restart itself has ended.
 // `heard`: when the destination was reported before.
-bool may_be_late(const desk_state& desk, const wish_id& id, wall now, wall heard)
+bool may_be_late(const live_router& live, const wish& row, monotonic now, monotonic heard)
 {
-    const batch& batch = desk.house.batches.at(id.batch);
-    const wish& row = batch.rows.at(id.row);
     if (row.end == outcome::unknown) return !row.found && row.was != row.wished.source;
     if (row.end != outcome::timed_out && row.end != outcome::contradicted) return false;
-    const wall ended = batch.made + std::chrono::ceil<wall>(row.ended_after.value_or(monotonic{}));
-    return heard <= ended || now <= ended + LATE_LIMIT;
+    const auto end = live.trouble_ends.find(row.wished.destination);
+    return end != live.trouble_ends.end() &&
+           (heard <= end->second.at || now <= end->second.at + LATE_LIMIT);
 }
 
 // What the router shows is told of all wishes that a restart has ended.
@@ -119,14 +120,15 @@ void note_found(desk_state& desk, const moment& now, live_router& live, const ro
 // what the destination showed on this connection, and when it was reported before. False when that
 // confirms nothing.
 bool confirm_late(desk_state& desk, const moment& now, live_router& live, const route& shown,
-                  int was, wall heard)
+                  int was, monotonic heard)
 {
     const auto troubled = live.troubled.find(shown.destination);
     if (troubled == live.troubled.end()) return false;
     const wish_id id = troubled->second;
     const wish* row = find_wish(desk.house, id);
     if (row == nullptr) return false;
-    if (row->wished.source != shown.source || !may_be_late(desk, id, now.utc, heard)) return false;
+    if (row->wished.source != shown.source || !may_be_late(live, *row, now.steady, heard))
+        return false;
     const wall after = std::max(wall{}, now.utc - desk.house.batches.at(id.batch).made);
     live.troubled.erase(troubled);
     record_entry(desk,
@@ -177,10 +179,10 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
     fact& fact = live.facts[position];
     const int was = fact.source;
     const bool known = fact.connection == live.connection;
-    const wall heard = fact.confirmed;
+    const monotonic heard = fact.confirmed.steady;
     const bool changed = was != shown.source || !known;
     const authorship author = last_author(desk, shown);
-    fact = {shown.source, now.utc, live.connection, changed_at(fact, author, shown, now.utc)};
+    fact = {shown.source, now, live.connection, changed_at(fact, author, shown, now.utc)};
     note_what_was(live, shown, known ? was : UNKNOWN_SOURCE);
     if (changed) tell_change(desk, shown.router, change::kind::fact, shown.destination);
     const showing reported{take_showing(live, shown), shown.source};

@@ -87,7 +87,8 @@ json route_json(const server& server, const std::string& router, int destination
                      : is_fresh(live, destination)  ? "confirmed"
                                                     : "stale";
     if (source != desk::UNKNOWN_SOURCE) {
-        route["confirmed"] = time_text(live.facts[static_cast<std::size_t>(destination)].confirmed);
+        route["confirmed"] =
+            time_text(live.facts[static_cast<std::size_t>(destination)].confirmed.utc);
         add_author(route, server, router, destination);
     }
     if (const desk::lock* const lock = find_lock(server, router, destination))

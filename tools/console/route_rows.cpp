@@ -29,7 +29,7 @@ std::optional<desk::wall> last_known(const console_state& console, const std::st
     const auto link = console.links.find(router);
     const bool lost = fact.connection != 0 && link != console.links.end() && !link->second.ready &&
                       link->second.connection == fact.connection;
-    return lost ? link->second.lost : fact.confirmed;
+    return lost ? link->second.lost : fact.confirmed.utc;
 }
 } // namespace
 
@@ -43,7 +43,7 @@ route_row route_row_of(const console_state& console, const std::string& router, 
     row.router = router;
     row.destination = position_at(console, router, desk::side::destinations, destination);
     row.source = fact.source;
-    row.confirmed = fact.confirmed;
+    row.confirmed = fact.confirmed.utc;
     if (!desk::is_fresh(live, destination)) row.as_of = last_known(console, router, fact);
     if (const auto open = live.open.find(destination); open != live.open.end())
         row.wish = &open->second.back();

@@ -193,3 +193,33 @@ TEST_F(LateReports, AfterARestartAreComparedWithTheLastAuthors)
     EXPECT_EQ(changes[0].destination, 1);
     EXPECT_EQ(changes[0].was, 3);
 }
+
+// What became of one that had ended before is told no more.
+TEST_F(LateReports, AfterARestartConfirmOnlyWhatItHasEnded)
+{
+    const auto one = wish(anna, 0, 2);
+    takes(0, 2);
+    wait_ms(3000);
+    restart();
+    for (int reports = 0; reports < 2; ++reports) {
+        report(0, 2);
+        EXPECT_EQ(row_of(one).confirmed_late_after, std::nullopt);
+        EXPECT_EQ(author_of(0), authorship{});
+    }
+    EXPECT_TRUE(find_live(desk, "main")->troubled.contains(0));
+}
+
+TEST_F(LateReports, ConfirmWithinAMinuteWhateverTheWallClockShows)
+{
+    for (const bool late : {false, true}) {
+        const auto one = wish(anna, late, 2);
+        takes(late, 2);
+        wait_ms(3000);
+        wait_ms(1);
+        report(late, 0);
+        wait_ms(late ? 59'999 : 60'000);
+        now.utc += std::chrono::hours(late ? 1 : -1);
+        report(late, 2);
+        EXPECT_EQ(row_of(one).confirmed_late_after.has_value(), late);
+    }
+}

@@ -20,7 +20,7 @@ TEST_F(Reports, MakeFacts)
     report(2, 5);
     EXPECT_EQ(source_shown(main, 2), 5);
     EXPECT_TRUE(is_fresh(main, 2));
-    EXPECT_EQ(main.facts[2].confirmed, now.utc);
+    EXPECT_EQ(main.facts[2].confirmed.utc, now.utc);
     EXPECT_THAT(changed(), ElementsAre(Pair(kind::fact, 2)));
     report(2, NO_SOURCE);
     EXPECT_EQ(source_shown(main, 2), NO_SOURCE);
@@ -32,7 +32,7 @@ TEST_F(Reports, ThatRepeatAFactAreNoChange)
     changed();
     wait_ms(50);
     report(2, 5);
-    EXPECT_EQ(main.facts[2].confirmed, now.utc);
+    EXPECT_EQ(main.facts[2].confirmed.utc, now.utc);
     EXPECT_THAT(changed(), IsEmpty());
 }
 
