@@ -73,6 +73,7 @@ struct open_wish {
 // How a troubled wish has ended.
 struct trouble_end {
     monotonic at{};
+    std::uint64_t shown = 0; // number of the first showing that may be its take's doing
 };
 
 // A take that the router has neither acknowledged nor refused.

@@ -27,18 +27,18 @@ bool holds_queued(const live_router& live)
 }
 
 // The number of the first showing that the report may be of, or the last of those after it that
-// show the same. Those before it are reported no more. What the traffic does not tell is reported
-// after it.
+// show the same. Those before it are reported no more. What the traffic does not tell comes after
+// all of it.
 std::uint64_t take_showing(live_router& live, const route& shown)
 {
     const auto found = live.unreported.find(shown.destination);
-    if (found == live.unreported.end()) return live.showings;
+    if (found == live.unreported.end()) return live.showings + 1;
     std::deque<showing>& unreported = found->second;
     const auto is_of_it = [&](const showing& one) {
         return one.source == shown.source;
     };
     const auto first = std::find_if(unreported.begin(), unreported.end(), is_of_it);
-    if (first == unreported.end()) return live.showings;
+    if (first == unreported.end()) return live.showings + 1;
     const auto last = std::prev(std::find_if_not(first, unreported.end(), is_of_it));
     const std::uint64_t number = last->number;
     unreported.erase(unreported.begin(), std::next(first));
@@ -92,12 +92,13 @@ void note_what_was(live_router& live, const route& shown, int was)
 // Whether what is reported now may be the doing of the troubled wish. One that had ended before the
 // start may have been followed by anything, but for those that the restart itself has ended.
 // `heard`: when the destination was reported before.
-bool may_be_late(const live_router& live, const wish& row, monotonic now, monotonic heard)
+bool may_be_late(const live_router& live, const wish& row, const showing& reported, monotonic now,
+                 monotonic heard)
 {
     if (row.end == outcome::unknown) return !row.found && row.was != row.wished.source;
     if (row.end != outcome::timed_out && row.end != outcome::contradicted) return false;
     const auto end = live.trouble_ends.find(row.wished.destination);
-    return end != live.trouble_ends.end() &&
+    return end != live.trouble_ends.end() && reported.number >= end->second.shown &&
            (heard <= end->second.at || now <= end->second.at + LATE_LIMIT);
 }
 
@@ -120,14 +121,14 @@ void note_found(desk_state& desk, const moment& now, live_router& live, const ro
 // what the destination showed on this connection, and when it was reported before. False when that
 // confirms nothing.
 bool confirm_late(desk_state& desk, const moment& now, live_router& live, const route& shown,
-                  int was, monotonic heard)
+                  const showing& reported, int was, monotonic heard)
 {
     const auto troubled = live.troubled.find(shown.destination);
     if (troubled == live.troubled.end()) return false;
     const wish_id id = troubled->second;
     const wish* row = find_wish(desk.house, id);
     if (row == nullptr) return false;
-    if (row->wished.source != shown.source || !may_be_late(live, *row, now.steady, heard))
+    if (row->wished.source != shown.source || !may_be_late(live, *row, reported, now.steady, heard))
         return false;
     const wall after = std::max(wall{}, now.utc - desk.house.batches.at(id.batch).made);
     live.troubled.erase(troubled);
@@ -188,7 +189,8 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
     const showing reported{take_showing(live, shown), shown.source};
     const bool confirms = confirm_wishes(desk, now, shown.router, shown.destination, reported);
     if (confirms || !may_be_taken(live, shown.destination, shown.source)) {
-        const bool late = confirm_late(desk, now, live, shown, known ? was : UNKNOWN_SOURCE, heard);
+        const bool late =
+            confirm_late(desk, now, live, shown, reported, known ? was : UNKNOWN_SOURCE, heard);
         if (!confirms && !late) note_outside_change(desk, now, live, shown, was);
     }
     end_passed_wishes(desk, now, live, shown.destination, reported);

@@ -137,7 +137,8 @@ void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome en
     const wish* row = find_wish(desk.house, id); // none when its batch has been forgotten by now
     if (row != nullptr && is_trouble(*row) && newest && // an older one must not hide a newer one's
         live.troubled.try_emplace(wished.destination, id).second)
-        live.trouble_ends[wished.destination] = {now.steady};
+        live.trouble_ends[wished.destination] = {now.steady, closed.shown != 0 ? closed.shown
+                                                                               : live.showings + 1};
     tell_change(desk, wished.router, change::kind::wish, wished.destination, id.batch);
     release_held(desk, wished.router, wished.destination);
 }

@@ -223,3 +223,31 @@ TEST_F(LateReports, ConfirmWithinAMinuteWhateverTheWallClockShows)
         EXPECT_EQ(row_of(one).confirmed_late_after.has_value(), late);
     }
 }
+
+TEST_F(LateReports, ConfirmNothingByWhatWasShownBeforeTheTake)
+{
+    shows(0, 2); // of somebody else's, which is reported only now
+    const auto one = wish(anna, 0, 2);
+    trace_take(desk, now, "main", 0, 2);
+    wait_ms(3000);
+    report(0, 2);
+    EXPECT_EQ(row_of(one).confirmed_late_after, std::nullopt);
+    EXPECT_EQ(author_of(0).by, std::nullopt);
+    for (const int source : {0, 2}) {
+        shows(0, source);
+        report(0, source);
+    }
+    EXPECT_TRUE(row_of(one).confirmed_late_after);
+}
+
+TEST_F(LateReports, ConfirmByWhatWasShownBeforeTheLimit)
+{
+    const auto one = wish(anna, 0, 2);
+    takes(0, 2);
+    shows(0, 2);
+    wait_ms(3000);
+    EXPECT_EQ(became(one), "timed out");
+    shows(1, 2);
+    report(0, 2);
+    EXPECT_TRUE(row_of(one).confirmed_late_after);
+}
