@@ -275,6 +275,12 @@ void apply(house& house, const entry&, const outside_change& change)
     if (house_router* router = find_router(house, change.router))
         router->authors[change.destination] = {change.source, std::nullopt, "", change.since};
 }
+
+void apply(house& house, const entry&, const author_forgotten& forgotten)
+{
+    if (house_router* router = find_router(house, forgotten.router))
+        router->authors.erase(forgotten.destination);
+}
 } // namespace
 
 void forget_notices(std::map<ulid, notice>& notices, const std::string& person, wall now)

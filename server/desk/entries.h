@@ -99,13 +99,20 @@ struct outside_change {
     std::optional<wall> since{}; // as of wish_ended
 };
 
+// Whose doing it is what a destination shows is not known any more.
+struct author_forgotten {
+    std::string router;
+    int destination = 0;
+};
+
 struct entry {
     wall at{};
     std::string person; // empty: nobody's doing
     std::string origin;
     std::variant<router_set, router_removed, label_set, lock_set, lock_removed, notice_dismissed,
                  salvo_saved, salvo_renamed, salvo_deleted, salvo_restored, salvo_forgotten,
-                 batch_made, wish_ended, confirmed_late, wish_found, wish_accepted, outside_change>
+                 batch_made, wish_ended, confirmed_late, wish_found, wish_accepted, outside_change,
+                 author_forgotten>
         what;
 };
 

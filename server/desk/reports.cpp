@@ -46,6 +46,16 @@ std::uint64_t take_showing(live_router& live, const route& shown)
     return number;
 }
 
+// Whether the router has shown another source before, which no report will bring any more.
+bool passes_another(const live_router& live, const route& shown)
+{
+    const auto found = live.unreported.find(shown.destination);
+    if (found == live.unreported.end()) return false;
+    const auto first = std::find_if(found->second.begin(), found->second.end(),
+                                    [&](const showing& one) { return one.source == shown.source; });
+    return first != found->second.begin() && first != found->second.end();
+}
+
 // Ends the wishes whose source the router has shown, before this one.
 void end_passed_wishes(desk_state& desk, const moment& now, const live_router& live,
                        int destination, const showing& reported)
@@ -163,6 +173,16 @@ authorship last_author(const desk_state& desk, const route& shown)
     return author == authors.end() ? authorship{} : author->second;
 }
 
+// It was there before, and something else meanwhile, of which nothing was reported: who has brought
+// it back, and when, is not known.
+bool has_come_back(const live_router& live, const fact& before, const authorship& author,
+                   const route& shown)
+{
+    const bool doubted = before.source != UNKNOWN_SOURCE && before.connection == 0;
+    const int last = before.source != UNKNOWN_SOURCE ? before.source : author.source;
+    return last == shown.source && (doubted || passes_another(live, shown));
+}
+
 // When the source that is shown now was heard first, as the fact and the last author tell.
 std::optional<wall> changed_at(const fact& before, const authorship& author, const route& shown,
                                wall now)
@@ -183,7 +203,11 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
     const monotonic heard = fact.confirmed.steady;
     const bool changed = was != shown.source || !known;
     const authorship author = last_author(desk, shown);
-    fact = {shown.source, now, live.connection, changed_at(fact, author, shown, now.utc)};
+    const bool back = has_come_back(live, fact, author, shown);
+    if (back && author.source == shown.source)
+        record_entry(desk, {now.utc, "", "", author_forgotten{shown.router, shown.destination}});
+    fact = {shown.source, now, live.connection,
+            back ? std::nullopt : changed_at(fact, author, shown, now.utc)};
     note_what_was(live, shown, known ? was : UNKNOWN_SOURCE);
     if (changed) tell_change(desk, shown.router, change::kind::fact, shown.destination);
     const showing reported{take_showing(live, shown), shown.source};

@@ -327,6 +327,12 @@ void keep(store& store, const desk::entry& entry, const desk::outside_change& ch
                .source = change.source,
                .was = change.was});
 }
+
+void keep(store& store, const desk::entry&, const desk::author_forgotten& forgotten)
+{
+    run(store.database, "DELETE FROM authors WHERE router = ? AND destination = ?",
+        forgotten.router, forgotten.destination);
+}
 } // namespace
 
 void keep_wish(store& store, const desk::wish_id& id, const desk::wish& wish)

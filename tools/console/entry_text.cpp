@@ -258,6 +258,17 @@ struct entry_teller {
                  {"was", source_json(console.desk, change.router, change.was)}}};
     }
 
+    told_entry operator()(const desk::author_forgotten& forgotten) const
+    {
+        return {"authorForgotten",
+                "whose doing it is what " +
+                    place_text(console, forgotten.router, forgotten.destination) +
+                    " shows is not known any more",
+                {{"router", forgotten.router},
+                 {"destination",
+                  destination_json(console.desk, forgotten.router, forgotten.destination)}}};
+    }
+
     told_entry told_end(const char* event, const desk::wish_id& id) const
     {
         const desk::wish* const wish = desk::find_wish(console.desk.house, id);

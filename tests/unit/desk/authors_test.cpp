@@ -188,7 +188,7 @@ TEST_F(Authors, AreForgottenWithoutWhenItWas)
     carry_out(0, 3);
     desk.house.routers.at("main").authors.clear();
     step();
-    doubt_fact(desk, "main", 0);
+    reconnect();
     report(0, 3);
     EXPECT_EQ(told(), "3 since 0");
 }
@@ -248,4 +248,27 @@ TEST_F(Authors, AreNotKnownOfWhatAWishIsToReplace)
     EXPECT_EQ(author_of(0), authorship{});
     restart();
     EXPECT_EQ(row_of(one).was, 4);
+}
+
+// Somebody else's was there meanwhile, which no report has brought.
+TEST_F(Authors, AreNotKnownOfWhatHasComeBack)
+{
+    for (const bool doubted : {false, true}) {
+        wish(ben, 0, 3);
+        carry_out(0, 3);
+        step();
+        if (doubted)
+            doubt_fact(desk, "main", 0);
+        else
+            shows(0, 6);
+        forget_told();
+        shows(0, 3);
+        report(0, 3);
+        EXPECT_EQ(told(), "3");
+        EXPECT_EQ(changed().size(), 1);
+        restart();
+        report(0, 3);
+        EXPECT_EQ(told(), "3");
+        report(0, 0);
+    }
 }

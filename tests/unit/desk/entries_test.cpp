@@ -166,6 +166,8 @@ TEST_F(Entries, KeepWhoPutWhatThere)
     lost.author_lost = true;
     apply(lost);
     EXPECT_FALSE(authors.contains(0)) << "it may have been carried out, and changed back";
+    apply(author_forgotten{"main", 1});
+    EXPECT_THAT(authors, IsEmpty());
 }
 
 TEST_F(Entries, KeepWhatWasThereForUndo)
@@ -223,6 +225,7 @@ TEST_F(Entries, OfWhatIsNotThereChangeNothing)
         apply(wish_accepted{id});
     }
     apply(outside_change{"none", 1, 2, 3});
+    apply(author_forgotten{"none", 1});
     EXPECT_EQ(house, before);
 }
 

@@ -98,6 +98,12 @@ TEST_F(Undo, RefusesToGuess)
              show(0, 5);
          },
          reason::changed_since, "MON A was changed since: it shows CAM 6, taken by somebody else"},
+        // Somebody has changed it back before anything was reported.
+        {[&] {
+             shows(0, 6);
+             show(0, 5);
+         },
+         reason::fact_unknown, "whose doing it is that MON A shows CAM 6 is not known"},
         // Whose doing it was is not known: no report could be of the take that timed out.
         {[&] {
              wish(ben, 0, 6);
