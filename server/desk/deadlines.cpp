@@ -8,14 +8,29 @@
 namespace desk {
 
 namespace {
+// Its source was reported after it had been shown, though of a like take before it, for all that is
+// known: a backend that reports both as one reports no more while nothing changes.
+bool stands_reported(const live_router& live, int destination, const open_wish& wish)
+{
+    return wish.shown != 0 && is_fresh(live, destination) &&
+           source_shown(live, destination) == wish.source &&
+           live.facts[static_cast<std::size_t>(destination)].showings >= wish.shown;
+}
+
 void end_late_wish(desk_state& desk, const moment& now, const wish_id& id)
 {
     const open_wish& wish = *find_open(desk, id);
+    const route wished = find_wish(desk.house, id)->wished;
     const int gone_to = wish.gone_to.source;
     if (gone_to != UNKNOWN_SOURCE) return end_contradicted(desk, now, id, gone_to);
-    if (wish.state == wish_state::sent) return end_wish(desk, now, id, outcome::timed_out, "");
-    desk.deadlines.erase({wish.deadline, id}); // it ends when the backend has
-    end_backend(desk, now, find_wish(desk.house, id)->wished.router, reason::not_sent_in_time);
+    if (wish.state != wish_state::sent) {
+        desk.deadlines.erase({wish.deadline, id}); // it ends when the backend has
+        return end_backend(desk, now, wished.router, reason::not_sent_in_time);
+    }
+    if (!stands_reported(*find_live(desk, wished.router), wished.destination, wish))
+        return end_wish(desk, now, id, outcome::timed_out, "");
+    end_wish(desk, now, id, outcome::confirmed, "");
+    tell_change(desk, wished.router, change::kind::fact, wished.destination); // whose doing it is
 }
 
 void end_lock(desk_state& desk, const moment& now, const std::string& router, int destination)

@@ -40,6 +40,7 @@ struct fact {
     moment confirmed{};            // when the router said it last
     std::uint32_t connection = 0;  // over which; 0: never, or doubted since
     std::optional<wall> changed{}; // when this source was heard first; none: that is not known
+    std::uint64_t showings = 0;    // how many the router had had when it said it last
 };
 
 enum class wish_state {

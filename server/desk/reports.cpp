@@ -207,7 +207,7 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
     if (back && author.source == shown.source)
         record_entry(desk, {now.utc, "", "", author_forgotten{shown.router, shown.destination}});
     fact = {shown.source, now, live.connection,
-            back ? std::nullopt : changed_at(fact, author, shown, now.utc)};
+            back ? std::nullopt : changed_at(fact, author, shown, now.utc), live.showings};
     note_what_was(live, shown, known ? was : UNKNOWN_SOURCE);
     if (changed) tell_change(desk, shown.router, change::kind::fact, shown.destination);
     const showing reported{take_showing(live, shown), shown.source};

@@ -179,3 +179,31 @@ TEST_F(TraceOfManyTakes, KnowsATakeBetweenThatTheRouterPassedOver)
     EXPECT_EQ(became(between).substr(0, 12), "contradicted") << became(between);
     EXPECT_EQ(became(last), "confirmed");
 }
+
+// A backend that reports them as one reports no more until something changes.
+TEST_F(TraceOfManyTakes, ConfirmsAtTheLimitWhatStandsReported)
+{
+    for (const bool reported : {false, true}) {
+        const auto first = wish(anna, 0, 2);
+        takes(0, 2);
+        const auto second = wish(ben, 0, 3);
+        takes(0, 3);
+        const auto third = wish(anna, 0, 2);
+        takes(0, 2);
+        forget_told();
+        shows(0, 2);
+        if (!reported) report(0, 2); // of before the third
+        shows(0, 3);
+        shows(0, 2);
+        if (reported) report(0, 2);
+        EXPECT_EQ(became(first), "confirmed");
+        EXPECT_EQ(became(third), "sent");
+        wait_ms(3000);
+        EXPECT_EQ(row_of(second).end, outcome::contradicted);
+        EXPECT_EQ(became(third), reported ? "confirmed" : "timed out");
+        EXPECT_EQ(author_of(0).by == (wish_id{third.batch, 0}), reported);
+        EXPECT_THAT(outside_changes(), IsEmpty());
+        shows(0, 0);
+        report(0, 0);
+    }
+}
