@@ -172,16 +172,18 @@ std::string lock_text(const desk_state& desk, const std::string& router, int des
 }
 
 namespace {
-// The newest wish for the source that has been sent.
+// The newest wish for the source that has been sent, of those whose take has been shown if there is
+// one.
 const open_wish* sent_wish_for(const live_router& live, int destination, int source)
 {
+    const open_wish* newest = nullptr;
     const auto open = live.open.find(destination);
     if (open == live.open.end()) return nullptr;
-    const auto newest =
-        std::find_if(open->second.rbegin(), open->second.rend(), [&](const open_wish& wish) {
-            return wish.state == wish_state::sent && wish.source == source;
-        });
-    return newest == open->second.rend() ? nullptr : &*newest;
+    for (const open_wish& wish : open->second)
+        if (wish.state == wish_state::sent && wish.source == source &&
+            (wish.shown != 0 || newest == nullptr || newest->shown == 0))
+            newest = &wish;
+    return newest;
 }
 
 // It comes in the place of what was shown until now, and no wish that went wrong is for it.
@@ -207,9 +209,9 @@ std::string taker_text(const desk_state& desk, const std::string& router, int de
     std::string person;
     if (author != nullptr)
         person = author->person;
-    else if (sent != nullptr)
+    else if (sent != nullptr && sent->shown != 0)
         person = desk.house.batches.at(sent->id.batch).person;
-    else if (!is_from_outside(desk, *live, destination, source))
+    else if (sent != nullptr || !is_from_outside(desk, *live, destination, source))
         return "it is not known by whom";
     return "taken by " + (person.empty() ? "somebody else" : person);
 }

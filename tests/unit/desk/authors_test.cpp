@@ -204,7 +204,7 @@ TEST_F(Authors, AreToldAsFarAsTheyAreKnown)
     wish(ben, 0, 3);
     EXPECT_EQ(taker(3), "taken by somebody else") << "it has not been sent";
     takes(0, 3);
-    EXPECT_EQ(taker(3), "taken by ben");
+    EXPECT_EQ(taker(3), "it is not known by whom");
     wait_ms(3000);
     EXPECT_EQ(taker(3), "it is not known by whom");
     EXPECT_EQ(taker(4), "taken by somebody else");
@@ -271,4 +271,18 @@ TEST_F(Authors, AreNotKnownOfWhatHasComeBack)
         EXPECT_EQ(told(), "3");
         report(0, 0);
     }
+}
+
+// Its answers are to queries from before the take.
+TEST_F(Authors, AreNamedOfATakeThatHasBeenShown)
+{
+    wish(anna, 0, 2);
+    takes(0, 2);
+    wish(ben, 0, 3);
+    takes(0, 3);
+    shows(0, 2);
+    EXPECT_EQ(taker_text(desk, "main", 0, 2), "taken by anna");
+    EXPECT_EQ(taker_text(desk, "main", 0, 3), "it is not known by whom");
+    shows(0, 3);
+    EXPECT_EQ(taker_text(desk, "main", 0, 3), "taken by ben");
 }

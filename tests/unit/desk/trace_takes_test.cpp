@@ -157,7 +157,8 @@ TEST_F(TraceOfManyTakes, TellsNobodyElsesDoingWhileATakeIsStillToBeShown)
         shows(0, source);
         report(0, source);
     }
-    EXPECT_EQ(became(first), "contradicted: the router shows CAM 4 instead: taken by ben");
+    EXPECT_EQ(became(first),
+              "contradicted: the router shows CAM 4 instead: it is not known by whom");
     EXPECT_EQ(became(second), "sent");
     EXPECT_THAT(outside_changes(), IsEmpty());
     EXPECT_EQ(taker_text(desk, "main", 0, 2), "it is not known by whom");

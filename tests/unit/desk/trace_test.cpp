@@ -235,8 +235,22 @@ TEST_F(Trace, NamesWhoseTakeItIs)
     takes(0, 2);
     const auto bens = wish(ben, 0, 3);
     takes(0, 3);
+    shows(0, 2);
     shows(0, 3);
+    wait_ms(3000);
     EXPECT_EQ(became(annas), "contradicted: the router shows CAM 4 instead: taken by ben");
+    EXPECT_EQ(became(bens), "timed out");
+}
+
+TEST_F(Trace, NamesNobodyForAnAnswerFromBeforeTheTake)
+{
+    const auto annas = wish(anna, 0, 2);
+    takes(0, 2);
+    const auto bens = wish(ben, 0, 3);
+    takes(0, 3);
+    shows(0, 3);
+    EXPECT_EQ(became(annas),
+              "contradicted: the router shows CAM 4 instead: it is not known by whom");
     EXPECT_EQ(became(bens), "sent");
 }
 
