@@ -85,17 +85,22 @@ bool may_be_taken(const live_router& live, int destination, int source)
            });
 }
 
-// What the destination showed until now, `was`, has been replaced by sent wishes for what it shows
-// now; wishes that cannot have been sent yet will replace the new one.
-void note_what_was(live_router& live, const route& shown, int was)
+// What the destination showed until now, `was`, has been replaced by the first of the wishes for
+// what it shows now whose takes it may be of; those after that, and those that will be carried out
+// later, find it there.
+void note_what_was(live_router& live, int destination, const showing& reported, int was)
 {
-    const auto open = live.open.find(shown.destination);
+    const auto open = live.open.find(destination);
     if (open == live.open.end()) return;
+    bool replaced = false;
     for (open_wish& wish : open->second) {
-        if (wish.state != wish_state::sent)
-            wish.was = shown.source;
-        else if (wish.source == shown.source && was != UNKNOWN_SOURCE && was != shown.source)
+        const bool sent = wish.state == wish_state::sent;
+        if (sent && wish.source != reported.source) continue;
+        if (replaced || wish.shown == 0 || wish.shown > reported.number)
+            wish.was = reported.source;
+        else if (was != UNKNOWN_SOURCE && was != reported.source)
             wish.was = was;
+        replaced = replaced || wish.shown != 0;
     }
 }
 
@@ -208,9 +213,9 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
         record_entry(desk, {now.utc, "", "", author_forgotten{shown.router, shown.destination}});
     fact = {shown.source, now, live.connection,
             back ? std::nullopt : changed_at(fact, author, shown, now.utc), live.showings};
-    note_what_was(live, shown, known ? was : UNKNOWN_SOURCE);
     if (changed) tell_change(desk, shown.router, change::kind::fact, shown.destination);
     const showing reported{take_showing(live, shown), shown.source};
+    note_what_was(live, shown.destination, reported, known ? was : UNKNOWN_SOURCE);
     const bool confirms = confirm_wishes(desk, now, shown.router, shown.destination, reported);
     if (confirms || !may_be_taken(live, shown.destination, shown.source)) {
         const bool late =

@@ -124,3 +124,22 @@ TEST_F(UndoSteps, EndAtWhatSomebodyElseHasBroughtBack)
     expect_shown(2);
     EXPECT_EQ(undo_all(anna).rows.at(0).why, reason::changed_since);
 }
+
+TEST_F(UndoSteps, LeavesWhatATakeOfTheSameHadChangedBefore)
+{
+    for (const bool as_one : {false, true}) {
+        const auto annas = wish(anna, 0, 5);
+        const auto bens = wish(ben, 0, 5);
+        takes(0, 5);
+        takes(0, 5);
+        shows(0, 5);
+        if (!as_one) report(0, 5);
+        shows(0, 5);
+        if (as_one) report(0, 5);
+        EXPECT_EQ(became(bens), "confirmed");
+        EXPECT_EQ(row_of(annas).was, 0);
+        EXPECT_EQ(row_of(bens).was, 5);
+        EXPECT_EQ(said(undo_all(ben)), "unchanged");
+        show(0, 0);
+    }
+}
