@@ -104,7 +104,7 @@ struct live_router {
     std::uint64_t showings = 0;
     std::map<int, std::deque<showing>> unreported; // by destination, oldest first; none empty
     std::deque<unanswered_take> takes_unanswered;  // oldest first
-    std::set<int> disconnected;  // destinations that showed no source in what passed last
+    std::set<int> disconnected;  // destinations that have shown no source; until a later report
     desk::statistics statistics; // of no revision
     std::uint64_t revision = 0;  // one more with each change that anyone can see
 };

@@ -227,6 +227,15 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
     if (!changed && last_author(desk, shown) != author)
         tell_change(desk, shown.router, change::kind::fact, shown.destination);
 }
+// The router has shown no source since it said this, for all that the traffic tells.
+bool is_overtaken(const live_router& live, int destination, int source)
+{
+    if (!live.disconnected.contains(destination)) return false;
+    const auto unreported = live.unreported.find(destination);
+    return unreported == live.unreported.end() ||
+           std::none_of(unreported->second.begin(), unreported->second.end(),
+                        [&](const showing& one) { return one.source == source; });
+}
 } // namespace
 
 void report_link(desk_state& desk, const moment& now, const std::string& router, link_state link,
@@ -285,10 +294,13 @@ void report_routes(desk_state& desk, const moment& now, const std::string& route
 {
     live_router* live = find_live(desk, router);
     if (live == nullptr) return;
-    for (const auto& [destination, source] : routes)
-        if (destination >= 0 && destination < ROUTED_POSITIONS && source >= NO_SOURCE &&
-            source < POSITIONS && !live->disconnected.contains(destination))
-            report_route(desk, now, *live, {router, destination, source});
+    for (const auto& [destination, source] : routes) {
+        if (destination < 0 || destination >= ROUTED_POSITIONS || source < NO_SOURCE ||
+            source >= POSITIONS || is_overtaken(*live, destination, source))
+            continue;
+        live->disconnected.erase(destination);
+        report_route(desk, now, *live, {router, destination, source});
+    }
 }
 
 void doubt_fact(desk_state& desk, const std::string& router, int destination)

@@ -166,7 +166,6 @@ void trace_route(desk_state& desk, const moment& now, const std::string& router,
     if (is_reported(*live, destination, source) &&
         confirm_wishes(desk, now, router, destination, now_shown))
         tell_change(desk, router, change::kind::fact, destination); // whose doing it is
-    live->disconnected.erase(destination);
     if (source != NO_SOURCE) return;
     const std::pair<int, int> route{destination, source};
     report_routes(desk, now, router, {&route, 1});

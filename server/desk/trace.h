@@ -28,7 +28,7 @@ void trace_query_unanswered(desk_state& desk, const std::string& router, int des
 // queries for that destination; those to queries from before a take tell nothing of it, and nor
 // does its source before a take of another one that came before it has been shown. What has been
 // reported already, and nothing else since, confirms at once: it may be reported no more. NO_SOURCE
-// is a fact at once, and reports of what the router said before change nothing any more.
+// is a fact at once, and reports of what the router has not shown since change nothing any more.
 void trace_route(desk_state& desk, const moment& now, const std::string& router, int destination,
                  int source);
 

@@ -75,6 +75,7 @@ void begin_reading(player& player, dice& dice, router& router)
     report_and_settle(player, router, EVERYTHING);
     router.up = true;
     router.reported.clear();
+    router.since_none.clear();
     see_connection(player.ledger, router.id, router.served);
     set_link(player, router, link_state::reading);
     report_counts(player.desk, router.id, INPUTS, OUTPUTS);

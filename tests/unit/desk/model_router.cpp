@@ -138,8 +138,9 @@ std::vector<reply> hear_next(desk_state& desk, const moment& now, router& router
     const bool disconnected = next.now.source == NO_SOURCE; // which a backend passes over
     if (router.told) {
         trace_route(desk, now, router.id, next.destination, next.now.source);
-        for (reply& waiting : router.to_report)
-            if (waiting.destination == next.destination) waiting.overtaken = disconnected;
+        const auto since = router.since_none.find(next.destination);
+        if (since != router.since_none.end()) since->second.insert(next.now.source);
+        if (disconnected) router.since_none[next.destination].clear();
     }
     if (!disconnected) router.to_report.push_back(next);
     if (!router.told) return {};
@@ -156,7 +157,9 @@ std::vector<reply> report(desk_state& desk, const moment& now, router& router, s
         const reply& next = router.to_report.front();
         routes.emplace_back(next.destination, next.now.source);
         const int destination = next.destination;
-        if (!next.overtaken) {
+        const auto since = router.since_none.find(destination);
+        if (since == router.since_none.end() || since->second.contains(next.now.source)) {
+            if (since != router.since_none.end()) router.since_none.erase(since);
             router.reported[destination] = next.now.source;
             said.push_back(next);
         }
@@ -182,6 +185,7 @@ void ended(desk_state& desk, const moment& now, router& router, bool heard_all)
     router.pending.clear();
     router.to_report.clear();
     router.reported.clear();
+    router.since_none.clear();
     report_backend_ended(desk, now, router.id, heard_all);
 }
 

@@ -40,7 +40,6 @@ struct reply {
     shown now;
     std::uint64_t served = 0; // how many takes the router had served by then
     bool asked = true;
-    bool overtaken = false; // the desk knows by the trace that the destination shows no source now
 };
 
 enum class manner { answers, refuses, forgets, is_mute };
@@ -54,6 +53,9 @@ struct router {
     std::deque<sending> burst;      // being sent
     std::deque<reply> to_report;
     std::map<int, int> reported; // by destination, on this connection: the source
+    // By destination that has shown none, as the desk has heard: what it has shown since. What is
+    // reported of it and is not among these was said before that.
+    std::map<int, std::set<int>> since_none;
 
     // The line: both empty while it is down.
     bool up = false;

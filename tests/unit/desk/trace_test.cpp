@@ -322,3 +322,15 @@ TEST_F(Trace, OfAnUnknownRouterIsPassedOver)
     EXPECT_THAT(changed(), IsEmpty());
     EXPECT_FALSE(desk.live.contains("none"));
 }
+
+TEST_F(Trace, OfNoSourceLetsReportsOfBeforeTellNothing)
+{
+    for (const int source : {3, NO_SOURCE, 4})
+        shows(0, source);
+    report(0, 3);
+    EXPECT_EQ(source_shown(main, 0), NO_SOURCE);
+    report(0, 4);
+    EXPECT_EQ(source_shown(main, 0), 4);
+    report(0, 3);
+    EXPECT_EQ(source_shown(main, 0), 3);
+}
