@@ -29,8 +29,10 @@ desk::house without_wishes(const desk::house& house)
     lasting.routers = house.routers;
     lasting.salvos = house.salvos;
     lasting.deleted_salvos = house.deleted_salvos;
-    for (auto& [id, router] : lasting.routers)
+    for (auto& [id, router] : lasting.routers) {
+        router.added_after = {};
         router.authors.clear();
+    }
     return lasting;
 }
 
@@ -97,6 +99,7 @@ struct carrying {
     desk::house house; // as it becomes
     accounts_state accounts;
     desk::moment now;
+    desk::ulid last_batch; // of those that are there; none: there are none
     std::vector<desk::entry> entries;
     carrying_result result;
 
@@ -124,7 +127,7 @@ void carry_router(carrying& carrying, const std::string& id, const desk::house_r
     }
     ++carrying.result.routers;
     const desk::wall now = carrying.now.utc;
-    carrying.add(desk::router_set{router.settings}, now);
+    carrying.add(desk::router_set{router.settings, carrying.last_batch}, now);
     for (const auto& [position, label] : router.source_labels)
         carrying.add(desk::label_set{id, desk::side::sources, position, label}, now);
     for (const auto& [position, label] : router.destination_labels)
@@ -229,8 +232,10 @@ bool read_export(const std::string& text, carried& read, std::string& error)
 carrying_result carry_in(journal::store& store, const carried& read, const desk::moment& now)
 {
     SQLite::Transaction transaction(*store.database.file);
-    carrying carrying{
-        without_wishes(saved_house(store, now.utc)), kept_accounts(store, now), now, {}, {}};
+    const desk::house there = saved_house(store, now.utc);
+    const desk::ulid last_batch =
+        there.batches.empty() ? desk::ulid{} : there.batches.rbegin()->first;
+    carrying carrying{without_wishes(there), kept_accounts(store, now), now, last_batch, {}, {}};
     for (const auto& [id, router] : read.house.routers)
         carry_router(carrying, id, router);
     for (const auto& [id, salvo] : read.house.salvos)

@@ -182,3 +182,17 @@ TEST_F(Carrying, RefusesWhatIsNestedVeryDeep)
     EXPECT_EQ(read(export_text(house, accounts)).people.at("anna").settings,
               accounts.people.at("anna").settings);
 }
+
+// A router of the same id has been removed here.
+TEST_F(Carrying, TakesNoWishFromBeforeForTheNewRouters)
+{
+    const desk::ulid last{5, 5};
+    desk::batch made;
+    made.rows.resize(1);
+    made.rows[0].wished.router = "r1";
+    keep_entry(tables.store, {now.utc, "anna", "", desk::batch_made{last, made}});
+    house.routers.at("r1").added_after = {9, 9}; // of the other server's
+    EXPECT_THAT(import_all().against, IsEmpty());
+    EXPECT_EQ(saved_house(tables.store, now.utc).routers.at("r1").added_after, last);
+    EXPECT_EQ(import_all().against, std::vector<std::string>{});
+}
