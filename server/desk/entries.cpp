@@ -26,23 +26,6 @@ void set_author(house& house, const wish_id& id, std::optional<wall> since)
                                               since};
 }
 
-// It may have been changed, and changed back, without anybody here knowing.
-void forget_author(house& house, const route& unknown)
-{
-    if (house_router* router = find_router(house, unknown.router))
-        router->authors.erase(unknown.destination);
-}
-
-// Whoever has put there what is shown when the wish is made has not been recorded.
-void forget_author_of_another(house& house, const wish& made)
-{
-    house_router* const router = find_router(house, made.wished.router);
-    if (router == nullptr || made.was == UNKNOWN_SOURCE) return;
-    const auto author = router->authors.find(made.wished.destination);
-    if (author != router->authors.end() && author->second.source != made.was)
-        router->authors.erase(author);
-}
-
 bool has_open_row(const batch& batch)
 {
     return std::any_of(batch.rows.begin(), batch.rows.end(),
@@ -224,8 +207,6 @@ void apply(house& house, const entry& entry, const batch_made& made)
 {
     if (!house.batches.try_emplace(made.id, made.batch).second) return;
     house.batch_rows += made.batch.rows.size();
-    for (const wish& row : made.batch.rows)
-        if (row.end == outcome::open) forget_author_of_another(house, row);
     keep_step(house, made.id, made.batch, entry.at);
     forget_batches(house);
 }
@@ -243,7 +224,6 @@ void apply(house& house, const entry&, const wish_ended& ended)
     row->ended_after = ended.ended_after;
     row->doings = ended.doings;
     if (ended.end == outcome::confirmed) set_author(house, ended.id, ended.since);
-    if (ended.author_lost) forget_author(house, row->wished);
     forget_batches(house);
 }
 

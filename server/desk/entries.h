@@ -72,7 +72,6 @@ struct wish_ended {
     desk::doings doings{};       // of one that is confirmed, as the next
     std::optional<wall> since{}; // when its source was heard first; none: that is not known
     std::optional<monotonic> answered_after{};
-    bool author_lost = false; // whose doing it is what the destination shows is not known any more
 };
 struct confirmed_late {
     wish_id id;

@@ -199,7 +199,7 @@ struct batch {
     bool operator==(const batch&) const = default;
 };
 
-// Who put there what a destination showed last, as far as it is known here.
+// Who put there what a destination was reported to show last. None is kept where that is not known.
 struct authorship {
     int source = UNKNOWN_SOURCE;
     std::optional<wish_id> by;   // none: outside

@@ -155,15 +155,14 @@ bool confirm_late(desk_state& desk, const moment& now, live_router& live, const 
     return true;
 }
 
-// `was`: what the destination showed before. Where that tells nothing, its author may: of before
-// the start, or of before a wish that has not been confirmed and may have been carried out.
+// `was`: what the destination showed before. Where that is not known, its author may tell, of
+// before the start.
 void note_outside_change(desk_state& desk, const moment& now, const live_router& live,
                          const route& shown, int was)
 {
     const auto& authors = find_router(desk, shown.router)->authors;
     const auto author = authors.find(shown.destination);
-    const bool told = was != UNKNOWN_SOURCE && was != shown.source;
-    const int last = told || author == authors.end() ? was : author->second.source;
+    const int last = was != UNKNOWN_SOURCE || author == authors.end() ? was : author->second.source;
     if (last == UNKNOWN_SOURCE || last == shown.source) return;
     record_entry(desk,
                  {now.utc, "", "",
@@ -176,6 +175,12 @@ authorship last_author(const desk_state& desk, const route& shown)
     const auto& authors = find_router(desk, shown.router)->authors;
     const auto author = authors.find(shown.destination);
     return author == authors.end() ? authorship{} : author->second;
+}
+
+void forget_author(desk_state& desk, const moment& now, const route& shown)
+{
+    if (find_router(desk, shown.router)->authors.contains(shown.destination))
+        record_entry(desk, {now.utc, "", "", author_forgotten{shown.router, shown.destination}});
 }
 
 // It was there before, and something else meanwhile, of which nothing was reported: who has brought
@@ -209,8 +214,7 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
     const bool changed = was != shown.source || !known;
     const authorship author = last_author(desk, shown);
     const bool back = has_come_back(live, fact, author, shown);
-    if (back && author.source == shown.source)
-        record_entry(desk, {now.utc, "", "", author_forgotten{shown.router, shown.destination}});
+    if (back) forget_author(desk, now, shown);
     fact = {shown.source, now, live.connection,
             back ? std::nullopt : changed_at(fact, author, shown, now.utc), live.showings};
     if (changed) tell_change(desk, shown.router, change::kind::fact, shown.destination);
@@ -224,9 +228,12 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
     }
     end_passed_wishes(desk, now, live, shown.destination, reported);
     note_found(desk, now, live, shown);
+    if (author_shown(desk, shown.router, shown.destination) == nullptr)
+        forget_author(desk, now, shown);
     if (!changed && last_author(desk, shown) != author)
         tell_change(desk, shown.router, change::kind::fact, shown.destination);
 }
+
 // The router has shown no source since it said this, for all that the traffic tells.
 bool is_overtaken(const live_router& live, int destination, int source)
 {

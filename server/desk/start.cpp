@@ -27,10 +27,15 @@ void end_open_wishes(desk_state& desk, const moment& now)
                 end.detail = "the program was restarted";
                 end.ended_after = std::max(wall{}, now.utc - batch.made);
                 end.was = last_shown(desk.house, batch.rows[row].wished);
-                end.author_lost = true;
             }
-    for (wish_ended& end : ends)
+    for (wish_ended& end : ends) {
+        const route wished = find_wish(desk.house, end.id)->wished;
+        // It may have been changed, and changed back, without anybody here knowing.
+        if (last_shown(desk.house, wished) != UNKNOWN_SOURCE)
+            record_entry(desk,
+                         {now.utc, "", "", author_forgotten{wished.router, wished.destination}});
         record_entry(desk, {now.utc, "", "", std::move(end)});
+    }
 }
 
 // By the last accepted wish of each destination since its router was added; and those of which it

@@ -102,16 +102,6 @@ void mark_sent(desk_state& desk, const moment& now, const wish_id& id)
     release_held(desk, wished.router, wished.destination);
 }
 
-// What is shown has not been recorded: it may be the wish's doing, or that of one before it.
-bool loses_author(const desk_state& desk, const route& wished)
-{
-    const auto& authors = find_router(desk, wished.router)->authors;
-    const auto author = authors.find(wished.destination);
-    const int shown = source_shown(*find_live(desk, wished.router), wished.destination);
-    return author != authors.end() && shown != UNKNOWN_SOURCE &&
-           author_shown(desk, wished.router, wished.destination) == nullptr;
-}
-
 void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome end,
               const std::string& detail, reason why)
 {
@@ -128,8 +118,6 @@ void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome en
     if (end == outcome::confirmed) {
         ended.doings = doings_of(desk.house, id, closed.was);
         ended.since = live.facts.at(static_cast<std::size_t>(wished.destination)).changed;
-    } else {
-        ended.author_lost = loses_author(desk, wished);
     }
     count_end(live.statistics, now.utc, end, ended.ended_after);
     record_entry(desk, {now.utc, "", "", ended});

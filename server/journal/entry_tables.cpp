@@ -245,11 +245,6 @@ void keep(store& store, const desk::entry& entry, const desk::batch_made& made)
     const std::int64_t number = number_of(store, made.id).value();
     for (std::uint32_t row = 0; row < batch.rows.size(); ++row)
         add_wish(store, entry, batch, number, row);
-    for (const desk::wish& row : batch.rows)
-        if (row.end == desk::outcome::open && row.was != desk::UNKNOWN_SOURCE)
-            run(store.database,
-                "DELETE FROM authors WHERE router = ? AND destination = ? AND source <> ?",
-                row.wished.router, row.wished.destination, row.was);
 }
 
 std::optional<int> known_source(int source)
@@ -277,11 +272,6 @@ void keep(store& store, const desk::entry&, const desk::wish_ended& ended)
             known_source(ended.was), text_of(ended.doings), *batch, ended.id.row) == 0)
         return;
     if (ended.end == desk::outcome::confirmed) set_author(store, *batch, ended.id, ended.since);
-    if (ended.author_lost)
-        run(store.database,
-            "DELETE FROM authors WHERE (router, destination) ="
-            " (SELECT router, destination FROM history WHERE batch = ? AND wish = ?)",
-            *batch, ended.id.row);
 }
 
 void keep(store& store, const desk::entry&, const desk::confirmed_late& late)
