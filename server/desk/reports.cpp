@@ -77,11 +77,8 @@ bool may_be_taken(const live_router& live, int destination, int source)
     const auto open = live.open.find(destination);
     return open != live.open.end() &&
            std::any_of(open->second.begin(), open->second.end(), [&](const open_wish& wish) {
-               const auto& takes = wish.older_takes;
                return wish.state == wish_state::sent &&
-                      (wish.source == source ||
-                       (wish.shown == 0 &&
-                        std::find(takes.begin(), takes.end(), source) != takes.end()));
+                      (wish.source == source || may_be_older(wish, source));
            });
 }
 

@@ -83,9 +83,7 @@ void judge_wish(desk_state& desk, const moment& now, const std::deque<open_wish>
     const int source = now_shown.source;
     const bool old_answer = asked && wish.older_queries > 0;
     if (old_answer) --wish.older_queries;
-    const bool old_take = std::find(wish.older_takes.begin(), wish.older_takes.end(), source) !=
-                          wish.older_takes.end();
-    const bool older = old_answer || (old_take && wish.shown == 0);
+    const bool older = old_answer || may_be_older(wish, source);
     if (source == wish.source) {
         if (!old_answer && (asked || !follows_unshown(open, wish))) {
             if (wish.shown == 0) wish.shown = now_shown.number;

@@ -73,6 +73,12 @@ bool open_wish_for(desk_state& desk, const moment& now, const wish_id& id, const
     return wish.state == wish_state::queued;
 }
 
+bool may_be_older(const open_wish& wish, int shown)
+{
+    const std::vector<int>& takes = wish.older_takes;
+    return wish.shown == 0 && std::find(takes.begin(), takes.end(), shown) != takes.end();
+}
+
 open_wish* find_open(desk_state& desk, const wish_id& id)
 {
     const wish* row = find_wish(desk.house, id);

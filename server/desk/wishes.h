@@ -12,6 +12,9 @@ namespace desk {
 // not be told apart.
 bool open_wish_for(desk_state& desk, const moment& now, const wish_id& id, const route& wished);
 
+// Whether what is shown may be of a take before the wish's, as nothing of its own has been shown.
+bool may_be_older(const open_wish& wish, int shown);
+
 // Null when it is not open.
 open_wish* find_open(desk_state& desk, const wish_id& id);
 
