@@ -111,7 +111,9 @@ bool was_shown_since(const ledger& ledger, const wish_seen& wish)
     if (wish.in_disorder) return true;
     const fact_seen& fact = ledger.facts.at({wish.wished.router, wish.wished.destination});
     const int source = wish.wished.source;
-    if ((wish.was == source ? fact.unasked : fact.from_elsewhere).contains(source)) return true;
+    const auto& confusing = wish.was == source ? fact.unasked : fact.from_elsewhere;
+    const auto last = confusing.find(source);
+    if (last != confusing.end() && last->second > wish.heard) return true;
     const auto served = fact.served.find(source);
     return wish.served && served != fact.served.end() && served->second >= *wish.served;
 }

@@ -27,6 +27,7 @@ struct wish_seen {
     // The router's number of its take; of one that was lost on the way, of the last before it.
     std::optional<std::uint64_t> served{};
     int was = desk::UNKNOWN_SOURCE; // what was reported when its take was sent
+    std::uint64_t heard = 0;        // how many showings had been heard by then
     bool in_disorder = false;       // its router's answers have been
 };
 
@@ -42,10 +43,12 @@ struct fact_seen {
     std::vector<change_seen> changes = {{}}; // the last one at the end; never empty
     desk::wall changed{};
     std::map<int, std::uint64_t> served; // by source: how many takes, when it was shown last
-    std::set<int> from_elsewhere;        // what has been shown that no open wish had put there
-    std::set<int> unasked;               // what has been shown that might be taken for an answer
-    bool in_disorder = false;            // the connection's answers have been
-    bool outlasted = false; // a restart: only what has an author is known to have changed when
+    // By source, the number of the last showing that no open wish had put there; and of the last
+    // one that might be taken for an answer.
+    std::map<int, std::uint64_t> from_elsewhere;
+    std::map<int, std::uint64_t> unasked;
+    bool in_disorder = false; // the connection's answers have been
+    bool outlasted = false;   // a restart: only what has an author is known to have changed when
 };
 
 struct ledger {
@@ -58,6 +61,7 @@ struct ledger {
     // Wishes that have ended without an answer since the newest was made.
     std::map<place, std::set<desk::wish_id>> unanswered;
     std::map<place, fact_seen> facts;
+    std::uint64_t heard = 0; // how many showings the desk has heard
     std::map<place, desk::lock> locks;
     std::map<std::string, std::uint64_t> revisions; // by router, the house's own under ""
     std::uint64_t removed_revision = 0;             // the highest of a router that was removed

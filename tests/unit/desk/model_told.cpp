@@ -46,8 +46,9 @@ void see_showing(ledger& ledger, const std::string& router, const reply& one)
     fact_seen& fact = ledger.facts[{router, one.destination}];
     std::uint64_t& served = fact.served[one.now.source];
     served = std::max(served, one.served);
-    if (is_from_elsewhere(ledger, one.now.by)) fact.from_elsewhere.insert(one.now.source);
-    if (!one.asked) fact.unasked.insert(one.now.source);
+    ++ledger.heard;
+    if (is_from_elsewhere(ledger, one.now.by)) fact.from_elsewhere[one.now.source] = ledger.heard;
+    if (!one.asked) fact.unasked[one.now.source] = ledger.heard;
 }
 
 void see_report(ledger& ledger, const moment& now, const std::string& router,
@@ -65,7 +66,6 @@ void see_report(ledger& ledger, const moment& now, const std::string& router,
         }
         fact.source = fact.last = one.now.source;
         fact.fresh = true;
-        see_showing(ledger, router, one);
         std::set<wish_id>& by = fact.changes.back().by;
         by.insert(one.now.by.begin(), one.now.by.end());
         add_possible_authors(ledger, where, fact);
@@ -124,6 +124,7 @@ void see_take(ledger& ledger, const sending& sent)
     wish.sent = true;
     const fact_seen& fact = ledger.facts[{wish.wished.router, wish.wished.destination}];
     if (fact.fresh) wish.was = fact.source;
+    wish.heard = ledger.heard;
     if (wish.end != outcome::open && wish.end != outcome::unknown)
         complain(ledger, "take of a wish that had ended");
 }
