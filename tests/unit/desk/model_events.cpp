@@ -97,23 +97,6 @@ void let_router_exist(player& player, const router& router)
     settle(player);
 }
 
-// The router already shows, or somebody still wishes there, what would be put there from outside:
-// nobody could tell the two apart.
-bool is_wished(const player& player, const router& router, int destination, int source)
-{
-    const auto open = player.ledger.open.find({router.id, destination});
-    const auto has_source = [&](const wish_id& id) {
-        return player.ledger.wishes.at(id).wished.source == source;
-    };
-    if (open != player.ledger.open.end() &&
-        std::any_of(open->second.begin(), open->second.end(), has_source))
-        return true;
-    const live_router* const live = find_live(player.desk, router.id);
-    if (live == nullptr) return false;
-    const auto troubled = live->troubled.find(destination);
-    return troubled != live->troubled.end() && has_source(troubled->second);
-}
-
 void tell_time(player& player)
 {
     see_time(player.ledger, player.now);
@@ -237,7 +220,6 @@ void change_outside(player& player, dice& dice)
     router& router = some_router(player, dice);
     const int destination = below(dice, OUTPUTS);
     const int source = below(dice, INPUTS + 1) - 1; // NO_SOURCE among them
-    if (is_wished(player, router, destination, source)) return;
     change_from_outside(router, destination, source, !one_in(dice, 3));
 }
 
