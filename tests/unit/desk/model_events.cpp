@@ -46,8 +46,10 @@ void hear_one(player& player, router& router)
 {
     // What waits in vain for longer is forgotten.
     if (router.to_report.size() == SHOWINGS_UNREPORTED) report_and_settle(player, router, 1);
-    if (router.told && !router.replies.empty())
-        see_showing(player.ledger, router.id, router.replies.front());
+    if (router.told && !router.replies.empty()) {
+        const reply& next = router.replies.front();
+        see_showing(player.ledger, router.id, next, is_awaited(router, next.destination));
+    }
     const std::vector<reply> said = hear_next(player.desk, player.now, router);
     if (find_live(player.desk, router.id) != nullptr)
         see_report(player.ledger, player.now, router.id, said);

@@ -111,6 +111,7 @@ bool was_shown_since(const ledger& ledger, const wish_seen& wish)
     if (wish.in_disorder) return true;
     const fact_seen& fact = ledger.facts.at({wish.wished.router, wish.wished.destination});
     const int source = wish.wished.source;
+    if (wish.was == source && fact.mistaken) return true;
     const auto& confusing = wish.was == source ? fact.unasked : fact.from_elsewhere;
     const auto last = confusing.find(source);
     if (last != confusing.end() && last->second > wish.heard) return true;

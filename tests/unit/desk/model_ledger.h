@@ -48,7 +48,8 @@ struct fact_seen {
     std::map<int, std::uint64_t> from_elsewhere;
     std::map<int, std::uint64_t> unasked;
     bool in_disorder = false; // the connection's answers have been
-    bool outlasted = false;   // a restart: only what has an author is known to have changed when
+    bool mistaken = false;  // one that nobody asked for came before an answer, over this connection
+    bool outlasted = false; // a restart: only what has an author is known to have changed when
 };
 
 struct ledger {
@@ -85,8 +86,8 @@ orders_seen settle(ledger& ledger, desk::desk_state& desk);
 // From now on nobody can tell which answer was asked for before a take and which after it, as long
 // as the connection lasts.
 void see_disorder(ledger& ledger, const place& where);
-// The desk has heard the router say it.
-void see_showing(ledger& ledger, const std::string& router, const reply& one);
+// The desk has heard the router say it. `awaited`: an answer for the destination is still to come.
+void see_showing(ledger& ledger, const std::string& router, const reply& one, bool awaited);
 void see_report(ledger& ledger, const desk::moment& now, const std::string& router,
                 const std::vector<reply>& said);
 // Facts are stale from now on, and takes that have not been served will never be.

@@ -64,6 +64,18 @@ reply reply_of(const router& router, int destination)
             router.served};
 }
 
+bool is_awaited(const router& router, int destination)
+{
+    const auto asks = [&](const request& one) {
+        return !one.is_take && one.sent.destination == destination;
+    };
+    const auto answers = [&](const reply& one) {
+        return one.what == reply::kind::route && one.asked && one.destination == destination;
+    };
+    return std::any_of(router.requests.begin(), router.requests.end(), asks) ||
+           std::any_of(std::next(router.replies.begin()), router.replies.end(), answers);
+}
+
 std::optional<wish_id> answer_next(router& router)
 {
     if (router.requests.empty()) return std::nullopt;

@@ -68,6 +68,9 @@ struct router {
     std::uint64_t served = 0;  // how many takes it has served
 };
 
+// Whether an answer for the destination is to come, after the next reply.
+bool is_awaited(const router& router, int destination);
+
 // What a destination shows, as the router says it now.
 reply reply_of(const router& router, int destination);
 

@@ -40,7 +40,7 @@ void see_disorder(ledger& ledger, const place& where)
         ledger.wishes.at(id).in_disorder = true;
 }
 
-void see_showing(ledger& ledger, const std::string& router, const reply& one)
+void see_showing(ledger& ledger, const std::string& router, const reply& one, bool awaited)
 {
     if (one.what != reply::kind::route) return;
     fact_seen& fact = ledger.facts[{router, one.destination}];
@@ -49,6 +49,7 @@ void see_showing(ledger& ledger, const std::string& router, const reply& one)
     ++ledger.heard;
     if (is_from_elsewhere(ledger, one.now.by)) fact.from_elsewhere[one.now.source] = ledger.heard;
     if (!one.asked) fact.unasked[one.now.source] = ledger.heard;
+    if (!one.asked && awaited) fact.mistaken = true;
 }
 
 void see_report(ledger& ledger, const moment& now, const std::string& router,
@@ -79,7 +80,7 @@ void see_connection(ledger& ledger, const std::string& router, std::uint64_t ser
             if (wish_seen& wish = ledger.wishes.at(id); where.first == router && wish.sent)
                 wish.served = wish.served.value_or(served);
     for (auto& [where, fact] : ledger.facts)
-        if (where.first == router) fact.fresh = fact.in_disorder = false;
+        if (where.first == router) fact.fresh = fact.in_disorder = fact.mistaken = false;
 }
 
 void see_restart(ledger& ledger)
