@@ -107,7 +107,8 @@ void note_what_was(live_router& live, int destination, const showing& reported, 
 bool may_be_late(const live_router& live, const wish& row, const showing& reported, monotonic now,
                  monotonic heard)
 {
-    if (row.end == outcome::unknown) return !row.found && row.was != row.wished.source;
+    if (row.was == row.wished.source) return false; // it was there before
+    if (row.end == outcome::unknown) return !row.found;
     if (row.end != outcome::timed_out && row.end != outcome::contradicted) return false;
     const auto end = live.trouble_ends.find(row.wished.destination);
     return end != live.trouble_ends.end() && reported.number >= end->second.shown &&

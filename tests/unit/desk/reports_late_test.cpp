@@ -251,3 +251,15 @@ TEST_F(LateReports, ConfirmByWhatWasShownBeforeTheLimit)
     report(0, 2);
     EXPECT_TRUE(row_of(one).confirmed_late_after);
 }
+
+TEST_F(LateReports, ConfirmNothingThatWasThereBefore)
+{
+    const auto one = take(desk, now, anna, {{}, {{{"main", 0, 0}, {}}}, true});
+    takes(0, 0);
+    link(link_state::down);
+    wait_ms(3000);
+    link(link_state::ready);
+    report(0, 0);
+    EXPECT_EQ(became(one), "timed out");
+    EXPECT_EQ(row_of(one).confirmed_late_after, std::nullopt);
+}
