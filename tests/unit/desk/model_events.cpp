@@ -38,6 +38,8 @@ void report_and_settle(player& player, router& router, std::size_t most)
 
 void answer_one(player& player, router& router)
 {
+    if (router.manner == manner::is_mute && !router.requests.empty())
+        player.ledger.facts[{router.id, router.requests.front().sent.destination}].mistaken = true;
     if (const std::optional<wish_id> taken = answer_next(router))
         see_service(player.ledger, *taken, router.served);
 }

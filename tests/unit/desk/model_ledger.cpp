@@ -139,6 +139,21 @@ void see_entry(ledger& ledger, const wish_ended& ended)
         ledger.unanswered[where].insert(ended.id);
 }
 
+// What its take has put there was reported, and stands.
+void check_time_out(ledger& ledger, const desk_state& desk, const wish_id& id)
+{
+    const auto found = ledger.wishes.find(id);
+    if (found == ledger.wishes.end() || !found->second.sent || found->second.in_disorder ||
+        found->second.cut_off)
+        return;
+    const wish_seen& wish = found->second;
+    const fact_seen& fact = ledger.facts[{wish.wished.router, wish.wished.destination}];
+    const live_router* const live = find_live(desk, wish.wished.router);
+    if (live == nullptr || !is_fresh(*live, wish.wished.destination) || fact.mistaken) return;
+    if (fact.source == wish.wished.source && wish.served && fact.reported >= *wish.served)
+        complain(ledger, "timed out, though its source was reported after its take");
+}
+
 void see_entry(ledger& ledger, const confirmed_late& late)
 {
     const auto found = ledger.wishes.find(late.id);
@@ -146,6 +161,12 @@ void see_entry(ledger& ledger, const confirmed_late& late)
     const outcome end = found->second.end;
     if (end != outcome::timed_out && end != outcome::contradicted && end != outcome::unknown)
         complain(ledger, "confirmed late, though it had ended for good");
+    if (end != outcome::unknown && found->second.outlasted)
+        complain(ledger, "confirmed late, though it had ended before a restart");
+    const bool is_known =
+        end != outcome::unknown && !found->second.maybe_sent && found->second.was != UNKNOWN_SOURCE;
+    if (is_known && !was_shown_since(ledger, found->second))
+        complain(ledger, "confirmed late by what was shown before its take");
 }
 
 void see_entry(ledger& ledger, const lock_set& set)
@@ -337,6 +358,9 @@ orders_seen settle(ledger& ledger, desk_state& desk)
     orders_seen seen;
     for (const entry& entry : desk.entries) {
         std::visit([&](const auto& what) { see_entry(ledger, what); }, entry.what);
+        const auto* const ended = std::get_if<wish_ended>(&entry.what);
+        if (ended != nullptr && ended->end == outcome::timed_out)
+            check_time_out(ledger, desk, ended->id);
         apply_entry(ledger.replayed, entry);
         if (ledger.keeps_entries) ledger.entries.push_back(entry);
     }

@@ -22,6 +22,8 @@ struct wish_seen {
     std::string person;
     desk::outcome end = desk::outcome::open;
     bool ordered = false;
+    bool outlasted = false;  // a restart, as ended
+    bool cut_off = false;    // the connection over which its take was sent has ended
     bool sent = false;       // to the router
     bool maybe_sent = false; // as far as the desk can know
     // The router's number of its take; of one that was lost on the way, of the last before it.
@@ -47,9 +49,10 @@ struct fact_seen {
     // one that might be taken for an answer.
     std::map<int, std::uint64_t> from_elsewhere;
     std::map<int, std::uint64_t> unasked;
-    bool in_disorder = false; // the connection's answers have been
-    bool mistaken = false;  // one that nobody asked for came before an answer, over this connection
-    bool outlasted = false; // a restart: only what has an author is known to have changed when
+    std::uint64_t reported = 0; // how many takes its router had served by what was reported last
+    bool in_disorder = false;   // the connection's answers have been
+    bool mistaken = false;      // an answer may have been taken for another's, over this connection
+    bool outlasted = false;     // a restart: only what has an author is known to have changed when
 };
 
 struct ledger {

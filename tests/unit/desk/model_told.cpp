@@ -67,6 +67,7 @@ void see_report(ledger& ledger, const moment& now, const std::string& router,
         }
         fact.source = fact.last = one.now.source;
         fact.fresh = true;
+        fact.reported = one.served;
         std::set<wish_id>& by = fact.changes.back().by;
         by.insert(one.now.by.begin(), one.now.by.end());
         add_possible_authors(ledger, where, fact);
@@ -77,8 +78,10 @@ void see_connection(ledger& ledger, const std::string& router, std::uint64_t ser
 {
     for (auto& [where, open] : ledger.open)
         for (const wish_id& id : open)
-            if (wish_seen& wish = ledger.wishes.at(id); where.first == router && wish.sent)
+            if (wish_seen& wish = ledger.wishes.at(id); where.first == router && wish.sent) {
+                wish.cut_off = true;
                 wish.served = wish.served.value_or(served);
+            }
     for (auto& [where, fact] : ledger.facts)
         if (where.first == router) fact.fresh = fact.in_disorder = fact.mistaken = false;
 }
@@ -90,6 +93,8 @@ void see_restart(ledger& ledger)
         fact.source = UNKNOWN_SOURCE;
         fact.outlasted = true;
     }
+    for (auto& [id, wish] : ledger.wishes)
+        wish.outlasted = wish.end != outcome::open;
     ledger.revisions.clear();
     ledger.removed_revision = 0;
     ledger.seen.clear();
