@@ -32,6 +32,15 @@ objection check_group(const desk_state& desk, const actor& actor, const std::str
     return {};
 }
 
+// Rights that are limited to a group of destinations go by its name on every router.
+bool is_engineer_of_all(const house& house, const actor& actor, const std::string& group)
+{
+    return std::all_of(house.routers.begin(), house.routers.end(), [&](const auto& router) {
+        return !has_group(router.second, side::destinations, group) ||
+               right_on(actor.may, router.first) >= right::engineer;
+    });
+}
+
 // The caller has checked all that may speak against it.
 void move_members(desk_state& desk, const moment& now, const actor& actor,
                   const std::string& router, side side, const std::string& from,
@@ -74,6 +83,9 @@ objection rename_group(desk_state& desk, const moment& now, const actor& actor,
     const std::string wanted = cut_text(new_name);
     if (wanted.empty()) return {reason::bad_value, "a group needs a name"};
     if (wanted == name) return {};
+    if (side == side::destinations && !is_engineer_of_all(desk.house, actor, name))
+        return {reason::no_right,
+                actor.person + " is no engineer of every router that has a group " + name};
     const bool taken = side == side::sources ? has_group(*find_router(desk, router), side, wanted)
                                              : is_group_of_destinations(desk.house, wanted);
     if (taken) return {reason::name_taken, "there is already a group called " + wanted};

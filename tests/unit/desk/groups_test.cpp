@@ -104,6 +104,22 @@ TEST_F(Groups, AreForEngineers)
     EXPECT_THAT(desk.entries, IsEmpty());
 }
 
+// Rights that are limited to the group go by its name on every router.
+TEST_F(Groups, OfDestinationsAreRenamedByEngineersOfAllTheirRouters)
+{
+    label(1, "", "Monitors");
+    label(2, "", "Monitors", side::destinations, "back");
+    label(1, "", "Cameras", side::sources);
+    label(2, "", "Cameras", side::sources, "back");
+    const actor mia{"mia", "test", {right::view, {{"main", right::engineer}}, {}}};
+    EXPECT_EQ(said(rename_group(desk, now, mia, "main", side::destinations, "Monitors", "x")),
+              "noRight: mia is no engineer of every router that has a group Monitors");
+    EXPECT_THAT(desk.entries, IsEmpty());
+    EXPECT_EQ(said(rename_group(desk, now, mia, "main", side::sources, "Cameras", "x")), "");
+    label(2, "", "Tape", side::destinations, "back");
+    EXPECT_EQ(said(rename_group(desk, now, mia, "main", side::destinations, "Monitors", "x")), "");
+}
+
 TEST_F(Groups, OfDestinationsAreLookedForOnAllRouters)
 {
     label(1, "", "Monitors", side::destinations, "back");
