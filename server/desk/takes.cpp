@@ -43,6 +43,12 @@ objection check_link(const house_router& router, const live_router& live)
     return {};
 }
 
+std::size_t count_open(const live_router& live, int destination)
+{
+    const auto open = live.open.find(destination);
+    return open == live.open.end() ? 0 : open->second.size();
+}
+
 objection check_source_before(const desk_state& desk, const live_router& live, const route& wished,
                               int if_source)
 {
@@ -54,13 +60,9 @@ objection check_source_before(const desk_state& desk, const live_router& live, c
         return {reason::changed_since,
                 name + " shows " + source_name(desk, wished.router, shown) + " by now, " +
                     taker_text(desk, wished.router, wished.destination, shown)};
+    if (count_open(live, wished.destination) > 0)
+        return {reason::changed_since, "another take of " + name + " is under way"};
     return {};
-}
-
-std::size_t count_open(const live_router& live, int destination)
-{
-    const auto open = live.open.find(destination);
-    return open == live.open.end() ? 0 : open->second.size();
 }
 
 // `found` is what the caller has found against the row itself.

@@ -11,7 +11,7 @@ namespace desk {
 
 struct take_row {
     route wished;
-    std::optional<int> if_source; // goes only while the destination is known to show this
+    std::optional<int> if_source; // goes only while this is known to be shown, and no wish is open
 };
 
 // What every command has that makes a batch.

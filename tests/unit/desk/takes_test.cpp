@@ -166,6 +166,19 @@ TEST_F(Takes, AreBlockedWhenTheFactHasChanged)
               "factUnknown: what MON D shows is not known");
 }
 
+// What the destination shows is about to change: two who have seen the same must not both go.
+TEST_F(Takes, AreBlockedByAWishThatIsOpenWhenTheFactMustNotChange)
+{
+    const take_request seen = request_of({{{"main", 1, 3}, 0}});
+    EXPECT_EQ(said(take(desk, now, anna, seen), 0), "goes");
+    EXPECT_EQ(said(take(desk, now, ben, seen), 0),
+              "changedSince: another take of MON B is under way");
+    carry_out(1, 3);
+    EXPECT_EQ(said(take(desk, now, ben, seen), 0),
+              "changedSince: MON B shows CAM 4 by now, taken by anna");
+    EXPECT_EQ(said(take(desk, now, ben, request_of({{{"main", 1, 4}, 3}})), 0), "goes");
+}
+
 TEST_F(Takes, AreBlockedByWhatTheCallerFound)
 {
     const take_request request = request_of({{{"main", 0, 2}, {}}, {{"main", 1, 2}, {}}});
