@@ -1,6 +1,7 @@
 #include "server/web/serving.h"
 
 #include <algorithm>
+#include <array>
 #include <poll.h>
 
 #include "server/accounts/kept_accounts.h"
@@ -16,6 +17,10 @@
 namespace web {
 
 namespace {
+// They take away what somebody could do.
+constexpr auto REVOCATIONS = std::to_array<std::string_view>(
+    {"signOut", "setPerson", "removePerson", "changePassword", "removeToken"});
+
 void give_to_journal(server& server)
 {
     count_entries(server.metrics, server.desk.house, server.desk.entries);
@@ -54,8 +59,24 @@ bool is_kept(const server& server, const waiting_answer& waiting, const desk::mo
            now.steady >= waiting.kept_by;
 }
 
+// Whoever shuts somebody out must know when a restart lets them in again.
+void tell_unkept_revocation(const server& server, waiting_answer& waiting)
+{
+    response& given = waiting.answer.response;
+    const bool revokes = std::find(REVOCATIONS.begin(), REVOCATIONS.end(), waiting.answer.route) !=
+                         REVOCATIONS.end();
+    if (!revokes || given.status >= 300 || server.kept >= waiting.kept_to) return;
+    response told = problem_response(
+        {"journalFailing",
+         "This holds now, but is not kept yet: a restart of the server before that undoes it."});
+    std::copy_if(given.headers.begin(), given.headers.end(), std::back_inserter(told.headers),
+                 [](const auto& header) { return header.first == "Set-Cookie"; });
+    given = std::move(told);
+}
+
 void give(server& server, const desk::moment& now, request_id id, waiting_answer&& waiting)
 {
+    tell_unkept_revocation(server, waiting);
     answer& answer = waiting.answer;
     const int status = answer.subprotocol.empty() ? answer.response.status : 101;
     ++server.metrics.requests[{std::string(answer.route), status}];

@@ -190,6 +190,44 @@ TEST_F(People, AreSignedOutWithANewPassword)
     EXPECT_EQ(ask(method::get, "/api/v1/session").status, 401);
 }
 
+TEST_F(People, AreToldWhenAChangeOfTheirsIsNotKept)
+{
+    server.kept = 0;
+    server.journal.news.health.failure = "disk I/O error";
+    pass();
+    const response shut = ask(method::patch, "/api/v1/people/ben", R"({"disabled": true})");
+    EXPECT_EQ(code_of(shut), "503 journalFailing");
+    EXPECT_EQ(
+        json_of(shut)["detail"],
+        "This holds now, but is not kept yet: a restart of the server before that undoes it.");
+    EXPECT_TRUE(server.accounts.people["ben"].disabled);
+    EXPECT_EQ(code_of(ask(method::remove, "/api/v1/people/ben")), "503 journalFailing");
+    EXPECT_FALSE(server.accounts.people.contains("ben"));
+    EXPECT_EQ(code_of(ask(method::remove, "/api/v1/people/ben")), "404 noSuchPerson");
+    const response changed = ask_with_password(
+        method::put, "/api/v1/people/me/password",
+        R"({"old": "correct horse battery staple", "new": "quiet harbour lantern"})");
+    EXPECT_EQ(code_of(changed), "503 journalFailing");
+    with_cookie(header_of(changed, "Set-Cookie")); // the new session goes on
+    const response out = ask(method::remove, "/api/v1/session");
+    EXPECT_EQ(code_of(out), "503 journalFailing");
+    EXPECT_THAT(header_of(out, "Set-Cookie"), testing::HasSubstr("Max-Age=0"));
+    EXPECT_EQ(ask(method::get, "/api/v1/session").status, 401);
+}
+
+TEST_F(People, AreToldInTimeWhenTheDiskIsTooSlow)
+{
+    server.kept = 0;
+    const request_id slow = send(method::remove, "/api/v1/people/ben");
+    EXPECT_FALSE(answers.contains(slow));
+    wait(LONGEST_KEEPING);
+    EXPECT_EQ(code_of(answers[slow]), "503 journalFailing");
+    const request_id kept = send(method::patch, "/api/v1/people/ana", R"({"name": "Ana"})");
+    server.kept = server.given;
+    wait(LONGEST_KEEPING);
+    EXPECT_EQ(answers[kept].status, 200);
+}
+
 TEST_F(People, KeepOneWhoAdministers)
 {
     const response refused = ask(method::patch, "/api/v1/people/ana", R"({"disabled": true})");

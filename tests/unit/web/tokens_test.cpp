@@ -45,6 +45,18 @@ TEST_F(Tokens, ActForPrograms)
     EXPECT_EQ(ask(method::get, "/api/v1/session").status, 401);
 }
 
+TEST_F(Tokens, HoldAgainAfterARestartWhenTheirEndIsNotKept)
+{
+    ask(method::post, TOKENS, playout);
+    server.kept = 0;
+    server.journal.news.health.failure = "disk I/O error";
+    pass();
+    const response removed = ask(method::remove, "/api/v1/tokens/playout");
+    EXPECT_EQ(removed.status, 503);
+    EXPECT_EQ(json_of(removed)["code"], "journalFailing");
+    EXPECT_TRUE(server.accounts.tokens.empty());
+}
+
 TEST_F(Tokens, AreNotMadeWithValuesThatCannotBe)
 {
     const std::map<std::string, std::string> bodies = {
