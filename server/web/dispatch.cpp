@@ -66,6 +66,12 @@ bool read_body(const request& request, json& body, problem& wrong)
     return false;
 }
 
+bool is_encoded(const request& request)
+{
+    const std::string* const encoding = find_header(request, "content-encoding");
+    return encoding != nullptr && !common::same_name(*encoding, "identity");
+}
+
 answer refuse(const problem& wrong, const std::string& header = {}, const std::string& value = {})
 {
     answer refused(wrong);
@@ -120,6 +126,9 @@ answer call_route(server& server, const desk::moment& now, const request& reques
     if (match.found->open && request.body.size() > LONGEST_OPEN_BODY)
         return problem{"bodyTooLarge", "A body has at most 8 KiB here."};
     if (!are_known(request, *match.found, wrong)) return wrong;
+    if (!request.body.empty() && is_encoded(request))
+        return refuse({"unsupportedMediaType", "Send the body without a Content-Encoding."},
+                      "Accept-Encoding", "identity");
     if (!read_body(request, call.body, wrong)) return wrong;
     if (changes)
         return call_once(server, call, *match.found, [&]() -> answer {

@@ -94,6 +94,19 @@ TEST_F(Dispatch, ReadsJsonAlone)
     EXPECT_TRUE(server.log.lines.empty());
 }
 
+TEST_F(Dispatch, ReadsNoBodyThatIsEncoded)
+{
+    for (const char* const encoding : {"gzip", "identity, gzip", "x"}) {
+        headers = {{"content-encoding", encoding}};
+        const response refused = ask(method::post, "/api/v1/undo", "{}");
+        EXPECT_EQ(refused.status, 415) << encoding;
+        EXPECT_EQ(json_of(refused)["detail"], "Send the body without a Content-Encoding.");
+        EXPECT_EQ(header_of(refused, "Accept-Encoding"), "identity");
+    }
+    headers = {{"content-encoding", "Identity"}};
+    EXPECT_EQ(code_of_answer(method::post, "/api/v1/undo", "{}"), "nothingToDo");
+}
+
 TEST_F(Dispatch, ReadsLittleOfThoseWhoHaveNotSignedIn)
 {
     server.settings.demonstration = false;
