@@ -30,7 +30,8 @@ std::vector<live_topic> read_topics(const said& said, const json& names)
         if (!wrong)
             topics.push_back(*topic);
         else
-            tell_error(said.server, said.now, said.stream, said.client, *wrong, name);
+            tell_error(said.server, said.now, said.stream, said.client, *wrong,
+                       desk::cut_text(name));
     }
     return topics;
 }

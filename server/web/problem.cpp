@@ -7,6 +7,8 @@
 namespace web {
 
 namespace {
+constexpr std::size_t LONGEST_TOLD = 1000; // bytes of a text; what follows is left out
+
 struct problem_kind {
     std::string_view code;
     int status = 0;
@@ -95,6 +97,12 @@ std::string type_of(std::string_view code)
     }
     return type;
 }
+
+// A text that repeats what was asked with is as long as that, three times in one problem.
+std::string bounded(const std::string& text)
+{
+    return text.size() <= LONGEST_TOLD ? text : text.substr(0, LONGEST_TOLD) + "...";
+}
 } // namespace
 
 int status_of(std::string_view code)
@@ -110,7 +118,7 @@ response problem_response(const problem& problem)
                                    {"title", kind.title},
                                    {"status", status},
                                    {"code", problem.code},
-                                   {"detail", problem.detail}};
+                                   {"detail", bounded(problem.detail)}};
     if (!problem.router.empty()) body["router"] = problem.router;
     if (problem.destination) body["destination"] = *problem.destination;
     if (!problem.locked_by.empty())
@@ -118,8 +126,9 @@ response problem_response(const problem& problem)
     if (!problem.operation.empty()) body["operation"] = problem.operation;
     for (std::size_t i = 0; i < std::min(problem.errors.size(), ERRORS_TOLD); ++i) {
         const problem_at& each = problem.errors[i];
-        body["errors"].push_back(
-            {{"pointer", each.pointer}, {"code", each.code}, {"detail", each.detail}});
+        body["errors"].push_back({{"pointer", bounded(each.pointer)},
+                                  {"code", each.code},
+                                  {"detail", bounded(each.detail)}});
     }
     constexpr auto REPLACE = nlohmann::ordered_json::error_handler_t::replace; // what is no UTF-8
     return {status, "application/problem+json", body.dump(-1, ' ', false, REPLACE), {}};

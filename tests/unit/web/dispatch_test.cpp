@@ -107,6 +107,19 @@ TEST_F(Dispatch, ReadsNoBodyThatIsEncoded)
     EXPECT_EQ(code_of_answer(method::post, "/api/v1/undo", "{}"), "nothingToDo");
 }
 
+TEST_F(Dispatch, RepeatsLittleOfWhatItDoesNotKnow)
+{
+    const std::string name(900'000, 'x');
+    for (const std::string& body :
+         {json{{name, 1}}.dump(), R"({"rule":)" + name + "}", json{{"rule", name}}.dump()}) {
+        const response refused = ask(method::post, "/api/v1/undo", body);
+        EXPECT_GE(refused.status, 400);
+        EXPECT_LT(refused.body.size(), 4000U);
+    }
+    EXPECT_LT(ask(method::post, "/api/v1/undo?" + std::string(8000, 'x') + "=1", "{}").body.size(),
+              4000U);
+}
+
 TEST_F(Dispatch, ReadsLittleOfThoseWhoHaveNotSignedIn)
 {
     server.settings.demonstration = false;
