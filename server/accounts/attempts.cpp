@@ -1,6 +1,9 @@
 #include "server/accounts/attempts.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
+#include <cstdint>
+#include <iterator>
 
 namespace accounts {
 
@@ -14,10 +17,20 @@ std::size_t failures_of(const tallies& all, const std::string& whose, desk::mono
     return found->second.count;
 }
 
-desk::monotonic wait_after(std::size_t failures)
+// "2001:db8:0:7::/64" of an IPv6 address, whose clients choose the rest of it themselves.
+std::string network_of(const std::string& address)
+{
+    in6_addr bytes{};
+    if (inet_pton(AF_INET6, address.c_str(), &bytes) != 1) return address;
+    std::fill(std::begin(bytes.s6_addr) + 8, std::end(bytes.s6_addr), std::uint8_t{0});
+    char text[INET6_ADDRSTRLEN];
+    return std::string(inet_ntop(AF_INET6, &bytes, text, sizeof text)) + "/64";
+}
+
+desk::monotonic wait_after(std::size_t failures, std::size_t without_wait)
 {
     desk::monotonic wait{};
-    for (std::size_t i = FAILURES_WITHOUT_WAIT; i <= failures && wait < LONGEST_WAIT; ++i)
+    for (std::size_t i = without_wait; i <= failures && wait < LONGEST_WAIT; ++i)
         wait = wait == desk::monotonic{} ? desk::monotonic(FIRST_WAIT) : 2 * wait;
     return std::min<desk::monotonic>(wait, LONGEST_WAIT);
 }
@@ -45,23 +58,26 @@ bool too_many_under_way(const attempts& attempts, const std::string& address)
 std::optional<desk::monotonic> begin_attempt(attempts& attempts, desk::monotonic now,
                                              const std::string& account, const std::string& address)
 {
-    if (too_many_under_way(attempts, address) ||
-        !attempts.under_way.insert({address, account}).second)
+    const std::string network = network_of(address);
+    if (too_many_under_way(attempts, network) ||
+        !attempts.under_way.insert({network, account}).second)
         return std::nullopt;
-    return wait_after(std::max(failures_of(attempts.on_account, account, now),
-                               failures_of(attempts.from_address, address, now)));
+    return std::max(
+        wait_after(failures_of(attempts.on_account, account, now), FAILURES_WITHOUT_WAIT),
+        wait_after(failures_of(attempts.from_address, network, now), FAILURES_OF_ADDRESS));
 }
 
 void end_attempt(attempts& attempts, desk::monotonic now, const std::string& account,
                  const std::string& address, bool succeeded)
 {
-    attempts.under_way.erase({address, account});
+    const std::string network = network_of(address);
+    attempts.under_way.erase({network, account});
     if (succeeded) {
         attempts.on_account.erase(account);
         return; // the address keeps its failures: on other accounts, they may have been attacks
     }
     count_failure(attempts.on_account, account, now);
-    count_failure(attempts.from_address, address, now);
+    count_failure(attempts.from_address, network, now);
 }
 
 } // namespace accounts

@@ -1,6 +1,6 @@
-// How fast passwords may be tried: the more attempts have failed on an account or from an address,
-// the longer the next one waits before it is looked at. None is refused for what others have tried,
-// so nobody can lock the owner of an account out; its owner waits LONGEST_WAIT at most.
+// How fast passwords may be tried: the more attempts have failed on an account, or very many more
+// from an address, the longer the next one waits before it is looked at. Of an IPv6 address its /64
+// counts, which is one client's. Nobody can lock an account's owner out: the wait has a longest.
 #pragma once
 
 #include <map>
@@ -22,7 +22,7 @@ struct failures {
 struct attempts {
     std::map<std::string, failures, std::less<>>
         on_account; // by the name given, that of nobody too
-    std::map<std::string, failures, std::less<>> from_address; // by the client's
+    std::map<std::string, failures, std::less<>> from_address; // by the client's, or its network
     std::set<std::pair<std::string, std::string>> under_way;   // address, account
 };
 

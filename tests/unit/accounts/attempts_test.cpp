@@ -43,20 +43,45 @@ TEST_F(Attempts, WaitTheLongerTheMoreHaveFailed)
                 ElementsAre(0, 0, 0, 500, 1000, 2000, 4000, 5000, 5000));
 }
 
-TEST_F(Attempts, OfAnAccountAndOfAnAddressCountEach)
+// One address may be that of everybody: of a proxy, of the machine itself.
+TEST_F(Attempts, OfAnAccountDoNotHoldUpOthersFromTheirAddress)
 {
-    fail_often(4, "anna", "10.0.0.5");
-    EXPECT_EQ(fail("anna", "10.0.0.6"), 1000);
-    EXPECT_EQ(fail("ben", "10.0.0.5"), 1000);
-    EXPECT_EQ(fail("ben", "10.0.0.6"), 0);
+    fail_often(9, "anna", "10.0.0.5");
+    EXPECT_EQ(fail("ben", "10.0.0.5"), 0);
+    EXPECT_EQ(fail("anna", "10.0.0.6"), 5000);
+}
+
+TEST_F(Attempts, OfAnybodyFromAnAddressWaitWhenVeryManyHaveFailed)
+{
+    for (std::size_t i = 0; i < FAILURES_OF_ADDRESS; ++i)
+        EXPECT_EQ(fail(std::to_string(i), "10.0.0.5"), 0);
+    EXPECT_EQ(fail("ben", "10.0.0.5"), 500);
+    EXPECT_EQ(fail("anna", "10.0.0.5"), 1000);
+    EXPECT_EQ(fail("anna", "10.0.0.6"), 0);
+}
+
+TEST_F(Attempts, OfAnIpv6NetworkCountTogether)
+{
+    for (std::size_t i = 0; i < FAILURES_OF_ADDRESS; ++i)
+        fail(std::to_string(i), "2001:db8:0:7::" + std::to_string(i + 1));
+    EXPECT_EQ(fail("anna", "2001:db8:0:7:ffff::9"), 500);
+    EXPECT_EQ(fail("anna", "2001:db8:0:8::1"), 0);
+    EXPECT_TRUE(begin_attempt(tried, now, "ben", "2001:db8:0:9::1"));
+    EXPECT_FALSE(begin_attempt(tried, now, "ben", "2001:db8:0:9::2"));
+    end_attempt(tried, now, "ben", "2001:db8:0:9::1", true);
+    EXPECT_TRUE(begin_attempt(tried, now, "ben", "2001:db8:0:9::2"));
 }
 
 TEST_F(Attempts, SucceedingClearsTheAccountAlone)
 {
-    fail_often(4, "anna", "10.0.0.5");
-    EXPECT_EQ(attempt("anna", "10.0.0.6", true), 1000);
+    for (std::size_t i = 1; i < FAILURES_OF_ADDRESS; ++i)
+        fail(std::to_string(i % 50), "10.0.0.5");
+    fail_often(4, "anna", "10.0.0.6");
+    EXPECT_EQ(attempt("anna", "10.0.0.7", true), 1000);
     EXPECT_EQ(fail("anna", "10.0.0.6"), 0);
-    EXPECT_EQ(fail("ben", "10.0.0.5"), 1000);
+    EXPECT_EQ(attempt("anna", "10.0.0.5", true), 0);
+    EXPECT_EQ(fail("anna", "10.0.0.5"), 0);
+    EXPECT_EQ(fail("anna", "10.0.0.5"), 500);
 }
 
 TEST_F(Attempts, AreForgottenInTime)
