@@ -7,7 +7,11 @@
 namespace web {
 
 namespace {
-constexpr std::string_view COOKIE = "session";
+// Under TLS browsers take one of such a name from this host alone, and only by TLS.
+std::string_view cookie_name(const server& server)
+{
+    return server.settings.secure ? "__Host-session" : "session";
+}
 
 std::string_view trimmed(std::string_view text)
 {
@@ -36,7 +40,7 @@ bool is_ours(const server& server, std::string_view origin, const std::string& h
 }
 } // namespace
 
-std::string session_secret(const request& request)
+std::string session_secret(const server& server, const request& request)
 {
     const std::string* const header = find_header(request, "cookie");
     if (header == nullptr) return {};
@@ -46,7 +50,7 @@ std::string session_secret(const request& request)
         rest.remove_prefix(std::min(rest.size(), rest.find(';')));
         if (rest.starts_with(';')) rest.remove_prefix(1);
         const auto end = one.find('=');
-        if (end != std::string_view::npos && one.substr(0, end) == COOKIE)
+        if (end != std::string_view::npos && one.substr(0, end) == cookie_name(server))
             return std::string(one.substr(end + 1));
     }
     return {};
@@ -59,7 +63,8 @@ bool find_actor(server& server, const desk::moment& now, const request& request,
         if (accounts::actor_of_token(server.accounts, now, *token, accounts::token_kind::api,
                                      actor))
             return true;
-    } else if (accounts::actor_of_session(server.accounts, now, session_secret(request), actor)) {
+    } else if (accounts::actor_of_session(server.accounts, now, session_secret(server, request),
+                                          actor)) {
         return true;
     } else if (server.settings.demonstration) {
         actor = {"guest", "panel", {desk::right::administer, {}, {}}};
@@ -94,7 +99,7 @@ bool comes_from_us(const server& server, const request& request, bool changes, p
 
 std::string session_cookie(const server& server, const std::string& secret)
 {
-    std::string cookie(COOKIE);
+    std::string cookie(cookie_name(server));
     cookie += "=" + secret + "; Path=/; HttpOnly; SameSite=Strict";
     if (server.settings.secure) cookie += "; Secure";
     if (secret.empty()) cookie += "; Max-Age=0";

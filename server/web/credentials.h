@@ -7,8 +7,8 @@
 
 namespace web {
 
-// The secret in the cookie `session`; empty when there is none.
-std::string session_secret(const request& request);
+// The secret in the cookie of a session; empty when there is none.
+std::string session_secret(const server& server, const request& request);
 
 // By the token in `Authorization`, else by the cookie. In a demonstration without either: a guest
 // who may do everything. False, with the problem, when it is nobody.

@@ -16,7 +16,7 @@ const problem WRONG_PASSWORD = {"wrongPassword", "The name or the password is wr
 const accounts::session* session_of(const server& server, const request& request)
 {
     if (find_header(request, "authorization") != nullptr) return nullptr;
-    return accounts::find_session(server.accounts, session_secret(request));
+    return accounts::find_session(server.accounts, session_secret(server, request));
 }
 
 // Of a person who may: the session begins with the answer.
@@ -165,7 +165,7 @@ answer get_session(server& server, const call& call)
 answer sign_out(server& server, const call& call)
 {
     if (session_of(server, call.request) != nullptr)
-        accounts::end_session(server.accounts, call.now, session_secret(call.request));
+        accounts::end_session(server.accounts, call.now, session_secret(server, call.request));
     return response{204, "", "", {{"Set-Cookie", session_cookie(server, "")}}};
 }
 

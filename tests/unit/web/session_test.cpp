@@ -44,6 +44,19 @@ TEST_F(Sessions, BeginWithThePassword)
     EXPECT_EQ(ask(method::get, "/api/v1/session").status, 401);
 }
 
+// A cookie of that name cannot be set by a page of another host, or without TLS.
+TEST_F(Sessions, AreTheHostsOwnWhereThereIsTls)
+{
+    server.settings.secure = true;
+    const std::string cookie = header_of(sign_in("ben", "river otter lantern"), "Set-Cookie");
+    EXPECT_THAT(cookie, testing::StartsWith("__Host-session="));
+    EXPECT_THAT(cookie, testing::EndsWith("; Path=/; HttpOnly; SameSite=Strict; Secure"));
+    with_cookie(cookie);
+    EXPECT_EQ(ask(method::get, "/api/v1/session").status, 200);
+    with_cookie(cookie.substr(sizeof "__Host-" - 1));
+    EXPECT_EQ(ask(method::get, "/api/v1/session").status, 401);
+}
+
 TEST_F(Sessions, TellNothingOfWhoThereIs)
 {
     const response wrong = sign_in("ben", "incorrect");
