@@ -49,9 +49,8 @@ class journal_level : public spdlog::custom_flag_formatter {
 // Whether it would do something to a terminal, or to the order in which its neighbours are shown.
 bool is_control(std::uint32_t code)
 {
-    return code < ' ' || (code >= 0x7F && code < 0xA0) || code == 0x061C || code == 0x200E ||
-           code == 0x200F || (code >= 0x2028 && code <= 0x202E) ||
-           (code >= 0x2066 && code <= 0x2069) || code == common::NO_CHARACTER;
+    return code < ' ' || (code >= 0x7F && code < 0xA0) || common::is_unseen(code) ||
+           code == common::NO_CHARACTER;
 }
 
 // With a blank for each control and each byte that is no UTF-8.

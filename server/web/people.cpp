@@ -50,7 +50,7 @@ struct person_wanted {
 
 void read_password(fields& body, const char* name, std::optional<std::string>& password)
 {
-    password = read_text(body, name, SIZE_MAX);
+    password = read_secret(body, name, SIZE_MAX);
     if (!password) return;
     const std::string complaint = accounts::password_complaint(*password);
     if (!complaint.empty()) complain(body, name, complaint);
@@ -212,7 +212,7 @@ answer change_password(server& server, const call& call)
     fields body = fields_of(call.body, "", wrong);
     require(body, "old");
     require(body, "new");
-    const std::string old = read_text(body, "old", accounts::LONGEST_PASSWORD).value_or("");
+    const std::string old = read_secret(body, "old", accounts::LONGEST_PASSWORD).value_or("");
     std::optional<std::string> fresh;
     read_password(body, "new", fresh);
     finish(body);

@@ -114,7 +114,7 @@ answer make_first_administrator(server& server, const call& call)
         require(body, name);
     const std::string code = read_text(body, "code", 64, 1).value_or("");
     const std::string id = read_text(body, "id").value_or("");
-    const std::string password = read_text(body, "password", SIZE_MAX).value_or("");
+    const std::string password = read_secret(body, "password", SIZE_MAX).value_or("");
     accounts::person wanted;
     wanted.name = read_text(body, "name", 255, 1).value_or("");
     wanted.may.usual = desk::right::administer;
@@ -144,7 +144,7 @@ answer sign_in(server& server, const call& call)
     require(body, "person");
     const std::string person = read_text(body, "person", 255, 1).value_or("");
     const std::string password =
-        read_text(body, "password", accounts::LONGEST_PASSWORD).value_or("");
+        read_secret(body, "password", accounts::LONGEST_PASSWORD).value_or("");
     finish(body);
     if (!wrong.empty()) return problem_of(wrong);
     if (server.settings.demonstration) return sign_in_by_name(server, call, person);

@@ -1,5 +1,9 @@
 #include "tools/common/characters.h"
 
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
 namespace common {
 
 namespace {
@@ -43,6 +47,16 @@ bool is_utf8(std::string_view text)
         text.remove_prefix(first.length);
     }
     return true;
+}
+
+bool is_unseen(std::uint32_t code)
+{
+    constexpr std::pair<std::uint32_t, std::uint32_t> RANGES[] = {
+        {0x00AD, 0x00AD}, {0x061C, 0x061C}, {0x180E, 0x180E}, {0x200B, 0x200F},  {0x2028, 0x202E},
+        {0x2060, 0x206F}, {0xFEFF, 0xFEFF}, {0xFFF9, 0xFFFB}, {0xE0000, 0xE007F}};
+    return std::any_of(std::begin(RANGES), std::end(RANGES), [&](const auto& range) {
+        return code >= range.first && code <= range.second;
+    });
 }
 
 } // namespace common

@@ -20,4 +20,8 @@ character first_character(std::string_view text);
 
 bool is_utf8(std::string_view text);
 
+// A character without a shape of its own: it acts on its neighbours, on their order or on where
+// lines end.
+bool is_unseen(std::uint32_t code);
+
 } // namespace common

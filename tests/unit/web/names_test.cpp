@@ -74,6 +74,41 @@ TEST_F(Names, AreNumbersUntilTheRouterHasBeenRead)
     EXPECT_EQ(ask(method::get, "/api/v1/routers/new/destinations/256").status, 404);
 }
 
+// They change how their neighbours look, or make two names look the same.
+TEST_F(Names, AndWordsHaveNoCharactersThatAreNotSeen)
+{
+    const struct {
+        method how;
+        std::string target;
+        std::string before; // and after the character
+        std::string after = "\"}";
+    } cases[] = {
+        {method::patch, ROUTER, R"({"name":"A)"},
+        {method::patch, ROUTER + "/sources/1", R"({"alias":"A)"},
+        {method::patch, ROUTER + "/sources", R"({"rows":[{"index":1,"group":"A)", "\"}]}"},
+        {method::put, ROUTER + "/destinations/1/lock", R"({"mode":"lock","reason":"A)"},
+        {method::put, ROUTER + "/destinations/1/route", R"({"source":1,"reason":"A)"},
+        {method::post, "/api/v1/undo", R"({"reason":"A)"},
+        {method::post, "/api/v1/salvos", R"({"name":"A)",
+         R"(","rows":[{"router":"r1","destination":1,"source":5}]})"},
+        {method::post, "/api/v1/salvos", R"({"name":"x","note":"A)",
+         R"(","rows":[{"router":"r1","destination":1,"source":5}]})"},
+    };
+    for (const auto& each : cases) {
+        for (const char* const unseen : {"\\u202e", "\\u200b", "\\u2066", "\\ufeff", "\\u00ad"}) {
+            const response refused = ask(each.how, each.target, each.before + unseen + each.after);
+            EXPECT_EQ(refused.status, 422) << each.target << " " << each.before << unseen;
+            EXPECT_THAT(refused.body, testing::HasSubstr(" has a character that is not seen, U+"));
+        }
+    }
+    EXPECT_EQ(json_of(ask(method::patch, ROUTER, "{\"name\":\"A\u202e\"}"))["detail"],
+              "name has a character that is not seen, U+202E");
+    EXPECT_EQ(json_of(ask(method::remove,
+                          ROUTER + "/destinations/1/lock?reason=on%E2%80%8Bair"))["detail"],
+              "reason has a character that is not seen, U+200B");
+    EXPECT_EQ(ask(method::patch, ROUTER, R"({"name":"Zürich 東京"})").status, 200);
+}
+
 TEST_F(Names, AreFoundByPosition)
 {
     EXPECT_EQ(found("0"), "0");

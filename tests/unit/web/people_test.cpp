@@ -124,6 +124,20 @@ TEST_F(People, AreNotChangedWhenTheyWereChangedMeanwhile)
     EXPECT_EQ(server.accounts.people["ben"].password, "hash of river otter lantern");
 }
 
+TEST_F(People, HaveSeenNamesAndAnyPassword)
+{
+    const auto added = [&](const std::string& id, const std::string& name) {
+        const plain wanted = {{"id", id},
+                              {"name", name},
+                              {"password", "quiet \u200d harbour"},
+                              {"rights", {{"usual", "view"}, {"exceptions", plain::object()}}}};
+        return ask_with_password(method::post, "/api/v1/people", wanted.dump());
+    };
+    EXPECT_EQ(added("cleo", "Cleo").status, 201);
+    EXPECT_EQ(json_of(added("cleo2", "Cleo\u200b"))["detail"],
+              "name has a character that is not seen, U+200B");
+}
+
 TEST_F(People, AreAddedOnceWhenTwoAskAtOnce)
 {
     const std::string cleo = R"({"id": "cleo", "name": "Cleo", "password": "quiet harbour",
