@@ -7,6 +7,7 @@
 
 #include "server/accounts/kept_accounts.h"
 #include "server/accounts/people.h"
+#include "server/desk/people.h"
 #include "server/desk/start.h"
 #include "server/journal/saved_house.h"
 #include "server/program/clocks.h"
@@ -35,6 +36,10 @@ bool read_house(parts& parts, std::string& error)
         journal::store store{server.journal.opened, {}, {}};
         server.desk = desk::make_desk(seed(), journal::saved_house(store, time.utc), time);
         server.accounts = accounts::kept_accounts(store, time);
+        for (const auto& [id, person] : server.accounts.people)
+            desk::forget_steps_before(server.desk.house, id, person.created);
+        for (const auto& [id, token] : server.accounts.tokens)
+            desk::forget_steps_before(server.desk.house, id, token.created);
         server.first_answers = web::kept_answers(store, time.utc);
     } catch (const std::exception& wrong) {
         error = parts.folder + "/" + journal::DATABASE_NAME + " cannot be used: " + wrong.what();

@@ -194,6 +194,7 @@ repetition begin_keyed(first_answers& answers, desk::wall now, const std::string
 void remember_answer(first_answers& answers, const std::string& person, const std::string& key,
                      const response& given)
 {
+    if (find(answers, person, key) == nullptr) return; // the person has been removed meanwhile
     first_answer answer = remove(answers, person, key);
     const bool nothing_done =
         std::any_of(given.headers.begin(), given.headers.end(),
@@ -222,6 +223,16 @@ std::optional<response> answer_again(const first_answers& answers, const std::st
     response again = *known->given;
     again.headers.emplace_back("Idempotency-Replayed", "true");
     return again;
+}
+
+void forget_answers(first_answers& answers, const std::string& person)
+{
+    const auto theirs = answers.of.find(person);
+    if (theirs == answers.of.end()) return;
+    for (const auto& [key, answer] : theirs->second.by_key)
+        note_key(answers, person, key, std::nullopt);
+    answers.bytes -= theirs->second.bytes;
+    answers.of.erase(theirs);
 }
 
 first_answers kept_answers(journal::store& store, desk::wall now)

@@ -75,6 +75,9 @@ void remember_answer(first_answers& answers, const std::string& person, const st
 std::optional<response> answer_again(const first_answers& answers, const std::string& person,
                                      const std::string& key);
 
+// All of a person who goes, also those under way.
+void forget_answers(first_answers& answers, const std::string& person);
+
 // As they were kept; those that are too old are gone, which the notes tell. Throws journal::misfit
 // when a key's value is wrong.
 first_answers kept_answers(journal::store& store, desk::wall now);

@@ -3,6 +3,7 @@
 #include "server/accounts/sessions.h"
 #include "server/web/credentials.h"
 #include "server/web/entity_tag.h"
+#include "server/web/forgotten.h"
 #include "server/web/handlers.h"
 #include "server/web/passwords.h"
 #include "server/web/people_json.h"
@@ -163,6 +164,7 @@ answer add_person(server& server, const call& call)
                                  accounts::add_person(those.accounts, now, actor, id, made);
                              if (against.why != accounts::refusal::none)
                                  return problem_response(problem_of(against));
+                             forget_person(those, now, actor, id);
                              response given = person_response(those, id, 201);
                              given.headers.emplace_back("Location", "/api/v1/people/" + id);
                              return given;
@@ -203,6 +205,7 @@ answer remove_person(server& server, const call& call)
     const accounts::objection against =
         accounts::remove_person(server.accounts, call.now, call.actor, subject_of(call));
     if (against.why != accounts::refusal::none) return problem_of(against);
+    forget_person(server, call.now, call.actor, subject_of(call));
     return response{204, "", "", {}};
 }
 

@@ -3,6 +3,7 @@
 #include "server/accounts/sessions.h"
 #include "server/web/credentials.h"
 #include "server/web/fields.h"
+#include "server/web/forgotten.h"
 #include "server/web/handlers.h"
 #include "server/web/passwords.h"
 #include "server/web/people_json.h"
@@ -100,6 +101,7 @@ response first_administrator(server& server, const desk::moment& now, const std:
         against = accounts::set_password(server.accounts, now, first, id, wanted.password);
     if (against.why != accounts::refusal::none) return problem_response(problem_of(against));
     server.first_code.clear();
+    forget_person(server, now, first, id);
     return signed_in(server, now, id, address);
 }
 } // namespace

@@ -3,6 +3,7 @@
 #include "server/accounts/account_json.h"
 #include "server/accounts/people.h"
 #include "server/web/fields.h"
+#include "server/web/forgotten.h"
 #include "server/web/handlers.h"
 #include "server/web/people_json.h"
 
@@ -54,6 +55,7 @@ answer add_token(server& server, const call& call)
     const accounts::objection against =
         accounts::make_token(server.accounts, call.now, call.actor, id, wanted, secret);
     if (against.why != accounts::refusal::none) return problem_of(against);
+    forget_person(server, call.now, call.actor, id);
     json made = token_record(id, server.accounts.tokens.at(id));
     made["secret"] = secret;
     response given = json_response(made, 201);
@@ -66,6 +68,7 @@ answer remove_token(server& server, const call& call)
     const accounts::objection against =
         accounts::remove_token(server.accounts, call.now, call.actor, call.values.front());
     if (against.why != accounts::refusal::none) return problem_of(against);
+    forget_person(server, call.now, call.actor, call.values.front());
     return response{204, "", "", {}};
 }
 
