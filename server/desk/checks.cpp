@@ -32,6 +32,8 @@ objection check_right(const desk_state& desk, const actor& actor, const std::str
 {
     const house_router* const known = find_router(desk, router);
     if (known == nullptr) return no_such_router(router);
+    if (right_on(actor.may, router) < right::view) // whose names are not told either
+        return {reason::no_right, actor.person + " may not view router \"" + router + "\""};
     const std::string& group = label_of(*known, side::destinations, destination).group;
     if (!may_operate(actor.may, router, group))
         return {reason::no_right, actor.person + " may not route " +

@@ -38,15 +38,23 @@ response tell_batch(const server& server, const desk::rights& may, const desk::u
 {
     const bool goes = std::any_of(batch.rows.begin(), batch.rows.end(), desk::was_accepted);
     if (goes) return tell_progress(server, may, id, batch);
+    const auto may_view = [&](const desk::wish& row) {
+        return right_on(may, row.wished.router) >= desk::right::view;
+    };
     const auto first =
-        std::find_if(batch.rows.begin(), batch.rows.end(), [](const desk::wish& row) {
-            return row.why != desk::reason::blocked_by_other_row;
+        std::find_if(batch.rows.begin(), batch.rows.end(), [&](const desk::wish& row) {
+            return may_view(row) && row.why != desk::reason::blocked_by_other_row;
         });
     const auto number = static_cast<std::uint32_t>(first - batch.rows.begin());
-    problem problem = problem_of_row(server, {id, number}, *first);
-    for (std::size_t i = 0; i < batch.rows.size(); ++i)
-        problem.errors.push_back(
-            {"/rows/" + std::to_string(i), desk::code_of(batch.rows[i].why), batch.rows[i].detail});
+    problem problem =
+        first == batch.rows.end()
+            ? web::problem{"noRight", batch.person + " may not view all that this is about"}
+            : problem_of_row(server, {id, number}, *first);
+    problem.operation = text_of(id);
+    for (const desk::wish& row : batch.rows)
+        if (may_view(row))
+            problem.errors.push_back({"/rows/" + std::to_string(problem.errors.size()),
+                                      desk::code_of(row.why), row.detail});
     return problem_response(problem);
 }
 
@@ -81,7 +89,8 @@ answer answer_batch(server& server, const call& call, const desk::batch_command&
     if (taken.why != desk::reason::none)
         return problem_of(desk::objection{taken.why, taken.detail}, router);
     if (command.dry_run)
-        return json_response(dry_run_json(server.desk, call.now, command.rule, taken));
+        return json_response(
+            dry_run_json(server.desk, call.actor.may, call.now, command.rule, taken));
     return answer_when_ended(server, call, taken.batch, wait, tell_batch);
 }
 

@@ -7,6 +7,7 @@
 #include "server/desk/words.h"
 #include "server/journal/entry_tables.h"
 #include "server/web/call.h"
+#include "server/web/salvo_json.h"
 
 namespace web {
 
@@ -114,13 +115,14 @@ void add_wish(json& entry, const journal::history_row& row)
     add_time(entry, "lateMs", row.confirmed_late_after);
 }
 
-void add_salvo(json& entry, const server& server, const journal::history_row& row)
+void add_salvo(json& entry, const server& server, const desk::rights& may,
+               const journal::history_row& row)
 {
     desk::ulid id;
     if (row.salvo_version == 0 || !desk::read_id(row.salvo, id)) return;
     const auto found = server.desk.house.salvos.find(id);
-    const std::string name =
-        found == server.desk.house.salvos.end() ? row.salvo : found->second.name;
+    const bool told = found != server.desk.house.salvos.end() && may_view(may, found->second);
+    const std::string name = told ? found->second.name : row.salvo;
     entry["salvo"] = {{"id", row.salvo}, {"name", name}, {"version", row.salvo_version}};
 }
 
@@ -164,7 +166,19 @@ std::string_view why_of(const journal::history_row& row)
     return found == WHYS.end() ? "setting" : found->second;
 }
 
-json history_entry(const server& server, const journal::history_row& row)
+bool may_view_salvo(const server& server, const desk::rights& may, const std::string& salvo)
+{
+    desk::ulid id;
+    const desk::house& house = server.desk.house;
+    if (!desk::read_id(salvo, id)) return may.usual >= desk::right::view;
+    if (const auto found = house.salvos.find(id); found != house.salvos.end())
+        return may_view(may, found->second);
+    if (const auto found = house.deleted_salvos.find(id); found != house.deleted_salvos.end())
+        return may_view(may, found->second.salvo);
+    return may.usual >= desk::right::view;
+}
+
+json history_entry(const server& server, const desk::rights& may, const journal::history_row& row)
 {
     const json parsed = json::parse(row.data, nullptr, false);
     const json data = parsed.is_object() ? parsed : json::object();
@@ -182,7 +196,7 @@ json history_entry(const server& server, const journal::history_row& row)
     }
     add_source(entry, server, row, row.was, "was");
     add_source(entry, server, row, row.source, "source");
-    add_salvo(entry, server, row);
+    add_salvo(entry, server, may, row);
     if (is_wish(row)) add_wish(entry, row);
     const std::string words = words_of(server, row, data);
     if (!words.empty()) entry["text"] = words;

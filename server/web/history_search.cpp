@@ -75,16 +75,19 @@ bool has_words(const json& entry, const std::vector<std::string>& words)
     });
 }
 
-bool may_see(const history_search& search, const journal::history_row& row, std::string_view why)
+bool may_see(const server& server, const desk::actor& actor, const journal::history_row& row,
+             std::string_view why)
 {
-    if (why == "people" || why == "signIn") return accounts::is_administrator(search.actor);
-    return row.router.empty() || desk::right_on(search.actor.may, row.router) >= desk::right::view;
+    if (why == "people" || why == "signIn") return accounts::is_administrator(actor);
+    if (row.router.empty()) return may_view_salvo(server, actor.may, row.salvo);
+    return desk::right_on(actor.may, row.router) >= desk::right::view;
 }
 
-bool fits(const history_search& search, const journal::history_row& row)
+bool fits(const server& server, const history_search& search, const journal::history_row& row)
 {
     const std::string_view why = why_of(row);
-    return may_see(search, row, why) && (search.whys.empty() || search.whys.contains(why)) &&
+    return may_see(server, search.actor, row, why) &&
+           (search.whys.empty() || search.whys.contains(why)) &&
            (search.outcomes.empty() || search.outcomes.contains(row.outcome)) &&
            (!search.source || row.source == search.source || row.was == search.source);
 }
@@ -145,8 +148,8 @@ bool take_piece(server& server, history_search& search, std::size_t most, std::s
     const journal::history_page& page = answer->second.page;
     for (const journal::history_row& row : page.rows) {
         search.question.after = row.place;
-        if (!fits(search, row)) continue;
-        json entry = history_entry(server, row);
+        if (!fits(server, search, row)) continue;
+        json entry = history_entry(server, search.actor.may, row);
         if (!has_words(entry, search.words)) continue;
         search.entries.push_back(std::move(entry));
         if (search.entries.size() == most) {

@@ -125,7 +125,7 @@ json operation_json(const server& server, const desk::rights& may, const desk::u
     if (!batch.reason_given.empty()) body["reason"] = batch.reason_given;
     body["wished"] = time_text(batch.made);
     if (batch.kind == desk::batch_kind::salvo)
-        body["salvo"] = salvo_run_json(server.desk, batch);
+        body["salvo"] = salvo_run_json(server.desk, may, batch);
     else if (!batch.of.is_none())
         body["of"] = text_of(batch.of);
     json rows = json::array();
@@ -157,21 +157,28 @@ bool may_view(const desk::rights& may, const desk::batch& batch)
     });
 }
 
-json salvo_run_json(const desk::desk_state& desk, const desk::batch& batch)
+json salvo_run_json(const desk::desk_state& desk, const desk::rights& may, const desk::batch& batch)
 {
     const auto salvo = desk.house.salvos.find(batch.of);
+    const auto may_view = [&](const desk::route& row) {
+        return right_on(may, row.router) >= desk::right::view;
+    };
+    const bool told = salvo != desk.house.salvos.end() &&
+                      std::any_of(salvo->second.versions.back().rows.begin(),
+                                  salvo->second.versions.back().rows.end(), may_view);
     return {{"id", text_of(batch.of)},
-            {"name", salvo == desk.house.salvos.end() ? "" : salvo->second.name},
+            {"name", told ? salvo->second.name : ""},
             {"version", batch.salvo_version}};
 }
 
-json dry_run_json(const desk::desk_state& desk, const desk::moment& now, desk::batch_rule rule,
-                  const desk::take_answer& answer)
+json dry_run_json(const desk::desk_state& desk, const desk::rights& may, const desk::moment& now,
+                  desk::batch_rule rule, const desk::take_answer& answer)
 {
     int change = 0;
     int unchanged = 0;
     json rows = json::array();
     for (const desk::row_answer& row : answer.rows) {
+        if (right_on(may, row.wished.router) < desk::right::view) continue;
         change += row.goes ? 1 : 0;
         unchanged += row.unchanged ? 1 : 0;
         rows.push_back(dry_row_json(desk, row));
@@ -180,7 +187,7 @@ json dry_run_json(const desk::desk_state& desk, const desk::moment& now, desk::b
             {"rule", journal::word_of(journal::BATCH_RULES, rule)},
             {"change", change},
             {"unchanged", unchanged},
-            {"blocked", static_cast<int>(answer.rows.size()) - change - unchanged},
+            {"blocked", static_cast<int>(rows.size()) - change - unchanged},
             {"rows", std::move(rows)}};
 }
 

@@ -34,11 +34,13 @@ json counts_json(const desk::rights& may, const desk::batch& batch);
 bool may_view(const desk::rights& may, const desk::batch& batch);
 
 // `{"id": ..., "name": ..., "version": ...}`; the name is empty when the salvo is not there any
-// more.
-json salvo_run_json(const desk::desk_state& desk, const desk::batch& batch);
+// more, or may not be viewed.
+json salvo_run_json(const desk::desk_state& desk, const desk::rights& may,
+                    const desk::batch& batch);
 
-json dry_run_json(const desk::desk_state& desk, const desk::moment& now, desk::batch_rule rule,
-                  const desk::take_answer& answer);
+// Likewise without the rows on routers that may not be viewed.
+json dry_run_json(const desk::desk_state& desk, const desk::rights& may, const desk::moment& now,
+                  desk::batch_rule rule, const desk::take_answer& answer);
 
 bool has_ended(const desk::batch& batch);
 

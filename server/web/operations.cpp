@@ -42,7 +42,7 @@ answer command_step(server& server, const call& call, commander go)
                         wait);
 }
 
-json step_json(const server& server, const desk::undo_step& step)
+json step_json(const server& server, const desk::rights& may, const desk::undo_step& step)
 {
     json of = {{"operation", text_of(step.batch)}};
     const auto batch = server.desk.house.batches.find(step.batch);
@@ -50,7 +50,7 @@ json step_json(const server& server, const desk::undo_step& step)
     if (kept) of["kind"] = journal::word_of(journal::BATCH_KINDS, batch->second.kind);
     of["wished"] = time_text(step.made);
     if (kept && batch->second.kind == desk::batch_kind::salvo)
-        of["salvo"] = salvo_run_json(server.desk, batch->second);
+        of["salvo"] = salvo_run_json(server.desk, may, batch->second);
     return of;
 }
 
@@ -70,8 +70,8 @@ answer tell_step(server& server, const call& call, const std::vector<const desk:
     }
     json body = {{"steps", steps.size()}};
     if (steps.empty()) return json_response(body);
-    body["of"] = step_json(server, *steps.front());
-    body["dryRun"] = dry_run_json(server.desk, call.now, command.rule,
+    body["of"] = step_json(server, call.actor.may, *steps.front());
+    body["dryRun"] = dry_run_json(server.desk, call.actor.may, call.now, command.rule,
                                   go(server.desk, call.now, call.actor, command));
     return json_response(body);
 }

@@ -1,4 +1,5 @@
 #include "server/accounts/kept_accounts.h"
+#include "server/desk/salvos.h"
 #include "server/journal/entry_tables.h"
 #include "server/web/history_export.h"
 #include "unit/web/account_requests.h"
@@ -234,6 +235,34 @@ TEST_F(History, GivesAShortPageWhenItTakesLong)
     const std::string next = json_of(answers[id])["next"];
     ask_history("?cursor=" + next);
     EXPECT_EQ(asked.front().after, rows[1].place);
+TEST_F(History, LeavesOutSalvosThatAPersonMayNotSee)
+{
+    const auto saved = [&](const std::string& name, const std::string& router) {
+        desk::wanted_salvo wanted;
+        wanted.name = name;
+        wanted.rows = {{router, 1, 5}};
+        return desk::text_of(desk::add_salvo(server.desk, now, engineer, wanted).id);
+    };
+    const std::string covert = saved("Covert", "r2");
+    const std::string open = saved("Open", "r1");
+    for (const std::string& id : {covert, open})
+        for (const std::string_view kind : {journal::SALVO_SAVED, journal::SALVO_DELETED}) {
+            journal::history_row& row = add(std::string(kind));
+            row.salvo = id;
+            row.data = R"({"name":"of )" + id + "\"}";
+        }
+    add_wish("salvo", "r1", 1, 5);
+    rows.back().salvo = covert;
+    rows.back().salvo_version = 1;
+    as("ben");
+    const response told = ask_history();
+    EXPECT_EQ(whys(told), "setting setting salvo");
+    EXPECT_EQ(json_of(told)["entries"][2]["salvo"],
+              (plain{{"id", covert}, {"name", covert}, {"version", 1}}));
+    as("ana");
+    EXPECT_EQ(json_of(ask_history())["entries"][4]["salvo"]["name"], "Covert");
+}
+
 }
 
 TEST_F(History, SaysWhenItCannotBeRead)
