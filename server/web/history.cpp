@@ -33,14 +33,6 @@ bool read_cursor(const std::string& text, journal::history_place& place)
     return true;
 }
 
-response page_response(const history_search& search)
-{
-    json page = json::object();
-    if (!search.ended && search.question.after) page["next"] = cursor_of(*search.question.after);
-    page["entries"] = search.entries;
-    return json_response(page);
-}
-
 problem unreadable(const std::string& failure)
 {
     return {"journalFailing", "The history cannot be read: " + failure + "."};
@@ -51,15 +43,32 @@ struct gathering {
     history_search search;
     std::size_t most = 0;
     desk::monotonic until{};
+    std::string entries{}; // so far, as JSON
+    std::size_t count = 0;
+
+    void add_entries()
+    {
+        for (const json& entry : search.entries)
+            entries += (count++ == 0 ? "" : ",") + text_of(entry);
+        search.entries.clear();
+    }
+
+    response page() const
+    {
+        std::string next;
+        if (!search.ended && search.question.after)
+            next = "\"next\":\"" + cursor_of(*search.question.after) + "\",";
+        return {200, "application/json", "{" + next + "\"entries\":[" + entries + "]}", {}};
+    }
 
     std::optional<response> operator()(server& server, const desk::moment& now)
     {
         std::string failure;
-        take_piece(server, search, most, failure);
+        take_piece(server, search, most - count, failure);
+        add_entries();
         if (!failure.empty()) return problem_response(unreadable(failure));
-        if (search.asked == 0 && (search.ended || search.entries.size() == most))
-            return page_response(search);
-        if (now.steady >= until && search.question.after) return page_response(search);
+        if (search.asked == 0 && (search.ended || count == most)) return page();
+        if (now.steady >= until && search.question.after) return page();
         if (now.steady >= until)
             return problem_response({"overloaded", "The history takes too long. Try again."});
         ask_piece(server, search);
@@ -92,7 +101,7 @@ answer list_history(server& server, const call& call)
     gathering page{read_search(call, wrong), 0, call.now.steady + LONGEST_GATHERING};
     page.most = static_cast<std::size_t>(
         read_integer(call.request, "limit", 1, MOST_ENTRIES, wrong).value_or(USUAL_ENTRIES));
-    page.search.question.most = page.most;
+    page.search.question.most = std::min(page.most, ROWS_OF_PIECE);
     journal::history_place after;
     if (const std::string* const cursor = find_parameter(call.request, "cursor")) {
         if (read_cursor(*cursor, after))

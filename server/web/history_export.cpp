@@ -6,7 +6,6 @@ namespace web {
 
 namespace {
 constexpr int INTERNAL_ERROR = 1011; // of RFC 6455
-constexpr std::size_t ROWS_AT_ONCE = 1000;
 
 void send(server& server, stream_id stream, std::string text)
 {
@@ -55,7 +54,7 @@ stream_owner begin_export(server& server, stream_id stream, const history_search
                           bool as_table)
 {
     auto under_way = std::make_shared<history_export>(history_export{search, as_table});
-    under_way->search.question.most = ROWS_AT_ONCE;
+    under_way->search.question.most = ROWS_OF_PIECE;
     server.exports[stream] = under_way;
     send(server, stream, as_table ? csv_names() : "{\"entries\": [");
     stream_owner owner;

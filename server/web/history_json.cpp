@@ -12,6 +12,8 @@
 namespace web {
 
 namespace {
+constexpr std::size_t MEMBERS = 24; // of an entry, about
+
 // Beside the kinds of batches, which are the same words.
 constexpr auto WHYS = std::to_array<std::pair<std::string_view, std::string_view>>({
     {journal::LOCK_ENDS[0].first, "unlock"},
@@ -183,7 +185,11 @@ json history_entry(const server& server, const desk::rights& may, const journal:
     const json parsed = json::parse(row.data, nullptr, false);
     const json data = parsed.is_object() ? parsed : json::object();
     const std::string_view why = why_of(row);
-    json entry = {{"id", id_of(row)}, {"time", time_text(row.place.at)}, {"why", why}};
+    json entry = json::object();
+    entry.get_ref<json::object_t&>().reserve(MEMBERS); // each growth would copy all there is
+    entry["id"] = id_of(row);
+    entry["time"] = time_text(row.place.at);
+    entry["why"] = why;
     if (!row.person.empty()) entry["person"] = person_json(server, row.person);
     if (!row.origin.empty()) entry["origin"] = why == "signIn" ? "panel" : row.origin;
     const std::string owner = text_in(data, "owner");

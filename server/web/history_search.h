@@ -11,6 +11,10 @@
 
 namespace web {
 
+// What the journal is asked for at most at once: to tell of so many rows takes the loop a few
+// milliseconds, in which nobody else is served.
+constexpr std::size_t ROWS_OF_PIECE = 100;
+
 struct history_search {
     journal::history_question question; // the next piece
     // What the journal does not ask for itself:

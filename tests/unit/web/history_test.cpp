@@ -169,6 +169,22 @@ TEST_F(History, GathersPagesFromPieces)
     EXPECT_FALSE(json_of(whole).contains("next")) << "there is nothing older";
 }
 
+TEST_F(History, TellsOfFewRowsAtOnceThoughAPageOrAFileHasMany)
+{
+    for (int i = 0; i < 250; ++i)
+        add_wish("take", "r1", 1, 1);
+    EXPECT_EQ(json_of(ask_history("?limit=1000"))["entries"].size(), 250U);
+    EXPECT_EQ(json_of(ask_history("?limit=7"))["entries"].size(), 7U);
+    const stream_id file = send(method::get, "/api/v1/history.csv");
+    while (!closed.contains(file)) {
+        drain_stream(server, now, file);
+        answer();
+    }
+    EXPECT_GE(asked.size(), 7U);
+    for (const journal::history_question& each : asked)
+        EXPECT_LE(each.most, 100U);
+}
+
 TEST_F(History, Filters)
 {
     add_wish("take", "r1", 4, 3);
@@ -219,22 +235,6 @@ TEST_F(History, LeavesOutWhatAPersonMayNotSee)
     EXPECT_EQ(whys(ask_history()), "take setting");
 }
 
-TEST_F(History, GivesAShortPageWhenItTakesLong)
-{
-    for (int i = 0; i < 4; ++i)
-        add_wish("undo", "r1", i, i);
-    const request_id id = send(method::get, "/api/v1/history?why=take,salvo");
-    const auto [number, question] = server.journal.questions.front();
-    server.journal.questions.clear();
-    server.journal.news.answers = {{number, {{rows[0]}, rows[1].place}, ""}};
-    pass();
-    EXPECT_FALSE(answers.contains(id));
-    wait(std::chrono::seconds(2));
-    EXPECT_EQ(json_of(answers[id])["entries"].size(), 0U);
-    server.journal.questions.clear();
-    const std::string next = json_of(answers[id])["next"];
-    ask_history("?cursor=" + next);
-    EXPECT_EQ(asked.front().after, rows[1].place);
 TEST_F(History, LeavesOutSalvosThatAPersonMayNotSee)
 {
     const auto saved = [&](const std::string& name, const std::string& router) {
@@ -263,6 +263,22 @@ TEST_F(History, LeavesOutSalvosThatAPersonMayNotSee)
     EXPECT_EQ(json_of(ask_history())["entries"][4]["salvo"]["name"], "Covert");
 }
 
+TEST_F(History, GivesAShortPageWhenItTakesLong)
+{
+    for (int i = 0; i < 4; ++i)
+        add_wish("undo", "r1", i, i);
+    const request_id id = send(method::get, "/api/v1/history?why=take,salvo");
+    const auto [number, question] = server.journal.questions.front();
+    server.journal.questions.clear();
+    server.journal.news.answers = {{number, {{rows[0]}, rows[1].place}, ""}};
+    pass();
+    EXPECT_FALSE(answers.contains(id));
+    wait(std::chrono::seconds(2));
+    EXPECT_EQ(json_of(answers[id])["entries"].size(), 0U);
+    server.journal.questions.clear();
+    const std::string next = json_of(answers[id])["next"];
+    ask_history("?cursor=" + next);
+    EXPECT_EQ(asked.front().after, rows[1].place);
 }
 
 TEST_F(History, SaysWhenItCannotBeRead)
