@@ -79,6 +79,7 @@ bool goes_on(parts& parts, ending& ending, const desk::moment& time)
         web::end_streams(parts.server, time);
         routers::stop_routers(parts.server.routers, time);
     }
+    web::end_waits(parts.server, time);
     const bool busy = routers::any_running(parts.server.routers) || !parts.server.waiting.empty() ||
                       web::counters(*parts.transport).open > 0;
     return busy && time.steady < ending.answers_until;

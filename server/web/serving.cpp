@@ -122,21 +122,26 @@ void take_results(server& server, const desk::moment& now)
         server.history_answers.emplace(answer.number, std::move(answer));
 }
 
-// Answers what can be answered. What becomes known with an answer may have changed something, which
-// is to be kept as well.
+// Asks at this time for what is waited for. What becomes known with an answer may have changed
+// something, which is to be kept as well.
+void ask_at(server& server, const desk::moment& now, const desk::moment& time,
+            waiting_answer& waiting)
+{
+    if (!waiting.answer.later) return;
+    auto response = waiting.answer.later(server, time);
+    if (!response) return;
+    waiting.answer.response = std::move(*response);
+    waiting.answer.later = nullptr;
+    waiting.answer.abandoned = nullptr;
+    await_journal(server, now, waiting);
+}
+
+// Answers what can be answered.
 void answer_waiting(server& server, const desk::moment& now)
 {
     for (auto it = server.waiting.begin(); it != server.waiting.end();) {
         waiting_answer& waiting = *it->second;
-        if (waiting.answer.later) {
-            auto response = waiting.answer.later(server, now);
-            if (response) {
-                waiting.answer.response = std::move(*response);
-                waiting.answer.later = nullptr;
-                waiting.answer.abandoned = nullptr;
-                await_journal(server, now, waiting);
-            }
-        }
+        ask_at(server, now, now, waiting);
         if (waiting.answer.later || !is_kept(server, waiting, now)) {
             ++it;
             continue;
@@ -213,6 +218,15 @@ void drop_stream(server& server, const desk::moment& now, stream_id id)
     const stream_owner owner = std::move(found->second);
     server.streams.erase(found);
     if (owner.gone) owner.gone(server, now, id);
+}
+
+void end_waits(server& server, const desk::moment& now)
+{
+    for (const auto& [id, waiting] : server.waiting) {
+        const desk::moment end{std::max(now.steady, waiting->answer.until), now.utc};
+        ask_at(server, now, end, *waiting);
+    }
+    answer_waiting(server, now);
 }
 
 void end_streams(server& server, const desk::moment& now)

@@ -34,7 +34,10 @@ void hear_stream(server& server, const desk::moment& now, stream_id id, const st
 void drain_stream(server& server, const desk::moment& now, stream_id id);
 void drop_stream(server& server, const desk::moment& now, stream_id id);
 
-// The server ends: no stream goes on.
+// The server ends: what waits is answered with what is known, as at the end of its wait.
+void end_waits(server& server, const desk::moment& now);
+
+// And no stream goes on.
 void end_streams(server& server, const desk::moment& now);
 
 // After every turn of the loop, and when it is due. Serves the backends, gives the journal what

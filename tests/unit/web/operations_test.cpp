@@ -56,6 +56,17 @@ TEST_F(Operations, AreWaitedFor)
     EXPECT_EQ(json_of(answers[id])["state"], "ended");
 }
 
+TEST_F(Operations, AreToldAsFarAsTheyAreWhenTheServerEnds)
+{
+    const request_id taken =
+        send(method::put, "/api/v1/routers/r1/destinations/4/route?wait=9000", R"({"source":6})");
+    EXPECT_FALSE(answers.contains(taken));
+    end_waits(server, now);
+    EXPECT_EQ(answers[taken].status, 202);
+    EXPECT_EQ(json_of(answers[taken])["state"], "open");
+    EXPECT_TRUE(server.waiting.empty());
+}
+
 TEST_F(Operations, ArePutBack)
 {
     const std::string operation = routed(6);
