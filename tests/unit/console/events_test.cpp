@@ -30,9 +30,12 @@ TEST_F(Events, TellWhatHasChangedWhileTheLinkWasAway)
 
 TEST_F(Events, LeaveAPersonsOwnToTheOutcome)
 {
-    ask("take 1 5");
+    ask("stage 1 5");
+    ask("stage 2 5");
+    ask("take");
     happened();
     desk::trace_take(console.desk, now, "main", 0, 4);
+    desk::trace_route(console.desk, now, "main", 0, 4);
     report(0, 4);
     EXPECT_EQ(happened(true), "");
 }

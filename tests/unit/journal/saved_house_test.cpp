@@ -42,15 +42,11 @@ TEST(SavedHouse, HasWhatWasKeptUpToAnyEntry)
     }
 }
 
-TEST(SavedHouse, ForgetsWhoseDoingItWasOfWhatAWishDidNotFind)
+TEST(SavedHouse, ForgetsWhoseDoingItWas)
 {
     desk::router_settings router;
     router.id = router.name = "r1";
     router.address = "10.0.0.1";
-    desk::entry found = take_of(2, "ben", {"r1", 0, 2});
-    std::get<desk::batch_made>(found.what).batch.rows[0].was = 1;
-    desk::entry other = take_of(3, "ben", {"r1", 0, 2});
-    std::get<desk::batch_made>(other.what).batch.rows[0].was = 4;
     tables tables;
     desk::house house;
     const auto keep = [&](const std::vector<desk::entry>& entries) {
@@ -62,8 +58,8 @@ TEST(SavedHouse, ForgetsWhoseDoingItWasOfWhatAWishDidNotFind)
     };
     EXPECT_TRUE(keep({by_anna(desk::router_set{router}), take_of(1, "anna", {"r1", 0, 1}),
                       end_of(1, desk::outcome::confirmed)}));
-    EXPECT_TRUE(keep({found}));
-    EXPECT_FALSE(keep({other}));
+    EXPECT_TRUE(keep({{NOW, "", "", desk::author_forgotten{"r1", 1}}}));
+    EXPECT_FALSE(keep({{NOW, "", "", desk::author_forgotten{"r1", 0}}}));
 }
 
 TEST(SavedHouse, KeepsTheLastVersionsOfASalvo)
