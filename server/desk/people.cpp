@@ -37,6 +37,12 @@ void leave_locks(desk_state& desk, const moment& now, const actor& actor, const 
         tell_change(desk, left.router, change::kind::lock, left.destination);
     }
 }
+
+// The identifier's first 48 bits.
+wall time_of(const ulid& id)
+{
+    return wall(static_cast<wall::rep>(id.high >> 16U));
+}
 } // namespace
 
 void forget_person(desk_state& desk, const moment& now, const actor& actor,
@@ -53,7 +59,7 @@ void forget_steps_before(house& house, const std::string& person, wall created)
     const auto found = house.undo.find(person);
     if (found == house.undo.end()) return;
     for (std::deque<undo_step>* const steps : {&found->second.undo, &found->second.redo})
-        std::erase_if(*steps, [&](const undo_step& step) { return step.made < created; });
+        std::erase_if(*steps, [&](const undo_step& step) { return time_of(step.batch) < created; });
     if (found->second.undo.empty() && found->second.redo.empty()) house.undo.erase(found);
 }
 

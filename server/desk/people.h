@@ -12,7 +12,8 @@ namespace desk {
 void forget_person(desk_state& desk, const moment& now, const actor& actor,
                    const std::string& person);
 
-// Undo steps of another of this id, made before the person was.
+// Undo steps of another of this id, made before the person was, by their ids, which go on when the
+// wall clock is set back.
 void forget_steps_before(house& house, const std::string& person, wall created);
 
 } // namespace desk

@@ -29,6 +29,16 @@ TEST_F(People, HaveNoStepsThatAreOlder)
     forget_steps_before(desk.house, "anna", now.utc);
 }
 
+TEST_F(People, KeepTheirStepsWhenTheClockIsSetBack)
+{
+    const wall created = now.utc;
+    now.utc -= std::chrono::hours(1);
+    wish(anna, 3, 3);
+    carry_out(3, 3);
+    forget_steps_before(desk.house, "anna", created);
+    EXPECT_THAT(undo_steps(desk.house, now, "anna"), SizeIs(2));
+}
+
 TEST_F(People, LeaveWhatIsOfOthersAsItIs)
 {
     wish(ben, 4, 2);
