@@ -175,6 +175,8 @@ void take_request(server& server, const desk::moment& now, request_id id, const 
 {
     auto waiting = std::make_unique<waiting_answer>();
     waiting->answer = handle(server, now, request);
+    // A take is sent before the journal's thread is woken for it, and whatever else this turn has.
+    if (!server.desk.orders.empty()) routers::serve_routers(server.routers, server.desk, now);
     waiting->begun = now.steady;
     waiting->changes = changes_something(request.method) || waiting->answer.changes;
     await_journal(server, now, *waiting);
