@@ -67,7 +67,6 @@ class Server:
     def __init__(self, program, folder):
         self.program = program
         self.folder = folder
-        self.port = 0
         self.code = None
         self.process = None
         self.up = threading.Event()
