@@ -18,6 +18,8 @@ namespace http = boost::beast::http;
 namespace websocket = boost::beast::websocket;
 using socket_stream = websocket::stream<byte_stream&, false>; // without compression
 
+constexpr std::size_t MOST_AHEAD = 16'384; // bytes, of the messages before the last of a write
+
 // What the client may still send: it fills up with time.
 struct allowance {
     double messages = MESSAGES_AT_ONCE;
@@ -96,6 +98,34 @@ asio::awaitable<void> hear(connection& connection, socket_stream& socket)
     co_return;
 }
 
+// A message's, as a server sends it: without a mask.
+void add_frame(std::string& bytes, std::string_view text)
+{
+    static_assert(MOST_AHEAD < 65'536); // else the length could need more than two bytes
+    constexpr char TEXT = '\x81';       // whole
+    constexpr std::size_t LONGEST_SHORT = 125;
+    const std::size_t size = text.size();
+    if (size <= LONGEST_SHORT)
+        bytes += {TEXT, static_cast<char>(size)};
+    else
+        bytes += {TEXT, 126, static_cast<char>(size >> 8), static_cast<char>(size)};
+    bytes += text;
+}
+
+// The last of the messages that go out together, which the library writes after those that are put
+// ahead of it. `bytes`: of all of them.
+std::shared_ptr<const std::string> take_messages(connection& connection, std::size_t& bytes)
+{
+    std::string& ahead = connection.stream.ahead;
+    for (bytes = 0;;) {
+        const auto message = std::move(connection.queue.front());
+        connection.queue.pop_front();
+        bytes += message->size();
+        if (connection.queue.empty() || ahead.size() + message->size() > MOST_AHEAD) return message;
+        add_frame(ahead, *message);
+    }
+}
+
 // Until it is ended by us, or the client has gone.
 asio::awaitable<void> say(connection& connection, socket_stream& socket)
 {
@@ -105,8 +135,8 @@ asio::awaitable<void> say(connection& connection, socket_stream& socket)
         } else if (connection.queue.empty()) {
             co_await wait_woken(connection);
         } else {
-            const auto message = std::move(connection.queue.front());
-            connection.queue.pop_front();
+            std::size_t bytes = 0;
+            const auto message = take_messages(connection, bytes);
             error_code error;
             connection.writing = true;
             co_await socket.async_write(asio::buffer(*message),
@@ -114,8 +144,8 @@ asio::awaitable<void> say(connection& connection, socket_stream& socket)
             connection.writing = false;
             if (error) connection.gone = true;
             if (connection.gone) break;
-            connection.transport->counters.bytes_out += message->size();
-            count_sent(connection, message->size());
+            connection.transport->counters.bytes_out += bytes;
+            count_sent(connection, bytes);
         }
     }
     if (connection.gone) co_return;

@@ -176,8 +176,9 @@ TEST_F(Tls, CarriesAWebsocketToItsEnd)
     EXPECT_EQ(messages[0], "hi");
     const stream_id stream = requests.begin()->first;
     send(*served, stream, std::make_shared<const std::string>("yes"));
+    send(*served, stream, std::make_shared<const std::string>("more"));
     finish(*served, stream);
-    until_got(client, std::string("\x81\x03yes\x88\x02\x03\xe8", 9)); // 1000
+    until_got(client, std::string("\x81\x03yes\x81\x04more\x88\x02\x03\xe8", 15)); // 1000
 }
 
 TEST_F(Tls, TakesANewCertificateForWhoeverComesFromNowOn)

@@ -1,3 +1,5 @@
+#include <linux/tcp.h>
+#include <netinet/in.h>
 #include <sys/socket.h>
 
 #include "unit/web/transport/transport_test.h"
@@ -26,13 +28,13 @@ std::string frame(int kind, const std::string& payload, bool masked = true)
 {
     std::string text(1, static_cast<char>(kind));
     const int mask_bit = masked ? 0x80 : 0;
-    if (payload.size() < 126) {
-        text += static_cast<char>(mask_bit | static_cast<int>(payload.size()));
-    } else {
-        text += static_cast<char>(mask_bit | 127);
-        for (int shift = 56; shift >= 0; shift -= 8)
-            text += static_cast<char>(payload.size() >> shift & 0xff);
-    }
+    const std::size_t size = payload.size();
+    const int length = size < 126 ? 0 : size < 65'536 ? 2 : 8;
+    text += static_cast<char>(mask_bit | (length == 0   ? static_cast<int>(size)
+                                          : length == 2 ? 126
+                                                        : 127));
+    for (int i = length - 1; i >= 0; --i)
+        text += static_cast<char>(size >> 8 * i & 0xff);
     return text + (masked ? std::string(4, '\0') : "") + payload;
 }
 
@@ -41,6 +43,15 @@ std::string closing(int code, const std::string& reason = "")
     return std::string{static_cast<char>(CLOSE), static_cast<char>(reason.size() + 2),
                        static_cast<char>(code >> 8), static_cast<char>(code & 0xff)} +
            reason;
+}
+
+// That have come with bytes in them: each write of the other end makes one, at least.
+std::uint32_t segments_of(const test_client& client)
+{
+    tcp_info info{};
+    socklen_t size = sizeof info;
+    EXPECT_EQ(getsockopt(client.socket.number, IPPROTO_TCP, TCP_INFO, &info, &size), 0);
+    return info.tcpi_data_segs_in;
 }
 
 class Websocket : public TransportTest {
@@ -118,6 +129,70 @@ TEST_F(Websocket, SendsALongMessageWhole)
     say(message);
     until("all of it", [&] { return client.got.size() >= message.size() + 10; });
     EXPECT_TRUE(client.got == frame(TEXT, message, false));
+}
+
+TEST_F(Websocket, SendsWhatWaitsInOneWrite)
+{
+    start();
+    test_client& client = open();
+    const std::uint32_t before = segments_of(client);
+    std::string expected;
+    for (int i = 0; i < 50; ++i) {
+        say(std::string(200, 'x') + std::to_string(i));
+        expected += frame(TEXT, std::string(200, 'x') + std::to_string(i), false);
+    }
+    until("all of them", [&] { return client.got.size() >= expected.size(); });
+    EXPECT_EQ(client.got, expected);
+    EXPECT_EQ(segments_of(client) - before, 1U);
+    EXPECT_THAT(drained, ElementsAre(stream));
+    EXPECT_EQ(counters(*served).bytes_out, expected.size() - 50 * std::size_t{4});
+}
+
+TEST_F(Websocket, SendsMessagesOfAnyLengthAfterEachOther)
+{
+    start();
+    test_client& client = open();
+    std::string expected;
+    for (const std::size_t size :
+         std::vector<std::size_t>{0, 125, 126, 5, 16'384, 16'385, 7, 65'535, 65'536, 1, 0}) {
+        say(std::string(size, 'x'));
+        expected += frame(TEXT, std::string(size, 'x'), false);
+    }
+    until("all of them", [&] { return client.got.size() >= expected.size(); });
+    EXPECT_TRUE(client.got == expected);
+}
+
+TEST_F(Websocket, AnswersPingsBetweenWholeMessages)
+{
+    start();
+    test_client& client = open();
+    common::owned_descriptor unread = std::move(client.socket);
+    const std::string message(5000, 'x');
+    const std::string pong = frame(0x8a, "p", false);
+    constexpr int MESSAGES = 3000; // more than the system keeps
+    for (int i = 0; i < MESSAGES; ++i) {
+        say(message);
+        if (i % 100 != 0) continue;
+        const std::string ping = frame(PING, "p");
+        ASSERT_EQ(::send(unread.number, ping.data(), ping.size(), 0), std::ssize(ping));
+        turns(1);
+    }
+    client.socket = std::move(unread);
+    until("all of them", [&] { return unsent_bytes(*served, stream) == 0; });
+    say("last");
+    until_got(client, frame(TEXT, "last", false));
+    int messages_got = 0, pongs = 0;
+    for (std::string_view rest = client.got; rest.size() > 6;)
+        if (rest.starts_with(pong)) {
+            ++pongs;
+            rest.remove_prefix(pong.size());
+        } else {
+            ASSERT_TRUE(rest.starts_with(frame(TEXT, message, false))) << messages_got;
+            ++messages_got;
+            rest.remove_prefix(message.size() + 4);
+        }
+    EXPECT_EQ(messages_got, MESSAGES);
+    EXPECT_GT(pongs, 0);
 }
 
 TEST_F(Websocket, JoinsAMessageThatComesInPieces)
