@@ -2,6 +2,7 @@
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/post.hpp>
+#include <utility>
 
 #include "server/web/loop_inside.h"
 
@@ -10,13 +11,13 @@ namespace web {
 namespace {
 constexpr int MOST_CALLS = 256; // between two passes
 
-void wait_for(watched_descriptor& watched)
+void wait_for(loop_inside& inside, watched_descriptor& watched)
 {
     watched.descriptor.async_wait(boost::asio::posix::descriptor_base::wait_read,
-                                  [&watched](const boost::system::error_code& error) {
+                                  [&inside, &watched](const boost::system::error_code& error) {
                                       if (error) return; // the loop is no more
                                       watched.on_readable();
-                                      wait_for(watched);
+                                      inside.called.push_back(&watched);
                                   });
 }
 
@@ -44,7 +45,7 @@ void watch_descriptor(loop& loop, int descriptor, std::function<void()> on_reada
 {
     loop_inside& inside = *loop.inside;
     inside.descriptors.push_back({{inside.context, descriptor}, std::move(on_readable)});
-    wait_for(inside.descriptors.back());
+    wait_for(inside, inside.descriptors.back());
 }
 
 void watch_signals(loop& loop, std::span<const int> signals, std::function<void(int)> on_signal)
@@ -71,6 +72,8 @@ void run(loop& loop)
     while (!inside.stopped) {
         std::optional<instant> due;
         if (inside.after_pass) due = inside.after_pass();
+        for (watched_descriptor* const each : std::exchange(inside.called, {}))
+            wait_for(inside, *each);
         if (inside.stopped) break;
         if (due)
             context.run_one_until(*due);

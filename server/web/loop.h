@@ -24,7 +24,8 @@ struct loop {
     loop& operator=(const loop&) = delete;
 };
 
-// Calls the function again and again while the descriptor is readable: it must read what there is.
+// Calls the function again and again while the descriptor is readable, once between two passes: it,
+// or the pass, must read what there is.
 // The descriptor becomes one that does not block; it stays the caller's, and open as long as the
 // loop is there. Throws when the system refuses to watch it.
 void watch_descriptor(loop& loop, int descriptor, std::function<void()> on_readable);

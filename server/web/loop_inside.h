@@ -8,6 +8,7 @@
 #include <functional>
 #include <list>
 #include <optional>
+#include <vector>
 
 namespace web {
 
@@ -28,6 +29,8 @@ struct watched_signals {
 struct loop_inside {
     boost::asio::io_context context{1}; // of one thread
     std::list<watched_descriptor> descriptors;
+    // Since the last pass; after the next one they are waited for again.
+    std::vector<watched_descriptor*> called;
     std::list<watched_signals> signals;
     std::function<std::optional<std::chrono::steady_clock::time_point>()> after_pass;
     bool stopped = false;

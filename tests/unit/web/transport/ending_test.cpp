@@ -137,6 +137,21 @@ TEST(Loop, CallsForDescriptorsThatAreReadable)
     EXPECT_EQ(passes, 3);
 }
 
+TEST(Loop, CallsForADescriptorOnceBetweenTwoPasses)
+{
+    loop loop;
+    const common::owned_descriptor event(eventfd(1, EFD_CLOEXEC));
+    int calls = 0;
+    watch_descriptor(loop, event.number, [&] { ++calls; }); // what would be read in a pass
+    int passes = 0;
+    call_after_each_pass(loop, [&]() -> std::optional<instant> {
+        if (++passes == 4) stop(loop);
+        return {};
+    });
+    run(loop);
+    EXPECT_EQ(calls, 3);
+}
+
 TEST(Loop, CallsAtTheTimeThatWasAskedFor)
 {
     loop loop;
