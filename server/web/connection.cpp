@@ -1,10 +1,27 @@
 #include "server/web/connection.h"
 
 #include <boost/asio/buffer.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/use_awaitable.hpp>
 
 namespace web {
+
+namespace {
+constexpr int STREAMS_AT_ONCE = 64; // a write each: about a millisecond
+
+void take_turns(const std::shared_ptr<transport_inside>& transport)
+{
+    asio::post(transport->context, [transport] {
+        for (int i = 0; i < STREAMS_AT_ONCE && !transport->turns.empty(); ++i) {
+            const auto found = transport->requests.find(transport->turns.front());
+            transport->turns.pop_front();
+            if (found != transport->requests.end()) wake(*found->second);
+        }
+        if (!transport->turns.empty()) take_turns(transport);
+    });
+}
+} // namespace
 
 asio::awaitable<void> wait_woken(connection& connection)
 {
@@ -16,6 +33,12 @@ asio::awaitable<void> wait_woken(connection& connection)
 void wake(connection& connection)
 {
     connection.woken.cancel();
+}
+
+void wake_in_turn(connection& connection)
+{
+    connection.transport->turns.push_back(connection.request);
+    if (connection.transport->turns.size() == 1) take_turns(connection.transport);
 }
 
 void cut_off(connection& connection)

@@ -74,6 +74,10 @@ struct connection {
 asio::awaitable<void> wait_woken(connection& connection);
 void wake(connection& connection);
 
+// Wakes a stream in its turn: what many are told at once goes out in pieces, between which the loop
+// looks for whatever else there is to do.
+void wake_in_turn(connection& connection);
+
 // Closes the socket: all that is under way there fails.
 void cut_off(connection& connection);
 

@@ -120,7 +120,7 @@ void send(transport& transport, stream_id stream, std::shared_ptr<const std::str
     if (found == nullptr) return;
     found->unsent += bytes->size();
     found->queue.push_back(std::move(bytes));
-    wake(*found);
+    if (found->queue.size() == 1) wake_in_turn(*found); // else it has not come to its end
 }
 
 std::size_t unsent_bytes(const transport& transport, stream_id stream)

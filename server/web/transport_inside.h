@@ -40,6 +40,7 @@ struct transport_inside {
     std::map<std::string, std::size_t> of_origin{};         // how many connections
     std::unordered_map<request_id, connection*> requests{}; // that the owner may still name
     request_id last_request = 0;
+    std::list<request_id> turns{}; // streams with something to send that wait for their turn
     bool watching_deadlines = false;
     bool ending = false; // each answer is the last on its connection
 };

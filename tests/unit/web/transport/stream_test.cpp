@@ -1,4 +1,6 @@
 // Answers whose body comes by and by.
+#include <sys/socket.h>
+
 #include "unit/web/transport/transport_test.h"
 
 using namespace web;
@@ -159,6 +161,32 @@ TEST_F(Stream, KeepsNobodyWaitingForOneThatTakesNothing)
     EXPECT_THAT(drained, ElementsAre(stream));
     EXPECT_GT(unsent_bytes(*served, slow), 10U << 20U); // what the owner bounds it by
     until("all", [&] { return other.got.size() > 20U << 20U; });
+}
+
+TEST_F(Stream, LetsARequestComeBetweenWhatManyAreTold)
+{
+    start();
+    std::vector<stream_id> streams;
+    for (int i = 0; i < 400; ++i) {
+        stream = 0;
+        until_got(open(), "\r\n\r\n");
+        streams.push_back(stream);
+    }
+    std::size_t told = 0;
+    on_request = [&](request_id id, const request&) {
+        for (const test_client& each : clients) {
+            char byte = 0;
+            if (recv(each.socket.number, &byte, 1, MSG_PEEK | MSG_DONTWAIT) == 1) ++told;
+        }
+        respond(*served, id, {200, "", "", {}});
+    };
+    test_client& asking = connect("GET /b HTTP/1.1\r\nHost: localhost\r\n\r\n");
+    const auto bytes = std::make_shared<const std::string>("x");
+    for (const stream_id each : streams)
+        send(*served, each, bytes);
+    until_got(asking, "HTTP/1.1 200 OK");
+    EXPECT_LT(told, streams.size() / 2);
+    until("all are told", [&] { return drained.size() == streams.size(); });
 }
 
 TEST_F(Stream, IsCutOffWhenItCannotBeWhole)
