@@ -50,6 +50,7 @@ struct connection {
     bool gone = false;     // nothing reaches the client any more
 
     request_reader reader{};
+    std::size_t counted = 0;   // bytes of its body, in the transport's `bodies`
     request_id request = 0;    // the one that is answered
     bool without_body = false; // HEAD
     // Of a request for a WebSocket.

@@ -5,6 +5,7 @@
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <cstdio>
+#include <utility>
 
 #include "server/web/connection.h"
 #include "server/web/response_text.h"
@@ -61,12 +62,27 @@ asio::awaitable<bool> write_answer(connection& connection, const response& respo
     co_return co_await write_all(connection, text);
 }
 
-asio::awaitable<void> refuse(connection& connection, const problem& problem)
+// Of its body on its way so many bytes are held.
+void count_body(connection& connection, std::size_t bytes)
+{
+    connection.transport->bodies += bytes - std::exchange(connection.counted, bytes);
+}
+
+asio::awaitable<void> refuse(connection& connection, const response& response)
 {
     connection.phase = phase::closing;
     connection.deadline = instant::max();
-    const response response = problem_response(problem);
+    std::string().swap(connection.reader.request.body);
+    count_body(connection, 0);
     co_await write_answer(connection, response, false);
+}
+
+response no_room_response()
+{
+    response busy = problem_response(
+        {.code = "overloaded", .detail = "Too much is being sent to the server at once."});
+    busy.headers.emplace_back("Retry-After", "5");
+    return busy;
 }
 
 // Of what has come so far. True when that is a whole request.
@@ -79,9 +95,14 @@ asio::awaitable<bool> read_whole(connection& connection)
     connection.deadline = connection.since + limits.idle;
     for (;;) {
         const reading reached = read_request(reader);
+        count_body(connection, reached == reading::whole ? 0 : reader.request.body.size());
         if (reached == reading::whole) co_return true;
         if (reached == reading::refused) {
-            co_await refuse(connection, reader.refusal);
+            co_await refuse(connection, problem_response(reader.refusal));
+            co_return false;
+        }
+        if (connection.transport->bodies > limits.bodies) {
+            co_await refuse(connection, no_room_response());
             co_return false;
         }
         const bool begun = reader.head_is_read || !reader.input.empty();
@@ -97,7 +118,7 @@ asio::awaitable<bool> read_whole(connection& connection)
         if (connection.too_slow) {
             const problem slow{.code = "tooSlow",
                                .detail = "The request has not come whole in time."};
-            co_await refuse(connection, slow);
+            co_await refuse(connection, problem_response(slow));
             co_return false;
         }
         if (!more) co_return false;
@@ -227,6 +248,7 @@ void watch_for_reset(const std::shared_ptr<connection>& held)
 void leave(connection& connection)
 {
     transport_inside& transport = *connection.transport;
+    count_body(connection, 0);
     const auto counted = transport.of_origin.find(connection.origin);
     if (counted != transport.of_origin.end() && --counted->second == 0)
         transport.of_origin.erase(counted);

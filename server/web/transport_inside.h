@@ -41,6 +41,7 @@ struct transport_inside {
     std::unordered_map<request_id, connection*> requests{}; // that the owner may still name
     request_id last_request = 0;
     std::list<request_id> turns{}; // streams with something to send that wait for their turn
+    std::size_t bodies = 0;        // bytes of those that are on their way
     bool watching_deadlines = false;
     bool ending = false; // each answer is the last on its connection
 };

@@ -24,6 +24,10 @@ struct transport_limits {
     // Of one address but 127.0.0.1 and ::1, where proxies and programs are: 429.
     std::size_t connections_per_address = 200;
 
+    // Bytes of all bodies that are on their way, together: 503. What has come whole with the head
+    // is not, so that whatever is asked for in few words goes on.
+    std::size_t bodies = 64 << 20;
+
     std::chrono::milliseconds handshake{10'000}; // TLS: closed
     std::chrono::milliseconds request{10'000};   // from its first byte to its last: 408
     std::chrono::milliseconds idle{60'000};      // before a request's first byte: closed

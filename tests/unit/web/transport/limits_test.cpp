@@ -4,11 +4,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "support/patience.h"
 #include "unit/web/transport/transport_test.h"
 
 using namespace web;
 using namespace std::chrono_literals;
 using std::chrono::milliseconds;
+using testing::HasSubstr;
 
 namespace {
 using Limits = TransportTest;
@@ -177,6 +179,36 @@ TEST_F(Limits, TurnsAwayWhoeverHasTooManyFromOneAddress)
     test_client& next = connect(REQUEST);
     until_got(next, "/a ");
     EXPECT_EQ(requests.begin()->second.address, "127.0.0.2");
+}
+
+TEST_F(Limits, BoundsAllBodiesOnTheirWayTogether)
+{
+    limits.bodies = 5000;
+    limits.request = PATIENCE * 2;
+    start();
+    const std::string head = "PUT /a HTTP/1.1\r\nHost: localhost\r\n";
+    const std::string begun = head + "Content-Length: 4000\r\n\r\n" + std::string(3000, 'x');
+    const std::string in_chunks =
+        head + "Transfer-Encoding: chunked\r\n\r\nbb8\r\n" + std::string(3000, 'y');
+    test_client& first = connect(begun);
+    until("it has come", [&] { return counters(*served).bytes_in == begun.size(); });
+    for (const std::string& one_more : {begun, in_chunks}) {
+        const std::string answer = answers(one_more);
+        EXPECT_EQ(problem_of(answer), "503 overloaded");
+        EXPECT_THAT(answer, HasSubstr("\r\nRetry-After: 5\r\n"));
+    }
+    until_got(connect(head + "Content-Length: 2\r\n\r\nhi"), "/a hi"); // is whole at once
+    first.send(std::string(1000, 'x'));
+    until_got(first, "/a xxx");
+    test_client& second = connect(begun);
+    const std::uint64_t before = counters(*served).bytes_in;
+    until("it has come", [&] { return counters(*served).bytes_in == before + begun.size(); });
+    second.end_by_reset();
+    until("it is gone", [&] { return counters(*served).open == 2; });
+    test_client& third = connect(begun);
+    third.send(std::string(1000, 'x'));
+    until_got(third, "/a xxx");
+    EXPECT_EQ(requests.size(), 3U);
 }
 
 TEST_F(Limits, AcceptsAgainAfterDescriptorsRanOut)
