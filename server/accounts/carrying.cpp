@@ -9,6 +9,7 @@
 #include "server/journal/house_json.h"
 #include "server/journal/saved_house.h"
 #include "server/journal/stored_json.h"
+#include "tools/common/characters.h"
 
 namespace accounts {
 
@@ -60,12 +61,29 @@ bool is_too_deep(std::string_view text)
     return false;
 }
 
+// In no text and no member's name, as in none that is set by a request.
+void refuse_unseen(const place& at)
+{
+    constexpr std::size_t ANY = SIZE_MAX;
+    if (at.value.is_array()) read_array(at, ANY, refuse_unseen);
+    if (at.value.is_object())
+        read_members(at, ANY, [&](const std::string& name, const place& each) {
+            const std::string complaint = common::complaint_about(name);
+            if (!complaint.empty()) complain(at, "has a member whose name " + complaint);
+            refuse_unseen(each);
+        });
+    if (!at.value.is_string()) return;
+    const std::string complaint = common::complaint_about(at.value.get_ref<const std::string&>());
+    if (!complaint.empty()) complain(at, complaint);
+}
+
 void read_whole(const place& at, carried& read)
 {
     expect_members(at, {"format", "version", "house", "people"});
     if (member(at, "format").value != FORMAT) complain(at, "is no export");
     if (read_integer(member(at, "version"), 1, INT32_MAX) > VERSION)
         complain(at, "was written by a newer program");
+    refuse_unseen(at);
     std::string error;
     if (!journal::read_house(member(at, "house").value.dump(), read.house, error))
         throw journal::misfit("house: " + error);

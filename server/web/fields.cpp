@@ -1,7 +1,6 @@
 #include "server/web/fields.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "tools/common/characters.h"
 
@@ -45,24 +44,11 @@ const json* find_member(fields& fields, const std::string& name)
     return found == fields.object.end() ? nullptr : &*found;
 }
 
-std::string complaint_about(std::string_view text)
-{
-    while (!text.empty()) {
-        const common::character first = common::first_character(text);
-        char number[16];
-        std::snprintf(number, sizeof number, "U+%04X", first.code);
-        if (common::is_unseen(first.code))
-            return std::string("has a character that is not seen, ") + number;
-        text.remove_prefix(first.length);
-    }
-    return "";
-}
-
 std::optional<std::string> read_text(fields& fields, const std::string& name, std::size_t longest,
                                      std::size_t shortest)
 {
     std::optional<std::string> text = read_secret(fields, name, longest, shortest);
-    const std::string complaint = complaint_about(text.value_or(""));
+    const std::string complaint = common::complaint_about(text.value_or(""));
     if (complaint.empty()) return text;
     complain(fields, name, name + " " + complaint);
     return {};

@@ -29,9 +29,6 @@ void complain(fields& fields, const std::string& name, const std::string& detail
 // Null when it is absent.
 const json* find_member(fields& fields, const std::string& name);
 
-// What is wrong with a text that people are to read; empty: nothing.
-std::string complaint_about(std::string_view text);
-
 // Each is none when the member is absent or, with a complaint, is something else. A secret may have
 // any characters, a text those alone that are seen.
 std::optional<std::string> read_secret(fields& fields, const std::string& name,

@@ -6,6 +6,7 @@
 #include "server/web/lock_json.h"
 #include "server/web/parameters.h"
 #include "server/web/position.h"
+#include "tools/common/characters.h"
 
 namespace web {
 
@@ -87,7 +88,7 @@ answer remove_lock(server& server, const call& call)
     constexpr std::size_t SHORTEST_REASON = 3;
     const std::string reason =
         read_text(call.request, "reason", wrong, desk::TEXT_LENGTH, SHORTEST_REASON).value_or("");
-    if (const std::string complaint = complaint_about(reason); !complaint.empty())
+    if (const std::string complaint = common::complaint_about(reason); !complaint.empty())
         wrong.push_back({"reason", "badValue", "reason " + complaint});
     if (!wrong.empty()) return problem_of(wrong, router);
     const desk::lock* const lock = find_lock(server, router, *destination);

@@ -1,6 +1,7 @@
 #include "tools/common/characters.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <iterator>
 #include <utility>
 
@@ -57,6 +58,19 @@ bool is_unseen(std::uint32_t code)
     return std::any_of(std::begin(RANGES), std::end(RANGES), [&](const auto& range) {
         return code >= range.first && code <= range.second;
     });
+}
+
+std::string complaint_about(std::string_view text)
+{
+    while (!text.empty()) {
+        const character first = first_character(text);
+        char number[16];
+        std::snprintf(number, sizeof number, "U+%04X", first.code);
+        if (is_unseen(first.code))
+            return std::string("has a character that is not seen, ") + number;
+        text.remove_prefix(first.length);
+    }
+    return "";
 }
 
 } // namespace common

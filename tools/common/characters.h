@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace common {
@@ -23,5 +24,9 @@ bool is_utf8(std::string_view text);
 // A character without a shape of its own: it acts on its neighbours, on their order or on where
 // lines end.
 bool is_unseen(std::uint32_t code);
+
+// What is wrong with a text that people are to read, "has a character that is not seen, U+202E";
+// empty: nothing.
+std::string complaint_about(std::string_view text);
 
 } // namespace common

@@ -167,6 +167,32 @@ TEST_F(Carrying, SaysWhatCannotBeRead)
               "house: routers.r1.locks[0].mode must not be \"key\"");
 }
 
+TEST_F(Carrying, RefusesCharactersThatAreNotSeen)
+{
+    const std::string mark = "\u202e"; // turns the order of what follows
+    const auto with = [&](const char* place) {
+        nlohmann::json whole = nlohmann::json::parse(export_text(house, accounts));
+        whole[nlohmann::json::json_pointer(place)] = "x" + mark;
+        return error_of(whole.dump());
+    };
+    const std::string why = " has a character that is not seen, U+202E";
+    EXPECT_EQ(with("/house/routers/r1/settings/name"), "house.routers.r1.settings.name" + why);
+    EXPECT_EQ(with("/house/routers/r1/sourceLabels/0/alias"),
+              "house.routers.r1.sourceLabels[0].alias" + why);
+    EXPECT_EQ(with("/house/routers/r1/locks/0/reason"), "house.routers.r1.locks[0].reason" + why);
+    EXPECT_EQ(with("/people/anna/name"), "people.anna.name" + why);
+    house.salvos.at({1, 2}).versions.back().note = "a\u200b";
+    EXPECT_THAT(error_of(export_text(house, accounts)),
+                testing::EndsWith(".versions[1].note has a character that is not seen, U+200B"));
+    house.salvos.clear();
+    accounts.people.at("anna").may.groups = {"Gal" + mark};
+    EXPECT_EQ(error_of(export_text(house, accounts)), "people.anna.rights.groups[0]" + why);
+    accounts.people.at("anna").may.groups.reset();
+    accounts.people.at("anna").may.exceptions = {{"r" + mark, desk::right::view}};
+    EXPECT_EQ(error_of(export_text(house, accounts)),
+              "people.anna.rights.exceptions has a member whose name" + why);
+}
+
 TEST_F(Carrying, RefusesWhatIsNestedVeryDeep)
 {
     const std::string deep = std::string(1'000'000, '[') + std::string(1'000'000, ']');
