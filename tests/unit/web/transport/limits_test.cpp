@@ -190,8 +190,13 @@ TEST_F(Limits, BoundsAllBodiesOnTheirWayTogether)
     const std::string begun = head + "Content-Length: 4000\r\n\r\n" + std::string(3000, 'x');
     const std::string in_chunks =
         head + "Transfer-Encoding: chunked\r\n\r\nbb8\r\n" + std::string(3000, 'y');
-    test_client& first = connect(begun);
-    until("it has come", [&] { return counters(*served).bytes_in == begun.size(); });
+    const auto begin = [&]() -> test_client& {
+        const std::uint64_t before = counters(*served).bytes_in;
+        test_client& client = connect(begun);
+        until("it has come", [&] { return counters(*served).bytes_in == before + begun.size(); });
+        return client;
+    };
+    test_client& first = begin();
     for (const std::string& one_more : {begun, in_chunks}) {
         const std::string answer = answers(one_more);
         EXPECT_EQ(problem_of(answer), "503 overloaded");
@@ -200,14 +205,11 @@ TEST_F(Limits, BoundsAllBodiesOnTheirWayTogether)
     until_got(connect(head + "Content-Length: 2\r\n\r\nhi"), "/a hi"); // is whole at once
     first.send(std::string(1000, 'x'));
     until_got(first, "/a xxx");
-    test_client& second = connect(begun);
-    const std::uint64_t before = counters(*served).bytes_in;
-    until("it has come", [&] { return counters(*served).bytes_in == before + begun.size(); });
-    second.end_by_reset();
+    begin().end_by_reset();
     until("it is gone", [&] { return counters(*served).open == 2; });
-    test_client& third = connect(begun);
-    third.send(std::string(1000, 'x'));
-    until_got(third, "/a xxx");
+    test_client& last = begin();
+    last.send(std::string(1000, 'x'));
+    until_got(last, "/a xxx");
     EXPECT_EQ(requests.size(), 3U);
 }
 
