@@ -62,7 +62,7 @@ void open_stream(transport& transport, request_id request, response&& response);
 void open_websocket(transport& transport, request_id request, const std::string& subprotocol);
 
 // Sends after what was given before: a piece of the body, or a message of text in UTF-8. The bytes
-// are not copied.
+// are shared, not copied, while they wait; what waits for one client goes out in one write.
 void send(transport& transport, stream_id stream, std::shared_ptr<const std::string> bytes);
 
 std::size_t unsent_bytes(const transport& transport, stream_id stream); // 0: all, or not known
