@@ -118,7 +118,7 @@ std::shared_ptr<const std::string> take_messages(connection& connection, std::si
 {
     std::string& ahead = connection.stream.ahead;
     for (bytes = 0;;) {
-        const auto message = std::move(connection.queue.front());
+        auto message = std::move(connection.queue.front());
         connection.queue.pop_front();
         bytes += message->size();
         if (connection.queue.empty() || ahead.size() + message->size() > MOST_AHEAD) return message;
