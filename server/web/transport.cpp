@@ -26,7 +26,7 @@ void respond(connection& connection, response&& response)
 }
 } // namespace
 
-transport::transport(loop& loop, transport_hooks hooks, transport_limits limits)
+transport::transport(loop& loop, transport_hooks hooks, const transport_limits& limits)
     : inside(std::make_shared<transport_inside>(transport_inside{
           .context = loop.inside->context, .hooks = std::move(hooks), .limits = limits}))
 {

@@ -27,7 +27,7 @@ struct transport {
     std::shared_ptr<transport_inside> inside;
 
     // The loop must outlive it.
-    transport(loop& loop, transport_hooks hooks, transport_limits limits = {});
+    transport(loop& loop, transport_hooks hooks, const transport_limits& limits = {});
     ~transport(); // cuts off everybody; no hook is called any more
     transport(const transport&) = delete;
     transport& operator=(const transport&) = delete;

@@ -105,10 +105,12 @@ void add_frame(std::string& bytes, std::string_view text)
     constexpr char TEXT = '\x81';       // whole
     constexpr std::size_t LONGEST_SHORT = 125;
     const std::size_t size = text.size();
-    if (size <= LONGEST_SHORT)
-        bytes += {TEXT, static_cast<char>(size)};
-    else
-        bytes += {TEXT, 126, static_cast<char>(size >> 8), static_cast<char>(size)};
+    bytes += TEXT;
+    if (size > LONGEST_SHORT) {
+        bytes += char{126};
+        bytes += static_cast<char>(size >> 8);
+    }
+    bytes += static_cast<char>(size);
     bytes += text;
 }
 
