@@ -251,9 +251,8 @@ carrying_result carry_in(journal::store& store, const carried& read, const desk:
 {
     SQLite::Transaction transaction(*store.database.file);
     const desk::house there = saved_house(store, now.utc);
-    const desk::ulid last_batch =
-        there.batches.empty() ? desk::ulid{} : there.batches.rbegin()->first;
-    carrying carrying{without_wishes(there), kept_accounts(store, now), now, last_batch, {}, {}};
+    carrying carrying{
+        without_wishes(there), kept_accounts(store, now), now, desk::last_batch(there), {}, {}};
     for (const auto& [id, router] : read.house.routers)
         carry_router(carrying, id, router);
     for (const auto& [id, salvo] : read.house.salvos)

@@ -50,15 +50,13 @@ int source_shown(const live_router& router, int destination)
 
 const authorship* author_shown(const desk_state& desk, const std::string& router, int destination)
 {
-    const house_router* const known = find_router(desk, router);
-    if (known == nullptr) return nullptr;
-    const auto author = known->authors.find(destination);
+    const authorship* const author = find_author(desk.house, router, destination);
+    if (author == nullptr) return nullptr;
     const auto& facts = find_live(desk, router)->facts;
     const auto position = static_cast<std::size_t>(destination);
-    if (author == known->authors.end() || position >= facts.size()) return nullptr;
-    const bool stands = author->second.source == facts[position].source &&
-                        author->second.since == facts[position].changed;
-    return stands ? &author->second : nullptr;
+    const bool stands = position < facts.size() && author->source == facts[position].source &&
+                        author->since == facts[position].changed;
+    return stands ? author : nullptr;
 }
 
 } // namespace desk

@@ -29,6 +29,19 @@ std::optional<wish_id> row_undone(const house& house, const wish_id& id)
 }
 } // namespace
 
+ulid last_batch(const house& house)
+{
+    return house.batches.empty() ? ulid{} : house.batches.rbegin()->first;
+}
+
+const authorship* find_author(const house& house, const std::string& router, int destination)
+{
+    const auto known = house.routers.find(router);
+    if (known == house.routers.end()) return nullptr;
+    const auto author = known->second.authors.find(destination);
+    return author == known->second.authors.end() ? nullptr : &author->second;
+}
+
 const wish* find_wish(const house& house, const wish_id& id)
 {
     const batch* const batch = find_batch(house, id.batch);

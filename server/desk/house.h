@@ -199,7 +199,7 @@ struct batch {
     bool operator==(const batch&) const = default;
 };
 
-// Who put there what a destination was reported to show last. None is kept where that is not known.
+// None is kept where it is not known.
 struct authorship {
     int source = UNKNOWN_SOURCE;
     std::optional<wish_id> by;   // none: outside
@@ -260,6 +260,12 @@ struct house {
     std::map<ulid, notice> notices;                       // that have not been dismissed
     bool operator==(const house&) const = default;
 };
+
+// Of the newest that is kept.
+ulid last_batch(const house& house);
+
+// Who put there what the destination was reported to show last. Null when that is not known.
+const authorship* find_author(const house& house, const std::string& router, int destination);
 
 // Null when there is none, or it has been forgotten.
 const wish* find_wish(const house& house, const wish_id& id);

@@ -141,7 +141,7 @@ objection set_router(desk_state& desk, const moment& now, const actor& actor,
         return bad_value("whether a router is simulated, and its size, stays as it is");
     const bool ends_backend = old != nullptr && !same_for_backend(old->settings, settings);
     const std::string id = settings.id;
-    const ulid added_after = old != nullptr ? old->added_after : desk.ids.last;
+    const ulid added_after = old != nullptr ? old->added_after : last_batch(desk.house);
     record_entry(
         desk, {now.utc, actor.person, actor.origin, router_set{std::move(settings), added_after}});
     if (old == nullptr) {

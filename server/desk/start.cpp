@@ -7,15 +7,6 @@
 namespace desk {
 
 namespace {
-// What it showed last, as far as it is known whose doing that was.
-int last_shown(const house& house, const route& wished)
-{
-    const auto router = house.routers.find(wished.router);
-    if (router == house.routers.end()) return UNKNOWN_SOURCE;
-    const auto author = router->second.authors.find(wished.destination);
-    return author == router->second.authors.end() ? UNKNOWN_SOURCE : author->second.source;
-}
-
 void end_open_wishes(desk_state& desk, const moment& now)
 {
     std::vector<wish_ended> ends;
@@ -26,12 +17,15 @@ void end_open_wishes(desk_state& desk, const moment& now)
                 end.id = {id, row};
                 end.detail = "the program was restarted";
                 end.ended_after = std::max(wall{}, now.utc - batch.made);
-                end.was = last_shown(desk.house, batch.rows[row].wished);
+                const route& wished = batch.rows[row].wished;
+                const authorship* const author =
+                    find_author(desk.house, wished.router, wished.destination);
+                if (author != nullptr) end.was = author->source;
             }
     for (wish_ended& end : ends) {
         const route wished = find_wish(desk.house, end.id)->wished;
         // It may have been changed, and changed back, without anybody here knowing.
-        if (last_shown(desk.house, wished) != UNKNOWN_SOURCE)
+        if (find_author(desk.house, wished.router, wished.destination) != nullptr)
             record_entry(desk,
                          {now.utc, "", "", author_forgotten{wished.router, wished.destination}});
         record_entry(desk, {now.utc, "", "", std::move(end)});
@@ -69,8 +63,7 @@ desk_state make_desk(std::uint64_t seed, house kept, const moment& now)
 {
     desk_state desk = make_desk(seed);
     desk.house = std::move(kept);
-    if (!desk.house.batches.empty()) // the clock may have gone back
-        desk.ids.last = std::prev(desk.house.batches.end())->first;
+    desk.ids.last = last_batch(desk.house); // the clock may have gone back
     for (const auto& [id, router] : desk.house.routers) {
         desk.live[id].link_since = now.utc;
         for (const auto& [destination, lock] : router.locks)
