@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "server/desk/showings.h"
 #include "server/desk/steps.h"
 #include "server/desk/wishes.h"
 
@@ -10,11 +11,12 @@ namespace desk {
 namespace {
 // Its source was reported after it had been shown, though of a like take before it, for all that is
 // known: a backend that reports both as one reports no more while nothing changes.
-bool stands_reported(const live_router& live, int destination, const open_wish& wish)
+bool stands_reported(const live_router& live, const moment& now, int destination,
+                     const open_wish& wish)
 {
-    return wish.shown != 0 && is_fresh(live, destination) &&
+    return wish.reported && is_fresh(live, destination) &&
            source_shown(live, destination) == wish.source &&
-           live.facts[static_cast<std::size_t>(destination)].showings >= wish.shown;
+           source_told(live, now, destination) == wish.source;
 }
 
 void end_late_wish(desk_state& desk, const moment& now, const wish_id& id)
@@ -27,7 +29,7 @@ void end_late_wish(desk_state& desk, const moment& now, const wish_id& id)
         desk.deadlines.erase({wish.deadline, id}); // it ends when the backend has
         return end_backend(desk, now, wished.router, reason::not_sent_in_time);
     }
-    if (!stands_reported(*find_live(desk, wished.router), wished.destination, wish))
+    if (!stands_reported(*find_live(desk, wished.router), now, wished.destination, wish))
         return end_wish(desk, now, id, outcome::timed_out, "");
     end_wish(desk, now, id, outcome::confirmed, "");
     tell_change(desk, wished.router, change::kind::fact, wished.destination); // whose doing it is

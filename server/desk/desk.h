@@ -40,7 +40,6 @@ struct fact {
     moment confirmed{};            // when the router said it last
     std::uint32_t connection = 0;  // over which; 0: never, or doubted since
     std::optional<wall> changed{}; // when this source was heard first; none: that is not known
-    std::uint64_t showings = 0;    // how many the router had had when it said it last
 };
 
 enum class wish_state {
@@ -53,6 +52,7 @@ enum class wish_state {
 struct showing {
     std::uint64_t number = 0; // counts the router's, from 1; 0: none
     int source = UNKNOWN_SOURCE;
+    monotonic heard{};
 };
 
 struct open_wish {
@@ -63,18 +63,28 @@ struct open_wish {
     monotonic sent{};
     monotonic deadline{};          // of being sent, then of being confirmed
     int was = UNKNOWN_SOURCE;      // what the destination has shown before, by the reports
+    int replaces = UNKNOWN_SOURCE; // what its take finds there, by the traffic
+    std::uint32_t connection = 0;  // over which its take was sent
     std::size_t older_queries = 0; // under way when its take was sent: their answers tell nothing
-    std::vector<int> older_takes;  // sent and not ended then: that their sources show tells nothing
+    std::vector<int> older_takes;  // sent and not shown then: that their sources show tells nothing
     bool query_answered = false;   // that followed the take
     std::optional<monotonic> take_answered; // when the router acknowledged or refused it
     std::uint64_t shown = 0; // number of the first showing that may be its take's doing; 0: none
+    bool reported = false;   // its source has been, since then
     showing gone_to;         // after that; its report ends the wish
 };
 
-// How a troubled wish has ended.
-struct trouble_end {
-    monotonic at{};
-    std::uint64_t shown = 0; // number of the first showing that may be its take's doing
+// A destination's last wish, when it has ended badly and nobody has accepted that. A report of what
+// is shown from the one showing on, before the other, may confirm it late.
+struct trouble {
+    wish_id id;
+    std::optional<monotonic> ended;                       // none: before the start
+    monotonic late_until{};                               // but for the first report after it
+    std::uint32_t connection = 0;                         // over which its take was sent
+    bool shown = false;                                   // its source has been, since its take
+    std::uint64_t from = 0;                               // then; before that, when it ended
+    std::uint64_t until = static_cast<std::uint64_t>(-1); // of another source, after that or over
+                                                          // a later connection
 };
 
 // A take that the router has neither acknowledged nor refused.
@@ -96,8 +106,11 @@ struct live_router {
     std::vector<std::string> destination_names;
     std::vector<fact> facts;                   // by destination, as many as outputs have ever been
     std::map<int, std::deque<open_wish>> open; // by destination, oldest first; none empty
-    std::map<int, wish_id> troubled; // the last wish, when it ended badly and nobody accepted it
-    std::map<int, trouble_end> trouble_ends; // by destination; none of what ended before the start
+    std::map<int, wish_id> last_wishes;        // by destination: accepted since the start
+    std::map<int, trouble> troubled;           // by destination
+    // By destination and source: takes whose wishes have ended, and until when the router may still
+    // carry them out.
+    std::map<int, std::map<int, monotonic>> unshown_takes;
     // By destination, until it is heard: what the restart has ended. None empty.
     std::map<int, std::vector<wish_id>> ended_by_restart;
     std::map<int, std::size_t> queries_under_way; // by destination; none 0

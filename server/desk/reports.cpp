@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "server/desk/showings.h"
 #include "server/desk/steps.h"
 #include "server/desk/wishes.h"
 #include "server/desk/words.h"
@@ -13,6 +14,7 @@ void forget_traffic(live_router& live)
 {
     live.queries_under_way.clear();
     live.takes_unanswered.clear();
+    live.unshown_takes.clear();
     for (auto& [destination, open] : live.open)
         for (open_wish& wish : open)
             wish.older_queries = 0;
@@ -26,45 +28,15 @@ bool holds_queued(const live_router& live)
     });
 }
 
-// The number of the first showing that the report may be of, or the last of those after it that
-// show the same. Those before it are reported no more. What the traffic does not tell comes after
-// all of it.
-std::uint64_t take_showing(live_router& live, const route& shown)
-{
-    const auto found = live.unreported.find(shown.destination);
-    if (found == live.unreported.end()) return live.showings + 1;
-    std::deque<showing>& unreported = found->second;
-    const auto is_of_it = [&](const showing& one) {
-        return one.source == shown.source;
-    };
-    const auto first = std::find_if(unreported.begin(), unreported.end(), is_of_it);
-    if (first == unreported.end()) return live.showings + 1;
-    const auto last = std::prev(std::find_if_not(first, unreported.end(), is_of_it));
-    const std::uint64_t number = last->number;
-    unreported.erase(unreported.begin(), std::next(first));
-    if (unreported.empty()) live.unreported.erase(found);
-    return number;
-}
-
-// Whether the router has shown another source before, which no report will bring any more.
-bool passes_another(const live_router& live, const route& shown)
-{
-    const auto found = live.unreported.find(shown.destination);
-    if (found == live.unreported.end()) return false;
-    const auto first = std::find_if(found->second.begin(), found->second.end(),
-                                    [&](const showing& one) { return one.source == shown.source; });
-    return first != found->second.begin() && first != found->second.end();
-}
-
 // Ends the wishes whose source the router has shown, before this one.
 void end_passed_wishes(desk_state& desk, const moment& now, const live_router& live,
-                       int destination, const showing& reported)
+                       int destination, const reported_run& reported)
 {
     const auto open = live.open.find(destination);
     if (open == live.open.end()) return;
     std::vector<wish_id> passed;
     for (const open_wish& wish : open->second)
-        if (wish.gone_to.source == reported.source && wish.gone_to.number <= reported.number)
+        if (wish.gone_to.source == reported.source && wish.gone_to.number <= reported.last)
             passed.push_back(wish.id);
     for (const wish_id& id : passed)
         end_contradicted(desk, now, id, reported.source);
@@ -82,37 +54,38 @@ bool may_be_taken(const live_router& live, int destination, int source)
            });
 }
 
-// What the destination showed until now, `was`, has been replaced by the first of the wishes for
-// what it shows now whose takes it may be of; those after that, and those that will be carried out
-// later, find it there.
-void note_what_was(live_router& live, int destination, const showing& reported, int was)
+// What the destination showed on this connection, by the last report. UNKNOWN_SOURCE: none.
+int shown_before(const live_router& live, const fact& before)
+{
+    return before.connection == live.connection ? before.source : UNKNOWN_SOURCE;
+}
+
+// What takes find there that are still to be sent, or, by what only the report tells, to be shown.
+void note_reported(live_router& live, int destination, int source, bool told)
 {
     const auto open = live.open.find(destination);
     if (open == live.open.end()) return;
-    bool replaced = false;
     for (open_wish& wish : open->second) {
-        const bool sent = wish.state == wish_state::sent;
-        if (sent && wish.source != reported.source) continue;
-        if (replaced || wish.shown == 0 || wish.shown > reported.number)
-            wish.was = reported.source;
-        else if (was != UNKNOWN_SOURCE && was != reported.source)
-            wish.was = was;
-        replaced = replaced || wish.shown != 0;
+        if (wish.state != wish_state::sent) wish.was = source;
+        if (wish.shown == 0 && !told) wish.replaces = source;
+        if (wish.shown != 0 && wish.source == source) wish.reported = true;
     }
 }
 
 // Whether what is reported now may be the doing of the troubled wish. One that had ended before the
 // start may have been followed by anything, but for those that the restart itself has ended.
-// `heard`: when the destination was reported before.
-bool may_be_late(const live_router& live, const wish& row, const showing& reported, monotonic now,
-                 monotonic heard)
+bool may_be_late(const live_router& live, const trouble& trouble, const wish& row,
+                 const reported_run& reported, const fact& before, monotonic now)
 {
-    if (row.was == row.wished.source) return false; // it was there before
+    const int shown = shown_before(live, before);
+    const int was = shown != UNKNOWN_SOURCE ? shown : row.was;
+    if (reported.source != row.wished.source || was == reported.source) return false;
     if (row.end == outcome::unknown) return !row.found;
     if (row.end != outcome::timed_out && row.end != outcome::contradicted) return false;
-    const auto end = live.trouble_ends.find(row.wished.destination);
-    return end != live.trouble_ends.end() && reported.number >= end->second.shown &&
-           (heard <= end->second.at || now <= end->second.at + LATE_LIMIT);
+    if (!trouble.ended || reported.last < trouble.from || reported.first >= trouble.until)
+        return false;
+    const bool is_first = before.confirmed.steady <= *trouble.ended;
+    return now <= trouble.late_until || (is_first && row.end == outcome::timed_out);
 }
 
 // What the router shows is told of all wishes that a restart has ended.
@@ -130,21 +103,21 @@ void note_found(desk_state& desk, const moment& now, live_router& live, const ro
     }
 }
 
-// The destination's last wish, when it went wrong, and its source is shown now. `was` and `heard`:
-// what the destination showed on this connection, and when it was reported before. False when that
+// The destination's last wish, when it went wrong, and its source is shown now. False when that
 // confirms nothing.
 bool confirm_late(desk_state& desk, const moment& now, live_router& live, const route& shown,
-                  const showing& reported, int was, monotonic heard)
+                  const reported_run& reported, const fact& before)
 {
     const auto troubled = live.troubled.find(shown.destination);
     if (troubled == live.troubled.end()) return false;
-    const wish_id id = troubled->second;
-    const wish* row = find_wish(desk.house, id);
-    if (row == nullptr) return false;
-    if (row->wished.source != shown.source || !may_be_late(live, *row, reported, now.steady, heard))
+    const wish_id id = troubled->second.id;
+    const wish* const row = find_wish(desk.house, id);
+    if (row == nullptr || !may_be_late(live, troubled->second, *row, reported, before, now.steady))
         return false;
     const wall after = std::max(wall{}, now.utc - desk.house.batches.at(id.batch).made);
+    const int was = shown_before(live, before);
     live.troubled.erase(troubled);
+    live.unshown_takes.erase(shown.destination);
     record_entry(desk,
                  {now.utc, "", "",
                   confirmed_late{id, after, was, doings_of(desk.house, id, was),
@@ -153,80 +126,88 @@ bool confirm_late(desk_state& desk, const moment& now, live_router& live, const 
     return true;
 }
 
-// `was`: what the destination showed before. Where that is not known, its author may tell, of
-// before the start.
-void note_outside_change(desk_state& desk, const moment& now, const live_router& live,
-                         const route& shown, int was)
+authorship last_author(const desk_state& desk, const route& shown)
 {
-    const auto& authors = find_router(desk, shown.router)->authors;
-    const auto author = authors.find(shown.destination);
-    const int last = was != UNKNOWN_SOURCE || author == authors.end() ? was : author->second.source;
-    if (last == UNKNOWN_SOURCE || last == shown.source) return;
+    const authorship* const author = find_author(desk.house, shown.router, shown.destination);
+    return author == nullptr ? authorship{} : *author;
+}
+
+// What the destination was known to show. Where no report tells, its author may, of before the
+// start.
+int last_source(const fact& before, const authorship& author)
+{
+    return before.source != UNKNOWN_SOURCE ? before.source : author.source;
+}
+
+// Not so when it may be the doing of a wish that has ended.
+void note_outside_change(desk_state& desk, const moment& now, const live_router& live,
+                         const route& shown, int last)
+{
+    const std::vector<int> unshown = unshown_takes(live, now, shown.destination);
+    if (last == UNKNOWN_SOURCE || last == shown.source ||
+        std::find(unshown.begin(), unshown.end(), shown.source) != unshown.end())
+        return;
     record_entry(desk,
                  {now.utc, "", "",
                   outside_change{shown.router, shown.destination, shown.source, last,
                                  live.facts[static_cast<std::size_t>(shown.destination)].changed}});
 }
 
-authorship last_author(const desk_state& desk, const route& shown)
-{
-    const auto& authors = find_router(desk, shown.router)->authors;
-    const auto author = authors.find(shown.destination);
-    return author == authors.end() ? authorship{} : author->second;
-}
-
 void forget_author(desk_state& desk, const moment& now, const route& shown)
 {
-    if (find_router(desk, shown.router)->authors.contains(shown.destination))
+    if (find_author(desk.house, shown.router, shown.destination) != nullptr)
         record_entry(desk, {now.utc, "", "", author_forgotten{shown.router, shown.destination}});
 }
 
 // It was there before, and something else meanwhile, of which nothing was reported: who has brought
 // it back, and when, is not known.
-bool has_come_back(const live_router& live, const fact& before, const authorship& author,
-                   const route& shown)
+bool has_returned(const live_router& live, const moment& now, const fact& before, int last,
+                  const route& shown)
 {
     const bool doubted = before.source != UNKNOWN_SOURCE && before.connection == 0;
-    const int last = before.source != UNKNOWN_SOURCE ? before.source : author.source;
-    return last == shown.source && (doubted || passes_another(live, shown));
+    return last == shown.source &&
+           (doubted || has_come_back(live, now, shown.destination, shown.source));
 }
 
-// When the source that is shown now was heard first, as the fact and the last author tell.
+// When the source that is shown now was heard first, as the last fact and its author tell.
 std::optional<wall> changed_at(const fact& before, const authorship& author, const route& shown,
                                wall now)
 {
-    if (before.source == shown.source) return before.changed;
-    if (before.source == UNKNOWN_SOURCE && author.source == shown.source) return author.since;
-    if (before.source == UNKNOWN_SOURCE && author.source == UNKNOWN_SOURCE) return std::nullopt;
-    return now;
+    const int last = last_source(before, author);
+    if (last == UNKNOWN_SOURCE) return std::nullopt;
+    if (last != shown.source) return now;
+    return before.source != UNKNOWN_SOURCE ? before.changed : author.since;
 }
 
+// The order matters: what has been shown before is looked at before the report takes it away, the
+// fact is there when its wishes end, and its author is judged when all have had their part.
 void report_route(desk_state& desk, const moment& now, live_router& live, const route& shown)
 {
     const auto position = static_cast<std::size_t>(shown.destination);
     if (position >= live.facts.size()) live.facts.resize(position + 1);
     fact& fact = live.facts[position];
-    const int was = fact.source;
-    const bool known = fact.connection == live.connection;
-    const monotonic heard = fact.confirmed.steady;
-    const bool changed = was != shown.source || !known;
+    const desk::fact before = fact;
     const authorship author = last_author(desk, shown);
-    const bool back = has_come_back(live, fact, author, shown);
-    if (back) forget_author(desk, now, shown);
-    fact = {shown.source, now, live.connection,
-            back ? std::nullopt : changed_at(fact, author, shown, now.utc), live.showings};
+    const int last = last_source(before, author);
+    const bool returned = has_returned(live, now, before, last, shown);
+    const reported_run reported = take_reported(live, now, shown);
+    const bool returns = has_come_back(live, now, shown.destination, shown.source);
+    if (returned) forget_author(desk, now, shown);
+    fact = {shown.source, now, live.connection, changed_at(before, author, shown, now.utc)};
+    if (returned || returns) fact.changed.reset();
+    const bool changed = shown_before(live, before) != shown.source;
     if (changed) tell_change(desk, shown.router, change::kind::fact, shown.destination);
-    const showing reported{take_showing(live, shown), shown.source};
-    note_what_was(live, shown.destination, reported, known ? was : UNKNOWN_SOURCE);
-    const bool confirms = confirm_wishes(desk, now, shown.router, shown.destination, reported);
+    note_reported(live, shown.destination, shown.source, reported.told);
+    const bool confirms =
+        confirm_wishes(desk, now, shown.router, shown.destination, reported.last, shown.source);
     if (confirms || !may_be_taken(live, shown.destination, shown.source)) {
-        const bool late =
-            confirm_late(desk, now, live, shown, reported, known ? was : UNKNOWN_SOURCE, heard);
-        if (!confirms && !late) note_outside_change(desk, now, live, shown, was);
+        const bool late = confirm_late(desk, now, live, shown, reported, before);
+        if (!confirms && !late) note_outside_change(desk, now, live, shown, last);
     }
+    live.unshown_takes[shown.destination].erase(shown.source);
     end_passed_wishes(desk, now, live, shown.destination, reported);
     note_found(desk, now, live, shown);
-    if (author_shown(desk, shown.router, shown.destination) == nullptr)
+    if (returns || author_shown(desk, shown.router, shown.destination) == nullptr)
         forget_author(desk, now, shown);
     if (!changed && last_author(desk, shown) != author)
         tell_change(desk, shown.router, change::kind::fact, shown.destination);
@@ -261,6 +242,7 @@ void report_link(desk_state& desk, const moment& now, const std::string& router,
         if (!goes_on && (link == link_state::reading || link == link_state::ready)) {
             ++live->connection;
             live->disconnected.clear();
+            live->unreported.clear();
         }
     }
     tell_change(desk, router, change::kind::link);

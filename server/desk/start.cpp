@@ -45,7 +45,7 @@ void find_troubles(desk_state& desk)
             if (wish.end == outcome::unknown && !wish.found)
                 live->ended_by_restart[wish.wished.destination].push_back({id, row});
             if (is_trouble(wish))
-                live->troubled[wish.wished.destination] = {id, row};
+                live->troubled[wish.wished.destination].id = {id, row};
             else
                 live->troubled.erase(wish.wished.destination);
         }

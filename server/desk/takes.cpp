@@ -6,6 +6,7 @@
 
 #include "server/desk/checks.h"
 #include "server/desk/locks.h"
+#include "server/desk/showings.h"
 #include "server/desk/steps.h"
 #include "server/desk/wishes.h"
 #include "server/desk/words.h"
@@ -49,13 +50,13 @@ std::size_t count_open(const live_router& live, int destination)
     return open == live.open.end() ? 0 : open->second.size();
 }
 
-objection check_source_before(const desk_state& desk, const live_router& live, const route& wished,
-                              int if_source)
+objection check_source_before(const desk_state& desk, const moment& now, const live_router& live,
+                              const route& wished, int if_source)
 {
     const std::string name = destination_name(desk, wished.router, wished.destination);
     if (!is_fresh(live, wished.destination))
         return {reason::fact_unknown, "what " + name + " shows is not known"};
-    const int shown = source_shown(live, wished.destination);
+    const int shown = source_told(live, now, wished.destination);
     if (shown != if_source)
         return {reason::changed_since,
                 name + " shows " + source_name(desk, wished.router, shown) + " by now, " +
@@ -66,8 +67,8 @@ objection check_source_before(const desk_state& desk, const live_router& live, c
 }
 
 // `found` is what the caller has found against the row itself.
-objection check_row(const desk_state& desk, const actor& actor, const take_row& row,
-                    const objection& found)
+objection check_row(const desk_state& desk, const moment& now, const actor& actor,
+                    const take_row& row, const objection& found)
 {
     const auto& [router, destination, source] = row.wished;
     objection first = check_route(desk, actor, row.wished);
@@ -79,7 +80,7 @@ objection check_row(const desk_state& desk, const actor& actor, const take_row& 
     first = check_link(known, live);
     if (first.why == reason::none) first = found;
     if (first.why == reason::none && row.if_source)
-        first = check_source_before(desk, live, row.wished, *row.if_source);
+        first = check_source_before(desk, now, live, row.wished, *row.if_source);
     if (first.why == reason::none && count_open(live, destination) >= OPEN_PER_DESTINATION)
         return {reason::too_many_at_once, "too many takes of " +
                                               destination_name(desk, router, destination) +
@@ -87,15 +88,16 @@ objection check_row(const desk_state& desk, const actor& actor, const take_row& 
     return first;
 }
 
-bool shows_already(const desk_state& desk, const route& wished)
+bool shows_already(const desk_state& desk, const moment& now, const route& wished)
 {
     const live_router& live = *find_live(desk, wished.router);
     return is_fresh(live, wished.destination) &&
            source_shown(live, wished.destination) == wished.source &&
+           is_settled(live, now, wished.destination, wished.source) &&
            count_open(live, wished.destination) == 0;
 }
 
-std::vector<row_answer> answer_rows(const desk_state& desk, const actor& actor,
+std::vector<row_answer> answer_rows(const desk_state& desk, const moment& now, const actor& actor,
                                     const take_request& request, const batch_origin& from)
 {
     std::vector<row_answer> answers;
@@ -103,14 +105,14 @@ std::vector<row_answer> answer_rows(const desk_state& desk, const actor& actor,
     for (std::size_t i = 0; i < request.rows.size(); ++i) {
         const take_row& row = request.rows[i];
         const objection found = from.objections.empty() ? objection{} : from.objections[i];
-        const objection against = check_row(desk, actor, row, found);
+        const objection against = check_row(desk, now, actor, row, found);
         row_answer& answer = answers.emplace_back();
         answer.wished = row.wished;
         answer.why = against.why;
         answer.detail = against.detail;
         const bool free = against.why == reason::none;
         blocked = blocked || !free;
-        answer.unchanged = free && !request.send_unchanged && shows_already(desk, row.wished);
+        answer.unchanged = free && !request.send_unchanged && shows_already(desk, now, row.wished);
         answer.goes = free && !answer.unchanged;
     }
     if (request.rule == batch_rule::all && blocked)
@@ -147,7 +149,9 @@ void send_rows(desk_state& desk, const moment& now, const ulid& id,
         if (answers[i].goes && open_wish_for(desk, now, {id, i}, answers[i].wished)) {
             rows[router].emplace_back(destination, source);
         } else if (answers[i].unchanged) { // the newest wish of its destination all the same
-            find_live(desk, router)->troubled.erase(destination);
+            live_router& live = *find_live(desk, router);
+            live.last_wishes[destination] = {id, i};
+            live.troubled.erase(destination);
             tell_change(desk, router, change::kind::wish, destination, id);
         }
     }
@@ -187,7 +191,7 @@ take_answer take_as(desk_state& desk, const moment& now, const actor& actor,
     const objection against = check_request(desk, now, request);
     if (against.why != reason::none) return {{}, against.why, against.detail, {}};
     take_answer answer;
-    answer.rows = answer_rows(desk, actor, request, from);
+    answer.rows = answer_rows(desk, now, actor, request, from);
     if (request.dry_run) return answer;
 
     batch batch{from.kind,
@@ -238,7 +242,7 @@ objection accept_outcome(desk_state& desk, const moment& now, const actor& actor
     if (troubled == live.troubled.end())
         return {reason::nothing_to_do,
                 "nothing went wrong on " + destination_name(desk, router, destination)};
-    const wish_id id = troubled->second;
+    const wish_id id = troubled->second.id;
     live.troubled.erase(troubled);
     record_entry(desk, {now.utc, actor.person, actor.origin, wish_accepted{id}});
     tell_change(desk, router, change::kind::wish, destination, id.batch);

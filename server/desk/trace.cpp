@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "server/desk/reports.h"
+#include "server/desk/showings.h"
 #include "server/desk/steps.h"
 #include "server/desk/wishes.h"
 #include "server/desk/words.h"
@@ -32,9 +33,8 @@ std::optional<wish_id> wish_of_take(const std::deque<open_wish>& open, int sourc
 // answer to a query that followed the take.
 bool contradicts(const open_wish& wish, int source, bool asked)
 {
-    if (asked && !wish.query_answered) return true;
-    const bool may_be_old = wish.was == UNKNOWN_SOURCE && wish.shown == 0;
-    return source != wish.was && !may_be_old;
+    if (wish.shown != 0 || (asked && !wish.query_answered)) return true;
+    return source != wish.was && wish.was != UNKNOWN_SOURCE; // else it may be of before the take
 }
 
 // The oldest query for the destination is no longer under way. False when there is none.
@@ -48,22 +48,28 @@ bool end_query(live_router& live, int destination)
 
 // Whether the source was reported last and nothing else has been shown since: of this the backend
 // may pass over what it hears.
-bool is_reported(const live_router& live, int destination, int source)
+bool is_reported(const live_router& live, const moment& now, int destination, int source)
 {
     const auto position = static_cast<std::size_t>(destination);
-    if (position >= live.facts.size()) return false;
-    const fact& fact = live.facts[position];
-    const std::deque<showing>& unreported = live.unreported.at(destination);
-    return fact.connection == live.connection && fact.source == source &&
-           std::all_of(unreported.begin(), unreported.end(),
-                       [&](const showing& one) { return one.source == source; });
+    return position < live.facts.size() && live.facts[position].connection == live.connection &&
+           live.facts[position].source == source && is_settled(live, now, destination, source);
 }
 
-showing note_showing(live_router& live, int destination, int source)
+// What this tells of the destination's last wish, when that has gone wrong.
+void note_trouble(const desk_state& desk, live_router& live, int destination,
+                  const showing& now_shown)
 {
-    std::deque<showing>& unreported = live.unreported[destination];
-    if (unreported.size() == SHOWINGS_UNREPORTED) unreported.pop_front();
-    return unreported.emplace_back(showing{++live.showings, source});
+    const auto found = live.troubled.find(destination);
+    if (found == live.troubled.end()) return;
+    trouble& trouble = found->second;
+    const wish* const row = find_wish(desk.house, trouble.id);
+    const bool wished = row != nullptr && row->wished.source == now_shown.source;
+    if (wished && !trouble.shown) {
+        trouble.shown = true;
+        trouble.from = now_shown.number;
+    } else if (!wished && (trouble.shown || trouble.connection != live.connection)) {
+        trouble.until = std::min(trouble.until, now_shown.number);
+    }
 }
 
 // Whether a take of another source that came before the wish's is still to be shown: that its own
@@ -76,9 +82,18 @@ bool follows_unshown(const std::deque<open_wish>& open, const open_wish& wish)
     return unshown;
 }
 
-void judge_wish(desk_state& desk, const moment& now, const std::deque<open_wish>& open,
+// Whether another take of its source, before it, is shown by the same.
+bool follows_its_like(const std::deque<open_wish>& open, const open_wish& wish)
+{
+    for (auto older = open.begin(); older->id != wish.id; ++older)
+        if (older->source == wish.source && older->shown == wish.shown) return true;
+    return false;
+}
+
+void judge_wish(desk_state& desk, const moment& now, live_router& live, int destination,
                 const wish_id& id, const showing& now_shown, bool asked)
 {
+    const std::deque<open_wish>& open = live.open.at(destination);
     open_wish& wish = *find_open(desk, id);
     const int source = now_shown.source;
     const bool old_answer = asked && wish.older_queries > 0;
@@ -86,14 +101,19 @@ void judge_wish(desk_state& desk, const moment& now, const std::deque<open_wish>
     const bool older = old_answer || may_be_older(wish, source);
     if (source == wish.source) {
         if (!old_answer && (asked || !follows_unshown(open, wish))) {
-            if (wish.shown == 0) wish.shown = now_shown.number;
+            if (wish.shown == 0) {
+                wish.shown = now_shown.number;
+                if (follows_its_like(open, wish)) wish.replaces = source;
+            }
             wish.gone_to = {};
+            live.unshown_takes.erase(destination); // they came before
         }
-    } else if (!older && contradicts(wish, source, asked)) {
-        if (wish.shown == 0) return end_contradicted(desk, now, id, source);
-        wish.gone_to = now_shown; // the report of the wished one may be under way
     }
+    const bool against = source != wish.source && !older && contradicts(wish, source, asked);
     wish.query_answered = wish.query_answered || (asked && !older);
+    if (against && wish.shown == 0) return end_contradicted(desk, now, id, source);
+    if (against) wish.gone_to = now_shown;       // the report of the wished one may be under way
+    if (wish.shown == 0) wish.replaces = source; // it has shown that before the take
 }
 } // namespace
 
@@ -154,15 +174,16 @@ void trace_route(desk_state& desk, const moment& now, const std::string& router,
     if (live == nullptr) return;
     const bool asked = end_query(*live, destination);
     if (destination < 0 || destination >= ROUTED_POSITIONS) return;
-    const showing now_shown = note_showing(*live, destination, source);
+    const showing now_shown = note_showing(*live, now, destination, source);
+    note_trouble(desk, *live, destination, now_shown);
     std::vector<wish_id> sent;
     if (auto* open = open_on(*live, destination))
         for (const open_wish& wish : *open)
             if (wish.state == wish_state::sent) sent.push_back(wish.id);
     for (const wish_id& id : sent)
-        judge_wish(desk, now, live->open.at(destination), id, now_shown, asked);
-    if (is_reported(*live, destination, source) &&
-        confirm_wishes(desk, now, router, destination, now_shown))
+        judge_wish(desk, now, *live, destination, id, now_shown, asked);
+    if (is_reported(*live, now, destination, source) &&
+        confirm_wishes(desk, now, router, destination, now_shown.number, source))
         tell_change(desk, router, change::kind::fact, destination); // whose doing it is
     if (source != NO_SOURCE) return;
     const std::pair<int, int> route{destination, source};

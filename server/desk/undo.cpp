@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <deque>
 
+#include "server/desk/showings.h"
 #include "server/desk/words.h"
 
 namespace desk {
@@ -34,20 +35,23 @@ bool is_doing_of(const house& house, const authorship& author, const wish_id& wi
 }
 
 // What has happened to the destination since the row's wish was confirmed there.
-objection change_since(const desk_state& desk, const undo_row& row)
+objection change_since(const desk_state& desk, const moment& now, const undo_row& row)
 {
     const auto& [router, destination, source] = row.put;
     const live_router& live = *find_live(desk, router);
-    const authorship* const author = author_shown(desk, router, destination);
-    const int shown = source_shown(live, destination);
+    const int shown = source_told(live, now, destination);
+    const authorship* const author = has_come_back(live, now, destination, shown)
+                                         ? nullptr
+                                         : author_shown(desk, router, destination);
     const std::string place = destination_name(desk, router, destination);
-    if (shown == source && author == nullptr)
-        return {reason::fact_unknown, "whose doing it is that " + place + " shows " +
-                                          source_name(desk, router, shown) + " is not known"};
-    if (shown != source || !is_doing_of(desk.house, *author, row.by))
+    const bool by_another = author != nullptr && !is_doing_of(desk.house, *author, row.by);
+    if (shown != source || by_another)
         return {reason::changed_since, place + " was changed since: it shows " +
                                            source_name(desk, router, shown) + ", " +
                                            taker_text(desk, router, destination, shown)};
+    if (author == nullptr)
+        return {reason::fact_unknown, "whose doing it is that " + place + " shows " +
+                                          source_name(desk, router, shown) + " is not known"};
     const auto open = live.open.find(destination);
     if (open != live.open.end()) {
         const open_wish& newest = open->second.back();
@@ -60,7 +64,7 @@ objection change_since(const desk_state& desk, const undo_row& row)
 
 // Why the row must stay as it is, apart from what speaks against any take, as an unknown
 // source does.
-objection object_to(const desk_state& desk, const undo_row& row)
+objection object_to(const desk_state& desk, const moment& now, const undo_row& row)
 {
     const auto& [router, destination, source] = row.put;
     const live_router* const live = find_live(desk, router);
@@ -72,7 +76,7 @@ objection object_to(const desk_state& desk, const undo_row& row)
                                            " has not been confirmed: " + text_of(wish->end)};
     if (!is_fresh(*live, destination))
         return {reason::fact_unknown, "what " + place + " shows is not known"};
-    return change_since(desk, row);
+    return change_since(desk, now, row);
 }
 
 std::vector<undo_row> rows_of(const ulid& id, const batch& batch)
@@ -102,7 +106,7 @@ take_answer put_back(desk_state& desk, const moment& now, const actor& actor,
     take_request request{command, {}, false};
     for (const undo_row& row : rows) {
         request.rows.push_back({{row.put.router, row.put.destination, row.was}, std::nullopt});
-        from.objections.push_back(object_to(desk, row));
+        from.objections.push_back(object_to(desk, now, row));
     }
     return take_as(desk, now, actor, request, from);
 }

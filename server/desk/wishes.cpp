@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "server/desk/showings.h"
 #include "server/desk/steps.h"
 #include "server/desk/words.h"
 
@@ -45,6 +46,36 @@ open_wish close_wish(desk_state& desk, live_router& live, int destination, const
     return closed;
 }
 
+// Until when the router may still carry out the take of a wish that has ended.
+monotonic late_until(const moment& now, const open_wish& closed)
+{
+    return now.steady + (closed.query_answered ? SWITCHING_TIME : LATE_LIMIT);
+}
+
+// Of a wish that has ended badly.
+void note_trouble(live_router& live, const moment& now, int destination, const open_wish& closed)
+{
+    trouble made{closed.id, now.steady, late_until(now, closed), closed.connection};
+    made.shown = closed.shown != 0;
+    made.from = made.shown ? closed.shown : live.showings + 1;
+    if (closed.gone_to.number != 0) made.until = closed.gone_to.number;
+    const int told = source_told(live, now, destination);
+    if (closed.connection != live.connection && told != UNKNOWN_SOURCE && told != closed.source)
+        made.until = std::min(made.until, live.showings);
+    live.troubled[destination] = made;
+}
+
+// What the wish's take finds there when no report has brought what those before it have done.
+int replaced_by(const std::deque<open_wish>& open, std::size_t wish)
+{
+    int found = open[wish].replaces;
+    for (std::size_t i = wish; i-- > 0;)
+        if (open[i].shown != 0 && !open[i].reported && open[i].source == found &&
+            open[i].replaces != UNKNOWN_SOURCE)
+            found = open[i].replaces;
+    return found;
+}
+
 void set_deadline(desk_state& desk, open_wish& wish, monotonic deadline)
 {
     desk.deadlines.erase({wish.deadline, wish.id});
@@ -68,6 +99,7 @@ bool open_wish_for(desk_state& desk, const moment& now, const wish_id& id, const
     wish.state = must_wait(open, wished.source) ? wish_state::held : wish_state::queued;
     wish.begun = now;
     set_deadline(desk, open.emplace_back(wish), now.steady + SEND_LIMIT);
+    live.last_wishes[wished.destination] = id;
     live.troubled.erase(wished.destination);
     tell_change(desk, wished.router, change::kind::wish, wished.destination, id.batch);
     return wish.state == wish_state::queued;
@@ -77,6 +109,16 @@ bool may_be_older(const open_wish& wish, int shown)
 {
     const std::vector<int>& takes = wish.older_takes;
     return wish.shown == 0 && std::find(takes.begin(), takes.end(), shown) != takes.end();
+}
+
+std::vector<int> unshown_takes(const live_router& live, const moment& now, int destination)
+{
+    std::vector<int> sources;
+    const auto unshown = live.unshown_takes.find(destination);
+    if (unshown == live.unshown_takes.end()) return sources;
+    for (const auto& [source, until] : unshown->second)
+        if (now.steady <= until) sources.push_back(source);
+    return sources;
 }
 
 open_wish* find_open(desk_state& desk, const wish_id& id)
@@ -96,10 +138,15 @@ void mark_sent(desk_state& desk, const moment& now, const wish_id& id)
     const route& wished = route_of(desk, id);
     const live_router& live = *find_live(desk, wished.router);
     const auto queries = live.queries_under_way.find(wished.destination);
+    if (is_fresh(live, wished.destination)) wish.was = source_shown(live, wished.destination);
+    wish.replaces = source_told(live, now, wished.destination);
+    if (wish.replaces == UNKNOWN_SOURCE) wish.replaces = wish.was;
+    wish.older_takes = unshown_takes(live, now, wished.destination);
+    std::erase(wish.older_takes, wish.replaces); // it has been shown
     for (const open_wish& other : live.open.at(wished.destination))
         if (other.state == wish_state::sent) wish.older_takes.push_back(other.source);
-    if (is_fresh(live, wished.destination)) wish.was = source_shown(live, wished.destination);
     wish.state = wish_state::sent;
+    wish.connection = live.connection;
     wish.sent = now.steady;
     wish.older_queries = queries == live.queries_under_way.end() ? 0 : queries->second;
     set_deadline(desk, wish,
@@ -113,26 +160,30 @@ void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome en
 {
     const route wished = route_of(desk, id);
     live_router& live = *find_live(desk, wished.router);
-    const bool newest = live.open.at(wished.destination).back().id == id;
     const open_wish closed = close_wish(desk, live, wished.destination, id);
     constexpr monotonic LEAST{1}; // what was accepted has not ended at once
-    wish_ended ended{id,        end,          why,
-                     detail,    std::nullopt, std::max(LEAST, now.steady - closed.begun.steady),
-                     closed.was};
+    wish_ended ended{id,
+                     end,
+                     why,
+                     detail,
+                     std::nullopt,
+                     std::max(LEAST, now.steady - closed.begun.steady),
+                     closed.state == wish_state::sent ? closed.replaces : closed.was};
     if (closed.state == wish_state::sent) ended.sent_after = closed.sent - closed.begun.steady;
     if (closed.take_answered) ended.answered_after = *closed.take_answered - closed.begun.steady;
     if (end == outcome::confirmed) {
-        ended.doings = doings_of(desk.house, id, closed.was);
+        ended.doings = doings_of(desk.house, id, ended.was);
         ended.since = live.facts.at(static_cast<std::size_t>(wished.destination)).changed;
     }
     count_end(live.statistics, now.utc, end, ended.ended_after);
     record_entry(desk, {now.utc, "", "", ended});
 
     const wish* row = find_wish(desk.house, id); // none when its batch has been forgotten by now
-    if (row != nullptr && is_trouble(*row) && newest && // an older one must not hide a newer one's
-        live.troubled.try_emplace(wished.destination, id).second)
-        live.trouble_ends[wished.destination] = {now.steady, closed.shown != 0 ? closed.shown
-                                                                               : live.showings + 1};
+    if (row != nullptr && is_trouble(*row) && live.last_wishes.at(wished.destination) == id)
+        note_trouble(live, now, wished.destination, closed);
+    if (closed.state == wish_state::sent && closed.shown == 0 &&
+        (end == outcome::timed_out || end == outcome::contradicted))
+        live.unshown_takes[wished.destination][closed.source] = late_until(now, closed);
     tell_change(desk, wished.router, change::kind::wish, wished.destination, id.batch);
     release_held(desk, wished.router, wished.destination);
 }
@@ -164,7 +215,8 @@ void end_contradicted(desk_state& desk, const moment& now, const wish_id& id, in
 {
     const route& wished = route_of(desk, id);
     const std::string name = source_name(desk, wished.router, shown);
-    const bool still = shown == find_open(desk, id)->was;
+    const open_wish& wish = *find_open(desk, id);
+    const bool still = wish.shown == 0 && shown == wish.was;
     end_wish(desk, now, id, outcome::contradicted,
              still ? "the router still shows " + name
                    : "the router shows " + name +
@@ -172,27 +224,28 @@ void end_contradicted(desk_state& desk, const moment& now, const wish_id& id, in
 }
 
 bool confirm_wishes(desk_state& desk, const moment& now, const std::string& router, int destination,
-                    const showing& shown)
+                    std::uint64_t showing, int source)
 {
-    const int source = shown.source;
-    const live_router& live = *find_live(desk, router);
+    live_router& live = *find_live(desk, router);
     const auto found = live.open.find(destination);
     if (found == live.open.end()) return false;
-    const std::deque<open_wish>& open = found->second;
-    const auto newest = std::find_if(open.rbegin(), open.rend(), [&](const open_wish& wish) {
-        return wish.source == source && wish.shown != 0 && wish.shown <= shown.number;
-    });
-    std::vector<std::pair<wish_id, bool>> ends;
-    for (auto wish = newest; wish != open.rend(); ++wish)
-        ends.emplace_back(wish->id, wish->source == source);
+    std::deque<open_wish>& open = found->second;
+    std::size_t count = open.size(); // up to the newest of them
+    while (count > 0 && (open[count - 1].source != source || open[count - 1].shown == 0 ||
+                         open[count - 1].shown > showing))
+        --count;
+    std::vector<wish_id> confirmed;
+    std::vector<wish_id> passed;
+    for (std::size_t i = 0; i < count; ++i) {
+        (open[i].source == source ? confirmed : passed).push_back(open[i].id);
+        if (open[i].source == source) open[i].replaces = replaced_by(open, i);
+    }
     // Those first: what they replace is known as long as nothing else ends.
-    std::for_each(ends.rbegin(), ends.rend(), [&](const auto& end) {
-        if (end.second) end_wish(desk, now, end.first, outcome::confirmed, "");
-    });
-    std::for_each(ends.rbegin(), ends.rend(), [&](const auto& end) {
-        if (!end.second) end_contradicted(desk, now, end.first, source);
-    });
-    return !ends.empty();
+    for (const wish_id& id : confirmed)
+        end_wish(desk, now, id, outcome::confirmed, "");
+    for (const wish_id& id : passed)
+        end_contradicted(desk, now, id, source);
+    return count > 0;
 }
 
 void end_backend(desk_state& desk, const moment& now, const std::string& router, reason why)

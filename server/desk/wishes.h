@@ -15,6 +15,9 @@ bool open_wish_for(desk_state& desk, const moment& now, const wish_id& id, const
 // Whether what is shown may be of a take before the wish's, as nothing of its own has been shown.
 bool may_be_older(const open_wish& wish, int shown);
 
+// Sources of takes whose wishes have ended and that may still be carried out.
+std::vector<int> unshown_takes(const live_router& live, const moment& now, int destination);
+
 // Null when it is not open.
 open_wish* find_open(desk_state& desk, const wish_id& id);
 
@@ -37,10 +40,10 @@ void end_superseded(desk_state& desk, const moment& now, const wish_id& id, cons
 // The router shows another source.
 void end_contradicted(desk_state& desk, const moment& now, const wish_id& id, int shown);
 
-// Ends the wishes that the showing confirms, and older ones with another source. False when there
-// are none.
+// Ends the wishes that the showing of this number confirms, and older ones with another source.
+// False when there are none.
 bool confirm_wishes(desk_state& desk, const moment& now, const std::string& router, int destination,
-                    const showing& shown);
+                    std::uint64_t showing, int source);
 
 // Orders the end of the router's backend, once. Held wishes end at once, as not sent for the reason
 // given; those that the backend holds, when it has ended.

@@ -191,9 +191,11 @@ bool is_from_outside(const desk_state& desk, const live_router& live, int destin
 {
     const auto troubled = live.troubled.find(destination);
     const wish* const trouble =
-        troubled == live.troubled.end() ? nullptr : find_wish(desk.house, troubled->second);
+        troubled == live.troubled.end() ? nullptr : find_wish(desk.house, troubled->second.id);
+    const auto unshown = live.unshown_takes.find(destination);
     return is_fresh(live, destination) && source_shown(live, destination) != source &&
-           (trouble == nullptr || trouble->wished.source != source);
+           (trouble == nullptr || trouble->wished.source != source) &&
+           (unshown == live.unshown_takes.end() || !unshown->second.contains(source));
 }
 } // namespace
 

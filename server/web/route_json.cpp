@@ -73,7 +73,7 @@ json route_problem_json(const server& server, const std::string& router, int des
 {
     const auto& troubled = find_live(server.desk, router)->troubled;
     const auto found = troubled.find(destination);
-    return found == troubled.end() ? json() : problem_json(server, found->second);
+    return found == troubled.end() ? json() : problem_json(server, found->second.id);
 }
 
 json route_json(const server& server, const std::string& router, int destination)

@@ -52,7 +52,7 @@ route_row route_row_of(const console_state& console, const std::string& router, 
     if (const auto lock = known.locks.find(destination); lock != known.locks.end())
         row.lock = &lock->second;
     if (const auto trouble = live.troubled.find(destination); trouble != live.troubled.end())
-        row.trouble = desk::find_wish(console.desk.house, trouble->second);
+        row.trouble = desk::find_wish(console.desk.house, trouble->second.id);
     row.ready = live.link == desk::link_state::ready;
     return row;
 }

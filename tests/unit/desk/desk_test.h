@@ -148,6 +148,15 @@ class DeskTest : public testing::Test {
         return code_of(said.why) + (": " + said.detail);
     }
 
+    // By destination of "main".
+    std::map<int, wish_id> troubles() const
+    {
+        std::map<int, wish_id> found;
+        for (const auto& [destination, trouble] : desk.live.at("main").troubled)
+            found[destination] = trouble.id;
+        return found;
+    }
+
     // Who has put there what a destination of "main" shows, as far as it is known.
     authorship author_of(int destination) const
     {

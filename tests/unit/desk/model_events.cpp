@@ -40,8 +40,8 @@ void answer_one(player& player, router& router)
 {
     if (router.manner == manner::is_mute && !router.requests.empty())
         player.ledger.facts[{router.id, router.requests.front().sent.destination}].mistaken = true;
-    if (const std::optional<wish_id> taken = answer_next(router))
-        see_service(player.ledger, *taken, router.served);
+    if (const std::optional<service> done = answer_next(router))
+        see_service(player.ledger, *done, router.served);
 }
 
 void hear_one(player& player, router& router)
@@ -55,6 +55,7 @@ void hear_one(player& player, router& router)
     const std::vector<reply> said = hear_next(player.desk, player.now, router);
     if (find_live(player.desk, router.id) != nullptr)
         see_report(player.ledger, player.now, router.id, said);
+    settle(player);
 }
 
 void set_link(player& player, router& router, link_state link)
@@ -89,7 +90,6 @@ void begin_reading(player& player, dice& dice, router& router)
         if (!one_in(dice, 10)) router.replies.push_back(reply_of(router, i));
     while (!router.replies.empty())
         hear_one(player, router);
-    settle(player);
 }
 
 void let_router_exist(player& player, const router& router)
@@ -215,7 +215,6 @@ void pass_everything(player& player, dice& dice)
         answer_one(player, router);
     while (!router.replies.empty())
         hear_one(player, router);
-    settle(player);
     report_and_settle(player, router, EVERYTHING);
 }
 
@@ -285,6 +284,10 @@ void pass_time(player& player, dice& dice)
     if (how < 40) time *= 20;
     if (how < 8) time *= 10;
     if (how == 0) time = std::chrono::hours(25);
+    for (auto& [id, router] : player.routers) // a backend does not wait so long
+        if (!router.to_report.empty() &&
+            player.now.steady + time > router.to_report.front().heard + REPORT_AGE)
+            report_and_settle(player, router, EVERYTHING);
     player.now.steady += time;
     player.now.utc += time;
     if (how == 1) player.now.utc -= std::chrono::seconds(30); // somebody has set the clock

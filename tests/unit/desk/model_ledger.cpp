@@ -78,7 +78,8 @@ void check_put_back(ledger& ledger, const batch& batch, const route& row)
         !unwind(ledger, changes, where, of->second.person, *by))
         return complain(ledger, "undo of what somebody else has changed since");
     const int before = changes.back().before;
-    if (undone.was != row.source || (before != UNKNOWN_SOURCE && before != row.source))
+    if (undone.was != row.source || (before != UNKNOWN_SOURCE && before != row.source &&
+                                     !ledger.wishes.at(*by).found.contains(row.source)))
         complain(ledger, "undo puts back what was not there");
     if (!ledger.open[where].empty()) complain(ledger, "undo of what somebody is changing");
 }
@@ -111,8 +112,9 @@ bool was_shown_since(const ledger& ledger, const wish_seen& wish)
     if (wish.in_disorder) return true;
     const fact_seen& fact = ledger.facts.at({wish.wished.router, wish.wished.destination});
     const int source = wish.wished.source;
-    if (wish.was == source && fact.mistaken) return true;
-    const auto& confusing = wish.was == source ? fact.unasked : fact.from_elsewhere;
+    if ((wish.was == source || wish.follows_its_like) && fact.mistaken) return true;
+    const bool was_there = wish.was == source && !wish.cut_off;
+    const auto& confusing = was_there ? fact.unasked : fact.from_elsewhere;
     const auto last = confusing.find(source);
     if (last != confusing.end() && last->second > wish.heard) return true;
     const auto served = fact.served.find(source);
@@ -248,8 +250,8 @@ std::size_t sum_of(const live_router& live, const house_router& house)
         for (const open_wish& wish : wishes)
             sum = mix(mix(sum, wish.id.batch.low + wish.id.row),
                       static_cast<std::size_t>(wish.state));
-    for (const auto& [destination, id] : live.troubled)
-        sum = mix(mix(sum, static_cast<std::size_t>(destination)), id.batch.low);
+    for (const auto& [destination, trouble] : live.troubled)
+        sum = mix(mix(sum, static_cast<std::size_t>(destination)), trouble.id.batch.low);
     for (const auto& [destination, lock] : house.locks)
         sum = mix(mix(sum, static_cast<std::size_t>(destination)),
                   static_cast<std::size_t>(lock.since.count()));

@@ -28,9 +28,14 @@ struct wish_seen {
     bool maybe_sent = false; // as far as the desk can know
     // The router's number of its take; of one that was lost on the way, of the last before it.
     std::optional<std::uint64_t> served{};
-    int was = desk::UNKNOWN_SOURCE; // what was reported when its take was sent
-    std::uint64_t heard = 0;        // how many showings had been heard by then
-    bool in_disorder = false;       // its router's answers have been
+    // What was reported when its take was sent; where that is what was wished, what was heard.
+    int was = desk::UNKNOWN_SOURCE;
+    // What was heard of its destination when its take was sent and since, and what its router
+    // showed when it served that.
+    std::set<int> found{};
+    bool follows_its_like = false; // a take of its source whose wish was open then
+    std::uint64_t heard = 0;       // how many showings had been heard by then
+    bool in_disorder = false;      // its router's answers have been
 };
 
 struct change_seen {
@@ -40,6 +45,7 @@ struct change_seen {
 
 struct fact_seen {
     int source = desk::UNKNOWN_SOURCE;
+    int told = desk::UNKNOWN_SOURCE;         // by the last showing that was heard
     bool fresh = false;                      // said over the present connection
     int last = desk::UNKNOWN_SOURCE;         // also from before a restart of the desk
     std::vector<change_seen> changes = {{}}; // the last one at the end; never empty
@@ -100,7 +106,7 @@ void see_removal(ledger& ledger, const std::string& router);
 void see_restart(ledger& ledger);                       // nothing is known any more but the house
 void see_time(ledger& ledger, const desk::moment& now); // the desk was told of it
 void see_take(ledger& ledger, const sending& sent);     // it went to the router
-void see_service(ledger& ledger, const desk::wish_id& taken, std::uint64_t number);
+void see_service(ledger& ledger, const service& done, std::uint64_t number);
 
 void complain(ledger& ledger, const std::string& rule);
 

@@ -76,16 +76,19 @@ bool is_awaited(const router& router, int destination)
            std::any_of(std::next(router.replies.begin()), router.replies.end(), answers);
 }
 
-std::optional<wish_id> answer_next(router& router)
+std::optional<service> answer_next(router& router)
 {
     if (router.requests.empty()) return std::nullopt;
     const request next = router.requests.front();
     router.requests.pop_front();
-    if (next.is_take) ++router.served;
-    const auto served = next.is_take ? std::optional(next.sent.by) : std::nullopt;
-    if (router.manner == manner::is_mute) return served;
     const auto destination = static_cast<std::size_t>(next.sent.destination);
-    if (destination >= router.routes.size()) return served;
+    const bool exists = destination < router.routes.size();
+    std::optional<service> served;
+    if (next.is_take) {
+        ++router.served;
+        served = {next.sent.by, exists ? router.routes[destination].source : UNKNOWN_SOURCE};
+    }
+    if (router.manner == manner::is_mute || !exists) return served;
     shown& place = router.routes[destination];
     if (!next.is_take) {
         router.replies.push_back(reply_of(router, next.sent.destination));
@@ -139,7 +142,8 @@ std::vector<reply> known_already(const router& router, int destination)
 std::vector<reply> hear_next(desk_state& desk, const moment& now, router& router)
 {
     if (router.replies.empty()) return {};
-    const reply next = router.replies.front();
+    reply next = router.replies.front();
+    next.heard = now.steady;
     router.replies.pop_front();
     if (next.what != reply::kind::route) {
         if (router.told)

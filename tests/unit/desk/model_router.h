@@ -40,6 +40,7 @@ struct reply {
     shown now;
     std::uint64_t served = 0; // how many takes the router had served by then
     bool asked = true;
+    desk::monotonic heard{};
 };
 
 enum class manner { answers, refuses, forgets, is_mute };
@@ -92,8 +93,12 @@ std::vector<reply> report(desk::desk_state& desk, const desk::moment& now, route
 void ended(desk::desk_state& desk, const desk::moment& now, router& router, bool heard_all);
 
 // The router.
-// The wish whose take it has served by that.
-std::optional<desk::wish_id> answer_next(router& router);
+// A take that it has served, and what its destination showed before that.
+struct service {
+    desk::wish_id taken;
+    int before = desk::UNKNOWN_SOURCE;
+};
+std::optional<service> answer_next(router& router);
 // Of two answers on their way that show what a destination shows, the second comes first. False
 // when there are none.
 bool overtake(router& router, int destination);

@@ -44,6 +44,9 @@ void see_showing(ledger& ledger, const std::string& router, const reply& one, bo
 {
     if (one.what != reply::kind::route) return;
     fact_seen& fact = ledger.facts[{router, one.destination}];
+    fact.told = one.now.source;
+    for (const wish_id& id : ledger.open[{router, one.destination}])
+        if (wish_seen& wish = ledger.wishes.at(id); wish.sent) wish.found.insert(fact.told);
     std::uint64_t& served = fact.served[one.now.source];
     served = std::max(served, one.served);
     ++ledger.heard;
@@ -82,6 +85,8 @@ void see_connection(ledger& ledger, const std::string& router, std::uint64_t ser
                 wish.cut_off = true;
                 wish.served = wish.served.value_or(served);
             }
+    for (const auto& [where, id] : ledger.newest) // which may be confirmed late
+        if (where.first == router) ledger.wishes.at(id).cut_off = true;
     for (auto& [where, fact] : ledger.facts)
         if (where.first == router) fact.fresh = fact.in_disorder = fact.mistaken = false;
 }
@@ -129,15 +134,22 @@ void see_take(ledger& ledger, const sending& sent)
     wish_seen& wish = ledger.wishes.at(sent.by);
     wish.sent = true;
     const fact_seen& fact = ledger.facts[{wish.wished.router, wish.wished.destination}];
-    if (fact.fresh) wish.was = fact.source;
+    if (fact.fresh) wish.was = fact.source == wish.wished.source ? fact.told : fact.source;
+    wish.found.insert(fact.told);
+    for (const wish_id& id : ledger.open[{wish.wished.router, wish.wished.destination}]) {
+        const wish_seen& other = ledger.wishes.at(id);
+        const bool is_like = id != sent.by && other.sent && other.wished == wish.wished;
+        wish.follows_its_like = wish.follows_its_like || is_like;
+    }
     wish.heard = ledger.heard;
     if (wish.end != outcome::open && wish.end != outcome::unknown)
         complain(ledger, "take of a wish that had ended");
 }
 
-void see_service(ledger& ledger, const wish_id& taken, std::uint64_t number)
+void see_service(ledger& ledger, const service& done, std::uint64_t number)
 {
-    ledger.wishes.at(taken).served = number;
+    ledger.wishes.at(done.taken).served = number;
+    ledger.wishes.at(done.taken).found.insert(done.before);
 }
 
 void complain(ledger& ledger, const std::string& rule)

@@ -119,7 +119,7 @@ TEST_F(LateReports, ConfirmWithinAMinuteOrAsTheFirst)
 
 TEST_F(LateReports, ConfirmNothingThatIsForgotten)
 {
-    desk.live["main"].troubled[0] = {{9, 9}, 0};
+    desk.live["main"].troubled[0].id = {{9, 9}, 0};
     report(0, 2);
     EXPECT_THAT(outside_changes(), SizeIs(1));
 }

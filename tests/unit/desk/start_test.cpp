@@ -4,6 +4,7 @@
 
 using namespace desk;
 using testing::ElementsAre;
+using testing::Field;
 using testing::IsEmpty;
 using testing::Pair;
 using testing::SizeIs;
@@ -87,7 +88,8 @@ TEST(Start, RemembersTheTroubleOfEachDestination)
     elsewhere.rows[0].wished.router = "gone";
     const desk_state desk = make_desk(1, kept, NOW);
     EXPECT_THAT(desk.live.at("main").troubled,
-                ElementsAre(Pair(1, wish_id{{1, 1}, 1}), Pair(2, wish_id{{1, 1}, 2})));
+                ElementsAre(Pair(1, Field(&trouble::id, wish_id{{1, 1}, 1})),
+                            Pair(2, Field(&trouble::id, wish_id{{1, 1}, 2}))));
 }
 
 // Another router has the id of the one that they were for.
@@ -99,7 +101,8 @@ TEST(Start, LeavesWishesOfARouterThatHasBeenRemoved)
     add(kept, {1, 2}, 1, outcome::unknown);
     add(kept, {1, 3}, 2, outcome::unknown);
     const desk_state desk = make_desk(1, kept, NOW);
-    EXPECT_THAT(desk.live.at("main").troubled, ElementsAre(Pair(2, wish_id{{1, 3}, 0})));
+    EXPECT_THAT(desk.live.at("main").troubled,
+                ElementsAre(Pair(2, Field(&trouble::id, wish_id{{1, 3}, 0}))));
     EXPECT_THAT(desk.live.at("main").ended_by_restart, ElementsAre(Pair(2, SizeIs(1))));
 }
 

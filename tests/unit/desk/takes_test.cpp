@@ -331,7 +331,7 @@ TEST_F(Takes, ThatAreForgottenAtOnceAreAnsweredAllTheSame)
 TEST_F(Takes, ThatWentWrongAreAccepted)
 {
     expect_trouble(1);
-    const wish_id id = main.troubled.at(1);
+    const wish_id id = main.troubled.at(1).id;
     forget_told();
     EXPECT_EQ(said(accept_outcome(desk, now, ben, "main", 1)), "");
     EXPECT_TRUE(find_wish(desk.house, id)->accepted);

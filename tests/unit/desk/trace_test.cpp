@@ -149,6 +149,8 @@ TEST_F(Trace, ForgetsTheOldestOfTooManyTakesWithoutAnswer)
 TEST_F(Trace, TellsWhatBecomesOfAWish)
 {
     const std::string still = "contradicted: the router still shows CAM 1";
+    const std::string back = "contradicted: the router shows CAM 1 instead: "
+                             "it is not known by whom";
     const std::string other = "contradicted: the router shows CAM 4 instead: "
                               "taken by somebody else";
     struct {
@@ -172,13 +174,15 @@ TEST_F(Trace, TellsWhatBecomesOfAWish)
         // Unasked, or asked later, by a third source alone.
         {"take shows 1", "sent"},
         {"take shows 1 shows 4", other},
-        {"take ask ask shows 3 shows 1 late", "timed out"},
         // What was shown may still be reported, until what followed it is, or the limit.
         {"take ask shows 3 shows 4", "sent"},
         {"take ask shows 3 shows 4 reports 3", "confirmed"},
         {"take ask shows 3 shows 4 reports 4", other},
         {"take ask shows 3 shows 4 late", other},
         {"take ask shows 3 shows 4 shows 3 late", "timed out"},
+        {"take ask ask shows 3 shows 1 late", back},
+        {"take ask shows 3 shows 1 reports 1", back},
+        {"take ask shows 3 shows 1 reports 3", "confirmed"},
     };
     const desk_state before = desk;
     for (const auto& c : cases) {

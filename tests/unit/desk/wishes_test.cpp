@@ -140,7 +140,7 @@ TEST_F(Wishes, AreTroubleUntilANewOne)
     const auto one = wish(anna, 0, 2);
     takes(0, 2);
     trace_take_answer(desk, now, "main", "NAK");
-    EXPECT_THAT(main.troubled, ElementsAre(Pair(0, wish_id{one.batch, 0})));
+    EXPECT_THAT(troubles(), ElementsAre(Pair(0, wish_id{one.batch, 0})));
     wish(anna, 0, 3);
     EXPECT_THAT(main.troubled, IsEmpty());
 }
@@ -165,7 +165,7 @@ TEST_F(Wishes, AreNoTroubleWhenANewerOneIs)
     trace_take_answer(desk, now, "main", "NAK");
     wait_ms(3000);
     EXPECT_EQ(became(one), "timed out");
-    EXPECT_THAT(main.troubled, ElementsAre(Pair(0, wish_id{newer.batch, 0})));
+    EXPECT_THAT(troubles(), ElementsAre(Pair(0, wish_id{newer.batch, 0})));
 }
 
 TEST_F(Wishes, OfABatchThatIsForgottenAreNoTrouble)
