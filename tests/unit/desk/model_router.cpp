@@ -165,21 +165,35 @@ std::vector<reply> hear_next(desk_state& desk, const moment& now, router& router
     return {next};
 }
 
+namespace {
+// By destination the last, after all that is reported as one with it.
+std::map<int, reply> next_report(router& router, std::size_t most)
+{
+    std::map<int, reply> merged;
+    for (std::size_t count = std::min(most, router.to_report.size()); count > 0; --count) {
+        reply next = router.to_report.front();
+        router.to_report.pop_front();
+        const auto [place, is_first] = merged.try_emplace(next.destination, next);
+        if (is_first) continue;
+        next.comes_back = place->second.comes_back || place->second.now.source != next.now.source;
+        place->second = next;
+    }
+    return merged;
+}
+} // namespace
+
 std::vector<reply> report(desk_state& desk, const moment& now, router& router, std::size_t most)
 {
     std::vector<reply> said;
     std::vector<std::pair<int, int>> routes;
-    while (!router.to_report.empty() && routes.size() < most) {
-        const reply& next = router.to_report.front();
-        routes.emplace_back(next.destination, next.now.source);
-        const int destination = next.destination;
+    for (const auto& [destination, next] : next_report(router, most)) {
+        routes.emplace_back(destination, next.now.source);
         const auto since = router.since_none.find(destination);
         if (since == router.since_none.end() || since->second.contains(next.now.source)) {
             if (since != router.since_none.end()) router.since_none.erase(since);
             router.reported[destination] = next.now.source;
             said.push_back(next);
         }
-        router.to_report.pop_front();
         for (const reply& waiting : known_already(router, destination))
             said.push_back(waiting);
     }

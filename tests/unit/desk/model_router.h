@@ -41,6 +41,7 @@ struct reply {
     std::uint64_t served = 0; // how many takes the router had served by then
     bool asked = true;
     desk::monotonic heard{};
+    bool comes_back = false; // reported as one with another source before it
 };
 
 enum class manner { answers, refuses, forgets, is_mute };
@@ -86,8 +87,8 @@ void drop_pending(router& router); // after its time limit
 // Returns what the desk knows by that alone: that there is no source, or what was reported last
 // when no other one waits to be reported.
 std::vector<reply> hear_next(desk::desk_state& desk, const desk::moment& now, router& router);
-// At most so many of what it has heard, in order, in one report; what the desk knows by that is
-// returned.
+// At most so many of what it has heard, in one report: of each destination the last. What the desk
+// knows by that is returned.
 std::vector<reply> report(desk::desk_state& desk, const desk::moment& now, router& router,
                           std::size_t most);
 void ended(desk::desk_state& desk, const desk::moment& now, router& router, bool heard_all);

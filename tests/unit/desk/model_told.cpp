@@ -61,8 +61,9 @@ void see_report(ledger& ledger, const moment& now, const std::string& router,
     for (const reply& one : said) {
         const place where{router, one.destination};
         fact_seen& fact = ledger.facts[where];
-        if (fact.last != one.now.source) {
-            const int before = fact.fresh ? fact.last : UNKNOWN_SOURCE;
+        if (fact.last != one.now.source || one.comes_back) {
+            const bool is_known = fact.fresh && fact.last != one.now.source;
+            const int before = is_known ? fact.last : UNKNOWN_SOURCE;
             fact.changes.push_back({before, {}});
             fact.changed = now.utc;
             // The first one after a restart: what was shown last before may not have been kept.
