@@ -12,7 +12,7 @@ class TestTest(SandboxTest):
         super().setUp()
         for preset in ("release", "asan", "fuzz", "coverage", "debug"):
             self.suite(preset, {f"{preset}/passes": PASSES, "of_processes": ("true", "process")})
-        self.program("scripts/soak", 'echo "soaks for $1"')
+        self.program("scripts/soak", 'echo "soaks for $*"')
         self.program("bin/gcovr", "echo counted")
 
     def suite(self, preset, tests):
@@ -32,7 +32,7 @@ class TestTest(SandboxTest):
         status, output = self.run_command("test")
         self.assertEqual(status, 0, output)
         self.assertEqual(output.count("100% tests passed, 0 tests failed out of 2\n"), 3)
-        self.assertIn("soaks for 60s\n", output)
+        self.assertIn("soaks for 60s\nsoaks for --control 90s\n", output)
         self.assertTrue(output.endswith("\nEverything passed.\n"), output)
 
     def test_one_failure_hides_nothing(self):
@@ -43,8 +43,9 @@ class TestTest(SandboxTest):
         self.assertEqual(output.count("100% tests passed"), 2)
         log = "build/asan/failed/Some-Test.fails.log"
         self.assertTrue(output.endswith(
-            f"\nFAILED, 2 altogether:\n  asan: Some/Test.fails, see {log}\n"
-            "  soak: ended with status 3, see above\n"), output)
+            f"\nFAILED, 3 altogether:\n  asan: Some/Test.fails, see {log}\n"
+            "  soak: ended with status 3, see above\n"
+            "  soak of the control server: ended with status 3, see above\n"), output)
         self.assertIn("\nfirst\n1\n2\n", output)
         self.assertIn("\n10000\nlast\n", output)
         self.assertLess(len([line for line in output.splitlines() if line.isdigit()]), 200)
