@@ -17,20 +17,18 @@ from pathlib import Path
 PROJECT = Path(__file__).resolve().parents[2]
 LONGEST = 300  # seconds, for what is done in one: only a hang lasts that long
 
-# A router in whose place Ctrl-C would be felt.
+# A router in whose place Ctrl-C would be felt. It waits for the signal itself: a pause would sleep
+# through one that came just before it.
 SIMULATOR = """
-import os, signal, sys
+import os, signal
+ENDS = {signal.SIGINT, signal.SIGTERM}
+signal.pthread_sigmask(signal.SIG_BLOCK, ENDS)
 with open("simulator.log", "a") as log:
     print(os.getpid(), file=log)
-def end(number, frame):
-    with open("simulator.log", "a") as log:
-        print("ended by", signal.Signals(number).name, file=log)
-    sys.exit(0)
-signal.signal(signal.SIGINT, end)
-signal.signal(signal.SIGTERM, end)
 print("Listening on 127.0.0.1:4321", flush=True)
-while True:
-    signal.pause()
+number = signal.sigwait(ENDS)
+with open("simulator.log", "a") as log:
+    print("ended by", signal.Signals(number).name, file=log)
 """
 
 
