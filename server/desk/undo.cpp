@@ -74,6 +74,9 @@ objection object_to(const desk_state& desk, const moment& now, const undo_row& r
     if (wish != nullptr && !was_confirmed(*wish))
         return {reason::not_confirmed, source_name(desk, router, source) + " on " + place +
                                            " has not been confirmed: " + text_of(wish->end)};
+    if (wish != nullptr && wish->end == outcome::unknown) // what was there then is not kept
+        return {reason::fact_unknown,
+                "what " + place + " showed before is not known: the program was restarted"};
     if (!is_fresh(*live, destination))
         return {reason::fact_unknown, "what " + place + " shows is not known"};
     return change_since(desk, now, row);

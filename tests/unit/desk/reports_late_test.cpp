@@ -1,3 +1,4 @@
+#include "server/desk/undo.h"
 #include "unit/desk/desk_test.h"
 
 using namespace desk;
@@ -175,6 +176,19 @@ TEST_F(LateReports, ConfirmWhatARestartEndedWithWhatWasShownLast)
     report(0, 2);
     EXPECT_TRUE(row_of(one).confirmed_late_after);
     EXPECT_EQ(row_of(one).was, 5);
+}
+
+// What it replaced may have been something else by then.
+TEST_F(LateReports, OfWhatARestartEndedAreNotUndone)
+{
+    const auto one = wish(anna, 0, 2);
+    takes(0, 2);
+    restart();
+    report(0, 2);
+    EXPECT_TRUE(row_of(one).confirmed_late_after);
+    EXPECT_EQ(said(undo(desk, now, anna, how(batch_rule::all))),
+              "factUnknown: what destination 1 showed before is not known: "
+              "the program was restarted");
 }
 
 TEST_F(LateReports, AfterARestartAreComparedWithTheLastAuthors)
