@@ -300,7 +300,7 @@ TEST_F(OnTerminal, FollowsARouterWhileALineIsTyped)
     type("un\t");
     wait_for("main ready> un");
     write_all(simulator.input.number, "drop\n");
-    wait_for("the router closed the connection");
+    wait_for("main is down: ");
     wait_for("main ready> un");
     type("\x15take 1 \"CAM 3\"\r");
     wait_for("MON A shows CAM 3: confirmed");
