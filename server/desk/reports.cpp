@@ -204,7 +204,8 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
         const bool late = confirm_late(desk, now, live, shown, reported, before);
         if (!confirms && !late) note_outside_change(desk, now, live, shown, last);
     }
-    live.unshown_takes[shown.destination].erase(shown.source);
+    const auto unshown = live.unshown_takes.find(shown.destination);
+    if (unshown != live.unshown_takes.end()) unshown->second.erase(shown.source);
     end_passed_wishes(desk, now, live, shown.destination, reported);
     note_found(desk, now, live, shown);
     if (returns || author_shown(desk, shown.router, shown.destination) == nullptr)

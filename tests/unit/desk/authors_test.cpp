@@ -272,6 +272,18 @@ TEST_F(Authors, AreNotKnownOfWhatHasComeBack)
     }
 }
 
+TEST_F(Authors, AreNotKnownOfWhatHasComeBackThoughItIsNotKnownSinceWhenItWasThere)
+{
+    restart(); // what was there before is not known either
+    wish(ben, 0, 3);
+    carry_out(0, 3);
+    EXPECT_EQ(author_of(0).person, "ben");
+    shows(0, 6);
+    shows(0, 3);
+    report(0, 3);
+    EXPECT_EQ(author_of(0), authorship{});
+}
+
 // Its answers are to queries from before the take.
 TEST_F(Authors, AreNamedOfATakeThatHasBeenShown)
 {

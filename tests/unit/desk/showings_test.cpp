@@ -76,6 +76,7 @@ TEST_F(Showings, OfAnotherSourceBetweenLeaveNoAuthor)
         }
         report(0, 3);
         EXPECT_EQ(author_of(0), authorship{}) << twice;
+        EXPECT_EQ(main.facts[0].changed, std::nullopt) << twice;
         EXPECT_EQ(undone(ben),
                   "factUnknown: whose doing it is that MON A shows CAM 4 is not known");
         reconnect();
