@@ -56,8 +56,8 @@ bool is_reported(const live_router& live, const moment& now, int destination, in
 }
 
 // What this tells of the destination's last wish, when that has gone wrong.
-void note_trouble(const desk_state& desk, live_router& live, int destination,
-                  const showing& now_shown)
+void judge_trouble(const desk_state& desk, live_router& live, int destination,
+                   const showing& now_shown)
 {
     const auto found = live.troubled.find(destination);
     if (found == live.troubled.end()) return;
@@ -175,7 +175,7 @@ void trace_route(desk_state& desk, const moment& now, const std::string& router,
     const bool asked = end_query(*live, destination);
     if (destination < 0 || destination >= ROUTED_POSITIONS) return;
     const showing now_shown = note_showing(*live, now, destination, source);
-    note_trouble(desk, *live, destination, now_shown);
+    judge_trouble(desk, *live, destination, now_shown);
     std::vector<wish_id> sent;
     if (auto* open = open_on(*live, destination))
         for (const open_wish& wish : *open)

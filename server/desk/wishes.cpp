@@ -162,13 +162,13 @@ void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome en
     live_router& live = *find_live(desk, wished.router);
     const open_wish closed = close_wish(desk, live, wished.destination, id);
     constexpr monotonic LEAST{1}; // what was accepted has not ended at once
-    wish_ended ended{id,
-                     end,
-                     why,
-                     detail,
-                     std::nullopt,
-                     std::max(LEAST, now.steady - closed.begun.steady),
-                     closed.state == wish_state::sent ? closed.replaces : closed.was};
+    wish_ended ended;
+    ended.id = id;
+    ended.end = end;
+    ended.why = why;
+    ended.detail = detail;
+    ended.ended_after = std::max(LEAST, now.steady - closed.begun.steady);
+    ended.was = closed.state == wish_state::sent ? closed.replaces : closed.was;
     if (closed.state == wish_state::sent) ended.sent_after = closed.sent - closed.begun.steady;
     if (closed.take_answered) ended.answered_after = *closed.take_answered - closed.begun.steady;
     if (end == outcome::confirmed) {
@@ -224,7 +224,7 @@ void end_contradicted(desk_state& desk, const moment& now, const wish_id& id, in
 }
 
 bool confirm_wishes(desk_state& desk, const moment& now, const std::string& router, int destination,
-                    std::uint64_t showing, int source)
+                    std::uint64_t newest, int source)
 {
     live_router& live = *find_live(desk, router);
     const auto found = live.open.find(destination);
@@ -232,7 +232,7 @@ bool confirm_wishes(desk_state& desk, const moment& now, const std::string& rout
     std::deque<open_wish>& open = found->second;
     std::size_t count = open.size(); // up to the newest of them
     while (count > 0 && (open[count - 1].source != source || open[count - 1].shown == 0 ||
-                         open[count - 1].shown > showing))
+                         open[count - 1].shown > newest))
         --count;
     std::vector<wish_id> confirmed;
     std::vector<wish_id> passed;

@@ -40,10 +40,10 @@ void end_superseded(desk_state& desk, const moment& now, const wish_id& id, cons
 // The router shows another source.
 void end_contradicted(desk_state& desk, const moment& now, const wish_id& id, int shown);
 
-// Ends the wishes that the showing of this number confirms, and older ones with another source.
-// False when there are none.
+// Ends the wishes for the source that has been shown, up to this showing, and older ones for
+// another. False when there are none.
 bool confirm_wishes(desk_state& desk, const moment& now, const std::string& router, int destination,
-                    std::uint64_t showing, int source);
+                    std::uint64_t newest, int source);
 
 // Orders the end of the router's backend, once. Held wishes end at once, as not sent for the reason
 // given; those that the backend holds, when it has ended.
