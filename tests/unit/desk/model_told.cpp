@@ -139,7 +139,10 @@ void see_take(ledger& ledger, const sending& sent)
     wish.found.insert(fact.told);
     for (const wish_id& id : ledger.open[{wish.wished.router, wish.wished.destination}]) {
         const wish_seen& other = ledger.wishes.at(id);
-        const bool is_like = id != sent.by && other.sent && other.wished == wish.wished;
+        if (id == sent.by || !other.sent) continue;
+        // One that is never reported counts as not made.
+        wish.found.insert(other.found.begin(), other.found.end());
+        const bool is_like = other.wished == wish.wished;
         wish.follows_its_like = wish.follows_its_like || is_like;
     }
     wish.heard = ledger.heard;
