@@ -1,5 +1,6 @@
 #include "server/journal/history.h"
 
+#include "server/journal/columns.h"
 #include "server/journal/sql.h"
 
 namespace journal {
@@ -76,12 +77,6 @@ std::optional<int> number_in(const SQLite::Column& column)
 {
     if (column.isNull()) return std::nullopt;
     return column.getInt();
-}
-
-std::optional<desk::monotonic> duration_in(const SQLite::Column& column)
-{
-    if (column.isNull()) return std::nullopt;
-    return desk::monotonic(column.getInt64());
 }
 
 constexpr const char* READING =

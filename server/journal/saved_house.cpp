@@ -4,8 +4,9 @@
 #include <limits>
 
 #include "server/desk/entries.h"
+#include "server/journal/columns.h"
 #include "server/journal/house_parts.h"
-#include "server/journal/house_words.h"
+#include "server/journal/saved_batch.h"
 #include "server/journal/sql.h"
 #include "server/journal/stored_json.h"
 
@@ -65,38 +66,6 @@ void read_salvos(store& store, desk::house& house)
         apply_entry(house, deletion);
 }
 
-desk::ulid id_in(const SQLite::Column& column)
-{
-    desk::ulid id;
-    if (!column.isNull()) desk::read_id(column.getString(), id);
-    return id;
-}
-
-template <class value, std::size_t count>
-value meaning_of(const value_words<value, count>& words, const SQLite::Column& column)
-{
-    const json text = column.getString();
-    return read_word(place{text, column.getName(), true}, words);
-}
-
-desk::reason reason_in(const SQLite::Column& column)
-{
-    const json text = column.getString();
-    return read_reason(place{text, column.getName(), true});
-}
-
-desk::doings doings_in(const SQLite::Column& column)
-{
-    const json object = json::parse(column.getString(), nullptr, false);
-    return read_doings(place{object, column.getName(), true});
-}
-
-std::optional<desk::monotonic> duration_in(const SQLite::Column& column)
-{
-    if (column.isNull()) return std::nullopt;
-    return desk::monotonic(column.getInt64());
-}
-
 void read_authors(store& store, desk::house& house)
 {
     each_row(store.database,
@@ -116,71 +85,9 @@ void read_authors(store& store, desk::house& house)
              });
 }
 
-struct numbered_batch {
-    std::int64_t number = 0;
-    std::size_t wishes = 0; // that it was made with
-    desk::ulid id;
-    desk::batch batch; // without its rows
-};
-
-constexpr const char* BATCH_COLUMNS = "SELECT number, wishes, id, kind, rule, person, origin,"
-                                      " reason, made, of, salvo_version FROM batches ";
-
-numbered_batch read_batch_row(SQLite::Statement& row)
-{
-    numbered_batch read{
-        row.getColumn(0).getInt64(), row.getColumn(1).getUInt(), id_in(row.getColumn(2)), {}};
-    desk::batch& batch = read.batch;
-    batch.kind = meaning_of(BATCH_KINDS, row.getColumn(3));
-    batch.rule = meaning_of(BATCH_RULES, row.getColumn(4));
-    batch.person = row.getColumn(5).getString();
-    batch.origin = row.getColumn(6).getString();
-    batch.reason_given = row.getColumn(7).getString();
-    batch.made = desk::wall(row.getColumn(8).getInt64());
-    batch.of = id_in(row.getColumn(9));
-    batch.salvo_version = row.getColumn(10).getInt();
-    return read;
-}
-
-desk::wish read_wish_row(SQLite::Statement& row)
-{
-    desk::wish wish;
-    wish.wished = {row.getColumn(0).getString(), row.getColumn(1).getInt(),
-                   row.getColumn(2).getInt()};
-    wish.was = row.getColumn(3).getInt();
-    wish.end = meaning_of(OUTCOMES, row.getColumn(4));
-    if (!row.getColumn(5).isNull()) wish.why = reason_in(row.getColumn(5));
-    wish.detail = row.getColumn(6).getString();
-    wish.unchanged = row.getColumn(7).getInt() != 0;
-    wish.sent_after = duration_in(row.getColumn(8));
-    wish.answered_after = duration_in(row.getColumn(9));
-    wish.ended_after = duration_in(row.getColumn(10));
-    wish.confirmed_late_after = duration_in(row.getColumn(11));
-    if (!row.getColumn(12).isNull()) wish.found = row.getColumn(12).getInt();
-    wish.accepted = row.getColumn(13).getInt() != 0;
-    if (!row.getColumn(14).isNull()) wish.doings = doings_in(row.getColumn(14));
-    return wish;
-}
-
-// False when the oldest of its rows have been removed from the history by now.
-bool read_rows(store& store, numbered_batch& batch)
-{
-    each_row(
-        store.database,
-        "SELECT router, destination, source, was, outcome, why, detail, unchanged, sent_after,"
-        " answered_after, ended_after, confirmed_late_after, found, accepted, doings FROM history"
-        " WHERE batch = ? AND wish IS NOT NULL ORDER BY wish",
-        [&](SQLite::Statement& row) {
-            batch.batch.rows.push_back(read_wish_row(row));
-            return true;
-        },
-        batch.number);
-    return batch.batch.rows.size() == batch.wishes;
-}
-
 void add_batch(store& store, desk::house& house, numbered_batch batch)
 {
-    if (house.batches.contains(batch.id) || !read_rows(store, batch)) return;
+    if (house.batches.contains(batch.id) || !read_rows(store.database, batch)) return;
     house.batch_rows += batch.batch.rows.size();
     house.batches.emplace(batch.id, std::move(batch.batch));
 }
@@ -264,7 +171,7 @@ void read_undo(store& store, desk::house& house, desk::wall now)
     desk::house again;
     for (const std::string& person : people_of_batches(store)) {
         for (numbered_batch& each : batches_of(store, person, now - desk::UNDO_AGE)) {
-            if (!read_rows(store, each)) continue;
+            if (!read_rows(store.database, each)) continue;
             const desk::wall made = each.batch.made;
             apply_entry(again,
                         {made, "", "", desk::batch_made{each.id, as_made(std::move(each.batch))}});
