@@ -11,6 +11,7 @@
 
 #include "server/journal/entry_tables.h"
 #include "server/journal/house_tables.h"
+#include "server/journal/saved_batch.h"
 #include "server/journal/sql.h"
 #include "server/journal/store.h"
 
@@ -218,12 +219,15 @@ void keep_some(keeper& keeper, store& store, std::unique_lock<std::mutex>& lock)
 
 void answer_one(keeper& keeper, std::unique_lock<std::mutex>& lock)
 {
-    const auto [number, question] = std::move(keeper.questions.front());
+    const auto [number, asked] = std::move(keeper.questions.front());
     keeper.questions.pop_front();
     lock.unlock();
     answer answer{number, {}, ""};
     try {
-        answer.page = ask_history(keeper.opened, question);
+        if (const auto* const batch = std::get_if<desk::ulid>(&asked))
+            answer.batch = find_batch(keeper.opened, *batch);
+        else
+            answer.page = ask_history(keeper.opened, std::get<history_question>(asked));
     } catch (const std::exception& thrown) {
         answer.failure = thrown.what();
     }
@@ -348,11 +352,11 @@ std::uint64_t keep(keeper& keeper, whole_house whole)
     return give(keeper, std::move(records));
 }
 
-std::uint64_t ask(keeper& keeper, history_question question)
+std::uint64_t ask(keeper& keeper, question asked)
 {
     const std::lock_guard lock(keeper.mutex);
     if (keeper.questions.size() >= keeper.bounds.questions) return 0;
-    keeper.questions.emplace_back(++keeper.questions_given, std::move(question));
+    keeper.questions.emplace_back(++keeper.questions_given, std::move(asked));
     keeper.work.notify_one();
     return keeper.questions_given;
 }

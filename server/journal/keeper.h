@@ -19,6 +19,7 @@
 #include <string>
 #include <thread>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "server/journal/history.h"
@@ -36,11 +37,15 @@ struct keeper_bounds {
     std::size_t questions = 1000; // one more is not answered
 };
 
+// To the history, or which batch this is.
+using question = std::variant<history_question, desk::ulid>;
+
 // The number is that of `ask`.
 struct answer {
     std::uint64_t number = 0;
     history_page page;
-    std::string failure; // why there is no page; empty: there is one
+    std::string failure;                // why there is no answer; empty: there is one
+    std::optional<desk::batch> batch{}; // none: there is none any more
 };
 
 struct keeper_health {
@@ -79,7 +84,7 @@ struct keeper {
     std::size_t bytes = 0;   // in them
     std::size_t at_work = 0; // records that are being kept, and are not in the queue
     std::chrono::steady_clock::time_point at_work_since;
-    std::deque<std::pair<std::uint64_t, history_question>> questions;
+    std::deque<std::pair<std::uint64_t, journal::question>> questions;
     std::uint64_t records_given = 0;
     std::uint64_t questions_given = 0;
     results news; // since they were taken last
@@ -95,7 +100,7 @@ std::uint64_t keep(keeper& keeper, note note);
 std::uint64_t keep(keeper& keeper, whole_house whole);
 
 // Returns the number that its answer will have; 0 when too many are waiting.
-std::uint64_t ask(keeper& keeper, history_question question);
+std::uint64_t ask(keeper& keeper, question asked);
 
 // Does not wait.
 results take_results(keeper& keeper);

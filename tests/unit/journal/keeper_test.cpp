@@ -101,11 +101,24 @@ TEST_F(KeeperTest, KeepsEverythingBeforeItEnds)
     EXPECT_EQ(house_on_disk().routers.at("r1").source_labels.size(), 1000);
 }
 
+TEST_F(KeeperTest, FindsABatchThatIsThereWhole)
+{
+    const desk::entry taken = take_of(7, "ben", {"r1", 2, 5});
+    const auto& made = std::get<desk::batch_made>(taken.what);
+    await_kept(keep(*keeper, {taken}));
+    ask(*keeper, made.id);
+    ask(*keeper, desk::ulid{1, 1});
+    await([&] { return answers.size() == 2; });
+    EXPECT_EQ(answers[0].batch, made.batch);
+    EXPECT_EQ(answers[1].batch, std::nullopt);
+    EXPECT_EQ(answers[1].failure, "");
+}
+
 TEST_F(KeeperTest, AnswersQuestions)
 {
     await_kept(keep(*keeper, {take_of(7, "ben", {"r1", 2, 5})}));
-    EXPECT_EQ(ask(*keeper, {{.person = "ben"}}), 1);
-    EXPECT_EQ(ask(*keeper, {{.person = "eve"}}), 2);
+    EXPECT_EQ(ask(*keeper, history_question{{.person = "ben"}}), 1);
+    EXPECT_EQ(ask(*keeper, history_question{{.person = "eve"}}), 2);
     await([&] { return answers.size() == 2; });
     EXPECT_EQ(answers[0].number, 1);
     EXPECT_EQ(answers[0].page.rows.size(), 1);
@@ -157,7 +170,7 @@ TEST_P(FailingKeeper, TriesAgainUntilTheDiskWorks)
     EXPECT_GT(last.health.since, desk::wall{});
     EXPECT_EQ(last.health.waiting, 2);
     EXPECT_EQ(last.kept, 1);
-    ask(*keeper, {{.kind = "routerSet"}});
+    ask(*keeper, history_question{{.kind = "routerSet"}});
     await([&] { return answers.size() == 1; });
     EXPECT_EQ(answers[0].page.rows.size(), 1) << "questions are answered meanwhile";
 

@@ -53,10 +53,11 @@ struct History : AccountRequests {
     void answer(std::size_t at_once = 1000)
     {
         while (!server.journal.questions.empty()) {
-            const auto [number, question] = server.journal.questions.front();
+            const auto& [number, of_history] = server.journal.questions.front();
+            const auto question = std::get<journal::history_question>(of_history);
+            journal::answer given{number, {}, ""};
             server.journal.questions.pop_front();
             asked.push_back(question);
-            journal::answer given{number, {}, ""};
             for (const journal::history_row& row : rows) {
                 if (question.after && std::pair(row.place.at, row.place.id) >=
                                           std::pair(question.after->at, question.after->id))
