@@ -10,8 +10,6 @@
 namespace web {
 
 namespace {
-// A page that few entries fit is given short after so long, with its cursor.
-constexpr std::chrono::seconds LONGEST_GATHERING{2};
 constexpr std::int64_t MOST_ENTRIES = 1000; // of a page
 constexpr std::int64_t USUAL_ENTRIES = 100;
 
@@ -31,11 +29,6 @@ bool read_cursor(const std::string& text, journal::history_place& place)
         return false;
     place = {desk::wall(at), id};
     return true;
-}
-
-problem unreadable(const std::string& failure)
-{
-    return {"journalFailing", "The history cannot be read: " + failure + "."};
 }
 
 // Looks for the piece under way, and asks for the next one while the page is not full.
@@ -69,8 +62,7 @@ struct gathering {
         if (!failure.empty()) return problem_response(unreadable(failure));
         if (search.asked == 0 && (search.ended || count == most)) return page();
         if (now.steady >= until && search.question.after) return page();
-        if (now.steady >= until)
-            return problem_response({"overloaded", "The history takes too long. Try again."});
+        if (now.steady >= until) return problem_response(too_long());
         ask_piece(server, search);
         return std::nullopt;
     }
@@ -98,7 +90,7 @@ answer export_history(server& /*server*/, const call& call, bool as_table)
 answer list_history(server& server, const call& call)
 {
     std::vector<problem_at> wrong;
-    gathering page{read_search(call, wrong), 0, call.now.steady + LONGEST_GATHERING};
+    gathering page{read_search(call, wrong), 0, call.now.steady + LONGEST_SEARCH};
     page.most = static_cast<std::size_t>(
         read_integer(call.request, "limit", 1, MOST_ENTRIES, wrong).value_or(USUAL_ENTRIES));
     page.search.question.most = std::min(page.most, ROWS_OF_PIECE);

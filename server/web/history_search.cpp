@@ -93,6 +93,16 @@ bool fits(const server& server, const history_search& search, const journal::his
 }
 } // namespace
 
+problem unreadable(const std::string& failure)
+{
+    return {"journalFailing", "The history cannot be read: " + failure + "."};
+}
+
+problem too_long()
+{
+    return {"overloaded", "The history takes too long. Try again."};
+}
+
 history_search read_search(const call& call, std::vector<problem_at>& wrong)
 {
     const request& request = call.request;

@@ -15,6 +15,9 @@ namespace web {
 // milliseconds, in which nobody else is served.
 constexpr std::size_t ROWS_OF_PIECE = 100;
 
+// Then what has been found is told, or that it takes too long.
+constexpr std::chrono::seconds LONGEST_SEARCH{2};
+
 struct history_search {
     journal::history_question question; // the next piece
     // What the journal does not ask for itself:
@@ -28,6 +31,9 @@ struct history_search {
     std::vector<json> entries{}; // that have been found
     bool ended = false;          // there is nothing older
 };
+
+problem unreadable(const std::string& failure);
+problem too_long();
 
 // From the request's parameters; what is wrong is complained of.
 history_search read_search(const call& call, std::vector<problem_at>& wrong);

@@ -4,6 +4,7 @@
 #include "server/journal/house_words.h"
 #include "server/web/batch_answer.h"
 #include "server/web/handlers.h"
+#include "server/web/history_search.h"
 #include "server/web/operation_json.h"
 
 namespace web {
@@ -25,6 +26,35 @@ const desk::batch* find_operation(const server& server, const call& call, desk::
     const bool there =
         batch != server.desk.house.batches.end() && may_view(call.actor.may, batch->second);
     return there ? &batch->second : nullptr;
+}
+
+// What the desk has forgotten, from the journal. An operation that nobody may know of, who asks, is
+// none.
+struct remembered_operation {
+    desk::ulid id;
+    desk::rights may;
+    desk::monotonic until{};
+    std::uint64_t asked = 0; // the question's number; 0: too many were asking
+
+    std::optional<response> operator()(server& server, const desk::moment& now)
+    {
+        if (asked == 0) asked = journal::ask(server.journal, id);
+        const auto found = server.history_answers.find(asked);
+        if (found == server.history_answers.end() && now.steady < until) return std::nullopt;
+        if (found == server.history_answers.end()) return problem_response(too_long());
+        const auto& [number, page, failure, batch] = found->second;
+        if (!failure.empty()) return problem_response(unreadable(failure));
+        if (!batch || !may_view(may, *batch)) return problem_response(no_such_operation());
+        return json_response(operation_json(server, may, id, *batch));
+    }
+};
+
+answer answer_remembered(server& server, const call& call, const desk::ulid& id)
+{
+    answer held;
+    held.until = call.now.steady + LONGEST_SEARCH;
+    held.later = remembered_operation{id, call.actor.may, held.until, ask(server.journal, id)};
+    return held;
 }
 
 answer command_step(server& server, const call& call, commander go)
@@ -83,8 +113,10 @@ answer get_operation(server& server, const call& call)
     std::chrono::milliseconds wait{};
     desk::ulid id;
     if (!read_wait(call, wait, wait, wrong)) return wrong;
-    if (find_operation(server, call, id) == nullptr) return no_such_operation();
-    return answer_operation(server, call, id, wait);
+    if (find_operation(server, call, id) != nullptr)
+        return answer_operation(server, call, id, wait);
+    if (id.is_none() || server.desk.house.batches.contains(id)) return no_such_operation();
+    return answer_remembered(server, call, id);
 }
 
 answer roll_back(server& server, const call& call)

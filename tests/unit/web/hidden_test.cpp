@@ -105,3 +105,15 @@ TEST_F(Hidden, SalvosHaveNoNameInUndo)
     EXPECT_EQ(json_of(undone)["code"], "noRight");
     EXPECT_THAT(undone.body, Not(HasSubstr("SECRET")));
 }
+
+TEST_F(Hidden, IsAnOperationThatTheJournalAloneRemembers)
+{
+    for (const char* const router : {"r1", "r2"}) {
+        const request_id id = send(method::get, "/api/v1/operations/01J00000000000000000000000");
+        desk::batch batch;
+        batch.rows.emplace_back().wished = {router, 1, 5};
+        server.journal.news.answers = {{server.journal.questions.back().first, {}, "", batch}};
+        pass();
+        EXPECT_EQ(answers[id].status, router == std::string("r1") ? 200 : 404);
+    }
+}

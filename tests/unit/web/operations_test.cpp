@@ -5,7 +5,13 @@ using namespace web_test;
 using namespace std::chrono_literals;
 
 namespace {
+constexpr const char* NO_SUCH_OPERATION =
+    R"({"type":"/problems/no-such-batch","title":"No such operation","status":404,)"
+    R"("code":"noSuchBatch","detail":"this batch is not known any more"})";
+
 struct Operations : ServerTest {
+    desk::ulid asked; // the journal, last
+
     Operations()
     {
         add_router("r1");
@@ -18,6 +24,18 @@ struct Operations : ServerTest {
                                    R"({"source":)" + std::to_string(source) + "}");
         carries_out("r1", 4, source);
         return header_of(taken, "Location");
+    }
+
+    // What is answered when the journal says this of it.
+    response remembered(const std::string& operation, journal::answer said)
+    {
+        const request_id id = send(method::get, operation);
+        EXPECT_FALSE(answers.contains(id)) << answers[id].body;
+        said.number = server.journal.questions.back().first;
+        asked = std::get<desk::ulid>(server.journal.questions.back().second);
+        server.journal.news.answers = {said};
+        pass();
+        return answers[id];
     }
 
     // The answer comes when destination 4 shows the source.
@@ -38,10 +56,30 @@ TEST_F(Operations, TellWhatBecameOfThem)
     const json told = json_of(ask(method::get, operation));
     EXPECT_EQ(told["state"], "ended");
     EXPECT_EQ(told["counts"], json::parse(R"({"confirmed":1})"));
-    for (const char* const id : {"01J00000000000000000000000", "x"})
-        EXPECT_EQ(ask(method::get, "/api/v1/operations/" + std::string(id)).body,
-                  R"({"type":"/problems/no-such-batch","title":"No such operation","status":404,)"
-                  R"("code":"noSuchBatch","detail":"this batch is not known any more"})");
+    EXPECT_EQ(ask(method::get, "/api/v1/operations/x").body, NO_SUCH_OPERATION);
+}
+
+TEST_F(Operations, AreToldByTheJournalWhenTheDeskHasForgottenThem)
+{
+    const std::string operation = routed(6);
+    const response told = ask(method::get, operation);
+    const auto [id, batch] = *server.desk.house.batches.begin();
+    server.desk.house.batches.clear();
+    EXPECT_EQ(remembered(operation, {0, {}, "", batch}).body, told.body);
+    EXPECT_EQ(asked, id);
+    EXPECT_EQ(remembered(operation, {0, {}, "", {}}).body, NO_SUCH_OPERATION);
+    EXPECT_EQ(json_of(remembered(operation, {0, {}, "disk broken", {}}))["detail"],
+              "The history cannot be read: disk broken.");
+}
+
+TEST_F(Operations, AreNotWaitedForWhenTheJournalTakesLong)
+{
+    const request_id id = send(method::get, "/api/v1/operations/01J00000000000000000000000");
+    wait(1999ms);
+    EXPECT_FALSE(answers.contains(id));
+    wait(1ms);
+    EXPECT_EQ(answers[id].status, 503);
+    EXPECT_EQ(json_of(answers[id])["code"], "overloaded");
 }
 
 TEST_F(Operations, AreWaitedFor)
