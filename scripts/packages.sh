@@ -31,7 +31,7 @@ install_build_packages() {
 
 install_test_packages() {
     install_missing libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev clang-format \
-        clang-tidy libclang-14-dev llvm-14-dev cppcheck curl shellcheck procps python3 strace
+        clang-tidy libclang-14-dev llvm-14-dev cppcheck curl flake8 shellcheck procps python3 strace
 }
 
 # A Node.js that is new enough, unless there is one from elsewhere, which brings its npm.

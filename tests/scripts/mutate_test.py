@@ -1,11 +1,10 @@
 """scripts/mutate on a small project, in which it is known what the tests let pass."""
 
 import os
-import signal
 import unittest
 from pathlib import Path
 
-from sandbox import LONGEST, SandboxTest
+from sandbox import SandboxTest
 
 PROJECT = {
     "CMakePresets.json": """
