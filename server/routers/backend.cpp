@@ -160,6 +160,9 @@ void note_steps(backend& backend, const desk::moment& now, const std::vector<tra
         const auto* const route = std::get_if<route_told>(&step);
         if (route != nullptr && backend.link.discovery_ended)
             note_told(backend.untold, now.steady, route->destination, route->source);
+        const auto* const query = std::get_if<query_unanswered>(&step);
+        if (query != nullptr && backend.link.discovery_ended)
+            note_unanswered(backend.untold, now.steady, query->destination);
     }
 }
 
@@ -242,7 +245,8 @@ void look_for_untold(backend& backend, desk::desk_state& desk, const desk::momen
                                              desk::source_shown(*live, destination) == source))
             continue;
         desk::doubt_fact(desk, backend.router, destination);
-        helps = helps || (source >= 0 && source < static_cast<int>(backend.sources.value_or(0)));
+        helps = helps || source == desk::UNKNOWN_SOURCE ||
+                (source >= 0 && source < static_cast<int>(backend.sources.value_or(0)));
     }
     if (!helps || !backend.process.unsent.empty()) return;
     parent_link::send_bytes(backend.process, "*COMMAND=report\n*TYPE=command\nwhat=outputs\n\n");

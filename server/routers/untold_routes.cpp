@@ -6,6 +6,13 @@ void note_told(untold_routes& untold, desk::monotonic now, int destination, int 
 {
     const auto [place, is_new] = untold.routes.try_emplace(destination, untold_route{source, now});
     if (!is_new && place->second.source != source) place->second = {source, now};
+    untold.unanswered.erase(destination);
+    if (!untold.due) untold.due = now + REPORT_LIMIT;
+}
+
+void note_unanswered(untold_routes& untold, desk::monotonic now, int destination)
+{
+    untold.unanswered.try_emplace(destination, now + REPORT_LIMIT);
     if (!untold.due) untold.due = now + REPORT_LIMIT;
 }
 
@@ -30,8 +37,14 @@ std::vector<std::pair<int, int>> take_overdue(untold_routes& untold, desk::monot
         overdue.emplace_back(route->first, source);
         route = untold.routes.erase(route);
     }
+    for (auto& [destination, at] : untold.unanswered) {
+        if (now < at) continue;
+        overdue.emplace_back(destination, desk::UNKNOWN_SOURCE);
+        at = now + ASK_AGAIN;
+    }
     untold.due.reset();
-    if (!overdue.empty() || !untold.routes.empty()) untold.due = now + REPORT_LIMIT;
+    if (!overdue.empty() || !untold.routes.empty() || !untold.unanswered.empty())
+        untold.due = now + REPORT_LIMIT;
     return overdue;
 }
 

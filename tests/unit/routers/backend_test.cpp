@@ -69,6 +69,20 @@ TEST_F(BackendRun, DoubtsAFactWhenTheRouterHasToldAnotherRoute)
     EXPECT_TRUE(desk::is_fresh(live(), 1));
 }
 
+TEST_F(BackendRun, DoubtsAFactWhenItsQueryHasNoAnswer)
+{
+    const std::string query = frame(body("QI", {"1", "1"}));
+    run(becomes_ready() + says("<DBG>Send to router: " + query) + says("<DBG>Router: NAK 05") +
+        LISTENS);
+    ASSERT_TRUE(serve_until(link_is(link_state::ready)));
+    ASSERT_TRUE(serve_until([this] { return !main.untold.unanswered.empty(); }));
+    EXPECT_TRUE(desk::is_fresh(live(), 0));
+    passed = REPORT_LIMIT;
+    ASSERT_TRUE(serve_until([&] { return heard().ends_with("what=outputs\n\n"); }));
+    EXPECT_FALSE(desk::is_fresh(live(), 0));
+    EXPECT_TRUE(desk::is_fresh(live(), 1));
+}
+
 TEST_F(BackendRun, AsksNothingWhenItsRouterShowsWhatNoBackendReports)
 {
     run(becomes_ready() + receives("N0IQ\t1\t0\tN\tN\t0") + receives("N0IQ\t2\t0\tN\tN\t3") +

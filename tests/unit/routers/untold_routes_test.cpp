@@ -49,3 +49,22 @@ TEST(UntoldRoutes, AreFoundOnceInASecond)
     EXPECT_THAT(take_overdue(untold, 11900ms), IsEmpty());
     EXPECT_THAT(take_overdue(untold, 12s), ElementsAre(Pair(4, 5)));
 }
+
+TEST(UntoldRoutes, AreThoseOfAQueryWithoutAnAnswer)
+{
+    untold_routes untold;
+    note_unanswered(untold, 10s, 3);
+    note_unanswered(untold, 10500ms, 3);
+    note_unanswered(untold, 10s, 4);
+    EXPECT_EQ(untold.due, 11s);
+    note_told(untold, 10600ms, 4, 5);
+    note_reported(untold, {{3, 5}, {4, 5}}); // of before the query, for all that is known
+    EXPECT_THAT(take_overdue(untold, 11s), ElementsAre(Pair(3, desk::UNKNOWN_SOURCE)));
+    EXPECT_EQ(untold.due, 12s);
+    EXPECT_THAT(take_overdue(untold, 20s), IsEmpty());
+    EXPECT_THAT(take_overdue(untold, 21s), ElementsAre(Pair(3, desk::UNKNOWN_SOURCE)));
+    note_told(untold, 22s, 3, 5);
+    EXPECT_THAT(take_overdue(untold, 31s), ElementsAre(Pair(3, 5)));
+    EXPECT_THAT(take_overdue(untold, 41s), IsEmpty());
+    EXPECT_FALSE(untold.due);
+}
