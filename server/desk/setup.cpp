@@ -57,6 +57,15 @@ bool same_for_backend(const router_settings& one, const router_settings& other)
            one.outputs == other.outputs;
 }
 
+// It may be another router from now on, at which nobody here has done anything.
+void forget_doings(desk_state& desk, const moment& now, const std::string& router)
+{
+    find_live(desk, router)->troubled.clear();
+    const std::map<int, authorship> authors = find_router(desk, router)->authors;
+    for (const auto& [destination, author] : authors)
+        record_entry(desk, {now.utc, "", "", author_forgotten{router, destination}});
+}
+
 // What the backend holds may still be sent until it has ended, which the desk will not be told.
 void end_wishes(desk_state& desk, const moment& now, const live_router& live)
 {
@@ -140,6 +149,9 @@ objection set_router(desk_state& desk, const moment& now, const actor& actor,
     if (old != nullptr && old->settings.simulated != settings.simulated)
         return bad_value("whether a router is simulated, and its size, stays as it is");
     const bool ends_backend = old != nullptr && !same_for_backend(old->settings, settings);
+    const bool moves =
+        old != nullptr && !settings.simulated &&
+        (old->settings.address != settings.address || old->settings.port != settings.port);
     const std::string id = settings.id;
     const ulid added_after = old != nullptr ? old->added_after : last_batch(desk.house);
     record_entry(
@@ -152,6 +164,7 @@ objection set_router(desk_state& desk, const moment& now, const actor& actor,
     }
     tell_change(desk, id, change::kind::settings);
     if (ends_backend) end_any_backend(desk, now, id);
+    if (moves) forget_doings(desk, now, id);
     return {};
 }
 

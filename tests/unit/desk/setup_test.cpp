@@ -169,6 +169,25 @@ TEST_F(Setup, EndsTheBackendWhenItMustBeToldSomethingNew)
     EXPECT_FALSE(ends_with([](router_settings& settings) { settings.first_number = 0; }));
 }
 
+// It may be another router.
+TEST_F(Setup, ForgetsWhoseDoingItIsWhatARouterAtAnotherAddressShows)
+{
+    wish(anna, 0, 5);
+    carry_out(0, 5);
+    wish(anna, 1, 6);
+    takes(1, 6);
+    wait_ms(3000);
+    router_settings settings = settings_of("main");
+    settings.name = "Other";
+    set_router(desk, now, eve, settings);
+    EXPECT_EQ(author_of(0).person, "anna");
+    EXPECT_EQ(troubles().size(), 1);
+    ++settings.port;
+    set_router(desk, now, eve, settings);
+    EXPECT_EQ(author_of(0), authorship{});
+    EXPECT_TRUE(troubles().empty());
+}
+
 TEST_F(Setup, ReadsARouterAgainOnce)
 {
     EXPECT_EQ(read_again(desk, now, anna, "main").why, reason::no_right);
