@@ -73,6 +73,7 @@ doings doings_of(const house& house, const wish_id& id, int was)
         author->second.source != was || !same_person(house, *author->second.by, id))
         return {};
     doings doings{doing_of(house, *author->second.by), std::nullopt};
+    if (was == row->wished.source) doings.restored = doings.replaced; // it has changed nothing
     const std::optional<wish_id> undone = row_undone(house, id);
     if (undone && doing_of(house, *undone) == doings.replaced)
         doings.restored = find_wish(house, *undone)->doings.replaced;

@@ -143,3 +143,15 @@ TEST_F(UndoSteps, LeavesWhatATakeOfTheSameHadChangedBefore)
         show(0, 0);
     }
 }
+
+// Pressed twice, the second changes nothing.
+TEST_F(UndoSteps, GoesBackBeforeATakeThatWasRepeated)
+{
+    wish(anna, 0, 5);
+    wish(anna, 0, 5);
+    for (int i = 0; i < 2; ++i)
+        carry_out(0, 5);
+    EXPECT_EQ(said(undo_all(anna)), "unchanged");
+    finish(undo_all(anna));
+    expect_shown(0);
+}
