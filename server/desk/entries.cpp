@@ -55,19 +55,24 @@ undo_step step_of(const ulid& id, const batch& batch)
     return step;
 }
 
+void limit_steps(std::deque<undo_step>& steps)
+{
+    std::size_t rows = 0;
+    for (const undo_step& kept : steps)
+        rows += kept.rows.size();
+    while (steps.size() > UNDO_STEPS || rows > UNDO_ROWS) {
+        rows -= steps.front().rows.size();
+        steps.pop_front();
+    }
+}
+
 void push_step(std::deque<undo_step>& steps, undo_step step, wall now)
 {
     while (!steps.empty() && steps.front().made < now - UNDO_AGE)
         steps.pop_front();
     if (step.rows.empty()) return;
-    std::size_t rows = step.rows.size();
-    for (const undo_step& kept : steps)
-        rows += kept.rows.size();
-    while (!steps.empty() && (steps.size() >= UNDO_STEPS || rows > UNDO_ROWS)) {
-        rows -= steps.front().rows.size();
-        steps.pop_front();
-    }
     steps.push_back(std::move(step));
+    limit_steps(steps);
 }
 
 void drop_step(std::deque<undo_step>& steps, const ulid& batch)
@@ -111,6 +116,41 @@ void keep_step(house& house, const ulid& id, const batch& batch, wall now)
         push_step(record.undo, std::move(step), now);
     }
     if (record.undo.empty() && record.redo.empty()) house.undo.erase(batch.person);
+    forget_people(house);
+}
+
+// Where a step of the batch stands, or would, among those of earlier and later ones.
+undo_step& step_for(std::deque<undo_step>& steps, const ulid& id, const batch& batch)
+{
+    const auto place = std::find_if(steps.begin(), steps.end(),
+                                    [&](const undo_step& step) { return !(step.batch < id); });
+    if (place != steps.end() && place->batch == id) return *place;
+    return *steps.insert(place, {id, batch.made, {}});
+}
+
+// What was to be undone and stands as it did can be undone again. When only what could go was to
+// go, a refusal of the router is given up.
+void give_back(house& house, const wish_id& id, const wish& ended)
+{
+    const batch& by = house.batches.at(id.batch);
+    const bool stands = ended.end == outcome::not_sent ||
+                        (ended.end == outcome::refused && by.rule == batch_rule::all);
+    const auto of = house.batches.find(by.of);
+    if (by.kind != batch_kind::undo || !stands || of == house.batches.end()) return;
+    const std::vector<wish>& rows = of->second.rows;
+    const auto row = std::find_if(rows.begin(), rows.end(), [&](const wish& each) {
+        return each.wished.router == ended.wished.router &&
+               each.wished.destination == ended.wished.destination;
+    });
+    if (row == rows.end()) return;
+    const undo_row given{
+        {by.of, static_cast<std::uint32_t>(row - rows.begin())}, row->wished, row->was};
+    std::deque<undo_step>& steps = house.undo[by.person].undo;
+    std::vector<undo_row>& there = step_for(steps, by.of, of->second).rows;
+    const auto place = std::find_if(there.begin(), there.end(),
+                                    [&](const undo_row& each) { return given.by < each.by; });
+    there.insert(place, given);
+    limit_steps(steps);
     forget_people(house);
 }
 
@@ -224,6 +264,7 @@ void apply(house& house, const entry&, const wish_ended& ended)
     row->ended_after = ended.ended_after;
     row->doings = ended.doings;
     if (ended.end == outcome::confirmed) set_author(house, ended.id, ended.since);
+    give_back(house, ended.id, *row);
     forget_batches(house);
 }
 

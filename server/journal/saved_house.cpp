@@ -134,6 +134,12 @@ std::vector<std::string> people_of_batches(store& store)
     return people;
 }
 
+// What an undo that has ended so was to put back may be undone again.
+bool leaves_undo(desk::outcome end)
+{
+    return end == desk::outcome::not_sent || end == desk::outcome::refused;
+}
+
 // As it was made: what it accepted was open.
 desk::batch as_made(desk::batch batch)
 {
@@ -173,8 +179,13 @@ void read_undo(store& store, desk::house& house, desk::wall now)
         for (numbered_batch& each : batches_of(store, person, now - desk::UNDO_AGE)) {
             if (!read_rows(store.database, each)) continue;
             const desk::wall made = each.batch.made;
-            apply_entry(again,
-                        {made, "", "", desk::batch_made{each.id, as_made(std::move(each.batch))}});
+            apply_entry(again, {made, "", "", desk::batch_made{each.id, as_made(each.batch)}});
+            for (std::uint32_t i = 0; i < each.batch.rows.size(); ++i) {
+                desk::wish_ended ended;
+                ended.id = {each.id, i};
+                ended.end = each.batch.rows[i].end;
+                if (leaves_undo(ended.end)) apply_entry(again, {made, "", "", std::move(ended)});
+            }
         }
         again.batches.clear();
         again.batch_rows = 0;

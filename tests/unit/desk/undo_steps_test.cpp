@@ -155,3 +155,53 @@ TEST_F(UndoSteps, GoesBackBeforeATakeThatWasRepeated)
     finish(undo_all(anna));
     expect_shown(0);
 }
+
+TEST_F(UndoSteps, CanBeTriedAgainWhenTheyWereNotSent)
+{
+    put(anna, 2, 4);
+    const ulid two = put_two(anna);
+    const take_answer tried = undo(desk, now, anna, how(batch_rule::rest));
+    link(link_state::down);
+    report_backend_ended(desk, now, "main"); // which ends the last row first
+    link(link_state::ready);
+    for (const int destination : {0, 1})
+        report(destination, source_shown(*find_live(desk, "main"), destination));
+    EXPECT_EQ(row_of(tried, 1).end, outcome::not_sent);
+    const take_answer again = undo_all(anna);
+    EXPECT_EQ(desk.house.batches.at(again.batch).of, two);
+    ASSERT_EQ(again.rows.size(), 2);
+    EXPECT_EQ(again.rows[0].wished.destination, 0);
+    for (const row_answer& row : again.rows)
+        carry_out(row.wished.destination, row.wished.source);
+    EXPECT_EQ(became(again, 0), "confirmed");
+    EXPECT_EQ(became(again, 1), "confirmed");
+    EXPECT_EQ(undo_steps(desk.house, now, "anna").size(), 1);
+}
+
+TEST_F(UndoSteps, CanBeTriedAgainWhenTheRouterRefusesThemUnlessTheRestWasToGo)
+{
+    put(anna, 1, 6);
+    const ulid last = put(anna, 0, 5);
+    for (int i = 0; i < 2; ++i)
+        trace_take_answer(desk, now, "main", "");
+    for (const batch_rule rule : {batch_rule::all, batch_rule::rest}) {
+        const take_answer tried = undo(desk, now, anna, how(rule));
+        EXPECT_EQ(desk.house.batches.at(tried.batch).of, last);
+        takes(0, 0);
+        trace_take_answer(desk, now, "main", "refused by the router (ER 07)");
+        shows(0, 5);
+        EXPECT_EQ(row_of(tried).end, outcome::refused);
+    }
+    EXPECT_NE(undo_steps(desk.house, now, "anna").front()->batch, last);
+}
+
+TEST_F(UndoSteps, StayAsManyWhenOneIsGivenBack)
+{
+    for (std::size_t i = 0; i <= UNDO_STEPS; ++i)
+        put(anna, 0, static_cast<int>(i % 2) + 2);
+    undo_all(anna);
+    put(anna, 1, 3);
+    link(link_state::down);
+    report_backend_ended(desk, now, "main");
+    EXPECT_EQ(desk.house.undo.at("anna").undo.size(), UNDO_STEPS);
+}
