@@ -6,7 +6,6 @@
 #include "unit/journal/journal_test.h"
 
 using namespace web;
-using std::chrono::milliseconds;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -135,9 +134,9 @@ TEST_F(IdempotencyTest, RefusesAKeyOfAnotherRequest)
 TEST_F(IdempotencyTest, RemembersForADay)
 {
     carry_out("ana", "k1", "a");
-    now += KEY_AGE - milliseconds(1);
+    now += KEY_AGE - std::chrono::milliseconds(1);
     EXPECT_EQ(begin("ana", "k1", "a"), repetition::repeated);
-    now += milliseconds(1);
+    now += std::chrono::milliseconds(1);
     EXPECT_EQ(begin("ana", "k1", "b"), repetition::first);
 }
 
@@ -186,7 +185,7 @@ TEST_F(IdempotencyTest, ForgetsTheOldestOfWhoHasTheMost)
     carry_out("ben", "k", "b");
     EXPECT_EQ(begin("ana", "open", "a"), repetition::first);
     for (int i = 0; i < 70; ++i) {
-        now += milliseconds(1);
+        now += std::chrono::milliseconds(1);
         carry_out("ana", "k" + std::to_string(i), std::string(LARGE, 'a'));
     }
     EXPECT_LE(answers.bytes, answers.most_bytes);
@@ -216,7 +215,7 @@ TEST_F(IdempotencyTest, IsTheSameAfterAnyHistory)
     std::mt19937_64 chance(seed);
     std::set<std::pair<std::string, std::string>> open;
     for (int i = 0; i < 2000; ++i) {
-        now += milliseconds(chance() % 600'000);
+        now += std::chrono::milliseconds(chance() % 600'000);
         const std::string person = std::string(1, static_cast<char>('a' + chance() % 3));
         const std::string key = "/" + std::to_string(chance() % 40) + "/"; // a key may have any
         if (begin(person, key, "a") == repetition::first) open.insert({person, key});
