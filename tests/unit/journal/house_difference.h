@@ -10,14 +10,14 @@ namespace journal {
 
 inline void forget_old_steps(desk::house& house, desk::wall now)
 {
-    for (auto record = house.undo.begin(); record != house.undo.end();) {
-        for (auto* steps : {&record->second.undo, &record->second.redo})
+    for (auto person = house.undo.begin(); person != house.undo.end();) {
+        for (auto* steps : {&person->second.undo, &person->second.redo})
             std::erase_if(*steps, [&](const desk::undo_step& step) {
                 return step.made < now - desk::UNDO_AGE;
             });
-        record = record->second.undo.empty() && record->second.redo.empty()
-                     ? house.undo.erase(record)
-                     : std::next(record);
+        person = person->second.undo.empty() && person->second.redo.empty()
+                     ? house.undo.erase(person)
+                     : std::next(person);
     }
 }
 

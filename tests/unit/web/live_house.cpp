@@ -64,11 +64,11 @@ json told_of(const json& list, const json& destination, const char* name)
 
 nlohmann::json sorted(const json& value)
 {
-    nlohmann::json plain = nlohmann::json::parse(value.dump());
-    if (plain.is_array()) return by_name(plain);
-    for (auto& each : plain)
+    nlohmann::json copy = nlohmann::json::parse(value.dump());
+    if (copy.is_array()) return by_name(copy);
+    for (auto& each : copy)
         each = by_name(each);
-    return plain;
+    return copy;
 }
 
 void make_comparable(json& has, json& wanted)
