@@ -32,8 +32,11 @@ export default tseslint.config(
     languageOptions: { parserOptions: { parser: tseslint.parser, svelteConfig } },
   },
   {
+    files: ['*.js', 'delivery/**'],
+    languageOptions: { globals: globals.node },
+  },
+  {
     files: ['*.js'],
     extends: [tseslint.configs.disableTypeChecked],
-    languageOptions: { globals: globals.node },
   },
 );
