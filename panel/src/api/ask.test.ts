@@ -1,6 +1,6 @@
-import { expect, test } from 'vitest';
+import { expect, test, vi } from 'vitest';
 
-import { ask } from './ask';
+import { ask, send } from './ask';
 
 const answering =
   (body: string, status = 200, type = 'application/json'): typeof fetch =>
@@ -38,4 +38,16 @@ test('says so when no answer comes', async () => {
 
 test('an answer that is cut off counts as none', async () => {
   expect(await ask('/version', answering('{"api":'))).toMatchObject({ ok: false, status: 0 });
+});
+
+test('sends what is to be made as JSON', async () => {
+  const fetched = vi.fn(answering('{"person":{"id":"ana"}}', 201));
+  const wanted = { code: 'c', id: 'ana', name: 'Ana K.', password: 'long enough' };
+  const answer = await send('/api/v1/first-administrator', wanted, fetched);
+  expect(answer).toEqual({ ok: true, body: { person: { id: 'ana' } } });
+  expect(fetched).toHaveBeenCalledExactlyOnceWith('/api/v1/first-administrator', {
+    method: 'POST',
+    headers: { 'Content-Type': 'application/json' },
+    body: JSON.stringify(wanted),
+  });
 });

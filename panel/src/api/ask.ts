@@ -18,13 +18,45 @@ export type Read<P extends keyof paths> = paths[P] extends {
 export type Answer<Body> =
   { ok: true; body: Body } | { ok: false; status: number; sentence: string };
 
-export async function ask<P extends Address>(
+// The addresses that something can be made at.
+export type Target = {
+  [P in keyof paths]: P extends `${string}{${string}` ? never : Sent<P> extends never ? never : P;
+}[keyof paths];
+
+export type Sent<P extends keyof paths> = paths[P] extends {
+  post: { requestBody: { content: { 'application/json': infer Body } } };
+}
+  ? Body
+  : never;
+
+export type Made<P extends keyof paths> = paths[P] extends {
+  post: { responses: infer Responses };
+}
+  ? JsonOf<Responses[keyof Responses & (200 | 201)]>
+  : never;
+
+type JsonOf<Given> = Given extends { content: { 'application/json': infer Body } } ? Body : never;
+
+export function ask<P extends Address>(
   address: P,
-  send: typeof fetch = fetch,
+  fetched: typeof fetch = fetch,
 ): Promise<Answer<Read<P>>> {
+  return answerTo(fetched(address, { headers: { Accept: 'application/json' } }));
+}
+
+export function send<P extends Target>(
+  address: P,
+  body: Sent<P>,
+  fetched: typeof fetch = fetch,
+): Promise<Answer<Made<P>>> {
+  const headers = { 'Content-Type': 'application/json' };
+  return answerTo(fetched(address, { method: 'POST', headers, body: JSON.stringify(body) }));
+}
+
+async function answerTo<Body>(asked: Promise<Response>): Promise<Answer<Body>> {
   try {
-    const response = await send(address, { headers: { Accept: 'application/json' } });
-    if (response.ok) return { ok: true, body: (await response.json()) as Read<P> };
+    const response = await asked;
+    if (response.ok) return { ok: true, body: (await response.json()) as Body };
     return { ok: false, status: response.status, sentence: await refusal(response) };
   } catch {
     return { ok: false, status: 0, sentence: 'The server does not answer.' };
