@@ -27,6 +27,7 @@ install_build_packages() {
     install_missing g++ cmake ninja-build pkgconf libcli11-dev libedit-dev nlohmann-json3-dev \
         libsodium-dev libsqlite3-dev libsqlitecpp-dev libboost1.81-dev libssl-dev \
         libspdlog-dev libsystemd-dev libtomlplusplus-dev prometheus-cpp-dev
+    install_node_packages # the panel is built with it
 }
 
 install_test_packages() {

@@ -1,16 +1,10 @@
 #include "server/web/embedded.h"
 
-// Where each begins and ends, by embedded.S.
-#define EMBEDDED(name)                                                                             \
-    extern "C" const char embedded_##name[];                                                       \
-    extern "C" const char embedded_##name##_end[];                                                 \
-    std::string_view web::embedded::name()                                                         \
-    {                                                                                              \
-        return {embedded_##name, embedded_##name##_end};                                           \
-    }
+// Where it begins and ends, by embedded.S.
+extern "C" const char EMBEDDED_DESCRIPTION[];
+extern "C" const char EMBEDDED_DESCRIPTION_END[];
 
-EMBEDDED(description)
-EMBEDDED(index_html)
-EMBEDDED(first_html)
-EMBEDDED(first_js)
-EMBEDDED(page_css)
+std::string_view web::embedded::description()
+{
+    return {EMBEDDED_DESCRIPTION, EMBEDDED_DESCRIPTION_END};
+}

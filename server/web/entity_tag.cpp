@@ -47,10 +47,9 @@ void add_entity_tag(const request& request, response& response)
 {
     if (response.status != 200) return;
     if (find_tag(response) == nullptr) response.headers.emplace_back("ETag", tag_of(response.body));
-    const std::string tag = *find_tag(response);
     const std::string* const known = find_header(request, "if-none-match");
-    if (known != nullptr && !changes_something(request.method) && lists(*known, tag))
-        response = {304, "", "", {{"ETag", tag}}};
+    if (known == nullptr || changes_something(request.method)) return;
+    if (lists(*known, *find_tag(response))) response = {304, "", "", std::move(response.headers)};
 }
 
 void add_entity_tag(response& response, const json& present)

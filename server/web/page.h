@@ -1,4 +1,4 @@
-// The files that browsers are served, and what every answer tells browsers about them.
+// The panel's files, as browsers are served them, and what every answer tells browsers about them.
 #pragma once
 
 #include <optional>

@@ -39,7 +39,7 @@ TEST_F(RouterControl, DemonstratesItself)
     start({"--demo"});
     ASSERT_NE(address, "") << printed;
     EXPECT_THAT(ask("/version"), HasSubstr("\"demonstration\":true"));
-    EXPECT_THAT(ask("/"), HasSubstr("<h1>Router control</h1>"));
+    EXPECT_THAT(ask("/"), HasSubstr("<title>Router control</title>"));
     EXPECT_EQ(end(SIGTERM), 0);
     EXPECT_THAT(printed, HasSubstr("This is a demonstration"));
 }
