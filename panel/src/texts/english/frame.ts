@@ -1,0 +1,33 @@
+import type { Template } from '../template';
+
+// The frame: screens, top bar, modes, sizes.
+export const frame = {
+  routing: 'Routing',
+  salvos: 'Salvos',
+  history: 'History',
+  routers: 'Routers',
+  health: 'Health',
+  settings: 'Settings',
+  more: 'More',
+  matrix: 'Matrix',
+  xy: 'XY',
+  list: 'List',
+  toTheView: 'To the view',
+  toTake: 'To TAKE',
+  tabTitle: '{router} · {screen}',
+  tabTitleWithProblems: '({n}) {router} · {screen}',
+  size: '{sources} × {destinations}',
+  problems: { one: '{n} problem', other: '{n} problems' },
+  operators: { one: '{n} operator', other: '{n} operators' },
+  operatorsShort: { one: '{n} op', other: '{n} ops' },
+  armed: 'Armed: nothing goes out before TAKE',
+  hot: 'HOT',
+  hotQuestion: 'Switch to Hot? Every press on a crossing goes out at once.',
+  stayArmed: 'Stay armed',
+  switchToHot: 'Switch to Hot',
+  lockScreen: 'Lock this screen',
+  screenLocked: 'Screen locked',
+  close: 'Close',
+  show: 'Show',
+  clearFilter: 'Clear filter',
+} as const satisfies Record<string, Template>;
