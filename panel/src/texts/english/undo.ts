@@ -1,0 +1,36 @@
+import type { Template } from '../template';
+
+// Undo and redo; locks and protects.
+export const undo = {
+  undoTakeOf: {
+    one: 'Undo take of {clock}: {n} route back',
+    other: 'Undo take of {clock}: {n} routes back',
+  },
+  redoTakeOf: { one: 'Redo take of {clock}: {n} route', other: 'Redo take of {clock}: {n} routes' },
+  undo: 'Undo',
+  undoCount: 'Undo {n}',
+  redoCount: 'Redo {n}',
+  undoPossible: 'Undo the {n} that can be undone',
+  undoChangedBy: '{destination}: {person} has changed it since ({source})',
+  undoChanged: '{destination}: it has changed since ({source})',
+  undoBeforeUnknown: '{destination}: what was there before is unknown',
+  undoLocked: '{destination}: locked',
+  undoNoRight: '{destination}: you may look, not take',
+  undoLinkDown: 'Link down',
+  nothingToUndo: 'Nothing to undo',
+  nothingToRedo: 'Nothing to redo',
+  protect: 'Protect',
+  lock: 'Lock',
+  protectMeans: 'Only you can route {destination} until you release it.',
+  lockMeans: 'Nobody can route {destination}, you included, until it is unlocked.',
+  lockHolds:
+    'This holds for everybody who works through this server. A panel wired to the router can still switch it; you would see it here as a change.',
+  lockNoEnd: 'none',
+  lockOneHour: 'after 1 h',
+  lockAtTime: 'at a time',
+  lockSince: "Locked by {person} since {since}. '{reason}'",
+  lockSinceUntil: "Locked by {person} since {since} until {until}. '{reason}'",
+  askToBreakLock: 'Break lock…',
+  breakLock: 'Break lock',
+  lockBroken: "{person} broke your lock on {destination}: '{reason}'",
+} as const satisfies Record<string, Template>;
