@@ -1,0 +1,36 @@
+import type { Template } from '../template';
+
+// Links, the server, names that are missing; what is empty, loads or broke.
+export const trouble = {
+  linkUp: 'Link up',
+  linkDownAge: 'Link down {age}',
+  linkSlow: 'Link slow: {time}',
+  linkConnecting: 'Connecting…',
+  linkReading: 'Reading…',
+  linkOff: 'Link off',
+  linkFailing: 'Link failing {age}',
+  linkLost:
+    'Link to {router} lost at {clock}. You see the last known routes, {old}. Takes are not possible.',
+  linkBackReading: 'Link is back after {time}. Reading the routes… {read} of {all}',
+  changedMeanwhile: { one: '{n} route changed meanwhile.', other: '{n} routes changed meanwhile.' },
+  serverLost: 'No connection to the server. What you see is {old}. Trying again in {time}.',
+  serverConnecting: 'No connection to the server. What you see is {old}. Trying again now.',
+  tryNow: 'Try now',
+  namesIncomplete: 'Names: {read} of {all} read. Missing: {missing}.',
+  readAgain: 'Read again',
+  noRouter: 'No router yet. Add one by its address, or start the demo router.',
+  addRouter: 'Add a router',
+  startDemo: 'Start the demo',
+  firstRead: 'Reading {router}: names {names} of {allNames}, routes {routes} of {allRoutes}.',
+  emptyHistory: 'Nothing in this time. Try Today.',
+  noRights: 'You are signed in to look. Ask an engineer for the right to take.',
+  panelOutdated: 'The server has a newer panel. Reload when it suits you; your stage is kept.',
+  reload: 'Reload',
+  viewBroke: 'This view stopped working. Routes are not affected.',
+  reloadView: 'Reload the view',
+  copyDetails: 'Copy details',
+  badMessage: 'The server said something that this panel does not understand: {where}.',
+  spokenLinkLost: 'Link to {router} lost',
+  spokenTimedOut: 'Timed out: {destination}',
+  spokenConfirmed: '{destination} confirmed in {time}',
+} as const satisfies Record<string, Template>;
