@@ -1,0 +1,26 @@
+// Every text of the panel, in English: nothing on screen is worded anywhere else.
+import { frame } from './frame';
+import { keys } from './keys';
+import { matrix } from './matrix';
+import { routes } from './routes';
+import { salvos } from './salvos';
+import { screens } from './screens';
+import { stage } from './stage';
+import { times } from './times';
+import { trouble } from './trouble';
+import { undo } from './undo';
+
+export const parts = [frame, keys, matrix, routes, salvos, screens, stage, times, trouble, undo];
+
+export const english = {
+  ...frame,
+  ...keys,
+  ...matrix,
+  ...routes,
+  ...salvos,
+  ...screens,
+  ...stage,
+  ...times,
+  ...trouble,
+  ...undo,
+};
