@@ -1,0 +1,54 @@
+import { expect, test } from 'vitest';
+
+import type { Source } from '../api/types';
+import { nameOf } from '../live/history';
+import { arrange, type Arrangement } from './groups';
+
+const usual: Arrangement = {
+  pins: [],
+  pinnedName: 'Pinned',
+  folds: new Set(),
+  shows: () => true,
+  blockName: (first, last) => `${first}–${last}`,
+};
+const names = (...all: string[]) => all.map((name, i) => nameOf(i, name));
+const short = (list: readonly Source[], more: Partial<Arrangement> = {}) =>
+  arrange(list, { ...usual, ...more }).map(({ name, members }) => `${name}: ${members.join(' ')}`);
+
+const cameras = names('CAM 1', 'CAM 2', 'VTR 3', 'CAM 4', 'VTR 5');
+
+test('the router’s groups count, in the order of their first members', () => {
+  const list = cameras.map((each, i) => ({
+    ...each,
+    group: ['', 'Tape', 'Tape', 'Jib', ''][i] ?? '',
+  }));
+  expect(short(list)).toEqual([': 0 4', 'Tape: 1 2', 'Jib: 3']);
+});
+
+test('else the beginnings of names', () => {
+  expect(short(cameras)).toEqual(['CAM: 0 1 3', 'VTR: 2 4']);
+});
+
+test.each([
+  ['one for all', Array.from({ length: 18 }, (_, i) => `SRC ${i}`)],
+  ['one for each', [...'abcdefghijklmnopqr']],
+  ['nothing but numbers', Array.from({ length: 18 }, (_, i) => (i < 9 ? `${i}` : `CAM ${i}`))],
+])('else blocks, as with %s', (_why, all) => {
+  expect(short(names(...all))).toEqual([
+    '1–16: 0 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15',
+    '17–18: 16 17',
+  ]);
+});
+
+test('pins come first, and are not shown twice', () => {
+  expect(short(cameras, { pins: [4, 0, 99] })).toEqual(['Pinned: 4 0', 'CAM: 1 3', 'VTR: 2']);
+});
+
+test('a filter leaves out members, and groups without any', () => {
+  expect(short(cameras, { shows: (index) => index > 2 && index !== 4 })).toEqual(['CAM: 3']);
+});
+
+test('folds are by name', () => {
+  const groups = arrange(cameras, { ...usual, pins: [0], folds: new Set(['VTR', 'Pinned']) });
+  expect(groups.map(({ folded }) => folded)).toEqual([true, false, true]);
+});
