@@ -1,0 +1,76 @@
+import { expect, test } from 'vitest';
+
+import type { RouterData } from '../api/types';
+import { ANA, BEN, routerData, stageOf, TIME } from '../live/history';
+import { beginRouter } from '../live/router_topic';
+import { english } from '../texts/english';
+import { speechOf } from '../texts/speech';
+import { cursorLine, type Pressing } from './cursor';
+import { destinationShown } from './destination';
+import type { Circumstances } from './fact';
+
+const circumstances: Circumstances = {
+  speech: speechOf(english, 'en', 'UTC'),
+  now: Date.parse(TIME) + 42_000,
+  me: ANA.id,
+  oldSince: undefined,
+};
+
+function line(
+  source: number,
+  change: (data: RouterData) => void = () => undefined,
+  pressing: Pressing = 'armed',
+  isStaged = false,
+) {
+  const data = routerData();
+  data.routes.times[2] = Date.parse(TIME);
+  change(data);
+  const state = beginRouter(data);
+  const row = isStaged ? stageOf('r1', [2]).rows[0] : undefined;
+  const shown = destinationShown(state, row, 2, circumstances);
+  return cursorLine(state, shown, source, pressing, circumstances).join(' · ');
+}
+
+test('what the cursor is on, what is there, and what Enter does', () => {
+  expect(line(6)).toBe('CAM 7 → MON 3 · not routed · now CAM 3, confirmed 14:02:11 · Enter stages');
+  expect(line(2)).toBe('CAM 3 → MON 3 · routed · now CAM 3, confirmed 14:02:11');
+  expect(line(-1)).toMatch(/^No source → MON 3 · not routed/);
+});
+
+test.each([
+  ['not known since when', (data: RouterData) => (data.routes.times[2] = 0), 'now CAM 3'],
+  ['unknown', (data: RouterData) => (data.routes.sources[2] = -2), 'now unknown'],
+  [
+    'stale',
+    (data: RouterData) => {
+      data.router = { ...data.router, link: { state: 'down', since: TIME } };
+    },
+    'now CAM 3, Stale · 0:42',
+  ],
+])('a fact that is %s', (_why, change, words) => {
+  expect(line(6, change)).toBe(`CAM 7 → MON 3 · not routed · ${words} · Enter stages`);
+});
+
+test('Enter removes what is staged, there or where the route is', () => {
+  expect(line(1, undefined, 'armed', true)).toMatch(/ · Enter removes$/);
+  expect(line(2, undefined, 'armed', true)).toMatch(/ · Enter removes$/);
+  expect(line(6, undefined, 'armed', true)).toMatch(/ · Enter stages$/);
+});
+
+test('in Hot Enter takes, and where one may only look it does nothing', () => {
+  expect(line(6, undefined, 'hot')).toMatch(/ · Enter takes$/);
+  expect(line(6, undefined, 'nothing')).toMatch(/ · now CAM 3, confirmed 14:02:11$/);
+});
+
+test('a lock says itself in place of what Enter does', () => {
+  const lock = {
+    router: 'r1',
+    destination: 2,
+    destinationName: 'MON 3',
+    mode: 'lock' as const,
+    owner: BEN,
+    reason: '',
+    since: TIME,
+  };
+  expect(line(6, (data) => (data.locks = [lock]), 'hot')).toMatch(/ · Locked by Ben L\.$/);
+});

@@ -1,0 +1,50 @@
+// The line that says what the cursor is on: "CAM 7 → MVW 19", whether that is routed, what is, and
+// what Enter does.
+import type { RouterState } from '../live/router_topic';
+import { clock } from '../texts/clock';
+import type { DestinationShown } from './destination';
+import type { Circumstances, FactShown } from './fact';
+import { sourceName } from './names';
+
+export type Pressing = 'armed' | 'hot' | 'nothing'; // nothing: to look at only
+
+function present(fact: FactShown, { speech }: Circumstances): string {
+  if (fact.mark === 'unknown') return speech.say('nowUnknown');
+  if (fact.mark === 'stale')
+    return speech.say('nowStale', { source: fact.sourceName, stale: fact.words });
+  if (fact.since === 0) return speech.say('nowSource', { source: fact.sourceName });
+  return speech.say('nowConfirmed', { source: fact.sourceName, clock: clock(speech, fact.since) });
+}
+
+function enterDoes(
+  shown: DestinationShown,
+  source: number,
+  pressing: Pressing,
+  { speech }: Circumstances,
+): string {
+  if (shown.isHatched) return shown.lock?.words ?? '';
+  if (pressing === 'hot') return speech.say('enterTakes');
+  if (pressing === 'nothing') return '';
+  const mine = shown.wishes.filter(({ mark }) => mark === 'staged' || mark === 'changed');
+  if (mine.length > 0 && (mine[0]?.source === source || shown.fact.source === source))
+    return speech.say('enterRemoves');
+  return shown.fact.source === source ? '' : speech.say('enterStages');
+}
+
+// Its parts, in order; the view sets marks between them.
+export function cursorLine(
+  state: RouterState,
+  shown: DestinationShown,
+  source: number, // an index or NO_SOURCE
+  pressing: Pressing,
+  circumstances: Circumstances,
+): readonly string[] {
+  const { speech } = circumstances;
+  const isRouted = shown.fact.source === source;
+  return [
+    speech.say('crossing', { source: sourceName(speech, state, source), destination: shown.name }),
+    speech.say(isRouted ? 'routed' : 'notRouted'),
+    present(shown.fact, circumstances),
+    enterDoes(shown, source, pressing, circumstances),
+  ].filter((part) => part !== '');
+}
