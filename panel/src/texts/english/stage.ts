@@ -16,6 +16,8 @@ export const stage = {
   take: 'TAKE',
   takeCount: 'TAKE {n}',
   nothingStaged: 'Nothing staged',
+  noServerNoTakes: 'No connection to the server: takes are not possible',
+  noneCanGo: 'None of these rows can go',
   linkDownNoTakes: 'Link down: takes are not possible',
   rowsChanged: {
     one: '{n} row changed since you staged it. Decide first.',
