@@ -18,7 +18,16 @@ export function beginMine(data: MyData): MyState {
   return { kind: 'me', stages, settings, undo, redo, notices: byId(data.notices) };
 }
 
+const KINDS = ['stage', 'settings', 'undo', 'notice', 'noticeDismissed'] as const;
+type MyChange = Extract<Change, { kind: (typeof KINDS)[number] }>;
+
+function isMine(change: Change): change is MyChange {
+  return KINDS.some((kind) => kind === change.kind);
+}
+
+// Changes of other topics, and of kinds that are not known here, change nothing.
 export function changeMine(state: MyState, change: Change): MyState {
+  if (!isMine(change)) return state;
   switch (change.kind) {
     case 'stage': {
       const stage = change.stage.rows.length === 0 ? null : change.stage;
@@ -32,7 +41,5 @@ export function changeMine(state: MyState, change: Change): MyState {
       return { ...state, notices: withEntry(state.notices, change.notice.id, change.notice) };
     case 'noticeDismissed':
       return { ...state, notices: withEntry(state.notices, change.id, null) };
-    default:
-      return state; // of other topics
   }
 }

@@ -104,7 +104,26 @@ function withStale(facts: readonly Fact[], destinations: readonly number[]): rea
   );
 }
 
+const KINDS = [
+  'router',
+  'sources',
+  'destinations',
+  'routes',
+  'stale',
+  'wish',
+  'problem',
+  'lock',
+  'staged',
+] as const;
+type RouterTopicChange = Extract<Change, { kind: (typeof KINDS)[number] }>;
+
+function isOfRouter(change: Change): change is RouterTopicChange {
+  return KINDS.some((kind) => kind === change.kind);
+}
+
+// Changes of other topics, and of kinds that are not known here, change nothing.
 export function changeRouter(state: RouterState, change: Change): RouterState {
+  if (!isOfRouter(change)) return state;
   switch (change.kind) {
     case 'router':
       return { ...state, router: change.router };
@@ -127,7 +146,5 @@ export function changeRouter(state: RouterState, change: Change): RouterState {
       const staged = destinations.length === 0 ? null : change.staged;
       return { ...state, stages: withEntry(state.stages, person.id, staged) };
     }
-    default:
-      return state; // of other topics
   }
 }
