@@ -89,26 +89,14 @@ test('a loss after it was given up changes nothing', () => {
 
 test('nothing is asked while nothing is open', () => {
   const live = after([{ what: 'lost' }]).live;
-  expect(
-    after(
-      [
-        { what: 'follow', topics: ['me'] },
-        { what: 'leave', topics: [TOPIC] },
-      ],
-      T,
-      live,
-    ),
-  ).toMatchObject({ doing: [] });
-  const next = after(
-    [{ what: 'follow', topics: ['me'] }, { what: 'leave', topics: [TOPIC] }, { what: 'tryNow' }],
-    T,
-    live,
-  );
+  const follow: Event = { what: 'follow', topics: ['me'] };
+  const leave: Event = { what: 'leave', topics: [TOPIC] };
+  expect(after([follow], T, live).doing).toEqual([]);
+  expect(after([leave], T, live).doing).toEqual([]);
+  const next = after([follow, leave, { what: 'tryNow' }], T, live);
   expect(next.doing).toEqual([{ do: 'open' }]);
-  expect(after([opened], T, next.live).doing[0]).toEqual({
-    do: 'send',
-    message: { type: 'subscribe', topics: ['me'] },
-  });
+  const message = { type: 'subscribe', topics: ['me'] };
+  expect(after([opened], T, next.live).doing[0]).toEqual({ do: 'send', message });
 });
 
 test('topics are followed and left', () => {
