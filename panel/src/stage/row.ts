@@ -23,7 +23,9 @@ function presentName(speech: Speech, { source, sourceName }: Present): string {
 }
 
 function changedWords(speech: Speech, now: Present | undefined): string {
-  if (now?.source === undefined || now.changed === undefined) return speech.say('changedNotKnown');
+  if (now?.source === undefined) return speech.say('changedNotKnown');
+  if (now.changed === undefined)
+    return speech.say('changedNow', { source: presentName(speech, now) });
   const values = {
     source: presentName(speech, now),
     clock: clock(speech, Date.parse(now.changed)),

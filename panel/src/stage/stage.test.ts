@@ -23,7 +23,7 @@ const blocked = (reason: Reason, detail = 'in words'): StageRow => ({
   ...staged,
   blocked: { reason, detail },
 });
-const changed: StageRow = { ...blocked('changedSince'), changed: true };
+const changed: StageRow = { ...staged, changed: true };
 const take = (rows: readonly StageRow[], more: Partial<Means> = {}) =>
   takeShown({ router: 'r1', rows: [...rows] }, { ...usual, ...more });
 
@@ -116,6 +116,7 @@ describe('a staged row', () => {
       { source: null, changed: TIME },
       'Changed since you staged it: No source was put here at 14:02:11, it is not known by whom',
     ],
+    [{ source: 35, sourceName: 'SAT 36' }, 'Changed since you staged it: SAT 36 is here now'],
     [{ changed: TIME }, 'Changed since you staged it: what it shows now is not known'],
     [undefined, 'Changed since you staged it: what it shows now is not known'],
   ])('asks when it changed %#', (present, trouble) => {

@@ -33,6 +33,7 @@ export const stage = {
     'Changed since you staged it: {source} was put here at {clock}, changed at the router, not from this server',
   changedUnknown:
     'Changed since you staged it: {source} was put here at {clock}, it is not known by whom',
+  changedNow: 'Changed since you staged it: {source} is here now',
   changedNotKnown: 'Changed since you staged it: what it shows now is not known',
   keepMine: 'Keep mine',
   drop: 'Drop',
