@@ -17,7 +17,7 @@ export const HISTORY_FILTERS = [
 ] as const;
 
 export type Tab = (typeof TABS)[number];
-export type HistoryFilters = { readonly [Name in (typeof HISTORY_FILTERS)[number]]?: string };
+export type HistoryFilters = Readonly<Partial<Record<(typeof HISTORY_FILTERS)[number], string>>>;
 export type Address =
   | { readonly screen: 'routing'; readonly router?: string; readonly view?: View }
   | { readonly screen: 'wall'; readonly router: string; readonly view?: View }
