@@ -43,6 +43,10 @@ test.each([
   expect(matches(readFilter(text), name)).toBe(found);
 });
 
+test('blanks alone are no filter', () => {
+  expect(readFilter('  ')).toEqual([]);
+});
+
 test('writing without blanks is found anywhere', () => {
   const japanese = nameOf(0, '第一スタジオ 3');
   expect(matches(readFilter('スタジオ'), japanese)).toBe(true);
