@@ -28,6 +28,12 @@ test('without bands members follow each other', () => {
   expect([...axis.starts]).toEqual([0, 32, 64]);
 });
 
+test('a window that ends where a line starts is without it', () => {
+  const axis = layOut([group('A', [0, 1, 2])], SIZES);
+  expect(windowOf(axis, 0, 52)).toEqual({ first: 0, end: 2 });
+  expect(windowOf(axis, 20, 53)).toEqual({ first: 1, end: 3 });
+});
+
 test('an empty axis shows nothing', () => {
   const axis = layOut([], SIZES);
   expect([lengthOf(axis), lineAt(axis, 0), windowOf(axis, 0, 100)]).toEqual([

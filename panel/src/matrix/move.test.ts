@@ -31,6 +31,10 @@ test('it goes from group to group', () => {
   expect(walk((line) => nextGroup(axis, line, -1), 6, 3)).toEqual([6, 3, 1, 1]);
 });
 
+test('a page ends at the first and the last place', () => {
+  expect([nextPage(axis, 3, -1, 500), nextPage(axis, 3, 1, 500)]).toEqual([1, 7]);
+});
+
 test('an empty axis has no places', () => {
   const empty = layOut([], { band: 24, member: 32, folded: 24 });
   expect([firstPlace(empty), lastPlace(empty)]).toEqual([undefined, undefined]);

@@ -1,7 +1,7 @@
 import { expect, test } from 'vitest';
 
 import { below, chanceOf } from '../live/history';
-import { isIn, lengthOf, windowOf } from './axis';
+import { isIn, layOut, lengthOf, windowOf } from './axis';
 import { arrived, idleSlots, poolSize, slotOf } from './pool';
 import { randomAxis } from './random_axis';
 
@@ -28,3 +28,10 @@ test.each(Array.from({ length: 20 }, (_, seed) => seed))(
     }
   },
 );
+
+test('the pool is as big as the most lines that a window can have', () => {
+  const members = Array.from({ length: 200 }, (_, i) => i);
+  const axis = layOut([{ name: 'A', members, folded: false }], { band: 0, member: 12, folded: 24 });
+  const breadths = Array.from({ length: 100 }, (_, i) => windowOf(axis, 600 + i, 900 + i, 2));
+  expect(Math.max(...breadths.map(({ first, end }) => end - first))).toBe(poolSize(300, 12, 2));
+});

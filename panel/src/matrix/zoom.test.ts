@@ -45,8 +45,8 @@ test('it never scrolls beyond the ends', () => {
   const before = { ...gridOf(44, false), scroll: farthestScroll(gridOf(44, false)) };
   const small = gridOf(12, false);
   expect(scrollKeeping(before, small, { x: 1190, y: 790 })).toEqual(farthestScroll(small));
-  const start = { ...gridOf(12, false), scroll: { x: 0, y: 0 } };
-  expect(scrollKeeping(start, gridOf(12, false), { x: 10, y: 10 })).toEqual({ x: 0, y: 0 });
+  const start = { ...gridOf(44, false), scroll: { x: 0, y: 0 } };
+  expect(scrollKeeping(start, small, { x: 600, y: 600 })).toEqual({ x: 0, y: 0 });
   const shrunk = { ...start, scroll: { x: 5, y: 5 } };
   expect(
     scrollKeeping(shrunk, { ...small, size: { x: 5000, y: 5000 } }, { x: 600, y: 600 }),
