@@ -125,6 +125,11 @@ describe('wishes', () => {
     expect(header).toBe(mark);
   });
 
+  test('the name that came with a wish counts', () => {
+    const wish = { ...wishOf(6), sourceName: 'CAM 7 Jib' };
+    expect(shown(wished(wish)).wishes[0]?.sourceName).toBe('CAM 7 Jib');
+  });
+
   test('time never counts below zero', () => {
     expect(shown(wished(wishOf(6)), undefined, { now: NOW - 5000 }).wishes[0]?.words).toBe(
       'Sent 0.0 s',
@@ -229,6 +234,7 @@ describe('the header', () => {
     'changed',
     'staged',
     'locked',
+    'protectedByMe',
     'protectedByOther',
     'unknown',
   ];
