@@ -94,6 +94,7 @@ test('a sequence waits for its second key a while', () => {
 test('a key that does not go on begins anew', () => {
   const routing: Circumstances = { ...usual, contexts: ['anywhere', 'routing', 'matrix'] };
   expect(type('G V', routing)).toEqual({ typed: NOTHING_TYPED, command: 'nextView' });
+  expect(type('G Q', routing)).toEqual({ typed: NOTHING_TYPED });
   expect(type('G G R', routing).command).toBe('goRouting');
   const held = matchKey({ text: 'G', at: 0 }, press('Shift', { key: 'Shift' }), usual);
   expect(held.typed.text).toBe('G');
@@ -122,7 +123,8 @@ test('a digit says which salvo', () => {
 test('the command key is control on a Mac, and control is nothing', () => {
   const mac: Circumstances = { ...usual, isMac: true };
   expect(matchKey(NOTHING_TYPED, press('K', { metaKey: true }), mac).command).toBe('palette');
-  expect(matchKey(NOTHING_TYPED, press('Ctrl+K'), mac).command).toBeUndefined();
+  const stage: Circumstances = { ...mac, contexts: ['anywhere', 'routing', 'stage'] };
+  expect(matchKey(NOTHING_TYPED, press('Ctrl+K'), stage).command).toBeUndefined();
   expect(matchKey(NOTHING_TYPED, press('K', { metaKey: true }), usual).command).toBeUndefined();
 });
 
@@ -132,6 +134,11 @@ test('layouts: signs count as written, letters of other scripts as their keys', 
   expect(chordOf(press('x', { key: '/', code: 'KeyQ' }), false)).toBe('/');
   expect(chordOf(press('z', { ctrlKey: true, altKey: true }), false)).toBe('Ctrl+Alt+Z');
   expect(chordOf(press('k', { isComposing: true }), false)).toBeUndefined();
+});
+
+test('what writes something counts as a single key', () => {
+  const chords = ['?', 'Shift+N', '+', 'Space', 'Ctrl+K', 'ArrowUp'];
+  expect(chords.map(isSingle)).toEqual([true, true, true, false, false, false]);
 });
 
 test('the help shows keys as they are printed', () => {
