@@ -77,37 +77,45 @@ std::string unknown_text(const std::vector<candidate>& candidates, const std::st
     return text + "; there is " + list_text(candidates, similar) + ".";
 }
 
-std::optional<std::size_t> find(const std::vector<candidate>& candidates, const std::string& kind,
+std::string barred_text(const std::string& name, const std::string& kind, std::size_t routed,
+                        std::size_t others)
+{
+    return name + " cannot be routed: " + std::to_string(routed) + " of " +
+           std::to_string(routed + others) + " " + kind + "s can be.";
+}
+
+// `barred` are listed and cannot be meant: the name of one is complained of, before a beginning
+// leads to another.
+std::optional<std::size_t> find(const std::vector<candidate>& candidates,
+                                const std::vector<candidate>& barred, const std::string& kind,
                                 const std::string& wanted, std::string& complaint)
 {
     for (const name_rule rule : {identical, common::same_name, begins}) {
         const std::vector<std::size_t> found = matches(candidates, wanted, rule);
         if (found.size() == 1) return found.front();
-        if (found.empty()) continue;
-        complaint = "\"" + wanted + "\" may be " + list_text(candidates, found) + ".";
-        return std::nullopt;
+        if (!found.empty()) {
+            complaint = "\"" + wanted + "\" may be " + list_text(candidates, found) + ".";
+            return std::nullopt;
+        }
+        if (rule == begins) break;
+        if (const auto named = matches(barred, wanted, rule); !named.empty()) {
+            complaint = barred_text(barred[named.front()].names.front(), kind, candidates.size(),
+                                    barred.size());
+            return std::nullopt;
+        }
     }
     complaint = unknown_text(candidates, kind, wanted);
     return std::nullopt;
 }
 
-// As many as can be routed. Those without any name are known by number alone.
-std::vector<candidate> positions(const console_state& console, desk::side side)
+// Those without any name are known by number alone.
+std::vector<candidate> positions(const console_state& console, desk::side side, int first, int end)
 {
-    const desk::house_router& router = *desk::find_router(console.desk, console.router);
-    const desk::live_router& live = *desk::find_live(console.desk, console.router);
-    const bool sources = side == desk::side::sources;
-    const auto& names = sources ? live.source_names : live.destination_names;
-    const int count = sources ? desk::sources_of(console.desk, console.router)
-                              : desk::destinations_of(console.desk, console.router);
     std::vector<candidate> found;
-    for (int position = 0; position < count; ++position) {
-        const auto index = static_cast<std::size_t>(position);
-        found.push_back({std::to_string(position + router.settings.first_number),
-                         {desk::label_of(router, side, position).alias,
-                          index < names.size() ? names[index] : ""}});
-        if (found.back().names.front().empty())
-            std::swap(found.back().names.front(), found.back().names.back());
+    for (int index = first; index < end; ++index) {
+        const position known = position_at(console, console.router, side, index);
+        found.push_back({known.number, {known.alias, known.own}});
+        if (known.alias.empty()) std::swap(found.back().names.front(), found.back().names.back());
     }
     return found;
 }
@@ -117,59 +125,45 @@ bool is_position(const common::word& word)
     return !word.quoted && common::is_number(word.text);
 }
 
-bool is_meant(const position& known, const common::word& wanted)
+// None, with a sentence, when the number is that of no candidate.
+std::optional<std::size_t> find_number(const std::vector<candidate>& candidates,
+                                       const std::vector<candidate>& barred, int first,
+                                       const std::string& kind, const std::string& wanted,
+                                       std::string& complaint)
 {
-    if (is_position(wanted)) return known.number == wanted.text;
-    return !wanted.text.empty() && (common::same_name(known.own, wanted.text) ||
-                                    common::same_name(known.alias, wanted.text));
-}
-
-// Of one that is listed, behind those that can be routed; empty when it is none.
-std::string unroutable_text(const console_state& console, desk::side side,
-                            const common::word& wanted)
-{
-    const int routed = routed_positions(console, console.router, side);
-    const int all = all_positions(console, console.router, side);
-    for (int index = routed; routed > 0 && index < all; ++index) {
-        if (!is_meant(position_at(console, console.router, side, index), wanted)) continue;
-        return (side == desk::side::sources
-                    ? desk::source_name(console.desk, console.router, index)
-                    : desk::destination_name(console.desk, console.router, index)) +
-               " cannot be routed: " + std::to_string(routed) + " of " + std::to_string(all) + " " +
-               kind_of(side) + "s can be.";
+    std::size_t number = 0;
+    const auto begin = static_cast<std::size_t>(first);
+    const bool listed = common::read_decimal(wanted, number) && number >= begin &&
+                        number - begin < candidates.size() + barred.size();
+    if (listed && number - begin < candidates.size()) return number - begin;
+    if (listed) {
+        const candidate& named = barred[number - begin - candidates.size()];
+        complaint = barred_text(named.names.front().empty() ? kind + " " + named.number
+                                                            : named.names.front(),
+                                kind, candidates.size(), barred.size());
+    } else {
+        complaint = "There is no " + kind + " " + wanted + ": they are numbered " +
+                    std::to_string(first) + " to " + std::to_string(begin + candidates.size() - 1) +
+                    ".";
     }
-    return "";
-}
-
-std::optional<int> find_routable(const console_state& console, desk::side side,
-                                 const common::word& wanted, std::string& complaint)
-{
-    const std::string kind = kind_of(side);
-    const std::vector<candidate> candidates = positions(console, side);
-    if (!is_position(wanted)) {
-        const auto found = find(candidates, kind, wanted.text, complaint);
-        return found ? std::optional(static_cast<int>(*found)) : std::nullopt;
-    }
-    const int first = desk::find_router(console.desk, console.router)->settings.first_number;
-    const int count = static_cast<int>(candidates.size());
-    int number = 0;
-    if (common::read_decimal(wanted.text, number) && number >= first && number - first < count)
-        return number - first;
-    complaint = "There is no " + kind + " " + wanted.text +
-                (count == 0 ? ": no " + kind + "s are known yet."
-                            : ": they are numbered " + candidates.front().number + " to " +
-                                  candidates.back().number + ".");
     return std::nullopt;
 }
 
 std::optional<int> find_position(const console_state& console, desk::side side,
                                  const common::word& wanted, std::string& complaint)
 {
-    const auto found = find_routable(console, side, wanted, complaint);
-    if (found) return found;
-    if (std::string why = unroutable_text(console, side, wanted); !why.empty())
-        complaint = std::move(why);
-    return std::nullopt;
+    const int routed = side == desk::side::sources
+                           ? desk::sources_of(console.desk, console.router)
+                           : desk::destinations_of(console.desk, console.router);
+    const int all = std::max(routed, all_positions(console, console.router, side));
+    const std::vector<candidate> candidates = positions(console, side, 0, routed);
+    const std::vector<candidate> barred = positions(console, side, routed, all);
+    const int first = desk::find_router(console.desk, console.router)->settings.first_number;
+    const auto found =
+        is_position(wanted)
+            ? find_number(candidates, barred, first, kind_of(side), wanted.text, complaint)
+            : find(candidates, barred, kind_of(side), wanted.text, complaint);
+    return found ? std::optional(static_cast<int>(*found)) : std::nullopt;
 }
 } // namespace
 
@@ -207,7 +201,7 @@ std::optional<std::string> find_router(const console_state& console, const commo
         candidates.push_back({"", {id, router.settings.name}});
         ids.push_back(id);
     }
-    const auto found = find(candidates, "router", wanted.text, complaint);
+    const auto found = find(candidates, {}, "router", wanted.text, complaint);
     return found ? std::optional(ids[*found]) : std::nullopt;
 }
 
@@ -220,7 +214,7 @@ std::optional<desk::ulid> find_salvo(const console_state& console, const common:
         candidates.push_back({"", {salvo.name}});
         ids.push_back(id);
     }
-    const auto found = find(candidates, "salvo", wanted.text, complaint);
+    const auto found = find(candidates, {}, "salvo", wanted.text, complaint);
     return found ? std::optional(ids[*found]) : std::nullopt;
 }
 

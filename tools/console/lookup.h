@@ -1,6 +1,7 @@
 // Finds what a word names. A number without quotes is the number that people see; anything else,
 // and any quoted word, is a name, an alias or the router's own: the same name, else the one name
 // equal but for case, else the one that begins so, when the beginning has two characters at least.
+// A whole name of one that cannot be routed is complained of before any beginning is looked for.
 #pragma once
 
 #include <optional>

@@ -56,6 +56,31 @@ TEST_F(Lookup, WhatIsListedButCannotBeRoutedIsNotSaidToBeMissing)
     EXPECT_EQ(complaint, "There is no source \"\"; \"sources\" lists them.");
 }
 
+TEST_F(Lookup, NameThatCannotBeRoutedLeadsToNoOtherThatBeginsSo)
+{
+    desk::report_names(console.desk, "main", desk::side::sources,
+                       {"1", "CAM 10", "3", "4", "5", "6", "7", "8", "CAM 1"});
+    for (const char* const name : {"CAM 1", "cam 1"}) {
+        EXPECT_EQ(find(name), -1);
+        EXPECT_EQ(complaint, "CAM 1 cannot be routed: 8 of 9 sources can be.");
+    }
+    EXPECT_EQ(find("CAM"), 1);
+    EXPECT_EQ(find("CAM 10"), 1);
+}
+
+TEST_F(Lookup, NameBehindAllThatCouldEverBeRoutedLeadsToNoOther)
+{
+    std::vector<std::string> names(300);
+    names[1] = "CAM 10";
+    names[299] = "CAM 1";
+    desk::report_counts(console.desk, "main", desk::ROUTED_POSITIONS, POSITIONS_HERE);
+    desk::report_names(console.desk, "main", desk::side::sources, names);
+    EXPECT_EQ(find("CAM 1"), -1);
+    EXPECT_EQ(complaint, "CAM 1 cannot be routed: 256 of 300 sources can be.");
+    EXPECT_EQ(find("300"), -1);
+    EXPECT_EQ(complaint, "CAM 1 cannot be routed: 256 of 300 sources can be.");
+}
+
 TEST_F(Lookup, QuotedNumberIsAName)
 {
     EXPECT_EQ(find("7"), 6);
