@@ -95,6 +95,13 @@ bool add_routers(console_options& options, const router_texts& texts,
     return false;
 }
 
+bool check_person(const std::string& person, std::string& error)
+{
+    if (person.find_first_not_of(" \t") != std::string::npos) return true;
+    error = "--person: a name is needed";
+    return false;
+}
+
 void add_options(CLI::App& app, console_options& options, router_texts& texts, double& wait_s)
 {
     app.add_option("--router", texts.routers, "a router; may be given several times")
@@ -138,7 +145,8 @@ std::optional<int> read_options(int argument_count, const char* const* arguments
         std::chrono::ceil<std::chrono::milliseconds>(std::chrono::duration<double>(wait_s));
     std::vector<std::string> warnings;
     std::string error;
-    const bool good = add_routers(options, texts, warnings, error);
+    const bool good =
+        check_person(options.person, error) && add_routers(options, texts, warnings, error);
     for (const std::string& warning : warnings)
         errors << "Warning: " << safe_text(warning) << "\n";
     if (good) return std::nullopt;

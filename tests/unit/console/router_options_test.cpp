@@ -103,6 +103,10 @@ TEST_F(RouterOptions, SayWhatIsWrongFirst)
     }
     EXPECT_EQ(refusal({"--file", "/nowhere/main.conf"}),
               "cannot read /nowhere/main.conf: No such file or directory");
+    for (const char* const person : {"", "  "})
+        EXPECT_EQ(refusal({"--router", "main=10.0.0.5", "--person", person}),
+                  "--person: a name is needed");
+    options.person = "anna";
     EXPECT_THAT(refusal({"--first-number", "2"}), HasSubstr("--first-number: "));
     EXPECT_THAT(refusal({"--wait-ready", "-1"}), HasSubstr("--wait-ready: "));
 }
