@@ -31,6 +31,12 @@ std::optional<desk::wall> last_known(const console_state& console, const std::st
                       link->second.connection == fact.connection;
     return lost ? link->second.lost : fact.confirmed.utc;
 }
+
+desk::wall end_of(const desk::wish& wish, const desk::batch& batch)
+{
+    return batch.made + std::chrono::floor<std::chrono::milliseconds>(
+                            wish.ended_after.value_or(desk::monotonic{}));
+}
 } // namespace
 
 route_row route_row_of(const console_state& console, const std::string& router, int destination)
@@ -53,20 +59,40 @@ route_row route_row_of(const console_state& console, const std::string& router, 
         row.lock = &lock->second;
     if (const auto trouble = live.troubled.find(destination); trouble != live.troubled.end())
         row.trouble = desk::find_wish(console.desk.house, trouble->second.id);
+    if (row.trouble != nullptr)
+        row.troubled = end_of(
+            *row.trouble, console.desk.house.batches.at(live.troubled.at(destination).id.batch));
     row.ready = live.link == desk::link_state::ready;
     return row;
 }
 
+namespace {
+// What its last wish, which ended badly, was for.
+bool shows_wished(const route_row& row)
+{
+    return !row.as_of && row.source == row.trouble->wished.source;
+}
+} // namespace
+
 bool is_problem(const route_row& row)
 {
     const bool doubtful = row.ready && (row.as_of || row.source == desk::UNKNOWN_SOURCE);
-    return doubtful || row.changed || row.trouble != nullptr;
+    const bool troubled = row.trouble != nullptr && !shows_wished(row);
+    return doubtful || row.changed || troubled;
 }
 
 namespace {
 void add_state(std::string& text, const std::string& state)
 {
     text += (text.empty() ? "" : "; ") + state;
+}
+
+// What was shown instead then may be otherwise by now; the row tells what is.
+std::string trouble_text(const route_row& row)
+{
+    if (row.trouble->end == desk::outcome::contradicted || shows_wished(row))
+        return "was not confirmed at " + time_of_day(row.troubled);
+    return end_text(*row.trouble);
 }
 } // namespace
 
@@ -82,7 +108,7 @@ std::string state_text(const console_state& console, const route_row& row,
         add_state(text,
                   "taking " + name(row.wish->source) + " (" + desk::text_of(row.wish->state) + ")");
     if (row.trouble != nullptr)
-        add_state(text, name(row.trouble->wished.source) + " " + end_text(*row.trouble));
+        add_state(text, name(row.trouble->wished.source) + " " + trouble_text(row));
     if (row.staged != nullptr)
         add_state(text, "staged " + name(row.staged->source) +
                             (row.changed ? " (showed " + name(row.staged->seen) + " then)" : ""));

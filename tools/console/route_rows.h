@@ -23,14 +23,15 @@ struct route_row {
     bool changed = false; // it shows another source than when the row was staged
     const desk::lock* lock = nullptr;
     const desk::wish* trouble = nullptr; // its last wish, which ended badly
+    desk::wall troubled{};               // when it did
     bool ready = false;                  // the link
 };
 
 // The desk must have the router.
 route_row route_row_of(const console_state& console, const std::string& router, int destination);
 
-// The last wish ended badly, what it shows is not known although the link is ready, or it has
-// changed since it was staged.
+// The last wish ended badly and its source is not shown, what it shows is not known although the
+// link is ready, or it has changed since it was staged.
 bool is_problem(const route_row& row);
 
 // "taking CAM 4 (sent); staged CAM 5; locked by anna (on air)": all but what it shows. Of `as_of`

@@ -47,6 +47,28 @@ TEST_F(ShowCommands, RoutesTellWhatIsWishedStagedLockedAndWrong)
               "4  MON D        1  CAM 1   CAM 2 refused by the router (NAK 0005)\n");
 }
 
+TEST_F(ShowCommands, RoutesTellOfTroubleWhatIsTrueNow)
+{
+    ask("take 2 4");
+    wait_ms(1000);
+    desk::trace_take(console.desk, now, "main", 1, 3);
+    desk::trace_query(console.desk, "main", 1);
+    desk::trace_route(console.desk, now, "main", 1, 0);
+    report(1, 0);
+    wait_ms(60'000);
+    report(1, 6);
+    EXPECT_EQ(says("routes problems"), "Numbers begin at 1.\n"
+                                       "#  Destination  #  Source  State\n"
+                                       "2  MON B        7  CAM 7   CAM 4 was not confirmed at "
+                                       "14:02:12\n");
+    report(1, 3);
+    EXPECT_EQ(says("routes 2"), "Numbers begin at 1.\n"
+                                "#  Destination  #  Source  State\n"
+                                "2  MON B        4  CAM 4   CAM 4 was not confirmed at 14:02:12\n");
+    EXPECT_EQ(says("routes problems"), "No destination of main fits.\n");
+    EXPECT_EQ(ask("routes 2").json["rows"][0]["problem"], false);
+}
+
 TEST_F(ShowCommands, RoutesTellTheDayWhereALockEndsOnAnother)
 {
     ask("lock 1 11h");
