@@ -35,6 +35,13 @@ std::optional<std::chrono::seconds> read_duration(const common::word& word)
     return std::chrono::seconds(count * SECONDS[unit]);
 }
 
+// Taken for a reason, it would lock without an end.
+bool looks_like_duration(const common::word& word)
+{
+    return !word.quoted && common::is_number(word.text.substr(0, 1)) &&
+           word.text.find(' ') == std::string::npos;
+}
+
 // Behind the destination: a reason, a duration, or both in this order. False, with a sentence, when
 // they are something else.
 bool read_lock(const call& call, lock_words& read, std::string& complaint)
@@ -43,10 +50,10 @@ bool read_lock(const call& call, lock_words& read, std::string& complaint)
         const bool last = i + 1 == call.words.size();
         if (last) read.duration = read_duration(call.words[i]);
         if (read.duration) break;
-        if (i > 1) {
+        if (i > 1 || (last && looks_like_duration(call.words[i]))) {
             complaint = "\"" + call.words[i].text +
                         "\" is no duration: that is a number and s, m, h or d, such as 10m. A "
-                        "reason of several words stands in quotes.";
+                        "reason that begins with a digit or has several words stands in quotes.";
             return false;
         }
         read.reason = call.words[i].text;

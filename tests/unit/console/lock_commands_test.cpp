@@ -78,7 +78,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(lock_case{"lock 1", "", 0}, lock_case{"lock 1 30s", "", 30},
                     lock_case{"lock 1 2h", "", 7200}, lock_case{"lock 1 365d", "", 31'536'000},
                     lock_case{"lock 1 '10m'", "10m", 0}, lock_case{"lock 1 test", "test", 0},
-                    lock_case{"lock 1 10 5m", "10", 300}, lock_case{"lock 1 10x", "10x", 0},
+                    lock_case{"lock 1 10 5m", "10", 300}, lock_case{"lock 1 '10x'", "10x", 0},
                     lock_case{"lock 1 m", "m", 0}, lock_case{"lock 1 ''", "", 0}));
 
 TEST_P(LockWords, AreAReasonAndADuration)
@@ -96,8 +96,15 @@ TEST_P(LockWords, AreAReasonAndADuration)
 TEST_F(LockCommands, ComplainOfADurationThatIsNone)
 {
     EXPECT_EQ(says("lock 1 on air"),
-              "\"air\" is no duration: that is a number and s, m, h or d, such as 10m. A reason of "
-              "several words stands in quotes.\n");
+              "\"air\" is no duration: that is a number and s, m, h or d, such as 10m. A reason "
+              "that begins with a digit or has several words stands in quotes.\n");
+    for (const std::string word : {"10M", "5", "1h30m", "10x"}) {
+        EXPECT_EQ(says("lock 1 " + word),
+                  "\"" + word +
+                      "\" is no duration: that is a number and s, m, h or d, such as 10m. A reason "
+                      "that begins with a digit or has several words stands in quotes.\n");
+        EXPECT_EQ(ask("protect 1 test " + word).verdict, verdict::wrong_use);
+    }
     for (const char* line :
          {"lock 1 0m", "lock 1 366d", "lock 1 99999999999999999999d", "lock 1 31536001s"}) {
         EXPECT_EQ(says(line), "A lock lasts for one second at least and 365 days at most.\n");
