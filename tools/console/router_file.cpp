@@ -61,10 +61,21 @@ bool is_setting(std::string_view name)
     return std::find(SETTINGS.begin(), SETTINGS.end(), name) != SETTINGS.end();
 }
 
+bool says_nothing(std::string_view line)
+{
+    return line.starts_with('#') || line.find_first_not_of(" \t\r") == std::string_view::npos;
+}
+
 // Why the backend passes the line over; empty when it does not, or when nothing stands there.
 std::string why_ignored(const std::string& line)
 {
-    if (line.starts_with('#') || line.find_first_not_of(" \t\r") == std::string::npos) return {};
+    constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
+    if (says_nothing(line)) return {};
+    if (line.starts_with(BYTE_ORDER_MARK))
+        return says_nothing(std::string_view(line).substr(BYTE_ORDER_MARK.size()))
+                   ? ""
+                   : "it begins with a byte order mark, which the backend takes for a part of the "
+                     "name; save the file without one.";
     const std::size_t equals = line.find('=');
     if (equals == std::string::npos) return "there is no \"=\" in it.";
     std::string_view name = std::string_view(line).substr(0, equals);

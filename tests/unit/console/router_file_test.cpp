@@ -50,6 +50,17 @@ TEST_F(RouterFile, HasAllSettings)
     EXPECT_THAT(warnings, IsEmpty());
 }
 
+TEST_F(RouterFile, WarnsOfAByteOrderMarkBeforeTheFirstName)
+{
+    read("\uFEFFip address=10.0.0.5\n");
+    EXPECT_THAT(warnings,
+                ElementsAre(", line 1 is ignored: it begins with a byte order mark, which the "
+                            "backend takes for a part of the name; save the file without one.",
+                            ": there is no \"ip address\", so no connection is attempted."));
+    read("\uFEFF# a=b\nip address=10.0.0.5\n");
+    EXPECT_THAT(warnings, IsEmpty());
+}
+
 TEST_F(RouterFile, MayHaveAnAddressAlone)
 {
     read("ip address=10.0.0.5\r\nport=\n");
