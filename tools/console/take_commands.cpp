@@ -1,9 +1,11 @@
+#include <map>
+#include <utility>
+
 #include "console/batch_answer.h"
 #include "console/commands.h"
 #include "console/link_text.h"
 #include "console/lookup.h"
 #include "console/route_names.h"
-#include "server/desk/locks.h"
 #include "server/desk/stages.h"
 #include "server/desk/undo.h"
 #include "server/desk/words.h"
@@ -109,25 +111,43 @@ const desk::staged_row* find_staged(const console_state& console, int destinatio
     return row == stage->end() ? nullptr : &row->second;
 }
 
-// What speaks against taking a staged row now; empty: nothing. The link is not looked at.
-std::string trouble_of(const console_state& console, int destination, const desk::staged_row& row)
+// What taking them would answer now, by destination.
+std::map<int, desk::row_answer> tried_stage(console_state& console, const desk::moment& now)
+{
+    desk::batch_command tried;
+    tried.rule = desk::batch_rule::rest;
+    tried.dry_run = true;
+    std::map<int, desk::row_answer> answers;
+    for (desk::row_answer& row :
+         desk::take_stage(console.desk, now, console.person, console.router, tried).rows)
+        answers[row.wished.destination] = std::move(row);
+    return answers;
+}
+
+// What speaks against taking a staged row now; empty: nothing. Of the link it is said elsewhere.
+std::string trouble_of(const console_state& console, const desk::staged_row& row,
+                       const desk::row_answer& tried)
 {
     const auto& live = *desk::find_live(console.desk, console.router);
-    const auto& router = *desk::find_router(console.desk, console.router);
-    if (desk::lock_against(router, destination, console.person.person) != desk::reason::none)
-        return desk::lock_text(console.desk, console.router, destination);
-    if (!desk::has_changed(live, destination, row)) return "";
+    const int destination = tried.wished.destination;
+    const bool changed = desk::has_changed(live, destination, row);
+    const bool is_change =
+        tried.why == desk::reason::changed_since || tried.why == desk::reason::link_not_ready;
+    if (!is_change || (!changed && tried.why == desk::reason::changed_since)) return tried.detail;
+    if (!changed) return "";
     const int shown = desk::source_shown(live, destination);
     return "changed since: it shows " + desk::source_name(console.desk, console.router, shown) +
            " by now, " + desk::taker_text(console.desk, console.router, destination, shown) +
            "; stage it again to keep it, or unstage it";
 }
 
-answer staged_row(const console_state& console, int destination, const desk::staged_row& row)
+answer staged_row(const console_state& console, const desk::staged_row& row,
+                  const desk::row_answer& tried)
 {
+    const int destination = tried.wished.destination;
     const desk::desk_state& desk = console.desk;
     const desk::route route{console.router, destination, row.source};
-    const std::string trouble = trouble_of(console, destination, row);
+    const std::string trouble = trouble_of(console, row, tried);
     answer told;
     told.json = route_json(desk, route, row.seen);
     told.text = desk::destination_name(desk, console.router, destination) + ": " +
@@ -170,8 +190,9 @@ answer run_staged(console_state& console, const desk::moment& now, const call& /
         const auto& router = *desk::find_router(console.desk, console.router);
         result.text = link_line(console, now, console.router) + "Staged on " +
                       router.settings.name + ", " + route_count(stage->size()) + ":\n";
+        const auto tried = tried_stage(console, now);
         for (const auto& [destination, row] : *stage) {
-            answer told = staged_row(console, destination, row);
+            answer told = staged_row(console, row, tried.at(destination));
             result.text += "  " + told.text + "\n";
             result.json["rows"].push_back(std::move(told.json));
         }
@@ -188,7 +209,8 @@ answer run_stage(console_state& console, const desk::moment& now, const call& ca
     const desk::row_answer told = desk::stage_row(console.desk, now, console.person, route);
     if (told.why != desk::reason::none)
         return refusal("Not staged: " + told.detail + ".", verdict::refused);
-    answer row = staged_row(console, route.destination, *find_staged(console, route.destination));
+    answer row = staged_row(console, *find_staged(console, route.destination),
+                            tried_stage(console, now).at(route.destination));
     return {.text = "Staged " + row.text + ".\n", .json = std::move(row.json)};
 }
 

@@ -181,6 +181,35 @@ TEST_F(TakeCommands, ChangedAndLockedRowsBlockTheStage)
     EXPECT_THAT(says("staged"), testing::StartsWith("Staged on main, 3 routes:\n"));
 }
 
+TEST_F(TakeCommands, StagedTellsWhateverWouldHoldTheRowBack)
+{
+    for (const char* line : {"stage 1 3", "stage 2 3", "stage 8 3"})
+        ask(line);
+    console.desk.live.at("main").facts[0].connection = 0;
+    ask("take 2 4");
+    desk::report_counts(console.desk, "main", 8, 4);
+    EXPECT_EQ(says("staged"), "Staged on main, 3 routes:\n"
+                              "  MON A: CAM 1 -> CAM 3 (what MON A shows is not known)\n"
+                              "  MON B: CAM 1 -> CAM 3 (another take of MON B is under way)\n"
+                              "  MON H: CAM 1 -> CAM 3 (main has no MON H)\n");
+    EXPECT_EQ(ask("staged").json["rows"][2]["trouble"], "main has no MON H");
+    EXPECT_EQ(says("stage 2 5"), "Staged MON B: CAM 1 -> CAM 5 (another take of MON B is under "
+                                 "way).\n");
+}
+
+TEST_F(TakeCommands, StagedTellsOfAChangeAlsoWhileTheLinkIsDown)
+{
+    ask("stage 1 3");
+    ask("stage 2 3");
+    report(1, 4);
+    link(desk::link_state::down, "gone");
+    EXPECT_THAT(says("staged"),
+                testing::EndsWith("  MON A: CAM 1 -> CAM 3\n"
+                                  "  MON B: CAM 1 -> CAM 3 (changed since: it shows CAM 5 by now, "
+                                  "taken by somebody else; stage it again to keep it, or unstage "
+                                  "it)\n"));
+}
+
 TEST_F(TakeCommands, WithRestWhatCanGoGoes)
 {
     for (const char* line : {"stage 1 3", "stage 2 1", "stage 3 3"})
