@@ -327,7 +327,7 @@ const std::vector<command>& take_commands()
          "DESTINATION",
          "route the source that was there before",
          "The last other source that this console has seen on the destination, whoever had\n"
-         "taken it. Given twice it leads back to the present one.\n",
+         "taken it. Given again, when that one is shown, it leads back to the present one.\n",
          run_back},
         {"disconnect",
          {argument::destination},

@@ -314,6 +314,18 @@ TEST_F(TakeCommands, BackRoutesWhatWasShownBefore)
     EXPECT_EQ(console.desk.orders[0].rows, (std::vector<std::pair<int, int>>{{0, 4}}));
 }
 
+TEST_F(TakeCommands, BackLeadsBackOnceItsSourceIsShown)
+{
+    report(0, 4);
+    happened();
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(says("back 1"), "Taking MON A: CAM 5 -> CAM 1.\n") << "not shown yet";
+    carry_out(0, 0);
+    happened();
+    EXPECT_EQ(says("dry-run back 1"), "Would take MON A: CAM 1 -> CAM 5.\n");
+    EXPECT_THAT(says("help back"), testing::HasSubstr("Given again, when that one is shown, it"));
+}
+
 TEST_F(TakeCommands, DisconnectRoutesNothing)
 {
     EXPECT_EQ(says("dry-run disconnect 1"), "Would take MON A: CAM 1 -> no source.\n");
