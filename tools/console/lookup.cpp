@@ -88,9 +88,11 @@ std::string barred_text(const std::string& name, const std::string& kind, std::s
 // leads to another.
 std::optional<std::size_t> find(const std::vector<candidate>& candidates,
                                 const std::vector<candidate>& barred, const std::string& kind,
-                                const std::string& wanted, std::string& complaint)
+                                const std::string& wanted, std::string& complaint,
+                                bool beginnings = true)
 {
     for (const name_rule rule : {identical, common::same_name, begins}) {
+        if (rule == begins && !beginnings) break;
         const std::vector<std::size_t> found = matches(candidates, wanted, rule);
         if (found.size() == 1) return found.front();
         if (!found.empty()) {
@@ -150,7 +152,8 @@ std::optional<std::size_t> find_number(const std::vector<candidate>& candidates,
 }
 
 std::optional<int> find_position(const console_state& console, desk::side side,
-                                 const common::word& wanted, std::string& complaint)
+                                 const common::word& wanted, std::string& complaint,
+                                 const word_reading& reading)
 {
     const int routed = side == desk::side::sources
                            ? desk::sources_of(console.desk, console.router)
@@ -158,25 +161,26 @@ std::optional<int> find_position(const console_state& console, desk::side side,
     const int all = std::max(routed, all_positions(console, console.router, side));
     const std::vector<candidate> candidates = positions(console, side, 0, routed);
     const std::vector<candidate> barred = positions(console, side, routed, all);
-    const int first = desk::find_router(console.desk, console.router)->settings.first_number;
+    const int first = reading.first_number.value_or(
+        desk::find_router(console.desk, console.router)->settings.first_number);
     const auto found =
         is_position(wanted)
             ? find_number(candidates, barred, first, kind_of(side), wanted.text, complaint)
-            : find(candidates, barred, kind_of(side), wanted.text, complaint);
+            : find(candidates, barred, kind_of(side), wanted.text, complaint, reading.beginnings);
     return found ? std::optional(static_cast<int>(*found)) : std::nullopt;
 }
 } // namespace
 
 std::optional<int> find_source(const console_state& console, const common::word& wanted,
-                               std::string& complaint)
+                               std::string& complaint, const word_reading& reading)
 {
-    return find_position(console, desk::side::sources, wanted, complaint);
+    return find_position(console, desk::side::sources, wanted, complaint, reading);
 }
 
 std::optional<int> find_destination(const console_state& console, const common::word& wanted,
-                                    std::string& complaint)
+                                    std::string& complaint, const word_reading& reading)
 {
-    return find_position(console, desk::side::destinations, wanted, complaint);
+    return find_position(console, desk::side::destinations, wanted, complaint, reading);
 }
 
 std::optional<int> find_kept_destination(const console_state& console, const common::word& wanted,
@@ -193,7 +197,7 @@ std::optional<int> find_kept_destination(const console_state& console, const com
 }
 
 std::optional<std::string> find_router(const console_state& console, const common::word& wanted,
-                                       std::string& complaint)
+                                       std::string& complaint, const word_reading& reading)
 {
     std::vector<candidate> candidates;
     std::vector<std::string> ids;
@@ -201,7 +205,7 @@ std::optional<std::string> find_router(const console_state& console, const commo
         candidates.push_back({"", {id, router.settings.name}});
         ids.push_back(id);
     }
-    const auto found = find(candidates, {}, "router", wanted.text, complaint);
+    const auto found = find(candidates, {}, "router", wanted.text, complaint, reading.beginnings);
     return found ? std::optional(ids[*found]) : std::nullopt;
 }
 

@@ -13,12 +13,18 @@
 
 namespace console {
 
+// What is typed, unless told otherwise.
+struct word_reading {
+    bool beginnings = true;               // one may stand for a name
+    std::optional<int> first_number = {}; // none: the router's
+};
+
 // Positions of the router in use that can be routed. None, with a sentence that says what is wrong
 // and what there is instead.
 std::optional<int> find_source(const console_state& console, const common::word& wanted,
-                               std::string& complaint);
+                               std::string& complaint, const word_reading& reading = {});
 std::optional<int> find_destination(const console_state& console, const common::word& wanted,
-                                    std::string& complaint);
+                                    std::string& complaint, const word_reading& reading = {});
 
 // The answer to a command with a word that names no source or no destination: not_ready while they
 // are not known, for then it may be right.
@@ -30,7 +36,7 @@ answer refuse_lookup(const console_state& console, const std::string& complaint)
 std::optional<int> find_kept_destination(const console_state& console, const common::word& wanted,
                                          std::string& complaint);
 std::optional<std::string> find_router(const console_state& console, const common::word& wanted,
-                                       std::string& complaint);
+                                       std::string& complaint, const word_reading& reading = {});
 std::optional<desk::ulid> find_salvo(const console_state& console, const common::word& wanted,
                                      std::string& complaint);
 
