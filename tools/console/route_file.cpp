@@ -22,7 +22,10 @@
 namespace console {
 
 namespace {
-using finder = std::optional<int> (*)(const console_state&, const common::word&, std::string&);
+using finder = std::optional<int> (*)(const console_state&, const common::word&, std::string&,
+                                      const word_reading&);
+constexpr word_reading IN_FULL{.beginnings = false};
+constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF"; // of editors
 
 // The name, in quotes where needed, or the number when the name does not lead back to the position.
 std::string word_for(const console_state& console, desk::side side, int index)
@@ -35,7 +38,7 @@ std::string word_for(const console_state& console, desk::side side, int index)
     const bool same = read.commands.size() == 1 && read.commands[0].size() == 1 &&
                       read.commands[0][0].text == name;
     std::string complaint;
-    if (same && find(console, read.commands[0][0], complaint) == index) return quoted;
+    if (same && find(console, read.commands[0][0], complaint, IN_FULL) == index) return quoted;
     return known.number;
 }
 
@@ -55,10 +58,10 @@ std::string routes_text(const console_state& console, const desk::moment& now, s
     const desk::live_router& live = *desk::find_live(console.desk, console.router);
     const std::string stale = link_line(console, now, console.router);
     const int count = routed_positions(console, console.router, desk::side::destinations);
-    std::string text = "# Routes of " + settings.name + ", " + day_and_time(now.utc) +
-                       ". Numbers begin at " + std::to_string(settings.first_number) + ".\n" +
+    std::string text = "# Routes of " + settings.name + ", " + day_and_time(now.utc) + ".\n" +
                        (stale.empty() ? "" : "# " + stale) + "use " +
-                       common::quote_word(console.router) + "\n";
+                       common::quote_word(console.router) + "\nfirst-number " +
+                       std::to_string(settings.first_number) + "\n";
     saved = 0;
     for (int destination = 0; destination < count; ++destination) {
         const int source = desk::source_shown(live, destination);
@@ -116,33 +119,49 @@ bool read_route_file(const std::string& path, std::string& text, std::string& co
 }
 
 namespace {
+bool is_command(const std::vector<common::word>& words, std::string_view name,
+                std::size_t arguments)
+{
+    return common::same_name(words[0].text, name) && words.size() == arguments + 1;
+}
+
 // Empty when it was done.
 std::string stage_words(console_state& console, const desk::moment& now,
-                        const std::vector<common::word>& words, loaded_routes& loaded)
+                        const std::vector<common::word>& words, word_reading& reading,
+                        loaded_routes& loaded)
 {
     std::string complaint;
-    if (words[0].text == "use" && words.size() == 2) {
-        const auto router = find_router(console, words[1], complaint);
+    if (is_command(words, "use", 1)) {
+        const auto router = find_router(console, words[1], complaint, reading);
         if (router) console.router = *router;
         return complaint;
     }
-    if (words[0].text != "stage" || words.size() != 3)
-        return "Only \"use ROUTER\" and \"stage DESTINATION SOURCE\" stand in such a file.";
-    const auto destination = find_destination(console, words[1], complaint);
+    if (is_command(words, "first-number", 1)) {
+        if (words[1].text != "0" && words[1].text != "1") return "The first number is 0 or 1.";
+        reading.first_number = words[1].text == "0" ? 0 : 1;
+        return "";
+    }
+    if (!is_command(words, "stage", 2))
+        return "Only \"use ROUTER\", \"first-number 0|1\" and \"stage DESTINATION SOURCE\" stand "
+               "in "
+               "such a file.";
+    const auto destination = find_destination(console, words[1], complaint, reading);
     if (!destination) return refuse_lookup(console, complaint).json["error"];
-    const auto source = find_source(console, words[2], complaint);
+    const auto source = find_source(console, words[2], complaint, reading);
     if (!source) return refuse_lookup(console, complaint).json["error"];
     const desk::row_answer row =
         desk::stage_row(console.desk, now, console.person, {console.router, *destination, *source});
     if (!row.goes) return "Not staged: " + row.detail + ".";
-    ++loaded.staged[console.router];
+    loaded.staged[console.router].insert(*destination);
     return "";
 }
 
-// After a "use" that was not understood, nothing is known of the lines below it.
-bool is_lost(const std::vector<common::word>& words, const std::string& complaint)
+// Says, or was meant to say, how the lines below are to be read: unless it is understood, nothing
+// is known of them.
+bool leads_on(const std::vector<common::word>& words)
 {
-    return words[0].text == "use" && !complaint.empty();
+    return common::begins_name("use", words[0].text) ||
+           common::begins_name("first-number", words[0].text);
 }
 } // namespace
 
@@ -150,9 +169,11 @@ loaded_routes stage_lines(console_state& console, const desk::moment& now, const
 {
     const std::string in_use = console.router;
     loaded_routes loaded;
+    word_reading reading = IN_FULL;
     bool lost = false;
     std::size_t number = 0;
-    for (std::size_t begin = 0; begin < text.size() && !lost;) {
+    for (std::size_t begin = text.starts_with(BYTE_ORDER_MARK) ? BYTE_ORDER_MARK.size() : 0;
+         begin < text.size() && !lost;) {
         const std::size_t end = std::min(text.find('\n', begin), text.size());
         const std::string line = text.substr(begin, end - begin);
         begin = end + 1;
@@ -160,15 +181,11 @@ loaded_routes stage_lines(console_state& console, const desk::moment& now, const
         const std::size_t first = line.find_first_not_of(" \t\r");
         if (first == std::string::npos || line[first] == '#') continue;
         const common::split_line split = common::split_words(line);
-        std::string complaint;
-        if (split.open_quote)
-            complaint = "A quote is not closed.";
-        else
-            for (const auto& words : split.commands) {
-                complaint = stage_words(console, now, words, loaded);
-                lost = is_lost(words, complaint);
-                if (!complaint.empty()) break;
-            }
+        std::string complaint = split.open_quote ? "A quote is not closed." : "";
+        for (const auto& words : split.commands) {
+            if (complaint.empty()) complaint = stage_words(console, now, words, reading, loaded);
+            lost = lost || (!complaint.empty() && leads_on(words));
+        }
         if (!complaint.empty())
             loaded.complaints.push_back("Line " + std::to_string(number) + ": " + complaint);
     }

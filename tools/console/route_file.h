@@ -1,9 +1,11 @@
-// Routes in a file, as lines that the console itself reads: comments that begin with #, "use
-// ROUTER" and "stage DESTINATION SOURCE".
+// Routes in a file, as lines: comments that begin with #, "use ROUTER", "first-number 0|1", from
+// where numbers below it count, and "stage DESTINATION SOURCE". Names stand there in full, their
+// case apart.
 #pragma once
 
 #include <cstddef>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -22,15 +24,16 @@ std::string routes_text(const console_state& console, const desk::moment& now, s
 bool write_route_file(const std::string& path, const std::string& text, std::string& complaint);
 
 struct loaded_routes {
-    std::map<std::string, std::size_t, std::less<>> staged; // by router
-    std::vector<std::string> complaints;                    // sentences, each with its line
+    std::map<std::string, std::set<int>, std::less<>> staged; // destinations by router
+    std::vector<std::string> complaints;                      // sentences, each with its line
 };
 
 // False, with a sentence, when it is no file that can be read.
 bool read_route_file(const std::string& path, std::string& text, std::string& complaint);
 
 // Stages what the lines say for the console's person, and sends nothing. Lines before the first
-// "use" concern the router in use, which stays.
+// "use" concern the router in use, which stays, and numbers before the first "first-number" count
+// as the router's. Behind one of those that is wrong nothing is read.
 loaded_routes stage_lines(console_state& console, const desk::moment& now, const std::string& text);
 
 } // namespace console

@@ -247,14 +247,18 @@ std::string staged_text(const console_state& console, const loaded_routes& loade
 {
     std::size_t all = 0;
     std::string where;
-    for (const auto& [router, count] : loaded.staged) {
-        all += count;
-        where += (where.empty() ? "" : ", ") + std::to_string(count) + " on " +
+    for (const auto& [router, destinations] : loaded.staged) {
+        all += destinations.size();
+        where += (where.empty() ? "" : ", ") + std::to_string(destinations.size()) + " on " +
                  desk::find_router(console.desk, router)->settings.name;
     }
     if (all == 0) return "Nothing was staged.\n";
-    return "Staged " + route_count(all) + (loaded.staged.size() > 1 ? ": " + where : "") +
-           "; nothing has been sent. \"staged\" shows them, \"take\" takes them.\n";
+    const std::string staged = "Staged " + route_count(all);
+    if (loaded.staged.size() == 1 && loaded.staged.contains(console.router))
+        return staged + "; nothing has been sent. \"staged\" shows them, \"take\" takes them.\n";
+    return staged + ": " + where +
+           "; nothing has been sent. \"use\" chooses the router whose routes \"staged\" shows and "
+           "\"take\" takes.\n";
 }
 
 answer run_load(console_state& console, const desk::moment& now, const call& call)
@@ -268,7 +272,10 @@ answer run_load(console_state& console, const desk::moment& now, const call& cal
     for (const std::string& each : loaded.complaints)
         answer.text += each + "\n";
     answer.text += staged_text(console, loaded);
-    answer.json = {{"file", path}, {"staged", loaded.staged}, {"complaints", loaded.complaints}};
+    answer.json = {
+        {"file", path}, {"staged", nlohmann::json::object()}, {"complaints", loaded.complaints}};
+    for (const auto& [router, destinations] : loaded.staged)
+        answer.json["staged"][router] = destinations.size();
     if (!loaded.complaints.empty()) answer.verdict = verdict::refused;
     return answer;
 }
@@ -327,8 +334,9 @@ const std::vector<command>& setting_commands()
          false,
          "FILE",
          "stage the routes of a file",
-         "Stages the routes and sends nothing. Lines that are wrong are told and passed\n"
-         "over.\n",
+         "Stages the routes and sends nothing. Names stand in the file in full. Lines that\n"
+         "are wrong are told and passed over; behind a \"use\" or \"first-number\" that is\n"
+         "wrong nothing more is read.\n",
          run_load},
     };
     return COMMANDS;

@@ -141,8 +141,9 @@ TEST_F(SettingCommands, SaveWritesWhatLoadStages)
     report(5, 4);
     desk::report_counts(console.desk, "main", POSITIONS_HERE, POSITIONS_HERE + 1);
     EXPECT_EQ(says("save " + quoted_path()), "Saved 7 routes in " + path + ".\n");
-    EXPECT_EQ(written(), "# Routes of main, 2026-11-21 14:02:11. Numbers begin at 1.\n"
+    EXPECT_EQ(written(), "# Routes of main, 2026-11-21 14:02:11.\n"
                          "use main\n"
+                         "first-number 1\n"
                          "stage \"MON A\" 1\n"
                          "stage \"MON B\" 2\n"
                          "stage \"MON C\" \"7\"\n"
@@ -155,8 +156,8 @@ TEST_F(SettingCommands, SaveWritesWhatLoadStages)
     console.router = "back";
     console.desk.orders.clear();
     const answer told = ask("load " + quoted_path());
-    EXPECT_EQ(told.text, "Staged 7 routes; nothing has been sent. \"staged\" shows them, \"take\" "
-                         "takes them.\n");
+    EXPECT_EQ(told.text, "Staged 7 routes: 7 on main; nothing has been sent. \"use\" chooses the "
+                         "router whose routes \"staged\" shows and \"take\" takes.\n");
     EXPECT_EQ(told.json["staged"], (nlohmann::json{{"main", 7}}));
     EXPECT_EQ(staged().at(2).source, 2);
     EXPECT_EQ(staged().at(4).source, 3);
@@ -224,11 +225,13 @@ TEST_F(SettingCommands, LoadComplainsPerLineAndStagesTheRest)
     const answer told = ask("load " + quoted_path());
     EXPECT_EQ(told.text,
               "Line 5: There is no source \"CAM 99\"; \"sources\" lists them.\n"
-              "Line 6: Only \"use ROUTER\" and \"stage DESTINATION SOURCE\" stand in such a file.\n"
+              "Line 6: Only \"use ROUTER\", \"first-number 0|1\" and \"stage DESTINATION SOURCE\" "
+              "stand in such a file.\n"
               "Line 7: A quote is not closed.\n"
-              "Line 8: Only \"use ROUTER\" and \"stage DESTINATION SOURCE\" stand in such a file.\n"
-              "Staged 3 routes: 2 on back, 1 on main; nothing has been sent. \"staged\" shows "
-              "them, \"take\" takes them.\n");
+              "Line 8: Only \"use ROUTER\", \"first-number 0|1\" and \"stage DESTINATION SOURCE\" "
+              "stand in such a file.\n"
+              "Staged 3 routes: 2 on back, 1 on main; nothing has been sent. \"use\" chooses the "
+              "router whose routes \"staged\" shows and \"take\" takes.\n");
     EXPECT_EQ(told.verdict, verdict::refused);
     EXPECT_EQ(told.json["complaints"].size(), 4U);
     EXPECT_EQ(staged().at(0).source, 1);
@@ -243,6 +246,58 @@ TEST_F(SettingCommands, LoadStagesNothingForARouterThatIsNotThere)
               "The lines below are not read.\n"
               "Nothing was staged.\n");
     EXPECT_TRUE(console.desk.stages.empty());
+}
+
+TEST_F(SettingCommands, LoadTakesNoBeginningForAName)
+{
+    desk::report_names(console.desk, "main", desk::side::sources, {"CAM 1", "CAM 20"});
+    write("stage \"mon a\" \"cam 20\"\nstage \"MON\" 1\nstage 2 \"CAM 2\"\nstage \"MO\" 1\n"
+          "use mai\n");
+    EXPECT_EQ(
+        says("load " + quoted_path()),
+        "Line 2: There is no destination \"MON\"; there is 1 MON A, 2 MON B, 3 MON C, 4 MON D, "
+        "5 MON E, 6 MON F and 2 more.\n"
+        "Line 3: There is no source \"CAM 2\"; there is 2 CAM 20.\n"
+        "Line 4: There is no destination \"MO\"; there is 1 MON A, 2 MON B, 3 MON C, 4 MON D, "
+        "5 MON E, 6 MON F and 2 more.\n"
+        "Line 5: There is no router \"mai\"; there is main.\n"
+        "The lines below are not read.\n"
+        "Staged 1 route; nothing has been sent. \"staged\" shows them, \"take\" takes them.\n");
+    EXPECT_EQ(staged().at(0).source, 1);
+    EXPECT_THAT(says("help load"), HasSubstr("behind a \"use\" or"));
+}
+
+TEST_F(SettingCommands, LoadReadsCommandsInAnyCaseAndBehindAByteOrderMark)
+{
+    write("\uFEFFUSE back\nStage 1 2\nuse back\nstage 2 3\nstage 1 4\n");
+    EXPECT_EQ(says("load " + quoted_path()),
+              "Staged 2 routes: 2 on back; nothing has been sent. \"use\" chooses the router whose "
+              "routes \"staged\" shows and \"take\" takes.\n");
+    EXPECT_TRUE(staged().empty());
+    EXPECT_EQ(staged("back").at(0).source, 3);
+}
+
+TEST_F(SettingCommands, LoadStagesNothingBehindALineThatDoesNotSayWhere)
+{
+    for (const char* const line : {"Use zebra", "us back", "use \"back", "use back now",
+                                   "stage 1 99; use back", "first-number 2", "first-number"}) {
+        write(std::string(line) + "\nstage 1 2\n");
+        EXPECT_THAT(says("load " + quoted_path()),
+                    testing::EndsWith("The lines below are not read.\nNothing was staged.\n"))
+            << line;
+    }
+    write("use back; stage 1 99\nstage 1 2\n");
+    EXPECT_THAT(says("load " + quoted_path()), HasSubstr("Staged 1 route: 1 on back;"));
+}
+
+TEST_F(SettingCommands, LoadCountsAsTheFileSays)
+{
+    write("first-number 0\nstage 0 1\nstage 8 1\nfirst-number 1\nstage 8 8\n");
+    EXPECT_THAT(says("load " + quoted_path()),
+                testing::StartsWith("Line 3: There is no destination 8: they are numbered 0 to 7.\n"
+                                    "Staged 2 routes;"));
+    EXPECT_EQ(staged().at(0).source, 1);
+    EXPECT_EQ(staged().at(7).source, 7);
 }
 
 TEST_F(SettingCommands, LoadRefusesWhatIsNoFileOfRoutes)
