@@ -113,6 +113,17 @@ answer show_settings(const console_state& console)
     return {.text = text, .json = settings_json(settings)};
 }
 
+// By its id or its name: what is found by this name would not be the router in use alone.
+bool is_another(const console_state& console, const std::string& name)
+{
+    return std::any_of(console.desk.house.routers.begin(), console.desk.house.routers.end(),
+                       [&](const auto& each) {
+                           return each.first != console.router &&
+                                  (common::same_name(each.first, name) ||
+                                   common::same_name(each.second.settings.name, name));
+                       });
+}
+
 answer change_setting(console_state& console, const desk::moment& now, const setting& setting,
                       const std::string& value)
 {
@@ -121,6 +132,9 @@ answer change_setting(console_state& console, const desk::moment& now, const set
         return refusal("\"" + value + "\" is no " + std::string(setting.name) + ": " +
                            std::string(setting.values) + ".",
                        verdict::wrong_use);
+    if (setting.name == "name" && is_another(console, settings.name))
+        return refusal("Not set: another router is called " + settings.name + ".",
+                       verdict::refused);
     const desk::objection found = desk::set_router(console.desk, now, console.person, settings);
     if (found.why == desk::reason::bad_value)
         return refusal("Not set: " + found.detail + ".", verdict::wrong_use);

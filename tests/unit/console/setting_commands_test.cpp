@@ -87,6 +87,18 @@ TEST_F(SettingCommands, SetChangesOneSetting)
         "firstNumber": 0, "confirmationLimitMs": 5000})"));
 }
 
+TEST_F(SettingCommands, SetLeavesARouterToItsName)
+{
+    ask("set name 'Studio A'");
+    ask("use back");
+    for (const char* const name : {"main", "studio a"}) {
+        const answer told = ask("set name '" + std::string(name) + "'");
+        EXPECT_EQ(told.text, "Not set: another router is called " + std::string(name) + ".\n");
+        EXPECT_EQ(told.verdict, verdict::refused);
+    }
+    EXPECT_EQ(says("set name Back"), "name of Back: Back.\n");
+}
+
 TEST_F(SettingCommands, SetRefusesWhatIsNoValue)
 {
     struct {
