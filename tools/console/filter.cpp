@@ -66,11 +66,21 @@ position_rule range_rule(const std::string& router_name, int first_number, int f
     };
 }
 
+// @GROUP, of a group that cannot be given without quotes.
+bool is_quoted_group(const std::set<std::string>& groups, const std::string& text)
+{
+    return text.starts_with('@') && common::quote_word(text) != text &&
+           std::any_of(groups.begin(), groups.end(), [&](const std::string& group) {
+               return common::same_name(group, std::string_view(text).substr(1));
+           });
+}
+
 // None, with a sentence, when the word cannot be understood.
 position_rule rule_of(const console_state& console, const std::string& router, desk::side side,
                       const common::word& word, std::string& complaint)
 {
-    if (word.quoted) return text_rule(word.text);
+    if (word.quoted && !is_quoted_group(groups_of(console, router, side), word.text))
+        return text_rule(word.text);
     const desk::router_settings& settings = desk::find_router(console.desk, router)->settings;
     int number = 0;
     if (common::is_number(word.text) && common::read_decimal(word.text, number))

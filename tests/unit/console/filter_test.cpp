@@ -54,6 +54,15 @@ TEST_F(Filter, LeavesWhatFitsAllWords)
         EXPECT_EQ(find(line), found) << line;
 }
 
+TEST_F(Filter, LeavesAGroupThatNeedsQuotes)
+{
+    label(1, "", "Live 2");
+    label(2, "", "Live");
+    EXPECT_EQ(find("\"@live 2\""), (std::vector{1}));
+    EXPECT_EQ(find("@\"Live 2\""), (std::vector{1}));
+    EXPECT_EQ(find("\"@Live\""), (std::vector<int>{})) << "a text";
+}
+
 TEST_F(Filter, ComplainsOfWhatMakesNoSense)
 {
     label(1, "", "Live");
