@@ -13,6 +13,7 @@
 #include "console/link_text.h"
 #include "console/lookup.h"
 #include "console/positions.h"
+#include "console/route_rows.h"
 #include "console/times.h"
 #include "server/desk/stages.h"
 #include "server/desk/words.h"
@@ -51,24 +52,26 @@ std::string route_line(const console_state& console, int destination, int source
 }
 } // namespace
 
-std::string routes_text(const console_state& console, const desk::moment& now, std::size_t& saved)
+saved_routes routes_to_save(const console_state& console, const desk::moment& now)
 {
     const desk::router_settings& settings =
         desk::find_router(console.desk, console.router)->settings;
-    const desk::live_router& live = *desk::find_live(console.desk, console.router);
+    const auto told_above = known_until(console, console.router);
     const std::string stale = link_line(console, now, console.router);
     const int count = routed_positions(console, console.router, desk::side::destinations);
-    std::string text = "# Routes of " + settings.name + ", " + day_and_time(now.utc) + ".\n" +
-                       (stale.empty() ? "" : "# " + stale) + "use " +
-                       common::quote_word(console.router) + "\nfirst-number " +
-                       std::to_string(settings.first_number) + "\n";
-    saved = 0;
+    saved_routes saved;
+    saved.text = "# Routes of " + settings.name + ", " + day_and_time(now.utc) + ".\n" +
+                 (stale.empty() ? "" : "# " + stale) + "use " + common::quote_word(console.router) +
+                 "\nfirst-number " + std::to_string(settings.first_number) + "\n";
     for (int destination = 0; destination < count; ++destination) {
-        const int source = desk::source_shown(live, destination);
-        text += route_line(console, destination, source);
-        if (source >= 0) ++saved;
+        const route_row row = route_row_of(console, console.router, destination);
+        const bool old = row.as_of && row.as_of != told_above;
+        if (old) saved.text += "# As of " + day_and_time(*row.as_of) + ":\n";
+        saved.text += route_line(console, destination, row.source);
+        if (row.source >= 0) ++saved.count;
+        if (row.source >= 0 && old) ++saved.old;
     }
-    return text;
+    return saved;
 }
 
 bool write_route_file(const std::string& path, const std::string& text, std::string& complaint)

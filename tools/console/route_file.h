@@ -15,9 +15,14 @@ namespace console {
 
 constexpr std::size_t ROUTE_FILE_SIZE = 1'048'576; // bytes; a larger file is refused
 
-// What the router in use shows; what cannot be staged stands in comments. `saved` becomes the
-// number of routes.
-std::string routes_text(const console_state& console, const desk::moment& now, std::size_t& saved);
+struct saved_routes {
+    std::string text;
+    std::size_t count = 0;
+    std::size_t old = 0; // of these: the router may show another since; the text says since when
+};
+
+// What the router in use shows; what cannot be staged stands in comments.
+saved_routes routes_to_save(const console_state& console, const desk::moment& now);
 
 // Writes the file so that a reader finds the old text or the new one, whole. False, with a
 // sentence, when the old one, or none, is still there.

@@ -240,20 +240,24 @@ answer run_set(console_state& console, const desk::moment& now, const call& call
 answer run_save(console_state& console, const desk::moment& now, const call& call)
 {
     const std::string& path = call.words[0].text;
-    std::size_t saved = 0;
     std::string complaint;
-    const std::string text = routes_text(console, now, saved);
-    if (saved == 0)
+    const saved_routes saved = routes_to_save(console, now);
+    if (saved.count == 0)
         return refusal("Not saved: no route of " +
                            desk::find_router(console.desk, console.router)->settings.name +
                            " is known.",
                        verdict::refused);
-    if (!write_route_file(path, text, complaint)) return refusal(complaint, verdict::refused);
-    return {.text = "Saved " + route_count(saved) + " in " + path + ".\n" +
+    if (!write_route_file(path, saved.text, complaint)) return refusal(complaint, verdict::refused);
+    const std::string old = saved.old == 0
+                                ? ""
+                                : route_count(saved.old) + " may have changed since; the "
+                                                           "file says as of when.\n";
+    return {.text = "Saved " + route_count(saved.count) + " in " + path + ".\n" + old +
                     link_line(console, now, console.router),
             .json = {{"router", console.router},
                      {"file", path},
-                     {"routes", saved},
+                     {"routes", saved.count},
+                     {"old", saved.old},
                      {"link", link_json(console, console.router)}}};
 }
 

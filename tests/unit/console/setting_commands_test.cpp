@@ -187,6 +187,22 @@ TEST_F(SettingCommands, SaveSaysThatRoutesAreOld)
     EXPECT_THAT(written(), HasSubstr("\n# As of 14:02:11, link down 0:05: gone.\nuse main\n"));
 }
 
+TEST_F(SettingCommands, SaveSaysWhichRoutesMayHaveChangedSince)
+{
+    wait_ms(60'000);
+    console.desk.live.at("main").facts[1].connection = 0;
+    EXPECT_EQ(says("save " + quoted_path()),
+              "Saved 8 routes in " + path +
+                  ".\n1 route may have changed since; the file says as of when.\n");
+    EXPECT_THAT(written(), HasSubstr("first-number 1\n"
+                                     "stage \"MON A\" \"CAM 1\"\n"
+                                     "# As of 2026-11-21 14:02:11:\n"
+                                     "stage \"MON B\" \"CAM 1\"\n"
+                                     "stage \"MON C\" \"CAM 1\"\n"));
+    EXPECT_EQ(ask("save " + quoted_path()).json["old"], 1);
+    EXPECT_THAT(says("load " + quoted_path()), testing::StartsWith("Staged 8 routes;"));
+}
+
 TEST_F(SettingCommands, SaveReplacesAFileOrLeavesIt)
 {
     write("old");
