@@ -269,13 +269,17 @@ TEST_F(ConsoleTerminal, InterruptEndsALongText)
     quit();
 }
 
-TEST_F(ConsoleTerminal, KeyEndsAWatch)
+TEST_F(ConsoleTerminal, KeyEndsAWatchAndBeginsTheNextLine)
 {
-    wait_for("main connecting> ");
-    type("watch\r");
-    wait_for("watch\r\n");
-    type("x");
-    wait_for("main connecting> ");
+    for (const std::string key : {"x", "\xC3\xA9"}) {
+        wait_for("main connecting> ");
+        type("watch\r");
+        wait_for("Any key ends it.\r\n");
+        type(key);
+        wait_for("main connecting> " + key);
+        type("\r");
+        wait_for("There is no command \"" + key + "\"");
+    }
     quit();
 }
 

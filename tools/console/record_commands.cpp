@@ -175,7 +175,8 @@ const std::vector<command>& record_commands()
          "",
          "show every change of every router",
          "Shows what others take, lock and set, beside what is always shown: links that\n"
-         "come and go, and what became of your own takes.\n",
+         "come and go, and what became of your own takes. On a terminal any key ends it,\n"
+         "and is the first of the next line.\n",
          run_watch},
         {"log",
          {argument::text},

@@ -35,6 +35,7 @@ struct terminal {
     bool paging = false;                 // a list is; what happens is told behind it
     std::string held = {};               // what has happened while it was
     std::vector<std::string> lines = {}; // that were typed
+    std::optional<char> unread = {};     // a byte of a key that was typed for the next line
 };
 
 screen_size size_of_screen()
@@ -174,10 +175,11 @@ std::optional<char> wait_for_key(console_session& session, const key_mode& keys)
     return std::nullopt;
 }
 
-void watch_until_key(console_session& session)
+void watch_until_key(terminal& terminal)
 {
     const key_mode keys;
-    wait_for_key(session, keys);
+    print_above_line(terminal, "Any key ends it.\n");
+    terminal.unread = wait_for_key(terminal.session, keys);
 }
 
 constexpr const char* PAGER_KEYS =
@@ -253,12 +255,8 @@ bool answer_request(terminal& terminal, request asked)
 enum class key_state { none_yet, complete, input_ended };
 
 // One byte more of a character, whose bytes so far are in the conversion.
-key_state read_key(std::mbstate_t& conversion, wchar_t& key)
+key_state add_byte(char byte, std::mbstate_t& conversion, wchar_t& key)
 {
-    char byte = 0;
-    const ssize_t count = read(STDIN_FILENO, &byte, 1);
-    if (count < 0 && (errno == EINTR || errno == EAGAIN)) return key_state::none_yet;
-    if (count <= 0) return key_state::input_ended;
     const std::size_t length = std::mbrtowc(&key, &byte, 1, &conversion);
     if (length == static_cast<std::size_t>(-2)) return key_state::none_yet;
     if (length == static_cast<std::size_t>(-1)) {
@@ -266,6 +264,14 @@ key_state read_key(std::mbstate_t& conversion, wchar_t& key)
         key = L'?';
     }
     return key_state::complete;
+}
+
+key_state read_key(std::mbstate_t& conversion, wchar_t& key)
+{
+    char byte = 0;
+    const ssize_t count = read(STDIN_FILENO, &byte, 1);
+    if (count < 0 && (errno == EINTR || errno == EAGAIN)) return key_state::none_yet;
+    return count <= 0 ? key_state::input_ended : add_byte(byte, conversion, key);
 }
 
 // The editor's source of keys, which serves the session until there is one. Returns 1 with a key,
@@ -277,6 +283,8 @@ int next_key(EditLine* editor, wchar_t* key)
     std::mbstate_t conversion{};
     terminal.editing = true;
     key_state state = key_state::none_yet;
+    if (const auto unread = std::exchange(terminal.unread, std::nullopt))
+        state = add_byte(*unread, conversion, *key);
     while (state == key_state::none_yet && goes_on(session)) {
         std::array<pollfd, 1> watched = {{{STDIN_FILENO, POLLIN, 0}}};
         wait_session(session, watched);
@@ -366,7 +374,7 @@ void run_terminal(console_session& session)
         show_text(terminal, text);
     };
     session.watch = [&] {
-        watch_until_key(session);
+        watch_until_key(terminal);
     };
     write_out("\"help\" lists the commands.\n");
     terminal.editor = el_init("router_console", stdin, stdout, stderr);
