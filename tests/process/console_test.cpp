@@ -57,6 +57,9 @@ TEST_F(Console, SingleCommandKnowsTheRoutes)
 
 TEST_F(Console, WhatIsNotUnderstoodGivesStatusOne)
 {
+    EXPECT_EQ(play_on_simulator({"lock", "MON A"}), 1);
+    EXPECT_THAT(output, HasSubstr("lock alone would last no longer than this command: --data FILE "
+                                  "keeps it.\n"));
     EXPECT_EQ(play_on_simulator({"take", "nowhere", "1"}), 1);
     EXPECT_THAT(output, HasSubstr("There is no destination \"nowhere\""));
     EXPECT_EQ(play_on_simulator({}, "take 'nowhere\n"), 1);

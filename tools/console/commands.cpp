@@ -1,6 +1,7 @@
 #include "console/commands.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 namespace console {
@@ -241,6 +242,26 @@ answer run_command(console_state& console, const desk::moment& now,
                    const std::vector<common::word>& words)
 {
     return run_words(console, now, words, false);
+}
+
+std::string why_in_vain(const std::vector<common::word>& words, bool kept)
+{
+    constexpr std::array<std::string_view, 2> STAGING = {"stage", "load"};
+    constexpr std::array<std::string_view, 4> KEPT = {"lock", "protect", "salvo save", "set"};
+    const auto is_one_of = [](const auto& names, std::string_view name) {
+        return std::find(names.begin(), names.end(), name) != names.end();
+    };
+    std::vector<common::word> arguments = words;
+    std::string unknown;
+    const command* const found = find_command(arguments, unknown);
+    const bool bare = arguments.begin() == arguments.end(); // then it is refused anyway
+    if (found == nullptr || bare) return "";
+    const std::string gone =
+        std::string(found->name) + " alone would last no longer than this command";
+    if (is_one_of(STAGING, found->name))
+        return gone + ": give it and take as lines on standard input.";
+    if (!kept && is_one_of(KEPT, found->name)) return gone + ": --data FILE keeps it.";
+    return "";
 }
 
 } // namespace console

@@ -59,4 +59,8 @@ const command* find_command(std::vector<common::word>& words, std::string& compl
 answer run_command(console_state& console, const desk::moment& now,
                    const std::vector<common::word>& words);
 
+// Of a command that is all that a program runs: why what it does would be gone with that, in a
+// sentence; empty when it would not. `kept`: a file keeps the house.
+std::string why_in_vain(const std::vector<common::word>& words, bool kept);
+
 } // namespace console

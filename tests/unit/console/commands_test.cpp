@@ -55,6 +55,25 @@ TEST_F(Commands, ThatSendKnowTheRestAndTheDryRun)
                                             "salvo take", "salvo rollback"));
 }
 
+TEST_F(Commands, AloneAreInVainWhenNothingKeepsWhatTheyDo)
+{
+    const auto why = [](const std::string& line, bool kept) {
+        return why_in_vain(common::split_words(line).commands.at(0), kept);
+    };
+    for (const std::string name : {"stage", "load"})
+        for (const bool kept : {false, true})
+            EXPECT_EQ(why(name + " 1 2", kept),
+                      name + " alone would last no longer than this command: give it and take as "
+                             "lines on standard input.");
+    for (const std::string name : {"lock", "protect", "salvo save", "set"}) {
+        EXPECT_EQ(why(name + " 1", false), name + " alone would last no longer than this command: "
+                                                  "--data FILE keeps it.");
+        EXPECT_EQ(why(name + " 1", true), "");
+    }
+    for (const char* const line : {"set", "take 1 2", "routes", "bogus", "salvo list", "help lock"})
+        EXPECT_EQ(why(line, false), "") << line;
+}
+
 TEST_F(Commands, TakeOrdersOneRoute)
 {
     console.desk.orders.clear();
