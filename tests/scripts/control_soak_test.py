@@ -139,6 +139,16 @@ class ServerTest(unittest.TestCase):
         soak.judge_program(self.ledger, (1000, 20), (100000, 90), 1)
         self.assertEqual(len(self.ledger.findings), 3)
 
+    def test_growth_beyond_what_is_kept(self):
+        self.ledger.operations = dict.fromkeys(range(100_000))
+        bound = 1000 + soak.KEPT_KIB + soak.GROWTH_KIB
+        soak.judge_program(self.ledger, (1000, 20), (bound, 20), 0)
+        self.assertEqual(self.ledger.findings, [])
+        soak.judge_program(self.ledger, (1000, 20), (bound + 1, 20), 0)
+        self.ledger.operations.clear()
+        soak.judge_program(self.ledger, (1000, 20), (1001 + soak.GROWTH_KIB, 20), 0)
+        self.assertEqual(len(self.ledger.findings), 2)
+
     def test_follower_keeps_what_it_is_told(self):
         follower = people.Follower(self.server, self.ledger, "t", "r1")
         follower.hear({"type": "snapshot", "data": {"routes": {"sources": [4, -1]}}})

@@ -19,7 +19,9 @@ SIZE = 32
 ROUTERS = ("r1", "r2", "r3")
 PEOPLE = 6
 WARM_UP = 20  # seconds after which memory is looked at
-GROWTH_KIB = 64 * 1024  # beyond what the history makes grow, as it does until its bound
+KEPT_KIB_EACH = 3  # of an operation and its first answer, until the server's bounds are reached:
+KEPT_KIB = 96 * 1024  # 10 000 operations, and 64 MiB of first answers
+GROWTH_KIB = 32 * 1024  # beyond that
 MORE_DESCRIPTORS = 40
 
 
@@ -104,7 +106,8 @@ def cost_of(server):
 
 
 def judge_program(ledger, early, late, status):
-    if late[0] > early[0] + GROWTH_KIB:
+    kept = min(len(ledger.operations) * KEPT_KIB_EACH, KEPT_KIB)
+    if late[0] > early[0] + kept + GROWTH_KIB:
         ledger.find(f"memory grew from {early[0]} to {late[0]} KiB")
     if late[1] > early[1] + MORE_DESCRIPTORS:
         ledger.find(f"{late[1]} descriptors are open, {early[1]} were")
