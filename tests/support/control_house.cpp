@@ -3,7 +3,6 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <thread>
 
@@ -88,7 +87,8 @@ pid_t ControlHouse::backend_of(const std::string& router)
 {
     for (const auto& each : std::filesystem::directory_iterator("/proc")) {
         std::ifstream file(each.path() / "cmdline");
-        const std::string words(std::istreambuf_iterator<char>(file), {});
+        std::string words; // empty also when the process ends meanwhile
+        std::getline(file, words);
         if (words.find(data + "/backends/" + router + ".conf") != std::string::npos)
             return std::stoi(each.path().filename());
     }
