@@ -4,5 +4,10 @@ import './page.css';
 import { mount } from 'svelte';
 
 import App from './App.svelte';
+import { english } from './texts/english';
+import { speechOf } from './texts/speech';
 
-mount(App, { target: document.body });
+const language = navigator.languages.find((each) => /^en\b/.test(each)) ?? 'en';
+const { timeZone } = Intl.DateTimeFormat().resolvedOptions();
+
+mount(App, { target: document.body, props: { speech: speechOf(english, language, timeZone) } });

@@ -19,11 +19,10 @@ test("gives the server's own sentence when it refuses", async () => {
   );
 });
 
-test('names the status when something else refuses', async () => {
+test('gives the status when something else refuses', async () => {
   expect(await ask('/version', answering('<h1>Bad gateway</h1>', 502, 'text/html'))).toEqual({
     ok: false,
     status: 502,
-    sentence: 'The server answered with status 502.',
   });
 });
 
@@ -32,7 +31,6 @@ test('says so when no answer comes', async () => {
   expect(await ask('/version', silent)).toEqual({
     ok: false,
     status: 0,
-    sentence: 'The server does not answer.',
   });
 });
 

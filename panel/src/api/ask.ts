@@ -14,9 +14,9 @@ export type Read<P extends keyof paths> = paths[P] extends {
   ? Body
   : never;
 
-// `sentence` is for a person; `status` is 0 when no answer came.
-export type Answer<Body> =
-  { ok: true; body: Body } | { ok: false; status: number; sentence: string };
+// `sentence` is the server's own, if it has said one; `status` is 0 when no answer came.
+export type Refusal = { ok: false; status: number; sentence?: string };
+export type Answer<Body> = { ok: true; body: Body } | Refusal;
 
 // The addresses that something can be made at.
 export type Target = {
@@ -57,15 +57,17 @@ async function answerTo<Body>(asked: Promise<Response>): Promise<Answer<Body>> {
   try {
     const response = await asked;
     if (response.ok) return { ok: true, body: (await response.json()) as Body };
-    return { ok: false, status: response.status, sentence: await refusal(response) };
+    return await refusal(response);
   } catch {
-    return { ok: false, status: 0, sentence: 'The server does not answer.' };
+    return { ok: false, status: 0 };
   }
 }
 
-// What stands in front of the server may refuse in words of its own.
-async function refusal(response: Response): Promise<string> {
+// What stands in front of the server may refuse in words of its own: those are not for people.
+async function refusal(response: Response): Promise<Refusal> {
+  const { status } = response;
   if (response.headers.get('Content-Type') !== 'application/problem+json')
-    return `The server answered with status ${response.status}.`;
-  return ((await response.json()) as Schemas['Problem']).detail;
+    return { ok: false, status };
+  const { detail } = (await response.json()) as Schemas['Problem'];
+  return { ok: false, status, sentence: detail };
 }

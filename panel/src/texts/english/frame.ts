@@ -2,6 +2,9 @@ import type { Template } from '../template';
 
 // The frame: screens, top bar, modes, sizes.
 export const frame = {
+  panel: 'Router control',
+  apiDescription: 'The description of the API',
+  version: 'Version {version}',
   routing: 'Routing',
   salvos: 'Salvos',
   history: 'History',
