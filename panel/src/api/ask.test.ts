@@ -1,6 +1,6 @@
 import { expect, test, vi } from 'vitest';
 
-import { ask, send } from './ask';
+import { ask, end, send } from './ask';
 
 const answering =
   (body: string, status = 200, type = 'application/json'): typeof fetch =>
@@ -48,4 +48,24 @@ test('sends what is to be made as JSON', async () => {
     headers: { 'Content-Type': 'application/json' },
     body: JSON.stringify(wanted),
   });
+});
+
+test('tells how long the server will not listen', async () => {
+  const headers = { 'Content-Type': 'application/problem+json', 'Retry-After': '8' };
+  const slowed = () =>
+    Promise.resolve(new Response('{"detail":"Too many."}', { status: 429, headers }));
+  expect(await ask('/version', slowed)).toEqual({
+    ok: false,
+    status: 429,
+    sentence: 'Too many.',
+    wait: 8,
+  });
+});
+
+test('ends what was begun, without an answer to read', async () => {
+  const fetched = vi.fn(() => Promise.resolve(new Response(null, { status: 204 })));
+  expect(await end('/api/v1/session', fetched)).toEqual({ ok: true, body: undefined });
+  expect(fetched).toHaveBeenCalledExactlyOnceWith('/api/v1/session', { method: 'DELETE' });
+  const refused = answering('{"detail":"Sign in first."}', 401, 'application/problem+json');
+  expect(await end('/api/v1/session', refused)).toMatchObject({ ok: false, status: 401 });
 });

@@ -14,8 +14,9 @@ export type Read<P extends keyof paths> = paths[P] extends {
   ? Body
   : never;
 
-// `sentence` is the server's own, if it has said one; `status` is 0 when no answer came.
-export type Refusal = { ok: false; status: number; sentence?: string };
+// `sentence` is the server's own, if it has said one; `status` is 0 when no answer came; `wait`: s,
+// before it would listen again.
+export type Refusal = { ok: false; status: number; sentence?: string; wait?: number };
 export type Answer<Body> = { ok: true; body: Body } | Refusal;
 
 // The addresses that something can be made at.
@@ -53,6 +54,27 @@ export function send<P extends Target>(
   return answerTo(fetched(address, { method: 'POST', headers, body: JSON.stringify(body) }));
 }
 
+// The addresses that something can be ended at, which gives nothing back.
+export type Endable = {
+  [P in keyof paths]: P extends `${string}{${string}`
+    ? never
+    : paths[P] extends { delete: { responses: { 204: unknown } } }
+      ? P
+      : never;
+}[keyof paths];
+
+export async function end(
+  address: Endable,
+  fetched: typeof fetch = fetch,
+): Promise<Answer<undefined>> {
+  try {
+    const response = await fetched(address, { method: 'DELETE' });
+    return response.ok ? { ok: true, body: undefined } : await refusal(response);
+  } catch {
+    return { ok: false, status: 0 };
+  }
+}
+
 async function answerTo<Body>(asked: Promise<Response>): Promise<Answer<Body>> {
   try {
     const response = await asked;
@@ -69,5 +91,6 @@ async function refusal(response: Response): Promise<Refusal> {
   if (response.headers.get('Content-Type') !== 'application/problem+json')
     return { ok: false, status };
   const { detail } = (await response.json()) as Schemas['Problem'];
-  return { ok: false, status, sentence: detail };
+  const wait = Number(response.headers.get('Retry-After') ?? 0);
+  return { ok: false, status, sentence: detail, ...(wait > 0 ? { wait } : {}) };
 }
