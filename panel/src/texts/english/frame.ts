@@ -4,6 +4,9 @@ import type { Template } from '../template';
 export const frame = {
   panel: 'Router control',
   apiDescription: 'The description of the API',
+  screens: 'Screens',
+  noScreen: 'There is no such screen here.',
+  router: 'Router',
   version: 'Version {version}',
   routing: 'Routing',
   salvos: 'Salvos',
