@@ -132,6 +132,6 @@ TEST_F(Page, MayRunNothingButItsOwn)
         EXPECT_EQ(header_of(given, "Cross-Origin-Resource-Policy"), "same-origin") << target;
     }
     // As text it could not be used under this policy.
-    EXPECT_THAT(built(".js").plain, testing::Not(HasSubstr("innerHTML")));
+    EXPECT_THAT(built(".js").plain, testing::Not(HasSubstr(".innerHTML")));
     EXPECT_THAT(built("index.html").plain, testing::Not(HasSubstr("<script>")));
 }
