@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -19,10 +20,12 @@ constexpr std::size_t HISTORY_KEPT = 5000; // entries; the oldest is forgotten
 
 struct link_memory {
     bool ready = false;
-    std::uint32_t connection = 0; // the last that was ready
-    desk::wall lost{};            // when that was lost, unless the link is ready
-    std::set<std::string> told;   // what was said of the link since it was ready
-    int inputs = 0;               // as they were told last
+    std::optional<desk::link_state> state; // none: nothing has been heard of it
+    desk::monotonic since{};               // when it came to that
+    std::uint32_t connection = 0;          // the last that was ready
+    desk::wall lost{};                     // when that was lost, unless the link is ready
+    std::set<std::string> told;            // what was said of the link since it was ready
+    int inputs = 0;                        // as they were told last
     int outputs = 0;
 };
 

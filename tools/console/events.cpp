@@ -111,6 +111,7 @@ void tell_link(console_state& console, const desk::moment& now, const std::strin
     }
     memory.ready = live.link == desk::link_state::ready;
     const std::string sentence = link_sentence(console, router);
+    if (std::exchange(memory.state, live.link) != live.link) memory.since = now.steady;
     const bool is_new = memory.ready || memory.told.insert(sentence).second;
     notices.push_back(make_notice(
         now.utc, sentence + ".\n",

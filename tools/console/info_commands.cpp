@@ -15,10 +15,12 @@ std::string address_text(const desk::router_settings& settings)
 }
 
 // "ready since 14:02:11 (0:42)", and why when it is not ready.
-std::string link_state_text(const desk::live_router& live, const desk::moment& now)
+std::string link_state_text(const console_state& console, const desk::moment& now,
+                            const std::string& router)
 {
+    const desk::live_router& live = *desk::find_live(console.desk, router);
     return text_of(live.link) + (" since " + time_of_day(live.link_since)) + " (" +
-           age(live.link_since, now.utc) + ")" +
+           link_age(console, now, router) + ")" +
            (live.link_reason.empty() ? "" : ": " + live.link_reason);
 }
 
@@ -62,7 +64,6 @@ answer run_info(console_state& console, const desk::moment& now, const call& /*c
 {
     const desk::router_settings& settings =
         desk::find_router(console.desk, console.router)->settings;
-    const desk::live_router& live = *desk::find_live(console.desk, console.router);
     const routers::backend* const backend = backend_of(console);
     std::string text;
     const auto add = [&text](std::string title, const std::string& value) {
@@ -71,7 +72,7 @@ answer run_info(console_state& console, const desk::moment& now, const call& /*c
     };
     add("Router", settings.name + (settings.name == settings.id ? "" : " (" + settings.id + ")"));
     add("Address", address_text(settings));
-    add("Link", link_state_text(live, now));
+    add("Link", link_state_text(console, now, console.router));
     add("Sources", size_text(console, console.router, desk::side::sources));
     add("Destinations", size_text(console, console.router, desk::side::destinations));
     add("Numbers", "begin at " + std::to_string(settings.first_number));
@@ -112,8 +113,7 @@ answer run_routers(console_state& console, const desk::moment& now, const call& 
         };
         table.rows.push_back({id == console.router ? "*" : "", router.settings.name,
                               address_text(router.settings), count(desk::side::sources),
-                              count(desk::side::destinations),
-                              link_state_text(*desk::find_live(console.desk, id), now)});
+                              count(desk::side::destinations), link_state_text(console, now, id)});
         rows.push_back(router_json(console, id));
     }
     return {.text = fitted_table(std::move(table), console.columns) +

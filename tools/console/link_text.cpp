@@ -20,6 +20,15 @@ std::optional<desk::wall> known_until(const console_state& console, const std::s
     return link->second.lost;
 }
 
+std::string link_age(const console_state& console, const desk::moment& now,
+                     const std::string& router)
+{
+    const auto link = console.links.find(router);
+    const bool heard = link != console.links.end() &&
+                       link->second.state == desk::find_live(console.desk, router)->link;
+    return age(heard ? now.steady - link->second.since : desk::monotonic{});
+}
+
 std::string link_line(const console_state& console, const desk::moment& now,
                       const std::string& router)
 {
@@ -27,7 +36,7 @@ std::string link_line(const console_state& console, const desk::moment& now,
     if (live.link == desk::link_state::ready) return "";
     const auto until = known_until(console, router);
     return (until ? "As of " + time_of_day(*until) + ", link " : "Link ") +
-           desk::text_of(live.link) + " " + age(live.link_since, now.utc) + reason_behind(live) +
+           desk::text_of(live.link) + " " + link_age(console, now, router) + reason_behind(live) +
            ".\n";
 }
 

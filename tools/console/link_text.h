@@ -13,6 +13,10 @@ namespace console {
 // nothing is known.
 std::optional<desk::wall> known_until(const console_state& console, const std::string& router);
 
+// How long the link has been as it is: "0:42". Whatever becomes of the wall clock meanwhile.
+std::string link_age(const console_state& console, const desk::moment& now,
+                     const std::string& router);
+
 // What stands above everything that is told of a router: nothing while its link is ready, else "As
 // of 14:02:11, link down 0:42: cannot connect to 10.0.0.5:12345: Connection refused.\n"
 std::string link_line(const console_state& console, const desk::moment& now,

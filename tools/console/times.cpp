@@ -1,6 +1,5 @@
 #include "console/times.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <ctime>
 
@@ -46,10 +45,9 @@ std::string day_and_time(desk::wall time)
     return text;
 }
 
-std::string age(desk::wall from, desk::wall to)
+std::string age(desk::monotonic age)
 {
-    const long long seconds =
-        std::max<long long>(0, std::chrono::floor<std::chrono::seconds>(to - from).count());
+    const long long seconds = std::chrono::floor<std::chrono::seconds>(age).count();
     constexpr long long DAY = 86400;
     if (seconds >= 2 * DAY) return std::to_string(seconds / DAY) + " days";
     char text[32];
@@ -70,7 +68,7 @@ std::string duration(desk::monotonic duration)
     if (duration < milliseconds(10)) return with_tenths(duration.count() / 100) + " ms";
     if (duration < seconds(1)) return std::to_string(duration.count() / 1000) + " ms";
     if (duration < minutes(1)) return with_tenths(duration.count() / 100'000) + " s";
-    return age({}, floor<desk::wall>(duration));
+    return age(duration);
 }
 
 double json_ms(desk::monotonic duration)
