@@ -2,6 +2,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 #include <poll.h>
@@ -288,6 +289,46 @@ TEST_F(Console, OutputThatCannotBeWrittenIsNoSuccess)
     }
     tell_simulator("routes");
     EXPECT_TRUE(simulator_prints("1 MON A <- 1 CAM 1"));
+}
+
+TEST_F(Console, WatchThatCannotWriteIsNoSuccess)
+{
+    start_simulator();
+    rlimit usual{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
+    const rlimit narrow{1024, usual.rlim_max};
+    const std::string path = (directory.path / "watched").string();
+    const common::owned_descriptor file(
+        open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
+    input = pipe_to_child();
+    printed = pipe_from_child();
+    setrlimit(RLIMIT_FSIZE, &narrow);
+    run(on_simulator({"watch"}), {input.childs.number, file.number, printed.childs.number});
+    setrlimit(RLIMIT_FSIZE, &usual);
+    printed.childs.reset();
+    ASSERT_TRUE(until([&] {
+        std::ifstream written(path);
+        return std::string(std::istreambuf_iterator<char>(written), {}).find("is ready") !=
+               std::string::npos;
+    }));
+    std::string takes;
+    for (int destination = 1; destination <= 32; ++destination)
+        takes += "take " + std::to_string(destination) + " 9\n";
+    tell_simulator(takes);
+    EXPECT_EQ(status_after(printed.ours.number), 2);
+    EXPECT_EQ(output, "Cannot write the output: File too large.\n");
+}
+
+TEST_F(Console, EverySignalThatEndsItRemovesItsFiles)
+{
+    start_simulator();
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
+        start_console(on_simulator());
+        ASSERT_TRUE(read_until(printed.ours.number, "is ready"));
+        kill(console.process, signal);
+        EXPECT_EQ(status_after(printed.ours.number), 128 + signal);
+        EXPECT_FALSE(has_left_files()) << signal;
+    }
 }
 
 TEST_F(Console, FileThatMayNotGrowIsAnErrorLikeOthers)

@@ -152,9 +152,9 @@ int run(const console_options& options)
     std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow any more is an error like others
     console_session session;
     if (is_for_terminal(options))
-        catch_signals(session, {SIGINT, SIGTERM, SIGHUP, SIGTSTP, SIGCONT, SIGWINCH});
+        catch_signals(session, {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP, SIGCONT, SIGWINCH});
     else
-        catch_signals(session, {SIGINT, SIGTERM, SIGHUP});
+        catch_signals(session, {SIGINT, SIGTERM, SIGHUP, SIGQUIT});
     const private_folder folder;
     console_state& console = session.console;
     console.person = {options.person, "console", {desk::right::administer, {}, {}}};

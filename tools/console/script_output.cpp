@@ -42,15 +42,16 @@ bool write_some(std::string_view& text)
 void write_output(console_session& session, std::string_view text)
 {
     if (session.unread) return;
-    while (!text.empty() && wait_for_reader(session)) {
+    bool failed = false;
+    while (!text.empty() && !failed && wait_for_reader(session)) {
         if (write_some(text)) continue;
-        if (errno != EPIPE)
-            std::fprintf(stderr, "Cannot write the output: %s.\n", std::strerror(errno));
-        break;
+        if (errno == EPIPE) break;
+        failed = true;
+        std::fprintf(stderr, "Cannot write the output: %s.\n", std::strerror(errno));
     }
     if (text.empty()) return;
     session.unread = session.quit = true;
-    if (!session.follow) session.worst = std::max(session.worst, verdict::refused);
+    if (failed || !session.follow) session.worst = std::max(session.worst, verdict::refused);
 }
 
 } // namespace console

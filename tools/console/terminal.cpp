@@ -117,7 +117,7 @@ enum class request { none, interrupt, stop, redraw, resize, leave };
 request take_request(console_session& session)
 {
     const int signal = session.signal;
-    if (signal == SIGTERM || signal == SIGHUP) return request::leave;
+    if (signal == SIGTERM || signal == SIGHUP || signal == SIGQUIT) return request::leave;
     session.signal = 0;
     if (signal == SIGINT) return request::interrupt;
     if (signal == SIGTSTP) return request::stop;
