@@ -156,20 +156,31 @@ std::string all_help()
     return text;
 }
 
+nlohmann::json help_json(const command& command)
+{
+    return {{"name", command.name}, {"usage", usage_of(command)}, {"summary", command.summary}};
+}
+
 answer run_help(console_state& console, const desk::moment& /*now*/, const call& call)
 {
     if (call.words.empty()) {
         const int first = desk::find_router(console.desk, console.router)->settings.first_number;
-        return {.text = all_help() + "\nNumbers begin at " + std::to_string(first) +
-                        ". Sources and destinations are given by number, by name or by\n"
-                        "the beginning of a name; names with blanks stand in quotes:\n"
-                        "take \"MON A\" 'CAM 2'\nSeveral commands on a line are separated by ;\n"};
+        answer all{.json = {{"commands", nlohmann::json::array()}}};
+        for (const command& each : all_commands())
+            all.json["commands"].push_back(help_json(each));
+        all.text = all_help() + "\nNumbers begin at " + std::to_string(first) +
+                   ". Sources and destinations are given by number, by name or by\n"
+                   "the beginning of a name; names with blanks stand in quotes:\n"
+                   "take \"MON A\" 'CAM 2'\nSeveral commands on a line are separated by ;\n";
+        return all;
     }
     std::vector<common::word> words = call.words;
     std::string complaint;
     const command* const found = find_command(words, complaint);
     if (found == nullptr) return refusal(complaint, verdict::wrong_use);
-    return {.text = usage_of(*found) + "\n" + std::string(found->help)};
+    answer one{.text = usage_of(*found) + "\n" + std::string(found->help)};
+    one.json = {{"commands", {help_json(*found)}}, {"help", found->help}};
+    return one;
 }
 
 answer run_quit(console_state& /*console*/, const desk::moment& /*now*/, const call& /*call*/)
@@ -248,6 +259,8 @@ std::string why_in_vain(const std::vector<common::word>& words, bool kept)
 {
     constexpr std::array<std::string_view, 2> STAGING = {"stage", "load"};
     constexpr std::array<std::string_view, 4> KEPT = {"lock", "protect", "salvo save", "set"};
+    // The others of a router are said anew by each command line.
+    constexpr std::array<std::string_view, 3> SET_KEPT = {"confirmation-limit", "alias", "group"};
     const auto is_one_of = [](const auto& names, std::string_view name) {
         return std::find(names.begin(), names.end(), name) != names.end();
     };
@@ -260,6 +273,9 @@ std::string why_in_vain(const std::vector<common::word>& words, bool kept)
         std::string(found->name) + " alone would last no longer than this command";
     if (is_one_of(STAGING, found->name))
         return gone + ": give it and take as lines on standard input.";
+    const std::string& first = arguments[0].text;
+    if (found->name == "set" && is_one_of(setting_names(), first) && !is_one_of(SET_KEPT, first))
+        return gone + ": the options of the next one say the " + first + " anew.";
     if (!kept && is_one_of(KEPT, found->name)) return gone + ": --data FILE keeps it.";
     return "";
 }

@@ -209,7 +209,18 @@ struct entry_teller {
             text = entry.person + " asked for an undo: " + what;
         return {"wished",
                 text,
-                {{"batch", desk::text_of(made.id)}, {"rows", rows.size()}, {"notSent", not_sent}}};
+                {{"batch", desk::text_of(made.id)},
+                 {"rows", rows.size()},
+                 {"notSent", not_sent},
+                 {"wishes", wishes_json(rows)}}};
+    }
+
+    nlohmann::json wishes_json(const std::vector<desk::wish>& rows) const
+    {
+        nlohmann::json wishes = nlohmann::json::array();
+        for (const desk::wish& row : rows)
+            wishes.push_back(route_json(console.desk, row.wished, row.was));
+        return wishes;
     }
 
     // With its end when it has had that at once.

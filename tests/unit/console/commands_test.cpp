@@ -70,8 +70,28 @@ TEST_F(Commands, AloneAreInVainWhenNothingKeepsWhatTheyDo)
                                                   "--data FILE keeps it.");
         EXPECT_EQ(why(name + " 1", true), "");
     }
+    for (const std::string name : {"address", "port", "inputs", "outputs", "name", "first-number"})
+        for (const bool kept : {false, true})
+            EXPECT_EQ(why("set " + name + " 1", kept),
+                      "set alone would last no longer than this command: the options of the next "
+                      "one say the " +
+                          name + " anew.");
+    for (const char* const name : {"confirmation-limit", "alias", "group"})
+        EXPECT_EQ(why(std::string("set ") + name + " 1", true), "") << name;
     for (const char* const line : {"set", "take 1 2", "routes", "bogus", "salvo list", "help lock"})
         EXPECT_EQ(why(line, false), "") << line;
+}
+
+TEST_F(Commands, HelpTellsProgramsTheSame)
+{
+    const nlohmann::json all = ask("help").json;
+    ASSERT_EQ(all["commands"].size(), all_commands().size());
+    EXPECT_EQ(all["commands"][0]["name"], "take");
+    EXPECT_EQ(all["commands"][0]["usage"], "take [DESTINATION SOURCE] [--rest]");
+    const nlohmann::json one = ask("help unlock").json;
+    ASSERT_EQ(one["commands"].size(), 1U);
+    EXPECT_EQ(one["commands"][0]["name"], "unlock");
+    EXPECT_THAT(one["help"].get<std::string>(), testing::StartsWith("Your own; "));
 }
 
 TEST_F(Commands, TakeOrdersOneRoute)

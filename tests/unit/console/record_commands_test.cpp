@@ -183,3 +183,16 @@ TEST_F(RecordCommands, RoutersTellTheirLinks)
     EXPECT_EQ(json["inUse"], "main");
     EXPECT_EQ(json["rows"][0]["link"]["state"], "down");
 }
+
+TEST_F(RecordCommands, HistoryTellsProgramsWhatWasWished)
+{
+    ask("take 1 3");
+    happened();
+    const nlohmann::json wished = {{{"router", "main"},
+                                    {"destination", {{"index", 0}, {"name", "MON A"}}},
+                                    {"was", {{"index", 0}, {"name", "CAM 1"}}},
+                                    {"source", {{"index", 2}, {"name", "CAM 3"}}}}};
+    const nlohmann::json last = ask("history").json["rows"].back();
+    EXPECT_EQ(last["event"], "wished");
+    EXPECT_EQ(last["wishes"], wished);
+}
