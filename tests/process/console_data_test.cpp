@@ -74,6 +74,29 @@ TEST_F(ConsoleData, RouterThatIsNotAskedForStaysOff)
     EXPECT_THAT(output, HasSubstr("MON A is locked by ")) << "what was kept of it is still there";
 }
 
+TEST_F(ConsoleData, TellsWhoseLocksWereBrokenMeanwhile)
+{
+    start_simulator();
+    EXPECT_EQ(play_with_data("lock 3 'on air'\n"), 0);
+    EXPECT_EQ(play(on_simulator({"--data", data, "--person", "ben", "unlock", "3", "needed"})), 0);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(play_with_data(""), 0);
+        EXPECT_THAT(output, AllOf(HasSubstr(" Your lock on destination 3 was broken by ben at "),
+                                  HasSubstr(" (needed).\n")));
+    }
+}
+
+TEST_F(ConsoleData, SettingThatTheOptionsSayAnewIsRefused)
+{
+    start_simulator();
+    EXPECT_EQ(play(on_simulator({"--data", data, "set", "first-number", "0"})), 1);
+    EXPECT_THAT(output, HasSubstr("the options of the next one say the first-number anew.\n"));
+    EXPECT_EQ(play(on_simulator({"--data", data, "set", "confirmation-limit", "40s"})), 0);
+    EXPECT_EQ(play(on_simulator({"--data", data, "set"})), 0);
+    EXPECT_THAT(output, AllOf(HasSubstr("first-number        1\n"),
+                              HasSubstr("confirmation-limit  40.0 s\n")));
+}
+
 TEST_F(ConsoleData, IsForOneConsoleAtATime)
 {
     start_simulator();

@@ -9,6 +9,7 @@
 #include "console/positions.h"
 #include "console/route_names.h"
 #include "console/times.h"
+#include "server/desk/notices.h"
 #include "server/desk/words.h"
 
 namespace console {
@@ -272,6 +273,28 @@ void forget_router(console_state& console, const std::string& router)
     console.links.erase(router);
 }
 } // namespace
+
+std::vector<notice> missed_notices(const console_state& console, const desk::moment& now)
+{
+    std::vector<notice> missed;
+    for (const auto& [id, broken] :
+         desk::notices_of(console.desk.house, console.person.person, now.utc)) {
+        missed.push_back(make_notice(
+            now.utc,
+            "Your lock on " + place_text(console, broken.router, broken.destination) +
+                " was broken by " + broken.by + " at " + day_and_time(broken.at) + " (" +
+                broken.reason + ").\n",
+            {{"event", "lockBroken"},
+             {"router", broken.router},
+             {"destination", destination_json(console.desk, broken.router, broken.destination)},
+             {"owner", broken.person},
+             {"person", broken.by},
+             {"reason", broken.reason}},
+            true));
+        missed.back().json["at"] = json_time(broken.at);
+    }
+    return missed;
+}
 
 bool take_events(console_state& console, const desk::moment& now, std::vector<notice>& notices)
 {

@@ -20,4 +20,8 @@ struct notice {
 // whether there was an entry: the house is different now.
 bool take_events(console_state& console, const desk::moment& now, std::vector<notice>& notices);
 
+// What others have done to the person's while no console told it: locks that they broke within a
+// day.
+std::vector<notice> missed_notices(const console_state& console, const desk::moment& now);
+
 } // namespace console

@@ -10,6 +10,7 @@
 #include "console/commands.h"
 #include "console/events.h"
 #include "console/safe_text.h"
+#include "server/desk/notices.h"
 #include "server/desk/words.h"
 
 namespace console {
@@ -58,16 +59,21 @@ bool is_wanted(const console_session& session, const notice& notice)
     return notice.always || session.follow;
 }
 
-void print_notices(console_session& session)
+void print_wanted(console_session& session, const std::vector<notice>& notices)
 {
-    std::vector<notice> notices;
-    const bool changed = take_events(session.console, now(), notices);
-    if (changed && session.kept) note_change(*session.kept, now().steady);
     std::string text;
     for (const notice& each : notices)
         if (is_wanted(session, each))
             text += session.json ? json_line(each.json, "event") : safe_text(each.text);
     if (!text.empty()) session.print(text);
+}
+
+void print_notices(console_session& session)
+{
+    std::vector<notice> notices;
+    const bool changed = take_events(session.console, now(), notices);
+    if (changed && session.kept) note_change(*session.kept, now().steady);
+    print_wanted(session, notices);
 }
 
 // Another try comes when it is due again.
@@ -124,6 +130,17 @@ void serve_session(console_session& session)
 {
     routers::serve_routers(session.console.running, session.console.desk, now());
     print_notices(session);
+}
+
+void tell_missed(console_session& session, bool seen)
+{
+    console_state& console = session.console;
+    const desk::moment time = now();
+    print_wanted(session, missed_notices(console, time));
+    if (!seen) return;
+    for (const auto& [id, broken] :
+         desk::notices_of(console.desk.house, console.person.person, time.utc))
+        desk::dismiss_notice(console.desk, time, console.person, id);
 }
 
 void wait_session(console_session& session, std::span<pollfd> watched,

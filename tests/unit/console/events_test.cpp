@@ -185,3 +185,24 @@ TEST_F(Events, SayWhetherTheHouseIsDifferent)
     desk::set_lock(console.desk, now, ben, "main", 0, desk::lock_mode::lock, "", {});
     EXPECT_TRUE(take_events(console, now, told));
 }
+
+TEST_F(Events, TellsAPersonWhatLocksOthersHaveBroken)
+{
+    ask("lock 3 news");
+    ask("lock 4");
+    desk::remove_lock(console.desk, now, ben, "main", 2, true, "needed for the show");
+    desk::remove_lock(console.desk, now, console.person, "main", 3, false, "");
+    const desk::house kept = console.desk.house;
+    now.utc += std::chrono::hours(3);
+    console.desk = desk::make_desk(2, kept, now);
+    const auto missed = missed_notices(console, now);
+    ASSERT_EQ(missed.size(), 1U);
+    EXPECT_EQ(missed[0].text, "17:02:11 Your lock on destination 3 was broken by ben at 2026-11-21 "
+                              "14:02:11 (needed for the show).\n");
+    EXPECT_TRUE(missed[0].always);
+    EXPECT_EQ(missed[0].json["event"], "lockBroken");
+    EXPECT_EQ(missed[0].json["at"], "2026-11-21T14:02:11.000Z");
+    EXPECT_EQ(missed[0].json["person"], "ben");
+    console.person.person = "ben";
+    EXPECT_TRUE(missed_notices(console, now).empty());
+}
