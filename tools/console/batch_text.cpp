@@ -95,13 +95,12 @@ std::string shown_text(const console_state& console, const desk::route& route,
     const auto& [router, destination, source] = route;
     const int shown = known_source(console.desk, route);
     const std::string place = place_text(console, router, destination);
-    const std::string said = desk::source_name(console.desk, router, source) + ": " + end;
+    const std::string said = source_text(console, router, source) + ": " + end;
     if (shown == source) return place + " shows " + said;
     if (shown == desk::UNKNOWN_SOURCE)
         return place + " showed " + said + "; what it shows by now is not known";
-    return place + " showed " + said + "; it shows " +
-           desk::source_name(console.desk, router, shown) + " by now, " +
-           desk::taker_text(console.desk, router, destination, shown);
+    return place + " showed " + said + "; it shows " + source_text(console, router, shown) +
+           " by now, " + desk::taker_text(console.desk, router, destination, shown);
 }
 
 std::string outcome_row_text(const console_state& console, const desk::wish& row)
@@ -112,7 +111,7 @@ std::string outcome_row_text(const console_state& console, const desk::wish& row
     const int shown = known_source(console.desk, row.wished);
     if (shown == desk::UNKNOWN_SOURCE) return text + "; what it shows by now is not known";
     return text + "; " + place_text(console, row.wished.router, row.wished.destination) +
-           " shows " + desk::source_name(console.desk, row.wished.router, shown);
+           " shows " + source_text(console, row.wished.router, shown);
 }
 
 // Figures of a batch that has ended.

@@ -23,11 +23,6 @@ std::string number_text(const console_state& console, const std::string& router,
     return std::to_string(position + (known == nullptr ? 1 : known->settings.first_number));
 }
 
-std::string source_name(const console_state& console, const desk::route& route)
-{
-    return desk::source_name(console.desk, route.router, route.source);
-}
-
 std::string salvo_name(const console_state& console, const desk::ulid& id)
 {
     const desk::house& house = console.desk.house;
@@ -61,17 +56,11 @@ std::string kind_text(desk::batch_kind kind)
     return "";
 }
 
-std::string wish_text(const console_state& console, const desk::wish& wish)
-{
-    return place_text(console, wish.wished.router, wish.wished.destination) + " <- " +
-           source_name(console, wish.wished);
-}
-
 // Of a wish that may have been forgotten: without its route then.
 std::string known_wish_text(const console_state& console, const desk::wish_id& id)
 {
     const desk::wish* const wish = desk::find_wish(console.desk.house, id);
-    return wish == nullptr ? "a forgotten row" : wish_text(console, *wish);
+    return wish == nullptr ? "a forgotten row" : route_text(console, wish->wished);
 }
 
 // The kind of an entry, in JSON, its sentence, and what else is in its JSON.
@@ -227,7 +216,7 @@ struct entry_teller {
     std::string asked_text(const desk::wish& wish) const
     {
         const bool goes = wish.end == desk::outcome::open;
-        return wish_text(console, wish) + (goes ? "" : ": " + end_text(wish));
+        return route_text(console, wish.wished) + (goes ? "" : ": " + end_text(wish));
     }
 
     static std::string refused_text(std::ptrdiff_t not_sent)
@@ -261,8 +250,7 @@ struct entry_teller {
     {
         return {"fact",
                 place_text(console, change.router, change.destination) + " shows " +
-                    desk::source_name(console.desk, change.router, change.source) +
-                    ": taken by somebody else",
+                    source_text(console, change.router, change.source) + ": taken by somebody else",
                 {{"router", change.router},
                  {"destination", destination_json(console.desk, change.router, change.destination)},
                  {"source", source_json(console.desk, change.router, change.source)},

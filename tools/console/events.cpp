@@ -111,8 +111,8 @@ void tell_link(console_state& console, const desk::moment& now, const std::strin
         memory.lost = live.link_since;
     }
     memory.ready = live.link == desk::link_state::ready;
-    const std::string sentence = link_sentence(console, router);
     if (std::exchange(memory.state, live.link) != live.link) memory.since = now.steady;
+    const std::string sentence = link_sentence(console, router);
     const bool is_new = memory.ready || memory.told.insert(sentence).second;
     notices.push_back(make_notice(
         now.utc, sentence + ".\n",
@@ -174,7 +174,7 @@ void note_fact(console_state& console, const shown_fact& fact, std::vector<notic
     notices.push_back(
         make_notice(fact.at,
                     place_text(console, router, destination) + " shows " +
-                        desk::source_name(console.desk, router, source) + ": " + fact.taker + ".\n",
+                        source_text(console, router, source) + ": " + fact.taker + ".\n",
                     {{"event", "fact"},
                      {"router", router},
                      {"destination", destination_json(console.desk, router, destination)},

@@ -83,7 +83,7 @@ answer lock_answer(const console_state& console, int destination)
     const desk::lock& lock = desk::find_router(console.desk, console.router)->locks.at(destination);
     answer result{.json = lock_json(console, destination, lock)};
     result.text =
-        desk::lock_text(console.desk, console.router, destination) + until_text(lock) +
+        destination_text(console, console.router, destination) + " is " + lock_state(lock) +
         (lock.mode == desk::lock_mode::lock ? ": nobody may route it here, you included.\n"
                                             : ": nobody but you may route it here.\n") +
         "The router itself knows nothing of it: it can still be routed past this "
@@ -127,14 +127,19 @@ answer run_unlock(console_state& console, const desk::moment& now, const call& c
     const auto destination = find_kept_destination(console, call.words[0], complaint);
     if (!destination) return refuse_lookup(console, complaint);
     const bool force = call.words.size() > 1;
-    const std::string was = desk::lock_text(console.desk, console.router, *destination);
+    const auto& locks = desk::find_router(console.desk, console.router)->locks;
+    const auto lock = locks.find(*destination);
+    const std::string was = lock == locks.end()
+                                ? ""
+                                : destination_text(console, console.router, *destination) + " is " +
+                                      holder_text(lock->second);
     const desk::objection found =
         desk::remove_lock(console.desk, now, console.person, console.router, *destination, force,
                           force ? call.words[1].text : "");
     const bool foreign =
         found.why == desk::reason::locked || found.why == desk::reason::protected_by_other;
     if (foreign)
-        return refusal(found.detail + "; to break that, give a reason behind the destination.",
+        return refusal(was + "; to break that, give a reason behind the destination.",
                        verdict::refused);
     if (found.why != desk::reason::none)
         return refusal("Not unlocked: " + found.detail + ".", verdict::refused);

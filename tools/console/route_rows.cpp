@@ -100,7 +100,7 @@ std::string state_text(const console_state& console, const route_row& row,
                        std::optional<desk::wall> told_above)
 {
     const auto name = [&](int source) {
-        return desk::source_name(console.desk, row.router, source);
+        return source_text(console, row.router, source);
     };
     std::string text;
     if (row.as_of && row.as_of != told_above) add_state(text, "as of " + time_of_day(*row.as_of));
@@ -116,10 +116,15 @@ std::string state_text(const console_state& console, const route_row& row,
     return text;
 }
 
-std::string lock_state(const desk::lock& lock)
+std::string holder_text(const desk::lock& lock)
 {
     return desk::text_of(lock.mode) + (" by " + lock.owner) +
-           (lock.reason.empty() ? "" : " (" + lock.reason + ")") + until_text(lock);
+           (lock.reason.empty() ? "" : " (" + lock.reason + ")");
+}
+
+std::string lock_state(const desk::lock& lock)
+{
+    return holder_text(lock) + until_text(lock);
 }
 
 std::string until_text(const desk::lock& lock)

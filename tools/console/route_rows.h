@@ -38,7 +38,8 @@ bool is_problem(const route_row& row);
 // it tells when it is another time than `told_above`.
 std::string state_text(const console_state& console, const route_row& row,
                        std::optional<desk::wall> told_above);
-std::string lock_state(const desk::lock& lock); // "locked by anna (on air) until 14:10:00"
+std::string holder_text(const desk::lock& lock); // "locked by anna (on air)"
+std::string lock_state(const desk::lock& lock);  // "locked by anna (on air) until 14:10:00"
 // " until 14:10:00", with the day where the time alone may be another day's; empty without an end.
 std::string until_text(const desk::lock& lock);
 

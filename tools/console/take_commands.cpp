@@ -75,8 +75,7 @@ answer run_back(console_state& console, const desk::moment& now, const call& cal
                               call.dry_run);
     }
     return refusal("It is not known what " +
-                       desk::destination_name(console.desk, console.router, *destination) +
-                       " showed before.",
+                       destination_text(console, console.router, *destination) + " showed before.",
                    verdict::refused);
 }
 
@@ -136,8 +135,8 @@ std::string trouble_of(const console_state& console, const desk::staged_row& row
     if (!is_change || (!changed && tried.why == desk::reason::changed_since)) return tried.detail;
     if (!changed) return "";
     const int shown = desk::source_shown(live, destination);
-    return "changed since: it shows " + desk::source_name(console.desk, console.router, shown) +
-           " by now, " + desk::taker_text(console.desk, console.router, destination, shown) +
+    return "changed since: it shows " + source_text(console, console.router, shown) + " by now, " +
+           desk::taker_text(console.desk, console.router, destination, shown) +
            "; stage it again to keep it, or unstage it";
 }
 
@@ -150,9 +149,9 @@ answer staged_row(const console_state& console, const desk::staged_row& row,
     const std::string trouble = trouble_of(console, row, tried);
     answer told;
     told.json = route_json(desk, route, row.seen);
-    told.text = desk::destination_name(desk, console.router, destination) + ": " +
-                desk::source_name(desk, console.router, row.seen) + " -> " +
-                desk::source_name(desk, console.router, row.source);
+    told.text = destination_text(console, console.router, destination) + ": " +
+                source_text(console, console.router, row.seen) + " -> " +
+                source_text(console, console.router, row.source);
     told.json["shown"] = known_source(desk, route) == row.source;
     if (!trouble.empty()) {
         told.text += " (" + trouble + ")";
@@ -219,7 +218,7 @@ answer run_unstage(console_state& console, const desk::moment& /*now*/, const ca
     std::string complaint;
     const auto destination = find_kept_destination(console, call.words[0], complaint);
     if (!destination) return refuse_lookup(console, complaint);
-    const std::string name = desk::destination_name(console.desk, console.router, *destination);
+    const std::string name = destination_text(console, console.router, *destination);
     if (!desk::unstage_row(console.desk, console.person, console.router, *destination))
         return refusal(name + " is not staged.", verdict::refused);
     return {
