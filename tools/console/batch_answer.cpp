@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <vector>
 
+#include "console/batch_text.h"
 #include "console/route_names.h"
+#include "console/route_rows.h"
 #include "server/desk/words.h"
 
 namespace console {
@@ -37,22 +39,28 @@ std::string routes(std::size_t part, std::size_t whole)
     return (part == whole ? "" : std::to_string(part) + " of ") + route_count(whole);
 }
 
-// What it would take for the row to go, where a person can do something about it.
-std::string advice(const desk::row_answer& row, desk::batch_kind kind)
+// What stands in the row's way, and what a person can do about it.
+std::string blocked_text(const console_state& console, const desk::row_answer& row,
+                         const batch_asked& asked)
 {
-    const bool staged = kind == desk::batch_kind::stage;
-    if (!staged || row.why != desk::reason::changed_since) return "";
-    return "; stage it again to keep it, or unstage it";
+    std::string better;
+    if (row.why == desk::reason::not_confirmed)
+        better = unconfirmed_text(console, asked.of, row.wished);
+    const bool staged = asked.kind == desk::batch_kind::stage;
+    if (!staged || row.why != desk::reason::changed_since)
+        return better.empty() ? row.detail : better;
+    better = open_take_text(console, row.wished.router, row.wished.destination);
+    return better.empty() ? row.detail + "; stage it again to keep it, or unstage it" : better;
 }
 
 std::string row_text(const console_state& console, const desk::row_answer& row,
-                     desk::batch_kind kind)
+                     const batch_asked& asked)
 {
     const auto& [router, destination, source] = row.wished;
     const std::string place = place_text(console, router, destination);
     const std::string name = source_text(console, router, source);
     if (row.unchanged) return place + " shows " + name + " already";
-    if (!row.goes) return place + " <- " + name + ": " + row.detail + advice(row, kind);
+    if (!row.goes) return place + " <- " + name + ": " + blocked_text(console, row, asked);
     const int shown = known_source(console.desk, row.wished);
     return place + ": " + source_text(console, router, shown) + " -> " + name;
 }
@@ -118,33 +126,65 @@ std::string headline(const std::vector<desk::row_answer>& rows, const verbs& ver
            " blocked:\n";
 }
 
-std::string answer_text(const console_state& console, const desk::take_answer& told,
-                        desk::batch_kind kind, bool dry_run)
+// "undo" when that is what the command was, or "redo"; else empty.
+std::string step_command(desk::batch_kind kind)
 {
-    const verbs verbs = verbs_of(kind);
+    if (kind == desk::batch_kind::undo) return "undo";
+    return kind == desk::batch_kind::redo ? "redo" : "";
+}
+
+// It may go by itself, later.
+bool may_only_wait(const console_state& console, const desk::row_answer& row)
+{
+    const desk::live_router* const live = desk::find_live(console.desk, row.wished.router);
+    return row.why == desk::reason::link_not_ready ||
+           (live != nullptr && live->open.contains(row.wished.destination));
+}
+
+// What is to be typed when rows are blocked.
+std::string rest_text(const console_state& console, const std::vector<desk::row_answer>& rows,
+                      const batch_asked& asked)
+{
+    const auto any = [&](auto rule) {
+        return std::any_of(rows.begin(), rows.end(), rule);
+    };
+    const std::string step = step_command(asked.kind);
+    if (any([](const auto& row) { return is_blocked(row) && !has_reason(row); }))
+        return step.empty()
+                   ? "With --rest, what can go goes.\n"
+                   : "\"" + step + " --rest\" sends what can go, and gives up the others.\n";
+    const bool stuck = any(has_reason) && !any([&](const desk::row_answer& row) {
+                           return row.goes || may_only_wait(console, row);
+                       });
+    if (step.empty() || asked.dry_run || !stuck) return "";
+    return (asked.rest ? "It is given up: " : "\"" + step + " --rest\" gives it up: then ") + "\"" +
+           step + "\" is about the take before.\n";
+}
+
+std::string answer_text(const console_state& console, const desk::take_answer& told,
+                        const batch_asked& asked)
+{
+    const verbs verbs = verbs_of(asked.kind);
+    const bool dry_run = asked.dry_run;
     if (told.rows.size() == 1) {
         const desk::row_answer& row = told.rows.front();
         const char* const verb = !row.goes ? "" : dry_run ? verbs.would_go : verbs.goes;
-        return one_row_text(verb + row_text(console, row, kind), is_blocked(row), dry_run);
+        return one_row_text(verb + row_text(console, row, asked), is_blocked(row), dry_run) +
+               rest_text(console, told.rows, asked);
     }
     std::string text = headline(told.rows, verbs, dry_run);
-    bool others = false;
-    for (const desk::row_answer& row : told.rows) {
-        if (is_blocked(row) && !has_reason(row))
-            others = true;
-        else
-            text += "  " + row_text(console, row, kind) + "\n";
-    }
-    if (others) text += "With --rest, what can go goes.\n";
-    return text;
+    for (const desk::row_answer& row : told.rows)
+        if (!is_blocked(row) || has_reason(row))
+            text += "  " + row_text(console, row, asked) + "\n";
+    return text + rest_text(console, told.rows, asked);
 }
 } // namespace
 
 answer batch_answer(const console_state& console, const desk::take_answer& told,
-                    desk::batch_kind kind, bool dry_run)
+                    const batch_asked& asked)
 {
     if (told.rows.empty()) return refuse_whole(told);
-    answer result{.text = answer_text(console, told, kind, dry_run)};
+    answer result{.text = answer_text(console, told, asked)};
     bool goes = false;
     auto& rows = result.json["rows"] = nlohmann::json::array();
     for (const desk::row_answer& row : told.rows) {
@@ -152,8 +192,8 @@ answer batch_answer(const console_state& console, const desk::take_answer& told,
         goes = goes || row.goes;
         result.verdict = std::max(result.verdict, verdict_of(row));
     }
-    result.json["dryRun"] = dry_run;
-    if (!goes || dry_run) return result;
+    result.json["dryRun"] = asked.dry_run;
+    if (!goes || asked.dry_run) return result;
     result.batch = told.batch;
     result.json["batch"] = desk::text_of(told.batch);
     return result;

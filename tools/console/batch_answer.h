@@ -7,8 +7,15 @@
 
 namespace console {
 
+struct batch_asked {
+    desk::batch_kind kind = desk::batch_kind::take;
+    bool rest = false;
+    bool dry_run = false;
+    desk::ulid of = {}; // the batch that is undone, taken again or rolled back
+};
+
 // As the desk has told just now. It has a batch when something is on its way.
 answer batch_answer(const console_state& console, const desk::take_answer& told,
-                    desk::batch_kind kind, bool dry_run);
+                    const batch_asked& asked);
 
 } // namespace console

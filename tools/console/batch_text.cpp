@@ -103,8 +103,12 @@ std::string shown_text(const console_state& console, const desk::route& route,
            " by now, " + desk::taker_text(console.desk, router, destination, shown);
 }
 
-std::string outcome_row_text(const console_state& console, const desk::wish& row)
+std::string outcome_row_text(const console_state& console, const desk::ulid& of,
+                             const desk::wish& row)
 {
+    if (row.why == desk::reason::not_confirmed)
+        if (const std::string why = unconfirmed_text(console, of, row.wished); !why.empty())
+            return route_text(console, row.wished) + ": not sent: " + why;
     if (row.end == desk::outcome::confirmed) return shown_text(console, row.wished, end_text(row));
     std::string text = route_text(console, row.wished) + ": " + end_text(row);
     if (row.end != desk::outcome::timed_out || row.confirmed_late_after) return text;
@@ -172,6 +176,24 @@ std::string end_text(const desk::wish& row)
     return end + "; confirmed late, after " + duration(*row.confirmed_late_after);
 }
 
+std::string unconfirmed_text(const console_state& console, const desk::ulid& of,
+                             const desk::route& wished)
+{
+    const auto batch = console.desk.house.batches.find(of);
+    if (batch == console.desk.house.batches.end()) return "";
+    for (const desk::wish& row : batch->second.rows) {
+        if (row.wished.router != wished.router || row.wished.destination != wished.destination)
+            continue;
+        if (row.end == desk::outcome::confirmed || row.confirmed_late_after) return "";
+        const std::string take =
+            "the take of " + source_text(console, wished.router, row.wished.source) + " there is ";
+        if (row.end == desk::outcome::open) return take + "still under way";
+        return take + "not confirmed: " +
+               (row.end == desk::outcome::contradicted ? row.detail : end_text(row));
+    }
+    return "";
+}
+
 std::string figures_text(const desk::batch& batch)
 {
     const outcome_figures figures = figures_of(batch);
@@ -195,12 +217,13 @@ std::string outcome_text(const console_state& console, const desk::ulid& batch)
     if (found == console.desk.house.batches.end()) return "";
     const std::vector<desk::wish>& rows = found->second.rows;
     const std::string title = title_text(console.desk.house, found->second);
-    if (rows.size() == 1) return title + outcome_row_text(console, rows.front()) + ".\n";
+    if (rows.size() == 1)
+        return title + outcome_row_text(console, found->second.of, rows.front()) + ".\n";
     std::string text = title + figures_text(found->second) + ".\n";
     std::size_t others = 0;
     for (const desk::wish& row : rows)
         if (row.end != desk::outcome::confirmed && ++others <= ROWS_TOLD)
-            text += "  " + outcome_row_text(console, row) + "\n";
+            text += "  " + outcome_row_text(console, found->second.of, row) + "\n";
     return text + others_text(others);
 }
 

@@ -37,6 +37,11 @@ nlohmann::json late_json(const console_state& console, const desk::wish_id& id);
 // "timed out: ...": the end of one wish in words, without its route. For lists of what happened.
 std::string end_text(const desk::wish& row);
 
+// Of a row that would put back what the batch `of` did there: "the take of CAM 3 there is not
+// confirmed: refused by the router (NAK 0005)". Empty when that was confirmed, or is forgotten.
+std::string unconfirmed_text(const console_state& console, const desk::ulid& of,
+                             const desk::route& wished);
+
 // The end's name in JSON: "timedOut".
 const char* code_of(desk::outcome outcome);
 

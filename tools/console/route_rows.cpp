@@ -8,7 +8,6 @@
 
 namespace console {
 
-namespace {
 const desk::staged_row* find_staged(const console_state& console, const std::string& router,
                                     int destination)
 {
@@ -20,6 +19,20 @@ const desk::staged_row* find_staged(const console_state& console, const std::str
     return row == stage->second.end() ? nullptr : &row->second;
 }
 
+std::string open_take_text(const console_state& console, const std::string& router, int destination)
+{
+    const desk::live_router& live = *desk::find_live(console.desk, router);
+    const desk::staged_row* const row = find_staged(console, router, destination);
+    const auto open = live.open.find(destination);
+    if (row == nullptr || desk::has_changed(live, destination, *row) || open == live.open.end())
+        return "";
+    const desk::open_wish& newest = open->second.back();
+    return "a take of " + source_text(console, router, newest.source) + " by " +
+           console.desk.house.batches.at(newest.id.batch).person +
+           " is under way; until that has ended this one is not sent";
+}
+
+namespace {
 // Of a fact that is not fresh: while the link that told it stood, it was true, unless the desk
 // doubted it.
 std::optional<desk::wall> last_known(const console_state& console, const std::string& router,

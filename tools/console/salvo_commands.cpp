@@ -173,10 +173,10 @@ answer run_show(console_state& console, const desk::moment& /*now*/, const call&
 
 // Of a batch that was made of the salvo. `which` tells it apart: "version 2".
 answer salvo_answer(const console_state& console, const desk::salvo& salvo,
-                    const std::string& which, const desk::take_answer& told, desk::batch_kind kind,
-                    bool dry_run)
+                    const std::string& which, const desk::take_answer& told,
+                    const batch_asked& asked)
 {
-    answer result = batch_answer(console, told, kind, dry_run);
+    answer result = batch_answer(console, told, asked);
     result.text.insert(0, "Salvo " + salvo.name + ", " + which + ":\n");
     result.json["salvo"] = salvo.name;
     return result;
@@ -192,7 +192,7 @@ answer run_take(console_state& console, const desk::moment& now, const call& cal
     result =
         salvo_answer(console, *salvo, "version " + std::to_string(version),
                      desk::run_salvo(console.desk, now, console.person, id, 0, command_of(call)),
-                     desk::batch_kind::salvo, call.dry_run);
+                     {desk::batch_kind::salvo, call.rest, call.dry_run});
     result.json["version"] = version;
     return result;
 }
@@ -206,10 +206,11 @@ answer run_rollback(console_state& console, const desk::moment& now, const call&
     const desk::ulid* const run = find_last_run(console.desk.house, id);
     if (run == nullptr)
         return refusal("Salvo " + salvo->name + " has not been taken here.", verdict::refused);
-    const desk::wall taken = console.desk.house.batches.at(*run).made;
+    const desk::ulid batch = *run;
+    const desk::wall taken = console.desk.house.batches.at(batch).made;
     return salvo_answer(console, *salvo, "taken at " + day_and_time(taken),
-                        desk::roll_back(console.desk, now, console.person, *run, command_of(call)),
-                        desk::batch_kind::rollback, call.dry_run);
+                        desk::roll_back(console.desk, now, console.person, batch, command_of(call)),
+                        {desk::batch_kind::rollback, call.rest, call.dry_run, batch});
 }
 
 answer run_delete(console_state& console, const desk::moment& now, const call& call)

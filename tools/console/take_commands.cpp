@@ -6,6 +6,7 @@
 #include "console/link_text.h"
 #include "console/lookup.h"
 #include "console/route_names.h"
+#include "console/route_rows.h"
 #include "server/desk/stages.h"
 #include "server/desk/undo.h"
 #include "server/desk/words.h"
@@ -28,13 +29,13 @@ bool find_route(const console_state& console, const call& call, desk::route& rou
 }
 
 answer take_route(console_state& console, const desk::moment& now, const desk::route& route,
-                  bool dry_run)
+                  const call& call)
 {
     desk::take_request request;
     request.rows = {{route, {}}};
-    request.dry_run = dry_run;
+    request.dry_run = call.dry_run;
     return batch_answer(console, desk::take(console.desk, now, console.person, request),
-                        desk::batch_kind::take, dry_run);
+                        {desk::batch_kind::take, call.rest, call.dry_run});
 }
 
 answer run_take(console_state& console, const desk::moment& now, const call& call)
@@ -43,7 +44,7 @@ answer run_take(console_state& console, const desk::moment& now, const call& cal
         return batch_answer(
             console,
             desk::take_stage(console.desk, now, console.person, console.router, command_of(call)),
-            desk::batch_kind::stage, call.dry_run);
+            {desk::batch_kind::stage, call.rest, call.dry_run});
     if (call.words.size() == 1)
         return refusal("take needs a destination and a source, or neither: then it takes what is "
                        "staged.",
@@ -51,7 +52,7 @@ answer run_take(console_state& console, const desk::moment& now, const call& cal
     desk::route route;
     answer wrong;
     if (!find_route(console, call, route, wrong)) return wrong;
-    return take_route(console, now, route, call.dry_run);
+    return take_route(console, now, route, call);
 }
 
 answer run_disconnect(console_state& console, const desk::moment& now, const call& call)
@@ -59,7 +60,7 @@ answer run_disconnect(console_state& console, const desk::moment& now, const cal
     std::string complaint;
     const auto destination = find_destination(console, call.words[0], complaint);
     if (!destination) return refuse_lookup(console, complaint);
-    return take_route(console, now, {console.router, *destination, desk::NO_SOURCE}, call.dry_run);
+    return take_route(console, now, {console.router, *destination, desk::NO_SOURCE}, call);
 }
 
 answer run_back(console_state& console, const desk::moment& now, const call& call)
@@ -71,8 +72,7 @@ answer run_back(console_state& console, const desk::moment& now, const call& cal
     if (router != console.before.end()) {
         const auto source = router->second.find(*destination);
         if (source != router->second.end())
-            return take_route(console, now, {console.router, *destination, source->second},
-                              call.dry_run);
+            return take_route(console, now, {console.router, *destination, source->second}, call);
     }
     return refusal("It is not known what " +
                        destination_text(console, console.router, *destination) + " showed before.",
@@ -81,14 +81,18 @@ answer run_back(console_state& console, const desk::moment& now, const call& cal
 
 answer run_undo(console_state& console, const desk::moment& now, const call& call)
 {
+    const auto steps = desk::undo_steps(console.desk.house, now, console.person.person);
+    const desk::ulid of = steps.empty() ? desk::ulid{} : steps.front()->batch;
     return batch_answer(console, desk::undo(console.desk, now, console.person, command_of(call)),
-                        desk::batch_kind::undo, call.dry_run);
+                        {desk::batch_kind::undo, call.rest, call.dry_run, of});
 }
 
 answer run_redo(console_state& console, const desk::moment& now, const call& call)
 {
+    const auto steps = desk::redo_steps(console.desk.house, now, console.person.person);
+    const desk::ulid of = steps.empty() ? desk::ulid{} : steps.front()->batch;
     return batch_answer(console, desk::redo(console.desk, now, console.person, command_of(call)),
-                        desk::batch_kind::redo, call.dry_run);
+                        {desk::batch_kind::redo, call.rest, call.dry_run, of});
 }
 } // namespace
 
@@ -100,14 +104,6 @@ const desk::stage_rows* find_stage(const console_state& console, const std::stri
     if (person == console.desk.stages.end()) return nullptr;
     const auto stage = person->second.find(router);
     return stage == person->second.end() ? nullptr : &stage->second;
-}
-
-const desk::staged_row* find_staged(const console_state& console, int destination)
-{
-    const desk::stage_rows* const stage = find_stage(console, console.router);
-    if (stage == nullptr) return nullptr;
-    const auto row = stage->find(destination);
-    return row == stage->end() ? nullptr : &row->second;
 }
 
 // What taking them would answer now, by destination.
@@ -132,8 +128,12 @@ std::string trouble_of(const console_state& console, const desk::staged_row& row
     const bool changed = desk::has_changed(live, destination, row);
     const bool is_change =
         tried.why == desk::reason::changed_since || tried.why == desk::reason::link_not_ready;
-    if (!is_change || (!changed && tried.why == desk::reason::changed_since)) return tried.detail;
-    if (!changed) return "";
+    if (!is_change) return tried.detail;
+    if (!changed && tried.why == desk::reason::link_not_ready) return "";
+    if (!changed) {
+        const std::string open = open_take_text(console, console.router, destination);
+        return open.empty() ? tried.detail : open;
+    }
     const int shown = desk::source_shown(live, destination);
     return "changed since: it shows " + source_text(console, console.router, shown) + " by now, " +
            desk::taker_text(console.desk, console.router, destination, shown) +
@@ -208,7 +208,7 @@ answer run_stage(console_state& console, const desk::moment& now, const call& ca
     const desk::row_answer told = desk::stage_row(console.desk, now, console.person, route);
     if (told.why != desk::reason::none)
         return refusal("Not staged: " + told.detail + ".", verdict::refused);
-    answer row = staged_row(console, *find_staged(console, route.destination),
+    answer row = staged_row(console, *find_staged(console, console.router, route.destination),
                             tried_stage(console, now).at(route.destination));
     return {.text = "Staged " + row.text + ".\n", .json = std::move(row.json)};
 }

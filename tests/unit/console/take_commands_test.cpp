@@ -189,13 +189,20 @@ TEST_F(TakeCommands, StagedTellsWhateverWouldHoldTheRowBack)
     console.desk.live.at("main").facts[0].connection = 0;
     ask("take 2 4");
     desk::report_counts(console.desk, "main", 8, 4);
-    EXPECT_EQ(says("staged"), "Staged on main, 3 routes:\n"
-                              "  MON A: CAM 1 -> CAM 3 (what MON A shows is not known)\n"
-                              "  MON B: CAM 1 -> CAM 3 (another take of MON B is under way)\n"
-                              "  MON H: CAM 1 -> CAM 3 (main has no MON H)\n");
+    EXPECT_EQ(says("staged"),
+              "Staged on main, 3 routes:\n"
+              "  MON A: CAM 1 -> CAM 3 (what MON A shows is not known)\n"
+              "  MON B: CAM 1 -> CAM 3 (a take of CAM 4 by anna is under way; until "
+              "that has ended this one is not sent)\n"
+              "  MON H: CAM 1 -> CAM 3 (main has no MON H)\n");
     EXPECT_EQ(ask("staged").json["rows"][2]["trouble"], "main has no MON H");
-    EXPECT_EQ(says("stage 2 5"), "Staged MON B: CAM 1 -> CAM 5 (another take of MON B is under "
-                                 "way).\n");
+    EXPECT_EQ(says("stage 2 5"), "Staged MON B: CAM 1 -> CAM 5 (a take of CAM 4 by anna is "
+                                 "under way; until that has ended this one is not sent).\n");
+    EXPECT_EQ(says("dry-run"), "Nothing would be sent: 3 routes are blocked:\n"
+                               "  MON A <- CAM 3: what MON A shows is not known\n"
+                               "  MON B <- CAM 5: a take of CAM 4 by anna is under way; until that "
+                               "has ended this one is not sent\n"
+                               "  MON H <- CAM 3: main has no MON H\n");
 }
 
 TEST_F(TakeCommands, StagedTellsOfAChangeAlsoWhileTheLinkIsDown)
@@ -293,7 +300,7 @@ TEST_F(TakeCommands, UndoAndRedoSayPerRowWhatGoesBack)
     EXPECT_EQ(refused.text, "Nothing was sent: 1 of 2 routes is blocked:\n"
                             "  MON B <- CAM 1: MON B was changed since: it shows CAM 5, taken by "
                             "somebody else\n"
-                            "With --rest, what can go goes.\n");
+                            "\"undo --rest\" sends what can go, and gives up the others.\n");
     EXPECT_EQ(refused.verdict, verdict::refused);
     EXPECT_EQ(says("undo --rest"), "Undoing 1 of 2 routes:\n"
                                    "  MON A: CAM 3 -> CAM 1\n"
@@ -301,6 +308,58 @@ TEST_F(TakeCommands, UndoAndRedoSayPerRowWhatGoesBack)
                                    "taken by somebody else\n");
     carry_out(0, 0);
     EXPECT_EQ(says("redo"), "Redoing MON A: CAM 1 -> CAM 3.\n");
+}
+
+TEST_F(TakeCommands, UndoOfWhatTheRouterRefusedSaysHowToGoOn)
+{
+    ask("take 2 4");
+    carry_out(1, 3);
+    ask("take 1 3");
+    desk::trace_take_answer(console.desk, now, "main", "");
+    desk::trace_take(console.desk, now, "main", 0, 2);
+    EXPECT_EQ(says("undo"), "Not sent: MON A <- CAM 1: the take of CAM 3 there is still under "
+                            "way.\n");
+    desk::trace_take_answer(console.desk, now, "main", "NAK 0005");
+    const std::string why =
+        "MON A <- CAM 1: the take of CAM 3 there is not confirmed: refused by the router (NAK "
+        "0005).\n";
+    EXPECT_EQ(says("dry-run undo"), "Would not be sent: " + why);
+    EXPECT_EQ(says("undo"), "Not sent: " + why +
+                                "\"undo --rest\" gives it up: then \"undo\" is about the take "
+                                "before.\n");
+    EXPECT_EQ(says("undo --rest"),
+              "Not sent: " + why + "It is given up: \"undo\" is about the take before.\n");
+    EXPECT_EQ(says("undo"), "Undoing MON B: CAM 4 -> CAM 1.\n");
+}
+
+TEST_F(TakeCommands, UndoOfWhatWasContradictedSaysWhatTheRouterShows)
+{
+    ask("stage 1 3");
+    ask("stage 2 3");
+    ask("take");
+    carry_out(0, 2);
+    desk::trace_take(console.desk, now, "main", 1, 2);
+    desk::trace_query(console.desk, "main", 1);
+    desk::trace_route(console.desk, now, "main", 1, 4);
+    report(1, 4);
+    const std::string why = "the take of CAM 3 there is not confirmed: the router shows CAM 5 "
+                            "instead: taken by somebody else\n";
+    EXPECT_EQ(says("undo"), "Nothing was sent: 1 of 2 routes is blocked:\n"
+                            "  MON B <- CAM 1: " +
+                                why +
+                                "\"undo --rest\" sends what can go, and gives up the others.\n");
+    ask("undo --rest");
+    happened();
+    carry_out(0, 0);
+    EXPECT_THAT(happened(), testing::EndsWith("  MON B <- CAM 1: not sent: " + why));
+}
+
+TEST_F(TakeCommands, UndoThatOnlyWaitsForTheLinkIsNotToBeGivenUp)
+{
+    ask("take 1 3");
+    carry_out(0, 2);
+    link(desk::link_state::down, "gone");
+    EXPECT_EQ(says("undo"), "Not sent: MON A <- CAM 1: the link to main is down: gone.\n");
 }
 
 TEST_F(TakeCommands, BackRoutesWhatWasShownBefore)
