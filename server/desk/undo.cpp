@@ -168,6 +168,11 @@ take_answer redo(desk_state& desk, const moment& now, const actor& actor,
     return use_newest(desk, now, actor, command, &undo_record::redo, batch_kind::redo);
 }
 
+bool was_sent(const house& house, const ulid& batch)
+{
+    return !what_went(house, rows_of(batch, house.batches.at(batch))).empty();
+}
+
 take_answer roll_back(desk_state& desk, const moment& now, const actor& actor, const ulid& batch,
                       const batch_command& command)
 {

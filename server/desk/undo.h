@@ -25,6 +25,10 @@ take_answer undo(desk_state& desk, const moment& now, const actor& actor,
 take_answer redo(desk_state& desk, const moment& now, const actor& actor,
                  const batch_command& command);
 
+// Of the batch, which is still known, something was sent to a router: roll_back has something to
+// do.
+bool was_sent(const house& house, const ulid& batch);
+
 // Any batch that is still known, anybody's.
 take_answer roll_back(desk_state& desk, const moment& now, const actor& actor, const ulid& batch,
                       const batch_command& command);

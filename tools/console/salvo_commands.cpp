@@ -32,17 +32,23 @@ const desk::salvo* find_salvo(const console_state& console, const common::word& 
     return &console.desk.house.salvos.at(id);
 }
 
-// The last batch of the salvo of which anything went, or needed not to. None of those is known
-// before the first run.
-const desk::ulid* find_last_run(const desk::house& house, const desk::ulid& salvo)
+// The last batch of the salvo that counts. Null when there is none.
+const desk::ulid* find_run(const desk::house& house, const desk::ulid& salvo,
+                           bool (*counts)(const desk::house&, const desk::ulid&))
 {
-    const auto carried_out = [&](const auto& batch) {
-        const std::vector<desk::wish>& rows = batch.second.rows;
+    const auto is_run = [&](const auto& batch) {
         return batch.second.kind == desk::batch_kind::salvo && batch.second.of == salvo &&
-               std::any_of(rows.begin(), rows.end(), desk::was_accepted);
+               counts(house, batch.first);
     };
-    const auto run = std::find_if(house.batches.rbegin(), house.batches.rend(), carried_out);
+    const auto run = std::find_if(house.batches.rbegin(), house.batches.rend(), is_run);
     return run == house.batches.rend() ? nullptr : &run->first;
+}
+
+// Of which anything went, or needed not to.
+bool was_carried_out(const desk::house& house, const desk::ulid& batch)
+{
+    const std::vector<desk::wish>& rows = house.batches.at(batch).rows;
+    return std::any_of(rows.begin(), rows.end(), desk::was_accepted);
 }
 
 std::vector<desk::route> staged_routes(const console_state& console)
@@ -161,7 +167,7 @@ answer run_show(console_state& console, const desk::moment& /*now*/, const call&
         result.json["rows"].push_back(
             route_json(console.desk, row, known_source(console.desk, row)));
     }
-    const desk::ulid* const run = find_last_run(console.desk.house, id);
+    const desk::ulid* const run = find_run(console.desk.house, id, was_carried_out);
     if (run == nullptr) return result;
     const desk::batch& batch = console.desk.house.batches.at(*run);
     result.json["lastRun"] = {{"batch", desk::text_of(*run)}, {"at", json_time(batch.made)}};
@@ -203,11 +209,13 @@ answer run_rollback(console_state& console, const desk::moment& now, const call&
     desk::ulid id;
     const desk::salvo* const salvo = find_salvo(console, call.words[0], id, result);
     if (salvo == nullptr) return result;
-    const desk::ulid* const run = find_last_run(console.desk.house, id);
+    const desk::house& house = console.desk.house;
+    const desk::ulid* run = find_run(house, id, desk::was_sent);
+    if (run == nullptr) run = find_run(house, id, was_carried_out);
     if (run == nullptr)
         return refusal("Salvo " + salvo->name + " has not been taken here.", verdict::refused);
     const desk::ulid batch = *run;
-    const desk::wall taken = console.desk.house.batches.at(batch).made;
+    const desk::wall taken = house.batches.at(batch).made;
     return salvo_answer(console, *salvo, "taken at " + day_and_time(taken),
                         desk::roll_back(console.desk, now, console.person, batch, command_of(call)),
                         {desk::batch_kind::rollback, call.rest, call.dry_run, batch});

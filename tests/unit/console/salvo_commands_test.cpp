@@ -153,6 +153,27 @@ TEST_F(SalvoCommands, RollbackPutsBackWhatTheLastRunChanged)
     EXPECT_EQ(console.desk.orders.size(), 2U);
 }
 
+TEST_F(SalvoCommands, RollbackPassesOverARunThatChangedNothing)
+{
+    save_news();
+    ask("salvo take NEWS");
+    carry_out(0, 2);
+    carry_out(1, 3);
+    carry_out(0, 4, "back");
+    wait_ms(60'000);
+    ask("salvo take NEWS");
+    EXPECT_THAT(says("salvo rollback NEWS"), HasSubstr("Salvo NEWS, taken at 2026-11-21 14:02:11:\n"
+                                                       "Rolling back 3 routes:\n"));
+}
+
+TEST_F(SalvoCommands, RollbackHasNothingToDoWhereNothingWasEverChanged)
+{
+    ask("salvo save NOW 1-2");
+    ask("salvo take NOW");
+    EXPECT_THAT(says("salvo rollback NOW"),
+                HasSubstr("Nothing of this batch was sent to a router"));
+}
+
 TEST_F(SalvoCommands, DeleteForgetsASalvo)
 {
     save_news();
