@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <set>
 #include <string>
@@ -16,7 +17,14 @@
 
 namespace console {
 
-constexpr std::size_t HISTORY_KEPT = 5000; // entries; the oldest is forgotten
+constexpr std::size_t HISTORY_KEPT = 5000; // the oldest is forgotten
+
+// Worded when it happened: names, and how a wish stood, as they were then.
+struct happening {
+    desk::wall at{};
+    std::string text;
+    nlohmann::json json;
+};
 
 struct link_memory {
     bool ready = false;
@@ -39,7 +47,7 @@ struct console_state {
     std::map<std::string, std::map<int, int>, std::less<>> before;
     std::map<std::string, std::map<int, int>, std::less<>> shown; // the last one
     std::map<std::string, link_memory, std::less<>> links = {};   // by router, kept by events
-    std::deque<desk::entry> history;                              // oldest first
+    std::deque<happening> history;                                // oldest first
     std::size_t columns = 0; // of the terminal, which sets it; 0: lines may have any length
 };
 

@@ -299,7 +299,7 @@ std::vector<notice> missed_notices(const console_state& console, const desk::mom
 bool take_events(console_state& console, const desk::moment& now, std::vector<notice>& notices)
 {
     const changed_things things = sort_changes(std::exchange(console.desk.changes, {}));
-    std::vector<desk::entry> entries = std::exchange(console.desk.entries, {});
+    const std::vector<desk::entry> entries = std::exchange(console.desk.entries, {});
     const auto is_there = [&](const std::string& router) {
         return desk::find_live(console.desk, router) != nullptr;
     };
@@ -316,8 +316,9 @@ bool take_events(console_state& console, const desk::moment& now, std::vector<no
     for (const auto& [router, destination] : things.facts)
         if (is_there(router)) tell_fact(console, now, router, destination, notices);
     tell_outcomes(console, now, entries, notices);
-    for (desk::entry& entry : entries) {
-        console.history.push_back(std::move(entry));
+    for (const desk::entry& entry : entries) {
+        console.history.push_back(
+            {entry.at, entry_text(console, entry) + ".", entry_json(console, entry)});
         if (console.history.size() > HISTORY_KEPT) console.history.pop_front();
     }
     return !entries.empty();

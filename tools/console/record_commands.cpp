@@ -1,7 +1,6 @@
 #include <algorithm>
 
 #include "console/commands.h"
-#include "console/entry_text.h"
 #include "console/link_text.h"
 #include "console/times.h"
 #include "tools/common/numbers.h"
@@ -22,11 +21,11 @@ answer run_history(console_state& console, const desk::moment& /*now*/, const ca
 {
     std::string text;
     nlohmann::json rows = nlohmann::json::array();
-    for (const desk::entry& entry : console.history) {
-        const std::string line = day_and_time(entry.at) + " " + entry_text(console, entry) + ".\n";
+    for (const happening& each : console.history) {
+        const std::string line = day_and_time(each.at) + " " + each.text + "\n";
         if (!has_words(line, call.words)) continue;
         text += line;
-        rows.push_back(entry_json(console, entry));
+        rows.push_back(each.json);
     }
     if (text.empty())
         text = call.words.empty() ? "Nothing has happened yet.\n"

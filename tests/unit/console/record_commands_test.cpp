@@ -59,6 +59,22 @@ TEST_F(RecordCommands, HistoryTellsWhatWasNotSentAtAll)
         "2026-11-21 14:02:11 anna asked for a take of the staged list: 2 rows, 1 not sent.\n");
 }
 
+TEST_F(RecordCommands, HistoryKeepsTheNamesAndEndsOfThen)
+{
+    console.history.clear();
+    ask("take 2 3");
+    desk::trace_take(console.desk, now, "main", 1, 2);
+    wait_ms(6000);
+    happened();
+    const std::string then = says("history");
+    EXPECT_THAT(then, testing::HasSubstr("MON B <- CAM 3: timed out"));
+    ask("set alias source 3 Studio");
+    report(1, 2);
+    happened();
+    EXPECT_THAT(says("history"), testing::StartsWith(then));
+    EXPECT_THAT(says("history"), testing::HasSubstr("MON B <- Studio: timed out"));
+}
+
 TEST_F(RecordCommands, HistoryAsJson)
 {
     report(1, 4);
