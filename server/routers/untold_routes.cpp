@@ -43,8 +43,7 @@ std::vector<std::pair<int, int>> take_overdue(untold_routes& untold, desk::monot
         at = now + ASK_AGAIN;
     }
     untold.due.reset();
-    if (!overdue.empty() || !untold.routes.empty() || !untold.unanswered.empty())
-        untold.due = now + REPORT_LIMIT;
+    if (!untold.routes.empty() || !untold.unanswered.empty()) untold.due = now + REPORT_LIMIT;
     return overdue;
 }
 
