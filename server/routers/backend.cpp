@@ -226,7 +226,7 @@ void tell_report(backend& backend, desk::desk_state& desk, const desk::moment& n
 // two records begins at once.
 void hurry(backend& backend)
 {
-    if (backend.ending || !is_running(backend) || !backend.process.unsent.empty()) return;
+    if (backend.ending || !backend.process.unsent.empty()) return;
     parent_link::send_bytes(backend.process, "\n");
     ++backend.hurried;
 }

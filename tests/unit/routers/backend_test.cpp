@@ -4,6 +4,19 @@
 using namespace routers;
 using desk::link_state;
 
+namespace {
+const std::string ACCEPTS_LATER = "while [ ! -e \"$2.go\" ]; do sleep 0.01; done\n" +
+                                  says("<DBG>Accepting route change output=0 input=1") +
+                                  says("<NOTE>Accepted") + IS_DEAF;
+
+auto has_accepted(const backend& backend)
+{
+    return [&backend] {
+        return backend.log.back().text == "Accepted";
+    };
+}
+} // namespace
+
 TEST_F(BackendRun, TellsTheDeskWhatTheRouterHas)
 {
     run(becomes_ready() + LISTENS);
@@ -145,6 +158,26 @@ TEST_F(BackendRun, HurriesTheReportOfAnAcceptedRoute)
     ASSERT_TRUE(serve_until([this] { return !heard().empty(); }));
     EXPECT_EQ(heard(), "\n");
     EXPECT_EQ(main.hurried, 1U);
+}
+
+TEST_F(BackendRun, HurriesNoBackendThatEnds)
+{
+    run("trap '' TERM\n" + becomes_ready() + ACCEPTS_LATER);
+    ASSERT_TRUE(serve_until(link_is(link_state::ready)));
+    stop_backend(main, now());
+    folder.file("main.conf.go", "");
+    ASSERT_TRUE(serve_until(has_accepted(main)));
+    EXPECT_EQ(main.hurried, 0U);
+}
+
+TEST_F(BackendRun, HurriesNoBackendThatDoesNotRead)
+{
+    run(becomes_ready() + ACCEPTS_LATER);
+    ASSERT_TRUE(serve_until(link_is(link_state::ready)));
+    parent_link::send_bytes(main.process, std::string(1 << 20, '\n'));
+    folder.file("main.conf.go", "");
+    ASSERT_TRUE(serve_until(has_accepted(main)));
+    EXPECT_EQ(main.hurried, 0U);
 }
 
 TEST_F(BackendRun, TakesNoLineFromTheRoutersText)
