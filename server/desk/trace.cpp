@@ -150,6 +150,12 @@ void trace_take_answer(desk_state& desk, const moment& now, const std::string& r
         end_wish(desk, now, *wish, outcome::refused, cut_text(refusal));
 }
 
+void trace_take_unanswered(desk_state& desk, const std::string& router)
+{
+    live_router* live = find_live(desk, router);
+    if (live != nullptr && !live->takes_unanswered.empty()) live->takes_unanswered.pop_front();
+}
+
 void trace_query(desk_state& desk, const std::string& router, int destination)
 {
     live_router* live = find_live(desk, router);

@@ -19,6 +19,9 @@ void trace_take(desk_state& desk, const moment& now, const std::string& router, 
 void trace_take_answer(desk_state& desk, const moment& now, const std::string& router,
                        const std::string& refusal);
 
+// The oldest take that has no answer yet will have none.
+void trace_take_unanswered(desk_state& desk, const std::string& router);
+
 void trace_query(desk_state& desk, const std::string& router, int destination);
 
 // The oldest query for the destination will have no answer.

@@ -258,9 +258,7 @@ void note_end(backend& backend, desk::desk_state& desk, const desk::moment& now)
     // A frame goes to the socket before its line is written. One that could send at its end may
     // have sent what nobody knows of; after an orderly end the connection is closed.
     const bool heard_all = !backend.link.connected;
-    std::vector<trace_step> steps;
-    end_trace(backend.trace, steps);
-    tell_desk(desk, now, backend.router, steps);
+    end_trace(backend.trace);
     desk::report_backend_ended(desk, now, backend.router, heard_all);
     const std::string end = parent_link::describe_end(backend.process);
     backend.process.ended = false;

@@ -48,15 +48,9 @@ void keep_frame(trace_reader& trace, traced_frame frame)
 
 void give_up(const request_sent& request, std::vector<trace_step>& steps)
 {
-    if (request.mnemonic == "TI") steps.emplace_back(take_answered{});
+    if (request.mnemonic == "TI") steps.emplace_back(take_unanswered{});
     if (request.mnemonic == "QI" && request.destination >= 0)
         steps.emplace_back(query_unanswered{request.destination});
-}
-
-void forget_requests(trace_reader& trace, std::vector<trace_step>& steps)
-{
-    for (const request_sent& request : std::exchange(trace.unanswered, {}))
-        give_up(request, steps);
 }
 
 void read_frame_sent(trace_reader& trace, const router_message& message, traced_frame& frame,
@@ -125,13 +119,13 @@ void answer_with_code(trace_reader& trace, const requests::iterator& request,
 }
 
 // Of so many oldest requests, the takes.
-void answer_takes(trace_reader& trace, std::ptrdiff_t count, std::vector<trace_step>& steps)
+void give_up_takes(trace_reader& trace, std::ptrdiff_t count, std::vector<trace_step>& steps)
 {
     const auto end = trace.unanswered.begin() + count;
     const auto kept =
         std::remove_if(trace.unanswered.begin(), end,
                        [](const request_sent& request) { return request.mnemonic == "TI"; });
-    steps.insert(steps.end(), static_cast<std::size_t>(end - kept), take_answered{});
+    steps.insert(steps.end(), static_cast<std::size_t>(end - kept), take_unanswered{});
     trace.unanswered.erase(kept, end);
 }
 
@@ -146,7 +140,7 @@ void read_route(trace_reader& trace, const traced_frame& frame, std::vector<trac
     if (query != trace.unanswered.end()) {
         const auto older = query - trace.unanswered.begin();
         trace.unanswered.erase(query);
-        if (!trace.confirms) answer_takes(trace, older, steps);
+        if (!trace.confirms) give_up_takes(trace, older, steps);
     }
     steps.emplace_back(route_told{frame.destination, frame.source});
 }
@@ -248,14 +242,15 @@ void read_trace(trace_reader& trace, const desk::moment& now, const diagnostic& 
         (range->inputs ? trace.input_base : trace.output_base) = range->first;
     } else if (const auto* line = std::get_if<link_line>(&told)) {
         if (line->what != link_event::closed && line->what != link_event::connected) return;
-        forget_requests(trace, steps);
+        for (const request_sent& request : std::exchange(trace.unanswered, {}))
+            give_up(request, steps);
         trace.confirms = false;
     }
 }
 
-void end_trace(trace_reader& trace, std::vector<trace_step>& steps)
+void end_trace(trace_reader& trace)
 {
-    forget_requests(trace, steps);
+    trace.unanswered.clear();
     trace.confirms = false;
     trace.input_base = 0;
     trace.output_base = 0;
@@ -269,6 +264,8 @@ void tell_desk(desk::desk_state& desk, const desk::moment& now, const std::strin
             desk::trace_take(desk, now, router, take->destination, take->source);
         else if (const auto* answer = std::get_if<take_answered>(&step))
             desk::trace_take_answer(desk, now, router, answer->refusal);
+        else if (std::holds_alternative<take_unanswered>(step))
+            desk::trace_take_unanswered(desk, router);
         else if (const auto* query = std::get_if<query_sent>(&step))
             desk::trace_query(desk, router, query->destination);
         else if (const auto* unanswered = std::get_if<query_unanswered>(&step))

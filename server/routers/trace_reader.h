@@ -31,6 +31,7 @@ struct take_sent {
 struct take_answered {   // the oldest that had no answer
     std::string refusal; // "NAK 0005", "ER 05"; empty when it was not refused
 };
+struct take_unanswered {}; // the oldest that had no answer will have none
 struct query_sent {
     int destination = 0;
 };
@@ -41,7 +42,8 @@ struct route_told {
     int destination = 0;
     int source = 0;
 };
-using trace_step = std::variant<take_sent, take_answered, query_sent, query_unanswered, route_told>;
+using trace_step = std::variant<take_sent, take_answered, take_unanswered, query_sent,
+                                query_unanswered, route_told>;
 
 enum class meaning {
     take,
@@ -86,8 +88,9 @@ struct trace_reader {
 void read_trace(trace_reader& trace, const desk::moment& now, const diagnostic& told,
                 std::vector<trace_step>& steps);
 
-// The backend has ended: the next one begins anew. The frames stay.
-void end_trace(trace_reader& trace, std::vector<trace_step>& steps);
+// The backend has ended: the next one begins anew. The frames stay. What had no answer will have
+// none, which tells the desk nothing that the end of the link does not.
+void end_trace(trace_reader& trace);
 
 // Gives the steps on to the desk.
 void tell_desk(desk::desk_state& desk, const desk::moment& now, const std::string& router,

@@ -105,6 +105,21 @@ TEST_F(Trace, TellsThatATakeHasBeenAnswered)
     EXPECT_THAT(changed(), ElementsAre(std::pair(change::kind::wish, 0)));
 }
 
+TEST_F(Trace, PassesOverATakeThatIsNeverAnswered)
+{
+    const auto first = wish(anna, 0, 2);
+    const auto second = wish(anna, 1, 2);
+    takes(0, 2);
+    takes(1, 2);
+    trace_take_unanswered(desk, "main");
+    EXPECT_FALSE(main.open.at(0).front().take_answered);
+    trace_take_answer(desk, now, "main", "NAK 0005");
+    EXPECT_EQ(became(first), "sent");
+    EXPECT_EQ(became(second), "refused: NAK 0005");
+    trace_take_unanswered(desk, "main"); // there is none
+    trace_take_unanswered(desk, "nowhere");
+}
+
 TEST_F(Trace, MatchesAnswersToTakesInOrder)
 {
     const auto first = wish(anna, 0, 2);
