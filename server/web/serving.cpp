@@ -59,13 +59,17 @@ bool is_kept(const server& server, const waiting_answer& waiting, const desk::mo
            now.steady >= waiting.kept_by;
 }
 
-// Whoever shuts somebody out must know when a restart lets them in again.
-void tell_unkept_revocation(const server& server, waiting_answer& waiting)
+// That a restart now would forget what this tells. Whoever shuts somebody out must see it.
+void tell_unkept(const server& server, waiting_answer& waiting)
 {
+    if (server.kept >= waiting.kept_to) return;
     response& given = waiting.answer.response;
     const bool revokes = std::find(REVOCATIONS.begin(), REVOCATIONS.end(), waiting.answer.route) !=
                          REVOCATIONS.end();
-    if (!revokes || given.status >= 300 || server.kept >= waiting.kept_to) return;
+    if (!revokes || given.status >= 300) {
+        given.headers.emplace_back("Journal-Kept", "false");
+        return;
+    }
     response told = problem_response(
         {"journalFailing",
          "This holds now, but is not kept yet: a restart of the server before that undoes it."});
@@ -76,7 +80,7 @@ void tell_unkept_revocation(const server& server, waiting_answer& waiting)
 
 void give(server& server, const desk::moment& now, request_id id, waiting_answer&& waiting)
 {
-    tell_unkept_revocation(server, waiting);
+    tell_unkept(server, waiting);
     answer& answer = waiting.answer;
     const int status = answer.subprotocol.empty() ? answer.response.status : 101;
     ++server.metrics.requests[{std::string(answer.route), status}];

@@ -107,9 +107,9 @@ class ServerTest(unittest.TestCase):
         self.ledger = Ledger()
         self.server = mock.Mock(port=1)
 
-    def person(self, status, answer):
+    def person(self, status, answer, headers=()):
         person = people.Person(self.server, self.ledger, "ana", "t", ("r1",), 4, 1)
-        person.client.ask = mock.Mock(return_value=(status, {}, answer))
+        person.client.ask = mock.Mock(return_value=(status, dict(headers), answer))
         return person
 
     def test_failure(self):
@@ -121,6 +121,11 @@ class ServerTest(unittest.TestCase):
         self.person(409, {"operation": "two"}).take()
         self.assertEqual(set(self.ledger.operations), {"one", "two"})
         self.assertEqual(self.ledger.findings, [])
+
+    def test_what_is_not_kept_may_be_forgotten(self):
+        self.person(202, {"id": "one", "counts": {}}, {"Journal-Kept": "false"}).take()
+        self.assertEqual(self.ledger.operations, {})
+        self.assertEqual(len(self.ledger.unanswered), 1)
 
     def test_strangers(self):
         with mock.patch.object(soak, "Client") as client:

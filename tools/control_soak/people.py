@@ -42,10 +42,15 @@ class Person(threading.Thread):
         return Place(self.random.choice(self.routers), self.random.randrange(self.size))
 
     def ask(self, method, path, body=None, headers=None):
-        status, _, answer = self.client.ask(method, API + path, body, headers)
+        begun = time.time()
+        status, told, answer = self.client.ask(method, API + path, body, headers)
         self.ledger.count(f"{method} {status}")
         if status not in FINE:
             self.ledger.find(f"{self.name}: {method} {path} was answered {status}: {answer}")
+        if told.get("Journal-Kept") == "false":  # it may be forgotten, whatever was done
+            self.ledger.count("not kept")
+            self.ledger.had_no_answer(begun, time.time())
+            return 503, answer
         if isinstance(answer, dict):
             operation = answer.get("operation") if status >= 400 else answer.get("id")
             if operation and (status >= 400 or "counts" in answer):

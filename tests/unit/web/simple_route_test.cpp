@@ -118,6 +118,17 @@ TEST_F(SimpleRoute, IsOffUnlessItIsSwitchedOn)
     EXPECT_EQ(line("&destination=3&source=3"), "403 ERR the simple form is off\n");
 }
 
+TEST_F(SimpleRoute, SaysWhenItIsNotKeptInTime)
+{
+    server.kept = 0;
+    const request_id id = send(method::get, target("&destination=3&source=3"));
+    wait(LONGEST_KEEPING);
+    EXPECT_EQ(text(answers[id]), "200 OK 3 3\n");
+    EXPECT_EQ(header_of(answers[id], "Journal-Kept"), "false");
+    server.kept = UINT64_MAX;
+    EXPECT_EQ(header_of(ask(method::get, target("&destination=3&source=3")), "Journal-Kept"), "");
+}
+
 TEST_F(SimpleRoute, IsKeptBeforeItIsTold)
 {
     server.kept = 0;
