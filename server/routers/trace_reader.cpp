@@ -82,16 +82,14 @@ requests::iterator find_request(trace_reader& trace, std::string_view mnemonic)
                         [&](const request_sent& request) { return request.mnemonic == mnemonic; });
 }
 
-// The request has its answer, so that older ones will have none any more. Returns whether there is
-// such a request.
-bool answer_request(trace_reader& trace, const requests::iterator& request,
+// The request, if there is one, has its answer, so that older ones will have none any more.
+void answer_request(trace_reader& trace, const requests::iterator& request,
                     std::vector<trace_step>& steps)
 {
-    if (request == trace.unanswered.end()) return false;
+    if (request == trace.unanswered.end()) return;
     std::for_each(trace.unanswered.begin(), request,
                   [&](const request_sent& older) { give_up(older, steps); });
     trace.unanswered.erase(trace.unanswered.begin(), std::next(request));
-    return true;
 }
 
 // The kinds of a name query and of its answer end in the same letter; those of an identity are the
