@@ -77,6 +77,22 @@ TEST_F(BackendBatch, DropsWhatIsHeldForABackendThatEnds)
     EXPECT_EQ(heard(), "");
 }
 
+TEST_F(BackendBatch, DropsWhatIsHeldForABackendThatDies)
+{
+    run(becomes_ready() + says("<DBG>Send to router: " + frame("N0TI\t1\t2")) + LISTENS);
+    ASSERT_TRUE(serve_until([this] { return main.last_take.has_value(); }));
+    ASSERT_TRUE(serve_until(link_is(link_state::ready)));
+    const desk::moment while_held{*main.last_take + QUEUE_LIFE, {}};
+    carry_out(main, desk, while_held, {desk::order::kind::send, "main", {{0, 1}}});
+    EXPECT_FALSE(main.held.empty());
+    parent_link::send_signal(main.process, SIGKILL);
+    const auto deadline = std::chrono::steady_clock::now() + PATIENCE;
+    while (main.starts == 1 && std::chrono::steady_clock::now() < deadline)
+        serve_backend(main, desk, while_held);
+    EXPECT_EQ(main.starts, 2U);
+    EXPECT_EQ(main.held, "");
+}
+
 TEST_F(BackendBatch, EndsTheBackendThatHoldsWishesWhenTheLinkGoes)
 {
     run("if [ -e \"$2.again\" ]; then exec cat >/dev/null; fi\n>\"$2.again\"\n" + becomes_ready() +
