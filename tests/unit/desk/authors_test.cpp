@@ -218,6 +218,17 @@ TEST_F(Authors, AreToldAsFarAsTheyAreKnown)
     EXPECT_EQ(taker(5), "it is not known by whom");
 }
 
+TEST_F(Authors, AreNotGuessedWhereATakeOfAnEarlierConnectionWentWrong)
+{
+    wish(ben, 0, 3);
+    takes(0, 3);
+    wait_ms(3000);
+    reconnect();
+    report(0, 0);
+    EXPECT_EQ(taker_text(desk, "main", 0, 3), "it is not known by whom");
+    EXPECT_EQ(taker_text(desk, "main", 0, 4), "taken by somebody else");
+}
+
 TEST_F(Authors, AreNotKnownAfterTakesThatNothingConfirmed)
 {
     wish(ben, 0, 3);
