@@ -103,6 +103,13 @@ void note_found(desk_state& desk, const moment& now, live_router& live, const ro
     }
 }
 
+// Since the batch was made. Across a restart only the wall clock tells.
+monotonic time_since(const batch& made, const wish& row, const trouble& trouble, const moment& now)
+{
+    if (trouble.ended && row.ended_after) return *row.ended_after + (now.steady - *trouble.ended);
+    return std::max(wall{}, now.utc - made.made);
+}
+
 // The destination's last wish, when it went wrong, and its source is shown now. False when that
 // confirms nothing.
 bool confirm_late(desk_state& desk, const moment& now, live_router& live, const route& shown,
@@ -114,7 +121,8 @@ bool confirm_late(desk_state& desk, const moment& now, live_router& live, const 
     const wish* const row = find_wish(desk.house, id);
     if (row == nullptr || !may_be_late(live, troubled->second, *row, reported, before, now.steady))
         return false;
-    const wall after = std::max(wall{}, now.utc - desk.house.batches.at(id.batch).made);
+    const monotonic after =
+        time_since(desk.house.batches.at(id.batch), *row, troubled->second, now);
     const int was = shown_before(live, before);
     live.troubled.erase(troubled);
     live.unshown_takes.erase(shown.destination);
