@@ -75,9 +75,10 @@ export async function end(
   }
 }
 
-async function answerTo<Body>(asked: Promise<Response>): Promise<Answer<Body>> {
+export async function answerTo<Body>(asked: Promise<Response>): Promise<Answer<Body>> {
   try {
     const response = await asked;
+    if (response.status === 204) return { ok: true, body: undefined as Body };
     if (response.ok) return { ok: true, body: (await response.json()) as Body };
     return await refusal(response);
   } catch {

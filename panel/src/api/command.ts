@@ -1,0 +1,67 @@
+// Commands that change something. Each has a key, by which the server knows it again: it carries a
+// command out once, however often it is sent, and answers it each time alike.
+import { answerTo, type Answer } from './ask';
+import type { paths } from './description';
+
+export type Method = 'post' | 'put' | 'patch' | 'delete';
+type JsonOf<Given> = Given extends { content: { 'application/json': infer Body } } ? Body : never;
+
+// The addresses at which this can be done.
+export type Commanded<M extends Method> = {
+  [P in keyof paths]: paths[P] extends Record<M, { responses: unknown }> ? P : never;
+}[keyof paths];
+
+export type Wanted<M extends Method, P extends keyof paths> =
+  paths[P] extends Record<M, { requestBody: infer Given }> ? JsonOf<Given> : undefined;
+
+export type Result<M extends Method, P extends keyof paths> =
+  paths[P] extends Record<M, { responses: infer Responses }>
+    ? JsonOf<Responses[keyof Responses & (200 | 201 | 202)]>
+    : never;
+
+export type Command<M extends Method, P extends keyof paths> = {
+  readonly at: Readonly<Record<string, string | number>>; // what stands in the address
+  readonly query?: Readonly<Record<string, string>>;
+  readonly body: Wanted<M, P>;
+  readonly key: string;
+};
+
+export const newKey = (): string => {
+  const bytes = crypto.getRandomValues(new Uint8Array(16));
+  return [...bytes].map((byte) => byte.toString(16).padStart(2, '0')).join('');
+};
+
+type Place = Pick<Command<Method, keyof paths>, 'at' | 'query'>;
+
+function addressOf(pattern: string, { at, query }: Place): string {
+  const path = pattern.replace(/\{(\w+)\}/g, (place, name: string) =>
+    encodeURIComponent(at[name] ?? place),
+  );
+  const search = new URLSearchParams(query).toString();
+  return search === '' ? path : `${path}?${search}`;
+}
+
+const ATTEMPTS = 2;
+
+// Sent once more when no answer has come: the first may have been carried out.
+export async function command<M extends Method, P extends Commanded<M>>(
+  method: M,
+  pattern: P,
+  wanted: Command<M, P>,
+  fetched: typeof fetch = fetch,
+): Promise<Answer<Result<M, P>>> {
+  const address = addressOf(pattern, wanted);
+  const { body, key }: { body: unknown; key: string } = wanted;
+  const request: RequestInit = {
+    method: method.toUpperCase(),
+    headers: {
+      'Idempotency-Key': key,
+      ...(body === undefined ? {} : { 'Content-Type': 'application/json' }),
+    },
+    ...(body === undefined ? {} : { body: JSON.stringify(body) }),
+  };
+  for (let attempt = 1; ; attempt += 1) {
+    const answer = await answerTo<Result<M, P>>(fetched(address, request));
+    if (answer.ok || answer.status !== 0 || attempt === ATTEMPTS) return answer;
+  }
+}
