@@ -3,6 +3,7 @@ import { frame } from './frame';
 import { keys } from './keys';
 import { matrix } from './matrix';
 import { routes } from './routes';
+import { routing } from './routing';
 import { salvos } from './salvos';
 import { screens } from './screens';
 import { stage } from './stage';
@@ -10,13 +11,26 @@ import { times } from './times';
 import { trouble } from './trouble';
 import { undo } from './undo';
 
-export const parts = [frame, keys, matrix, routes, salvos, screens, stage, times, trouble, undo];
+export const parts = [
+  frame,
+  keys,
+  matrix,
+  routes,
+  routing,
+  salvos,
+  screens,
+  stage,
+  times,
+  trouble,
+  undo,
+];
 
 export const english = {
   ...frame,
   ...keys,
   ...matrix,
   ...routes,
+  ...routing,
   ...salvos,
   ...screens,
   ...stage,
