@@ -1,0 +1,11 @@
+import { expect, test } from 'vitest';
+
+import { mayTake } from './rights';
+
+test('who may only look may not take', () => {
+  const exceptions = { r2: 'operate', r3: 'view' } as const;
+  expect(mayTake({ usual: 'view', exceptions }, 'r1')).toBe(false);
+  expect(mayTake({ usual: 'view', exceptions }, 'r2')).toBe(true);
+  expect(mayTake({ usual: 'engineer', exceptions }, 'r3')).toBe(false);
+  expect(mayTake({ usual: 'engineer', exceptions }, 'r1')).toBe(true);
+});
