@@ -3,6 +3,9 @@ import type { Template } from '../template';
 // Choosing, staging and taking on the screen Routing.
 export const routing = {
   views: 'View',
+  cellSize: 'Size',
+  foldGroup: '{group} · {n}',
+  noRoutesShown: 'Nothing matches these filters.',
   sourceFor: 'Source for {destination}',
   sourceForMany: { one: 'Source for {n} destination', other: 'Source for {n} destinations' },
   chooseDestination: 'Choose a destination.',
