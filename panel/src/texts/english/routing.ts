@@ -3,9 +3,8 @@ import type { Template } from '../template';
 // Choosing, staging and taking on the screen Routing.
 export const routing = {
   views: 'View',
+  wishedOver: '{source} →',
   cellSize: 'Size',
-  foldGroup: '{group} · {n}',
-  noRoutesShown: 'Nothing matches these filters.',
   sourceFor: 'Source for {destination}',
   sourceForMany: { one: 'Source for {n} destination', other: 'Source for {n} destinations' },
   chooseDestination: 'Choose a destination.',
@@ -14,11 +13,9 @@ export const routing = {
   removeOf: 'Remove {destination}',
   keepMineOf: 'Keep mine: {destination}',
   dropOf: 'Drop {destination}',
-  takeResult: 'Last take',
   earlierTakes: 'Earlier takes',
   notSentBecause: 'Not sent: {reason}',
   spokenResult: '{destination}: {result}',
-  showAll: 'All rows',
   stageOldest: 'staged {age}',
   clearQuestion: { one: 'Remove {n} staged route?', other: 'Remove {n} staged routes?' },
   keepStaged: 'Keep them',
