@@ -3,6 +3,8 @@ import type { Template } from '../template';
 // Choosing, staging and taking on the screen Routing.
 export const routing = {
   views: 'View',
+  undoRow: '{destination}: {old} → {new}',
+  undoOther: '{destination}: {reason}',
   wishedOver: '{source} →',
   cellSize: 'Size',
   sourceFor: 'Source for {destination}',
