@@ -11,3 +11,8 @@ export function mayTake(rights: Rights, router: string): boolean {
   const right = rightOn(rights, router);
   return right !== 'none' && right !== 'view';
 }
+
+export function isEngineer(rights: Rights, router: string): boolean {
+  const right = rightOn(rights, router);
+  return right === 'engineer' || right === 'administer';
+}
