@@ -3,6 +3,10 @@ import type { Template } from '../template';
 // Choosing, staging and taking on the screen Routing.
 export const routing = {
   views: 'View',
+  lockEnd: 'End',
+  lockReason: 'Reason',
+  unlock: 'Unlock',
+  release: 'Release',
   undoRow: '{destination}: {old} → {new}',
   undoOther: '{destination}: {reason}',
   wishedOver: '{source} →',
