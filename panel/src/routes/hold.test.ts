@@ -22,11 +22,13 @@ test('says who holds it', () => {
   expect(holdOf(speech, lock, 'ben')).toEqual({ is: 'mine' });
   expect(holdOf(speech, lock, 'ana')).toEqual({
     is: 'foreign',
-    words: "Locked by Ben L. since 13:20. 'Live feed, do not touch.'",
+    words: 'Locked by Ben L. since 13:20.',
+    because: "'Live feed, do not touch.'",
   });
   expect(holdOf(speech, { ...lock, until: '2026-11-22T18:00:00.000Z' }, 'ana')).toMatchObject({
-    words: "Locked by Ben L. since 13:20 until 18:00. 'Live feed, do not touch.'",
+    words: 'Locked by Ben L. since 13:20 until 18:00.',
   });
+  expect(holdOf(speech, { ...lock, reason: '' }, 'ana')).toMatchObject({ because: '' });
 });
 
 test('a lock is broken with a reason alone', () => {

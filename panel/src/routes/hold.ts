@@ -6,7 +6,7 @@ import type { Speech } from '../texts/speech';
 export type Hold =
   | { readonly is: 'free' }
   | { readonly is: 'mine' }
-  | { readonly is: 'foreign'; readonly words: string };
+  | { readonly is: 'foreign'; readonly words: string; readonly because: string };
 
 export const LEAST_REASON = 3; // characters, to break a lock
 const HOUR = 3600_000;
@@ -15,12 +15,13 @@ export function holdOf(speech: Speech, lock: Lock | undefined, me: string): Hold
   if (lock === undefined) return { is: 'free' };
   if (lock.owner.id === me) return { is: 'mine' };
   const time = (moment: string) => clock(speech, Date.parse(moment), false);
-  const values = { person: lock.owner.name, since: time(lock.since), reason: lock.reason };
+  const values = { person: lock.owner.name, since: time(lock.since) };
   const words =
     lock.until === undefined
-      ? speech.say('lockSince', values)
-      : speech.say('lockSinceUntil', { ...values, until: time(lock.until) });
-  return { is: 'foreign', words };
+      ? speech.say('heldSince', values)
+      : speech.say('heldSinceUntil', { ...values, until: time(lock.until) });
+  const because = lock.reason === '' ? '' : speech.say('heldBecause', { reason: lock.reason });
+  return { is: 'foreign', words, because };
 }
 
 export function mayBreak(reason: string): boolean {

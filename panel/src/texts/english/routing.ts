@@ -3,6 +3,9 @@ import type { Template } from '../template';
 // Choosing, staging and taking on the screen Routing.
 export const routing = {
   views: 'View',
+  heldSince: 'Locked by {person} since {since}.',
+  heldSinceUntil: 'Locked by {person} since {since} until {until}.',
+  heldBecause: "'{reason}'",
   lockEnd: 'End',
   lockReason: 'Reason',
   unlock: 'Unlock',

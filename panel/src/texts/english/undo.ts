@@ -28,8 +28,6 @@ export const undo = {
   lockNoEnd: 'none',
   lockOneHour: 'after 1 h',
   lockAtTime: 'at a time',
-  lockSince: "Locked by {person} since {since}. '{reason}'",
-  lockSinceUntil: "Locked by {person} since {since} until {until}. '{reason}'",
   askToBreakLock: 'Break lock…',
   breakLock: 'Break lock',
   lockBroken: "{person} broke your lock on {destination}: '{reason}'",
