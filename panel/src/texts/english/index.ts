@@ -1,4 +1,5 @@
 // Every text of the panel, in English: nothing on screen is worded anywhere else.
+import { forms } from './forms';
 import { frame } from './frame';
 import { keys } from './keys';
 import { matrix } from './matrix';
@@ -12,6 +13,7 @@ import { trouble } from './trouble';
 import { undo } from './undo';
 
 export const parts = [
+  forms,
   frame,
   keys,
   matrix,
@@ -26,6 +28,7 @@ export const parts = [
 ];
 
 export const english = {
+  ...forms,
   ...frame,
   ...keys,
   ...matrix,
