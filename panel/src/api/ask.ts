@@ -87,7 +87,7 @@ export async function answerTo<Body>(asked: Promise<Response>): Promise<Answer<B
 }
 
 // What stands in front of the server may refuse in words of its own: those are not for people.
-async function refusal(response: Response): Promise<Refusal> {
+export async function refusal(response: Response): Promise<Refusal> {
   const { status } = response;
   if (response.headers.get('Content-Type') !== 'application/problem+json')
     return { ok: false, status };
