@@ -1,6 +1,7 @@
 // Every text of the panel, in English: nothing on screen is worded anywhere else.
 import { forms } from './forms';
 import { frame } from './frame';
+import { history } from './history';
 import { keys } from './keys';
 import { matrix } from './matrix';
 import { routes } from './routes';
@@ -15,6 +16,7 @@ import { undo } from './undo';
 export const parts = [
   forms,
   frame,
+  history,
   keys,
   matrix,
   routes,
@@ -30,6 +32,7 @@ export const parts = [
 export const english = {
   ...forms,
   ...frame,
+  ...history,
   ...keys,
   ...matrix,
   ...routes,

@@ -18,7 +18,6 @@ export const screens = {
   columnResult: 'Result',
   columnConfirmTime: 'Confirm time',
   live: 'Live',
-  newRows: '{n} new, show',
   stageOpposite: 'Stage the opposite',
   tabLink: 'Link',
   tabNames: 'Names',

@@ -13,5 +13,6 @@ export const times = {
   sinceYesterday: 'since {clock} yesterday',
   sinceDay: 'since {clock} on {day}',
   old: '{age} old',
+  dayAndClock: '{day}, {clock}',
   ago: '{age} ago',
 } as const satisfies Record<string, Template>;
