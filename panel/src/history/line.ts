@@ -80,8 +80,7 @@ function fromTo(speech: Speech, entry: Entry): string {
       from: name(speech, was, wasName),
       to: name(speech, source, sourceName),
     });
-  if (of !== undefined && text)
-    return say('brokeLockBecause', { person: of.name, reason: text });
+  if (of !== undefined && text) return say('brokeLockBecause', { person: of.name, reason: text });
   return text ?? entry.detail ?? '';
 }
 
