@@ -22,7 +22,7 @@ const ADDRESSES: readonly [string, Address][] = [
   ],
   ['/routers', { screen: 'routers' }],
   ['/routers/r1?tab=names', { screen: 'routers', router: 'r1', tab: 'names' }],
-  ['/health', { screen: 'health' }],
+  ['/server', { screen: 'health' }],
   ['/settings', { screen: 'settings' }],
 ];
 
@@ -45,7 +45,8 @@ test.each([
   '/wall',
   '/routing/a/b',
   '/history/3',
-  '/health/x',
+  '/health',
+  '/server/x',
   '/settings/x',
   '/routing/%E0%A4%A',
   '/constructor',

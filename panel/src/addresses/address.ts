@@ -76,7 +76,8 @@ export function readAddress(path: string, search: string): Address | undefined {
       return { screen, ...present({ router: subject, tab: oneOf(TABS, query.get('tab')) }) };
     case 'history':
       return subject === undefined ? { screen, filters: filtersIn(query) } : undefined;
-    case 'health':
+    case 'server': // "/health" is the server's own answer to whoever watches over it
+      return subject === undefined ? { screen: 'health' } : undefined;
     case 'settings':
       return subject === undefined ? { screen } : undefined;
     default:
@@ -105,6 +106,7 @@ export function writeAddress(to: Address): string {
     case 'history':
       return address([to.screen], to.filters);
     case 'health':
+      return address(['server'], {});
     case 'settings':
       return address([to.screen], {});
   }
