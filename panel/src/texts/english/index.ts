@@ -1,6 +1,7 @@
 // Every text of the panel, in English: nothing on screen is worded anywhere else.
 import { forms } from './forms';
 import { frame } from './frame';
+import { health } from './health';
 import { history } from './history';
 import { keys } from './keys';
 import { matrix } from './matrix';
@@ -16,6 +17,7 @@ import { undo } from './undo';
 export const parts = [
   forms,
   frame,
+  health,
   history,
   keys,
   matrix,
@@ -32,6 +34,7 @@ export const parts = [
 export const english = {
   ...forms,
   ...frame,
+  ...health,
   ...history,
   ...keys,
   ...matrix,
