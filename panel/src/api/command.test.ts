@@ -59,3 +59,14 @@ test('no key is like another', () => {
   expect(keys.size).toBe(100);
   expect([...keys].every((key) => /^[!-~]{1,64}$/.test(key))).toBe(true);
 });
+
+test('a command can be for what came with a tag alone', async () => {
+  const fetched = vi.fn<typeof fetch>();
+  fetched.mockResolvedValue(new Response(null, { status: 204 }));
+  const wanted = { at: { router: 'r1' }, body: undefined, key: 'k', tag: '"7"' };
+  await command('delete', '/api/v1/routers/{router}', wanted, fetched);
+  expect(fetched.mock.calls[0]?.[1]?.headers).toEqual({
+    'Idempotency-Key': 'k',
+    'If-Match': '"7"',
+  });
+});

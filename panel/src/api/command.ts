@@ -24,6 +24,7 @@ export type Command<M extends Method, P extends keyof paths> = {
   readonly query?: Readonly<Record<string, string>>;
   readonly body: Wanted<M, P>;
   readonly key: string;
+  readonly tag?: string; // only while what is there is what came with it
 };
 
 export const newKey = (): string => {
@@ -51,11 +52,12 @@ export async function command<M extends Method, P extends Commanded<M>>(
   fetched: typeof fetch = fetch,
 ): Promise<Answer<Result<M, P>>> {
   const address = addressOf(pattern, wanted);
-  const { body, key }: { body: unknown; key: string } = wanted;
+  const { body, key, tag }: { body: unknown; key: string; tag?: string } = wanted;
   const request: RequestInit = {
     method: method.toUpperCase(),
     headers: {
       'Idempotency-Key': key,
+      ...(tag === undefined ? {} : { 'If-Match': tag }),
       ...(body === undefined ? {} : { 'Content-Type': 'application/json' }),
     },
     ...(body === undefined ? {} : { body: JSON.stringify(body) }),
