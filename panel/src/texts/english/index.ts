@@ -5,6 +5,7 @@ import { health } from './health';
 import { history } from './history';
 import { keys } from './keys';
 import { matrix } from './matrix';
+import { routers } from './routers';
 import { routes } from './routes';
 import { routing } from './routing';
 import { salvos } from './salvos';
@@ -21,6 +22,7 @@ export const parts = [
   history,
   keys,
   matrix,
+  routers,
   routes,
   routing,
   salvos,
@@ -38,6 +40,7 @@ export const english = {
   ...history,
   ...keys,
   ...matrix,
+  ...routers,
   ...routes,
   ...routing,
   ...salvos,
