@@ -10,6 +10,7 @@ import { routes } from './routes';
 import { routing } from './routing';
 import { salvos } from './salvos';
 import { screens } from './screens';
+import { settingsTexts } from './settings';
 import { stage } from './stage';
 import { times } from './times';
 import { trouble } from './trouble';
@@ -27,6 +28,7 @@ export const parts = [
   routing,
   salvos,
   screens,
+  settingsTexts,
   stage,
   times,
   trouble,
@@ -45,6 +47,7 @@ export const english = {
   ...routing,
   ...salvos,
   ...screens,
+  ...settingsTexts,
   ...stage,
   ...times,
   ...trouble,
