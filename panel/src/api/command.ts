@@ -2,6 +2,7 @@
 // command out once, however often it is sent, and answers it each time alike.
 import { answerTo, type Answer } from './ask';
 import type { paths } from './description';
+import { locate } from './read';
 
 export type Method = 'post' | 'put' | 'patch' | 'delete';
 type JsonOf<Given> = Given extends { content: { 'application/json': infer Body } } ? Body : never;
@@ -32,16 +33,6 @@ export const newKey = (): string => {
   return [...bytes].map((byte) => byte.toString(16).padStart(2, '0')).join('');
 };
 
-type Place = Pick<Command<Method, keyof paths>, 'at' | 'query'>;
-
-function addressOf(pattern: string, { at, query }: Place): string {
-  const path = pattern.replace(/\{(\w+)\}/g, (place, name: string) =>
-    encodeURIComponent(at[name] ?? place),
-  );
-  const search = new URLSearchParams(query).toString();
-  return search === '' ? path : `${path}?${search}`;
-}
-
 const ATTEMPTS = 2;
 
 // Sent once more when no answer has come: the first may have been carried out.
@@ -51,7 +42,7 @@ export async function command<M extends Method, P extends Commanded<M>>(
   wanted: Command<M, P>,
   fetched: typeof fetch = fetch,
 ): Promise<Answer<Result<M, P>>> {
-  const address = addressOf(pattern, wanted);
+  const address = locate(pattern, wanted);
   const { body, key, tag }: { body: unknown; key: string; tag?: string } = wanted;
   const request: RequestInit = {
     method: method.toUpperCase(),
