@@ -29,6 +29,10 @@ test('else the beginnings of names', () => {
   expect(short(cameras)).toEqual(['CAM: 0 1 3', 'VTR: 2 4']);
 });
 
+test('also where a letter counts', () => {
+  expect(short(names('MON A', 'TX 1', 'MON B', 'TX 2'))).toEqual(['MON: 0 2', 'TX: 1 3']);
+});
+
 test.each([
   ['one for all', Array.from({ length: 18 }, (_, i) => `SRC ${i}`)],
   ['one for each', 'a b c d e f g h i j k l m n o p q r'.split(' ')],

@@ -13,7 +13,8 @@ export type Arrangement = {
   readonly blockName: (first: number, last: number) => string; // by numbers that people see
 };
 
-const prefixOf = ({ name }: Source) => name.replace(/[\s\d]+$/u, '');
+// Of "CAM 12", "CAM"; of "MON A", "MON".
+const prefixOf = ({ name }: Source) => name.replace(/(\s+\p{Lu}|[\s\d]+)$/u, '');
 
 function gather(
   names: readonly Source[],
