@@ -168,9 +168,13 @@ take_answer redo(desk_state& desk, const moment& now, const actor& actor,
     return use_newest(desk, now, actor, command, &undo_record::redo, batch_kind::redo);
 }
 
-bool was_sent(const house& house, const ulid& batch)
+bool may_have_changed(const house& house, const ulid& batch)
 {
-    return !what_went(house, rows_of(batch, house.batches.at(batch))).empty();
+    const std::vector<wish>& rows = house.batches.at(batch).rows;
+    return std::any_of(rows.begin(), rows.end(), [](const wish& row) {
+        const bool refused = row.end == outcome::refused && !row.confirmed_late_after;
+        return !row.unchanged && !was_never_sent(row) && !refused;
+    });
 }
 
 take_answer roll_back(desk_state& desk, const moment& now, const actor& actor, const ulid& batch,

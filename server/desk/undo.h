@@ -25,9 +25,8 @@ take_answer undo(desk_state& desk, const moment& now, const actor& actor,
 take_answer redo(desk_state& desk, const moment& now, const actor& actor,
                  const batch_command& command);
 
-// Of the batch, which is still known, something was sent to a router: roll_back has something to
-// do.
-bool was_sent(const house& house, const ulid& batch);
+// The batch, which is still known, may have changed what a router shows.
+bool may_have_changed(const house& house, const ulid& batch);
 
 // Any batch that is still known, anybody's.
 take_answer roll_back(desk_state& desk, const moment& now, const actor& actor, const ulid& batch,

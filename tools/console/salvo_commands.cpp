@@ -210,7 +210,7 @@ answer run_rollback(console_state& console, const desk::moment& now, const call&
     const desk::salvo* const salvo = find_salvo(console, call.words[0], id, result);
     if (salvo == nullptr) return result;
     const desk::house& house = console.desk.house;
-    const desk::ulid* run = find_run(house, id, desk::was_sent);
+    const desk::ulid* run = find_run(house, id, desk::may_have_changed);
     if (run == nullptr) run = find_run(house, id, was_carried_out);
     if (run == nullptr)
         return refusal("Salvo " + salvo->name + " has not been taken here.", verdict::refused);

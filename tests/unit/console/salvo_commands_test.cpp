@@ -166,6 +166,26 @@ TEST_F(SalvoCommands, RollbackPassesOverARunThatChangedNothing)
                                                        "Rolling back 3 routes:\n"));
 }
 
+TEST_F(SalvoCommands, RollbackPassesOverARunThatTheRouterRefused)
+{
+    save_news();
+    ask("salvo take NEWS");
+    carry_out(0, 2);
+    carry_out(1, 3);
+    carry_out(0, 4, "back");
+    wait_ms(60'000);
+    report(1, 0);
+    ask("salvo take NEWS");
+    desk::trace_take_answer(console.desk, now, "main", "");
+    desk::trace_take_answer(console.desk, now, "main", "");
+    desk::trace_take(console.desk, now, "main", 1, 3);
+    EXPECT_THAT(says("salvo rollback NEWS"), HasSubstr("still under way"));
+    desk::trace_take_answer(console.desk, now, "main", "NAK 0005");
+    EXPECT_THAT(says("salvo rollback NEWS --rest"),
+                HasSubstr("Salvo NEWS, taken at 2026-11-21 14:02:11:\n"
+                          "Rolling back 2 of 3 routes:\n"));
+}
+
 TEST_F(SalvoCommands, RollbackHasNothingToDoWhereNothingWasEverChanged)
 {
     ask("salvo save NOW 1-2");
