@@ -153,12 +153,12 @@ std::string rest_text(const console_state& console, const std::vector<desk::row_
         return step.empty()
                    ? "With --rest, what can go goes.\n"
                    : "\"" + step + " --rest\" sends what can go, and gives up the others.\n";
-    const bool stuck = any(has_reason) && !any([&](const desk::row_answer& row) {
-                           return row.goes || may_only_wait(console, row);
-                       });
-    if (step.empty() || asked.dry_run || !stuck) return "";
-    return (asked.rest ? "It is given up: " : "\"" + step + " --rest\" gives it up: then ") + "\"" +
-           step + "\" is about the take before.\n";
+    if (step.empty() || asked.dry_run || !any(has_reason)) return "";
+    if (asked.rest) return "What is not sent is given up.\n";
+    const bool stuck = std::none_of(rows.begin(), rows.end(), [&](const desk::row_answer& row) {
+        return may_only_wait(console, row);
+    });
+    return stuck ? "\"" + step + " --rest\" gives it up.\n" : "";
 }
 
 std::string answer_text(const console_state& console, const desk::take_answer& told,

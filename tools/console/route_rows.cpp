@@ -28,8 +28,7 @@ std::string open_take_text(const console_state& console, const std::string& rout
         return "";
     const desk::open_wish& newest = open->second.back();
     return "a take of " + source_text(console, router, newest.source) + " by " +
-           console.desk.house.batches.at(newest.id.batch).person +
-           " is under way; until that has ended this one is not sent";
+           console.desk.house.batches.at(newest.id.batch).person + " is under way";
 }
 
 namespace {

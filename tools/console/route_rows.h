@@ -32,7 +32,7 @@ const desk::staged_row* find_staged(const console_state& console, const std::str
                                     int destination);
 
 // Of a staged row that is as it was, and has to wait for a take: "a take of CAM 4 by ben is under
-// way; until that has ended this one is not sent". Empty for any other.
+// way". Empty for any other.
 std::string open_take_text(const console_state& console, const std::string& router,
                            int destination);
 

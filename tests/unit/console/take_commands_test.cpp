@@ -189,19 +189,16 @@ TEST_F(TakeCommands, StagedTellsWhateverWouldHoldTheRowBack)
     console.desk.live.at("main").facts[0].connection = 0;
     ask("take 2 4");
     desk::report_counts(console.desk, "main", 8, 4);
-    EXPECT_EQ(says("staged"),
-              "Staged on main, 3 routes:\n"
-              "  MON A: CAM 1 -> CAM 3 (what MON A shows is not known)\n"
-              "  MON B: CAM 1 -> CAM 3 (a take of CAM 4 by anna is under way; until "
-              "that has ended this one is not sent)\n"
-              "  MON H: CAM 1 -> CAM 3 (main has no MON H)\n");
+    EXPECT_EQ(says("staged"), "Staged on main, 3 routes:\n"
+                              "  MON A: CAM 1 -> CAM 3 (what MON A shows is not known)\n"
+                              "  MON B: CAM 1 -> CAM 3 (a take of CAM 4 by anna is under way)\n"
+                              "  MON H: CAM 1 -> CAM 3 (main has no MON H)\n");
     EXPECT_EQ(ask("staged").json["rows"][2]["trouble"], "main has no MON H");
     EXPECT_EQ(says("stage 2 5"), "Staged MON B: CAM 1 -> CAM 5 (a take of CAM 4 by anna is "
-                                 "under way; until that has ended this one is not sent).\n");
+                                 "under way).\n");
     EXPECT_EQ(says("dry-run"), "Nothing would be sent: 3 routes are blocked:\n"
                                "  MON A <- CAM 3: what MON A shows is not known\n"
-                               "  MON B <- CAM 5: a take of CAM 4 by anna is under way; until that "
-                               "has ended this one is not sent\n"
+                               "  MON B <- CAM 5: a take of CAM 4 by anna is under way\n"
                                "  MON H <- CAM 3: main has no MON H\n");
 }
 
@@ -305,7 +302,8 @@ TEST_F(TakeCommands, UndoAndRedoSayPerRowWhatGoesBack)
     EXPECT_EQ(says("undo --rest"), "Undoing 1 of 2 routes:\n"
                                    "  MON A: CAM 3 -> CAM 1\n"
                                    "  MON B <- CAM 1: MON B was changed since: it shows CAM 5, "
-                                   "taken by somebody else\n");
+                                   "taken by somebody else\n"
+                                   "What is not sent is given up.\n");
     carry_out(0, 0);
     EXPECT_EQ(says("redo"), "Redoing MON A: CAM 1 -> CAM 3.\n");
 }
@@ -324,12 +322,22 @@ TEST_F(TakeCommands, UndoOfWhatTheRouterRefusedSaysHowToGoOn)
         "MON A <- CAM 1: the take of CAM 3 there is not confirmed: refused by the router (NAK "
         "0005).\n";
     EXPECT_EQ(says("dry-run undo"), "Would not be sent: " + why);
-    EXPECT_EQ(says("undo"), "Not sent: " + why +
-                                "\"undo --rest\" gives it up: then \"undo\" is about the take "
-                                "before.\n");
-    EXPECT_EQ(says("undo --rest"),
-              "Not sent: " + why + "It is given up: \"undo\" is about the take before.\n");
+    EXPECT_EQ(says("undo"), "Not sent: " + why + "\"undo --rest\" gives it up.\n");
+    EXPECT_EQ(says("undo --rest"), "Not sent: " + why + "What is not sent is given up.\n");
     EXPECT_EQ(says("undo"), "Undoing MON B: CAM 4 -> CAM 1.\n");
+}
+
+TEST_F(TakeCommands, UndoWithRestSaysThatItGivesUpWhatOnlyHadToWait)
+{
+    ask("take 2 4");
+    carry_out(1, 3);
+    ask("take 1 3");
+    EXPECT_THAT(says("undo --rest"),
+                testing::EndsWith("under way.\nWhat is not sent is given up.\n"));
+    link(desk::link_state::down, "gone");
+    EXPECT_THAT(says("undo"), testing::EndsWith("the link to main is down: gone.\n"));
+    EXPECT_THAT(says("undo --rest"), testing::EndsWith("What is not sent is given up.\n"));
+    EXPECT_EQ(says("undo"), "There is nothing to undo.\n");
 }
 
 TEST_F(TakeCommands, UndoOfWhatWasContradictedSaysWhatTheRouterShows)
