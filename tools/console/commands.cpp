@@ -274,7 +274,8 @@ std::string why_in_vain(const std::vector<common::word>& words, bool kept)
     if (is_one_of(STAGING, found->name))
         return gone + ": give it and take as lines on standard input.";
     const std::string& first = arguments[0].text;
-    if (found->name == "set" && is_one_of(setting_names(), first) && !is_one_of(SET_KEPT, first))
+    if (found->name == "set" && !is_one_of(setting_names(), first)) return ""; // likewise
+    if (found->name == "set" && !is_one_of(SET_KEPT, first))
         return gone + ": the options of the next one say the " + first + " anew.";
     if (!kept && is_one_of(KEPT, found->name)) return gone + ": --data FILE keeps it.";
     return "";
