@@ -17,9 +17,10 @@
 
 namespace console {
 
-constexpr std::size_t HISTORY_KEPT = 5000; // the oldest is forgotten
+constexpr std::size_t HISTORY_KEPT = 5000;   // the oldest is forgotten,
+constexpr std::size_t HISTORY_ROWS = 20'000; // also beyond so many rows of what was asked for
 
-// Worded when it happened: names, and how a wish stood, as they were then.
+// Worded when it was told: names, and how a wish stood, as they were then.
 struct happening {
     desk::wall at{};
     std::string text;
@@ -28,12 +29,12 @@ struct happening {
 
 struct link_memory {
     bool ready = false;
-    std::optional<desk::link_state> state; // none: nothing has been heard of it
-    desk::monotonic since{};               // when it came to that
-    std::uint32_t connection = 0;          // the last that was ready
-    desk::wall lost{};                     // when that was lost, unless the link is ready
-    std::set<std::string> told;            // what was said of the link since it was ready
-    int inputs = 0;                        // as they were told last
+    desk::wall heard{};           // the desk's link_since, seen last
+    desk::monotonic since{};      // the same by the steady clock
+    std::uint32_t connection = 0; // the last that was ready
+    desk::wall lost{};            // when that was lost, unless the link is ready
+    std::set<std::string> told;   // what was said of the link since it was ready
+    int inputs = 0;               // as they were told last
     int outputs = 0;
 };
 
@@ -48,7 +49,9 @@ struct console_state {
     std::map<std::string, std::map<int, int>, std::less<>> shown; // the last one
     std::map<std::string, link_memory, std::less<>> links = {};   // by router, kept by events
     std::deque<happening> history;                                // oldest first
-    std::size_t columns = 0; // of the terminal, which sets it; 0: lines may have any length
+    std::size_t history_rows = 0;
+    bool history_forgets = false; // has forgotten something
+    std::size_t columns = 0;      // of the terminal, which sets it; 0: lines may have any length
 };
 
 } // namespace console

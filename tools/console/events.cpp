@@ -111,7 +111,8 @@ void tell_link(console_state& console, const desk::moment& now, const std::strin
         memory.lost = live.link_since;
     }
     memory.ready = live.link == desk::link_state::ready;
-    if (std::exchange(memory.state, live.link) != live.link) memory.since = now.steady;
+    if (std::exchange(memory.heard, live.link_since) != live.link_since)
+        memory.since = now.steady - std::max(desk::wall{}, now.utc - live.link_since);
     const std::string sentence = link_sentence(console, router);
     const bool is_new = memory.ready || memory.told.insert(sentence).second;
     notices.push_back(make_notice(
@@ -266,6 +267,28 @@ void tell_outcomes(const console_state& console, const desk::moment& now,
                                       outcome_json(console, batch), is_own(console, batch)));
 }
 
+std::size_t rows_of(const happening& each)
+{
+    const auto wishes = each.json.find("wishes");
+    return wishes == each.json.end() ? 0 : wishes->size();
+}
+
+// It is read later, when another router may be in use: with several, each is named.
+void keep_history(console_state& console, const desk::entry& entry)
+{
+    const std::string in_use = console.router;
+    if (console.desk.house.routers.size() > 1) console.router.clear();
+    console.history.push_back(
+        {entry.at, entry_text(console, entry) + ".", entry_json(console, entry)});
+    console.router = in_use;
+    console.history_rows += rows_of(console.history.back());
+    while (console.history.size() > HISTORY_KEPT || console.history_rows > HISTORY_ROWS) {
+        console.history_rows -= rows_of(console.history.front());
+        console.history.pop_front();
+        console.history_forgets = true;
+    }
+}
+
 void forget_router(console_state& console, const std::string& router)
 {
     console.before.erase(router);
@@ -316,11 +339,8 @@ bool take_events(console_state& console, const desk::moment& now, std::vector<no
     for (const auto& [router, destination] : things.facts)
         if (is_there(router)) tell_fact(console, now, router, destination, notices);
     tell_outcomes(console, now, entries, notices);
-    for (const desk::entry& entry : entries) {
-        console.history.push_back(
-            {entry.at, entry_text(console, entry) + ".", entry_json(console, entry)});
-        if (console.history.size() > HISTORY_KEPT) console.history.pop_front();
-    }
+    for (const desk::entry& entry : entries)
+        keep_history(console, entry);
     return !entries.empty();
 }
 

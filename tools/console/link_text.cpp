@@ -25,7 +25,7 @@ std::string link_age(const console_state& console, const desk::moment& now,
 {
     const auto link = console.links.find(router);
     const bool heard = link != console.links.end() &&
-                       link->second.state == desk::find_live(console.desk, router)->link;
+                       link->second.heard == desk::find_live(console.desk, router)->link_since;
     return age(heard ? now.steady - link->second.since : desk::monotonic{});
 }
 

@@ -30,7 +30,7 @@ answer run_history(console_state& console, const desk::moment& /*now*/, const ca
     if (text.empty())
         text = call.words.empty() ? "Nothing has happened yet.\n"
                                   : "Nothing that has happened fits.\n";
-    else if (console.history.size() == HISTORY_KEPT)
+    else if (console.history_forgets)
         text = "What happened before " + day_and_time(console.history.front().at) +
                " has been forgotten.\n" + text;
     return {.text = text, .json = {{"rows", std::move(rows)}}};

@@ -1,4 +1,5 @@
 #include "console/events.h"
+#include "console/link_text.h"
 #include "server/desk/locks.h"
 #include "server/desk/takes.h"
 #include "unit/console/console_test.h"
@@ -166,6 +167,25 @@ TEST_F(Events, SayNothingOfWhatTheirPersonHasJustDone)
     desk::set_lock(console.desk, now, console.person, "main", 0, desk::lock_mode::lock, "", {});
     EXPECT_EQ(happened(true), "");
     EXPECT_EQ(console.history.size(), 3U) << "two routers that were set, and the lock";
+}
+
+TEST_F(Events, CountALinksAgeAlsoWhereNobodyLookedMeanwhile)
+{
+    happened();
+    wait_ms(20'000);
+    link(desk::link_state::down, "lost");
+    wait_ms(5000);
+    link(desk::link_state::ready);
+    wait_ms(3000);
+    happened();
+    EXPECT_EQ(link_age(console, now, "main"), "0:03");
+    link(desk::link_state::down, "lost");
+    happened();
+    wait_ms(4000);
+    now.utc += std::chrono::hours(2);
+    link(desk::link_state::down, "lost again");
+    happened();
+    EXPECT_EQ(link_age(console, now, "main"), "0:04");
 }
 
 TEST_F(Events, ForgetARouterThatWasRemoved)

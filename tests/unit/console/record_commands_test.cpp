@@ -31,11 +31,12 @@ TEST_F(RecordCommands, HistoryTellsWhatWasAskedForAndWhatBecameOfIt)
     wait_ms(3000);
     report(1, 4);
     happened();
-    EXPECT_EQ(says("history"), "2026-11-21 14:02:11 anna asked for a take: MON B <- CAM 3.\n"
-                               "2026-11-21 14:02:11 MON B <- CAM 3: confirmed after 12 ms.\n"
-                               "2026-11-21 14:02:14 MON B shows CAM 5: taken by somebody else.\n");
+    EXPECT_EQ(says("history"),
+              "2026-11-21 14:02:11 anna asked for a take: MON B of main <- CAM 3.\n"
+              "2026-11-21 14:02:11 MON B of main <- CAM 3: confirmed after 12 ms.\n"
+              "2026-11-21 14:02:14 MON B of main shows CAM 5: taken by somebody else.\n");
     EXPECT_EQ(says("history somebody mon"),
-              "2026-11-21 14:02:14 MON B shows CAM 5: taken by somebody else.\n");
+              "2026-11-21 14:02:14 MON B of main shows CAM 5: taken by somebody else.\n");
     EXPECT_EQ(says("history zebra"), "Nothing that has happened fits.\n");
 }
 
@@ -52,9 +53,10 @@ TEST_F(RecordCommands, HistoryTellsWhatWasNotSentAtAll)
     happened();
     EXPECT_EQ(
         says("history asked"),
-        "2026-11-21 14:02:11 anna asked for a take: MON B <- CAM 3: not sent: MON B is locked by "
+        "2026-11-21 14:02:11 anna asked for a take: MON B of main <- CAM 3: not sent: MON B is "
+        "locked by "
         "anna.\n"
-        "2026-11-21 14:02:11 anna asked for a take: MON A <- CAM 1: shown already.\n"
+        "2026-11-21 14:02:11 anna asked for a take: MON A of main <- CAM 1: shown already.\n"
         "2026-11-21 14:02:11 anna asked for a take of the staged list: 2 rows, 2 not sent.\n"
         "2026-11-21 14:02:11 anna asked for a take of the staged list: 2 rows, 1 not sent.\n");
 }
@@ -67,12 +69,51 @@ TEST_F(RecordCommands, HistoryKeepsTheNamesAndEndsOfThen)
     wait_ms(6000);
     happened();
     const std::string then = says("history");
-    EXPECT_THAT(then, testing::HasSubstr("MON B <- CAM 3: timed out"));
+    EXPECT_THAT(then, testing::HasSubstr("MON B of main <- CAM 3: timed out"));
     ask("set alias source 3 Studio");
     report(1, 2);
     happened();
     EXPECT_THAT(says("history"), testing::StartsWith(then));
-    EXPECT_THAT(says("history"), testing::HasSubstr("MON B <- Studio: timed out"));
+    EXPECT_THAT(says("history"), testing::HasSubstr("MON B of main <- Studio: timed out"));
+}
+
+TEST_F(RecordCommands, HistoryNamesTheRouterWhicheverIsInUse)
+{
+    console.history.clear();
+    ask("take 1 3");
+    happened();
+    ask("use back");
+    ask("take 1 4");
+    happened();
+    const std::string told = "2026-11-21 14:02:11 anna asked for a take: MON A of main <- CAM 3.\n"
+                             "2026-11-21 14:02:11 anna asked for a take: MON A of back <- CAM 4.\n";
+    EXPECT_EQ(says("history"), told);
+    ask("use main");
+    EXPECT_EQ(says("history"), told);
+}
+
+TEST_F(RecordCommands, HistoryNamesNoRouterWhereThereIsOne)
+{
+    desk::remove_router(console.desk, now, console.person, "back");
+    happened();
+    ask("take 1 3");
+    happened();
+    EXPECT_THAT(says("history take"), testing::EndsWith("a take: MON A <- CAM 3.\n"));
+}
+
+TEST_F(RecordCommands, HistoryIsBoundedInRows)
+{
+    desk::entry entry{now.utc, "ben", "panel", {}};
+    desk::batch_made made;
+    made.batch.rows.resize(HISTORY_ROWS / 2 + 1);
+    for (desk::wish& row : made.batch.rows)
+        row.wished = {"main", 0, 1};
+    entry.what = made;
+    console.desk.entries = {entry, entry};
+    happened();
+    EXPECT_EQ(console.history_rows, HISTORY_ROWS / 2 + 1);
+    EXPECT_EQ(console.history.size(), 1U);
+    EXPECT_THAT(says("history"), testing::StartsWith("What happened before "));
 }
 
 TEST_F(RecordCommands, HistoryAsJson)

@@ -43,10 +43,14 @@ TEST_F(RouteNames, AreTheSameInAllThatIsSaid)
                 testing::HasSubstr(" MON B (2) shows CAM 4: taken by somebody else.\n"));
     EXPECT_THAT(says("where 8"), testing::HasSubstr("No destination of main shows CAM 1 (8).\n"));
     EXPECT_THAT(says("lock 3 news"), testing::StartsWith("MON B (3) is locked by anna (news): "));
+    console.person.person = "ben";
+    EXPECT_EQ(says("unlock 3"), "MON B (3) is locked by anna (news); to break that, give a reason "
+                                "behind the destination.\n");
+    console.person.person = "anna";
     EXPECT_EQ(says("unlock 3"), "MON B (3) is locked by anna (news) no longer.\n");
     EXPECT_EQ(says("salvo save NEWS 2-3"), "Saved salvo NEWS, version 1, 2 routes:\n"
                                            "  MON B (2) <- CAM 4\n"
                                            "  MON B (3) <- CAM 1 (1)\n");
     EXPECT_THAT(says("history"),
-                testing::HasSubstr("anna asked for a take: MON B (2) <- CAM 1 (8)"));
+                testing::HasSubstr("anna asked for a take: MON B (2) of main <- CAM 1 (8)"));
 }
