@@ -37,7 +37,7 @@ objection check_right(const desk_state& desk, const actor& actor, const std::str
     const std::string& group = label_of(*known, side::destinations, destination).group;
     if (!may_operate(actor.may, router, group))
         return {reason::no_right, actor.person + " may not route " +
-                                      destination_name(desk, router, destination) + " of " +
+                                      destination_text(desk, router, destination) + " of " +
                                       known->settings.name};
     return {};
 }
@@ -49,7 +49,7 @@ objection check_destination(const desk_state& desk, const actor& actor, const st
     if (found.why != reason::none) return found;
     if (destination < 0 || destination >= destinations_of(desk, router))
         return {reason::no_such_destination, find_router(desk, router)->settings.name + " has no " +
-                                                 destination_name(desk, router, destination)};
+                                                 destination_text(desk, router, destination)};
     return {};
 }
 
@@ -59,13 +59,13 @@ objection check_route(const desk_state& desk, const actor& actor, const route& w
     if (found.why != reason::none) return found;
     if (wished.source == UNKNOWN_SOURCE)
         return {reason::fact_unknown,
-                "the source for " + destination_name(desk, wished.router, wished.destination) +
+                "the source for " + destination_text(desk, wished.router, wished.destination) +
                     " is not known"};
     const bool exists = wished.source >= 0 && wished.source < sources_of(desk, wished.router);
     if (!exists && wished.source != NO_SOURCE)
         return {reason::no_such_source, find_router(desk, wished.router)->settings.name +
                                             " has no " +
-                                            source_name(desk, wished.router, wished.source)};
+                                            source_text(desk, wished.router, wished.source)};
     return {};
 }
 

@@ -65,7 +65,7 @@ objection remove_lock(desk_state& desk, const moment& now, const actor& actor,
     const lock* const old = find_lock(desk, router, destination);
     if (old == nullptr)
         return {reason::nothing_to_do,
-                destination_name(desk, router, destination) + " is neither locked nor protected"};
+                destination_text(desk, router, destination) + " is neither locked nor protected"};
     const bool own = old->owner == actor.person;
     const std::string given = cut_text(reason_given);
     if (!own) {

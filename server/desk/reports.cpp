@@ -97,7 +97,7 @@ void note_found(desk_state& desk, const moment& now, live_router& live, const ro
         const wish* const row = find_wish(desk.house, id);
         if (row == nullptr) continue; // forgotten
         const std::string detail = row->detail + "; then the router showed " +
-                                   source_name(desk, shown.router, shown.source);
+                                   source_text(desk, shown.router, shown.source);
         record_entry(desk, {now.utc, "", "", wish_found{id, shown.source, detail}});
         tell_change(desk, shown.router, change::kind::wish, shown.destination, id.batch);
     }

@@ -40,7 +40,7 @@ row_objection check_rows(const desk_state& desk, const actor& actor, const std::
         objection found = check_route(desk, actor, rows[i]);
         if (found.why == reason::none && !seen.insert({rows[i].router, rows[i].destination}).second)
             found = {reason::duplicate_destination,
-                     destination_name(desk, rows[i].router, rows[i].destination) +
+                     destination_text(desk, rows[i].router, rows[i].destination) +
                          " is there twice"};
         if (found.why != reason::none) return {std::move(found), i};
     }

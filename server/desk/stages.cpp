@@ -73,7 +73,7 @@ row_objection check_rows(const desk_state& desk, const actor& actor, const std::
         objection found = check_route(desk, actor, {router, destination, source});
         if (found.why == reason::none && !seen.insert(destination).second)
             found = {reason::duplicate_destination,
-                     destination_name(desk, router, destination) + " is there twice"};
+                     destination_text(desk, router, destination) + " is there twice"};
         if (found.why != reason::none) return {std::move(found), i};
     }
     return {};

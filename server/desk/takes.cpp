@@ -27,7 +27,7 @@ objection check_request(const desk_state& desk, const moment& now, const take_re
     for (const take_row& row : request.rows)
         if (!seen.emplace(row.wished.router, row.wished.destination).second)
             return {reason::duplicate_destination,
-                    destination_name(desk, row.wished.router, row.wished.destination) +
+                    destination_text(desk, row.wished.router, row.wished.destination) +
                         " is there twice"};
     return {};
 }
@@ -53,16 +53,18 @@ std::size_t count_open(const live_router& live, int destination)
 objection check_source_before(const desk_state& desk, const moment& now, const live_router& live,
                               const route& wished, int if_source)
 {
-    const std::string name = destination_name(desk, wished.router, wished.destination);
+    const auto name = [&] {
+        return destination_text(desk, wished.router, wished.destination);
+    };
     if (!is_fresh(live, wished.destination))
-        return {reason::fact_unknown, "what " + name + " shows is not known"};
+        return {reason::fact_unknown, "what " + name() + " shows is not known"};
     const int shown = source_told(live, now, wished.destination);
     if (shown != if_source)
         return {reason::changed_since,
-                name + " shows " + source_name(desk, wished.router, shown) + " by now, " +
+                name() + " shows " + source_text(desk, wished.router, shown) + " by now, " +
                     taker_text(desk, wished.router, wished.destination, shown)};
     if (count_open(live, wished.destination) > 0)
-        return {reason::changed_since, "another take of " + name + " is under way"};
+        return {reason::changed_since, "another take of " + name() + " is under way"};
     return {};
 }
 
@@ -83,7 +85,7 @@ objection check_row(const desk_state& desk, const moment& now, const actor& acto
         first = check_source_before(desk, now, live, row.wished, *row.if_source);
     if (first.why == reason::none && count_open(live, destination) >= OPEN_PER_DESTINATION)
         return {reason::too_many_at_once, "too many takes of " +
-                                              destination_name(desk, router, destination) +
+                                              destination_text(desk, router, destination) +
                                               " are under way"};
     return first;
 }
@@ -241,7 +243,7 @@ objection accept_outcome(desk_state& desk, const moment& now, const actor& actor
     const auto troubled = live.troubled.find(destination);
     if (troubled == live.troubled.end())
         return {reason::nothing_to_do,
-                "nothing went wrong on " + destination_name(desk, router, destination)};
+                "nothing went wrong on " + destination_text(desk, router, destination)};
     const wish_id id = troubled->second.id;
     live.troubled.erase(troubled);
     record_entry(desk, {now.utc, actor.person, actor.origin, wish_accepted{id}});

@@ -34,6 +34,11 @@ bool is_doing_of(const house& house, const authorship& author, const wish_id& wi
                                    doing_of(house, *author.by) == doing_of(house, wish)));
 }
 
+std::string place_of(const desk_state& desk, const undo_row& row)
+{
+    return destination_text(desk, row.put.router, row.put.destination);
+}
+
 // What has happened to the destination since the row's wish was confirmed there.
 objection change_since(const desk_state& desk, const moment& now, const undo_row& row)
 {
@@ -43,21 +48,20 @@ objection change_since(const desk_state& desk, const moment& now, const undo_row
     const authorship* const author = has_come_back(live, now, destination, shown)
                                          ? nullptr
                                          : author_shown(desk, router, destination);
-    const std::string place = destination_name(desk, router, destination);
     const bool by_another = author != nullptr && !is_doing_of(desk.house, *author, row.by);
     if (shown != source || by_another)
-        return {reason::changed_since, place + " was changed since: it shows " +
-                                           source_name(desk, router, shown) + ", " +
+        return {reason::changed_since, place_of(desk, row) + " was changed since: it shows " +
+                                           source_text(desk, router, shown) + ", " +
                                            taker_text(desk, router, destination, shown)};
     if (author == nullptr)
-        return {reason::fact_unknown, "whose doing it is that " + place + " shows " +
-                                          source_name(desk, router, shown) + " is not known"};
+        return {reason::fact_unknown, "whose doing it is that " + place_of(desk, row) + " shows " +
+                                          source_text(desk, router, shown) + " is not known"};
     const auto open = live.open.find(destination);
     if (open != live.open.end()) {
         const open_wish& newest = open->second.back();
         return {reason::changed_since, person_of(desk, newest.id) + " has asked for " +
-                                           source_name(desk, router, newest.source) + " on " +
-                                           place + " since"};
+                                           source_text(desk, router, newest.source) + " on " +
+                                           place_of(desk, row) + " since"};
     }
     return {};
 }
@@ -69,16 +73,16 @@ objection object_to(const desk_state& desk, const moment& now, const undo_row& r
     const auto& [router, destination, source] = row.put;
     const live_router* const live = find_live(desk, router);
     if (live == nullptr) return {};
-    const std::string place = destination_name(desk, router, destination);
     const wish* const wish = find_wish(desk.house, row.by); // none: forgotten
     if (wish != nullptr && !was_confirmed(*wish))
-        return {reason::not_confirmed, source_name(desk, router, source) + " on " + place +
+        return {reason::not_confirmed, source_text(desk, router, source) + " on " +
+                                           place_of(desk, row) +
                                            " has not been confirmed: " + text_of(wish->end)};
     if (wish != nullptr && wish->end == outcome::unknown) // what was there then is not kept
-        return {reason::fact_unknown,
-                "what " + place + " showed before is not known: the program was restarted"};
+        return {reason::fact_unknown, "what " + place_of(desk, row) +
+                                          " showed before is not known: the program was restarted"};
     if (!is_fresh(*live, destination))
-        return {reason::fact_unknown, "what " + place + " shows is not known"};
+        return {reason::fact_unknown, "what " + place_of(desk, row) + " shows is not known"};
     return change_since(desk, now, row);
 }
 

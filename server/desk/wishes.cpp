@@ -208,13 +208,13 @@ void end_superseded(desk_state& desk, const moment& now, const wish_id& id, cons
     const route& newer = route_of(desk, by);
     end_wish(desk, now, id, outcome::superseded,
              desk.house.batches.at(by.batch).person + " asked for " +
-                 source_name(desk, newer.router, newer.source) + " before it was sent");
+                 source_text(desk, newer.router, newer.source) + " before it was sent");
 }
 
 void end_contradicted(desk_state& desk, const moment& now, const wish_id& id, int shown)
 {
     const route& wished = route_of(desk, id);
-    const std::string name = source_name(desk, wished.router, shown);
+    const std::string name = source_text(desk, wished.router, shown);
     const open_wish& wish = *find_open(desk, id);
     const bool still = wish.shown == 0 && shown == wish.was;
     end_wish(desk, now, id, outcome::contradicted,

@@ -5,6 +5,12 @@
 namespace desk {
 
 namespace {
+std::string number_text(const house_router* known, int position)
+{
+    const long long first = known != nullptr ? known->settings.first_number : 1;
+    return std::to_string(position + first);
+}
+
 std::string position_name(const desk_state& desk, const std::string& router, side of, int position)
 {
     const house_router* known = find_router(desk, router);
@@ -17,8 +23,34 @@ std::string position_name(const desk_state& desk, const std::string& router, sid
         const auto index = static_cast<std::size_t>(position);
         if (index < names.size() && !names[index].empty()) return names[index];
     }
-    const long long first = known != nullptr ? known->settings.first_number : 1;
-    return (of == side::sources ? "source " : "destination ") + std::to_string(position + first);
+    return (of == side::sources ? "source " : "destination ") + number_text(known, position);
+}
+
+bool is_of_another(const house_router& known, const live_router& live, side of, int position,
+                   const std::string& name)
+{
+    const auto& labels = of == side::sources ? known.source_labels : known.destination_labels;
+    const auto& names = of == side::sources ? live.source_names : live.destination_names;
+    if (std::any_of(labels.begin(), labels.end(), [&](const auto& label) {
+            return label.first != position && label.second.alias == name;
+        }))
+        return true;
+    for (std::size_t i = 0; i < names.size(); ++i)
+        if (names[i] == name && static_cast<int>(i) != position &&
+            label_of(known, of, static_cast<int>(i)).alias.empty())
+            return true;
+    return false;
+}
+
+std::string with_number(const desk_state& desk, const std::string& router, side of, int position,
+                        std::string name)
+{
+    const house_router* const known = find_router(desk, router);
+    const live_router* const live = find_live(desk, router);
+    if (position >= 0 && known != nullptr && live != nullptr &&
+        is_of_another(*known, *live, of, position, name))
+        name += " (" + number_text(known, position) + ")";
+    return name;
 }
 
 bool continues_letter(char byte)
@@ -37,6 +69,17 @@ std::string source_name(const desk_state& desk, const std::string& router, int s
 std::string destination_name(const desk_state& desk, const std::string& router, int destination)
 {
     return position_name(desk, router, side::destinations, destination);
+}
+
+std::string source_text(const desk_state& desk, const std::string& router, int source)
+{
+    return with_number(desk, router, side::sources, source, source_name(desk, router, source));
+}
+
+std::string destination_text(const desk_state& desk, const std::string& router, int destination)
+{
+    return with_number(desk, router, side::destinations, destination,
+                       destination_name(desk, router, destination));
 }
 
 const char* text_of(outcome outcome)
@@ -165,7 +208,7 @@ std::string lock_text(const desk_state& desk, const std::string& router, int des
     const auto found = known->locks.find(destination);
     if (found == known->locks.end()) return "";
     const lock& lock = found->second;
-    std::string text = destination_name(desk, router, destination) + " is " + text_of(lock.mode) +
+    std::string text = destination_text(desk, router, destination) + " is " + text_of(lock.mode) +
                        " by " + lock.owner;
     if (!lock.reason.empty()) text += " (" + lock.reason + ")";
     return text;

@@ -12,6 +12,10 @@ namespace desk {
 std::string source_name(const desk_state& desk, const std::string& router, int source);
 std::string destination_name(const desk_state& desk, const std::string& router, int destination);
 
+// The same in a sentence: with its number where another has the name, as in "CAM 1 (9)".
+std::string source_text(const desk_state& desk, const std::string& router, int source);
+std::string destination_text(const desk_state& desk, const std::string& router, int destination);
+
 const char* text_of(outcome outcome);  // "confirmed", "timed out"
 const char* text_of(wish_state state); // "queued"
 const char* text_of(link_state link);  // "ready"

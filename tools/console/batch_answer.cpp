@@ -58,11 +58,11 @@ std::string row_text(const console_state& console, const desk::row_answer& row,
 {
     const auto& [router, destination, source] = row.wished;
     const std::string place = place_text(console, router, destination);
-    const std::string name = source_text(console, router, source);
+    const std::string name = desk::source_text(console.desk, router, source);
     if (row.unchanged) return place + " shows " + name + " already";
     if (!row.goes) return place + " <- " + name + ": " + blocked_text(console, row, asked);
     const int shown = known_source(console.desk, row.wished);
-    return place + ": " + source_text(console, router, shown) + " -> " + name;
+    return place + ": " + desk::source_text(console.desk, router, shown) + " -> " + name;
 }
 
 nlohmann::json row_json(const desk::desk_state& desk, const desk::row_answer& row)

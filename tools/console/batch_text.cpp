@@ -95,12 +95,13 @@ std::string shown_text(const console_state& console, const desk::route& route,
     const auto& [router, destination, source] = route;
     const int shown = known_source(console.desk, route);
     const std::string place = place_text(console, router, destination);
-    const std::string said = source_text(console, router, source) + ": " + end;
+    const std::string said = desk::source_text(console.desk, router, source) + ": " + end;
     if (shown == source) return place + " shows " + said;
     if (shown == desk::UNKNOWN_SOURCE)
         return place + " showed " + said + "; what it shows by now is not known";
-    return place + " showed " + said + "; it shows " + source_text(console, router, shown) +
-           " by now, " + desk::taker_text(console.desk, router, destination, shown);
+    return place + " showed " + said + "; it shows " +
+           desk::source_text(console.desk, router, shown) + " by now, " +
+           desk::taker_text(console.desk, router, destination, shown);
 }
 
 std::string outcome_row_text(const console_state& console, const desk::ulid& of,
@@ -115,7 +116,7 @@ std::string outcome_row_text(const console_state& console, const desk::ulid& of,
     const int shown = known_source(console.desk, row.wished);
     if (shown == desk::UNKNOWN_SOURCE) return text + "; what it shows by now is not known";
     return text + "; " + place_text(console, row.wished.router, row.wished.destination) +
-           " shows " + source_text(console, row.wished.router, shown);
+           " shows " + desk::source_text(console.desk, row.wished.router, shown);
 }
 
 // Figures of a batch that has ended.
@@ -185,8 +186,9 @@ std::string unconfirmed_text(const console_state& console, const desk::ulid& of,
         if (row.wished.router != wished.router || row.wished.destination != wished.destination)
             continue;
         if (row.end == desk::outcome::confirmed || row.confirmed_late_after) return "";
-        const std::string take =
-            "the take of " + source_text(console, wished.router, row.wished.source) + " there is ";
+        const std::string take = "the take of " +
+                                 desk::source_text(console.desk, wished.router, row.wished.source) +
+                                 " there is ";
         if (row.end == desk::outcome::open) return take + "still under way";
         return take + "not confirmed: " +
                (row.end == desk::outcome::contradicted ? row.detail : end_text(row));

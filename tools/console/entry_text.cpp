@@ -250,7 +250,8 @@ struct entry_teller {
     {
         return {"fact",
                 place_text(console, change.router, change.destination) + " shows " +
-                    source_text(console, change.router, change.source) + ": taken by somebody else",
+                    desk::source_text(console.desk, change.router, change.source) +
+                    ": taken by somebody else",
                 {{"router", change.router},
                  {"destination", destination_json(console.desk, change.router, change.destination)},
                  {"source", source_json(console.desk, change.router, change.source)},

@@ -175,7 +175,7 @@ void note_fact(console_state& console, const shown_fact& fact, std::vector<notic
     notices.push_back(
         make_notice(fact.at,
                     place_text(console, router, destination) + " shows " +
-                        source_text(console, router, source) + ": " + fact.taker + ".\n",
+                        desk::source_text(console.desk, router, source) + ": " + fact.taker + ".\n",
                     {{"event", "fact"},
                      {"router", router},
                      {"destination", destination_json(console.desk, router, destination)},

@@ -83,7 +83,8 @@ answer lock_answer(const console_state& console, int destination)
     const desk::lock& lock = desk::find_router(console.desk, console.router)->locks.at(destination);
     answer result{.json = lock_json(console, destination, lock)};
     result.text =
-        destination_text(console, console.router, destination) + " is " + lock_state(lock) +
+        desk::destination_text(console.desk, console.router, destination) + " is " +
+        lock_state(lock) +
         (lock.mode == desk::lock_mode::lock ? ": nobody may route it here, you included.\n"
                                             : ": nobody but you may route it here.\n") +
         "The router itself knows nothing of it: it can still be routed past this "
@@ -129,10 +130,10 @@ answer run_unlock(console_state& console, const desk::moment& now, const call& c
     const bool force = call.words.size() > 1;
     const auto& locks = desk::find_router(console.desk, console.router)->locks;
     const auto lock = locks.find(*destination);
-    const std::string was = lock == locks.end()
-                                ? ""
-                                : destination_text(console, console.router, *destination) + " is " +
-                                      holder_text(lock->second);
+    const std::string was =
+        lock == locks.end() ? ""
+                            : desk::destination_text(console.desk, console.router, *destination) +
+                                  " is " + holder_text(lock->second);
     const desk::objection found =
         desk::remove_lock(console.desk, now, console.person, console.router, *destination, force,
                           force ? call.words[1].text : "");

@@ -8,14 +8,7 @@
 
 namespace console {
 
-// "CAM 3", and "CAM 3 (9)", with its number, where another source of the router has that name.
-std::string source_text(const console_state& console, const std::string& router, int source);
-
-// Likewise: "MON A".
-std::string destination_text(const console_state& console, const std::string& router,
-                             int destination);
-
-// The same, and "MON A of back" on another router than the one in use.
+// "MON A", and "MON A of back" on another router than the one in use.
 std::string place_text(const console_state& console, const std::string& router, int destination);
 
 // "MON A <- CAM 3"

@@ -27,7 +27,7 @@ std::string open_take_text(const console_state& console, const std::string& rout
     if (row == nullptr || desk::has_changed(live, destination, *row) || open == live.open.end())
         return "";
     const desk::open_wish& newest = open->second.back();
-    return "a take of " + source_text(console, router, newest.source) + " by " +
+    return "a take of " + desk::source_text(console.desk, router, newest.source) + " by " +
            console.desk.house.batches.at(newest.id.batch).person + " is under way";
 }
 
@@ -112,7 +112,7 @@ std::string state_text(const console_state& console, const route_row& row,
                        std::optional<desk::wall> told_above)
 {
     const auto name = [&](int source) {
-        return source_text(console, row.router, source);
+        return desk::source_text(console.desk, row.router, source);
     };
     std::string text;
     if (row.as_of && row.as_of != told_above) add_state(text, "as of " + time_of_day(*row.as_of));

@@ -100,7 +100,7 @@ bool find_shown_routes(const console_state& console, std::span<const common::wor
         row.source = known_source(console.desk, row);
         if (row.source == desk::UNKNOWN_SOURCE) {
             wrong = refusal("Not saved: what " +
-                                destination_text(console, console.router, destination) +
+                                desk::destination_text(console.desk, console.router, destination) +
                                 " shows now is not known.",
                             verdict::refused);
             return false;
@@ -144,7 +144,7 @@ std::string shown_text(const console_state& console, const desk::route& row)
     const int shown = known_source(console.desk, row);
     if (shown == row.source) return "shown now";
     if (shown == desk::UNKNOWN_SOURCE) return "what it shows now is not known";
-    return "now " + source_text(console, row.router, shown);
+    return "now " + desk::source_text(console.desk, row.router, shown);
 }
 
 answer run_show(console_state& console, const desk::moment& /*now*/, const call& call)

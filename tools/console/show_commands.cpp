@@ -186,7 +186,7 @@ answer run_where(console_state& console, const desk::moment& now, const call& ca
         json.push_back(shown_json(console, row));
         rows.push_back(std::move(row));
     }
-    const std::string name = source_text(console, console.router, *source);
+    const std::string name = desk::source_text(console.desk, console.router, *source);
     std::string text = head_text(console, now, desk::side::destinations, rows.size());
     text += count == 0     ? nothing_text(console, desk::side::destinations)
             : rows.empty() ? "No destination of " + name_of(console) + " shows " + name + ".\n"

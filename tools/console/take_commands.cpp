@@ -75,7 +75,8 @@ answer run_back(console_state& console, const desk::moment& now, const call& cal
             return take_route(console, now, {console.router, *destination, source->second}, call);
     }
     return refusal("It is not known what " +
-                       destination_text(console, console.router, *destination) + " showed before.",
+                       desk::destination_text(console.desk, console.router, *destination) +
+                       " showed before.",
                    verdict::refused);
 }
 
@@ -135,8 +136,8 @@ std::string trouble_of(const console_state& console, const desk::staged_row& row
         return open.empty() ? tried.detail : open;
     }
     const int shown = desk::source_shown(live, destination);
-    return "changed since: it shows " + source_text(console, console.router, shown) + " by now, " +
-           desk::taker_text(console.desk, console.router, destination, shown) +
+    return "changed since: it shows " + desk::source_text(console.desk, console.router, shown) +
+           " by now, " + desk::taker_text(console.desk, console.router, destination, shown) +
            "; stage it again to keep it, or unstage it";
 }
 
@@ -149,9 +150,9 @@ answer staged_row(const console_state& console, const desk::staged_row& row,
     const std::string trouble = trouble_of(console, row, tried);
     answer told;
     told.json = route_json(desk, route, row.seen);
-    told.text = destination_text(console, console.router, destination) + ": " +
-                source_text(console, console.router, row.seen) + " -> " +
-                source_text(console, console.router, row.source);
+    told.text = desk::destination_text(console.desk, console.router, destination) + ": " +
+                desk::source_text(console.desk, console.router, row.seen) + " -> " +
+                desk::source_text(console.desk, console.router, row.source);
     told.json["shown"] = known_source(desk, route) == row.source;
     if (!trouble.empty()) {
         told.text += " (" + trouble + ")";
@@ -218,7 +219,7 @@ answer run_unstage(console_state& console, const desk::moment& /*now*/, const ca
     std::string complaint;
     const auto destination = find_kept_destination(console, call.words[0], complaint);
     if (!destination) return refuse_lookup(console, complaint);
-    const std::string name = destination_text(console, console.router, *destination);
+    const std::string name = desk::destination_text(console.desk, console.router, *destination);
     if (!desk::unstage_row(console.desk, console.person, console.router, *destination))
         return refusal(name + " is not staged.", verdict::refused);
     return {

@@ -16,19 +16,19 @@ class RouteNames : public ConsoleTest {
 
 TEST_F(RouteNames, TellsTheNumberWhereTheNameIsThatOfAnother)
 {
-    EXPECT_EQ(source_text(console, "main", 7), "CAM 1 (8)");
-    EXPECT_EQ(source_text(console, "main", 1), "CAM 2");
-    EXPECT_EQ(source_text(console, "back", 7), "CAM 8");
-    EXPECT_EQ(source_text(console, "main", desk::NO_SOURCE), "no source");
-    EXPECT_EQ(destination_text(console, "main", 2), "MON B (3)");
-    EXPECT_EQ(destination_text(console, "gone", 2), "destination 3");
+    EXPECT_EQ(desk::source_text(console.desk, "main", 7), "CAM 1 (8)");
+    EXPECT_EQ(desk::source_text(console.desk, "main", 1), "CAM 2");
+    EXPECT_EQ(desk::source_text(console.desk, "back", 7), "CAM 8");
+    EXPECT_EQ(desk::source_text(console.desk, "main", desk::NO_SOURCE), "no source");
+    EXPECT_EQ(desk::destination_text(console.desk, "main", 2), "MON B (3)");
+    EXPECT_EQ(desk::destination_text(console.desk, "gone", 2), "destination 3");
     desk::set_label(console.desk, now, console.person, "main", desk::side::sources, 7,
                     {"Studio", ""});
-    EXPECT_EQ(source_text(console, "main", 7), "Studio");
-    EXPECT_EQ(source_text(console, "main", 0), "CAM 1") << "the other shows its alias";
+    EXPECT_EQ(desk::source_text(console.desk, "main", 7), "Studio");
+    EXPECT_EQ(desk::source_text(console.desk, "main", 0), "CAM 1") << "the other shows its alias";
     desk::set_label(console.desk, now, console.person, "main", desk::side::sources, 3,
                     {"Studio", ""});
-    EXPECT_EQ(source_text(console, "main", 7), "Studio (8)");
+    EXPECT_EQ(desk::source_text(console.desk, "main", 7), "Studio (8)");
 }
 
 TEST_F(RouteNames, AreTheSameInAllThatIsSaid)
@@ -41,6 +41,15 @@ TEST_F(RouteNames, AreTheSameInAllThatIsSaid)
     report(1, 3);
     EXPECT_THAT(happened(true),
                 testing::HasSubstr(" MON B (2) shows CAM 4: taken by somebody else.\n"));
+    ask("take 2 5");
+    desk::trace_take(console.desk, now, "main", 1, 4);
+    desk::trace_query(console.desk, "main", 1);
+    desk::trace_route(console.desk, now, "main", 1, 7);
+    report(1, 7);
+    EXPECT_THAT(happened(),
+                testing::HasSubstr("not confirmed: the router shows CAM 1 (8) instead"));
+    report(1, 3);
+    happened();
     EXPECT_THAT(says("where 8"), testing::HasSubstr("No destination of main shows CAM 1 (8).\n"));
     EXPECT_THAT(says("lock 3 news"), testing::StartsWith("MON B (3) is locked by anna (news): "));
     console.person.person = "ben";

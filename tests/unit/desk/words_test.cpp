@@ -44,6 +44,24 @@ TEST_F(Words, NameDestinations)
     EXPECT_EQ(destination_name(desk, "main", 1), "TX");
 }
 
+TEST_F(Words, HaveTheNumberOfANameThatAnotherHas)
+{
+    desk.live["main"].source_names = {"CAM 1", "VTR", "CAM 1", "", ""};
+    EXPECT_EQ(source_text(desk, "main", 0), "CAM 1 (1)");
+    EXPECT_EQ(source_text(desk, "main", 1), "VTR");
+    EXPECT_EQ(source_text(desk, "main", 2), "CAM 1 (3)");
+    EXPECT_EQ(source_text(desk, "main", 3), "source 4");
+    EXPECT_EQ(source_text(desk, "main", NO_SOURCE), "no source");
+    desk.house.routers["main"].source_labels[2] = {"VTR", ""};
+    EXPECT_EQ(source_text(desk, "main", 0), "CAM 1") << "the other has an alias";
+    EXPECT_EQ(source_text(desk, "main", 1), "VTR (2)");
+    EXPECT_EQ(source_text(desk, "main", 2), "VTR (3)");
+    EXPECT_EQ(destination_text(desk, "main", 0), "MON A");
+    desk.live["main"].destination_names = {"MON A", "MON A"};
+    desk.house.routers["main"].locks[1] = {lock_mode::lock, "ben", "", {}, {}};
+    EXPECT_EQ(lock_text(desk, "main", 1), "MON A (2) is locked by ben");
+}
+
 TEST_F(Words, TellOfLocks)
 {
     desk.house.routers["main"].locks[0] = {lock_mode::lock, "anna", "on air", {}, {}};
