@@ -7,7 +7,6 @@
 #include <deque>
 #include <map>
 #include <nlohmann/json.hpp>
-#include <optional>
 #include <set>
 #include <string>
 #include <vector>
