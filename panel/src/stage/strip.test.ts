@@ -1,0 +1,110 @@
+import { expect, test } from 'vitest';
+
+import type { Answer } from '../api/ask';
+import type { command } from '../api/command';
+import { openUndoing, type Strip } from './strip';
+import type { NextStep } from './undo';
+
+const lost: Answer<never> = { ok: false, status: 0 };
+const gone: Answer<unknown> = { ok: true, body: undefined };
+const stepOf = (blocked: number): NextStep => ({
+  steps: 1,
+  of: { operation: '01', kind: 'stage', wished: '2026-11-22T14:01:58.000Z' },
+  dryRun: {
+    checked: '2026-11-22T14:04:21.660Z',
+    rule: 'rest',
+    change: 1,
+    unchanged: 0,
+    blocked,
+    rows: [],
+  },
+});
+const armed = () => false;
+const hot = () => true;
+
+// A strip whose server says this of the next step, and answers to what goes when it is told to.
+function stripOf(next: Answer<NextStep>) {
+  const sent: unknown[] = [];
+  const open: ((answer: Answer<unknown>) => void)[] = [];
+  const send = ((...asked: unknown[]) => {
+    sent.push(asked);
+    return new Promise((resolve) => open.push(resolve));
+  }) as unknown as typeof command;
+  const seen: { strip: Strip | undefined } = { strip: undefined };
+  let keys = 0;
+  const undoing = openUndoing(
+    () => Promise.resolve(next),
+    send,
+    () => `k${++keys}`,
+    (strip) => (seen.strip = strip),
+  );
+  const answer = (given: Answer<unknown>) => open.shift()?.(given);
+  return { sent, seen, undoing, answer };
+}
+const asked = (path: string, key: string) => [
+  'post',
+  path,
+  { at: {}, body: { rule: 'rest' }, key },
+];
+
+test('what would be undone is shown, and nothing goes', async () => {
+  const { sent, seen, undoing } = stripOf({ ok: true, body: stepOf(0) });
+  await undoing.open('undo', armed);
+  expect(seen.strip).toEqual({ back: 'undo', key: 'k1', step: stepOf(0), refused: undefined });
+  expect(sent).toEqual([]);
+});
+
+test('a refusal to say what is kept in its place', async () => {
+  const { seen, undoing } = stripOf(lost);
+  await undoing.open('redo', hot);
+  expect(seen.strip).toEqual({ back: 'redo', key: 'k1', step: undefined, refused: lost });
+});
+
+test('however often it is pressed, it goes by one key', async () => {
+  const { sent, seen, undoing, answer } = stripOf({ ok: true, body: stepOf(1) });
+  await undoing.open('redo', armed);
+  const presses = [undoing.go(), undoing.go()];
+  answer(gone);
+  answer(gone);
+  await Promise.all(presses);
+  expect(sent).toEqual([asked('/api/v1/redo', 'k1'), asked('/api/v1/redo', 'k1')]);
+  expect(seen.strip).toBeUndefined();
+});
+
+test('in Hot it goes at once', async () => {
+  const { sent, seen, undoing, answer } = stripOf({ ok: true, body: stepOf(0) });
+  const opened = undoing.open('undo', hot);
+  await Promise.resolve().then(() => undefined);
+  answer(gone);
+  await opened;
+  expect(sent).toEqual([asked('/api/v1/undo', 'k1')]);
+  expect(seen.strip).toBeUndefined();
+});
+
+test('in Hot it waits where a row cannot go', async () => {
+  const { sent, seen, undoing } = stripOf({ ok: true, body: stepOf(1) });
+  await undoing.open('undo', hot);
+  expect(sent).toEqual([]);
+  expect(seen.strip?.step).toEqual(stepOf(1));
+});
+
+test('why it did not go stands in the strip', async () => {
+  const { seen, undoing, answer } = stripOf({ ok: true, body: stepOf(0) });
+  await undoing.open('undo', armed);
+  const went = undoing.go();
+  answer(lost);
+  await went;
+  expect(seen.strip).toMatchObject({ step: undefined, refused: lost });
+});
+
+test('once closed, nothing goes, and no answer opens it', async () => {
+  const { sent, seen, undoing, answer } = stripOf({ ok: true, body: stepOf(0) });
+  await undoing.open('undo', armed);
+  const went = undoing.go();
+  undoing.close();
+  answer(lost);
+  await went;
+  await undoing.go();
+  expect(seen.strip).toBeUndefined();
+  expect(sent).toHaveLength(1);
+});

@@ -1,0 +1,57 @@
+// The strip that shows what an undo or redo would do, from when it is asked for until it is closed or
+// the server has taken it. It owns the present record; none: it is closed.
+import type { Refusal } from '../api/ask';
+import type { command } from '../api/command';
+import type { nextStep } from '../api/operation';
+import type { Back, NextStep } from './undo';
+
+export type Strip = {
+  readonly back: Back;
+  readonly key: string; // however often it is pressed, it goes once
+  readonly step: NextStep | undefined;
+  readonly refused: Refusal | undefined;
+};
+
+export type Undoing = {
+  readonly open: (back: Back, goesAtOnce: () => boolean) => Promise<void>;
+  readonly go: () => Promise<void>;
+  readonly close: () => void;
+};
+
+export function openUndoing(
+  ask: typeof nextStep,
+  send: typeof command,
+  newKey: () => string,
+  tell: (strip: Strip | undefined) => void,
+): Undoing {
+  let strip: Strip | undefined;
+
+  function set(next: Strip | undefined): void {
+    strip = next;
+    tell(next);
+  }
+
+  async function open(back: Back, goesAtOnce: () => boolean): Promise<void> {
+    const answer = await ask(back);
+    const step = answer.ok ? answer.body : undefined;
+    set({ back, key: newKey(), step, refused: answer.ok ? undefined : answer });
+    if (step?.dryRun?.blocked === 0 && goesAtOnce()) await go();
+  }
+
+  async function go(): Promise<void> {
+    const opened = strip;
+    if (opened === undefined) return;
+    const wanted = { at: {}, body: { rule: 'rest' as const }, key: opened.key };
+    const answer = await send('post', `/api/v1/${opened.back}`, wanted);
+    if (strip !== opened) return; // closed, or another is open
+    set(answer.ok ? undefined : { ...opened, step: undefined, refused: answer });
+  }
+
+  return {
+    open,
+    go,
+    close: () => {
+      set(undefined);
+    },
+  };
+}
