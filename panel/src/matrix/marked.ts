@@ -1,0 +1,21 @@
+// Destinations that are marked, or groups that are folded: what a press makes of them.
+import type { Axis } from './axis';
+
+export function toggled<T>(all: readonly T[], one: T): readonly T[] {
+  const others = all.filter((each) => each !== one);
+  return others.length < all.length ? others : [...all, one];
+}
+
+// With the members from one line to the other, in either direction; strips and bands are none.
+export function withBetween(
+  marked: readonly number[],
+  axis: Axis,
+  one: number,
+  other: number,
+): readonly number[] {
+  const [from, to] = [Math.min(one, other), Math.max(one, other)];
+  const more = axis.lines
+    .slice(from, to + 1)
+    .flatMap(({ kind, index }) => (kind === 'member' ? [index] : []));
+  return [...new Set([...marked, ...more])];
+}
