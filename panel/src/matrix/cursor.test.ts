@@ -1,8 +1,9 @@
 import { expect, test } from 'vitest';
 
+import { nameOf } from '../live/history';
 import { NO_SOURCE } from '../live/router_topic';
 import { layOut } from './axis';
-import { indexAt, kept, moved, type Cursor, type Move } from './cursor';
+import { atNumbers, indexAt, kept, moved, type Cursor, type Move } from './cursor';
 
 const group = (name: string, members: number[], folded = false) => ({ name, members, folded });
 const sizes = { band: 24, member: 32, folded: 24 };
@@ -52,4 +53,11 @@ test('a band has no member, a strip its first', () => {
   expect(indexAt(destinations, 0)).toBeUndefined();
   expect(indexAt(destinations, 1)).toBe(0);
   expect(indexAt(destinations, destinations.lines.length - 1)).toBe(5);
+});
+
+test('goes to a number that people see, where there is one', () => {
+  const names = [nameOf(0), nameOf(7)]; // the numbers 1 and 8
+  expect(atNumbers(at(3, 3), { destination: 1, source: 8 }, names, names)).toEqual(at(0, 7));
+  expect(atNumbers(at(3, 3), { destination: 8 }, names, names)).toEqual(at(7, 3));
+  expect(atNumbers(at(3, 3), { destination: 2, source: 2 }, names, names)).toEqual(at(3, 3));
 });

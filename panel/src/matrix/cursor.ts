@@ -1,6 +1,7 @@
 // Where the cursor of the matrix is, and where a key brings it. It is kept as a destination and a
 // source, so that it stays on them when groups fold or filters change; in a folded group it is on the
 // strip. "No source" lies before the first source.
+import type { Source } from '../api/types';
 import { NO_SOURCE } from '../live/router_topic';
 import type { Axis } from './axis';
 import { firstPlace, lastPlace, nextGroup, nextPage, nextPlace } from './move';
@@ -110,6 +111,21 @@ export function moved(
     case 'lastCorner':
       return { ...to(() => last(sources)), destination: toLine(last(destinations)).destination };
   }
+}
+
+// At those of these numbers; where there is none of the number, or it is not given, as it was.
+export function atNumbers(
+  cursor: Cursor,
+  to: { readonly destination?: number; readonly source?: number },
+  destinations: readonly Source[],
+  sources: readonly Source[],
+): Cursor {
+  const indexOf = (names: readonly Source[], number?: number) =>
+    names.find((each) => each.number === number)?.index;
+  return {
+    destination: indexOf(destinations, to.destination) ?? cursor.destination,
+    source: indexOf(sources, to.source) ?? cursor.source,
+  };
 }
 
 export function isMove(command: string): command is Move {
