@@ -5,7 +5,7 @@ import { ANA, BEN, routerData, stageOf, TIME } from '../live/history';
 import { beginRouter } from '../live/router_topic';
 import { english } from '../texts/english';
 import { speechOf } from '../texts/speech';
-import { cursorLine, type Pressing } from './cursor';
+import { crossingLabel, cursorLine, type Pressing } from './cursor';
 import { destinationShown } from './destination';
 import type { Circumstances } from './fact';
 
@@ -73,4 +73,13 @@ test('a lock says itself in place of what Enter does', () => {
     since: TIME,
   };
   expect(line(6, (data) => (data.locks = [lock]), 'hot')).toMatch(/ · Locked by Ben L\.$/);
+});
+
+test.each([
+  [6, 'CAM 7 to MON 3, not routed, now CAM 3'],
+  [2, 'CAM 3 to MON 3, routed, now CAM 3'],
+])('of source %i it is read out "%s"', (source, words) => {
+  const state = beginRouter(routerData());
+  const shown = destinationShown(state, undefined, 2, circumstances);
+  expect(crossingLabel(state, shown, source, circumstances.speech)).toBe(words);
 });

@@ -2,6 +2,7 @@
 // what Enter does.
 import type { RouterState } from '../live/router_topic';
 import { clock } from '../texts/clock';
+import type { Speech } from '../texts/speech';
 import type { DestinationShown } from './destination';
 import type { Circumstances, FactShown } from './fact';
 import { sourceName } from './names';
@@ -47,4 +48,19 @@ export function cursorLine(
     present(shown.fact, circumstances),
     enterDoes(shown, source, pressing, circumstances),
   ].filter((part) => part !== '');
+}
+
+// The same in short, for a screen reader.
+export function crossingLabel(
+  state: RouterState,
+  { name, fact }: DestinationShown,
+  source: number,
+  speech: Speech,
+): string {
+  return speech.say('crossingLabel', {
+    source: sourceName(speech, state, source),
+    destination: name,
+    routed: speech.say(fact.source === source ? 'routed' : 'notRouted'),
+    present: fact.sourceName,
+  });
 }
