@@ -21,7 +21,7 @@ export function step(target: Element, by: -1 | 1): void {
 export function toSide(side: '.all' | '.groups'): void {
   const container = document.querySelector(`.view ${side}`);
   const button =
-    container?.querySelector<HTMLElement>('[aria-pressed=true], .now') ??
+    container?.querySelector<HTMLElement>('button[aria-pressed=true], button.now') ??
     container?.querySelector<HTMLElement>('button');
   button?.focus();
 }
