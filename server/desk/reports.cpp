@@ -147,13 +147,29 @@ int last_source(const fact& before, const authorship& author)
     return before.source != UNKNOWN_SOURCE ? before.source : author.source;
 }
 
+// Whether it may be the doing of the destination's last wish all the same, which has gone wrong and
+// is not confirmed by it: a refusal may have been of something else, and a router may read a take
+// after the connection over which it was sent.
+bool may_be_troubled_take(const desk_state& desk, const live_router& live, const route& shown,
+                          const reported_run& reported, monotonic now)
+{
+    const auto troubled = live.troubled.find(shown.destination);
+    if (troubled == live.troubled.end()) return false;
+    const trouble& trouble = troubled->second;
+    const wish* const row = find_wish(desk.house, trouble.id);
+    return row != nullptr && row->end != outcome::not_sent && row->wished.source == shown.source &&
+           now <= trouble.late_until && reported.last >= trouble.from &&
+           (!trouble.shown || reported.first <= trouble.from);
+}
+
 // Not so when it may be the doing of a wish that has ended.
 void note_outside_change(desk_state& desk, const moment& now, const live_router& live,
-                         const route& shown, int last)
+                         const route& shown, const reported_run& reported, int last)
 {
     const std::vector<int> unshown = unshown_takes(live, now, shown.destination);
     if (last == UNKNOWN_SOURCE || last == shown.source ||
-        std::find(unshown.begin(), unshown.end(), shown.source) != unshown.end())
+        std::find(unshown.begin(), unshown.end(), shown.source) != unshown.end() ||
+        may_be_troubled_take(desk, live, shown, reported, now.steady))
         return;
     record_entry(desk,
                  {now.utc, "", "",
@@ -210,7 +226,7 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
         confirm_wishes(desk, now, shown.router, shown.destination, reported.last, shown.source);
     if (confirms || !may_be_taken(live, shown.destination, shown.source)) {
         const bool late = confirm_late(desk, now, live, shown, reported, before);
-        if (!confirms && !late) note_outside_change(desk, now, live, shown, last);
+        if (!confirms && !late) note_outside_change(desk, now, live, shown, reported, last);
     }
     const auto unshown = live.unshown_takes.find(shown.destination);
     if (unshown != live.unshown_takes.end()) unshown->second.erase(shown.source);

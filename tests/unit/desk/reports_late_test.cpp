@@ -278,3 +278,44 @@ TEST_F(LateReports, ConfirmNothingThatWasThereBefore)
     EXPECT_EQ(became(one), "timed out");
     EXPECT_EQ(row_of(one).confirmed_late_after, std::nullopt);
 }
+
+// A router that answers no take and refuses the next request is taken to have refused the take; and
+// one may read what was sent over a connection that is gone.
+TEST_F(LateReports, OfATakeThatMayHaveBeenCarriedOutNameNobody)
+{
+    enum class trouble { refused, read_late, not_sent };
+    struct {
+        trouble what;
+        std::vector<int> shown;
+        int wait_ms;
+        std::size_t outside; // of the last
+    } const cases[] = {
+        {trouble::refused, {2}, 0, 0},       {trouble::refused, {3}, 0, 1},
+        {trouble::refused, {2}, 60'000, 0},  {trouble::refused, {2}, 60'001, 1},
+        {trouble::refused, {2, 0, 2}, 0, 1}, {trouble::read_late, {0, 2}, 0, 0},
+        {trouble::not_sent, {2}, 0, 1},
+    };
+    for (const auto& c : cases) {
+        report(0, 0);
+        const auto one = wish(anna, 0, 2);
+        if (c.what != trouble::not_sent) takes(0, 2);
+        if (c.what == trouble::refused) trace_take_answer(desk, now, "main", "NAK 0005");
+        if (c.what == trouble::not_sent) report_backend_ended(desk, now, "main", true);
+        if (c.what == trouble::read_late) {
+            link(link_state::down);
+            wait_ms(3000);
+            link(link_state::ready);
+        }
+        ASSERT_NE(row_of(one).end, outcome::open);
+        wait_ms(c.wait_ms);
+        for (const int source : c.shown) {
+            desk.entries.clear();
+            shows(0, source);
+            report(0, source);
+        }
+        EXPECT_THAT(outside_changes(), SizeIs(c.outside)) << became(one) << ' ' << c.wait_ms;
+        EXPECT_EQ(author_of(0) == authorship{}, c.outside == 0) << became(one);
+        EXPECT_EQ(row_of(one).confirmed_late_after, std::nullopt);
+        wait_ms(60'001);
+    }
+}
