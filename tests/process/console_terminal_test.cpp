@@ -174,6 +174,16 @@ TEST_F(ConsoleTerminal, GivesTheTerminalBackWhileItIsStopped)
     quit();
 }
 
+// In the background it may have drawn its line already.
+TEST_F(ConsoleTerminal, WipesItsRowWhenItGoesOn)
+{
+    begin_line();
+    kill(console.process, SIGCONT);
+    wait_for("\r\033[K");
+    wait_for("main connecting> un");
+    quit();
+}
+
 // The signal is what the terminal makes of Ctrl-C.
 TEST_F(ConsoleTerminal, InterruptEmptiesTheLine)
 {
@@ -308,6 +318,38 @@ TEST_F(OnTerminal, FollowsARouterWhileALineIsTyped)
     wait_for("main ready> un");
     type("\x15take 1 \"CAM 3\"\r");
     wait_for("MON A shows CAM 3: confirmed");
+    quit();
+}
+
+TEST_F(OnTerminal, TellsOnceWhoseLocksWereBroken)
+{
+    const std::string data = (directory.path / "house.json").string();
+    const auto open = [&](const std::string& person) {
+        start_on_terminal({"--router", "main=10.0.0.5", "--data", data, "--person", person,
+                           "--backend", script_backend("exec cat >/dev/null\n")});
+        wait_for("main connecting> ");
+    };
+    const auto leave = [&] {
+        quit();
+        seen = output.size();
+        terminal = pseudo_terminal();
+        errors = pipe_from_child();
+    };
+    open("anna");
+    type("lock 3 'on air'\r");
+    wait_for("is locked by anna");
+    leave();
+    open("ben");
+    type("unlock 3 needed\r");
+    wait_for(" no longer.");
+    leave();
+    const std::string told = " Your lock on destination 3 was broken by ben at ";
+    open("anna");
+    EXPECT_THAT(output, HasSubstr(told));
+    leave();
+    const std::size_t before = output.size();
+    open("anna");
+    EXPECT_THAT(output.substr(before), Not(HasSubstr(told)));
     quit();
 }
 

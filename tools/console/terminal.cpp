@@ -241,6 +241,7 @@ bool answer_request(terminal& terminal, request asked)
         el_set(terminal.editor, EL_PREP_TERM, 0);
         el_set(terminal.editor, EL_PREP_TERM, 1);
         el_resize(terminal.editor);
+        write_out(WIPE_ROW); // one that was continued in the background has drawn it already
         draw_line(terminal);
         break;
     case request::resize:
