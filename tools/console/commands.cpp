@@ -112,22 +112,28 @@ bool takes_as_many(const command& command, std::size_t words)
     return words >= command.required && (open_end || words <= command.arguments.size());
 }
 
+answer run_found(console_state& console, const desk::moment& now, const command& found, call call)
+{
+    std::string complaint;
+    if (!read_options(found, call, complaint)) return refusal(complaint, verdict::wrong_use);
+    if (call.dry_run && !found.can_be_tried)
+        return refusal("There is no dry run of " + std::string(found.name) + ".",
+                       verdict::wrong_use);
+    if (!takes_as_many(found, call.words.size())) {
+        const std::string usage = found.usage.empty() ? "" : " " + std::string(found.usage);
+        return refusal("Usage: " + std::string(found.name) + usage, verdict::wrong_use);
+    }
+    return found.run(console, now, call);
+}
+
 answer run_words(console_state& console, const desk::moment& now, std::vector<common::word> words,
                  bool dry_run)
 {
     std::string complaint;
     const command* const found = find_command(words, complaint);
     if (found == nullptr) return refusal(complaint, verdict::wrong_use);
-    call call{.words = std::move(words), .dry_run = dry_run};
-    if (!read_options(*found, call, complaint)) return refusal(complaint, verdict::wrong_use);
-    if (dry_run && !found->can_be_tried)
-        return refusal("There is no dry run of " + std::string(found->name) + ".",
-                       verdict::wrong_use);
-    if (!takes_as_many(*found, call.words.size())) {
-        const std::string usage = found->usage.empty() ? "" : " " + std::string(found->usage);
-        return refusal("Usage: " + std::string(found->name) + usage, verdict::wrong_use);
-    }
-    answer answer = found->run(console, now, call);
+    answer answer =
+        run_found(console, now, *found, {.words = std::move(words), .dry_run = dry_run});
     answer.json["command"] = found->name;
     return answer;
 }
@@ -255,7 +261,9 @@ answer run_command(console_state& console, const desk::moment& now,
     return run_words(console, now, words, false);
 }
 
-std::string why_in_vain(const std::vector<common::word>& words, bool kept)
+namespace {
+// In a sentence; empty when it would not be gone.
+std::string why_in_vain(const command& found, const std::vector<common::word>& arguments, bool kept)
 {
     constexpr std::array<std::string_view, 2> STAGING = {"stage", "load"};
     constexpr std::array<std::string_view, 4> KEPT = {"lock", "protect", "salvo save", "set"};
@@ -264,21 +272,29 @@ std::string why_in_vain(const std::vector<common::word>& words, bool kept)
     const auto is_one_of = [](const auto& names, std::string_view name) {
         return std::find(names.begin(), names.end(), name) != names.end();
     };
-    std::vector<common::word> arguments = words;
-    std::string unknown;
-    const command* const found = find_command(arguments, unknown);
-    const bool bare = arguments.begin() == arguments.end(); // then it is refused anyway
-    if (found == nullptr || bare) return "";
+    if (arguments.empty()) return ""; // it is refused anyway
     const std::string gone =
-        std::string(found->name) + " alone would last no longer than this command";
-    if (is_one_of(STAGING, found->name))
+        std::string(found.name) + " alone would last no longer than this command";
+    if (is_one_of(STAGING, found.name))
         return gone + ": give it and take as lines on standard input.";
     const std::string& first = arguments[0].text;
-    if (found->name == "set" && !is_one_of(setting_names(), first)) return ""; // likewise
-    if (found->name == "set" && !is_one_of(SET_KEPT, first))
+    if (found.name == "set" && !is_one_of(setting_names(), first)) return ""; // likewise
+    if (found.name == "set" && !is_one_of(SET_KEPT, first))
         return gone + ": the options of the next one say the " + first + " anew.";
-    if (!kept && is_one_of(KEPT, found->name)) return gone + ": --data FILE keeps it.";
+    if (!kept && is_one_of(KEPT, found.name)) return gone + ": --data FILE keeps it.";
     return "";
+}
+} // namespace
+
+std::optional<answer> refuse_in_vain(std::vector<common::word> words, bool kept)
+{
+    std::string unknown;
+    const command* const found = find_command(words, unknown);
+    const std::string why = found == nullptr ? "" : why_in_vain(*found, words, kept);
+    if (why.empty()) return std::nullopt;
+    answer answer = refusal(why, verdict::wrong_use);
+    answer.json["command"] = found->name;
+    return answer;
 }
 
 } // namespace console

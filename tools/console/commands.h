@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -59,8 +60,8 @@ const command* find_command(std::vector<common::word>& words, std::string& compl
 answer run_command(console_state& console, const desk::moment& now,
                    const std::vector<common::word>& words);
 
-// Of a command that is all that a program runs: why what it does would be gone with that, in a
-// sentence; empty when it would not. `kept`: a file keeps the house.
-std::string why_in_vain(const std::vector<common::word>& words, bool kept);
+// Refuses a command that is all that a program runs when what it does would be gone with that.
+// `kept`: a file keeps the house.
+std::optional<answer> refuse_in_vain(std::vector<common::word> words, bool kept);
 
 } // namespace console

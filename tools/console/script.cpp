@@ -67,8 +67,8 @@ void run_single(console_session& session, const std::vector<std::string>& words,
     command.reserve(words.size());
     for (const std::string& each : words)
         command.push_back({.text = each});
-    if (const std::string why = why_in_vain(command, session.kept.has_value()); !why.empty())
-        return complain(session, why, verdict::wrong_use);
+    if (const auto refused = refuse_in_vain(command, session.kept.has_value()))
+        return print_answer(session, *refused);
     const bool asks_for_help = common::same_name(words[0], "help") || words[0] == "?";
     const bool ready = asks_for_help || wait_until_ready(session, wait_ready);
     if (!ready && goes_on(session)) session.worst = std::max(session.worst, verdict::not_ready);

@@ -171,6 +171,7 @@ void wait_for_batch(console_session& session, const desk::ulid& batch)
     if (found != session.console.desk.house.batches.end())
         note_verdict(session, verdict_of(found->second));
 }
+} // namespace
 
 void print_answer(console_session& session, const answer& answer)
 {
@@ -183,7 +184,6 @@ void print_answer(console_session& session, const answer& answer)
         session.show(safe_text(answer.text));
     }
 }
-} // namespace
 
 void complain(console_session& session, const std::string& sentence, verdict why)
 {

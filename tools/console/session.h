@@ -69,6 +69,9 @@ void run_words(console_session& session, const std::vector<common::word>& words,
 // the next command.
 void run_line(console_session& session, std::string_view line, bool wait);
 
+// Its verdict counts.
+void print_answer(console_session& session, const answer& answer);
+
 // Says that something is wrong, which counts.
 void complain(console_session& session, const std::string& sentence, verdict why);
 

@@ -57,8 +57,9 @@ TEST_F(Commands, ThatSendKnowTheRestAndTheDryRun)
 
 TEST_F(Commands, AloneAreInVainWhenNothingKeepsWhatTheyDo)
 {
-    const auto why = [](const std::string& line, bool kept) {
-        return why_in_vain(common::split_words(line).commands.at(0), kept);
+    const auto why = [](const std::string& line, bool kept) -> std::string {
+        const auto refused = refuse_in_vain(common::split_words(line).commands.at(0), kept);
+        return refused ? refused->json.at("error") : "";
     };
     for (const std::string name : {"stage", "load"})
         for (const bool kept : {false, true})
@@ -82,6 +83,15 @@ TEST_F(Commands, AloneAreInVainWhenNothingKeepsWhatTheyDo)
     for (const char* const line :
          {"set", "set bogus 1", "take 1 2", "routes", "bogus", "salvo list", "help lock"})
         EXPECT_EQ(why(line, false), "") << line;
+    EXPECT_EQ(refuse_in_vain(common::split_words("loa 1").commands.at(0), true)->json["command"],
+              "load");
+}
+
+TEST_F(Commands, RefusedTellProgramsWhichTheyAre)
+{
+    for (const std::string line : {"take 1", "take 1 2 --bogus", "take 1 99", "dry-run lock 1"})
+        EXPECT_EQ(ask(line).json.value("command", ""), line.substr(0, line.find(' '))) << line;
+    EXPECT_FALSE(ask("bogus").json.contains("command"));
 }
 
 TEST_F(Commands, HelpTellsProgramsTheSame)
