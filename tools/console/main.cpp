@@ -171,7 +171,7 @@ int run(const console_options& options)
     }
     if (!add_routers(console, options, error))
         return common::refuse_arguments(safe_text(error), std::cerr);
-    tell_missed(session, is_for_terminal(options)); // a script has no eyes
+    if (is_for_terminal(options)) tell_missed(session); // a script has no eyes
     run_session(session, options);
     close_session(session);
     return is_for_terminal(options) ? 0 : status_of(session); // a person has seen it all

@@ -132,12 +132,11 @@ void serve_session(console_session& session)
     print_notices(session);
 }
 
-void tell_missed(console_session& session, bool seen)
+void tell_missed(console_session& session)
 {
     console_state& console = session.console;
     const desk::moment time = now();
     print_wanted(session, missed_notices(console, time));
-    if (!seen) return;
     for (const auto& [id, broken] :
          desk::notices_of(console.desk.house, console.person.person, time.utc))
         desk::dismiss_notice(console.desk, time, console.person, id);

@@ -53,9 +53,8 @@ bool goes_on(const console_session& session);
 // Serves all backends, then prints what has happened.
 void serve_session(console_session& session);
 
-// Tells what happened to the person's locks since their last console. With `seen` it is not told
-// again.
-void tell_missed(console_session& session, bool seen);
+// Tells what happened to the person's locks since they last were told, which they are once.
+void tell_missed(console_session& session);
 
 // Waits for a backend, for a signal, for something due or for what the caller watches (as poll has
 // it), at most for the time-out, none without one; then serves the session.
