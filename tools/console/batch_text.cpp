@@ -107,11 +107,8 @@ std::string shown_text(const console_state& console, const desk::route& route,
 std::string outcome_row_text(const console_state& console, const desk::ulid& of,
                              const desk::wish& row)
 {
-    if (row.why == desk::reason::not_confirmed)
-        if (const std::string why = unconfirmed_text(console, of, row.wished); !why.empty())
-            return route_text(console, row.wished) + ": not sent: " + why;
     if (row.end == desk::outcome::confirmed) return shown_text(console, row.wished, end_text(row));
-    std::string text = route_text(console, row.wished) + ": " + end_text(row);
+    std::string text = route_text(console, row.wished) + ": " + end_text(console, of, row);
     if (row.end != desk::outcome::timed_out || row.confirmed_late_after) return text;
     const int shown = known_source(console.desk, row.wished);
     if (shown == desk::UNKNOWN_SOURCE) return text + "; what it shows by now is not known";
@@ -175,6 +172,13 @@ std::string end_text(const desk::wish& row)
     std::string end = end_itself(row);
     if (!row.confirmed_late_after) return end;
     return end + "; confirmed late, after " + duration(*row.confirmed_late_after);
+}
+
+std::string end_text(const console_state& console, const desk::ulid& of, const desk::wish& row)
+{
+    const std::string why =
+        row.why == desk::reason::not_confirmed ? unconfirmed_text(console, of, row.wished) : "";
+    return why.empty() ? end_text(row) : "not sent: " + why;
 }
 
 std::string unconfirmed_text(const console_state& console, const desk::ulid& of,

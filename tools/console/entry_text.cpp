@@ -191,7 +191,7 @@ struct entry_teller {
         const std::string kind = kind_text(made.batch.kind);
         const auto not_sent = std::count_if(
             rows.begin(), rows.end(), [](const auto& row) { return !desk::was_accepted(row); });
-        const std::string what = rows.size() == 1 ? asked_text(rows[0])
+        const std::string what = rows.size() == 1 ? asked_text(made.batch.of, rows[0])
                                                   : rows_text(rows.size()) + refused_text(not_sent);
         std::string text = entry.person + " asked for a " + kind + ": " + what;
         if (made.batch.kind == desk::batch_kind::undo)
@@ -213,10 +213,10 @@ struct entry_teller {
     }
 
     // With its end when it has had that at once.
-    std::string asked_text(const desk::wish& wish) const
+    std::string asked_text(const desk::ulid& of, const desk::wish& wish) const
     {
         const bool goes = wish.end == desk::outcome::open;
-        return route_text(console, wish.wished) + (goes ? "" : ": " + end_text(wish));
+        return route_text(console, wish.wished) + (goes ? "" : ": " + end_text(console, of, wish));
     }
 
     static std::string refused_text(std::ptrdiff_t not_sent)

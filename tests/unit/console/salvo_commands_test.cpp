@@ -89,6 +89,14 @@ TEST_F(SalvoCommands, ShowTellsWhatIsShownNowAndOfTheLastRun)
                           "1 shown already.\n"));
 }
 
+TEST_F(SalvoCommands, ShowTellsSharedNamesApart)
+{
+    ask("salvo save ONE 1");
+    desk::report_names(console.desk, "main", desk::side::sources, {"CAM", "CAM"});
+    report(0, 1);
+    EXPECT_THAT(says("salvo show ONE"), HasSubstr("MON A <- CAM (1) (now CAM (2))\n"));
+}
+
 TEST_F(SalvoCommands, TakeIsOneBatchOnAllRouters)
 {
     save_news();
@@ -179,7 +187,8 @@ TEST_F(SalvoCommands, RollbackPassesOverARunThatTheRouterRefused)
     desk::trace_take_answer(console.desk, now, "main", "");
     desk::trace_take_answer(console.desk, now, "main", "");
     desk::trace_take(console.desk, now, "main", 1, 3);
-    EXPECT_THAT(says("salvo rollback NEWS"), HasSubstr("still under way"));
+    EXPECT_THAT(says("salvo rollback NEWS"),
+                HasSubstr("MON B <- CAM 1: the take of CAM 4 there is still under way.\n"));
     desk::trace_take_answer(console.desk, now, "main", "NAK 0005");
     EXPECT_THAT(says("salvo rollback NEWS --rest"),
                 HasSubstr("Salvo NEWS, taken at 2026-11-21 14:02:11:\n"

@@ -202,6 +202,15 @@ TEST_F(TakeCommands, StagedTellsWhateverWouldHoldTheRowBack)
                                "  MON H <- CAM 3: main has no MON H\n");
 }
 
+TEST_F(TakeCommands, ChangeIsToldBeforeATakeThatIsUnderWay)
+{
+    ask("stage 2 3");
+    ask("take 2 4");
+    report(1, 6);
+    EXPECT_THAT(says("take"), testing::HasSubstr("MON B <- CAM 3: MON B shows CAM 7 by now, taken "
+                                                 "by somebody else; stage it again"));
+}
+
 TEST_F(TakeCommands, StagedTellsOfAChangeAlsoWhileTheLinkIsDown)
 {
     ask("stage 1 3");

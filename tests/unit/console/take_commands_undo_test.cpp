@@ -48,6 +48,10 @@ TEST_F(UndoCommands, UndoOfWhatTheRouterRefusedSaysHowToGoOn)
     EXPECT_EQ(says("dry-run undo"), "Would not be sent: " + why);
     EXPECT_EQ(says("undo"), "Not sent: " + why + "\"undo --rest\" gives it up.\n");
     EXPECT_EQ(says("undo --rest"), "Not sent: " + why + "What is not sent is given up.\n");
+    happened();
+    EXPECT_THAT(says("history undo"),
+                testing::HasSubstr("MON A of main <- CAM 1: not sent: the take of CAM 3 "
+                                   "there is not confirmed: refused by the router"));
     EXPECT_EQ(says("undo"), "Undoing MON B: CAM 4 -> CAM 1.\n");
 }
 
@@ -92,4 +96,32 @@ TEST_F(UndoCommands, UndoThatOnlyWaitsForTheLinkIsNotToBeGivenUp)
     carry_out(0, 2);
     link(desk::link_state::down, "gone");
     EXPECT_EQ(says("undo"), "Not sent: MON A <- CAM 1: the link to main is down: gone.\n");
+}
+
+// The outcome is told when it is confirmed by then.
+TEST_F(UndoCommands, UndoOfWhatWasConfirmedTooLateSaysWhatStoodInItsWay)
+{
+    for (const char* const line : {"stage 1 3", "stage 2 3", "take"})
+        ask(line);
+    carry_out(0, 2);
+    desk::trace_take(console.desk, now, "main", 1, 2);
+    wait_ms(3000);
+    ask("undo --rest");
+    report(1, 2);
+    happened();
+    carry_out(0, 0);
+    EXPECT_THAT(happened(),
+                testing::EndsWith("  MON B <- CAM 1: not sent: CAM 3 on MON B has not been "
+                                  "confirmed: timed out\n"));
+}
+
+TEST_F(UndoCommands, RedoOfAnUndoThatWasNotConfirmedSaysWhy)
+{
+    ask("take 1 3");
+    carry_out(0, 2);
+    ask("undo");
+    desk::trace_take(console.desk, now, "main", 0, 0);
+    wait_ms(3000);
+    EXPECT_THAT(says("redo"), testing::StartsWith("Not sent: MON A <- CAM 3: the take of CAM 1 "
+                                                  "there is not confirmed: timed out"));
 }
