@@ -57,7 +57,17 @@ answer answer_remembered(server& server, const call& call, const desk::ulid& id)
     return held;
 }
 
-answer command_step(server& server, const call& call, commander go)
+// The step that is meant, when it is named: by now another one may be the next.
+problem read_step(fields& fields, const std::vector<const desk::undo_step*>& steps)
+{
+    const std::optional<std::string> named = read_text(fields, "of");
+    if (!named || steps.empty()) return {};
+    if (text_of(steps.front()->batch) == *named) return {};
+    return {"changedSince", "another operation of yours is the next one by now"};
+}
+
+answer command_step(server& server, const call& call,
+                    const std::vector<const desk::undo_step*>& steps, commander go)
 {
     problem wrong;
     std::chrono::milliseconds wait{};
@@ -66,8 +76,10 @@ answer command_step(server& server, const call& call, commander go)
     std::vector<problem_at> errors;
     fields fields = fields_of(call.body, "", errors);
     read_command(fields, command);
+    const problem another = read_step(fields, steps);
     finish(fields);
     if (!errors.empty()) return problem_of(errors);
+    if (!another.code.empty()) return another;
     return answer_batch(server, call, command, go(server.desk, call.now, call.actor, command),
                         wait);
 }
@@ -145,7 +157,8 @@ answer get_undo(server& server, const call& call)
 
 answer undo(server& server, const call& call)
 {
-    return command_step(server, call, desk::undo);
+    return command_step(server, call, undo_steps(server.desk.house, call.now, call.actor.person),
+                        desk::undo);
 }
 
 answer get_redo(server& server, const call& call)
@@ -156,7 +169,8 @@ answer get_redo(server& server, const call& call)
 
 answer redo(server& server, const call& call)
 {
-    return command_step(server, call, desk::redo);
+    return command_step(server, call, redo_steps(server.desk.house, call.now, call.actor.person),
+                        desk::redo);
 }
 
 } // namespace web

@@ -150,6 +150,22 @@ TEST_F(Operations, AreUndoneAndRedone)
     EXPECT_EQ(ask(method::get, "/api/v1/redo").body, R"({"steps":0})");
 }
 
+TEST_F(Operations, AreUndoneAndRedoneWhenTheyAreTheOneThatIsMeant)
+{
+    const std::string another = R"({"type":"/problems/changed-since","title":"Changed since",)"
+                                R"("status":409,"code":"changedSince","detail":)"
+                                R"("another operation of yours is the next one by now"})";
+    routed(6);
+    for (const auto& [step, source] : {std::pair<std::string, int>{"/api/v1/undo", 4},
+                                       std::pair<std::string, int>{"/api/v1/redo", 6}}) {
+        const json of = json_of(ask(method::get, step))["of"]["operation"];
+        EXPECT_EQ(ask(method::post, step, R"({"of":"01KAN25KJ9Z4T7B1X6V0M3G8QC"})").body, another);
+        EXPECT_EQ(ask(method::post, step, R"({"of":1})").status, 422);
+        EXPECT_EQ(waited(step + "?wait=2000", json{{"of", of}}.dump(), source)["of"], of);
+    }
+    EXPECT_EQ(json_of(ask(method::post, "/api/v1/redo", R"({"of":"x"})"))["code"], "nothingToDo");
+}
+
 TEST_F(Operations, CannotBeUndoneAfterADay)
 {
     routed(6);
