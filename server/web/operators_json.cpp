@@ -83,13 +83,14 @@ last_actions(const server& server, const desk::actor& actor,
     return actions;
 }
 
-std::size_t staged_by(const server& server, const std::string& person)
+// Of what the actor may see.
+std::size_t staged_by(const server& server, const desk::actor& actor, const std::string& person)
 {
     std::size_t count = 0;
     const auto found = server.desk.stages.find(person);
     if (found == server.desk.stages.end()) return 0;
     for (const auto& [router, rows] : found->second)
-        count += rows.size();
+        if (may_view(actor, router)) count += rows.size();
     return count;
 }
 } // namespace
@@ -104,7 +105,7 @@ json operators_json(const server& server, const desk::moment& now, const desk::a
                     {"connections", here.connections},
                     {"screen", here.screen}};
         if (!here.router.empty() && may_view(actor, here.router)) one["router"] = here.router;
-        one["staged"] = staged_by(server, id);
+        one["staged"] = staged_by(server, actor, id);
         if (const auto action = actions.find(id); action != actions.end())
             one["lastAction"] = action->second;
         all.push_back(std::move(one));

@@ -86,18 +86,20 @@ TEST_F(Diagnosis, TellsWhatOperatorsDidLastAsFarAsOneMaySee)
     desk::take_request request;
     request.rows = {{{"r1", 4, 3}, {}}};
     desk::take(server.desk, now, ana, request);
+    desk::stage_row(server.desk, now, ana, {"r1", 1, 2});
     desk::stage_row(server.desk, now, ana, {"r2", 1, 2});
     const plain of_ana = json_of(ask(method::get, "/api/v1/operators"))["operators"][0];
     EXPECT_EQ(of_ana,
               (plain{{"person", {{"id", "ana"}, {"name", "Ana K."}}},
                      {"connections", 0},
                      {"screen", ""},
-                     {"staged", 1},
+                     {"staged", 2},
                      {"lastAction", {{"time", time_text(now.utc)}, {"text", "SRC 4 to DST 5"}}}}));
     server.accounts.people["ben"].may = {desk::right::view, {{"r1", desk::right::none}}, {}};
     as("ben");
-    EXPECT_FALSE(
-        json_of(ask(method::get, "/api/v1/operators"))["operators"][0].contains("lastAction"));
+    const plain as_far = json_of(ask(method::get, "/api/v1/operators"))["operators"][0];
+    EXPECT_FALSE(as_far.contains("lastAction"));
+    EXPECT_EQ(as_far["staged"], 1);
 }
 
 TEST_F(Diagnosis, TellsWhatIsOutOfItsLimits)
