@@ -121,9 +121,27 @@ std::string cannot_listen(const listen_address& at, const std::string& why)
     return "Cannot listen on " + host_text(at.address) + ":" + std::to_string(at.port) + ": " + why;
 }
 
-// False, with the reason.
-bool open_metrics(parts& parts, const listen_address& at, std::string& error)
+// By which names browsers may call what listens there: those of the settings; else, where it is on
+// loopback, what stands for that; else any.
+web::host_names names_of(const settings& settings, const std::string& address, int port)
 {
+    web::host_names names;
+    const auto add = [&](const std::string& name) {
+        names.insert(name);
+        names.insert(name + ":" + std::to_string(port));
+    };
+    for (const std::string& name : settings.names)
+        add(name);
+    if (!names.empty() || is_loopback(address))
+        for (const std::string& name : {std::string("localhost"), std::string("127.0.0.1"),
+                                        std::string("[::1]"), host_text(address)})
+            add(name);
+    return names;
+}
+// False, with the reason.
+bool open_metrics(parts& parts, const settings& settings, std::string& error)
+{
+    const listen_address& at = *settings.metrics;
     web::transport_hooks hooks;
     hooks.on_request = [&parts](web::request_id id, web::request&& request) {
         web::respond(*parts.metrics, id, web::metrics_response(parts.server, now(), request));
@@ -132,28 +150,12 @@ bool open_metrics(parts& parts, const listen_address& at, std::string& error)
     std::string why;
     const int port = web::listen(*parts.metrics, at.address, at.port, nullptr, why);
     if (port == 0) error = cannot_listen(at, why);
+    parts.server.settings.metrics_hosts = names_of(settings, at.address, port);
     parts.metrics_address =
         "http://" + host_text(at.address) + ":" + std::to_string(port) + "/metrics";
     return port != 0;
 }
 
-// By which names browsers may call it: those of the settings; else, where it is on loopback, what
-// stands for that; else any.
-std::set<std::string, std::less<>> host_names(const settings& settings, int port)
-{
-    std::set<std::string, std::less<>> names;
-    const auto add = [&](const std::string& name) {
-        names.insert(name);
-        names.insert(name + ":" + std::to_string(port));
-    };
-    for (const std::string& name : settings.names)
-        add(name);
-    if (!names.empty() || is_loopback(settings.listen.address))
-        for (const std::string& name : {std::string("localhost"), std::string("127.0.0.1"),
-                                        std::string("[::1]"), host_text(settings.listen.address)})
-            add(name);
-    return names;
-}
 } // namespace
 
 bool open_house(parts& parts, const options& options, const settings& settings, std::string& error)
@@ -189,13 +191,13 @@ bool open_doors(parts& parts, const settings& settings, std::string& error)
         error = cannot_listen(settings.listen, error);
         return false;
     }
-    parts.server.settings.hosts = host_names(settings, port);
+    parts.server.settings.hosts = names_of(settings, settings.listen.address, port);
     parts.address = (secure ? "https://" : "http://") + host_text(settings.listen.address) + ":" +
                     std::to_string(port) + "/";
     web::log_line(parts.server.log, now().utc, web::log_level::note,
                   "Listening on " + host_text(settings.listen.address) + ":" +
                       std::to_string(port));
-    return !settings.metrics || open_metrics(parts, *settings.metrics, error);
+    return !settings.metrics || open_metrics(parts, settings, error);
 }
 
 bool start_threads(web::server& server, std::string& error)

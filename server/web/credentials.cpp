@@ -74,14 +74,18 @@ bool find_actor(server& server, const desk::moment& now, const request& request,
     return false;
 }
 
-bool comes_from_us(const server& server, const request& request, bool changes, problem& wrong)
+bool is_called_by(const host_names& names, const request& request, problem& wrong)
 {
     const std::string* const host = find_header(request, "host");
-    const std::set<std::string, std::less<>>& ours = server.settings.hosts;
-    if (!ours.empty() && (host == nullptr || !ours.contains(*host))) {
-        wrong = {"foreignOrigin", "This server does not go by that name."};
-        return false;
-    }
+    if (names.empty() || (host != nullptr && names.contains(*host))) return true;
+    wrong = {"foreignOrigin", "This server does not go by that name."};
+    return false;
+}
+
+bool comes_from_us(const server& server, const request& request, bool changes, problem& wrong)
+{
+    if (!is_called_by(server.settings.hosts, request, wrong)) return false;
+    const std::string* const host = find_header(request, "host");
     // A program shows its token, which no browser adds by itself.
     if (!changes || find_header(request, "authorization") != nullptr) return true;
     const std::string* const origin = find_header(request, "origin");

@@ -15,6 +15,9 @@ std::string session_secret(const server& server, const request& request);
 bool find_actor(server& server, const desk::moment& now, const request& request, desk::actor& actor,
                 problem& wrong);
 
+// False, with the problem: it is called by another name.
+bool is_called_by(const host_names& names, const request& request, problem& wrong);
+
 // False, with the problem: the server is called by a name that is none of its own, or a page of
 // another site asks for a change, or for a live connection, with the cookie of a person, or in a
 // demonstration without one.

@@ -5,6 +5,7 @@
 #include <prometheus/text_serializer.h>
 
 #include "server/journal/house_words.h"
+#include "server/web/credentials.h"
 #include "server/web/handlers.h"
 #include "server/web/process_figures.h"
 
@@ -195,6 +196,9 @@ answer get_metrics(server& server, const call& call)
 
 response metrics_response(const server& server, const desk::moment& now, const request& request)
 {
+    problem wrong;
+    if (!is_called_by(server.settings.metrics_hosts, request, wrong))
+        return problem_response(wrong);
     const std::vector<std::string> path = {"metrics"};
     const bool is_read = request.method == method::get || request.method == method::head;
     if (request.path != path || !is_read)

@@ -66,13 +66,16 @@ struct simulated_routers {
     std::function<void(const std::string& router, const std::set<std::string>& wanted)> set_faults;
 };
 
+// What browsers may call a listener, with the port when it is not the usual one: "localhost:8080".
+// Empty: anything.
+using host_names = std::set<std::string, std::less<>>;
+
 struct server_settings {
     bool demonstration = false; // nobody signs in, nothing outlasts the process
     bool simple_form = false;   // routes by a single address
     bool secure = false;        // people reach it by TLS, here or at what stands in front
-    // What browsers may call it, with the port when it is not the usual one: "localhost:8080".
-    // Empty: anything, which is safe only where people sign in.
-    std::set<std::string, std::less<>> hosts;
+    host_names hosts;           // any is safe only where people sign in
+    host_names metrics_hosts;   // of the metrics' own listener
 };
 
 struct server {

@@ -184,5 +184,7 @@ TEST_F(RouterControl, TellsMetricsWithoutSigningInOnAListenerOfTheirOwn)
     EXPECT_THAT(output, HasSubstr("# TYPE http_requests_total counter"));
     EXPECT_EQ(run({"curl", "--silent", metrics.substr(0, metrics.rfind('/')) + "/health"}), 0);
     EXPECT_THAT(output, HasSubstr("notFound"));
+    EXPECT_EQ(run({"curl", "--silent", "--header", "Host: evil.example", metrics}), 0);
+    EXPECT_THAT(output, HasSubstr("foreignOrigin"));
     EXPECT_EQ(end(SIGTERM), 0);
 }
