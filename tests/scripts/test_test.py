@@ -12,6 +12,7 @@ class TestTest(SandboxTest):
         super().setUp()
         for preset in ("release", "asan", "fuzz", "coverage", "debug"):
             self.suite(preset, {f"{preset}/passes": PASSES, "of_processes": ("true", "process")})
+        self.suite("tsan", {"of_threads": ("true", "threads"), "others": ("false", "quick")})
         self.program("scripts/soak", 'echo "soaks for $*"')
         self.program("bin/gcovr", "echo counted")
 
@@ -32,6 +33,7 @@ class TestTest(SandboxTest):
         status, output = self.run_command("test")
         self.assertEqual(status, 0, output)
         self.assertEqual(output.count("100% tests passed, 0 tests failed out of 2\n"), 3)
+        self.assertEqual(output.count("100% tests passed, 0 tests failed out of 1\n"), 1)
         self.assertIn("soaks for 60s\nsoaks for --control 90s\n", output)
         self.assertTrue(output.endswith("\nEverything passed.\n"), output)
 
@@ -40,7 +42,7 @@ class TestTest(SandboxTest):
         self.program("scripts/soak", "exit 3")
         status, output = self.run_command("test")
         self.assertEqual(status, 1, output)
-        self.assertEqual(output.count("100% tests passed"), 2)
+        self.assertEqual(output.count("100% tests passed"), 3)
         log = "build/asan/failed/Some-Test.fails.log"
         self.assertTrue(output.endswith(
             f"\nFAILED, 3 altogether:\n  asan: Some/Test.fails, see {log}\n"
@@ -71,7 +73,7 @@ class TestTest(SandboxTest):
         self.program("bin/cmake", '[ "$*" != "--build --preset release" ]')
         status, output = self.run_command("test")
         self.assertEqual(status, 1, output)
-        self.assertEqual(output.count("100% tests passed"), 2)
+        self.assertEqual(output.count("100% tests passed"), 3)
         self.assertTrue(output.endswith(
             "\nFAILED, 1 altogether:\n  release: cannot be built, see above\n"), output)
 
