@@ -87,6 +87,12 @@ struct trouble {
                                                           // a later connection
 };
 
+// A take whose wish has ended and that the router may still carry out.
+struct unshown_take {
+    monotonic until{};            // then no more
+    std::uint32_t connection = 0; // over which it was sent
+};
+
 // A take that the router has neither acknowledged nor refused.
 struct unanswered_take {
     int destination = 0;
@@ -100,6 +106,7 @@ struct live_router {
     std::optional<wall> link_lost; // when it was ready no longer, the last time
     std::uint32_t connection = 0;  // counts those over which something was read; 0: none yet
     reason ending = reason::none;  // why its backend has been ordered to end, which it has not yet
+    bool moved = false;            // since then the router is at another address
     int inputs = 0;                // as the backend counts them; 0: it has not
     int outputs = 0;
     std::vector<std::string> source_names; // may be more than inputs
@@ -108,9 +115,7 @@ struct live_router {
     std::map<int, std::deque<open_wish>> open; // by destination, oldest first; none empty
     std::map<int, wish_id> last_wishes;        // by destination: accepted since the start
     std::map<int, trouble> troubled;           // by destination
-    // By destination and source: takes whose wishes have ended, and until when the router may still
-    // carry them out.
-    std::map<int, std::map<int, monotonic>> unshown_takes;
+    std::map<int, std::map<int, unshown_take>> unshown_takes; // by destination and source
     // By destination, until it is heard: what the restart has ended. None empty.
     std::map<int, std::vector<wish_id>> ended_by_restart;
     std::map<int, std::size_t> queries_under_way; // by destination; none 0

@@ -14,7 +14,6 @@ void forget_traffic(live_router& live)
 {
     live.queries_under_way.clear();
     live.takes_unanswered.clear();
-    live.unshown_takes.clear();
     for (auto& [destination, open] : live.open)
         for (open_wish& wish : open)
             wish.older_queries = 0;
@@ -124,8 +123,8 @@ bool confirm_late(desk_state& desk, const moment& now, live_router& live, const 
     const monotonic after =
         time_since(desk.house.batches.at(id.batch), *row, troubled->second, now);
     const int was = shown_before(live, before);
+    forget_unshown(live, shown.destination, troubled->second.connection);
     live.troubled.erase(troubled);
-    live.unshown_takes.erase(shown.destination);
     record_entry(desk,
                  {now.utc, "", "",
                   confirmed_late{id, after, was, doings_of(desk.house, id, was),

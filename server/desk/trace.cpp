@@ -106,7 +106,7 @@ void judge_wish(desk_state& desk, const moment& now, live_router& live, int dest
                 if (follows_its_like(open, wish)) wish.replaces = source;
             }
             wish.gone_to = {};
-            live.unshown_takes.erase(destination); // they came before
+            forget_unshown(live, destination, wish.connection);
         }
     }
     const bool against = source != wish.source && !older && contradicts(wish, source, asked);

@@ -46,16 +46,18 @@ open_wish close_wish(desk_state& desk, live_router& live, int destination, const
     return closed;
 }
 
-// Until when the router may still carry out the take of a wish that has ended.
-monotonic late_until(const moment& now, const open_wish& closed)
+// Until when the router may still carry out the take of a wish that has ended. What it has answered
+// over a later connection tells nothing of that: it may read the take's own later still.
+monotonic late_until(const live_router& live, const moment& now, const open_wish& closed)
 {
-    return now.steady + (closed.query_answered ? SWITCHING_TIME : LATE_LIMIT);
+    const bool answered = closed.query_answered && closed.connection == live.connection;
+    return now.steady + (answered ? SWITCHING_TIME : LATE_LIMIT);
 }
 
 // Of a wish that has ended badly.
 void note_trouble(live_router& live, const moment& now, int destination, const open_wish& closed)
 {
-    trouble made{closed.id, now.steady, late_until(now, closed), closed.connection};
+    trouble made{closed.id, now.steady, late_until(live, now, closed), closed.connection};
     made.shown = closed.shown != 0;
     made.from = made.shown ? closed.shown : live.showings + 1;
     if (closed.gone_to.number != 0) made.until = closed.gone_to.number;
@@ -116,9 +118,18 @@ std::vector<int> unshown_takes(const live_router& live, const moment& now, int d
     std::vector<int> sources;
     const auto unshown = live.unshown_takes.find(destination);
     if (unshown == live.unshown_takes.end()) return sources;
-    for (const auto& [source, until] : unshown->second)
-        if (now.steady <= until) sources.push_back(source);
+    for (const auto& [source, take] : unshown->second)
+        if (now.steady <= take.until) sources.push_back(source);
     return sources;
+}
+
+void forget_unshown(live_router& live, int destination, std::uint32_t connection)
+{
+    const auto unshown = live.unshown_takes.find(destination);
+    if (unshown == live.unshown_takes.end()) return;
+    std::erase_if(unshown->second,
+                  [&](const auto& each) { return each.second.connection == connection; });
+    if (unshown->second.empty()) live.unshown_takes.erase(unshown);
 }
 
 open_wish* find_open(desk_state& desk, const wish_id& id)
@@ -183,7 +194,8 @@ void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome en
         note_trouble(live, now, wished.destination, closed);
     if (closed.state == wish_state::sent && closed.shown == 0 &&
         (end == outcome::timed_out || end == outcome::contradicted))
-        live.unshown_takes[wished.destination][closed.source] = late_until(now, closed);
+        live.unshown_takes[wished.destination][closed.source] = {late_until(live, now, closed),
+                                                                 closed.connection};
     tell_change(desk, wished.router, change::kind::wish, wished.destination, id.batch);
     release_held(desk, wished.router, wished.destination);
 }

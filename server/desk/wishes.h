@@ -18,6 +18,9 @@ bool may_be_older(const open_wish& wish, int shown);
 // Sources of takes whose wishes have ended and that may still be carried out.
 std::vector<int> unshown_takes(const live_router& live, const moment& now, int destination);
 
+// Those that were sent over the connection, as a later one over it has been shown.
+void forget_unshown(live_router& live, int destination, std::uint32_t connection);
+
 // Null when it is not open.
 open_wish* find_open(desk_state& desk, const wish_id& id);
 

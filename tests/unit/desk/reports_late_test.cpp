@@ -283,30 +283,47 @@ TEST_F(LateReports, ConfirmNothingThatWasThereBefore)
 // one may read what was sent over a connection that is gone.
 TEST_F(LateReports, OfATakeThatMayHaveBeenCarriedOutNameNobody)
 {
-    enum class trouble { refused, read_late, not_sent };
+    enum class trouble { refused, unread, unread_and_asked, unread_before_another, not_sent };
     struct {
         trouble what;
         std::vector<int> shown;
         int wait_ms;
         std::size_t outside; // of the last
     } const cases[] = {
-        {trouble::refused, {2}, 0, 0},       {trouble::refused, {3}, 0, 1},
-        {trouble::refused, {2}, 60'000, 0},  {trouble::refused, {2}, 60'001, 1},
-        {trouble::refused, {2, 0, 2}, 0, 1}, {trouble::read_late, {0, 2}, 0, 0},
+        {trouble::refused, {2}, 0, 0},
+        {trouble::refused, {3}, 0, 1},
+        {trouble::refused, {2}, 60'000, 0},
+        {trouble::refused, {2}, 60'001, 1},
+        {trouble::refused, {2, 0, 2}, 0, 1},
+        {trouble::unread, {0, 2}, 0, 0},
+        {trouble::unread_and_asked, {2}, 60'000, 0},
+        {trouble::unread_and_asked, {2}, 60'001, 1},
+        {trouble::unread_before_another, {2}, 60'000, 0},
+        {trouble::unread_before_another, {2}, 60'001, 1},
         {trouble::not_sent, {2}, 0, 1},
     };
     for (const auto& c : cases) {
+        const auto is = [&](trouble what) {
+            return c.what == what;
+        };
         report(0, 0);
         const auto one = wish(anna, 0, 2);
-        if (c.what != trouble::not_sent) takes(0, 2);
-        if (c.what == trouble::refused) trace_take_answer(desk, now, "main", "NAK 0005");
-        if (c.what == trouble::not_sent) report_backend_ended(desk, now, "main", true);
-        if (c.what == trouble::read_late) {
+        if (is(trouble::not_sent)) report_backend_ended(desk, now, "main", true);
+        if (!is(trouble::not_sent)) takes(0, 2);
+        if (is(trouble::refused)) trace_take_answer(desk, now, "main", "NAK 0005");
+        if (row_of(one).end == outcome::open) {
             link(link_state::down);
-            wait_ms(3000);
+            if (is(trouble::unread)) wait_ms(3000);
             link(link_state::ready);
+            trace_query(desk, "main", 0);
+            shows(0, 0);
+            report(0, 0);
         }
         ASSERT_NE(row_of(one).end, outcome::open);
+        if (is(trouble::unread_before_another)) {
+            wish(ben, 0, 5);
+            carry_out(0, 5);
+        }
         wait_ms(c.wait_ms);
         for (const int source : c.shown) {
             desk.entries.clear();
