@@ -61,13 +61,13 @@ void read_frame_sent(trace_reader& trace, const router_message& message, traced_
         give_up(trace.unanswered.front(), steps);
         trace.unanswered.pop_front();
     }
-    request_sent request{std::string(mnemonic_of(message)), parameter(message, 0), 0};
+    request_sent request{std::string(mnemonic_of(message)), parameter(message, 0)};
     if (request.mnemonic == "TI" || request.mnemonic == "QI")
         request.destination = position_sent(request.kind, trace.output_base);
     frame.destination = request.destination;
     if (request.mnemonic == "TI") {
         frame.meaning = meaning::take;
-        frame.source = position_sent(parameter(message, 1), trace.input_base);
+        frame.source = request.source = position_sent(parameter(message, 1), trace.input_base);
         steps.emplace_back(take_sent{frame.destination, frame.source});
     } else if (request.mnemonic == "QI") {
         frame.meaning = meaning::query;
@@ -80,6 +80,15 @@ requests::iterator find_request(trace_reader& trace, std::string_view mnemonic)
 {
     return std::find_if(trace.unanswered.begin(), trace.unanswered.end(),
                         [&](const request_sent& request) { return request.mnemonic == mnemonic; });
+}
+
+// Of any kind when that is empty.
+requests::iterator find_refused(trace_reader& trace, std::string_view mnemonic)
+{
+    return std::find_if(
+        trace.unanswered.begin(), trace.unanswered.end(), [&](const request_sent& request) {
+            return !request.shown && (mnemonic.empty() || request.mnemonic == mnemonic);
+        });
 }
 
 // The request, if there is one, has its answer, so that older ones will have none any more.
@@ -127,6 +136,14 @@ void give_up_takes(trace_reader& trace, std::ptrdiff_t count, std::vector<trace_
     trace.unanswered.erase(kept, end);
 }
 
+void note_shown_takes(trace_reader& trace, const requests::iterator& query, int source)
+{
+    for (auto request = trace.unanswered.begin(); request != query; ++request)
+        if (request->mnemonic == "TI" && request->destination == query->destination &&
+            request->source == source)
+            request->shown = true;
+}
+
 // Routes come unasked as well. So an answer to a query tells that takes before it will have none
 // only where the router does not confirm takes.
 void read_route(trace_reader& trace, const traced_frame& frame, std::vector<trace_step>& steps)
@@ -136,6 +153,7 @@ void read_route(trace_reader& trace, const traced_frame& frame, std::vector<trac
             return each.mnemonic == "QI" && each.destination == frame.destination;
         });
     if (query != trace.unanswered.end()) {
+        note_shown_takes(trace, query, frame.source);
         const auto older = query - trace.unanswered.begin();
         trace.unanswered.erase(query);
         if (!trace.confirms) give_up_takes(trace, older, steps);
@@ -169,8 +187,8 @@ void read_error_answer(trace_reader& trace, const router_message& message, trace
     const std::string refusal = message.err ? note_refusal(frame, message) : "";
     const std::string& of = parameter(message, 1);
     if (message.ok && (of == "BK" || of == "TI")) trace.confirms = true;
-    answer_with_code(trace, of.empty() ? trace.unanswered.begin() : find_request(trace, of),
-                     refusal, steps);
+    const auto oldest = of.empty() ? trace.unanswered.begin() : find_request(trace, of);
+    answer_with_code(trace, message.err ? find_refused(trace, of) : oldest, refusal, steps);
 }
 
 // A router that confirms otherwise may send one before the answer itself.
@@ -192,7 +210,7 @@ void read_frame_received(trace_reader& trace, const router_message& message, tra
     const std::string_view mnemonic = mnemonic_of(message);
     const bool last = message.seq == '0' || message.seq == '\0';
     if (message.nak) {
-        answer_with_code(trace, trace.unanswered.begin(), note_refusal(frame, message), steps);
+        answer_with_code(trace, find_refused(trace, ""), note_refusal(frame, message), steps);
     } else if (message.ack) {
         frame.meaning = meaning::confirmation;
         read_ack(trace, steps);

@@ -3,7 +3,7 @@
 //
 // Nothing on the wire pairs an answer with its request but their order, and what both name. A
 // router that confirms each request, as it is asked to, leaves no doubt; with another, a refusal by
-// a bare NAK counts for the oldest request that may still be answered.
+// a bare NAK counts for the oldest request that may still be answered, and be refused.
 #pragma once
 
 #include <cstdint>
@@ -71,6 +71,8 @@ struct request_sent {
     std::string mnemonic;
     std::string kind; // its first parameter
     int destination = 0;
+    int source = 0;     // of a take
+    bool shown = false; // it is in the answer to a query after the take: that was not refused
 };
 
 struct trace_reader {
