@@ -106,7 +106,7 @@ struct live_router {
     std::optional<wall> link_lost; // when it was ready no longer, the last time
     std::uint32_t connection = 0;  // counts those over which something was read; 0: none yet
     reason ending = reason::none;  // why its backend has been ordered to end, which it has not yet
-    bool moved = false;            // since then the router is at another address
+    bool moved = false;            // that one is of another address than the router's by now
     int inputs = 0;                // as the backend counts them; 0: it has not
     int outputs = 0;
     std::vector<std::string> source_names; // may be more than inputs

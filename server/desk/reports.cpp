@@ -1,6 +1,7 @@
 #include "server/desk/reports.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "server/desk/showings.h"
 #include "server/desk/steps.h"
@@ -304,7 +305,7 @@ void report_routes(desk_state& desk, const moment& now, const std::string& route
                    std::span<const std::pair<int, int>> routes)
 {
     live_router* live = find_live(desk, router);
-    if (live == nullptr) return;
+    if (live == nullptr || live->moved) return;
     for (const auto& [destination, source] : routes) {
         if (destination < 0 || destination >= ROUTED_POSITIONS || source < NO_SOURCE ||
             source >= POSITIONS || is_overtaken(*live, destination, source))
@@ -322,6 +323,17 @@ void doubt_fact(desk_state& desk, const std::string& router, int destination)
     tell_change(desk, router, change::kind::fact, destination);
 }
 
+void forget_facts(desk_state& desk, const std::string& router)
+{
+    live_router* live = find_live(desk, router);
+    if (live == nullptr) return;
+    live->moved = live->ending != reason::none;
+    live->unshown_takes.clear();
+    for (std::size_t i = 0; i < live->facts.size(); ++i)
+        if (std::exchange(live->facts[i], {}).source != UNKNOWN_SOURCE)
+            tell_change(desk, router, change::kind::fact, static_cast<int>(i));
+}
+
 void report_backend_ended(desk_state& desk, const moment& now, const std::string& router,
                           bool heard_all)
 {
@@ -330,6 +342,7 @@ void report_backend_ended(desk_state& desk, const moment& now, const std::string
     const bool link_lost = live->ending == reason::link_lost;
     live->ending = reason::none;
     live->unreported.clear();
+    live->moved = false;
     std::deque<wish_id> unsent; // of each destination the newest first: none is released any more
     for (const auto& [destination, open] : live->open)
         for (const open_wish& wish : open)

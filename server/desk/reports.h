@@ -35,6 +35,10 @@ void report_routes(desk_state& desk, const moment& now, const std::string& route
 // brought: the fact is stale until it is reported again.
 void doubt_fact(desk_state& desk, const std::string& router, int destination);
 
+// It may be another router from now on: nothing that was shown is known any more, and what its
+// backend still says until it has ended is of the one before.
+void forget_facts(desk_state& desk, const std::string& router);
+
 // Nothing that the backend held can reach the router any more: what was queued ends as not sent,
 // or, unless all traffic has been heard, as perhaps sent. Told after the trace of all that it said.
 void report_backend_ended(desk_state& desk, const moment& now, const std::string& router,

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "server/desk/checks.h"
+#include "server/desk/reports.h"
 #include "server/desk/steps.h"
 #include "server/desk/wishes.h"
 #include "server/desk/words.h"
@@ -61,6 +62,7 @@ bool same_for_backend(const router_settings& one, const router_settings& other)
 void forget_doings(desk_state& desk, const moment& now, const std::string& router)
 {
     find_live(desk, router)->troubled.clear();
+    forget_facts(desk, router);
     const std::map<int, authorship> authors = find_router(desk, router)->authors;
     for (const auto& [destination, author] : authors)
         record_entry(desk, {now.utc, "", "", author_forgotten{router, destination}});

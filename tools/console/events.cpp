@@ -163,10 +163,17 @@ struct shown_fact {
     bool own = false;
 };
 
+// It may be another router.
+void forget_shown(console_state& console, const std::string& router, int destination)
+{
+    console.shown[router].erase(destination);
+    console.before[router].erase(destination);
+}
+
 void note_fact(console_state& console, const shown_fact& fact, std::vector<notice>& notices)
 {
     const auto& [router, destination, source] = fact.route;
-    if (source == desk::UNKNOWN_SOURCE) return;
+    if (source == desk::UNKNOWN_SOURCE) return forget_shown(console, router, destination);
     const auto [last, is_first] = console.shown[router].emplace(destination, source);
     if (is_first || last->second == source) return;
     const int was = std::exchange(last->second, source);

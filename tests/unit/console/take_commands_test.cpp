@@ -301,6 +301,21 @@ TEST_F(TakeCommands, BackRoutesWhatWasShownBefore)
     EXPECT_EQ(console.desk.orders[0].rows, (std::vector<std::pair<int, int>>{{0, 4}}));
 }
 
+TEST_F(TakeCommands, BackKnowsNothingOfTheRouterAtAnotherAddress)
+{
+    report(0, 4);
+    happened();
+    ask("set port 7");
+    EXPECT_THAT(happened(true), testing::Not(testing::HasSubstr("somebody else")));
+    EXPECT_EQ(says("back 1"), "It is not known what MON A showed before.\n");
+    desk::report_backend_ended(console.desk, now, "main");
+    link(desk::link_state::down);
+    link(desk::link_state::ready);
+    report(0, 5);
+    EXPECT_THAT(happened(true), testing::Not(testing::HasSubstr("somebody else")));
+    EXPECT_EQ(says("back 1"), "It is not known what MON A showed before.\n");
+}
+
 TEST_F(TakeCommands, BackLeadsBackOnceItsSourceIsShown)
 {
     report(0, 4);

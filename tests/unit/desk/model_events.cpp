@@ -31,7 +31,7 @@ void send_and_settle(player& player, router& router)
 void report_and_settle(player& player, router& router, std::size_t most)
 {
     const std::vector<reply> said = report(player.desk, player.now, router, most);
-    if (find_live(player.desk, router.id) != nullptr)
+    if (find_live(player.desk, router.id) != nullptr && !player.moved.contains(router.id))
         see_report(player.ledger, player.now, router.id, said);
     settle(player);
 }
@@ -53,7 +53,7 @@ void hear_one(player& player, router& router)
         see_showing(player.ledger, router.id, next, is_awaited(router, next.destination));
     }
     const std::vector<reply> said = hear_next(player.desk, player.now, router);
-    if (find_live(player.desk, router.id) != nullptr)
+    if (find_live(player.desk, router.id) != nullptr && !player.moved.contains(router.id))
         see_report(player.ledger, player.now, router.id, said);
     settle(player);
 }
@@ -70,6 +70,7 @@ void finish_backend(player& player, router& router, bool heard_all = true)
 {
     player.ending.erase(router.id);
     ended(player.desk, player.now, router, heard_all);
+    player.moved.erase(router.id);
     settle(player);
     set_link(player, router, link_state::connecting);
 }
@@ -306,6 +307,7 @@ void restart_desk(player& player, dice& dice)
         router.to_report.clear();
     }
     player.ending.clear();
+    player.moved.clear();
     if (player.desk.house != player.ledger.replayed)
         complain(player.ledger, "house that its entries do not make");
     see_restart(player.ledger);

@@ -103,9 +103,10 @@ void see_report(ledger& ledger, const desk::moment& now, const std::string& rout
 void see_connection(ledger& ledger, const std::string& router, std::uint64_t served);
 void see_loss(ledger& ledger, const std::string& router); // of a part of the trace
 void see_removal(ledger& ledger, const std::string& router);
-void see_restart(ledger& ledger);                       // nothing is known any more but the house
-void see_time(ledger& ledger, const desk::moment& now); // the desk was told of it
-void see_take(ledger& ledger, const sending& sent);     // it went to the router
+void see_move(ledger& ledger, const std::string& router); // to another address
+void see_restart(ledger& ledger);                         // nothing is known any more but the house
+void see_time(ledger& ledger, const desk::moment& now);   // the desk was told of it
+void see_take(ledger& ledger, const sending& sent);       // it went to the router
 void see_service(ledger& ledger, const service& done, std::uint64_t number);
 
 void complain(ledger& ledger, const std::string& rule);

@@ -266,6 +266,20 @@ void accept_something(player& player, dice& dice)
     settle(player);
 }
 
+namespace {
+// Its backend still says what it hears until it has ended.
+void move_router(player& player, const actor& actor, const router_settings& settings)
+{
+    const house_router* const known = find_router(player.desk, settings.id);
+    const bool elsewhere = known != nullptr && known->settings.port != settings.port;
+    const bool moves =
+        set_router(player.desk, player.now, actor, settings).why == reason::none && elsewhere;
+    if (moves) see_move(player.ledger, settings.id);
+    settle(player);
+    if (moves && player.ending.contains(settings.id)) player.moved.insert(settings.id);
+}
+} // namespace
+
 void set_up_something(player& player, dice& dice)
 {
     const actor& actor = somebody(player, dice);
@@ -290,7 +304,7 @@ void set_up_something(player& player, dice& dice)
         break;
     case 1:
         settings.port = 1000 + below(dice, 2);
-        set_router(player.desk, player.now, actor, settings);
+        move_router(player, actor, settings);
         break;
     case 2:
         settings.name = one_in(dice, 2) ? "Studio" : "OB van";

@@ -34,6 +34,7 @@ struct player {
     std::vector<desk::actor> people;
     std::map<std::string, router> routers; // also such as the desk does not have at present
     std::set<std::string> ending;          // their backends have been ordered to end
+    std::set<std::string> moved;           // of these, those that are elsewhere by now
     desk::batch_command last_command;
     batch_maker last_maker;
     desk::take_answer last_answer;

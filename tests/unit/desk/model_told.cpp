@@ -116,6 +116,16 @@ void see_removal(ledger& ledger, const std::string& router)
     ledger.seen.erase(router);
 }
 
+void see_move(ledger& ledger, const std::string& router)
+{
+    for (auto& [where, fact] : ledger.facts) {
+        if (where.first != router) continue;
+        fact.source = fact.last = UNKNOWN_SOURCE;
+        fact.fresh = false;
+        fact.changes = {{}};
+    }
+}
+
 void see_loss(ledger& ledger, const std::string& router)
 {
     for (auto& [id, wish] : ledger.wishes)

@@ -4,8 +4,11 @@
 #include "unit/desk/desk_test.h"
 
 using namespace desk;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Pair;
+using testing::SizeIs;
 
 namespace {
 class Setup : public DeskTest {
@@ -186,6 +189,27 @@ TEST_F(Setup, ForgetsWhoseDoingItIsWhatARouterAtAnotherAddressShows)
     set_router(desk, now, eve, settings);
     EXPECT_EQ(author_of(0), authorship{});
     EXPECT_TRUE(troubles().empty());
+}
+
+// Also what its backend still says of the one before.
+TEST_F(Setup, KnowsNothingOfWhatARouterAtAnotherAddressShows)
+{
+    router_settings settings = settings_of("main");
+    ++settings.port;
+    forget_told();
+    set_router(desk, now, eve, settings);
+    const live_router& live = desk.live.at("main");
+    EXPECT_EQ(source_shown(live, 3), UNKNOWN_SOURCE);
+    EXPECT_THAT(changed(), Contains(Pair(change::kind::fact, 3)));
+    report(3, 6);
+    EXPECT_EQ(source_shown(live, 3), UNKNOWN_SOURCE);
+    report_link(desk, now, "main", link_state::down, "ended");
+    report_backend_ended(desk, now, "main");
+    forget_told();
+    connect("main");
+    EXPECT_THAT(outside_changes(), IsEmpty());
+    report(3, 5);
+    EXPECT_THAT(outside_changes(), SizeIs(1)) << "from 0 to 5";
 }
 
 TEST_F(Setup, ReadsARouterAgainOnce)
