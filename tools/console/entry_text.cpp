@@ -193,11 +193,11 @@ struct entry_teller {
             rows.begin(), rows.end(), [](const auto& row) { return !desk::was_accepted(row); });
         const std::string what = rows.size() == 1 ? asked_text(made.batch.of, rows[0])
                                                   : rows_text(rows.size()) + refused_text(not_sent);
-        std::string text = entry.person + " asked for a " + kind + ": " + what;
-        if (made.batch.kind == desk::batch_kind::undo)
-            text = entry.person + " asked for an undo: " + what;
+        const bool is_salvo = made.batch.kind == desk::batch_kind::salvo;
+        const std::string name = is_salvo ? " " + salvo_name(console, made.batch.of) : "";
+        const char* const article = made.batch.kind == desk::batch_kind::undo ? "an " : "a ";
         return {"wished",
-                text,
+                entry.person + " asked for " + article + kind + name + ": " + what,
                 {{"batch", desk::text_of(made.id)},
                  {"rows", rows.size()},
                  {"notSent", not_sent},
@@ -261,7 +261,7 @@ struct entry_teller {
     told_entry operator()(const desk::author_forgotten& forgotten) const
     {
         return {"authorForgotten",
-                "whose doing it is what " +
+                "Whose doing it is what " +
                     place_text(console, forgotten.router, forgotten.destination) +
                     " shows is not known any more",
                 {{"router", forgotten.router},

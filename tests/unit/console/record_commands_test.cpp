@@ -40,6 +40,16 @@ TEST_F(RecordCommands, HistoryTellsWhatWasAskedForAndWhatBecameOfIt)
     EXPECT_EQ(says("history zebra"), "Nothing that has happened fits.\n");
 }
 
+TEST_F(RecordCommands, HistoryNamesTheSalvo)
+{
+    ask("stage 1 3");
+    ask("stage 2 3");
+    ask("salvo save NEWS");
+    ask("salvo take NEWS");
+    happened();
+    EXPECT_THAT(says("history asked"), testing::EndsWith("asked for a salvo NEWS: 2 rows.\n"));
+}
+
 TEST_F(RecordCommands, HistoryTellsWhatWasNotSentAtAll)
 {
     console.history.clear();
