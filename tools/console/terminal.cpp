@@ -25,7 +25,8 @@ namespace console {
 
 namespace {
 constexpr wchar_t KILL_LINE_KEY = 0x15;      // Ctrl-U
-constexpr std::size_t TEXT_HELD = 1'048'576; // bytes
+constexpr std::size_t TEXT_HELD = 1'048'576; // bytes; what comes beyond it is left out
+constexpr std::string_view MORE_HAPPENED = "More has happened: \"history\" tells it.\n";
 
 struct terminal {
     console_session& session;
@@ -78,7 +79,9 @@ void draw_line(const terminal& terminal)
 void print_above_line(terminal& terminal, const std::string& text)
 {
     if (terminal.paging) {
-        if (terminal.held.size() + text.size() <= TEXT_HELD) terminal.held += text;
+        if (terminal.held.size() <= TEXT_HELD) terminal.held += text;
+        if (terminal.held.size() > TEXT_HELD && !terminal.held.ends_with(MORE_HAPPENED))
+            terminal.held += MORE_HAPPENED;
         return;
     }
     if (terminal.editing) erase_line(terminal);
@@ -155,8 +158,10 @@ struct key_mode {
     }
 };
 
-// The next key as a byte, serving the session meanwhile; none when no more is to be shown.
-std::optional<char> wait_for_key(console_session& session, const key_mode& keys)
+// The next key as a byte, serving the session meanwhile; none when no more is to be shown. The last
+// row is drawn again when another program has had the terminal.
+std::optional<char> wait_for_key(console_session& session, const key_mode& keys,
+                                 const char* last_row)
 {
     while (!session.quit) {
         std::array<pollfd, 1> watched = {{{STDIN_FILENO, POLLIN, 0}}};
@@ -167,7 +172,10 @@ std::optional<char> wait_for_key(console_session& session, const key_mode& keys)
             keys.restore();
             stop_here();
         }
-        if (asked == request::redraw) keys.set();
+        if (asked == request::redraw) {
+            keys.set();
+            write_out(last_row);
+        }
         if (watched[0].revents == 0) continue;
         char key = 0;
         return read(STDIN_FILENO, &key, 1) == 1 ? std::optional(key) : std::nullopt;
@@ -178,8 +186,9 @@ std::optional<char> wait_for_key(console_session& session, const key_mode& keys)
 void watch_until_key(terminal& terminal)
 {
     const key_mode keys;
-    print_above_line(terminal, "Any key ends it.\n");
-    terminal.unread = wait_for_key(terminal.session, keys);
+    constexpr const char* HOW_TO_END = "Any key ends it.\n";
+    print_above_line(terminal, HOW_TO_END);
+    terminal.unread = wait_for_key(terminal.session, keys, HOW_TO_END);
 }
 
 constexpr const char* PAGER_KEYS =
@@ -194,8 +203,9 @@ void page_text(terminal& terminal, const std::string& text)
     pager pager = make_pager(text);
     std::string part = next_screen(pager, size_of_screen());
     for (;;) {
-        write_out(part + (is_at_end(pager) ? PAGER_KEYS_AT_END : PAGER_KEYS));
-        const std::optional<char> key = wait_for_key(terminal.session, keys);
+        const char* const last_row = is_at_end(pager) ? PAGER_KEYS_AT_END : PAGER_KEYS;
+        write_out(part + last_row);
+        const std::optional<char> key = wait_for_key(terminal.session, keys, last_row);
         write_out(WIPE_ROW);
         part.clear();
         if (!key || *key == 'q' || *key == 'Q') break;
