@@ -31,7 +31,7 @@ FILE_LIMIT = 64 << 20   # bytes
 PROCESS_TESTS = {
     "src/": ["command_line", "configuration", "descriptors", "parent", "parent_flood"],
     "tools/common/": ["console", "parent_link", "simulator", "simulator_program"],
-    "tools/console/": ["console", "console_data", "console_terminal"],
+    "tools/console/": ["console", "console_data", "console_end", "console_terminal"],
     "tools/parent_link/": ["parent_link", "parent_link_state", "console"],
     "tools/router_simulator/": ["simulator", "simulator_program"],
     "tools/soak/": ["soak"],

@@ -1,18 +1,11 @@
 // The console without a terminal: single commands and scripts, on real backends and simulators.
-#include <csignal>
-#include <fcntl.h>
-#include <filesystem>
-#include <fstream>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
-#include <poll.h>
 #include <sstream>
-#include <sys/resource.h>
 
 #include "support/console_process.h"
 
 using testing::AllOf;
-using testing::Contains;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
@@ -33,8 +26,6 @@ class Console : public ScriptedConsole {
         }
         return found;
     }
-
-    void fill_output();
 };
 
 // A backend's place that says nothing and takes everything.
@@ -100,15 +91,30 @@ TEST_F(Console, ScriptOnALinkThatIsDownIsRefusedAtOnce)
     EXPECT_FALSE(has_left_files());
 }
 
-TEST_F(Console, HelpWaitsForNoRouter)
+TEST_F(Console, HelpAndWhatIsNoCommandWaitForNoRouter)
 {
     EXPECT_EQ(play({"--router", "main=127.0.0.1:1", "--wait-ready", "80000", "help", "take"}), 0);
     EXPECT_THAT(output, HasSubstr("take [DESTINATION SOURCE]"));
+    EXPECT_EQ(play({"--router", "main=127.0.0.1:1", "--wait-ready", "80000", "tkae", "1"}), 1);
+    EXPECT_EQ(output, "There is no command \"tkae\"; \"help\" lists them.\n");
+}
+
+TEST_F(Console, TakeWaitsForNoOtherRouter)
+{
+    tcp_router mute;
+    listen_for_client(mute);
+    start_simulator();
+    EXPECT_EQ(play({"--router", simulator_as("main"), "--router",
+                    "back=127.0.0.1:" + std::to_string(mute.port), "--wait-ready", "80000", "take",
+                    "1", "3"}),
+              0);
 }
 
 TEST_F(Console, ScriptWaitsForEachWish)
 {
-    EXPECT_EQ(play_on_simulator({}, "take 1 5; take 1 6\ntake \"mon b\" 'VTR 2'\nroutes 1-2"), 0);
+    EXPECT_EQ(play_on_simulator({}, "# News; nothing\ntake 1 5; take 1 6\n\t # and\n"
+                                    "take \"mon b\" 'VTR 2'\nroutes 1-2"),
+              0);
     EXPECT_THAT(output, HasSubstr("MON A shows CAM 5: confirmed"));
     EXPECT_LT(output.find("MON A shows CAM 5"), output.find("MON A shows CAM 6"));
     EXPECT_LT(output.find("MON B shows VTR 2"), output.find("Numbers begin at 1."));
@@ -237,162 +243,6 @@ TEST_F(Console, TerminalAsInputAloneIsAScript)
     write_all(terminal.ours.number, "help take\nquit\n");
     EXPECT_EQ(status_after(printed.ours.number), 0);
     EXPECT_THAT(output, AllOf(HasSubstr("take [DEST"), Not(HasSubstr("lists the commands."))));
-}
-
-TEST_F(Console, SignalWithAWishOpenSaysThatItsEndIsNotKnown)
-{
-    ASSERT_TRUE(start_with_open_wish({"take", "MON A", "CAM 3"}));
-    kill(console.process, SIGTERM);
-    EXPECT_EQ(status_after(printed.ours.number), 128 + SIGTERM);
-    EXPECT_THAT(output, EndsWith("MON A <- CAM 3: it is not known what became of it.\n"));
-    EXPECT_FALSE(has_left_files());
-}
-
-TEST_F(Console, WatchGoesOnUntilASignal)
-{
-    start_simulator();
-    start_console(on_simulator({"watch"}));
-    ASSERT_TRUE(read_until(printed.ours.number, "is ready"));
-    tell_simulator("take 3 4");
-    EXPECT_TRUE(read_until(printed.ours.number, "MON C shows CAM 4"));
-    kill(console.process, SIGINT);
-    EXPECT_EQ(status_after(printed.ours.number), 0);
-    EXPECT_FALSE(has_left_files());
-}
-
-TEST_F(Console, EndsWhenNobodyReadsAnyMore)
-{
-    start_simulator();
-    start_console(on_simulator({"watch"}));
-    ASSERT_TRUE(read_until(printed.ours.number, "is ready"));
-    printed.ours.reset();
-    tell_simulator("take 3 4");
-    EXPECT_EQ(status_at_end(console), 0);
-}
-
-TEST_F(Console, OutputThatCannotBeWrittenIsNoSuccess)
-{
-    start_simulator();
-    const common::owned_descriptor full(open("/dev/full", O_WRONLY | O_CLOEXEC));
-    for (const std::vector<std::string>& words :
-         {std::vector<std::string>{}, {"take", "MON A", "CAM 3"}}) {
-        input = pipe_to_child();
-        printed = pipe_from_child();
-        run(on_simulator(words), {input.childs.number, full.number, printed.childs.number});
-        input.childs.reset();
-        printed.childs.reset();
-        output.clear();
-        write_all(input.ours.number, "take 'MON A' 'CAM 3'\n");
-        input.ours.reset();
-        EXPECT_EQ(status_after(printed.ours.number), 2);
-        EXPECT_EQ(output, "Cannot write the output: No space left on device.\n");
-    }
-    tell_simulator("routes");
-    EXPECT_TRUE(simulator_prints("1 MON A <- 1 CAM 1"));
-}
-
-TEST_F(Console, WatchThatCannotWriteIsNoSuccess)
-{
-    start_simulator();
-    rlimit usual{};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
-    const rlimit narrow{1024, usual.rlim_max};
-    const std::string path = (directory.path / "watched").string();
-    const common::owned_descriptor file(
-        open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
-    input = pipe_to_child();
-    printed = pipe_from_child();
-    setrlimit(RLIMIT_FSIZE, &narrow);
-    run(on_simulator({"watch"}), {input.childs.number, file.number, printed.childs.number});
-    setrlimit(RLIMIT_FSIZE, &usual);
-    printed.childs.reset();
-    ASSERT_TRUE(until([&] {
-        std::ifstream written(path);
-        return std::string(std::istreambuf_iterator<char>(written), {}).find("is ready") !=
-               std::string::npos;
-    }));
-    std::string takes;
-    for (int destination = 1; destination <= 32; ++destination)
-        takes += "take " + std::to_string(destination) + " 9\n";
-    tell_simulator(takes);
-    EXPECT_EQ(status_after(printed.ours.number), 2);
-    EXPECT_EQ(output, "Cannot write the output: File too large.\n");
-}
-
-TEST_F(Console, EverySignalThatEndsItRemovesItsFiles)
-{
-    start_simulator();
-    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
-        start_console(on_simulator());
-        ASSERT_TRUE(read_until(printed.ours.number, "is ready"));
-        kill(console.process, signal);
-        EXPECT_EQ(status_after(printed.ours.number), 128 + signal);
-        EXPECT_FALSE(has_left_files()) << signal;
-    }
-}
-
-TEST_F(Console, FileThatMayNotGrowIsAnErrorLikeOthers)
-{
-    start_simulator();
-    rlimit usual{};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
-    const rlimit narrow{512, usual.rlim_max}; // enough for the backend's configuration
-    const std::string file = (directory.path / "routes").string();
-    setrlimit(RLIMIT_FSIZE, &narrow);
-    start_console(on_simulator({"save", file}));
-    setrlimit(RLIMIT_FSIZE, &usual);
-    EXPECT_EQ(status_after(printed.ours.number), 2);
-    EXPECT_THAT(output, EndsWith("Cannot write " + file + ": File too large.\n"));
-}
-
-// Until the pipe that it prints into takes no more.
-void Console::fill_output()
-{
-    printed = pipe_from_child();
-    input = pipe_to_child();
-    start_simulator();
-    run(on_simulator(), {input.childs.number, printed.childs.number, printed.childs.number});
-    input.childs.reset();
-    output.clear();
-    std::string script;
-    for (int i = 0; i < 200; ++i)
-        script += "routes\n";
-    write_all(input.ours.number, script + "help take\n");
-    EXPECT_TRUE(until([&] {
-        pollfd watched = {printed.childs.number, POLLOUT, 0};
-        return poll(&watched, 1, 0) == 0;
-    }));
-}
-
-TEST_F(Console, ReaderThatIsSlowLosesNothing)
-{
-    fill_output();
-    ASSERT_TRUE(common::set_nonblocking(printed.childs.number, error)) << error;
-    printed.childs.reset();
-    input.ours.reset();
-    EXPECT_EQ(status_after(printed.ours.number), 0);
-    EXPECT_THAT(output, HasSubstr("take [DESTINATION SOURCE]"));
-}
-
-TEST_F(Console, SignalEndsAConsoleThatNobodyReads)
-{
-    fill_output();
-    kill(console.process, SIGTERM);
-    EXPECT_EQ(status_at_end(console), 128 + SIGTERM);
-    EXPECT_FALSE(has_left_files());
-}
-
-// Its input ends with the console, whatever becomes of that.
-TEST_F(Console, BackendEndsWithAConsoleThatIsKilled)
-{
-    const std::string ended = (directory.path / "ended").string();
-    start_console({"--router", "main=127.0.0.1:1", "--backend",
-                   script_backend("cat >/dev/null; echo >" + ended + "\n"), "watch", "--wait-ready",
-                   "0"});
-    ASSERT_TRUE(read_until(printed.ours.number, "connecting"));
-    kill(console.process, SIGKILL);
-    EXPECT_EQ(status_after(printed.ours.number), -SIGKILL);
-    EXPECT_TRUE(until([&] { return std::filesystem::exists(ended); }));
 }
 
 TEST_F(Console, TellsItsVersionAndUsage)

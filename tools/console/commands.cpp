@@ -272,7 +272,7 @@ std::string why_in_vain(const command& found, const std::vector<common::word>& a
     const auto is_one_of = [](const auto& names, std::string_view name) {
         return std::find(names.begin(), names.end(), name) != names.end();
     };
-    if (arguments.empty()) return ""; // it is refused anyway
+    if (arguments.empty()) return ""; // it is refused anyway, or only shows something
     const std::string gone =
         std::string(found.name) + " alone would last no longer than this command";
     if (is_one_of(STAGING, found.name))
@@ -290,11 +290,23 @@ std::optional<answer> refuse_in_vain(std::vector<common::word> words, bool kept)
 {
     std::string unknown;
     const command* const found = find_command(words, unknown);
-    const std::string why = found == nullptr ? "" : why_in_vain(*found, words, kept);
+    if (found == nullptr) return refusal(unknown, verdict::wrong_use);
+    const std::string why = why_in_vain(*found, words, kept);
     if (why.empty()) return std::nullopt;
     answer answer = refusal(why, verdict::wrong_use);
     answer.json["command"] = found->name;
     return answer;
+}
+
+bool concerns_all_routers(std::vector<common::word> words)
+{
+    constexpr std::array<std::string_view, 5> OF_ALL = {"undo", "redo", "routers", "watch",
+                                                        "dry-run"};
+    std::string unknown;
+    const command* const found = find_command(words, unknown);
+    return found != nullptr &&
+           (found->name.starts_with("salvo ") ||
+            std::find(OF_ALL.begin(), OF_ALL.end(), found->name) != OF_ALL.end());
 }
 
 } // namespace console

@@ -41,7 +41,7 @@ void run_script(console_session& session, std::chrono::milliseconds wait_ready)
     session.watch = [&] {
         watch_until_signal(session);
     };
-    if (wait_until_ready(session, wait_ready)) wait_for_routes(session);
+    if (wait_until_ready(session, wait_ready, true)) wait_for_routes(session);
     std::string partial;
     std::deque<std::string> lines;
     bool more = true;
@@ -70,7 +70,8 @@ void run_single(console_session& session, const std::vector<std::string>& words,
     if (const auto refused = refuse_in_vain(command, session.kept.has_value()))
         return print_answer(session, *refused);
     const bool asks_for_help = common::same_name(words[0], "help") || words[0] == "?";
-    const bool ready = asks_for_help || wait_until_ready(session, wait_ready);
+    const bool ready =
+        asks_for_help || wait_until_ready(session, wait_ready, concerns_all_routers(command));
     if (!ready && goes_on(session)) session.worst = std::max(session.worst, verdict::not_ready);
     if (ready) wait_for_routes(session);
     if (ready && goes_on(session)) run_words(session, command, true);

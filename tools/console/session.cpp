@@ -10,6 +10,7 @@
 #include "console/commands.h"
 #include "console/events.h"
 #include "console/safe_text.h"
+#include "console/times.h"
 #include "server/desk/notices.h"
 #include "server/desk/words.h"
 
@@ -204,6 +205,8 @@ void run_words(console_session& session, const std::vector<common::word>& words,
 
 void run_line(console_session& session, std::string_view line, bool wait)
 {
+    const std::size_t begin = line.find_first_not_of(" \t");
+    if (begin != std::string_view::npos && line[begin] == '#') return; // a comment
     const common::split_line split = common::split_words(line);
     if (split.open_quote) return complain(session, "A quote is not closed.", verdict::wrong_use);
     for (const std::vector<common::word>& words : split.commands) {
@@ -249,6 +252,7 @@ void tell_not_ready(console_session& session, std::chrono::milliseconds limit)
                live.link_reason + ".\n";
     print_event(session, text,
                 {{"event", "notReady"},
+                 {"at", json_time(now().utc)},
                  {"router", settings.id},
                  {"address", settings.address},
                  {"port", settings.port},
@@ -257,7 +261,7 @@ void tell_not_ready(console_session& session, std::chrono::milliseconds limit)
 }
 } // namespace
 
-bool wait_until_ready(console_session& session, std::chrono::milliseconds limit)
+bool wait_until_ready(console_session& session, std::chrono::milliseconds limit, bool all)
 {
     const auto end = now().steady + limit;
     serve_session(session);
@@ -265,7 +269,7 @@ bool wait_until_ready(console_session& session, std::chrono::milliseconds limit)
     const auto is_ready = [&] {
         return live.link == desk::link_state::ready;
     };
-    while (!(is_ready() && all_settled(session.console.desk)) &&
+    while (!(is_ready() && (!all || all_settled(session.console.desk))) &&
            live.link != desk::link_state::off && goes_on(session)) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - now().steady);
         if (left.count() <= 0) break;

@@ -81,10 +81,19 @@ TEST_F(Commands, AloneAreInVainWhenNothingKeepsWhatTheyDo)
     for (const char* const name : {"confirmation-limit", "alias", "group"})
         EXPECT_EQ(why(std::string("set ") + name + " 1", true), "") << name;
     for (const char* const line :
-         {"set", "set bogus 1", "take 1 2", "routes", "bogus", "salvo list", "help lock"})
+         {"set", "set bogus 1", "take 1 2", "routes", "salvo list", "help lock"})
         EXPECT_EQ(why(line, false), "") << line;
+    EXPECT_THAT(why("bogus", false), testing::StartsWith("There is no command"));
     EXPECT_EQ(refuse_in_vain(common::split_words("loa 1").commands.at(0), true)->json["command"],
               "load");
+}
+
+TEST_F(Commands, ConcernAllRoutersOrTheOneInUse)
+{
+    for (const char* const line : {"salvo take X", "undo", "redo", "routers", "watch", "dry-run"})
+        EXPECT_TRUE(concerns_all_routers(common::split_words(line).commands.at(0))) << line;
+    for (const char* const line : {"take 1 2", "lock 1", "routes", "bogus"})
+        EXPECT_FALSE(concerns_all_routers(common::split_words(line).commands.at(0))) << line;
 }
 
 TEST_F(Commands, RefusedTellProgramsWhichTheyAre)
