@@ -190,12 +190,15 @@ std::string unconfirmed_text(const console_state& console, const desk::ulid& of,
         if (row.wished.router != wished.router || row.wished.destination != wished.destination)
             continue;
         if (row.end == desk::outcome::confirmed || row.confirmed_late_after) return "";
-        const std::string take = "the take of " +
-                                 desk::source_text(console.desk, wished.router, row.wished.source) +
-                                 " there is ";
-        if (row.end == desk::outcome::open) return take + "still under way";
-        return take + "not confirmed: " +
-               (row.end == desk::outcome::contradicted ? row.detail : end_text(row));
+        const std::string take =
+            "the take of " + desk::source_text(console.desk, wished.router, row.wished.source);
+        if (row.end == desk::outcome::open) return take + " there is still under way";
+        if (row.end != desk::outcome::contradicted)
+            return take + " there was not confirmed: " + end_text(row);
+        const desk::wall ended =
+            batch->second.made +
+            std::chrono::floor<desk::wall>(row.ended_after.value_or(desk::monotonic{}));
+        return take + " there was not confirmed at " + time_of_day(ended) + ": " + row.detail;
     }
     return "";
 }

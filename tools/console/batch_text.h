@@ -39,7 +39,7 @@ std::string end_text(const desk::wish& row);
 // Of a row of a batch that puts back what the batch `of` did: with what became of that.
 std::string end_text(const console_state& console, const desk::ulid& of, const desk::wish& row);
 
-// Of a row that would put back what the batch `of` did there: "the take of CAM 3 there is not
+// Of a row that would put back what the batch `of` did there: "the take of CAM 3 there was not
 // confirmed: refused by the router (NAK 0005)". Empty when that was confirmed, or is forgotten.
 std::string unconfirmed_text(const console_state& console, const desk::ulid& of,
                              const desk::route& wished);

@@ -43,7 +43,7 @@ TEST_F(UndoCommands, UndoOfWhatTheRouterRefusedSaysHowToGoOn)
                             "way.\n");
     desk::trace_take_answer(console.desk, now, "main", "NAK 0005");
     const std::string why =
-        "MON A <- CAM 1: the take of CAM 3 there is not confirmed: refused by the router (NAK "
+        "MON A <- CAM 1: the take of CAM 3 there was not confirmed: refused by the router (NAK "
         "0005).\n";
     EXPECT_EQ(says("dry-run undo"), "Would not be sent: " + why);
     EXPECT_EQ(says("undo"), "Not sent: " + why + "\"undo --rest\" gives it up.\n");
@@ -51,7 +51,7 @@ TEST_F(UndoCommands, UndoOfWhatTheRouterRefusedSaysHowToGoOn)
     happened();
     EXPECT_THAT(says("history undo"),
                 testing::HasSubstr("MON A of main <- CAM 1: not sent: the take of CAM 3 "
-                                   "there is not confirmed: refused by the router"));
+                                   "there was not confirmed: refused by the router"));
     EXPECT_EQ(says("undo"), "Undoing MON B: CAM 4 -> CAM 1.\n");
 }
 
@@ -78,8 +78,9 @@ TEST_F(UndoCommands, UndoOfWhatWasContradictedSaysWhatTheRouterShows)
     desk::trace_query(console.desk, "main", 1);
     desk::trace_route(console.desk, now, "main", 1, 4);
     report(1, 4);
-    const std::string why = "the take of CAM 3 there is not confirmed: the router shows CAM 5 "
-                            "instead: taken by somebody else\n";
+    const std::string why =
+        "the take of CAM 3 there was not confirmed at 14:02:11: the router shows CAM 5 "
+        "instead: taken by somebody else\n";
     EXPECT_EQ(says("undo"), "Nothing was sent: 1 of 2 routes is blocked:\n"
                             "  MON B <- CAM 1: " +
                                 why +
@@ -123,5 +124,5 @@ TEST_F(UndoCommands, RedoOfAnUndoThatWasNotConfirmedSaysWhy)
     desk::trace_take(console.desk, now, "main", 0, 0);
     wait_ms(3000);
     EXPECT_THAT(says("redo"), testing::StartsWith("Not sent: MON A <- CAM 3: the take of CAM 1 "
-                                                  "there is not confirmed: timed out"));
+                                                  "there was not confirmed: timed out"));
 }
