@@ -89,8 +89,9 @@ struct trouble {
 
 // A take whose wish has ended and that the router may still carry out.
 struct unshown_take {
+    int source = NO_SOURCE;
+    std::uint32_t connection = 0; // over which it was sent; 0: before the start
     monotonic until{};            // then no more
-    std::uint32_t connection = 0; // over which it was sent
 };
 
 // A take that the router has neither acknowledged nor refused.
@@ -115,7 +116,7 @@ struct live_router {
     std::map<int, std::deque<open_wish>> open; // by destination, oldest first; none empty
     std::map<int, wish_id> last_wishes;        // by destination: accepted since the start
     std::map<int, trouble> troubled;           // by destination
-    std::map<int, std::map<int, unshown_take>> unshown_takes; // by destination and source
+    std::map<int, std::vector<unshown_take>> unshown_takes; // by destination
     // By destination, until it is heard: what the restart has ended. None empty.
     std::map<int, std::vector<wish_id>> ended_by_restart;
     std::map<int, std::size_t> queries_under_way; // by destination; none 0

@@ -80,7 +80,7 @@ bool may_be_late(const live_router& live, const trouble& trouble, const wish& ro
     const int shown = shown_before(live, before);
     const int was = shown != UNKNOWN_SOURCE ? shown : row.was;
     if (reported.source != row.wished.source || was == reported.source) return false;
-    if (row.end == outcome::unknown) return !row.found;
+    if (row.end == outcome::unknown) return !row.found && !trouble.ended;
     if (row.end != outcome::timed_out && row.end != outcome::contradicted) return false;
     if (!trouble.ended || reported.last < trouble.from || reported.first >= trouble.until)
         return false;
@@ -228,8 +228,7 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
         const bool late = confirm_late(desk, now, live, shown, reported, before);
         if (!confirms && !late) note_outside_change(desk, now, live, shown, reported, last);
     }
-    const auto unshown = live.unshown_takes.find(shown.destination);
-    if (unshown != live.unshown_takes.end()) unshown->second.erase(shown.source);
+    forget_unshown(live, shown.destination, live.connection, shown.source);
     end_passed_wishes(desk, now, live, shown.destination, reported);
     note_found(desk, now, live, shown);
     if (returns || author_shown(desk, shown.router, shown.destination) == nullptr)
@@ -328,7 +327,6 @@ void forget_facts(desk_state& desk, const std::string& router)
     live_router* live = find_live(desk, router);
     if (live == nullptr) return;
     live->moved = live->ending != reason::none;
-    live->unshown_takes.clear();
     for (std::size_t i = 0; i < live->facts.size(); ++i)
         if (std::exchange(live->facts[i], {}).source != UNKNOWN_SOURCE)
             tell_change(desk, router, change::kind::fact, static_cast<int>(i));
@@ -342,7 +340,7 @@ void report_backend_ended(desk_state& desk, const moment& now, const std::string
     const bool link_lost = live->ending == reason::link_lost;
     live->ending = reason::none;
     live->unreported.clear();
-    live->moved = false;
+    if (std::exchange(live->moved, false)) end_sent_elsewhere(desk, now, router);
     std::deque<wish_id> unsent; // of each destination the newest first: none is released any more
     for (const auto& [destination, open] : live->open)
         for (const open_wish& wish : open)

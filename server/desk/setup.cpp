@@ -61,7 +61,9 @@ bool same_for_backend(const router_settings& one, const router_settings& other)
 // It may be another router from now on, at which nobody here has done anything.
 void forget_doings(desk_state& desk, const moment& now, const std::string& router)
 {
+    end_sent_elsewhere(desk, now, router);
     find_live(desk, router)->troubled.clear();
+    find_live(desk, router)->ended_by_restart.clear();
     forget_facts(desk, router);
     const std::map<int, authorship> authors = find_router(desk, router)->authors;
     for (const auto& [destination, author] : authors)

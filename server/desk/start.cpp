@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "server/desk/steps.h"
+#include "server/desk/wishes.h"
 
 namespace desk {
 
@@ -32,9 +33,22 @@ void end_open_wishes(desk_state& desk, const moment& now)
     }
 }
 
+// One that went wrong shortly before the start may still be carried out.
+void note_may_come(live_router& live, const moment& now, const wish& wish, wall made)
+{
+    if (wish.end != outcome::timed_out && wish.end != outcome::contradicted &&
+        wish.end != outcome::unknown)
+        return;
+    const wall ended = made + std::chrono::floor<wall>(wish.ended_after.value_or(monotonic{}));
+    const wall left = std::min<wall>(ended + LATE_LIMIT - now.utc, LATE_LIMIT);
+    if (left >= wall{} && !wish.confirmed_late_after)
+        note_unshown(live, now, wish.wished.destination,
+                     {wish.wished.source, 0, now.steady + left});
+}
+
 // By the last accepted wish of each destination since its router was added; and those of which it
 // is still to be told what the router shows.
-void find_troubles(desk_state& desk)
+void find_troubles(desk_state& desk, const moment& now)
 {
     for (const auto& [id, batch] : desk.house.batches)
         for (std::uint32_t row = 0; row < batch.rows.size(); ++row) {
@@ -42,6 +56,7 @@ void find_troubles(desk_state& desk)
             live_router* live = find_live(desk, wish.wished.router);
             if (live == nullptr || !was_accepted(wish)) continue;
             if (id <= find_router(desk, wish.wished.router)->added_after) continue;
+            note_may_come(*live, now, wish, batch.made);
             if (wish.end == outcome::unknown && !wish.found)
                 live->ended_by_restart[wish.wished.destination].push_back({id, row});
             if (is_trouble(wish))
@@ -72,7 +87,7 @@ desk_state make_desk(std::uint64_t seed, house kept, const moment& now)
     for (const auto& [id, deleted] : desk.house.deleted_salvos)
         desk.salvo_ends.insert({deleted.deleted + DELETED_AGE, id});
     end_open_wishes(desk, now);
-    find_troubles(desk);
+    find_troubles(desk, now);
     return desk;
 }
 

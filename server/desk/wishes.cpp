@@ -118,17 +118,26 @@ std::vector<int> unshown_takes(const live_router& live, const moment& now, int d
     std::vector<int> sources;
     const auto unshown = live.unshown_takes.find(destination);
     if (unshown == live.unshown_takes.end()) return sources;
-    for (const auto& [source, take] : unshown->second)
-        if (now.steady <= take.until) sources.push_back(source);
+    for (const unshown_take& take : unshown->second)
+        if (now.steady <= take.until) sources.push_back(take.source);
     return sources;
 }
 
-void forget_unshown(live_router& live, int destination, std::uint32_t connection)
+void note_unshown(live_router& live, const moment& now, int destination, const unshown_take& take)
+{
+    std::vector<unshown_take>& takes = live.unshown_takes[destination];
+    std::erase_if(takes, [&](const unshown_take& each) { return each.until < now.steady; });
+    takes.push_back(take);
+}
+
+void forget_unshown(live_router& live, int destination, std::uint32_t connection,
+                    std::optional<int> source)
 {
     const auto unshown = live.unshown_takes.find(destination);
     if (unshown == live.unshown_takes.end()) return;
-    std::erase_if(unshown->second,
-                  [&](const auto& each) { return each.second.connection == connection; });
+    std::erase_if(unshown->second, [&](const unshown_take& take) {
+        return take.connection == connection && take.source == source.value_or(take.source);
+    });
     if (unshown->second.empty()) live.unshown_takes.erase(unshown);
 }
 
@@ -193,9 +202,9 @@ void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome en
     if (row != nullptr && is_trouble(*row) && live.last_wishes.at(wished.destination) == id)
         note_trouble(live, now, wished.destination, closed);
     if (closed.state == wish_state::sent && closed.shown == 0 &&
-        (end == outcome::timed_out || end == outcome::contradicted))
-        live.unshown_takes[wished.destination][closed.source] = {late_until(live, now, closed),
-                                                                 closed.connection};
+        (end == outcome::timed_out || end == outcome::contradicted || end == outcome::unknown))
+        note_unshown(live, now, wished.destination,
+                     {closed.source, closed.connection, late_until(live, now, closed)});
     tell_change(desk, wished.router, change::kind::wish, wished.destination, id.batch);
     release_held(desk, wished.router, wished.destination);
 }
@@ -271,6 +280,16 @@ void end_backend(desk_state& desk, const moment& now, const std::string& router,
         if (open.back().state == wish_state::held) held.push_back(open.back().id);
     for (const wish_id& id : held)
         end_unsent(desk, now, id, why);
+}
+
+void end_sent_elsewhere(desk_state& desk, const moment& now, const std::string& router)
+{
+    std::vector<wish_id> sent;
+    for (const auto& [destination, open] : find_live(desk, router)->open)
+        for (const open_wish& wish : open)
+            if (wish.state == wish_state::sent) sent.push_back(wish.id);
+    for (const wish_id& id : sent)
+        end_wish(desk, now, id, outcome::unknown, "the router was given another address");
 }
 
 } // namespace desk

@@ -238,7 +238,9 @@ bool is_from_outside(const desk_state& desk, const live_router& live, int destin
     const auto unshown = live.unshown_takes.find(destination);
     return is_fresh(live, destination) && source_shown(live, destination) != source &&
            (trouble == nullptr || trouble->wished.source != source) &&
-           (unshown == live.unshown_takes.end() || !unshown->second.contains(source));
+           (unshown == live.unshown_takes.end() ||
+            std::none_of(unshown->second.begin(), unshown->second.end(),
+                         [&](const unshown_take& take) { return take.source == source; }));
 }
 } // namespace
 

@@ -283,7 +283,15 @@ TEST_F(LateReports, ConfirmNothingThatWasThereBefore)
 // one may read what was sent over a connection that is gone.
 TEST_F(LateReports, OfATakeThatMayHaveBeenCarriedOutNameNobody)
 {
-    enum class trouble { refused, unread, unread_and_asked, unread_before_another, not_sent };
+    enum class trouble {
+        refused,
+        unread,
+        unread_and_asked,
+        unread_before_another,
+        unread_before_its_like,  // which is shown, and gone
+        unread_before_a_failure, // of its like
+        not_sent,
+    };
     struct {
         trouble what;
         std::vector<int> shown;
@@ -300,6 +308,10 @@ TEST_F(LateReports, OfATakeThatMayHaveBeenCarriedOutNameNobody)
         {trouble::unread_and_asked, {2}, 60'001, 1},
         {trouble::unread_before_another, {2}, 60'000, 0},
         {trouble::unread_before_another, {2}, 60'001, 1},
+        {trouble::unread_before_its_like, {2}, 60'000, 0},
+        {trouble::unread_before_its_like, {2}, 60'001, 1},
+        {trouble::unread_before_a_failure, {2}, 60'000, 0},
+        {trouble::unread_before_a_failure, {2}, 60'001, 1},
         {trouble::not_sent, {2}, 0, 1},
     };
     for (const auto& c : cases) {
@@ -320,9 +332,18 @@ TEST_F(LateReports, OfATakeThatMayHaveBeenCarriedOutNameNobody)
             report(0, 0);
         }
         ASSERT_NE(row_of(one).end, outcome::open);
-        if (is(trouble::unread_before_another)) {
+        if (is(trouble::unread_before_its_like)) {
+            wish(ben, 0, 2);
+            carry_out(0, 2);
+        }
+        if (is(trouble::unread_before_another) || is(trouble::unread_before_its_like)) {
             wish(ben, 0, 5);
             carry_out(0, 5);
+        }
+        if (is(trouble::unread_before_a_failure)) {
+            wish(ben, 0, 2);
+            takes(0, 2);
+            shows(0, 0);
         }
         wait_ms(c.wait_ms);
         for (const int source : c.shown) {
@@ -335,4 +356,23 @@ TEST_F(LateReports, OfATakeThatMayHaveBeenCarriedOutNameNobody)
         EXPECT_EQ(row_of(one).confirmed_late_after, std::nullopt);
         wait_ms(60'001);
     }
+}
+
+TEST_F(LateReports, OfATakeThatMayStillComeAfterARestartNameNobody)
+{
+    for (const bool ended : {true, false})
+        for (const int wait_ms : {59'990, 60'010}) {
+            const auto one = wish(anna, 0, 2);
+            takes(0, 2);
+            if (ended) LateReports::wait_ms(3000);
+            restart();
+            report(0, 0);
+            LateReports::wait_ms(wait_ms);
+            forget_told();
+            report(0, 2);
+            EXPECT_THAT(outside_changes(), SizeIs(wait_ms < 60'000 ? 0 : 1)) << ended;
+            EXPECT_EQ(row_of(one).confirmed_late_after, std::nullopt);
+            report(0, 0);
+            LateReports::wait_ms(60'000);
+        }
 }

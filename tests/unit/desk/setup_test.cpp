@@ -4,11 +4,8 @@
 #include "unit/desk/desk_test.h"
 
 using namespace desk;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Pair;
-using testing::SizeIs;
 
 namespace {
 class Setup : public DeskTest {
@@ -170,46 +167,6 @@ TEST_F(Setup, EndsTheBackendWhenItMustBeToldSomethingNew)
     EXPECT_TRUE(ends_with([](router_settings& settings) { settings.outputs = 7; }));
     EXPECT_FALSE(ends_with([](router_settings& settings) { settings.name = "Studio"; }));
     EXPECT_FALSE(ends_with([](router_settings& settings) { settings.first_number = 0; }));
-}
-
-// It may be another router.
-TEST_F(Setup, ForgetsWhoseDoingItIsWhatARouterAtAnotherAddressShows)
-{
-    wish(anna, 0, 5);
-    carry_out(0, 5);
-    wish(anna, 1, 6);
-    takes(1, 6);
-    wait_ms(3000);
-    router_settings settings = settings_of("main");
-    settings.name = "Other";
-    set_router(desk, now, eve, settings);
-    EXPECT_EQ(author_of(0).person, "anna");
-    EXPECT_EQ(troubles().size(), 1);
-    ++settings.port;
-    set_router(desk, now, eve, settings);
-    EXPECT_EQ(author_of(0), authorship{});
-    EXPECT_TRUE(troubles().empty());
-}
-
-// Also what its backend still says of the one before.
-TEST_F(Setup, KnowsNothingOfWhatARouterAtAnotherAddressShows)
-{
-    router_settings settings = settings_of("main");
-    ++settings.port;
-    forget_told();
-    set_router(desk, now, eve, settings);
-    const live_router& live = desk.live.at("main");
-    EXPECT_EQ(source_shown(live, 3), UNKNOWN_SOURCE);
-    EXPECT_THAT(changed(), Contains(Pair(change::kind::fact, 3)));
-    report(3, 6);
-    EXPECT_EQ(source_shown(live, 3), UNKNOWN_SOURCE);
-    report_link(desk, now, "main", link_state::down, "ended");
-    report_backend_ended(desk, now, "main");
-    forget_told();
-    connect("main");
-    EXPECT_THAT(outside_changes(), IsEmpty());
-    report(3, 5);
-    EXPECT_THAT(outside_changes(), SizeIs(1)) << "from 0 to 5";
 }
 
 TEST_F(Setup, ReadsARouterAgainOnce)
