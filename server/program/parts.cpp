@@ -138,6 +138,7 @@ web::host_names names_of(const settings& settings, const std::string& address, i
             add(name);
     return names;
 }
+
 // False, with the reason.
 bool open_metrics(parts& parts, const settings& settings, std::string& error)
 {

@@ -10,7 +10,6 @@
 
 using testing::EndsWith;
 using testing::HasSubstr;
-using testing::Not;
 
 namespace {
 class ConsoleEnd : public ScriptedConsole {

@@ -60,8 +60,8 @@ const command* find_command(std::vector<common::word>& words, std::string& compl
 answer run_command(console_state& console, const desk::moment& now,
                    const std::vector<common::word>& words);
 
-// Refuses a command that is all that a program runs when there is none of that name, or what it does
-// would be gone with the program. `kept`: a file keeps the house.
+// Refuses a command that is all that a program runs when there is none of that name, or what it
+// does would be gone with the program. `kept`: a file keeps the house.
 std::optional<answer> refuse_in_vain(std::vector<common::word> words, bool kept);
 
 // Whether it may be about other routers than the one in use.

@@ -64,8 +64,8 @@ void wait_session(console_session& session, std::span<pollfd> watched,
 // Runs a command. With `wait` its wishes are waited for.
 void run_words(console_session& session, const std::vector<common::word>& words, bool wait);
 
-// Runs the commands of a line, unless it is a comment, while the session goes on. With `wait` each wish is waited for before
-// the next command.
+// Runs the commands of a line, unless it is a comment, while the session goes on. With `wait` each
+// wish is waited for before the next command.
 void run_line(console_session& session, std::string_view line, bool wait);
 
 // Its verdict counts.
@@ -74,8 +74,8 @@ void print_answer(console_session& session, const answer& answer);
 // Says that something is wrong, which counts.
 void complain(console_session& session, const std::string& sentence, verdict why);
 
-// Until the link of the router in use is ready and, with `all`, of each other one it is known whether
-// it is. False, and said, when the time is over first or there is no address.
+// Until the link of the router in use is ready and, with `all`, of each other one it is known
+// whether it is. False, and said, when the time is over first or there is no address.
 bool wait_until_ready(console_session& session, std::chrono::milliseconds limit, bool all);
 
 // Until the router in use has told all its routes, or no more for a second.

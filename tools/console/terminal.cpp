@@ -79,9 +79,9 @@ void draw_line(const terminal& terminal)
 void print_above_line(terminal& terminal, const std::string& text)
 {
     if (terminal.paging) {
-        if (terminal.held.size() <= TEXT_HELD) terminal.held += text;
-        if (terminal.held.size() > TEXT_HELD && !terminal.held.ends_with(MORE_HAPPENED))
-            terminal.held += MORE_HAPPENED;
+        if (terminal.held.size() > TEXT_HELD) return;
+        terminal.held += text;
+        if (terminal.held.size() > TEXT_HELD) terminal.held += MORE_HAPPENED;
         return;
     }
     if (terminal.editing) erase_line(terminal);
@@ -186,9 +186,8 @@ std::optional<char> wait_for_key(console_session& session, const key_mode& keys,
 void watch_until_key(terminal& terminal)
 {
     const key_mode keys;
-    constexpr const char* HOW_TO_END = "Any key ends it.\n";
-    print_above_line(terminal, HOW_TO_END);
-    terminal.unread = wait_for_key(terminal.session, keys, HOW_TO_END);
+    print_above_line(terminal, "Any key ends it.\n");
+    terminal.unread = wait_for_key(terminal.session, keys, "");
 }
 
 constexpr const char* PAGER_KEYS =
