@@ -13,9 +13,9 @@ test('gives the body of an answer', async () => {
 });
 
 test("gives the server's own sentence when it refuses", async () => {
-  const problem = JSON.stringify({ detail: 'Sign in first.' });
+  const problem = JSON.stringify({ detail: 'Sign in first.', code: 'notSignedIn' });
   expect(await ask('/api/v1/routers', answering(problem, 401, 'application/problem+json'))).toEqual(
-    { ok: false, status: 401, sentence: 'Sign in first.' },
+    { ok: false, status: 401, sentence: 'Sign in first.', code: 'notSignedIn' },
   );
 });
 

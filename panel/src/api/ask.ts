@@ -14,9 +14,15 @@ export type Read<P extends keyof paths> = paths[P] extends {
   ? Body
   : never;
 
-// `sentence` is the server's own, if it has said one; `status` is 0 when no answer came; `wait`: s,
-// before it would listen again.
-export type Refusal = { ok: false; status: number; sentence?: string; wait?: number };
+// `sentence` is the server's own, if it has said one, and `code` tells it from others; `status` is 0
+// when no answer came; `wait`: s, before it would listen again.
+export type Refusal = {
+  ok: false;
+  status: number;
+  sentence?: string;
+  code?: string;
+  wait?: number;
+};
 export type Answer<Body> = { ok: true; body: Body } | Refusal;
 
 // The addresses that something can be made at.
@@ -91,7 +97,13 @@ export async function refusal(response: Response): Promise<Refusal> {
   const { status } = response;
   if (response.headers.get('Content-Type') !== 'application/problem+json')
     return { ok: false, status };
-  const { detail } = (await response.json()) as Schemas['Problem'];
+  const { detail, code } = (await response.json()) as Partial<Schemas['Problem']>;
   const wait = Number(response.headers.get('Retry-After') ?? 0);
-  return { ok: false, status, sentence: detail, ...(wait > 0 ? { wait } : {}) };
+  return {
+    ok: false,
+    status,
+    ...(detail === undefined ? {} : { sentence: detail }),
+    ...(code === undefined ? {} : { code }),
+    ...(wait > 0 ? { wait } : {}),
+  };
 }
