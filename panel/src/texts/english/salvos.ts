@@ -21,4 +21,11 @@ export const salvos = {
   goneRow: '(gone) {destination}',
   notOnRouter: 'Not on this router',
   progress: '{n} of {all} confirmed',
+  saveFirst: 'Save the changes first.',
+  dryRunFirst: 'Dry run first.',
+  allOrNone: {
+    one: '{n} row is blocked, so nothing would be sent.',
+    other: '{n} rows are blocked, so nothing would be sent.',
+  },
+  allAlreadySo: 'Nothing would change: all of it is already so.',
 } as const satisfies Record<string, Template>;
