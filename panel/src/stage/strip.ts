@@ -1,8 +1,6 @@
-// The strip that shows what an undo or redo would do, from when it is asked for until it is closed or
-// the server has taken it. It owns the present record; none: it is closed.
-import type { Refusal } from '../api/ask';
-import type { command } from '../api/command';
-import type { nextStep } from '../api/operation';
+// The strip that shows what an undo, redo or rollback would do, from when it is asked for until it is
+// closed or the server has taken it. It owns the present record; none: it is closed.
+import type { Answer, Refusal } from '../api/ask';
 import type { Back, NextStep } from './undo';
 
 export type Strip = {
@@ -19,8 +17,8 @@ export type Undoing = {
 };
 
 export function openUndoing(
-  ask: typeof nextStep,
-  send: typeof command,
+  ask: (back: Back) => Promise<Answer<NextStep>>,
+  send: (back: Back, key: string) => Promise<Answer<unknown>>,
   newKey: () => string,
   tell: (strip: Strip | undefined) => void,
 ): Undoing {
@@ -41,8 +39,7 @@ export function openUndoing(
   async function go(): Promise<void> {
     const opened = strip;
     if (opened === undefined) return;
-    const wanted = { at: {}, body: { rule: 'rest' as const }, key: opened.key };
-    const answer = await send('post', `/api/v1/${opened.back}`, wanted);
+    const answer = await send(opened.back, opened.key);
     if (strip !== opened) return; // closed, or another is open
     set(answer.ok ? undefined : { ...opened, step: undefined, refused: answer });
   }

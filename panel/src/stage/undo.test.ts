@@ -1,17 +1,18 @@
 import { expect, test } from 'vitest';
 
 import type { DryRunRow } from '../api/types';
-import { BEN, routerData } from '../live/history';
+import { BEN, operationOf, routerData } from '../live/history';
 import { beginRouter, changeRouter } from '../live/router_topic';
 import { english } from '../texts/english';
 import { speechOf } from '../texts/speech';
 import { undoShown, type Back } from './undo';
 
 const speech = speechOf(english, 'en', 'UTC');
-const state = changeRouter(beginRouter(routerData()), {
+const router = changeRouter(beginRouter(routerData()), {
   kind: 'routes',
   routes: [[3, 7, 1, BEN]],
 });
+const states = new Map([['r1', router]]);
 const goes: DryRunRow = {
   router: 'r1',
   destination: 3,
@@ -45,7 +46,7 @@ function shown(rows: readonly DryRunRow[], back: Back = 'undo') {
         rows: [...rows],
       },
     },
-    state,
+    states,
   );
 }
 
@@ -82,6 +83,18 @@ test('offers to undo what can be', () => {
   );
 });
 
+test('a rollback says the same of any take', () => {
+  const rollback = { rollback: operationOf('01', 'confirmed') };
+  expect(shown([goes, goes], rollback)).toMatchObject({
+    title: 'Roll back take of 14:01:58: 2 routes back',
+    button: 'Roll back 2',
+  });
+  expect(shown([goes, blocked('destinationLocked')], rollback)).toMatchObject({
+    rows: ['MON 12: SAT 36 → CAM 3', 'MON 12: locked'],
+    button: 'Roll back the 1 that can be',
+  });
+});
+
 test('says nothing when there is nothing to undo', () => {
-  expect(undoShown(speech, 'undo', { steps: 0 }, state)).toBeUndefined();
+  expect(undoShown(speech, 'undo', { steps: 0 }, states)).toBeUndefined();
 });

@@ -1,12 +1,13 @@
-// What an undo or redo would do: its headline, how many rows go, and in words why others do not.
+// What an undo, redo or rollback would do: its headline, how many rows go, and in words why others do not.
 import type { Schemas } from '../api/ask';
-import type { DryRunRow, Reason } from '../api/types';
-import { UNKNOWN_FACT, type RouterState } from '../live/router_topic';
+import type { DryRunRow, Operation, Reason } from '../api/types';
+import type { RouterState } from '../live/router_topic';
 import { clock } from '../texts/clock';
-import type { Speech } from '../texts/speech';
+import type { Say, Speech } from '../texts/speech';
 
 export type NextStep = Schemas['NextStep'];
-export type Back = 'undo' | 'redo';
+export type Back = 'undo' | 'redo' | { readonly rollback: Operation };
+type States = ReadonlyMap<string, RouterState>; // of the routers that are known here
 export type UndoShown = {
   readonly title: string;
   readonly rows: readonly string[]; // of those that go, and why others do not
@@ -21,17 +22,16 @@ const REASONS: Partial<Record<Reason, 'undoBeforeUnknown' | 'undoLocked' | 'undo
   noRight: 'undoNoRight',
 };
 
-function changedWords(speech: Speech, row: DryRunRow, state: RouterState): string {
+function changedWords(speech: Speech, row: DryRunRow, states: States): string {
   const { destinationName: destination } = row;
   const source = row.was === null ? speech.say('noSource') : (row.wasName ?? speech.say('unknown'));
-  const fact = row.router === state.router.id ? state.facts[row.destination] : UNKNOWN_FACT;
-  const by = fact?.by;
+  const by = states.get(row.router)?.facts[row.destination]?.by;
   if (typeof by === 'object' && by !== null)
     return speech.say('undoChangedBy', { destination, person: by.name, source });
   return speech.say('undoChanged', { destination, source });
 }
 
-function rowWords(speech: Speech, row: DryRunRow, state: RouterState): string {
+function rowWords(speech: Speech, row: DryRunRow, states: States): string {
   const { say } = speech;
   const { destinationName: destination, reason } = row;
   if (row.verdict !== 'blocked')
@@ -40,30 +40,40 @@ function rowWords(speech: Speech, row: DryRunRow, state: RouterState): string {
       old: row.was === null ? say('noSource') : (row.wasName ?? say('unknown')),
       new: row.source === null ? say('noSource') : (row.sourceName ?? say('unknown')),
     });
-  if (reason === 'changedSince') return changedWords(speech, row, state);
+  if (reason === 'changedSince') return changedWords(speech, row, states);
   if (reason === 'linkNotReady' || reason === 'linkLost') return say('undoLinkDown');
   const known = reason === undefined ? undefined : REASONS[reason];
   if (known !== undefined) return say(known, { destination });
   return say('undoOther', { destination, reason: row.detail ?? say('notSent') });
 }
 
-// None when there is nothing to undo or redo.
+const WORDS = {
+  undo: { title: 'undoTakeOf', all: 'undoCount', some: 'undoPossible' },
+  redo: { title: 'redoTakeOf', all: 'redoCount', some: 'redoCount' },
+  rollback: { title: 'rollBackTakeOf', all: 'rollBack', some: 'rollBackPossible' },
+} as const;
+
+// None when there is nothing to go back to.
 export function undoShown(
   speech: Speech,
   back: Back,
   { of, dryRun }: NextStep,
-  state: RouterState,
+  states: States,
 ): UndoShown | undefined {
   if (of === undefined || dryRun === undefined) return undefined;
   const { say } = speech;
+  const words = WORDS[typeof back === 'string' ? back : 'rollback'];
   const n = dryRun.change;
   const values = { clock: clock(speech, Date.parse(of.wished)), n: dryRun.rows.length };
-  const all = say(back === 'undo' ? 'undoCount' : 'redoCount', { n });
-  const some = say(back === 'undo' ? 'undoPossible' : 'redoCount', { n });
   return {
-    title: say(back === 'undo' ? 'undoTakeOf' : 'redoTakeOf', values),
-    rows: dryRun.rows.map((row) => rowWords(speech, row, state)),
+    title: say(words.title, values),
+    rows: dryRun.rows.map((row) => rowWords(speech, row, states)),
     count: n,
-    button: n === 0 ? '' : dryRun.blocked === 0 ? all : some,
+    button: n === 0 ? '' : say(dryRun.blocked === 0 ? words.all : words.some, { n }),
   };
+}
+
+export function nothingWords(say: Say, back: Back): string {
+  if (typeof back !== 'string') return say('nothingToRollBack');
+  return say(back === 'undo' ? 'nothingToUndo' : 'nothingToRedo');
 }

@@ -7,6 +7,10 @@ export const undo = {
     other: 'Undo take of {clock}: {n} routes back',
   },
   redoTakeOf: { one: 'Redo take of {clock}: {n} route', other: 'Redo take of {clock}: {n} routes' },
+  rollBackTakeOf: {
+    one: 'Roll back take of {clock}: {n} route back',
+    other: 'Roll back take of {clock}: {n} routes back',
+  },
   undo: 'Undo',
   undoCount: 'Undo {n}',
   redoCount: 'Redo {n}',
@@ -19,6 +23,7 @@ export const undo = {
   undoLinkDown: 'Link down',
   nothingToUndo: 'Nothing to undo',
   nothingToRedo: 'Nothing to redo',
+  nothingToRollBack: 'Nothing to roll back',
   protect: 'Protect',
   lock: 'Lock',
   protectMeans: 'Only you can route {destination} until you release it.',
