@@ -90,3 +90,11 @@ export function retryable(operation: Operation): readonly OperationRow[] {
     ({ outcome, lateMs }) => outcome !== 'open' && outcome !== 'confirmed' && lateMs === undefined,
   );
 }
+
+// Rows that a rollback would put back: those that the router shows now because of this.
+export function returnable(operation: Operation): readonly OperationRow[] {
+  return operation.rows.filter(
+    ({ outcome, unchanged, lateMs }) =>
+      unchanged !== true && (outcome === 'confirmed' || lateMs !== undefined),
+  );
+}

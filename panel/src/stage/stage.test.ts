@@ -5,7 +5,7 @@ import { BEN, operationOf, stageOf, TIME } from '../live/history';
 import { english } from '../texts/english';
 import { speechOf } from '../texts/speech';
 import { dryRunHeadline, verdict } from './dry_run';
-import { headline, resultsShown, retryable } from './results';
+import { headline, resultsShown, retryable, returnable } from './results';
 import { stageRowShown } from './row';
 import { takeShown, type Means } from './take';
 
@@ -226,6 +226,16 @@ describe('results', () => {
       { outcome: 'notSent' },
     );
     expect(retryable(operation)).toEqual([operation.rows[0], operation.rows[4]]);
+  });
+
+  test('what it has changed can be rolled back', () => {
+    const operation = rowsOf(
+      { outcome: 'confirmed' },
+      { outcome: 'confirmed', unchanged: true },
+      { outcome: 'timedOut', lateMs: 1 },
+      { outcome: 'timedOut' },
+    );
+    expect(returnable(operation)).toEqual([operation.rows[0], operation.rows[2]]);
   });
 });
 
