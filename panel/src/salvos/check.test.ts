@@ -46,6 +46,17 @@ const dryRun = (rows: readonly DryRunRow[]) => {
 const unchanged = { ...row(1), verdict: 'unchanged' } as const;
 const held = [3, 4, 5, 6].map((destination) => row(destination, 'destinationLocked'));
 
+const means: Means = {
+  speech,
+  mayTake: true,
+  hearsServer: true,
+  isSaved: true,
+  version: 3,
+  rule: 'all',
+};
+const of = (rows: readonly DryRunRow[], more: Partial<Means> = {}, rule: 'all' | 'rest' = 'all') =>
+  ready({ ...dryRun(rows), rule, version: 3, key: 'k' }, { ...means, rule, ...more });
+
 test('counts what will change, what is so, and what is locked by whom', () => {
   expect(counts(speech, dryRun([row(0), unchanged, ...held, row(7, 'noRight')]), states)).toEqual([
     '1 will change',
@@ -58,6 +69,16 @@ test('counts what will change, what is so, and what is locked by whom', () => {
   expect(counts(speech, dryRun([row(0)]), states)).toEqual(['1 will change']);
 });
 
+test('by the rule "all" those that could go are held back by those that cannot', () => {
+  const rows = [row(0, 'blockedByOtherRow'), row(1, 'blockedByOtherRow'), ...held.slice(0, 1)];
+  expect(counts(speech, dryRun(rows), states)).toEqual([
+    '0 will change',
+    '1 locked (Ben L.)',
+    '2 held back by blocked rows',
+  ]);
+  expect(of(rows).reason).toBe('1 row is blocked, so nothing would be sent.');
+});
+
 test('says of each row what would become of it', () => {
   const rows = [row(0), unchanged, row(3, 'destinationLocked'), row(7, 'noSuchSource')];
   expect(verdicts(dryRun(rows), states, circumstances)).toEqual([
@@ -67,17 +88,6 @@ test('says of each row what would become of it', () => {
     { name: 'MON 8', words: 'No such source', mark: 'notSent' },
   ]);
 });
-
-const means: Means = {
-  speech,
-  mayTake: true,
-  hearsServer: true,
-  isSaved: true,
-  version: 3,
-  rule: 'all',
-};
-const of = (rows: readonly DryRunRow[], more: Partial<Means> = {}, rule: 'all' | 'rest' = 'all') =>
-  ready({ ...dryRun(rows), rule, version: 3, key: 'k' }, { ...means, rule, ...more });
 
 test('what would change can be taken', () => {
   expect(of([row(0), unchanged])).toEqual({ count: 1, reason: '' });

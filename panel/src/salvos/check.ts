@@ -10,6 +10,9 @@ import type { Checked, Rule } from './run';
 
 type States = ReadonlyMap<string, RouterState>;
 
+// By its rule nothing goes of which one row is blocked; these others are not what stands against it.
+const isHeldBack = ({ reason }: DryRunRow) => reason === 'blockedByOtherRow';
+
 function lockOf(states: States, { router, destination }: DryRunRow): Lock | undefined {
   return states.get(router)?.locks.get(destination);
 }
@@ -23,7 +26,8 @@ export function counts(speech: Speech, dryRun: DryRun, states: States): readonly
     const person = lockOf(states, row)?.owner.name ?? '';
     holders.set(person, (holders.get(person) ?? 0) + 1);
   }
-  const others = dryRun.blocked - locked.length;
+  const held = dryRun.rows.filter(isHeldBack).length;
+  const others = dryRun.blocked - locked.length - held;
   return [
     say('countWillChange', { n: dryRun.change }),
     ...(dryRun.unchanged > 0 ? [say('countAlreadySo', { n: dryRun.unchanged })] : []),
@@ -31,6 +35,7 @@ export function counts(speech: Speech, dryRun: DryRun, states: States): readonly
       person === '' ? say('countLocked', { n }) : say('countLockedBy', { n, person }),
     ),
     ...(others > 0 ? [say('countBlocked', { n: others })] : []),
+    ...(held > 0 ? [say('countHeldBack', { n: held })] : []),
   ];
 }
 
@@ -77,7 +82,8 @@ export function ready(checked: Checked | undefined, means: Means): Ready {
   if (!means.isSaved) return { count: 0, reason: say('saveFirst') };
   if (checked?.version !== means.version || checked.rule !== means.rule)
     return { count: 0, reason: say('dryRunFirst') };
-  const { change, blocked, rule } = checked;
+  const { change, rule, rows } = checked;
+  const blocked = rows.filter((row) => row.verdict === 'blocked' && !isHeldBack(row)).length;
   if (rule === 'all' && blocked > 0) return { count: 0, reason: say('allOrNone', { n: blocked }) };
   if (change > 0) return { count: change, reason: '' };
   return { count: 0, reason: say(blocked > 0 ? 'noneCanGo' : 'allAlreadySo') };
