@@ -45,6 +45,7 @@ export function readFilter(text: string): Filter {
 }
 
 export function matches(filter: Filter, name: Source): boolean {
+  if (filter.length === 0) return true;
   const all = hay(String(name.number), name.alias, name.routerName ?? '', name.name, name.group);
   const group = hay(name.group);
   return filter.every((word) => {
