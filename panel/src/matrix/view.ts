@@ -16,23 +16,38 @@ export function sized(size: CellSize, by: -1 | 1): CellSize {
   return ORDER[ORDER.indexOf(size) + by] ?? size;
 }
 
+// What people have asked to see. `only`: the problems that there were when they were asked for, so that
+// no row comes or goes by itself.
+export type Filters = {
+  readonly destinations: string;
+  readonly sources: string;
+  readonly only?: ReadonlySet<number> | undefined;
+};
+export const NO_FILTERS: Filters = { destinations: '', sources: '' };
+
+export type Layout = {
+  readonly filter: Filter;
+  readonly only?: ReadonlySet<number> | undefined; // of these alone
+  readonly pins: readonly number[];
+  readonly folds: ReadonlySet<string>;
+  readonly size: CellSize;
+  readonly hasBands: boolean;
+};
+
 // Groups of destinations have bands of their own; those of sources stand in the column headers.
 export function axisOf(
   names: readonly Source[],
-  filter: Filter,
-  folds: ReadonlySet<string>,
-  size: CellSize,
-  hasBands: boolean,
+  { filter, only, pins, folds, size, hasBands }: Layout,
   { say }: Speech,
 ): Axis {
   const byIndex = new Map(names.map((each) => [each.index, each]));
   const groups = arrange(names, {
-    pins: [],
+    pins,
     pinnedName: say('pinned'),
     folds,
     shows: (index) => {
       const name = byIndex.get(index);
-      return name !== undefined && matches(filter, name);
+      return name !== undefined && (only?.has(index) ?? true) && matches(filter, name);
     },
     blockName: (first, last) => say('block', { first, last }),
   });

@@ -2,7 +2,7 @@
 // itself: `.view` has the list `.all` and the buttons `.groups`, `aside` the stage, of which each row
 // has its `data-destination`.
 import type { View } from '../addresses/address';
-import type { Context } from '../keys/table';
+import type { Command, Context } from '../keys/table';
 
 export function contextsAt(target: Element, view: View): readonly Context[] {
   if (target.closest('aside') !== null) return ['anywhere', 'routing', 'stage'];
@@ -12,7 +12,7 @@ export function contextsAt(target: Element, view: View): readonly Context[] {
 }
 
 // In the list, or the buttons, that the focus is in.
-export function step(target: Element, by: -1 | 1): void {
+function step(target: Element, by: -1 | 1): void {
   const all = [...(target.closest('.all, .groups')?.querySelectorAll('button') ?? [])];
   all[all.findIndex((each) => each === target) + by]?.focus();
 }
@@ -32,8 +32,29 @@ export function rowAt(target: Element): number | undefined {
   return row === undefined ? undefined : Number(row);
 }
 
-export function moveIn(target: Element, by: -1 | 1): void {
+function moveIn(target: Element, by: -1 | 1): void {
   const all = [...document.querySelectorAll('aside [data-destination]')];
   const at = all.indexOf(target.closest('[data-destination]') ?? target);
   all[at + by]?.querySelector('button')?.focus();
 }
+
+// Commands that only move the focus.
+export const FOCUS_COMMANDS: Partial<Record<Command, (target: Element) => void>> = {
+  chooseUp: (target) => {
+    step(target, -1);
+  },
+  chooseDown: (target) => {
+    step(target, 1);
+  },
+  back: () => {
+    toSide('.all');
+  },
+  filterDestinations: () => document.getElementById('filter-destinations')?.focus(),
+  filterSources: () => document.getElementById('filter-sources')?.focus(),
+  stageUp: (target) => {
+    moveIn(target, -1);
+  },
+  stageDown: (target) => {
+    moveIn(target, 1);
+  },
+};
