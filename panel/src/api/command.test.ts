@@ -32,6 +32,17 @@ test('is sent again with the same key when the answer is lost', async () => {
   expect(fetched).toHaveBeenCalledTimes(2);
 });
 
+test('without a key it is sent once, also when no answer comes', async () => {
+  const fetched = vi.fn(lost);
+  const body = { old: 'river otter', new: 'quiet harbour' };
+  await command('put', '/api/v1/people/me/password', { at: {}, body }, fetched);
+  expect(fetched).toHaveBeenCalledExactlyOnceWith('/api/v1/people/me/password', {
+    method: 'PUT',
+    headers: { 'Content-Type': 'application/json' },
+    body: JSON.stringify(body),
+  });
+});
+
 test('is not sent again when the server has refused', async () => {
   const fetched = vi.fn(() => Promise.resolve(answer(503)));
   expect(await take(fetched)).toMatchObject({ ok: false, status: 503 });

@@ -1,5 +1,5 @@
-// Commands that change something. Each has a key, by which the server knows it again: it carries a
-// command out once, however often it is sent, and answers it each time alike.
+// Commands that change something. By its key the server knows one again: it carries it out once,
+// however often it is sent, and answers it each time alike. Where passwords pass there are no keys.
 import { answerTo, type Answer } from './ask';
 import type { paths } from './description';
 import { locate } from './read';
@@ -24,7 +24,7 @@ export type Command<M extends Method, P extends keyof paths> = {
   readonly at: Readonly<Record<string, string | number>>; // what stands in the address
   readonly query?: Readonly<Record<string, string>>;
   readonly body: Wanted<M, P>;
-  readonly key: string;
+  readonly key?: string;
   readonly tag?: string; // only while what is there is what came with it
 };
 
@@ -35,7 +35,7 @@ export const newKey = (): string => {
 
 const ATTEMPTS = 2;
 
-// Sent once more when no answer has come: the first may have been carried out.
+// With a key, sent once more when no answer has come: the first may have been carried out.
 export async function command<M extends Method, P extends Commanded<M>>(
   method: M,
   pattern: P,
@@ -43,18 +43,19 @@ export async function command<M extends Method, P extends Commanded<M>>(
   fetched: typeof fetch = fetch,
 ): Promise<Answer<Result<M, P>>> {
   const address = locate(pattern, wanted);
-  const { body, key, tag }: { body: unknown; key: string; tag?: string } = wanted;
+  const { body, key, tag }: { body: unknown; key?: string; tag?: string } = wanted;
   const request: RequestInit = {
     method: method.toUpperCase(),
     headers: {
-      'Idempotency-Key': key,
+      ...(key === undefined ? {} : { 'Idempotency-Key': key }),
       ...(tag === undefined ? {} : { 'If-Match': tag }),
       ...(body === undefined ? {} : { 'Content-Type': 'application/json' }),
     },
     ...(body === undefined ? {} : { body: JSON.stringify(body) }),
   };
+  const attempts = key === undefined ? 1 : ATTEMPTS;
   for (let attempt = 1; ; attempt += 1) {
     const answer = await answerTo<Result<M, P>>(fetched(address, request));
-    if (answer.ok || answer.status !== 0 || attempt === ATTEMPTS) return answer;
+    if (answer.ok || answer.status !== 0 || attempt === attempts) return answer;
   }
 }
