@@ -5,6 +5,7 @@ import { health } from './health';
 import { history } from './history';
 import { keys } from './keys';
 import { matrix } from './matrix';
+import { people } from './people';
 import { routers } from './routers';
 import { routes } from './routes';
 import { routing } from './routing';
@@ -23,6 +24,7 @@ export const parts = [
   history,
   keys,
   matrix,
+  people,
   routers,
   routes,
   routing,
@@ -42,6 +44,7 @@ export const english = {
   ...history,
   ...keys,
   ...matrix,
+  ...people,
   ...routers,
   ...routes,
   ...routing,
