@@ -1,5 +1,6 @@
 import '@fontsource-variable/inter/wght.css';
 import './page.css';
+import './parts.css';
 
 import { mount } from 'svelte';
 

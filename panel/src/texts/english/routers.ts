@@ -28,7 +28,7 @@ export const routers = {
   removeRouterMeans:
     '{router} goes with its aliases, groups, locks and stages. Its history stays. Routes at the router itself do not change.',
   keepRouter: 'Keep it',
-  removeNow: 'Remove {router}',
+  removeNow: 'Remove {name}',
   tabTraffic: 'Traffic',
   sources: 'Sources',
   number: 'Number',
