@@ -24,6 +24,7 @@ const ADDRESSES: readonly [string, Address][] = [
   ['/routers/r1?tab=names', { screen: 'routers', router: 'r1', tab: 'names' }],
   ['/server', { screen: 'health' }],
   ['/settings', { screen: 'settings' }],
+  ['/settings?tab=people', { screen: 'settings', tab: 'people' }],
 ];
 
 test.each(ADDRESSES)('%s, there and back', (text, address) => {

@@ -3,6 +3,7 @@
 export type View = 'matrix' | 'xy' | 'list';
 export const VIEWS: readonly View[] = ['matrix', 'xy', 'list'];
 export const TABS = ['link', 'names', 'groups', 'locks', 'limits', 'traffic'] as const;
+export const SETTINGS_TABS = ['me', 'people', 'tokens'] as const;
 export const HISTORY_FILTERS = [
   'time',
   'from',
@@ -17,6 +18,7 @@ export const HISTORY_FILTERS = [
 ] as const;
 
 export type Tab = (typeof TABS)[number];
+export type SettingsTab = (typeof SETTINGS_TABS)[number];
 export type HistoryFilters = Readonly<Partial<Record<(typeof HISTORY_FILTERS)[number], string>>>;
 export type Address =
   | { readonly screen: 'routing'; readonly router?: string; readonly view?: View }
@@ -24,7 +26,8 @@ export type Address =
   | { readonly screen: 'salvos'; readonly salvo?: string }
   | { readonly screen: 'history'; readonly filters: HistoryFilters }
   | { readonly screen: 'routers'; readonly router?: string; readonly tab?: Tab }
-  | { readonly screen: 'health' | 'settings' };
+  | { readonly screen: 'settings'; readonly tab?: SettingsTab }
+  | { readonly screen: 'health' };
 
 function oneOf<T extends string>(words: readonly T[], word: string | null): T | undefined {
   return words.find((each) => each === word);
@@ -79,7 +82,9 @@ export function readAddress(path: string, search: string): Address | undefined {
     case 'server': // "/health" is the server's own answer to whoever watches over it
       return subject === undefined ? { screen: 'health' } : undefined;
     case 'settings':
-      return subject === undefined ? { screen } : undefined;
+      return subject === undefined
+        ? { screen, ...present({ tab: oneOf(SETTINGS_TABS, query.get('tab')) }) }
+        : undefined;
     default:
       return undefined;
   }
@@ -108,6 +113,6 @@ export function writeAddress(to: Address): string {
     case 'health':
       return address(['server'], {});
     case 'settings':
-      return address([to.screen], {});
+      return address([to.screen], { tab: to.tab });
   }
 }
