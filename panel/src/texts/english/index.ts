@@ -1,6 +1,7 @@
 // Every text of the panel, in English: nothing on screen is worded anywhere else.
 import { forms } from './forms';
 import { frame } from './frame';
+import { groups } from './groups';
 import { health } from './health';
 import { history } from './history';
 import { keys } from './keys';
@@ -20,6 +21,7 @@ import { undo } from './undo';
 export const parts = [
   forms,
   frame,
+  groups,
   health,
   history,
   keys,
@@ -40,6 +42,7 @@ export const parts = [
 export const english = {
   ...forms,
   ...frame,
+  ...groups,
   ...health,
   ...history,
   ...keys,
