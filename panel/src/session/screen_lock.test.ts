@@ -1,6 +1,6 @@
 import { expect, test, vi } from 'vitest';
 
-import { heldBack, keepLock, recallLock } from './screen_lock';
+import { holding, keepLock, recallLock } from './screen_lock';
 
 test('a lock of the screen outlives the page', () => {
   const kept = new Map<string, string>();
@@ -20,12 +20,11 @@ test('nothing is sent while the screen is locked', async () => {
   let isLocked = true;
   const send = vi.fn((what: string) => Promise.resolve(`${what} done`));
   const tell = vi.fn();
-  const held = heldBack(
-    send,
+  const held = holding(
     () => isLocked,
     () => 'Screen locked',
     tell,
-  );
+  )(send);
   expect(await held('take')).toEqual({ ok: false, status: 403, sentence: 'Screen locked' });
   expect(send).not.toHaveBeenCalled();
   expect(tell).toHaveBeenCalledOnce();

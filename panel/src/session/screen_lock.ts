@@ -13,18 +13,17 @@ export function keepLock(memory: Memory, isLocked: boolean): void {
   else memory.removeItem(NAME);
 }
 
-// `send`, which while the screen is locked sends nothing, but says why, and tells that it was pressed.
-export function heldBack<Send extends (...wanted: never[]) => Promise<unknown>>(
-  send: Send,
-  isLocked: () => boolean,
-  because: () => string,
-  tell: () => void,
-): Send {
-  const held = (...wanted: never[]): Promise<unknown> => {
-    if (!isLocked()) return send(...wanted);
-    tell();
-    const refusal: Refusal = { ok: false, status: 403, sentence: because() };
-    return Promise.resolve(refusal);
+// What is given sends nothing while the screen is locked, but says why, and tells that it was pressed.
+export type Hold = <Send extends (...wanted: never[]) => Promise<unknown>>(send: Send) => Send;
+
+export function holding(isLocked: () => boolean, because: () => string, tell: () => void): Hold {
+  return (send) => {
+    const held = (...wanted: never[]): Promise<unknown> => {
+      if (!isLocked()) return send(...wanted);
+      tell();
+      const refusal: Refusal = { ok: false, status: 403, sentence: because() };
+      return Promise.resolve(refusal);
+    };
+    return held as typeof send;
   };
-  return held as Send;
 }

@@ -33,6 +33,7 @@ export const frame = {
   switchToHot: 'Switch to Hot',
   lockScreen: 'Lock this screen',
   screenLocked: 'Screen locked',
+  holdToUnlock: 'Hold the padlock for a second to unlock this screen.',
   close: 'Close',
   show: 'Show',
   clearFilter: 'Clear filter',
