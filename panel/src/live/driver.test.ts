@@ -91,6 +91,21 @@ test('after a loss it comes back, and subscribes anew', () => {
   expect(last().sent[0]).toEqual(subscribe);
 });
 
+test('it says what is shown, at once and to each new connection', () => {
+  const { driver, last, pass } = standIn([]);
+  const presence = { screen: 'Routing', router: 'r1' };
+  driver.show({ screen: 'History' });
+  expect(last().sent).toEqual([]);
+  last().opened();
+  expect(last().sent).toEqual([{ type: 'presence', screen: 'History' }, beat]);
+  driver.show(presence);
+  expect(last().sent.at(-1)).toEqual({ type: 'presence', ...presence });
+  last().closed();
+  pass(500);
+  last().opened();
+  expect(last().sent[0]).toEqual({ type: 'presence', ...presence });
+});
+
 test('in vain it tries again and again, one socket at a time', () => {
   const { last, pass, sockets } = standIn();
   last().closed();

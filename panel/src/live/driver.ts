@@ -1,7 +1,7 @@
 // Carries out what the reader of live messages wants: one socket at a time, a clock that ticks. What
 // a socket says that was replaced is dropped. It owns the socket and the present record.
 import type { Doing } from './connection';
-import { start, step, type Event, type Live } from './live';
+import { start, step, type Event, type Live, type Presence } from './live';
 
 export const SUBPROTOCOL = 'router-control.v1';
 export const TICK = 250; // ms
@@ -25,6 +25,7 @@ export type World = {
 export type Driver = {
   readonly follow: (topics: readonly string[]) => void;
   readonly leave: (topics: readonly string[]) => void;
+  readonly show: (presence: Presence) => void;
   readonly tryNow: () => void;
   readonly end: () => void; // nothing is told after it
 };
@@ -98,6 +99,9 @@ export function drive(
     },
     leave: (names) => {
       happen({ what: 'leave', topics: names });
+    },
+    show: (presence) => {
+      happen({ what: 'show', presence });
     },
     tryNow: () => {
       happen({ what: 'tryNow' });

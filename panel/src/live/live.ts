@@ -13,16 +13,24 @@ export type Live = {
   readonly instance: string | undefined; // of the server that spoke last
   readonly restarts: number; // of the server, that were noticed
   readonly trouble: string | undefined; // where the last message could not be read
+  readonly presence: Presence | undefined; // said anew to each connection
 };
+// What this screen shows, for the list of operators.
+export type Presence = { readonly screen: string; readonly router?: string };
 export type LiveNext = { readonly live: Live; readonly doing: readonly Doing[] };
 
 export type Event =
   | { readonly what: 'opened' | 'tick' | 'tryNow' | 'lost' }
   | { readonly what: 'heard'; readonly said: string }
-  | { readonly what: 'follow' | 'leave'; readonly topics: readonly string[] };
+  | { readonly what: 'follow' | 'leave'; readonly topics: readonly string[] }
+  | { readonly what: 'show'; readonly presence: Presence };
 
 function subscription(topics: readonly string[]): readonly Doing[] {
   return topics.length === 0 ? [] : [{ do: 'send', message: { type: 'subscribe', topics } }];
+}
+
+function telling(presence: Presence | undefined): readonly Doing[] {
+  return presence === undefined ? [] : [{ do: 'send', message: { type: 'presence', ...presence } }];
 }
 
 export function start(topics: readonly string[], now: number): LiveNext {
@@ -34,6 +42,7 @@ export function start(topics: readonly string[], now: number): LiveNext {
     instance: undefined,
     restarts: 0,
     trouble: undefined,
+    presence: undefined,
   };
   return { live, doing };
 }
@@ -102,7 +111,10 @@ export function step(live: Live, event: Event, now: number, chance: number): Liv
     case 'opened': {
       const begun = turn(live, link.opened(live.connection, now));
       const asked = ask(begun.live, [...live.topics.keys()], now);
-      return { live: asked.live, doing: [...asked.doing, ...begun.doing] };
+      return {
+        live: asked.live,
+        doing: [...asked.doing, ...telling(live.presence), ...begun.doing],
+      };
     }
     case 'heard': {
       const heard = hear(live, event.said, now);
@@ -122,6 +134,11 @@ export function step(live: Live, event: Event, now: number, chance: number): Liv
       return ask(live, event.topics, now);
     case 'leave':
       return leave(live, event.topics);
+    case 'show': {
+      const { presence } = event;
+      const isOpen = live.connection.state === 'open';
+      return { live: { ...live, presence }, doing: isOpen ? telling(presence) : [] };
+    }
   }
 }
 
