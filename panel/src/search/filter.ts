@@ -44,6 +44,12 @@ export function readFilter(text: string): Filter {
     .map(wordOf);
 }
 
+// Where there are no numbers that people see: ranges of them are not found.
+export function matchesText(filter: Filter, text: string): boolean {
+  const words = hay(text);
+  return filter.every((word) => word.kind !== 'range' && words.includes(word.needle));
+}
+
 export function matches(filter: Filter, name: Source): boolean {
   if (filter.length === 0) return true;
   const all = hay(String(name.number), name.alias, name.routerName ?? '', name.name, name.group);

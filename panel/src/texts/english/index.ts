@@ -6,6 +6,7 @@ import { health } from './health';
 import { history } from './history';
 import { keys } from './keys';
 import { matrix } from './matrix';
+import { palette } from './palette';
 import { people } from './people';
 import { routers } from './routers';
 import { routes } from './routes';
@@ -26,6 +27,7 @@ export const parts = [
   history,
   keys,
   matrix,
+  palette,
   people,
   routers,
   routes,
@@ -47,6 +49,7 @@ export const english = {
   ...history,
   ...keys,
   ...matrix,
+  ...palette,
   ...people,
   ...routers,
   ...routes,
