@@ -7,6 +7,7 @@ import { arrange, type Arrangement } from './groups';
 const usual: Arrangement = {
   pins: [],
   pinnedName: 'Pinned',
+  ungroupedName: 'In no group',
   folds: new Set(),
   shows: () => true,
   blockName: (first, last) => `${first}–${last}`,
@@ -22,7 +23,12 @@ test('the router’s groups count, in the order of their first members', () => {
     ...each,
     group: ['', 'Tape', 'Tape', 'Jib', ''][i] ?? '',
   }));
-  expect(short(list)).toEqual([': 0 4', 'Tape: 1 2', 'Jib: 3']);
+  expect(short(list)).toEqual(['In no group: 0 4', 'Tape: 1 2', 'Jib: 3']);
+});
+
+test('one group for each name, also for the one of what is in none', () => {
+  const list = cameras.map((each, i) => ({ ...each, group: i === 1 ? 'In no group' : '' }));
+  expect(short(list)).toEqual(['In no group: 0 1 2 3 4']);
 });
 
 test('else the beginnings of names', () => {

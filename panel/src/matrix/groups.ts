@@ -8,6 +8,7 @@ export const BLOCK = 16;
 export type Arrangement = {
   readonly pins: readonly number[]; // shown first, in this order, under `pinnedName`
   readonly pinnedName: string;
+  readonly ungroupedName: string; // of what is in no group of the router, where others are
   readonly folds: ReadonlySet<string>; // names of groups
   readonly shows: (index: number) => boolean; // what the filter leaves
   readonly blockName: (first: number, last: number) => string; // by numbers that people see
@@ -45,9 +46,10 @@ function blocks(
 
 function grouped(
   names: readonly Source[],
-  blockName: Arrangement['blockName'],
+  { ungroupedName, blockName }: Arrangement,
 ): ReadonlyMap<string, readonly Source[]> {
-  if (names.some(({ group }) => group !== '')) return gather(names, ({ group }) => group);
+  if (names.some(({ group }) => group !== ''))
+    return gather(names, ({ group }) => (group === '' ? ungroupedName : group));
   const prefixes = gather(names, prefixOf);
   const areUseful = prefixes.size > 1 && prefixes.size * 2 <= names.length && !prefixes.has('');
   return areUseful ? prefixes : blocks(names, blockName);
@@ -55,11 +57,11 @@ function grouped(
 
 // Groups in the order of their first members; a group that the filter empties is left out.
 export function arrange(names: readonly Source[], arrangement: Arrangement): readonly Group[] {
-  const { pins, pinnedName, folds, shows, blockName } = arrangement;
+  const { pins, pinnedName, folds, shows } = arrangement;
   const isPinned = new Set(pins);
   const known = new Set(names.map(({ index }) => index));
   const pinned = pins.filter((index) => known.has(index));
-  const others = [...grouped(names, blockName)].map(([name, members]) => {
+  const others = [...grouped(names, arrangement)].map(([name, members]) => {
     const rest = members.map(({ index }) => index).filter((index) => !isPinned.has(index));
     return { name, members: rest, folded: folds.has(name) };
   });

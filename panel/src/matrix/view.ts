@@ -44,6 +44,7 @@ export function axisOf(
   const groups = arrange(names, {
     pins,
     pinnedName: say('pinned'),
+    ungroupedName: say('ungrouped'),
     folds,
     shows: (index) => {
       const name = byIndex.get(index);

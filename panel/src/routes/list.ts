@@ -58,6 +58,7 @@ export function listGroups(
   const groups = arrange(state.destinations, {
     pins: [],
     pinnedName: say('pinned'),
+    ungroupedName: say('ungrouped'),
     folds: new Set(),
     shows: (index) => {
       const name = state.destinations[index];

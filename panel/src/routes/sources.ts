@@ -32,6 +32,7 @@ export function choiceGroups(
   const groups = arrange(state.sources, {
     pins: [],
     pinnedName: say('pinned'),
+    ungroupedName: say('ungrouped'),
     folds: new Set(),
     shows: (index) => {
       const name = state.sources[index];

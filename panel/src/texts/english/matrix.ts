@@ -29,6 +29,7 @@ export const matrix = {
   groupProblems: { one: '{n} problem', other: '{n} problems' },
   groupStaged: '{n} staged',
   pinned: 'Pinned',
+  ungrouped: 'In no group',
   block: '{first}–{last}',
   crossing: '{source} → {destination}',
   crossingMany: { one: '{source} to {n} destination', other: '{source} to {n} destinations' },
