@@ -46,10 +46,10 @@ test('an undo or redo is the next of them', async () => {
 
 test('it goes by the key that it was given', async () => {
   const fetched = answering({});
-  await goBack('redo', 'k1', fetched);
-  await goBack(back, 'k2', fetched);
+  await goBack('redo', '01', 'k1', fetched);
+  await goBack(back, '01', 'k2', fetched);
   expect(sent(fetched)).toEqual([
-    ['/api/v1/redo', '{"rule":"rest"}'],
+    ['/api/v1/redo', '{"rule":"rest","of":"01"}'],
     ['/api/v1/operations/01/rollback', '{"rule":"rest","dryRun":false}'],
   ]);
   const keys = fetched.mock.calls.map(([, request]) => request?.headers);

@@ -23,14 +23,21 @@ export async function askBack(
   };
 }
 
+// `of`: the operation that was shown; when another one is the next by now, it is refused.
 export function goBack(
   back: Back,
+  of: string | undefined,
   key: string,
   fetched: typeof fetch = fetch,
 ): Promise<Answer<unknown>> {
   const body = { rule: 'rest' } as const;
   if (typeof back === 'string')
-    return command('post', `/api/v1/${back}`, { at: {}, body, key }, fetched);
+    return command(
+      'post',
+      `/api/v1/${back}`,
+      { at: {}, body: of === undefined ? body : { ...body, of }, key },
+      fetched,
+    );
   const wanted = { at: { operation: back.rollback.id }, body: { ...body, dryRun: false }, key };
   return command('post', ROLLBACK, wanted, fetched);
 }

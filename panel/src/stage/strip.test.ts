@@ -25,8 +25,8 @@ const hot = () => true;
 function stripOf(next: Answer<NextStep>) {
   const sent: unknown[] = [];
   const open: ((answer: Answer<unknown>) => void)[] = [];
-  const send = (back: Back, key: string) => {
-    sent.push([back, key]);
+  const send = (back: Back, of: string | undefined, key: string) => {
+    sent.push([back, of, key]);
     return new Promise<Answer<unknown>>((resolve) => open.push(resolve));
   };
   const seen: { strip: Strip | undefined } = { strip: undefined };
@@ -62,8 +62,8 @@ test('however often it is pressed, it goes by one key', async () => {
   answer(gone);
   await Promise.all(presses);
   expect(sent).toEqual([
-    ['redo', 'k1'],
-    ['redo', 'k1'],
+    ['redo', '01', 'k1'],
+    ['redo', '01', 'k1'],
   ]);
   expect(seen.strip).toBeUndefined();
 });
@@ -74,7 +74,7 @@ test('in Hot it goes at once', async () => {
   await Promise.resolve().then(() => undefined);
   answer(gone);
   await opened;
-  expect(sent).toEqual([['undo', 'k1']]);
+  expect(sent).toEqual([['undo', '01', 'k1']]);
   expect(seen.strip).toBeUndefined();
 });
 

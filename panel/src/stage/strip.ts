@@ -18,7 +18,7 @@ export type Undoing = {
 
 export function openUndoing(
   ask: (back: Back) => Promise<Answer<NextStep>>,
-  send: (back: Back, key: string) => Promise<Answer<unknown>>,
+  send: (back: Back, of: string | undefined, key: string) => Promise<Answer<unknown>>,
   newKey: () => string,
   tell: (strip: Strip | undefined) => void,
 ): Undoing {
@@ -39,7 +39,7 @@ export function openUndoing(
   async function go(): Promise<void> {
     const opened = strip;
     if (opened === undefined) return;
-    const answer = await send(opened.back, opened.key);
+    const answer = await send(opened.back, opened.step?.of?.operation, opened.key);
     if (strip !== opened) return; // closed, or another is open
     set(answer.ok ? undefined : { ...opened, step: undefined, refused: answer });
   }
