@@ -27,6 +27,7 @@ constexpr std::size_t NOTICES = 100;            // for each person; the oldest i
 constexpr std::size_t TAKES_UNANSWERED = 4096;  // on one router; the oldest is forgotten
 constexpr std::size_t QUERIES_UNDER_WAY = 255;  // for a destination; more count as so many
 constexpr std::size_t SHOWINGS_UNREPORTED = 64; // of a destination; the oldest is forgotten
+constexpr std::size_t TAKES_UNSHOWN = 64;       // of a destination; the oldest is forgotten
 
 constexpr std::chrono::hours UNDO_AGE{24};            // an older step is forgotten
 constexpr std::chrono::hours NOTICE_AGE{24};          // an older one is told no more

@@ -5,6 +5,7 @@
 
 #include "server/desk/showings.h"
 #include "server/desk/steps.h"
+#include "server/desk/unshown.h"
 #include "server/desk/wishes.h"
 #include "server/desk/words.h"
 

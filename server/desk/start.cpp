@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "server/desk/steps.h"
+#include "server/desk/unshown.h"
 #include "server/desk/wishes.h"
 
 namespace desk {

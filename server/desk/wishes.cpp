@@ -4,6 +4,7 @@
 
 #include "server/desk/showings.h"
 #include "server/desk/steps.h"
+#include "server/desk/unshown.h"
 #include "server/desk/words.h"
 
 namespace desk {
@@ -44,6 +45,12 @@ open_wish close_wish(desk_state& desk, live_router& live, int destination, const
     if (open.empty()) live.open.erase(destination);
     desk.deadlines.erase({closed.deadline, id});
     return closed;
+}
+
+// Its take may still have to be reported, as it has not been shown, or only by the traffic.
+bool is_unreported(const open_wish& closed)
+{
+    return closed.shown == 0 || (!closed.reported && closed.gone_to.number == 0);
 }
 
 // Until when the router may still carry out the take of a wish that has ended. What it has answered
@@ -113,34 +120,6 @@ bool may_be_older(const open_wish& wish, int shown)
     return wish.shown == 0 && std::find(takes.begin(), takes.end(), shown) != takes.end();
 }
 
-std::vector<int> unshown_takes(const live_router& live, const moment& now, int destination)
-{
-    std::vector<int> sources;
-    const auto unshown = live.unshown_takes.find(destination);
-    if (unshown == live.unshown_takes.end()) return sources;
-    for (const unshown_take& take : unshown->second)
-        if (now.steady <= take.until) sources.push_back(take.source);
-    return sources;
-}
-
-void note_unshown(live_router& live, const moment& now, int destination, const unshown_take& take)
-{
-    std::vector<unshown_take>& takes = live.unshown_takes[destination];
-    std::erase_if(takes, [&](const unshown_take& each) { return each.until < now.steady; });
-    takes.push_back(take);
-}
-
-void forget_unshown(live_router& live, int destination, std::uint32_t connection,
-                    std::optional<int> source)
-{
-    const auto unshown = live.unshown_takes.find(destination);
-    if (unshown == live.unshown_takes.end()) return;
-    std::erase_if(unshown->second, [&](const unshown_take& take) {
-        return take.connection == connection && take.source == source.value_or(take.source);
-    });
-    if (unshown->second.empty()) live.unshown_takes.erase(unshown);
-}
-
 open_wish* find_open(desk_state& desk, const wish_id& id)
 {
     const wish* row = find_wish(desk.house, id);
@@ -201,10 +180,12 @@ void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome en
     const wish* row = find_wish(desk.house, id); // none when its batch has been forgotten by now
     if (row != nullptr && is_trouble(*row) && live.last_wishes.at(wished.destination) == id)
         note_trouble(live, now, wished.destination, closed);
-    if (closed.state == wish_state::sent && closed.shown == 0 &&
-        (end == outcome::timed_out || end == outcome::contradicted || end == outcome::unknown))
-        note_unshown(live, now, wished.destination,
-                     {closed.source, closed.connection, late_until(live, now, closed)});
+    if (is_unreported(closed) &&
+        (end == outcome::timed_out || end == outcome::contradicted || end == outcome::unknown)) {
+        const monotonic until =
+            closed.shown != 0 ? now.steady + LATE_LIMIT : late_until(live, now, closed);
+        note_unshown(live, now, wished.destination, {closed.source, closed.connection, until});
+    }
     tell_change(desk, wished.router, change::kind::wish, wished.destination, id.batch);
     release_held(desk, wished.router, wished.destination);
 }
@@ -220,6 +201,7 @@ void end_unsent(desk_state& desk, const moment& now, const wish_id& id, reason w
 
 void end_maybe_sent(desk_state& desk, const moment& now, const wish_id& id)
 {
+    find_open(desk, id)->connection = find_live(desk, route_of(desk, id).router)->connection;
     end_wish(desk, now, id, outcome::timed_out,
              "it may have been sent: part of the traffic could not be read");
 }

@@ -1,7 +1,6 @@
 // The life of a wish from its acceptance to its end. For the desk's own files.
 #pragma once
 
-#include <optional>
 #include <string>
 
 #include "server/desk/desk.h"
@@ -15,17 +14,6 @@ bool open_wish_for(desk_state& desk, const moment& now, const wish_id& id, const
 
 // Whether what is shown may be of a take before the wish's, as nothing of its own has been shown.
 bool may_be_older(const open_wish& wish, int shown);
-
-// Sources of takes whose wishes have ended and that may still be carried out.
-std::vector<int> unshown_takes(const live_router& live, const moment& now, int destination);
-
-// One more of them; those that can be carried out no more are forgotten.
-void note_unshown(live_router& live, const moment& now, int destination, const unshown_take& take);
-
-// Those that were sent over the connection, of any source unless one is given: it, or what was sent
-// after them, has been shown.
-void forget_unshown(live_router& live, int destination, std::uint32_t connection,
-                    std::optional<int> source = std::nullopt);
 
 // Ends the wishes that have been sent to a router at another address, which nobody hears any more.
 void end_sent_elsewhere(desk_state& desk, const moment& now, const std::string& router);

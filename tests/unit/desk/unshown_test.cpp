@@ -1,0 +1,62 @@
+// Takes whose wishes have ended and that the router may still carry out.
+#include "server/desk/unshown.h"
+#include "unit/desk/desk_test.h"
+
+using namespace desk;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+using Unshown = DeskTest;
+
+// It was shown before the link went, and no report had brought it.
+TEST_F(Unshown, NamesNobodyForATakeThatOnlyTheTrafficHasShown)
+{
+    report(0, 0);
+    const auto one = wish(anna, 0, 2);
+    takes(0, 2);
+    const auto next = wish(anna, 0, 3);
+    shows(0, 2);
+    link(link_state::down);
+    report_backend_ended(desk, now, "main");
+    EXPECT_EQ(row_of(next).end, outcome::not_sent) << "and it is the last";
+    wait_ms(3000);
+    EXPECT_EQ(row_of(one).end, outcome::timed_out);
+    wait_ms(10'000);
+    forget_told();
+    link(link_state::ready);
+    report(0, 2);
+    EXPECT_THAT(outside_changes(), IsEmpty());
+}
+
+TEST_F(Unshown, NamesNobodyForATakeThatMayHaveBeenSent)
+{
+    report(0, 0);
+    wish(anna, 0, 2);
+    wish(anna, 0, 3);
+    link(link_state::down);
+    report_backend_ended(desk, now, "main", false);
+    link(link_state::ready);
+    report(0, 2);
+    EXPECT_THAT(outside_changes(), IsEmpty());
+}
+
+// Of no more takes than the desk remembers for a destination.
+TEST_F(Unshown, NamesSomebodyForTheOldestOfTooMany)
+{
+    for (const bool one_more : {false, true}) {
+        live_router& live = desk.live.at("main");
+        live.unshown_takes.clear();
+        const auto take = [&](int source) {
+            note_unshown(live, now, 0, {source, 1, now.steady + LATE_LIMIT});
+        };
+        take(2);
+        for (std::size_t i = 1; i < TAKES_UNSHOWN; ++i)
+            take(100 + static_cast<int>(i));
+        take(101); // is among them
+        if (one_more) take(200);
+        report(0, 0);
+        forget_told();
+        report(0, 2);
+        EXPECT_THAT(outside_changes(), SizeIs(one_more ? 1 : 0));
+    }
+}
