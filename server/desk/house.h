@@ -85,7 +85,7 @@ enum class outcome {
     timed_out,
     not_sent, // refused by us, or never sent; it is never carried out afterwards
     superseded,
-    unknown, // the server was restarted, or the router removed, meanwhile
+    unknown, // the server was restarted, or the router removed or given another address, meanwhile
 };
 
 // Why a wish was not sent, or a command not carried out.
@@ -242,7 +242,8 @@ struct notice {
 
 struct house_router {
     router_settings settings;
-    ulid added_after{}; // batches up to this one were for another router of the same id
+    ulid added_after{}; // batches up to this one were for another router of the same id, or
+                        // for the router at another address
     std::map<int, label> source_labels; // none that is empty
     std::map<int, label> destination_labels;
     std::map<int, lock> locks;         // by destination

@@ -254,7 +254,7 @@ void report_link(desk_state& desk, const moment& now, const std::string& router,
 {
     live_router* live = find_live(desk, router);
     const std::string why = link == link_state::ready ? "" : cut_text(reason_given);
-    if (live == nullptr || (live->link == link && live->link_reason == why)) return;
+    if (live == nullptr || live->moved || (live->link == link && live->link_reason == why)) return;
     const link_state before = live->link;
     live->link = link;
     live->link_reason = why;
@@ -280,7 +280,8 @@ void report_counts(desk_state& desk, const std::string& router, int inputs, int 
     live_router* live = find_live(desk, router);
     inputs = std::clamp(inputs, 0, ROUTED_POSITIONS);
     outputs = std::clamp(outputs, 0, ROUTED_POSITIONS);
-    if (live == nullptr || (live->inputs == inputs && live->outputs == outputs)) return;
+    if (live == nullptr || live->moved || (live->inputs == inputs && live->outputs == outputs))
+        return;
     live->inputs = inputs;
     live->outputs = outputs;
     live->facts.resize(std::max(live->facts.size(), static_cast<std::size_t>(outputs)));
@@ -291,7 +292,7 @@ void report_names(desk_state& desk, const std::string& router, side side,
                   std::vector<std::string> names)
 {
     live_router* live = find_live(desk, router);
-    if (live == nullptr) return;
+    if (live == nullptr || live->moved) return;
     names.resize(std::min(names.size(), static_cast<std::size_t>(POSITIONS)));
     for (std::string& name : names)
         name = cut_text(name);
@@ -323,14 +324,25 @@ void doubt_fact(desk_state& desk, const std::string& router, int destination)
     tell_change(desk, router, change::kind::fact, destination);
 }
 
-void forget_facts(desk_state& desk, const std::string& router)
+namespace {
+void forget_names(desk_state& desk, const std::string& router)
+{
+    report_counts(desk, router, 0, 0);
+    for (const side side : {side::sources, side::destinations})
+        report_names(desk, router, side, {});
+}
+} // namespace
+
+void forget_reports(desk_state& desk, const moment& now, const std::string& router)
 {
     live_router* live = find_live(desk, router);
     if (live == nullptr) return;
-    live->moved = live->ending != reason::none;
     for (std::size_t i = 0; i < live->facts.size(); ++i)
         if (std::exchange(live->facts[i], {}).source != UNKNOWN_SOURCE)
             tell_change(desk, router, change::kind::fact, static_cast<int>(i));
+    if (live->ending == reason::none) return forget_names(desk, router);
+    report_link(desk, now, router, link_state::connecting, "the router was given another address");
+    live->moved = true;
 }
 
 void report_backend_ended(desk_state& desk, const moment& now, const std::string& router,
@@ -341,7 +353,11 @@ void report_backend_ended(desk_state& desk, const moment& now, const std::string
     const bool link_lost = live->ending == reason::link_lost;
     live->ending = reason::none;
     live->unreported.clear();
-    if (std::exchange(live->moved, false)) end_sent_elsewhere(desk, now, router);
+    const bool moved = std::exchange(live->moved, false);
+    if (moved) {
+        forget_names(desk, router); // by now what ended with the move has been told
+        end_sent_elsewhere(desk, now, router);
+    }
     std::deque<wish_id> unsent; // of each destination the newest first: none is released any more
     for (const auto& [destination, open] : live->open)
         for (const open_wish& wish : open)
@@ -349,7 +365,10 @@ void report_backend_ended(desk_state& desk, const moment& now, const std::string
     for (const wish_id& id : unsent) {
         const open_wish& wish = *find_open(desk, id);
         const bool late = now.steady - wish.begun.steady >= SEND_LIMIT;
-        if (!heard_all && wish.state == wish_state::queued)
+        const bool maybe_sent = !heard_all && wish.state == wish_state::queued;
+        if (maybe_sent && moved)
+            end_elsewhere(desk, now, id);
+        else if (maybe_sent)
             end_maybe_sent(desk, now, id);
         else
             end_unsent(desk, now, id,

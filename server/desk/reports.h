@@ -36,8 +36,9 @@ void report_routes(desk_state& desk, const moment& now, const std::string& route
 void doubt_fact(desk_state& desk, const std::string& router, int destination);
 
 // It may be another router from now on: nothing that was shown is known any more, and what its
-// backend still says until it has ended is of the one before.
-void forget_facts(desk_state& desk, const std::string& router);
+// backend still reports until it has ended is of the one before. Names and counts are known until
+// then.
+void forget_reports(desk_state& desk, const moment& now, const std::string& router);
 
 // Nothing that the backend held can reach the router any more: what was queued ends as not sent,
 // or, unless all traffic has been heard, as perhaps sent. Told after the trace of all that it said.

@@ -58,13 +58,26 @@ bool same_for_backend(const router_settings& one, const router_settings& other)
            one.outputs == other.outputs;
 }
 
+// What they were staged on is not known any more.
+void doubt_stages(desk_state& desk, const std::string& router)
+{
+    for (auto& [person, stages] : desk.stages) {
+        const auto stage = stages.find(router);
+        if (stage == stages.end()) continue;
+        for (auto& [destination, row] : stage->second)
+            row.seen = UNKNOWN_SOURCE;
+        tell_stage_change(desk, person, router);
+    }
+}
+
 // It may be another router from now on, at which nobody here has done anything.
 void forget_doings(desk_state& desk, const moment& now, const std::string& router)
 {
     end_sent_elsewhere(desk, now, router);
     find_live(desk, router)->troubled.clear();
     find_live(desk, router)->ended_by_restart.clear();
-    forget_facts(desk, router);
+    forget_reports(desk, now, router);
+    doubt_stages(desk, router);
     const std::map<int, authorship> authors = find_router(desk, router)->authors;
     for (const auto& [destination, author] : authors)
         record_entry(desk, {now.utc, "", "", author_forgotten{router, destination}});
@@ -157,7 +170,7 @@ objection set_router(desk_state& desk, const moment& now, const actor& actor,
         old != nullptr && !settings.simulated &&
         (old->settings.address != settings.address || old->settings.port != settings.port);
     const std::string id = settings.id;
-    const ulid added_after = old != nullptr ? old->added_after : last_batch(desk.house);
+    const ulid added_after = old != nullptr && !moves ? old->added_after : last_batch(desk.house);
     record_entry(
         desk, {now.utc, actor.person, actor.origin, router_set{std::move(settings), added_after}});
     if (old == nullptr) {

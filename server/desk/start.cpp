@@ -56,8 +56,8 @@ void find_troubles(desk_state& desk, const moment& now)
             const wish& wish = batch.rows[row];
             live_router* live = find_live(desk, wish.wished.router);
             if (live == nullptr || !was_accepted(wish)) continue;
+            note_may_come(*live, now, wish, batch.made); // the address may be that of before again
             if (id <= find_router(desk, wish.wished.router)->added_after) continue;
-            note_may_come(*live, now, wish, batch.made);
             if (wish.end == outcome::unknown && !wish.found)
                 live->ended_by_restart[wish.wished.destination].push_back({id, row});
             if (is_trouble(wish))

@@ -264,6 +264,15 @@ void end_backend(desk_state& desk, const moment& now, const std::string& router,
         end_unsent(desk, now, id, why);
 }
 
+void end_elsewhere(desk_state& desk, const moment& now, const wish_id& id)
+{
+    const route wished = route_of(desk, id);
+    end_wish(desk, now, id, outcome::unknown, "the router was given another address");
+    std::map<int, trouble>& troubled = find_live(desk, wished.router)->troubled;
+    const auto made = troubled.find(wished.destination);
+    if (made != troubled.end() && made->second.id == id) troubled.erase(made);
+}
+
 void end_sent_elsewhere(desk_state& desk, const moment& now, const std::string& router)
 {
     std::vector<wish_id> sent;
@@ -271,7 +280,7 @@ void end_sent_elsewhere(desk_state& desk, const moment& now, const std::string& 
         for (const open_wish& wish : open)
             if (wish.state == wish_state::sent) sent.push_back(wish.id);
     for (const wish_id& id : sent)
-        end_wish(desk, now, id, outcome::unknown, "the router was given another address");
+        end_elsewhere(desk, now, id);
 }
 
 } // namespace desk

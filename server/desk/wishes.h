@@ -15,7 +15,11 @@ bool open_wish_for(desk_state& desk, const moment& now, const wish_id& id, const
 // Whether what is shown may be of a take before the wish's, as nothing of its own has been shown.
 bool may_be_older(const open_wish& wish, int shown);
 
-// Ends the wishes that have been sent to a router at another address, which nobody hears any more.
+// Of a wish that has been sent to the router at another address, which nobody hears any more.
+// Leaves no trouble: the router of now has no part in it.
+void end_elsewhere(desk_state& desk, const moment& now, const wish_id& id);
+
+// The same of all that have been sent.
 void end_sent_elsewhere(desk_state& desk, const moment& now, const std::string& router);
 
 // Null when it is not open.

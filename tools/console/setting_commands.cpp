@@ -330,8 +330,9 @@ const std::vector<command>& setting_commands()
          "show or change the router's settings",
          "Alone it shows the settings of the router in use: address, port, inputs,\n"
          "outputs, name, first-number, confirmation-limit. A new address, port or count\n"
-         "makes the link anew. Sources and destinations are given aliases and groups, an\n"
-         "empty text removes them:\n"
+         "makes the link anew; at a new address or port it may be another router, so takes\n"
+         "under way end as unknown, and those before cannot be undone. Sources and\n"
+         "destinations are given aliases and groups, an empty text removes them:\n"
          "  set alias source 3 \"Studio 1\"\n"
          "  set group destination 12-40 Live\n",
          run_set},

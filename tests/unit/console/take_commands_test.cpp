@@ -313,7 +313,7 @@ TEST_F(TakeCommands, BackKnowsNothingOfTheRouterAtAnotherAddress)
     link(desk::link_state::ready);
     report(0, 5);
     EXPECT_THAT(happened(true), testing::Not(testing::HasSubstr("somebody else")));
-    EXPECT_EQ(says("back 1"), "It is not known what MON A showed before.\n");
+    EXPECT_EQ(says("back 1"), "It is not known what destination 1 showed before.\n");
 }
 
 TEST_F(TakeCommands, BackLeadsBackOnceItsSourceIsShown)
