@@ -103,10 +103,9 @@ void run_backend(backend& backend, desk::desk_state& desk, const desk::moment& n
     backend.settings = settings;
     if (std::exchange(backend.wanted, true) && same) return;
     backend.ends.clear();
-    if (is_running(backend))
-        tell_to_end(backend, now);
-    else
-        start_process(backend, desk, now);
+    if (is_running(backend)) return tell_to_end(backend, now);
+    desk::report_backend_ended(desk, now, backend.router); // the one that the desk has ordered to
+    start_process(backend, desk, now);
 }
 
 void stop_backend(backend& backend, const desk::moment& now)

@@ -1,6 +1,7 @@
 // When a backend runs.
 #include <gmock/gmock.h>
 
+#include "server/desk/setup.h"
 #include "unit/routers/backend_run.h"
 
 using namespace routers;
@@ -124,4 +125,22 @@ TEST_F(BackendStart, IsKilledOnceWhenItDoesNotEnd)
     serve_backend(main, desk, {told.steady + TIME_TO_END, {}});
     EXPECT_FALSE(next_due(main));
     EXPECT_TRUE(serve_until([this] { return !is_running(main); }));
+}
+
+// The desk has ordered the end of one that has ended of its own accord.
+TEST_F(BackendStart, EndsNoneOfAfterTheOneThatWasMeant)
+{
+    run("exit 3\n");
+    ASSERT_TRUE(serve_until(link_is(link_state::failing)));
+    ASSERT_FALSE(is_running(main));
+    desk::router_settings settings = main.settings;
+    const desk::actor eve{"eve", "test", {desk::right::engineer, {}, {}}};
+    for (const char* const address : {"", "10.0.0.6"}) {
+        settings.address = address;
+        ASSERT_EQ(set_router(desk, now(), eve, settings).why, desk::reason::none);
+        run_backend(main, desk, now(), settings);
+        carry_out_orders();
+        EXPECT_EQ(live().ending, desk::reason::none) << address;
+        EXPECT_FALSE(main.ending);
+    }
 }
