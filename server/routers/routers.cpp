@@ -42,6 +42,7 @@ void watch_backend(const running_routers& routers, backend& backend)
 void run_wanted(running_routers& routers, desk::desk_state& desk, const desk::moment& now)
 {
     for (const auto& [router, known] : desk.house.routers) {
+        if (routers.left_off.contains(router)) continue;
         const auto [place, is_new] = routers.backends.try_emplace(router);
         backend& backend = place->second;
         if (is_new) {

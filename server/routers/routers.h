@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <map>
+#include <set>
 #include <span>
 #include <string>
 #include <vector>
@@ -22,6 +23,7 @@ struct running_routers {
     std::string folder;  // for the configuration files, which must be there
     // By router. One that the desk has no longer stays until its backend has ended.
     std::map<std::string, backend, std::less<>> backends;
+    std::set<std::string, std::less<>> left_off;  // those of the desk that are not to run
     bool stopping = false;                        // none is started any more
     common::owned_descriptor watch = new_watch(); // of all their descriptors
     std::optional<std::uint64_t> set_ups;         // the desk's when they were brought in line

@@ -74,6 +74,24 @@ TEST_F(ConsoleData, RouterThatIsNotAskedForStaysOff)
     EXPECT_THAT(output, HasSubstr("MON A is locked by ")) << "what was kept of it is still there";
 }
 
+TEST_F(ConsoleData, RouterThatIsNotAskedForKeepsItsUndo)
+{
+    start_simulator();
+    const auto single = [&](const char* name, const std::vector<std::string>& words) {
+        std::vector<std::string> all{"--data", data, "--router", simulator_as(name)};
+        all.insert(all.end(), words.begin(), words.end());
+        return play(all);
+    };
+    EXPECT_EQ(single("main", {"take", "1", "3"}), 0);
+    EXPECT_EQ(single("back", {"routes", "1"}), 0);
+    EXPECT_EQ(single("main", {"undo"}), 0) << output;
+    EXPECT_EQ(play({"--data", data, "--router", simulator_as("back")},
+                   "use main\nset address 127.0.0.1\nrouters\n"),
+              0);
+    EXPECT_THAT(output, AllOf(HasSubstr("main is off: the command line does not name it"),
+                              HasSubstr("address of main: 127.0.0.1"), Not(HasSubstr(" off\n"))));
+}
+
 TEST_F(ConsoleData, TellsNoScriptWhoseLocksWereBrokenMeanwhile)
 {
     start_simulator();

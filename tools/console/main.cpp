@@ -21,6 +21,7 @@
 #include "console/script_output.h"
 #include "console/session.h"
 #include "console/terminal.h"
+#include "server/desk/reports.h"
 #include "server/desk/setup.h"
 #include "server/desk/start.h"
 #include "tools/common/descriptors.h"
@@ -84,16 +85,14 @@ bool make_desk(console_session& session, const console_options& options, std::st
 // line does not say stays as it was.
 void stay_off(console_state& console, const console_options& options)
 {
-    std::vector<desk::router_settings> others;
-    for (const auto& [id, router] : console.desk.house.routers) {
-        const desk::router_settings& kept = router.settings;
-        if (std::none_of(options.routers.begin(), options.routers.end(),
-                         [&](const auto& each) { return each.id == kept.id; }))
-            others.push_back(kept);
-    }
-    for (desk::router_settings& each : others) {
-        each.address.clear();
-        desk::set_router(console.desk, now(), console.person, each);
+    for (const auto& [name, router] : console.desk.house.routers) {
+        const std::string& id = router.settings.id;
+        if (std::any_of(options.routers.begin(), options.routers.end(),
+                        [&](const auto& each) { return each.id == id; }))
+            continue;
+        console.running.left_off.insert(id);
+        desk::report_link(console.desk, now(), id, desk::link_state::off,
+                          "the command line does not name it");
     }
 }
 

@@ -140,6 +140,8 @@ answer change_setting(console_state& console, const desk::moment& now, const set
         return refusal("Not set: " + found.detail + ".", verdict::wrong_use);
     if (found.why != desk::reason::none)
         return refusal("Not set: " + found.detail + ".", verdict::refused);
+    if (setting.name == "address" && console.running.left_off.erase(console.router) > 0)
+        console.running.set_ups.reset(); // also when it is the address of before
     const desk::router_settings& changed =
         desk::find_router(console.desk, console.router)->settings;
     const std::string shown = setting.show(changed);
