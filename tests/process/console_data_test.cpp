@@ -165,6 +165,15 @@ TEST_F(ConsoleData, EndTellsThatItCannotBeWritten)
     EXPECT_THAT(output, HasSubstr(complaint + "\n"));
 }
 
+// It is in the file before it goes out.
+TEST_F(ConsoleData, TakeIsNotForgottenByAKill)
+{
+    ASSERT_TRUE(start_with_open_wish({"--data", data, "take", "1", "3"}));
+    kill(console.process, SIGKILL);
+    EXPECT_EQ(status_after(printed.ours.number), -SIGKILL);
+    EXPECT_THAT(kept(), HasSubstr(R"("end": "open")"));
+}
+
 TEST_F(ConsoleData, WishThatWasOpenAtTheEndIsNotForgotten)
 {
     ASSERT_TRUE(start_with_open_wish({"--data", data, "take", "1", "3"}));

@@ -87,6 +87,18 @@ void keep_house(console_session& session)
                     {{"event", "notKept"}, {"error", error}});
 }
 
+// A take is in the file before it goes out: no later start takes it for somebody else's.
+void keep_takes(console_session& session)
+{
+    const std::vector<desk::order>& orders = session.console.desk.orders;
+    const bool takes = std::any_of(orders.begin(), orders.end(), [](const desk::order& order) {
+        return order.what == desk::order::kind::send;
+    });
+    if (!takes || !session.kept) return;
+    session.kept->due = now().steady;
+    keep_house(session);
+}
+
 std::optional<desk::monotonic> next_due(const console_session& session, const desk::moment& time)
 {
     auto due = routers::next_due(session.console.running, session.console.desk, time);
@@ -129,6 +141,7 @@ bool goes_on(const console_session& session)
 
 void serve_session(console_session& session)
 {
+    keep_takes(session);
     routers::serve_routers(session.console.running, session.console.desk, now());
     print_notices(session);
 }
