@@ -102,7 +102,8 @@ void add_state(std::string& text, const std::string& state)
 // What was shown instead then may be otherwise by now; the row tells what is.
 std::string trouble_text(const route_row& row)
 {
-    if (row.trouble->end == desk::outcome::contradicted || shows_wished(row))
+    if (row.trouble->end == desk::outcome::contradicted ||
+        (shows_wished(row) && row.trouble->end != desk::outcome::not_sent))
         return "was not confirmed at " + time_of_day(row.troubled);
     return end_text(*row.trouble);
 }

@@ -116,6 +116,16 @@ TEST_F(ShowCommands, RoutesOfAnEarlierConnectionSayWhenTheyWereTold)
     EXPECT_FALSE(rows[1].contains("asOf"));
 }
 
+// By an earlier take: that is not the doing of the one that was not sent.
+TEST_F(ShowCommands, RoutesTellWhyNothingWasSentThoughItIsShown)
+{
+    ask("take 2 4");
+    desk::report_backend_ended(console.desk, now, "main");
+    report(1, 3);
+    EXPECT_THAT(says("routes 2"), testing::EndsWith("CAM 4   CAM 4 not sent: the backend was ended "
+                                                    "before it was sent\n"));
+}
+
 TEST_F(ShowCommands, RoutesThatAreDoubtedSayWhenTheyWereTold)
 {
     wait_ms(5000);
