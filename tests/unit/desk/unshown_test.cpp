@@ -60,3 +60,24 @@ TEST_F(Unshown, NamesSomebodyForTheOldestOfTooMany)
         EXPECT_THAT(outside_changes(), SizeIs(one_more ? 1 : 0));
     }
 }
+
+// Those are of no connection that is known.
+TEST_F(Unshown, OfBeforeTheStartStayWhenWhatMayHaveBeenSentIsConfirmed)
+{
+    wish(anna, 0, 2);
+    takes(0, 2);
+    wait_ms(3000);
+    desk_state again = make_desk(2, desk.house, now);
+    desk = std::move(again);
+    report_counts(desk, "main", POSITIONS_HERE, POSITIONS_HERE);
+    connect("main");
+    const auto next = wish(anna, 0, 3);
+    link(link_state::down);
+    report_backend_ended(desk, now, "main", false);
+    link(link_state::ready);
+    report(0, 3);
+    EXPECT_TRUE(row_of(next).confirmed_late_after);
+    forget_told();
+    report(0, 2);
+    EXPECT_THAT(outside_changes(), IsEmpty());
+}
