@@ -66,6 +66,8 @@ export const KEY_TABLE = [
   { keys: ['Space'], context: 'matrix', command: 'markRow', words: 'keyMarkRow' },
   { ...move, keys: ['Shift+ArrowUp'], command: 'extendUp', words: 'keyExtendUp' },
   { ...move, keys: ['Shift+ArrowDown'], command: 'extendDown', words: 'keyExtendDown' },
+  { ...move, keys: ['Shift+ArrowLeft'], command: 'extendLeft', words: 'keyExtendLeft' },
+  { ...move, keys: ['Shift+ArrowRight'], command: 'extendRight', words: 'keyExtendRight' },
   { keys: ['Ctrl+A'], context: 'matrix', command: 'markAll', words: 'keyMarkAll' },
   { keys: ['1 2 Enter', '1 2 / 7 Enter'], context: 'matrix', command: 'goTo', words: 'keyGoTo' },
   { keys: ['Delete'], context: 'matrix', command: 'removeStaged', words: 'keyRemoveStaged' },

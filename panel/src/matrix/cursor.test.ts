@@ -3,7 +3,7 @@ import { expect, test } from 'vitest';
 import { nameOf } from '../live/history';
 import { NO_SOURCE } from '../live/router_topic';
 import { layOut } from './axis';
-import { atNumbers, indexAt, kept, moved, type Cursor, type Move } from './cursor';
+import { atNumbers, indexAt, kept, moved, type Cursor, type Step } from './cursor';
 
 const group = (name: string, members: number[], folded = false) => ({ name, members, folded });
 const sizes = { band: 24, member: 32, folded: 24 };
@@ -13,7 +13,7 @@ const destinations = layOut(
 );
 const sources = layOut([group('C', [0, 1, 2]), group('V', [3, 4, 5])], { ...sizes, band: 0 });
 const extent = { destinations: 64, sources: 64 };
-const go = (from: Cursor, ...moves: readonly Move[]) =>
+const go = (from: Cursor, ...moves: readonly Step[]) =>
   moves.reduce((at, move) => moved(at, move, destinations, sources, extent), from);
 const at = (destination: number, source: number): Cursor => ({ destination, source });
 
@@ -32,6 +32,11 @@ test('"No source" is before the first source', () => {
   expect(go(at(0, 4), 'rowStart')).toEqual(at(0, NO_SOURCE));
   expect(go(at(0, NO_SOURCE), 'groupRight')).toEqual(at(0, 0));
   expect(go(at(0, NO_SOURCE), 'pageLeft')).toEqual(at(0, NO_SOURCE));
+});
+
+test('goes to the first and the last destination of a source', () => {
+  expect(go(at(3, 2), 'columnStart')).toEqual(at(0, 2));
+  expect(go(at(3, 2), 'columnEnd')).toEqual(at(5, 2));
 });
 
 test('goes by groups, windows and to the ends', () => {

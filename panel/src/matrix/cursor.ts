@@ -28,6 +28,7 @@ export const MOVES = [
   'pageRight',
 ] as const;
 export type Move = (typeof MOVES)[number];
+export type Step = Move | 'columnStart' | 'columnEnd';
 
 // The member of a line; of a strip its first.
 export function indexAt(axis: Axis, line: number): number | undefined {
@@ -60,7 +61,7 @@ function alongSources(axis: Axis, source: number, go: (line: number) => number):
 
 export function moved(
   cursor: Cursor,
-  move: Move,
+  move: Step,
   destinations: Axis,
   sources: Axis,
   extent: Extent,
@@ -106,6 +107,10 @@ export function moved(
       return { ...cursor, source: NO_SOURCE };
     case 'rowEnd':
       return to(() => last(sources));
+    case 'columnStart':
+      return toLine(first(destinations));
+    case 'columnEnd':
+      return toLine(last(destinations));
     case 'firstCorner':
       return { ...toLine(first(destinations)), source: NO_SOURCE };
     case 'lastCorner':

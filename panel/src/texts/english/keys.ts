@@ -39,6 +39,8 @@ export const keys = {
   keyMarkRow: 'Mark the row',
   keyExtendUp: 'Extend the selection up',
   keyExtendDown: 'Extend the selection down',
+  keyExtendLeft: 'Extend the selection left, with swapped axes',
+  keyExtendRight: 'Extend the selection right, with swapped axes',
   keyMarkAll: 'Mark all that the filter shows',
   keyGoTo: 'Cursor to destination 12; to destination 12, source 7',
   keyRemoveStaged: 'Remove the staged row, or those of the selection',
