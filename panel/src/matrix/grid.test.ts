@@ -9,6 +9,7 @@ import {
   noSourceMiddle,
   pointAt,
   reveal,
+  spaceOf,
   visible,
   type Grid,
   type Place,
@@ -142,6 +143,12 @@ test.each(seeds)(
     }
   },
 );
+
+test('all that scrolls takes the heads, the lane and the lines, whichever way they lie', () => {
+  const grid = { ...plain, destinations: axisOf(10) };
+  expect(spaceOf(grid)).toEqual({ x: 292 + 32 + 3200, y: 128 + 320 });
+  expect(spaceOf({ ...grid, swapped: true })).toEqual({ x: 292 + 320, y: 128 + 32 + 3200 });
+});
 
 test('revealing moves as little as can be', () => {
   expect(reveal(plain, 3, 3)).toEqual({ x: 0, y: 0 });

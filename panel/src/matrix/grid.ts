@@ -69,8 +69,18 @@ export function noSourceMiddle(grid: Grid, destination: number): Place {
   );
 }
 
+// The breadth and height of all that scrolls, heads included.
+export function spaceOf(grid: Grid): Place {
+  const { head, lane } = grid;
+  return placeOf(
+    grid,
+    across(grid, head) + lane + lengthOf(grid.sources),
+    along(grid, head) + lengthOf(grid.destinations),
+  );
+}
+
 // How much of each axis the window shows.
-function extents(grid: Grid): { sources: number; destinations: number } {
+export function extents(grid: Grid): { sources: number; destinations: number } {
   const { head, lane, size } = grid;
   return {
     sources: Math.max(0, across(grid, size) - across(grid, head) - lane),
