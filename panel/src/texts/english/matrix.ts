@@ -7,6 +7,7 @@ export const matrix = {
   destinationsAcross: 'Destinations →',
   sourcesDown: 'Sources ↓',
   swapAxes: 'Swap axes',
+  headerWidth: 'Width of the row headers',
   filterDestinations: 'Filter destinations',
   filterSources: 'Filter sources',
   searchDestinations: 'Search destinations',
