@@ -3,7 +3,7 @@ import { expect, test } from 'vitest';
 import { english } from '../texts/english';
 import { speechOf } from '../texts/speech';
 import { groupsOf, peopleIn } from './groups';
-import { CHOSEN_BY, life, lineOf, whyWords } from './line';
+import { CHOSEN_BY, lineOf, whyWords } from './line';
 import type { Entry } from './pages';
 
 const speech = speechOf(english, 'en-GB', 'UTC');
@@ -81,23 +81,6 @@ test('each reason has its own word, a new one the server’s', () => {
   expect(new Set(words).size).toBe(CHOSEN_BY.length);
   expect(whyWords(speech, 'salvo', 'Evening news')).toBe('Salvo Evening news');
   expect(whyWords(speech, 'weather')).toBe('weather');
-});
-
-test('the life of a wish is told to the millisecond', () => {
-  expect(life(speech, taken)).toEqual([
-    'Asked for 14:02:11.250',
-    'Sent 14:02:11.250',
-    'Reported 14:02:11.334',
-  ]);
-  expect(
-    life(speech, { ...bare, operation: 'op', sentMs: 0.8, endedMs: 3000, lateMs: 7400 }),
-  ).toEqual([
-    'Asked for 14:02:11.250',
-    'Sent 14:02:11.250',
-    'Ended 14:02:14.250',
-    'Reported late 14:02:18.650',
-  ]);
-  expect(life(speech, bare)).toEqual([]);
 });
 
 test('rows of one take are one group, in their order', () => {

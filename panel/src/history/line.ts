@@ -2,7 +2,7 @@
 import type { Mark } from '../routes/marks';
 import { ended } from '../routes/outcome';
 import { duration } from '../texts/clock';
-import { exactClock, moment } from '../texts/moment';
+import { moment } from '../texts/moment';
 import type { Speech, TextKey } from '../texts/speech';
 import type { Entry } from './pages';
 
@@ -106,22 +106,4 @@ export function lineOf(
     result: end === undefined ? '' : end.words,
     confirmTime: latencyMs === undefined ? '' : duration(speech, latencyMs),
   };
-}
-
-// When what happened to a wish, each moment to the millisecond.
-export function life(speech: Speech, entry: Entry): readonly string[] {
-  const { sentMs, answeredMs, endedMs, latencyMs, lateMs } = entry;
-  if (entry.operation === undefined) return [];
-  const begun = Date.parse(entry.time);
-  const steps = [
-    ['lifeWished', 0],
-    ['lifeSent', sentMs],
-    ['lifeAnswered', answeredMs],
-    ['lifeReported', latencyMs],
-    ['lifeEnded', latencyMs === undefined ? endedMs : undefined],
-    ['lifeReportedLate', lateMs],
-  ] as const;
-  return steps.flatMap(([key, ms]) =>
-    ms === undefined ? [] : [speech.say(key, { clock: exactClock(speech, begun + ms) })],
-  );
 }

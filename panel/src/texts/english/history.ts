@@ -39,6 +39,7 @@ export const history = {
   rowsOfTake: { one: '{n} route', other: '{n} routes' },
   exportAs: 'Export {format}',
   lifeWished: 'Asked for {clock}',
+  lifeQueued: 'Queued for {time}',
   lifeSent: 'Sent {clock}',
   lifeAnswered: 'Answered {clock}',
   lifeReported: 'Reported {clock}',
