@@ -20,6 +20,7 @@ const ADDRESSES: readonly [string, Address][] = [
     '/history?who=ana&text=a%26b+%C3%A9',
     { screen: 'history', filters: { who: 'ana', text: 'a&b é' } },
   ],
+  ['/history?take=01KAN26Q1B', { screen: 'history', filters: { take: '01KAN26Q1B' } }],
   ['/routers', { screen: 'routers' }],
   ['/routers/r1?tab=names', { screen: 'routers', router: 'r1', tab: 'names' }],
   ['/server', { screen: 'health' }],

@@ -14,6 +14,7 @@ export const HISTORY_FILTERS = [
   'source',
   'why',
   'result',
+  'take',
   'text',
 ] as const;
 

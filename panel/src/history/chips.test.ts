@@ -21,6 +21,7 @@ test('each filter that is set is a chip', () => {
     source: '5',
     why: 'take',
     result: 'timedOut',
+    take: '01K',
     text: 'x',
   };
   expect(chips(speech, filters, names)).toEqual([
@@ -31,6 +32,7 @@ test('each filter that is set is a chip', () => {
     { name: 'source', words: 'Source: source 5' },
     { name: 'why', words: 'Why: Take' },
     { name: 'result', words: 'Result: Timed out' },
+    { name: 'take', words: 'Take: this one' },
     { name: 'text', words: 'Words: x' },
   ]);
   expect(chips(speech, {}, names)).toEqual([]);

@@ -61,12 +61,13 @@ const LABELS = {
   source: 'filterSource',
   why: 'columnWhy',
   result: 'columnResult',
+  take: 'whyTake',
   text: 'freeText',
 } as const;
 
 export function chips(speech: Speech, filters: HistoryFilters, names: Names): readonly Chip[] {
   const { say } = speech;
-  const { time, who, router, dest, source, why, result, text } = filters;
+  const { time, who, router, dest, source, why, result, take, text } = filters;
   const values = {
     time: time && (has(TIMES, time) ? say(TIMES[time]) : time),
     who: who && names.person(who),
@@ -75,6 +76,7 @@ export function chips(speech: Speech, filters: HistoryFilters, names: Names): re
     source: source && names.source(source),
     why: why && whyWords(speech, why),
     result: result && resultWords(speech, result),
+    take: take && say('thisOne'),
     text,
   };
   return (Object.keys(LABELS) as (keyof typeof LABELS)[]).flatMap((name) => {

@@ -27,6 +27,7 @@ test.each([
     { router: 'r2', source: '3' },
   ],
   [{ why: 'take' }, { why: 'take,stage' }],
+  [{ take: 'op' }, { operation: 'op' }],
   [
     { who: 'ana', result: 'timedOut', text: 'a b' },
     { person: 'ana', outcome: 'timedOut', text: 'a b' },

@@ -39,7 +39,7 @@ export function queryOf(
   timeZone: string,
   atWork: string | undefined,
 ): Query {
-  const { who, dest, source, why, result, text } = filters;
+  const { who, dest, source, why, result, take, text } = filters;
   const ofRouter = dest !== undefined || source !== undefined;
   const router = filters.router ?? (ofRouter ? atWork : undefined);
   const members = {
@@ -49,6 +49,7 @@ export function queryOf(
     source: router === undefined ? undefined : source,
     why: why === 'take' ? 'take,stage' : why,
     outcome: result,
+    operation: take,
     text,
   };
   const present = Object.entries(members).filter(([, value]) => value !== undefined);

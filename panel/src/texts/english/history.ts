@@ -30,6 +30,7 @@ export const history = {
   anyWhy: 'Any reason',
   anyResult: 'Any result',
   freeText: 'Words',
+  thisOne: 'this one',
   chip: '{filter}: {value}',
   removeFilter: 'Remove the filter {filter}',
   olderEntries: 'Older',
