@@ -91,6 +91,7 @@ export const KEY_TABLE = [
   { keys: ['L'], context: 'routing', command: 'lock', words: 'keyLock' },
   { keys: ['P'], context: 'routing', command: 'protect', words: 'keyProtect' },
   { keys: ['I'], context: 'routing', command: 'details', words: 'keyDetails' },
+  { keys: [], context: 'matrix', command: 'oneToOne', words: 'keyOneToOne' }, // in the palette alone
   { keys: ['X'], context: 'matrix', command: 'swapAxes', words: 'keySwapAxes' },
   { keys: ['+'], context: 'matrix', command: 'larger', words: 'keyLarger' },
   { keys: ['-'], context: 'matrix', command: 'smaller', words: 'keySmaller' },

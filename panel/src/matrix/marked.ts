@@ -14,8 +14,10 @@ export function withBetween(
   other: number,
 ): readonly number[] {
   const [from, to] = [Math.min(one, other), Math.max(one, other)];
-  const more = axis.lines
-    .slice(from, to + 1)
-    .flatMap(({ kind, index }) => (kind === 'member' ? [index] : []));
-  return [...new Set([...marked, ...more])];
+  return [...new Set([...marked, ...membersOf(axis, from, to + 1)])];
+}
+
+// Those of these lines, in their order.
+export function membersOf({ lines }: Axis, from = 0, end = lines.length): readonly number[] {
+  return lines.slice(from, end).flatMap(({ kind, index }) => (kind === 'member' ? [index] : []));
 }

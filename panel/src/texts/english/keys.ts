@@ -54,6 +54,7 @@ export const keys = {
   keyLock: 'Lock',
   keyProtect: 'Protect',
   keyDetails: 'Details of this destination',
+  keyOneToOne: 'Stage one to one from here',
   keySwapAxes: 'Swap axes',
   keyLarger: 'Larger',
   keySmaller: 'Smaller',
