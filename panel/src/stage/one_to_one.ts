@@ -8,9 +8,9 @@ export function oneToOne(
   from: number, // the first source
 ): readonly RowWanted[] {
   const first = sources.indexOf(from);
-  const used = first < 0 ? [] : sources.slice(first, first + destinations.length);
-  return used.flatMap((source, i) => {
-    const destination = destinations[i];
-    return destination === undefined ? [] : [{ destination, source }];
+  if (first < 0) return [];
+  return destinations.flatMap((destination, i) => {
+    const source = sources[first + i];
+    return source === undefined ? [] : [{ destination, source }];
   });
 }
