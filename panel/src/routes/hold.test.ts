@@ -1,10 +1,10 @@
 import { expect, test } from 'vitest';
 
 import type { Lock } from '../api/types';
-import { BEN } from '../live/history';
+import { ANA, BEN } from '../live/history';
 import { english } from '../texts/english';
 import { speechOf } from '../texts/speech';
-import { holdOf, lockWanted, mayBreak } from './hold';
+import { held, holdOf, lockWanted, mayBreak } from './hold';
 
 const speech = speechOf(english, 'en', 'UTC');
 const lock: Lock = {
@@ -36,12 +36,29 @@ test('a lock is broken with a reason alone', () => {
   expect(mayBreak('abc')).toBe(true);
 });
 
-test('a lock has no end, or one in an hour', () => {
-  const now = Date.parse('2026-11-22T13:00:00.000Z');
-  expect(lockWanted('protect', '', false, now)).toEqual({ mode: 'protect', reason: '' });
-  expect(lockWanted('lock', 'x', true, now)).toEqual({
+const NOW = Date.parse('2026-11-22T13:00:00.000Z');
+
+test('a lock has no end, or one in an hour, or at a time', () => {
+  expect(lockWanted('protect', '', { is: 'none' }, NOW)).toEqual({ mode: 'protect', reason: '' });
+  expect(lockWanted('lock', 'x', { is: 'hour' }, NOW)).toEqual({
     mode: 'lock',
     reason: 'x',
     until: '2026-11-22T14:00:00.000Z',
   });
+  expect(lockWanted('lock', '', { is: 'time', at: NOW + 60_000 }, NOW)).toMatchObject({
+    until: '2026-11-22T13:01:00.000Z',
+  });
+});
+
+test('no lock ends before it begins, or at a time that is not written', () => {
+  expect(lockWanted('lock', '', { is: 'time', at: NOW }, NOW)).toBeUndefined();
+  expect(lockWanted('lock', '', { is: 'time', at: NaN }, NOW)).toBeUndefined();
+});
+
+test('a selection is told apart by who holds what in it', () => {
+  const locks = new Map([
+    [3, lock],
+    [5, { ...lock, destination: 5, owner: ANA }],
+  ]);
+  expect(held(locks, [2, 3, 5, 7], 'ana')).toEqual({ free: [2, 7], mine: [5], foreign: [3] });
 });

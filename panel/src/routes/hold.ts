@@ -1,4 +1,5 @@
 // Locking and protecting: what a person is asked, by who holds the destination.
+import type { Schemas } from '../api/ask';
 import type { Lock } from '../api/types';
 import { clock } from '../texts/clock';
 import type { Speech } from '../texts/speech';
@@ -28,11 +29,33 @@ export function mayBreak(reason: string): boolean {
   return reason.trim().length >= LEAST_REASON;
 }
 
-// `now`: ms by the server's clock.
-export function lockWanted(mode: Lock['mode'], reason: string, inOneHour: boolean, now: number) {
-  return {
-    mode,
-    reason,
-    ...(inOneHour ? { until: new Date(now + HOUR).toISOString() } : {}),
-  };
+export type End = { readonly is: 'none' | 'hour' } | { readonly is: 'time'; readonly at: number }; // NaN while it is not written
+
+// `now`: ms by the server's clock. None where it would end before it begins.
+export function lockWanted(
+  mode: Lock['mode'],
+  reason: string,
+  end: End,
+  now: number,
+): Schemas['LockWanted'] | undefined {
+  if (end.is === 'none') return { mode, reason };
+  const until = end.is === 'time' ? end.at : now + HOUR;
+  return until > now ? { mode, reason, until: new Date(until).toISOString() } : undefined;
+}
+
+export type Selection = Readonly<Record<Hold['is'], readonly number[]>>;
+
+// A selection by who holds what in it: what is free is locked, and where nothing is, mine is freed.
+export function held(
+  locks: ReadonlyMap<number, Lock>,
+  destinations: readonly number[],
+  me: string,
+): Selection {
+  const by = (is: Hold['is']) =>
+    destinations.filter((each) => {
+      const lock = locks.get(each);
+      if (lock === undefined) return is === 'free';
+      return is === (lock.owner.id === me ? 'mine' : 'foreign');
+    });
+  return { free: by('free'), mine: by('mine'), foreign: by('foreign') };
 }
