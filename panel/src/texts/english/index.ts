@@ -1,4 +1,5 @@
 // Every text of the panel, in English: nothing on screen is worded anywhere else.
+import { details } from './details';
 import { forms } from './forms';
 import { frame } from './frame';
 import { groups } from './groups';
@@ -20,6 +21,7 @@ import { trouble } from './trouble';
 import { undo } from './undo';
 
 export const parts = [
+  details,
   forms,
   frame,
   groups,
@@ -42,6 +44,7 @@ export const parts = [
 ];
 
 export const english = {
+  ...details,
   ...forms,
   ...frame,
   ...groups,
