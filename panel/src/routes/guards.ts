@@ -1,13 +1,13 @@
 // What others hold: locks, protects, and what they have staged.
 import type { Lock, StagedBy } from '../api/types';
-import { clock } from '../texts/clock';
+import { moment } from '../texts/moment';
 import type { Circumstances } from './fact';
 import type { Mark } from './marks';
 
 export type Guard = { readonly mark: Mark; readonly words: string };
 
-function until({ speech }: Circumstances, lock: Lock): string | undefined {
-  return lock.until === undefined ? undefined : clock(speech, Date.parse(lock.until), false);
+function until({ speech, now }: Circumstances, lock: Lock): string | undefined {
+  return lock.until === undefined ? undefined : moment(speech, Date.parse(lock.until), now, false);
 }
 
 export function lockShown(lock: Lock | undefined, circumstances: Circumstances): Guard | undefined {

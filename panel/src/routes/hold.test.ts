@@ -7,6 +7,7 @@ import { speechOf } from '../texts/speech';
 import { held, holdOf, lockWanted, mayBreak } from './hold';
 
 const speech = speechOf(english, 'en', 'UTC');
+const NOW = Date.parse('2026-11-22T13:30:00.000Z');
 const lock: Lock = {
   router: 'r1',
   destination: 3,
@@ -18,17 +19,23 @@ const lock: Lock = {
 };
 
 test('says who holds it', () => {
-  expect(holdOf(speech, undefined, 'ben')).toEqual({ is: 'free' });
-  expect(holdOf(speech, lock, 'ben')).toEqual({ is: 'mine' });
-  expect(holdOf(speech, lock, 'ana')).toEqual({
+  expect(holdOf(speech, undefined, 'ben', NOW)).toEqual({ is: 'free' });
+  expect(holdOf(speech, lock, 'ben', NOW)).toEqual({ is: 'mine' });
+  expect(holdOf(speech, lock, 'ana', NOW)).toEqual({
     is: 'foreign',
     words: 'Locked by Ben L. since 13:20.',
     because: "'Live feed, do not touch.'",
   });
-  expect(holdOf(speech, { ...lock, until: '2026-11-22T18:00:00.000Z' }, 'ana')).toMatchObject({
+  expect(holdOf(speech, { ...lock, until: '2026-11-22T18:00:00.000Z' }, 'ana', NOW)).toMatchObject({
     words: 'Locked by Ben L. since 13:20 until 18:00.',
   });
-  expect(holdOf(speech, { ...lock, reason: '' }, 'ana')).toMatchObject({ because: '' });
+  expect(holdOf(speech, { ...lock, reason: '' }, 'ana', NOW)).toMatchObject({ because: '' });
+});
+
+test('names the day of what is not today', () => {
+  expect(holdOf(speech, lock, 'ana', NOW + 24 * 3600_000)).toMatchObject({
+    words: 'Locked by Ben L. since Nov 22, 13:20.',
+  });
 });
 
 test('a lock is broken with a reason alone', () => {
@@ -36,17 +43,15 @@ test('a lock is broken with a reason alone', () => {
   expect(mayBreak('abc')).toBe(true);
 });
 
-const NOW = Date.parse('2026-11-22T13:00:00.000Z');
-
 test('a lock has no end, or one in an hour, or at a time', () => {
   expect(lockWanted('protect', '', { is: 'none' }, NOW)).toEqual({ mode: 'protect', reason: '' });
   expect(lockWanted('lock', 'x', { is: 'hour' }, NOW)).toEqual({
     mode: 'lock',
     reason: 'x',
-    until: '2026-11-22T14:00:00.000Z',
+    until: '2026-11-22T14:30:00.000Z',
   });
   expect(lockWanted('lock', '', { is: 'time', at: NOW + 60_000 }, NOW)).toMatchObject({
-    until: '2026-11-22T13:01:00.000Z',
+    until: '2026-11-22T13:31:00.000Z',
   });
 });
 

@@ -1,7 +1,7 @@
 // Locking and protecting: what a person is asked, by who holds the destination.
 import type { Schemas } from '../api/ask';
 import type { Lock } from '../api/types';
-import { clock } from '../texts/clock';
+import { moment } from '../texts/moment';
 import type { Speech } from '../texts/speech';
 
 export type Hold =
@@ -12,10 +12,10 @@ export type Hold =
 export const LEAST_REASON = 3; // characters, to break a lock
 const HOUR = 3600_000;
 
-export function holdOf(speech: Speech, lock: Lock | undefined, me: string): Hold {
+export function holdOf(speech: Speech, lock: Lock | undefined, me: string, now: number): Hold {
   if (lock === undefined) return { is: 'free' };
   if (lock.owner.id === me) return { is: 'mine' };
-  const time = (moment: string) => clock(speech, Date.parse(moment), false);
+  const time = (told: string) => moment(speech, Date.parse(told), now, false);
   const values = { person: lock.owner.name, since: time(lock.since) };
   const words =
     lock.until === undefined

@@ -200,6 +200,12 @@ describe('others', () => {
   test.each([
     [lockOf(), 'locked', 'Locked by Ben L.', true],
     [lockOf({ until: '2026-11-22T18:00:00.000Z' }), 'locked', 'Locked by Ben L. until 18:00', true],
+    [
+      lockOf({ until: '2026-11-23T18:00:00.000Z' }),
+      'locked',
+      'Locked by Ben L. until Nov 23, 18:00',
+      true,
+    ],
     [lockOf({ owner: ANA }), 'locked', 'Locked by Ana K.', true],
     [lockOf({ mode: 'protect' }), 'protectedByOther', 'Protected by Ben L.', true],
     [lockOf({ mode: 'protect', owner: ANA }), 'protectedByMe', 'Protected by you', false],

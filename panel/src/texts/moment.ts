@@ -13,8 +13,8 @@ function dayOf({ language, timeZone }: Speech, time: number, withYear: boolean):
 }
 
 // "14:02:11" of today, else "22 Nov, 14:02:11", with the year of another one.
-export function moment(speech: Speech, time: number, now: number): string {
-  const at = clock(speech, time);
+export function moment(speech: Speech, time: number, now: number, seconds = true): string {
+  const at = clock(speech, time, seconds);
   const day = dayOf(speech, time, true);
   const today = dayOf(speech, now, true);
   if (day === today) return at;
