@@ -62,7 +62,11 @@ test('in Hot Enter takes, and where one may only look it does nothing', () => {
   expect(line(6, undefined, 'nothing')).toMatch(/ · now CAM 3, confirmed 14:02:11$/);
 });
 
-test('a lock says itself in place of what Enter does', () => {
+test.each([
+  [{}, 'MON 3 is locked by Ben L.'],
+  [{ until: '2026-11-22T18:00:00.000Z' }, 'MON 3 is locked by Ben L. until 18:00'],
+  [{ mode: 'protect' as const }, 'Protected by Ben L.'],
+])('a lock %j says itself in place of what Enter does', (change, words) => {
   const lock = {
     router: 'r1',
     destination: 2,
@@ -71,8 +75,21 @@ test('a lock says itself in place of what Enter does', () => {
     owner: BEN,
     reason: '',
     since: TIME,
+    ...change,
   };
-  expect(line(6, (data) => (data.locks = [lock]), 'hot')).toMatch(/ · Locked by Ben L\.$/);
+  expect(
+    line(6, (data) => (data.locks = [lock]), 'hot')
+      .split(' · ')
+      .at(-1),
+  ).toBe(words);
+});
+
+test('of several destinations it says how many', () => {
+  const state = beginRouter(routerData());
+  const shown = destinationShown(state, undefined, 2, circumstances);
+  const of = (pressing: Pressing) => cursorLine(state, shown, 6, pressing, circumstances, 5);
+  expect(of('armed')).toEqual(['CAM 7 to 5 destinations', 'Enter stages']);
+  expect(of('hot')).toEqual(['CAM 7 to 5 destinations', 'Enter takes']);
 });
 
 test.each([

@@ -5,6 +5,7 @@ import { clock } from '../texts/clock';
 import type { Speech } from '../texts/speech';
 import type { DestinationShown } from './destination';
 import type { Circumstances, FactShown } from './fact';
+import { lockSentence } from './guards';
 import { sourceName } from './names';
 
 export type Pressing = 'armed' | 'hot' | 'nothing'; // nothing: to look at only
@@ -23,7 +24,6 @@ function enterDoes(
   pressing: Pressing,
   { speech }: Circumstances,
 ): string {
-  if (shown.isHatched) return shown.lock?.words ?? '';
   if (pressing === 'hot') return speech.say('enterTakes');
   if (pressing === 'nothing') return '';
   const mine = shown.wishes.filter(({ mark }) => mark === 'staged' || mark === 'changed');
@@ -39,14 +39,23 @@ export function cursorLine(
   source: number, // an index or NO_SOURCE
   pressing: Pressing,
   circumstances: Circumstances,
+  marked = 1, // destinations that go together with this one
 ): readonly string[] {
   const { speech } = circumstances;
+  const [name, lock] = [sourceName(speech, state, source), state.locks.get(shown.destination)];
+  if (marked > 1)
+    return [
+      speech.say('crossingMany', { source: name, n: marked }),
+      speech.say(pressing === 'hot' ? 'enterTakes' : 'enterStages'),
+    ];
   const isRouted = shown.fact.source === source;
   return [
-    speech.say('crossing', { source: sourceName(speech, state, source), destination: shown.name }),
+    speech.say('crossing', { source: name, destination: shown.name }),
     speech.say(isRouted ? 'routed' : 'notRouted'),
     present(shown.fact, circumstances),
-    enterDoes(shown, source, pressing, circumstances),
+    lock !== undefined && shown.isHatched
+      ? (lockSentence(lock, shown.name, circumstances) ?? '')
+      : enterDoes(shown, source, pressing, circumstances),
   ].filter((part) => part !== '');
 }
 

@@ -26,6 +26,21 @@ export function lockShown(lock: Lock | undefined, circumstances: Circumstances):
   return { mark: 'locked', words };
 }
 
+// What it says of a destination that somebody tries to route.
+export function lockSentence(
+  lock: Lock,
+  destination: string,
+  circumstances: Circumstances,
+): string | undefined {
+  if (lock.mode === 'protect') return lockShown(lock, circumstances)?.words;
+  const { say } = circumstances.speech;
+  const values = { destination, person: lock.owner.name };
+  const time = until(circumstances, lock);
+  return time === undefined
+    ? say('lockedCrossing', values)
+    : say('lockedCrossingUntil', { ...values, time });
+}
+
 // A lock holds for its owner too, a protect for all others.
 export function mayRoute(lock: Lock | undefined, me: string): boolean {
   return lock === undefined || (lock.mode === 'protect' && lock.owner.id === me);
