@@ -25,7 +25,6 @@ export const routing = {
   earlierTakes: 'Earlier takes',
   notSentBecause: 'Not sent: {reason}',
   spokenResult: '{destination}: {result}',
-  stageOldest: 'staged {age}',
   clearQuestion: { one: 'Remove {n} staged route?', other: 'Remove {n} staged routes?' },
   keepStaged: 'Keep them',
 } as const satisfies Record<string, Template>;
