@@ -11,10 +11,11 @@ const lost: Answer<never> = { ok: false, status: 0 };
 
 // A desk whose server answers when it is told to.
 function deskOf() {
-  const asked: { method: string; path: string; key: string; body: unknown }[] = [];
+  const asked: { method: string; path: string; at: unknown; key: string; body: unknown }[] = [];
   const open: ((answer: Answer<unknown>) => void)[] = [];
-  const send = ((method: string, path: string, wanted: { key: string; body: unknown }) => {
-    asked.push({ method, path, key: wanted.key, body: wanted.body });
+  type Wanted = { at: unknown; key: string; body: unknown };
+  const send = ((method: string, path: string, { at, key, body }: Wanted) => {
+    asked.push({ method, path, at, key, body });
     return new Promise((resolve) => open.push(resolve));
   }) as unknown as typeof command;
   const seen = { desk: EMPTY_DESK };
@@ -117,4 +118,27 @@ test('what went wrong is staged again, where it is known what', async () => {
   await answer({ ok: true, body: { router: 'r1', rows: [] } });
   await staged;
   expect(asked).toMatchObject([{ body: { rows: [{ destination: 4, source: 6 }] } }]);
+});
+
+test('what went wrong is accepted, one destination after another', async () => {
+  const { asked, seen, clerk, answer } = deskOf();
+  const accepted = clerk.accept([4, 7]);
+  await answer({ ok: true, body: undefined });
+  await answer({ ok: true, body: undefined });
+  await accepted;
+  const path = '/api/v1/routers/{router}/destinations/{index}/accept';
+  expect(asked).toMatchObject([
+    { method: 'post', path, at: { router: 'r1', index: 4 }, key: 'k1' },
+    { method: 'post', path, at: { router: 'r1', index: 7 }, key: 'k2' },
+  ]);
+  expect(seen.desk.refused).toBeUndefined();
+});
+
+test('accepting ends where the server refuses', async () => {
+  const { asked, seen, clerk, answer } = deskOf();
+  const accepted = clerk.accept([4, 7]);
+  await answer({ ok: false, status: 409 });
+  await accepted;
+  expect(asked).toHaveLength(1);
+  expect(seen.desk.refused).toEqual({ ok: false, status: 409 });
 });

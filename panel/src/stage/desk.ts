@@ -22,6 +22,7 @@ export type Clerk = {
   readonly dryRun: (rows: readonly StageRow[]) => Promise<void>;
   readonly closeDryRun: () => void;
   readonly retry: (rows: readonly OperationRow[]) => Promise<void>;
+  readonly accept: (destinations: readonly number[]) => Promise<void>; // as they are
 };
 
 export const EMPTY_DESK: Desk = {
@@ -99,7 +100,18 @@ export function openDesk(
     else set({ refused: answer, dryRun: undefined });
   }
 
+  async function accept(destinations: readonly number[]): Promise<void> {
+    const address = '/api/v1/routers/{router}/destinations/{index}/accept';
+    for (const index of destinations) {
+      const wanted = { at: { router, index }, body: undefined, key: newKey() };
+      const answer = await inTurn(() => send('post', address, wanted));
+      set({ refused: answer.ok ? undefined : answer });
+      if (!answer.ok) return;
+    }
+  }
+
   return {
+    accept,
     change,
     take,
     takeNow,
