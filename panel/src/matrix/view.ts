@@ -10,10 +10,10 @@ export type CellSize = keyof typeof CELL_SIZES;
 export const BAND = 24;
 export const LANE = 44; // "No source"
 
-const ORDER: readonly CellSize[] = ['S', 'M', 'L', 'XL'];
+export const ALL_SIZES: readonly CellSize[] = ['S', 'M', 'L', 'XL'];
 
 export function sized(size: CellSize, by: -1 | 1): CellSize {
-  return ORDER[ORDER.indexOf(size) + by] ?? size;
+  return ALL_SIZES[ALL_SIZES.indexOf(size) + by] ?? size;
 }
 
 // What people have asked to see. `only`: the problems that there were when they were asked for, so that
