@@ -56,4 +56,5 @@ export const matrix = {
   columnLock: 'Lock',
   exportCsv: 'Export CSV',
   print: 'Print',
+  listAsOf: '{router}, as of {time}',
 } as const satisfies Record<string, Template>;
