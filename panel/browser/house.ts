@@ -44,7 +44,7 @@ async function visit(options: BrowserContextOptions, patience: number): Promise<
     ...options,
   });
   context.setDefaultTimeout(patience);
-  await context.tracing.start({ snapshots: true, screenshots: true });
+  await context.tracing.start({ snapshots: true });
   const page = await context.newPage();
   const complaints: string[] = [];
   const borne: RegExp[] = [];
