@@ -34,6 +34,14 @@ test('mine are told, and which has just ended', async () => {
   expect(ask).not.toHaveBeenCalled();
 });
 
+test('one that ended before it was told has just ended, unless it had before all telling', async () => {
+  const { tell, hear } = standIn(undefined);
+  await hear(told(of('a', 'ended')));
+  expect(tell).toHaveBeenLastCalledWith([of('a', 'ended')], undefined);
+  await hear(told(of('a', 'ended'), of('b', 'ended')));
+  expect(tell).toHaveBeenLastCalledWith([of('b', 'ended'), of('a', 'ended')], of('b', 'ended'));
+});
+
 test('an end that was missed is asked for', async () => {
   const { ask, tell, hear } = standIn(of('a', 'ended'));
   await hear(told(of('a', 'open')));

@@ -14,15 +14,14 @@ export function followTakes(
   tell: (takes: readonly Operation[], ended: Operation | undefined) => void,
 ): (told: Told) => Promise<void> {
   let takes: readonly Operation[] = [];
+  let endings: ReadonlySet<string> | undefined; // those that are known; none before the first telling
 
   function keep(told: Told): void {
-    const before = takes;
-    takes = recent(before, told, person, router);
-    const ended = takes.find(
-      (each) =>
-        each.state === 'ended' && before.some((was) => was.id === each.id && was.state === 'open'),
-    );
-    tell(takes, ended);
+    takes = recent(takes, told, person, router);
+    const ended = takes.filter(({ state }) => state === 'ended');
+    const known = endings;
+    endings = new Set(ended.map(({ id }) => id));
+    tell(takes, known && ended.find(({ id }) => !known.has(id)));
   }
   async function askFor(id: string): Promise<void> {
     const answer = await ask(id);
