@@ -1,0 +1,41 @@
+// What a screen reader says of where the focus is: the browser's own role and name.
+import type { CDPSession, Page } from 'playwright-core';
+
+export type Reader = {
+  readonly says: () => Promise<string>; // "button Undo 1"
+  readonly tabTo: (place: string) => Promise<readonly string[]>; // all stops, this one too
+};
+
+const MOST_STOPS = 60;
+const PRESENT = `(() => {
+  const at = document.activeElement;
+  return document.getElementById(at.getAttribute('aria-activedescendant') ?? '') ?? at;
+})()`;
+
+async function read(session: CDPSession): Promise<string> {
+  const { result } = await session.send('Runtime.evaluate', { expression: PRESENT });
+  const { objectId } = result;
+  if (objectId === undefined) throw new Error('nothing has the focus');
+  const { nodes } = await session.send('Accessibility.getPartialAXTree', {
+    objectId,
+    fetchRelatives: false,
+  });
+  return `${String(nodes[0]?.role?.value)} ${String(nodes[0]?.name?.value)}`;
+}
+
+export async function readerOf(page: Page): Promise<Reader> {
+  const session = await page.context().newCDPSession(page);
+  const says = () => read(session);
+  return {
+    says,
+    tabTo: async (place) => {
+      const stops: string[] = [];
+      while (stops.at(-1) !== place) {
+        if (stops.length === MOST_STOPS) throw new Error(`no ${place}, but ${stops.join(', ')}`);
+        await page.keyboard.press('Tab');
+        stops.push(await says());
+      }
+      return stops;
+    },
+  };
+}
