@@ -59,3 +59,53 @@ export async function shows(page: Page, destination: string, source: string): Pr
     .filter({ hasText: exactly(source) })
     .waitFor();
 }
+
+// Adds a router that listens at this port, and goes to it.
+export async function openRouter(page: Page, port: string, limitMs = 60_000): Promise<void> {
+  const { origin } = new URL(page.url());
+  const answer = await page.request.post('/api/v1/routers', {
+    headers: { Origin: origin },
+    data: {
+      name: 'OB VAN',
+      address: '127.0.0.1',
+      port: Number(port),
+      confirmationLimitMs: limitMs,
+    },
+  });
+  if (!answer.ok()) throw new Error(await answer.text());
+  const { id } = (await answer.json()) as { id: string };
+  await page.goto(`/routing/${id}`);
+  await page.getByText('Link up').waitFor();
+}
+
+// Ana, who administers a server that is new.
+export async function found(house: House, server: Server): Promise<Guest> {
+  const guest = await house.welcome(server);
+  const { page } = guest;
+  await page.goto(await server.says(/^(http:\S+first#\S+)$/));
+  await page.getByLabel('Name for signing in').fill('ana');
+  await page.getByLabel('Full name').fill('Ana K.');
+  await page.getByLabel('Password').fill('correct horse battery staple');
+  await page.getByRole('button', { name: 'Become the administrator' }).click();
+  await page.getByText('Done: you are signed in as Ana K.').waitFor();
+  return guest;
+}
+
+// As somebody else does it, by indices: in a demonstration whoever comes may.
+export async function change(
+  page: Page,
+  router: string,
+  at: number,
+  source: number,
+): Promise<void> {
+  const { origin } = new URL(page.url());
+  const answer = await fetch(
+    `${origin}/api/v1/routers/${router}/destinations/${at}/route?wait=60000`,
+    {
+      method: 'PUT',
+      headers: { 'Content-Type': 'application/json' },
+      body: JSON.stringify({ source }),
+    },
+  );
+  await answer.text();
+}
