@@ -1,0 +1,90 @@
+// What happens to the link and to the server while somebody works.
+import { enter, found, openRouter, pressCrossing, shows, stage, take } from './deeds';
+import { inBrowser } from './house';
+import { writeScenario } from './scenario';
+
+inBrowser('the link is lost and comes back, and what is staged stays', async (house) => {
+  const size = ['--sources', '8', '--destinations', '8'];
+  const server = await house.serve(['--demo']);
+  const router = await house.route(size);
+  const { page } = await enter(house, server, 'Ana K.');
+  await openRouter(page, router.port);
+  await pressCrossing(page, 'CAM 4', 'MON A');
+  await take(page, 'TAKE 1').waitFor();
+
+  await router.end();
+  await page
+    .getByText(
+      /Link to OB VAN lost at \d\d:\d\d:\d\d\. You see the last known routes, \d+:\d\d old\. Takes are not possible\./,
+    )
+    .waitFor();
+  await page.getByText(/Link (down|failing) \d+:\d\d/).waitFor();
+  await page.getByText('Link down: takes are not possible').waitFor();
+  await take(page, 'TAKE 1').and(page.locator('[aria-disabled=true]')).waitFor();
+  await pressCrossing(page, 'CAM 5', 'MON B');
+  await stage(page).getByText('2 routes').waitFor();
+
+  await house.route(size, router.port);
+  await page.getByText('Link up').waitFor();
+  await take(page, 'TAKE 2').click();
+  await shows(page, 'MON A', 'CAM 4');
+  await shows(page, 'MON B', 'CAM 5');
+});
+
+inBrowser('a link that is lost in the middle of a take ends it', async (house) => {
+  const server = await house.serve(['--demo']);
+  const router = await house.route(['--scenario', writeScenario(house.folder())]);
+  const { page } = await enter(house, server, 'Ana K.');
+  await openRouter(page, router.port, 10_000);
+  router.tell('on deaf');
+  await pressCrossing(page, 'CAM 4', 'MON A');
+  await take(page, 'TAKE 1').click();
+  await stage(page)
+    .getByText(/^Last take/)
+    .waitFor();
+  await router.end();
+  await stage(page)
+    .getByText(/^Timed out/)
+    .waitFor();
+});
+
+inBrowser('the server is started anew while a wish is open', async (house) => {
+  const data = ['--data', house.folder()];
+  const server = await house.serve(data);
+  const router = await house.route(['--scenario', writeScenario(house.folder())]);
+  const { page, bears } = await found(house, server);
+  await openRouter(page, router.port);
+  router.tell('on deaf');
+  await pressCrossing(page, 'CAM 4', 'MON A');
+  await take(page, 'TAKE 1').click();
+  await stage(page).getByText('1 under way').first().waitFor();
+
+  bears(/WebSocket|Failed to load resource/);
+  await server.end('SIGKILL');
+  await page.getByText(/No connection to the server\. What you see is \d+:\d\d old\./).waitFor();
+  await pressCrossing(page, 'CAM 5', 'MON B');
+  await house.serve(data, server.port);
+  await page.getByText('Link up').waitFor();
+  await stage(page)
+    .getByText(/^Unknown: the .* was restarted$/)
+    .waitFor();
+});
+
+inBrowser('a session ends in the middle of staging', async (house) => {
+  const server = await house.serve(['--data', house.folder()]);
+  const router = await house.route([]);
+  const { page, bears } = await found(house, server);
+  await openRouter(page, router.port);
+  await pressCrossing(page, 'CAM 7', 'MON A');
+  await take(page, 'TAKE 1').waitFor();
+
+  bears(/WebSocket|401/);
+  await page.request.delete('/api/v1/session', { headers: { Origin: server.address } });
+  await page.getByRole('heading', { name: 'Who are you?' }).waitFor();
+  await page.getByLabel('Name', { exact: true }).fill('ana');
+  await page.getByLabel('Password').fill('correct horse battery staple');
+  await page.getByRole('button', { name: 'Sign in' }).click();
+  await stage(page).getByText('CAM 1 → CAM 7').waitFor();
+  await take(page, 'TAKE 1').click();
+  await shows(page, 'MON A', 'CAM 7');
+});
