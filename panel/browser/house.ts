@@ -14,7 +14,7 @@ import {
 } from 'playwright-core';
 import { afterAll, beforeAll, expect, test } from 'vitest';
 
-import { BUILD, startRouter, startServer, type Router, type Server } from './programs';
+import { PROGRAMS, startRouter, startServer, type Router, type Server } from './programs';
 
 export type Guest = {
   readonly page: Page;
@@ -62,7 +62,7 @@ async function visit(options: BrowserContextOptions, patience: number): Promise<
 }
 
 async function leaveFindings(visits: readonly Visit[], name: string): Promise<void> {
-  const place = join(BUILD, 'panel/browser', name.replace(/[^A-Za-z0-9]+/g, '_'));
+  const place = join(PROGRAMS, 'panel/browser', name.replace(/[^A-Za-z0-9]+/g, '_'));
   for (const [i, { page, context }] of visits.entries()) {
     await page.screenshot({ path: `${place}-${i + 1}.png` }).catch(() => undefined);
     await context.tracing.stop({ path: `${place}-${i + 1}.zip` });

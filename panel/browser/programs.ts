@@ -1,9 +1,9 @@
 // The server and simulated routers as processes of a test. Their programs stand in the folder that
-// BUILD names.
+// PROGRAMS names.
 import { spawn } from 'node:child_process';
 import { createInterface } from 'node:readline';
 
-export const BUILD = process.env.BUILD ?? '../build/release';
+export const PROGRAMS = process.env.PROGRAMS ?? '../build/release';
 
 type Program = {
   readonly says: (what: RegExp) => Promise<string>; // the first group of the first line of this kind
@@ -12,7 +12,7 @@ type Program = {
 };
 
 function startProgram(name: string, options: readonly string[]): Program {
-  const child = spawn(`${BUILD}/${name}`, options, { stdio: ['pipe', 'pipe', 'pipe'] });
+  const child = spawn(`${PROGRAMS}/${name}`, options, { stdio: ['pipe', 'pipe', 'pipe'] });
   const lines: string[] = [];
   const heard = new Set<() => void>();
   let errors = '';
