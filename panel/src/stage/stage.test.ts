@@ -75,7 +75,8 @@ describe('TAKE', () => {
       '2 rows changed since you staged them. Decide first.',
     ],
     ['the screen is locked', [staged], { screenLocked: true }, 1, 'Screen locked'],
-    ['I may only look', [staged], { mayTake: false }, 1, 'You may look, not take'],
+    ['I may only look', [], { mayTake: false }, 0, 'You may look, not take'],
+    ['I may only look, now', [staged], { mayTake: false }, 1, 'You may look, not take'],
     ['no row can go', [blocked('destinationLocked')], {}, 0, 'None of these rows can go'],
     ['a source has gone', [blocked('noSuchSource')], {}, 0, 'None of these rows can go'],
   ] as const)('is grey when %s', (_why, rows, more, count, reason) => {

@@ -29,13 +29,13 @@ function wouldGo(row: StageRow): boolean {
 
 function reasonAgainst(rows: readonly StageRow[], means: Means): string {
   const { say } = means.speech;
+  if (!means.mayTake) return say('lookOnly');
   if (rows.length === 0) return say('nothingStaged');
   if (!means.hearsServer) return say('noServerNoTakes');
   if (means.link !== 'ready') return say('linkDownNoTakes');
   const changed = rows.filter((row) => row.changed).length;
   if (changed > 0) return say('rowsChanged', { n: changed });
   if (means.screenLocked) return say('screenLocked');
-  if (!means.mayTake) return say('lookOnly');
   return rows.some(wouldGo) ? '' : say('noneCanGo');
 }
 
