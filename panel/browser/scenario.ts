@@ -1,11 +1,10 @@
-// A router that is deaf to takes and to questions for routes once it is told "on deaf".
+// A router that answers no such requests once it is told "on deaf".
 import { writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
-const STEPS = ['TI', 'QI'].map((request) => ({ name: 'deaf', off: true, request, fault: 'lose' }));
-
-export function writeScenario(folder: string): string {
+export function deafTo(requests: readonly string[], folder: string): readonly string[] {
   const file = join(folder, 'scenario.json');
-  writeFileSync(file, JSON.stringify({ steps: STEPS }));
-  return file;
+  const steps = requests.map((request) => ({ name: 'deaf', off: true, request, fault: 'lose' }));
+  writeFileSync(file, JSON.stringify({ steps }));
+  return ['--scenario', file];
 }

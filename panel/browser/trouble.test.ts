@@ -1,7 +1,9 @@
 // What happens to the link and to the server while somebody works.
 import { enter, found, openRouter, pressCrossing, shows, stage, take } from './deeds';
 import { inBrowser } from './house';
-import { writeScenario } from './scenario';
+import { deafTo } from './scenario';
+
+const TAKES = ['TI', 'QI']; // and what they have done
 
 inBrowser('the link is lost and comes back, and what is staged stays', async (house) => {
   const size = ['--sources', '8', '--destinations', '8'];
@@ -33,7 +35,7 @@ inBrowser('the link is lost and comes back, and what is staged stays', async (ho
 
 inBrowser('a link that is lost in the middle of a take ends it', async (house) => {
   const server = await house.serve(['--demo']);
-  const router = await house.route(['--scenario', writeScenario(house.folder())]);
+  const router = await house.route(deafTo(TAKES, house.folder()));
   const { page } = await enter(house, server, 'Ana K.');
   await openRouter(page, router.port, 10_000);
   router.tell('on deaf');
@@ -51,7 +53,7 @@ inBrowser('a link that is lost in the middle of a take ends it', async (house) =
 inBrowser('the server is started anew while a wish is open', async (house) => {
   const data = ['--data', house.folder()];
   const server = await house.serve(data);
-  const router = await house.route(['--scenario', writeScenario(house.folder())]);
+  const router = await house.route(deafTo(TAKES, house.folder()));
   const { page, bears } = await found(house, server);
   await openRouter(page, router.port);
   router.tell('on deaf');
@@ -63,6 +65,7 @@ inBrowser('the server is started anew while a wish is open', async (house) => {
   await server.end('SIGKILL');
   await page.getByText(/No connection to the server\. What you see is \d+:\d\d old\./).waitFor();
   await pressCrossing(page, 'CAM 5', 'MON B');
+  await page.getByText('Not sent: The server does not answer.').waitFor();
   await house.serve(data, server.port);
   await page.getByText('Link up').waitFor();
   await stage(page)
