@@ -81,7 +81,8 @@ export async function openRouter(page: Page, port: string, limitMs = 60_000): Pr
 // Ana, who administers a server that is new.
 export async function found(house: House, server: Server): Promise<Guest> {
   const guest = await house.welcome(server);
-  const { page } = guest;
+  const { page, bears } = guest;
+  bears(/401/); // asked who is there, as nobody is
   await page.goto(await server.says(/^(http:\S+first#\S+)$/));
   await page.getByLabel('Name for signing in').fill('ana');
   await page.getByLabel('Full name').fill('Ana K.');
