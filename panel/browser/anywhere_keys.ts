@@ -14,14 +14,18 @@ const opens =
     await opened.waitFor({ state: 'detached' });
   };
 
+const isAt = (page: Page, screen: string) =>
+  page
+    .getByRole('link', { name: screen, exact: true })
+    .and(page.locator('[aria-current]'))
+    .waitFor();
+
 const goes =
   (screen: string): Deed =>
   async (page, press) => {
+    await page.getByRole('link', { name: screen === 'Health' ? 'History' : 'Health' }).click();
     await press();
-    await page
-      .getByRole('link', { name: screen, exact: true })
-      .and(page.locator('[aria-current]'))
-      .waitFor();
+    await isAt(page, screen);
   };
 
 const isStaged = (page: Page, n: number) => take(page, n === 0 ? 'TAKE' : `TAKE ${n}`).waitFor();
