@@ -30,9 +30,9 @@ export async function tryKeys(page: Page, context: Context, deeds: Deeds): Promi
 }
 
 export function keysWithout(deeds: Deeds): readonly string[] {
-  return KEY_TABLE.filter(({ command }) => deeds[command] === undefined).map(
-    ({ command }) => command,
-  );
+  return KEY_TABLE.filter(
+    ({ keys, command }) => keys.length > 0 && deeds[command] === undefined,
+  ).map(({ command }) => command);
 }
 
 // The crossing under the cursor, as a screen reader is told of it.

@@ -25,6 +25,21 @@ const marks =
     for (const each of destinations) await isMarked(page, each, false);
   };
 
+const isSwapped = (page: Page, is: boolean) =>
+  page.locator('.matrix.swapped').waitFor({ state: is ? 'attached' : 'detached' });
+
+// While destinations are columns.
+const swapped =
+  (deed: Deed): Deed =>
+  async (page, press, keys) => {
+    await page.getByRole('grid').focus();
+    await pressKeys(page, 'X');
+    await isSwapped(page, true);
+    await deed(page, press, keys);
+    await pressKeys(page, 'X');
+    await isSwapped(page, false);
+  };
+
 const sized =
   (size: string): Deed =>
   async (page, press) => {
@@ -72,10 +87,12 @@ export const MATRIX_KEYS = {
   markRow: marks('MON C'),
   extendUp: marks('MON B', 'MON C'),
   extendDown: marks('MON C', 'MON D'),
+  extendLeft: swapped(marks('MON B', 'MON C')),
+  extendRight: swapped(marks('MON C', 'MON D')),
   markAll: marks('MON A', 'MON C', 'REC 1'),
   toRoute: async (page, press) => {
-    await page.setViewportSize({ width: 900, height: 1080 });
-    await goTo(page, '21/1'); // its route lies out of view
+    await page.setViewportSize({ width: 1280, height: 1080 });
+    await goTo(page, '32/1'); // its route lies out of view
     const isScrolled = (is: boolean) =>
       page.waitForFunction(
         (wanted) => (document.querySelector('[role=grid]')?.scrollLeft ?? 0) > 0 === wanted,
@@ -90,4 +107,11 @@ export const MATRIX_KEYS = {
   },
   larger: sized('XL'),
   smaller: sized('L'),
+  swapAxes: async (page, press) => {
+    await page.getByRole('grid').focus();
+    await press();
+    await isSwapped(page, true);
+    await press();
+    await isSwapped(page, false);
+  },
 } satisfies Deeds;

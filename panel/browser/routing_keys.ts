@@ -41,8 +41,14 @@ export const ROUTING_KEYS = {
     await press();
     await cursorAt(page, /^CAM 1 to MON D,/);
   },
+  accept: async (page, press) => {
+    await goTo(page, '4/1');
+    await press();
+    await page.getByText('1 problem', { exact: true }).waitFor();
+  },
   lock: asks('Nobody can route MON B, you included, until it is unlocked.'),
   protect: asks('Only you can route MON B until you release it.'),
+  details: asks('Last 20 changes'),
   pin: async (page, press) => {
     await goTo(page, '3/3');
     await press();

@@ -3,7 +3,7 @@ import { defineConfig } from 'vitest/config';
 export default defineConfig({
   test: {
     include: ['browser/**/*.test.ts'],
-    testTimeout: 300_000, // only a hang lasts that long
+    testTimeout: 900_000, // only a hang lasts that long
     hookTimeout: 300_000,
     teardownTimeout: 60_000,
     maxWorkers: 2, // a browser each
