@@ -91,7 +91,8 @@ struct trouble {
 struct unshown_take {
     int source = NO_SOURCE;
     std::uint32_t connection = 0; // over which it was sent; 0: before the start
-    monotonic until{};            // then no more
+    monotonic until{};            // then no more, but for what a later connection tells first
+    monotonic ended{};            // its wish
 };
 
 // A take that the router has neither acknowledged nor refused.

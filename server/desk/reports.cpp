@@ -165,9 +165,9 @@ bool may_be_troubled_take(const desk_state& desk, const live_router& live, const
 
 // Not so when it may be the doing of a wish that has ended.
 void note_outside_change(desk_state& desk, const moment& now, const live_router& live,
-                         const route& shown, const reported_run& reported, int last)
+                         const route& shown, const reported_run& reported, int last,
+                         const std::vector<int>& unshown)
 {
-    const std::vector<int> unshown = unshown_takes(live, now, shown.destination);
     if (last == UNKNOWN_SOURCE || last == shown.source ||
         std::find(unshown.begin(), unshown.end(), shown.source) != unshown.end() ||
         may_be_troubled_take(desk, live, shown, reported, now.steady))
@@ -216,6 +216,7 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
     const int last = last_source(before, author);
     const bool returned = has_returned(live, now, before, last, shown);
     const reported_run reported = take_reported(live, now, shown);
+    const std::vector<int> unshown = unshown_takes(live, now, shown.destination);
     const bool returns = has_come_back(live, now, shown.destination, shown.source);
     if (returned) forget_author(desk, now, shown);
     fact = {shown.source, now, live.connection, changed_at(before, author, shown, now.utc)};
@@ -227,7 +228,7 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
         confirm_wishes(desk, now, shown.router, shown.destination, reported.last, shown.source);
     if (confirms || !may_be_taken(live, shown.destination, shown.source)) {
         const bool late = confirm_late(desk, now, live, shown, reported, before);
-        if (!confirms && !late) note_outside_change(desk, now, live, shown, reported, last);
+        if (!confirms && !late) note_outside_change(desk, now, live, shown, reported, last, unshown);
     }
     forget_unshown(live, shown.destination, live.connection, shown.source);
     end_passed_wishes(desk, now, live, shown.destination, reported);

@@ -34,7 +34,7 @@ void end_open_wishes(desk_state& desk, const moment& now)
     }
 }
 
-// One that went wrong shortly before the start may still be carried out.
+// One that went wrong may have been carried out since; shortly before the start, it still may be.
 void note_may_come(live_router& live, const moment& now, const wish& wish, wall made)
 {
     if (wish.end != outcome::timed_out && wish.end != outcome::contradicted &&
@@ -42,9 +42,9 @@ void note_may_come(live_router& live, const moment& now, const wish& wish, wall 
         return;
     const wall ended = made + std::chrono::floor<wall>(wish.ended_after.value_or(monotonic{}));
     const wall left = std::min<wall>(ended + LATE_LIMIT - now.utc, LATE_LIMIT);
-    if (left >= wall{} && !wish.confirmed_late_after)
+    if (!wish.confirmed_late_after)
         note_unshown(live, now, wish.wished.destination,
-                     {wish.wished.source, 0, now.steady + left});
+                     {wish.wished.source, 0, now.steady + left, now.steady});
 }
 
 // By the last accepted wish of each destination since its router was added; and those of which it

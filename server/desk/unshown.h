@@ -9,7 +9,7 @@
 
 namespace desk {
 
-// Their sources.
+// Their sources, by what was reported last.
 std::vector<int> unshown_takes(const live_router& live, const moment& now, int destination);
 
 // One more of them; those that can be carried out no more are forgotten, and the oldest when there

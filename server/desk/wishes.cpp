@@ -50,7 +50,7 @@ open_wish close_wish(desk_state& desk, live_router& live, int destination, const
 // Its take may still have to be reported, as it has not been shown, or only by the traffic.
 bool is_unreported(const open_wish& closed)
 {
-    return closed.shown == 0 || (!closed.reported && closed.gone_to.number == 0);
+    return closed.shown == 0 || !closed.reported;
 }
 
 // Until when the router may still carry out the take of a wish that has ended. What it has answered
@@ -182,9 +182,11 @@ void end_wish(desk_state& desk, const moment& now, const wish_id& id, outcome en
         note_trouble(live, now, wished.destination, closed);
     if (is_unreported(closed) &&
         (end == outcome::timed_out || end == outcome::contradicted || end == outcome::unknown)) {
-        const monotonic until =
-            closed.shown != 0 ? now.steady + LATE_LIMIT : late_until(live, now, closed);
-        note_unshown(live, now, wished.destination, {closed.source, closed.connection, until});
+        const monotonic until = closed.shown == 0            ? late_until(live, now, closed)
+                                : closed.gone_to.number == 0 ? now.steady + LATE_LIMIT
+                                                             : now.steady + REPORT_AGE;
+        note_unshown(live, now, wished.destination,
+                     {closed.source, closed.connection, until, now.steady});
     }
     tell_change(desk, wished.router, change::kind::wish, wished.destination, id.batch);
     release_held(desk, wished.router, wished.destination);

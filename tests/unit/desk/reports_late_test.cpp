@@ -358,6 +358,26 @@ TEST_F(LateReports, OfATakeThatMayHaveBeenCarriedOutNameNobody)
     }
 }
 
+// Another wish was the destination's last, and could not be sent.
+TEST_F(LateReports, OfATakeLongBeforeARestartNameNobodyWhereTheyAreTheFirst)
+{
+    for (const bool is_first : {true, false}) {
+        wish(ben, 0, 1);
+        carry_out(0, 1);
+        wish(anna, 0, 2);
+        takes(0, 2);
+        LateReports::wait_ms(3000);
+        wish(anna, 0, 3);
+        link(link_state::down);
+        report_backend_ended(desk, now, "main");
+        LateReports::wait_ms(61'000);
+        restart();
+        if (!is_first) report(0, 1);
+        report(0, 2);
+        EXPECT_THAT(outside_changes(), SizeIs(is_first ? 0 : 1));
+    }
+}
+
 TEST_F(LateReports, OfATakeThatMayStillComeAfterARestartNameNobody)
 {
     for (const bool ended : {true, false})

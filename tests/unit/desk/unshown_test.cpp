@@ -40,6 +40,47 @@ TEST_F(Unshown, NamesNobodyForATakeThatMayHaveBeenSent)
     EXPECT_THAT(outside_changes(), IsEmpty());
 }
 
+TEST_F(Unshown, NamesNobodyForWhatTheFirstReportSinceBringsLate)
+{
+    enum { FIRST, SECOND, FIRST_OF_SECOND_CONNECTION };
+    for (const int told : {FIRST, SECOND, FIRST_OF_SECOND_CONNECTION}) {
+        report(0, 0);
+        const auto one = wish(anna, 0, 2);
+        takes(0, 2);
+        wait_ms(3000);
+        EXPECT_EQ(row_of(one).end, outcome::timed_out);
+        wish(anna, 0, 3);
+        link(link_state::down);
+        report_backend_ended(desk, now, "main");
+        wait_ms(61'000);
+        forget_told();
+        link(link_state::ready);
+        if (told != FIRST) report(0, 0);
+        if (told == FIRST_OF_SECOND_CONNECTION) link(link_state::down);
+        link(link_state::ready);
+        report(0, 2);
+        EXPECT_THAT(outside_changes(), SizeIs(told == FIRST ? 0 : 1)) << told;
+    }
+}
+
+// The wish has ended before the report came, and nobody waits for it.
+TEST_F(Unshown, NamesNobodyForWhatHasBeenPassedAndIsReportedThen)
+{
+    report(0, 0);
+    const auto one = wish(anna, 0, 2);
+    takes(0, 2);
+    shows(0, 2);
+    shows(0, 5);
+    wait_ms(3000);
+    EXPECT_EQ(row_of(one).end, outcome::contradicted);
+    EXPECT_EQ(said(accept_outcome(desk, now, anna, "main", 0)), "");
+    forget_told();
+    report(0, 2);
+    EXPECT_THAT(outside_changes(), IsEmpty());
+    report(0, 5);
+    EXPECT_THAT(outside_changes(), SizeIs(1));
+}
+
 // Of no more takes than the desk remembers for a destination.
 TEST_F(Unshown, NamesSomebodyForTheOldestOfTooMany)
 {
@@ -47,7 +88,7 @@ TEST_F(Unshown, NamesSomebodyForTheOldestOfTooMany)
         live_router& live = desk.live.at("main");
         live.unshown_takes.clear();
         const auto take = [&](int source) {
-            note_unshown(live, now, 0, {source, 1, now.steady + LATE_LIMIT});
+            note_unshown(live, now, 0, {source, 1, now.steady + LATE_LIMIT, now.steady});
         };
         take(2);
         for (std::size_t i = 1; i < TAKES_UNSHOWN; ++i)
