@@ -40,6 +40,7 @@ struct fact {
     moment confirmed{};            // when the router said it last
     std::uint32_t connection = 0;  // over which; 0: never, or doubted since
     std::optional<wall> changed{}; // when this source was heard first; none: that is not known
+    bool may_be_older = false;     // than what was reported before it: see showing
 };
 
 enum class wish_state {
@@ -53,6 +54,14 @@ struct showing {
     std::uint64_t number = 0; // counts the router's, from 1; 0: none
     int source = UNKNOWN_SOURCE;
     monotonic heard{};
+    bool may_be_older = false; // than the showing before it: to which query it is the answer cannot
+                               // be told for sure
+};
+
+// For a destination, without an answer yet.
+struct queries {
+    std::size_t under_way = 0; // never 0
+    bool overlap = false;      // or others have, since there was none
 };
 
 struct open_wish {
@@ -120,7 +129,10 @@ struct live_router {
     std::map<int, std::vector<unshown_take>> unshown_takes; // by destination
     // By destination, until it is heard: what the restart has ended. None empty.
     std::map<int, std::vector<wish_id>> ended_by_restart;
-    std::map<int, std::size_t> queries_under_way; // by destination; none 0
+    std::map<int, queries> queries_under_way; // by destination
+    // By destination: until then an answer may come to a query that was passed over: its router has
+    // answered a later request.
+    std::map<int, monotonic> late_answers;
     std::uint64_t showings = 0;
     std::map<int, std::deque<showing>> unreported; // by destination, oldest first; none empty
     std::deque<unanswered_take> takes_unanswered;  // oldest first

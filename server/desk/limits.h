@@ -37,6 +37,7 @@ constexpr std::chrono::seconds SEND_LIMIT{5};         // a wish not sent by then
 constexpr std::chrono::seconds CONFIRMATION_LIMIT{3}; // unless the router's own is set
 constexpr std::chrono::seconds LATE_LIMIT{60};        // a report later than that after a wish's end
                                                       // confirms it only as the first since then
+constexpr std::chrono::seconds LATE_ANSWER{15};       // a query that was passed over has none later
 constexpr std::chrono::seconds SWITCHING_TIME{1}; // when the router had answered the query after
                                                   // its take: a later one never confirms it
 constexpr std::chrono::seconds REPORT_AGE{15};    // what a router showed longer ago no report

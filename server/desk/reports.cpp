@@ -15,6 +15,7 @@ namespace {
 void forget_traffic(live_router& live)
 {
     live.queries_under_way.clear();
+    live.late_answers.clear();
     live.takes_unanswered.clear();
     for (auto& [destination, open] : live.open)
         for (open_wish& wish : open)
@@ -226,9 +227,14 @@ void report_route(desk_state& desk, const moment& now, live_router& live, const 
     note_reported(live, shown.destination, shown.source, reported.told);
     const bool confirms =
         confirm_wishes(desk, now, shown.router, shown.destination, reported.last, shown.source);
+    const bool in_doubt = !confirms && (reported.may_be_older || is_doubtful(before, now));
+    if (in_doubt && last != shown.source) fact.changed.reset();
+    fact.may_be_older =
+        in_doubt && reported.may_be_older && (before.may_be_older || before.source != shown.source);
     if (confirms || !may_be_taken(live, shown.destination, shown.source)) {
         const bool late = confirm_late(desk, now, live, shown, reported, before);
-        if (!confirms && !late) note_outside_change(desk, now, live, shown, reported, last, unshown);
+        if (!confirms && !late && !in_doubt)
+            note_outside_change(desk, now, live, shown, reported, last, unshown);
     }
     forget_unshown(live, shown.destination, live.connection, shown.source);
     end_passed_wishes(desk, now, live, shown.destination, reported);

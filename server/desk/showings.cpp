@@ -36,12 +36,13 @@ reported_run untold(live_router& live, int source)
 }
 } // namespace
 
-showing note_showing(live_router& live, const moment& now, int destination, int source)
+showing note_showing(live_router& live, const moment& now, int destination, int source,
+                     bool may_be_older)
 {
     forget_old(live, now, destination);
     std::deque<showing>& unreported = live.unreported[destination];
     if (unreported.size() == SHOWINGS_UNREPORTED) unreported.pop_front();
-    return unreported.emplace_back(showing{++live.showings, source, now.steady});
+    return unreported.emplace_back(showing{++live.showings, source, now.steady, may_be_older});
 }
 
 reported_run take_reported(live_router& live, const moment& now, const route& shown)
@@ -56,10 +57,17 @@ reported_run take_reported(live_router& live, const moment& now, const route& sh
     const auto first = std::find_if(unreported.begin(), unreported.end(), is_of_it);
     if (first == unreported.end()) return untold(live, shown.source);
     const auto last = std::prev(std::find_if_not(first, unreported.end(), is_of_it));
-    const reported_run reported{shown.source, first->number, last->number};
+    reported_run reported{shown.source, first->number, last->number};
+    reported.may_be_older =
+        std::any_of(first, std::next(last), [](const showing& one) { return one.may_be_older; });
     unreported.erase(unreported.begin(), std::next(first));
     if (unreported.empty()) live.unreported.erase(found);
     return reported;
+}
+
+bool is_doubtful(const fact& fact, const moment& now)
+{
+    return fact.may_be_older && now.steady <= fact.confirmed.steady + LATE_LIMIT;
 }
 
 int source_told(const live_router& live, const moment& now, int destination)

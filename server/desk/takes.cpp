@@ -95,6 +95,7 @@ bool shows_already(const desk_state& desk, const moment& now, const route& wishe
     const live_router& live = *find_live(desk, wished.router);
     return is_fresh(live, wished.destination) &&
            source_shown(live, wished.destination) == wished.source &&
+           !is_doubtful(live.facts[static_cast<std::size_t>(wished.destination)], now) &&
            is_settled(live, now, wished.destination, wished.source) &&
            count_open(live, wished.destination) == 0;
 }

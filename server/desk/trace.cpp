@@ -43,8 +43,20 @@ bool end_query(live_router& live, int destination)
 {
     const auto queries = live.queries_under_way.find(destination);
     if (queries == live.queries_under_way.end()) return false;
-    if (--queries->second == 0) live.queries_under_way.erase(queries);
+    if (--queries->second.under_way == 0) live.queries_under_way.erase(queries);
     return true;
+}
+
+bool may_come_late(const live_router& live, const moment& now, int destination)
+{
+    const auto late = live.late_answers.find(destination);
+    return late != live.late_answers.end() && now.steady <= late->second;
+}
+
+bool overlap(const live_router& live, int destination)
+{
+    const auto queries = live.queries_under_way.find(destination);
+    return queries != live.queries_under_way.end() && queries->second.overlap;
 }
 
 // Whether the source was reported last and nothing else has been shown since: of this the backend
@@ -91,30 +103,32 @@ bool follows_its_like(const std::deque<open_wish>& open, const open_wish& wish)
     return false;
 }
 
-void judge_wish(desk_state& desk, const moment& now, live_router& live, int destination,
-                const wish_id& id, const showing& now_shown, bool asked)
+void note_shown(live_router& live, int destination, open_wish& wish, const showing& now_shown)
 {
-    const std::deque<open_wish>& open = live.open.at(destination);
+    if (wish.shown == 0) {
+        wish.shown = now_shown.number;
+        if (follows_its_like(live.open.at(destination), wish)) wish.replaces = now_shown.source;
+    }
+    wish.gone_to = {};
+    forget_unshown(live, destination, wish.connection);
+}
+
+void judge_wish(desk_state& desk, const moment& now, live_router& live, int destination,
+                const wish_id& id, const showing& now_shown, bool asked, bool late)
+{
     open_wish& wish = *find_open(desk, id);
     const int source = now_shown.source;
     const bool old_answer = asked && wish.older_queries > 0;
     if (old_answer) --wish.older_queries;
-    const bool older = old_answer || may_be_older(wish, source);
-    if (source == wish.source) {
-        if (!old_answer && (asked || !follows_unshown(open, wish))) {
-            if (wish.shown == 0) {
-                wish.shown = now_shown.number;
-                if (follows_its_like(open, wish)) wish.replaces = source;
-            }
-            wish.gone_to = {};
-            forget_unshown(live, destination, wish.connection);
-        }
-    }
+    const bool older = old_answer || late || may_be_older(wish, source);
+    if (source == wish.source && !old_answer &&
+        (asked || !follows_unshown(live.open.at(destination), wish)))
+        note_shown(live, destination, wish, now_shown);
     const bool against = source != wish.source && !older && contradicts(wish, source, asked);
     wish.query_answered = wish.query_answered || (asked && !older);
     if (against && wish.shown == 0) return end_contradicted(desk, now, id, source);
-    if (against) wish.gone_to = now_shown;       // the report of the wished one may be under way
-    if (wish.shown == 0) wish.replaces = source; // it has shown that before the take
+    if (against) wish.gone_to = now_shown; // the report of the wished one may be under way
+    if (wish.shown == 0 && !late) wish.replaces = source; // it has shown that before the take
 }
 } // namespace
 
@@ -161,14 +175,18 @@ void trace_query(desk_state& desk, const std::string& router, int destination)
 {
     live_router* live = find_live(desk, router);
     if (live == nullptr) return;
-    std::size_t& count = live->queries_under_way[destination];
-    if (count < QUERIES_UNDER_WAY) ++count;
+    queries& queries = live->queries_under_way[destination];
+    queries.overlap = queries.under_way > 0;
+    if (queries.under_way < QUERIES_UNDER_WAY) ++queries.under_way;
 }
 
-void trace_query_unanswered(desk_state& desk, const std::string& router, int destination)
+void trace_query_unanswered(desk_state& desk, const moment& now, const std::string& router,
+                            int destination, bool passed_over)
 {
     live_router* live = find_live(desk, router);
     if (live == nullptr || !end_query(*live, destination)) return;
+    if (passed_over && destination < ROUTED_POSITIONS)
+        live->late_answers[destination] = now.steady + LATE_ANSWER;
     if (auto* open = open_on(*live, destination))
         for (open_wish& wish : *open)
             if (wish.older_queries > 0) --wish.older_queries;
@@ -179,18 +197,22 @@ void trace_route(desk_state& desk, const moment& now, const std::string& router,
 {
     live_router* live = find_live(desk, router);
     if (live == nullptr) return;
+    const bool overlapping = overlap(*live, destination);
     const bool asked = end_query(*live, destination);
     if (destination < 0 || destination >= ROUTED_POSITIONS) return;
-    const showing now_shown = note_showing(*live, now, destination, source);
+    const bool late = may_come_late(*live, now, destination);
+    const showing now_shown = note_showing(*live, now, destination, source, overlapping || late);
     judge_trouble(desk, *live, destination, now_shown);
     std::vector<wish_id> sent;
     if (auto* open = open_on(*live, destination))
         for (const open_wish& wish : *open)
             if (wish.state == wish_state::sent) sent.push_back(wish.id);
     for (const wish_id& id : sent)
-        judge_wish(desk, now, *live, destination, id, now_shown, asked);
-    if (is_reported(*live, now, destination, source) &&
-        confirm_wishes(desk, now, router, destination, now_shown.number, source))
+        judge_wish(desk, now, *live, destination, id, now_shown, asked, late);
+    const bool known = is_reported(*live, now, destination, source);
+    if (known && !now_shown.may_be_older)
+        live->facts[static_cast<std::size_t>(destination)].may_be_older = false;
+    if (known && confirm_wishes(desk, now, router, destination, now_shown.number, source))
         tell_change(desk, router, change::kind::fact, destination); // whose doing it is
     if (source != NO_SOURCE) return;
     const std::pair<int, int> route{destination, source};

@@ -24,8 +24,11 @@ void trace_take_unanswered(desk_state& desk, const std::string& router);
 
 void trace_query(desk_state& desk, const std::string& router, int destination);
 
-// The oldest query for the destination will have no answer.
-void trace_query_unanswered(desk_state& desk, const std::string& router, int destination);
+// The oldest query for the destination has no answer. `passed_over`: the router has answered a
+// later request; the answer may still come, and for LATE_ANSWER showings of the destination may be
+// older than what was shown before.
+void trace_query_unanswered(desk_state& desk, const moment& now, const std::string& router,
+                            int destination, bool passed_over);
 
 // The router said what a destination shows, asked or unasked. Answers count in the order of the
 // queries for that destination; those to queries from before a take tell nothing of it, and nor

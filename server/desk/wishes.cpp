@@ -147,7 +147,7 @@ void mark_sent(desk_state& desk, const moment& now, const wish_id& id)
     wish.state = wish_state::sent;
     wish.connection = live.connection;
     wish.sent = now.steady;
-    wish.older_queries = queries == live.queries_under_way.end() ? 0 : queries->second;
+    wish.older_queries = queries == live.queries_under_way.end() ? 0 : queries->second.under_way;
     set_deadline(desk, wish,
                  now.steady + find_router(desk, wished.router)->settings.confirmation_limit);
     tell_change(desk, wished.router, change::kind::wish, wished.destination, id.batch);

@@ -229,6 +229,15 @@ const open_wish* sent_wish_for(const live_router& live, int destination, int sou
     return newest;
 }
 
+bool may_have_been_before(const live_router& live, int destination, int source)
+{
+    const auto unreported = live.unreported.find(destination);
+    return unreported != live.unreported.end() &&
+           std::any_of(
+               unreported->second.begin(), unreported->second.end(),
+               [&](const showing& one) { return one.source == source && one.may_be_older; });
+}
+
 // It comes in the place of what was shown until now, and no wish that went wrong is for it.
 bool is_from_outside(const desk_state& desk, const live_router& live, int destination, int source)
 {
@@ -237,6 +246,7 @@ bool is_from_outside(const desk_state& desk, const live_router& live, int destin
         troubled == live.troubled.end() ? nullptr : find_wish(desk.house, troubled->second.id);
     const auto unshown = live.unshown_takes.find(destination);
     return is_fresh(live, destination) && source_shown(live, destination) != source &&
+           !may_have_been_before(live, destination, source) &&
            (trouble == nullptr || trouble->wished.source != source) &&
            (unshown == live.unshown_takes.end() ||
             std::none_of(unshown->second.begin(), unshown->second.end(),

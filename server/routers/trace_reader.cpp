@@ -46,11 +46,11 @@ void keep_frame(trace_reader& trace, traced_frame frame)
     }
 }
 
-void give_up(const request_sent& request, std::vector<trace_step>& steps)
+void give_up(const request_sent& request, bool passed_over, std::vector<trace_step>& steps)
 {
     if (request.mnemonic == "TI") steps.emplace_back(take_unanswered{});
     if (request.mnemonic == "QI" && request.destination >= 0)
-        steps.emplace_back(query_unanswered{request.destination});
+        steps.emplace_back(query_unanswered{request.destination, passed_over});
 }
 
 void read_frame_sent(trace_reader& trace, const router_message& message, traced_frame& frame,
@@ -58,7 +58,7 @@ void read_frame_sent(trace_reader& trace, const router_message& message, traced_
 {
     ++trace.sent;
     if (trace.unanswered.size() == REQUESTS_UNANSWERED) {
-        give_up(trace.unanswered.front(), steps);
+        give_up(trace.unanswered.front(), true, steps);
         trace.unanswered.pop_front();
     }
     request_sent request{std::string(mnemonic_of(message)), parameter(message, 0)};
@@ -97,7 +97,7 @@ void answer_request(trace_reader& trace, const requests::iterator& request,
 {
     if (request == trace.unanswered.end()) return;
     std::for_each(trace.unanswered.begin(), request,
-                  [&](const request_sent& older) { give_up(older, steps); });
+                  [&](const request_sent& older) { give_up(older, true, steps); });
     trace.unanswered.erase(trace.unanswered.begin(), std::next(request));
 }
 
@@ -122,7 +122,7 @@ void answer_with_code(trace_reader& trace, const requests::iterator& request,
     if (answered.mnemonic == "TI")
         steps.emplace_back(take_answered{refusal});
     else
-        give_up(answered, steps);
+        give_up(answered, false, steps);
 }
 
 // Of so many oldest requests, the takes.
@@ -259,7 +259,7 @@ void read_trace(trace_reader& trace, const desk::moment& now, const diagnostic& 
     } else if (const auto* line = std::get_if<link_line>(&told)) {
         if (line->what != link_event::closed && line->what != link_event::connected) return;
         for (const request_sent& request : std::exchange(trace.unanswered, {}))
-            give_up(request, steps);
+            give_up(request, false, steps);
         trace.confirms = false;
     }
 }
@@ -285,7 +285,8 @@ void tell_desk(desk::desk_state& desk, const desk::moment& now, const std::strin
         else if (const auto* query = std::get_if<query_sent>(&step))
             desk::trace_query(desk, router, query->destination);
         else if (const auto* unanswered = std::get_if<query_unanswered>(&step))
-            desk::trace_query_unanswered(desk, router, unanswered->destination);
+            desk::trace_query_unanswered(desk, now, router, unanswered->destination,
+                                         unanswered->passed_over);
         else if (const auto* route = std::get_if<route_told>(&step))
             desk::trace_route(desk, now, router, route->destination, route->source);
     }

@@ -35,8 +35,9 @@ struct take_unanswered {}; // the oldest that had no answer will have none
 struct query_sent {
     int destination = 0;
 };
-struct query_unanswered { // the oldest for this destination will have no answer
+struct query_unanswered { // the oldest for this destination
     int destination = 0;
+    bool passed_over = false; // its answer may still come
 };
 struct route_told {
     int destination = 0;

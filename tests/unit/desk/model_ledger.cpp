@@ -297,8 +297,9 @@ void check_wishes(ledger& ledger, const std::string& router, const live_router& 
             if (ledger.wishes.at(wish.id).ordered != (wish.state != wish_state::held))
                 complain(ledger, "wish held though ordered, or the other way round");
     }
-    for (const auto& [destination, count] : live.queries_under_way)
-        if (count == 0 || count > QUERIES_UNDER_WAY) complain(ledger, "none or too many queries");
+    for (const auto& [destination, queries] : live.queries_under_way)
+        if (queries.under_way == 0 || queries.under_way > QUERIES_UNDER_WAY)
+            complain(ledger, "none or too many queries");
     if (live.takes_unanswered.size() > TAKES_UNANSWERED) complain(ledger, "too many takes");
 }
 

@@ -274,7 +274,7 @@ TEST_F(Showings, OfTwoLikeTakesAtOnceAreWhatTheSecondFinds)
     takes(0, 2);
     const auto second = wish(ben, 0, 2);
     takes(0, 2);
-    trace_query_unanswered(desk, "main", 0);
+    trace_query_unanswered(desk, now, "main", 0, false);
     show({2});
     report(0, 2);
     EXPECT_EQ(became(second), "confirmed");

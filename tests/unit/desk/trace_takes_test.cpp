@@ -67,7 +67,7 @@ TEST_F(TraceOfManyTakes, WaitsForWhatCameBetweenWhenTheQueriesAreNotKnown)
     const auto first = wish(anna, 0, 2);
     const auto take = [&](int source) {
         takes(0, source);
-        trace_query_unanswered(desk, "main", 0);
+        trace_query_unanswered(desk, now, "main", 0, false);
     };
     take(2);
     const auto second = wish(anna, 0, 3);

@@ -25,7 +25,7 @@ class Trace : public DeskTest {
             else if (word == "ask")
                 trace_query(desk, "main", 0);
             else if (word == "unanswered")
-                trace_query_unanswered(desk, "main", 0);
+                trace_query_unanswered(desk, now, "main", 0, false);
             else if (word == "shows" && in >> camera)
                 shows(0, camera - 1);
             else if (word == "reports" && in >> camera)
@@ -280,10 +280,11 @@ TEST_F(Trace, CountsQueriesForEachDestination)
     takes(0, 2);
     shows(1, 0);
     shows(1, 0);
-    EXPECT_EQ(main.queries_under_way, (std::map<int, std::size_t>{{0, 1}}));
+    EXPECT_THAT(main.queries_under_way, SizeIs(1));
+    EXPECT_EQ(main.queries_under_way.at(0).under_way, 1U);
     for (std::size_t i = 0; i <= QUERIES_UNDER_WAY; ++i)
         trace_query(desk, "main", 1);
-    EXPECT_EQ(main.queries_under_way.at(1), QUERIES_UNDER_WAY);
+    EXPECT_EQ(main.queries_under_way.at(1).under_way, QUERIES_UNDER_WAY);
     EXPECT_EQ(became(one), "sent");
 }
 
@@ -334,8 +335,8 @@ TEST_F(Trace, OfAnUnknownRouterIsPassedOver)
     trace_take(desk, now, "none", 0, 1);
     trace_take_answer(desk, now, "none", "NAK");
     trace_query(desk, "none", 0);
-    trace_query_unanswered(desk, "none", 0);
-    trace_query_unanswered(desk, "main", 0); // of none
+    trace_query_unanswered(desk, now, "none", 0, true);
+    trace_query_unanswered(desk, now, "main", 0, true); // of none
     trace_route(desk, now, "none", 0, 1);
     trace_take_answer(desk, now, "main", "NAK"); // of no take
     EXPECT_THAT(changed(), IsEmpty());

@@ -118,7 +118,7 @@ TEST_F(UndoSteps, EndAtWhatSomebodyElseHasBroughtBack)
     }
     wait_ms(3100);
     for (int i = 0; i < 3; ++i)
-        trace_query_unanswered(desk, "main", 0);
+        trace_query_unanswered(desk, now, "main", 0, false);
     put(anna, 0, 4);
     finish(undo_all(anna));
     expect_shown(2);

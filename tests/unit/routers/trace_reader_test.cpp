@@ -22,7 +22,8 @@ std::string text(const trace_step& step)
     if (const auto* query = std::get_if<query_sent>(&step))
         return "query " + std::to_string(query->destination);
     if (const auto* query = std::get_if<query_unanswered>(&step))
-        return "no answer " + std::to_string(query->destination);
+        return "no answer " + std::to_string(query->destination) +
+               (query->passed_over ? " yet" : "");
     const auto& route = std::get<route_told>(step);
     return "route " + std::to_string(route.destination) + " " + std::to_string(route.source);
 }
@@ -153,7 +154,7 @@ const std::vector<trace_case> CASES = {
      {"take 0 1", "refused ER 04"}},
     {"an answer tells that requests before it will have none",
      {"> TI 1 2", "> QI 1 0", "> BK F", "< KB F 0", "< NAK 0001"},
-     {"take 0 1", "query 0", "never answered", "no answer 0"}},
+     {"take 0 1", "query 0", "never answered", "no answer 0 yet"}},
     {"names answer their query when the last have come",
      {"> TI 1 2", "> QN IS", "> QN ID", "< NQ+ D 0", "< NQ+ S 0", "< NQ D 0", "< NQ S 0"},
      {"take 0 1", "never answered"}},
