@@ -183,6 +183,7 @@ void ask_often(player& player, dice& dice)
     for (std::size_t times = 0; times <= QUERIES_UNDER_WAY; ++times)
         send_query(player.desk, router, destination);
     see_disorder(player.ledger, {router.id, destination}); // not all are counted
+    player.ledger.facts[{router.id, destination}].was_mistaken = true;
     settle(player);
 }
 

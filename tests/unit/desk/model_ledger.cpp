@@ -132,6 +132,7 @@ void see_entry(ledger& ledger, const wish_ended& ended)
     if (ended.end == outcome::confirmed && !was_shown_since(ledger, found->second))
         complain(ledger, "confirmed by what was shown before its take");
     found->second.end = ended.end;
+    found->second.ended = ledger.at;
     const place where{found->second.wished.router, found->second.wished.destination};
     std::set<wish_id>& open = ledger.open[where];
     open.erase(ended.id);
@@ -169,6 +170,17 @@ void see_entry(ledger& ledger, const confirmed_late& late)
         end != outcome::unknown && !found->second.maybe_sent && found->second.was != UNKNOWN_SOURCE;
     if (is_known && !was_shown_since(ledger, found->second))
         complain(ledger, "confirmed late by what was shown before its take");
+}
+
+void see_entry(ledger& ledger, const outside_change& change)
+{
+    const fact_seen& fact = ledger.facts[{change.router, change.destination}];
+    if (fact.reported_last.from_outside || fact.was_mistaken) return;
+    for (const wish_id& id : fact.reported_last.by) {
+        const wish_seen& wish = ledger.wishes.at(id);
+        if (wish.end == outcome::open || ledger.at <= wish.ended + LATE_LIMIT)
+            complain(ledger, "taken by somebody else, though a wish's take has brought it");
+    }
 }
 
 void see_entry(ledger& ledger, const lock_set& set)
@@ -360,6 +372,7 @@ orders_seen settle(ledger& ledger, desk_state& desk)
 {
     orders_seen seen;
     for (const entry& entry : desk.entries) {
+        ledger.at = entry.at;
         std::visit([&](const auto& what) { see_entry(ledger, what); }, entry.what);
         const auto* const ended = std::get_if<wish_ended>(&entry.what);
         if (ended != nullptr && ended->end == outcome::timed_out)

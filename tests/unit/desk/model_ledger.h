@@ -36,6 +36,7 @@ struct wish_seen {
     bool follows_its_like = false; // a take of its source whose wish was open then
     std::uint64_t heard = 0;       // how many showings had been heard by then
     bool in_disorder = false;      // its router's answers have been
+    desk::wall ended{};
 };
 
 struct change_seen {
@@ -56,13 +57,16 @@ struct fact_seen {
     std::map<int, std::uint64_t> from_elsewhere;
     std::map<int, std::uint64_t> unasked;
     std::uint64_t reported = 0; // how many takes its router had served by what was reported last
-    bool in_disorder = false;   // the connection's answers have been
-    bool mistaken = false;      // an answer may have been taken for another's, over this connection
-    bool outlasted = false;     // a restart: only what has an author is known to have changed when
+    model::shown reported_last;
+    bool in_disorder = false;  // the connection's answers have been
+    bool mistaken = false;     // an answer may have been taken for another's, over this connection
+    bool was_mistaken = false; // or over an earlier one
+    bool outlasted = false;    // a restart: only what has an author is known to have changed when
 };
 
 struct ledger {
     desk::house replayed; // from the entries alone
+    desk::wall at{};      // of the entry that is looked at
     bool keeps_entries = false;
     std::vector<desk::entry> entries;
     std::map<desk::wish_id, wish_seen> wishes;

@@ -13,8 +13,7 @@ namespace {
 // A take of what stands there already leaves the others' takes counting.
 void put(shown& place, int source, const std::optional<wish_id>& by)
 {
-    if (place.source != source) place.by.clear();
-    place.source = source;
+    if (place.source != source) place = {source, {}, !by};
     if (by) place.by.insert(*by);
 }
 } // namespace

@@ -20,6 +20,7 @@ namespace model {
 struct shown {
     int source = desk::NO_SOURCE;
     std::set<desk::wish_id> by;
+    bool from_outside = false; // it changed last by a take from outside
 };
 
 struct sending {

@@ -52,7 +52,7 @@ void see_showing(ledger& ledger, const std::string& router, const reply& one, bo
     ++ledger.heard;
     if (is_from_elsewhere(ledger, one.now.by)) fact.from_elsewhere[one.now.source] = ledger.heard;
     if (!one.asked) fact.unasked[one.now.source] = ledger.heard;
-    if (!one.asked && awaited) fact.mistaken = true;
+    if (!one.asked && awaited) fact.mistaken = fact.was_mistaken = true;
 }
 
 void see_report(ledger& ledger, const moment& now, const std::string& router,
@@ -72,6 +72,7 @@ void see_report(ledger& ledger, const moment& now, const std::string& router,
         fact.source = fact.last = one.now.source;
         fact.fresh = true;
         fact.reported = one.served;
+        fact.reported_last = one.now;
         std::set<wish_id>& by = fact.changes.back().by;
         by.insert(one.now.by.begin(), one.now.by.end());
         add_possible_authors(ledger, where, fact);
