@@ -29,6 +29,9 @@ void end_late_wish(desk_state& desk, const moment& now, const wish_id& id)
         desk.deadlines.erase({wish.deadline, id}); // it ends when the backend has
         return end_backend(desk, now, wished.router, reason::not_sent_in_time);
     }
+    if (!wish.refusal.empty()) // it may have been of something else
+        return end_wish(desk, now, id, outcome::refused,
+                        wish.refusal + "; nothing has confirmed that");
     if (!stands_reported(*find_live(desk, wished.router), now, wished.destination, wish))
         return end_wish(desk, now, id, outcome::timed_out, "");
     end_wish(desk, now, id, outcome::confirmed, "");

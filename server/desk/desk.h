@@ -78,6 +78,7 @@ struct open_wish {
     std::vector<int> older_takes;  // sent and not shown then: that their sources show tells nothing
     bool query_answered = false;   // that followed the take
     std::optional<monotonic> take_answered; // when the router acknowledged or refused it
+    std::string refusal;     // in its words, until the query behind the take tells; empty: none
     std::uint64_t shown = 0; // number of the first showing that may be its take's doing; 0: none
     bool reported = false;   // its source has been, since then
     showing gone_to;         // after that; its report ends the wish

@@ -59,6 +59,14 @@ bool overlap(const live_router& live, int destination)
     return queries != live.queries_under_way.end() && queries->second.overlap;
 }
 
+// A query that followed the take has no answer yet.
+bool is_asked_after(const live_router& live, int destination, const open_wish& wish)
+{
+    const auto queries = live.queries_under_way.find(destination);
+    return queries != live.queries_under_way.end() &&
+           queries->second.under_way > wish.older_queries;
+}
+
 // Whether the source was reported last and nothing else has been shown since: of this the backend
 // may pass over what it hears.
 bool is_reported(const live_router& live, const moment& now, int destination, int source)
@@ -113,6 +121,17 @@ void note_shown(live_router& live, int destination, open_wish& wish, const showi
     forget_unshown(live, destination, wish.connection);
 }
 
+void judge_refused(desk_state& desk, const moment& now, const wish_id& id, const showing& now_shown,
+                   bool asked)
+{
+    open_wish& wish = *find_open(desk, id);
+    const bool is_shown = now_shown.source == wish.source;
+    if (!asked && !is_shown) return;
+    wish.query_answered = asked;
+    if (is_shown) wish.shown = now_shown.number; // nobody else is named for it
+    end_refused(desk, now, id, now_shown.source);
+}
+
 void judge_wish(desk_state& desk, const moment& now, live_router& live, int destination,
                 const wish_id& id, const showing& now_shown, bool asked, bool late)
 {
@@ -120,6 +139,10 @@ void judge_wish(desk_state& desk, const moment& now, live_router& live, int dest
     const int source = now_shown.source;
     const bool old_answer = asked && wish.older_queries > 0;
     if (old_answer) --wish.older_queries;
+    if (!wish.refusal.empty()) {
+        if (!old_answer) judge_refused(desk, now, id, now_shown, asked);
+        return;
+    }
     const bool older = old_answer || late || may_be_older(wish, source);
     if (source == wish.source && !old_answer &&
         (asked || !follows_unshown(live.open.at(destination), wish)))
@@ -159,10 +182,11 @@ void trace_take_answer(desk_state& desk, const moment& now, const std::string& r
     open_wish* const open = wish ? find_open(desk, *wish) : nullptr;
     if (open == nullptr) return;
     open->take_answered = now.steady;
-    if (refusal.empty())
+    open->refusal = cut_text(refusal);
+    if (refusal.empty() || is_asked_after(*live, destination, *open))
         tell_change(desk, router, change::kind::wish, destination, wish->batch);
     else
-        end_wish(desk, now, *wish, outcome::refused, cut_text(refusal));
+        end_refused(desk, now, *wish, open->shown != 0 ? open->source : UNKNOWN_SOURCE);
 }
 
 void trace_take_unanswered(desk_state& desk, const std::string& router)

@@ -15,7 +15,8 @@ void trace_take(desk_state& desk, const moment& now, const std::string& router, 
                 int source);
 
 // The oldest take that has no answer yet was refused, in these words ("NAK 0005"), or, when they
-// are empty, acknowledged.
+// are empty, acknowledged. Nothing but the order says of which take a refusal is, and an answer may
+// have been lost: when a query has followed, its answer is awaited, or a later one's.
 void trace_take_answer(desk_state& desk, const moment& now, const std::string& router,
                        const std::string& refusal);
 

@@ -216,6 +216,16 @@ void end_superseded(desk_state& desk, const moment& now, const wish_id& id, cons
                  source_text(desk, newer.router, newer.source) + " before it was sent");
 }
 
+void end_refused(desk_state& desk, const moment& now, const wish_id& id, int shown)
+{
+    const open_wish& wish = *find_open(desk, id);
+    const std::string yet =
+        shown != wish.source
+            ? ""
+            : "; " + source_text(desk, route_of(desk, id).router, shown) + " is shown all the same";
+    end_wish(desk, now, id, outcome::refused, wish.refusal + yet);
+}
+
 void end_contradicted(desk_state& desk, const moment& now, const wish_id& id, int shown)
 {
     const route& wished = route_of(desk, id);

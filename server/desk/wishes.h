@@ -41,6 +41,10 @@ void end_maybe_sent(desk_state& desk, const moment& now, const wish_id& id);
 // A newer wish has taken its place.
 void end_superseded(desk_state& desk, const moment& now, const wish_id& id, const wish_id& by);
 
+// The router has said so, and shows this since; UNKNOWN_SOURCE: nothing. What nobody can tell is
+// which of several answers was lost: its take may have been made all the same.
+void end_refused(desk_state& desk, const moment& now, const wish_id& id, int shown);
+
 // The router shows another source.
 void end_contradicted(desk_state& desk, const moment& now, const wish_id& id, int shown);
 

@@ -26,9 +26,16 @@ class BatchText : public ConsoleTest {
         desk::trace_query(console.desk, "main", destination);
     }
 
-    void answer_take(const std::string& refusal)
+    void acknowledge_take()
     {
-        desk::trace_take_answer(console.desk, now, "main", refusal);
+        desk::trace_take_answer(console.desk, now, "main", "");
+    }
+
+    // Nothing was asked behind it.
+    void refuse_take(int destination, const std::string& how)
+    {
+        desk::trace_query_unanswered(console.desk, now, "main", destination, false);
+        desk::trace_take_answer(console.desk, now, "main", how);
     }
 
     // In answer to a query, when one is under way.
@@ -96,7 +103,7 @@ const ending ENDINGS[] = {
     {"refused",
      [](BatchText& test) {
          test.send(0, 2);
-         test.answer_take("NAK 0005");
+         test.refuse_take(0, "NAK 0005");
      },
      "MON A <- CAM 3: refused by the router (NAK 0005).\n", "refused", verdict::refused},
     {"timed out",
@@ -164,11 +171,11 @@ TEST_F(BatchText, TellsOfManyRowsTheFiguresAndWhatWasNotConfirmed)
     carry_out(0, 2);
     wait_ms(212);
     carry_out(1, 2);
-    answer_take("");
-    answer_take("");
+    acknowledge_take();
+    acknowledge_take();
     EXPECT_FALSE(has_outcome(console.desk.house, batch));
     send(2, 2);
-    answer_take("ER 10");
+    refuse_take(2, "ER 10");
     EXPECT_EQ(outcome_text(console, batch), "2 of 3 confirmed, slowest 212 ms, 1 shown already.\n"
                                             "  MON C <- CAM 3: refused by the router (ER 10)\n");
 }
@@ -257,9 +264,9 @@ TEST_F(BatchText, GivesProgramsTheSameFacts)
     const desk::ulid batch = take({{"main", 0, 2}, {"main", 1, desk::NO_SOURCE}});
     now.steady += std::chrono::microseconds(12'345);
     carry_out(0, 2);
-    answer_take("");
+    acknowledge_take();
     send(1, desk::NO_SOURCE);
-    answer_take("NAK 0005");
+    refuse_take(1, "NAK 0005");
     const nlohmann::json expected = {{"event", "outcome"},
                                      {"batch", desk::text_of(batch)},
                                      {"kind", "take"},

@@ -75,6 +75,13 @@ class DeskTest : public testing::Test {
         trace_query(desk, "main", destination);
     }
 
+    // The oldest take without an answer, and nothing was asked behind it.
+    void refuses(int destination, const std::string& how = "NAK 0005")
+    {
+        trace_query_unanswered(desk, now, "main", destination, false);
+        trace_take_answer(desk, now, "main", how);
+    }
+
     void shows(int destination, int source)
     {
         trace_route(desk, now, "main", destination, source);

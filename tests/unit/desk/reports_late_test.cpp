@@ -78,7 +78,7 @@ TEST_F(LateReports, ConfirmNothingThatWasRefusedOrIsAnotherSource)
 {
     const auto refused = wish(anna, 0, 2);
     takes(0, 2);
-    trace_take_answer(desk, now, "main", "NAK");
+    refuses(0, "NAK");
     const auto timed_out = wish(anna, 1, 2);
     takes(1, 2);
     wait_ms(3000);
@@ -322,7 +322,7 @@ TEST_F(LateReports, OfATakeThatMayHaveBeenCarriedOutNameNobody)
         const auto one = wish(anna, 0, 2);
         if (is(trouble::not_sent)) report_backend_ended(desk, now, "main", true);
         if (!is(trouble::not_sent)) takes(0, 2);
-        if (is(trouble::refused)) trace_take_answer(desk, now, "main", "NAK 0005");
+        if (is(trouble::refused)) refuses(0);
         if (row_of(one).end == outcome::open) {
             link(link_state::down);
             if (is(trouble::unread)) wait_ms(3000);

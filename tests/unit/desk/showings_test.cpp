@@ -382,7 +382,8 @@ TEST_F(Showings, ThatConfirmTheLastWishLeaveNoTrouble)
     trace_take_answer(desk, now, "main", "");
     trace_take_answer(desk, now, "main", "");
     trace_take_answer(desk, now, "main", "");
-    trace_take_answer(desk, now, "main", "NAK 0005");
+    trace_query_unanswered(desk, now, "main", 0, false); // of the last but one
+    refuses(0, "NAK 0005");
     EXPECT_THAT(troubles(), ElementsAre(std::pair(0, wish_id{last.batch, 0})));
     EXPECT_EQ(said(accept_outcome(desk, now, ben, "main", 0)), "");
     wait_ms(3000);

@@ -29,7 +29,7 @@ class Takes : public DeskTest {
     {
         wish(anna, destination, 7);
         takes(destination, 7);
-        trace_take_answer(desk, now, "main", "NAK");
+        refuses(destination, "NAK");
         ASSERT_TRUE(main.troubled.contains(destination));
     }
 };

@@ -21,7 +21,7 @@ class Trace : public DeskTest {
             if (word == "take")
                 trace_take(desk, now, "main", 0, 2);
             else if (word == "refused")
-                trace_take_answer(desk, now, "main", "NAK 0005");
+                refuses(0, "NAK 0005");
             else if (word == "ask")
                 trace_query(desk, "main", 0);
             else if (word == "unanswered")
@@ -73,7 +73,7 @@ TEST_F(Trace, KnowsTheTakesOfTwoWishesForOneSourceApart)
     const auto one = wish(anna, 0, 2);
     const auto same = wish(ben, 0, 2);
     takes(0, 2);
-    trace_take_answer(desk, now, "main", "NAK 0005");
+    refuses(0, "NAK 0005");
     EXPECT_EQ(became(one), "refused: NAK 0005");
     EXPECT_EQ(became(same), "queued");
     takes(0, 2);
@@ -88,10 +88,10 @@ TEST_F(Trace, SendsNoneForATakeThatNobodyAskedFor)
     EXPECT_EQ(became(one), "queued");
     // They have their answers all the same.
     takes(0, 2);
-    trace_take_answer(desk, now, "main", "NAK 0001");
-    trace_take_answer(desk, now, "main", "NAK 0002");
+    refuses(0, "NAK 0001");
+    refuses(0, "NAK 0002");
     EXPECT_EQ(became(one), "sent");
-    trace_take_answer(desk, now, "main", "NAK 0003");
+    refuses(0, "NAK 0003");
     EXPECT_EQ(became(one), "refused: NAK 0003");
 }
 
@@ -113,7 +113,7 @@ TEST_F(Trace, PassesOverATakeThatIsNeverAnswered)
     takes(1, 2);
     trace_take_unanswered(desk, "main");
     EXPECT_FALSE(main.open.at(0).front().take_answered);
-    trace_take_answer(desk, now, "main", "NAK 0005");
+    refuses(1, "NAK 0005");
     EXPECT_EQ(became(first), "sent");
     EXPECT_EQ(became(second), "refused: NAK 0005");
     trace_take_unanswered(desk, "main"); // there is none
@@ -129,7 +129,7 @@ TEST_F(Trace, MatchesAnswersToTakesInOrder)
     takes(1, 2);
     takes(2, 2);
     trace_take_answer(desk, now, "main", "");
-    trace_take_answer(desk, now, "main", "NAK\x1b 0005");
+    refuses(1, "NAK\x1b 0005");
     EXPECT_EQ(became(first), "sent");
     EXPECT_EQ(became(second), "refused: NAK  0005");
     EXPECT_EQ(became(third), "sent");
@@ -142,9 +142,9 @@ TEST_F(Trace, RefusesNoWishThatHasEnded)
     const auto one = wish(anna, 0, 2);
     carry_out(1, 2);
     takes(0, 2);
-    trace_take_answer(desk, now, "main", "NAK 0005");
-    trace_take_answer(desk, now, "main", "NAK 0006");
-    trace_take_answer(desk, now, "main", "NAK 0007");
+    refuses(0, "NAK 0005");
+    refuses(0, "NAK 0006");
+    refuses(0, "NAK 0007");
     EXPECT_EQ(became(confirmed), "confirmed");
     EXPECT_EQ(became(one), "refused: NAK 0006");
 }
@@ -156,7 +156,7 @@ TEST_F(Trace, ForgetsTheOldestOfTooManyTakesWithoutAnswer)
     for (std::size_t i = 0; i < TAKES_UNANSWERED; ++i)
         takes(1, 2);
     EXPECT_THAT(main.takes_unanswered, SizeIs(TAKES_UNANSWERED));
-    trace_take_answer(desk, now, "main", "NAK 0005");
+    refuses(0, "NAK 0005");
     EXPECT_EQ(became(one), "sent");
 }
 

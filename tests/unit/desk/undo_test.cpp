@@ -179,7 +179,7 @@ TEST_F(Undo, RefusesWhatHasNotBeenConfirmed)
     EXPECT_EQ(why_not(), reason::not_confirmed);
     EXPECT_EQ(detail, "CAM 6 on MON A has not been confirmed: open");
     takes(0, 5);
-    trace_take_answer(desk, now, "main", "NAK 0005");
+    refuses(0, "NAK 0005");
     EXPECT_EQ(why_not(), reason::not_confirmed);
     EXPECT_EQ(detail, "CAM 6 on MON A has not been confirmed: refused");
 }

@@ -107,7 +107,7 @@ TEST_F(Wishes, KeepWhenTheyWereRefused)
     takes(0, 2);
     takes(1, 2);
     wait_ms(30);
-    trace_take_answer(desk, now, "main", "NAK");
+    refuses(0, "NAK");
     EXPECT_EQ(became(one), "refused: NAK");
     EXPECT_EQ(row_of(one).answered_after, std::chrono::milliseconds(30));
     wait_ms(3000);
@@ -122,6 +122,8 @@ TEST_F(Wishes, TellBeginSentAndEnd)
     takes(0, 2);
     EXPECT_THAT(changed(), ElementsAre(Pair(change::kind::wish, 0)));
     trace_take_answer(desk, now, "main", "NAK");
+    EXPECT_THAT(changed(), ElementsAre(Pair(change::kind::wish, 0)));
+    shows(0, 0);
     ASSERT_THAT(desk.changes, SizeIs(1));
     EXPECT_EQ(desk.changes[0].what, change::kind::wish);
     EXPECT_EQ(desk.changes[0].id, one.batch);
@@ -139,7 +141,7 @@ TEST_F(Wishes, AreTroubleUntilANewOne)
 {
     const auto one = wish(anna, 0, 2);
     takes(0, 2);
-    trace_take_answer(desk, now, "main", "NAK");
+    refuses(0, "NAK");
     EXPECT_THAT(troubles(), ElementsAre(Pair(0, wish_id{one.batch, 0})));
     wish(anna, 0, 3);
     EXPECT_THAT(main.troubled, IsEmpty());
@@ -150,7 +152,7 @@ TEST_F(Wishes, AreNoTroubleWhenANewerOneIsOpen)
     const auto one = wish(anna, 0, 2);
     takes(0, 2);
     wish(anna, 0, 3);
-    trace_take_answer(desk, now, "main", "NAK");
+    refuses(0, "NAK");
     EXPECT_EQ(became(one), "refused: NAK");
     EXPECT_THAT(main.troubled, IsEmpty());
 }
@@ -162,7 +164,7 @@ TEST_F(Wishes, AreNoTroubleWhenANewerOneIs)
     const auto newer = wish(anna, 0, 3);
     takes(0, 3);
     trace_take_answer(desk, now, "main", "");
-    trace_take_answer(desk, now, "main", "NAK");
+    refuses(0, "NAK");
     wait_ms(3000);
     EXPECT_EQ(became(one), "timed out");
     EXPECT_THAT(troubles(), ElementsAre(Pair(0, wish_id{newer.batch, 0})));
@@ -180,7 +182,7 @@ TEST_F(Wishes, OfABatchThatIsForgottenAreNoTrouble)
         desk.house.batches[{9, i}] = open;
     }
     takes(0, 2);
-    trace_take_answer(desk, now, "main", "NAK");
+    refuses(0, "NAK");
     EXPECT_FALSE(desk.house.batches.contains({0, 1}));
     EXPECT_THAT(main.troubled, IsEmpty());
 }
