@@ -53,6 +53,41 @@ void give_up(const request_sent& request, bool passed_over, std::vector<trace_st
         steps.emplace_back(query_unanswered{request.destination, passed_over});
 }
 
+bool may_be_answered(const request_sent& request)
+{
+    return request.refusal.empty();
+}
+
+bool may_be_refused(const request_sent& request)
+{
+    return !request.shown && request.refusal.empty();
+}
+
+// These, the oldest, have been passed over. When there were as many refusals as requests that can
+// have been refused, each has had its own; otherwise whose they are cannot be told.
+void settle(trace_reader& trace, const requests::iterator& end, std::vector<trace_step>& steps)
+{
+    const bool each_has_its_own = std::none_of(trace.unanswered.begin(), end, may_be_refused);
+    std::for_each(trace.unanswered.begin(), end, [&](const request_sent& request) {
+        if (each_has_its_own && !request.refusal.empty() && request.mnemonic == "TI")
+            steps.emplace_back(take_answered{request.refusal});
+        else
+            give_up(request, !each_has_its_own, steps);
+    });
+    trace.unanswered.erase(trace.unanswered.begin(), end);
+}
+
+// Those before this one that can only have been refused.
+void settle_refused(trace_reader& trace, const requests::iterator& next,
+                    std::vector<trace_step>& steps)
+{
+    if (std::any_of(trace.unanswered.begin(), next, may_be_refused)) return;
+    auto end = next;
+    while (end != trace.unanswered.begin() && std::prev(end)->refusal.empty())
+        --end;
+    settle(trace, end, steps);
+}
+
 void read_frame_sent(trace_reader& trace, const router_message& message, traced_frame& frame,
                      std::vector<trace_step>& steps)
 {
@@ -61,7 +96,9 @@ void read_frame_sent(trace_reader& trace, const router_message& message, traced_
         give_up(trace.unanswered.front(), true, steps);
         trace.unanswered.pop_front();
     }
-    request_sent request{std::string(mnemonic_of(message)), parameter(message, 0)};
+    request_sent request;
+    request.mnemonic = mnemonic_of(message);
+    request.kind = parameter(message, 0);
     if (request.mnemonic == "TI" || request.mnemonic == "QI")
         request.destination = position_sent(request.kind, trace.output_base);
     frame.destination = request.destination;
@@ -76,10 +113,17 @@ void read_frame_sent(trace_reader& trace, const router_message& message, traced_
     trace.unanswered.push_back(std::move(request));
 }
 
+requests::iterator find_oldest(trace_reader& trace)
+{
+    return std::find_if(trace.unanswered.begin(), trace.unanswered.end(), may_be_answered);
+}
+
 requests::iterator find_request(trace_reader& trace, std::string_view mnemonic)
 {
     return std::find_if(trace.unanswered.begin(), trace.unanswered.end(),
-                        [&](const request_sent& request) { return request.mnemonic == mnemonic; });
+                        [&](const request_sent& request) {
+                            return may_be_answered(request) && request.mnemonic == mnemonic;
+                        });
 }
 
 // Of any kind when that is empty.
@@ -87,7 +131,7 @@ requests::iterator find_refused(trace_reader& trace, std::string_view mnemonic)
 {
     return std::find_if(
         trace.unanswered.begin(), trace.unanswered.end(), [&](const request_sent& request) {
-            return !request.shown && (mnemonic.empty() || request.mnemonic == mnemonic);
+            return may_be_refused(request) && (mnemonic.empty() || request.mnemonic == mnemonic);
         });
 }
 
@@ -96,9 +140,8 @@ void answer_request(trace_reader& trace, const requests::iterator& request,
                     std::vector<trace_step>& steps)
 {
     if (request == trace.unanswered.end()) return;
-    std::for_each(trace.unanswered.begin(), request,
-                  [&](const request_sent& older) { give_up(older, true, steps); });
-    trace.unanswered.erase(trace.unanswered.begin(), std::next(request));
+    settle(trace, request, steps);
+    trace.unanswered.pop_front();
 }
 
 // The kinds of a name query and of its answer end in the same letter; those of an identity are the
@@ -108,7 +151,7 @@ void read_data(trace_reader& trace, std::string_view mnemonic, const std::string
 {
     const auto request = std::find_if(
         trace.unanswered.begin(), trace.unanswered.end(), [&](const request_sent& each) {
-            return each.mnemonic == mnemonic && each.kind.ends_with(kind);
+            return may_be_answered(each) && each.mnemonic == mnemonic && each.kind.ends_with(kind);
         });
     answer_request(trace, request, steps);
 }
@@ -123,6 +166,17 @@ void answer_with_code(trace_reader& trace, const requests::iterator& request,
         steps.emplace_back(take_answered{refusal});
     else
         give_up(answered, false, steps);
+}
+
+// Of the oldest request, as far as the order tells; it may also be of a later one, when the answer
+// to that one has been lost.
+void read_bare_refusal(trace_reader& trace, const std::string& refusal,
+                       std::vector<trace_step>& steps)
+{
+    const auto oldest = find_refused(trace, "");
+    if (oldest == trace.unanswered.end()) return;
+    oldest->refusal = refusal;
+    settle_refused(trace, trace.unanswered.end(), steps);
 }
 
 // Of so many oldest requests, the takes.
@@ -140,7 +194,7 @@ void note_shown_takes(trace_reader& trace, const requests::iterator& query, int 
 {
     for (auto request = trace.unanswered.begin(); request != query; ++request)
         if (request->mnemonic == "TI" && request->destination == query->destination &&
-            request->source == source)
+            request->source == source && request->refusal.empty())
             request->shown = true;
 }
 
@@ -148,12 +202,14 @@ void note_shown_takes(trace_reader& trace, const requests::iterator& query, int 
 // only where the router does not confirm takes.
 void read_route(trace_reader& trace, const traced_frame& frame, std::vector<trace_step>& steps)
 {
-    const auto query = std::find_if(
-        trace.unanswered.begin(), trace.unanswered.end(), [&](const request_sent& each) {
-            return each.mnemonic == "QI" && each.destination == frame.destination;
-        });
+    const auto query = std::find_if(trace.unanswered.begin(), trace.unanswered.end(),
+                                    [&](const request_sent& each) {
+                                        return may_be_answered(each) && each.mnemonic == "QI" &&
+                                               each.destination == frame.destination;
+                                    });
     if (query != trace.unanswered.end()) {
         note_shown_takes(trace, query, frame.source);
+        settle_refused(trace, query, steps);
         const auto older = query - trace.unanswered.begin();
         trace.unanswered.erase(query);
         if (!trace.confirms) give_up_takes(trace, older, steps);
@@ -187,19 +243,24 @@ void read_error_answer(trace_reader& trace, const router_message& message, trace
     const std::string refusal = message.err ? note_refusal(frame, message) : "";
     const std::string& of = parameter(message, 1);
     if (message.ok && (of == "BK" || of == "TI")) trace.confirms = true;
-    const auto oldest = of.empty() ? trace.unanswered.begin() : find_request(trace, of);
-    answer_with_code(trace, message.err ? find_refused(trace, of) : oldest, refusal, steps);
+    if (message.err && of.empty())
+        read_bare_refusal(trace, refusal, steps);
+    else if (message.err)
+        answer_with_code(trace, find_refused(trace, of), refusal, steps);
+    else
+        answer_with_code(trace, of.empty() ? find_oldest(trace) : find_request(trace, of), "",
+                         steps);
 }
 
 // A router that confirms otherwise may send one before the answer itself.
 void read_ack(trace_reader& trace, std::vector<trace_step>& steps)
 {
-    if (trace.confirms || trace.unanswered.empty()) return;
-    const request_sent& oldest = trace.unanswered.front();
-    const bool has_answer = std::string_view("NRTF").find(oldest.kind) != std::string_view::npos;
-    if (oldest.mnemonic == "TI" ||
-        (oldest.mnemonic == "BK" && (oldest.kind.empty() || !has_answer)))
-        answer_with_code(trace, trace.unanswered.begin(), "", steps);
+    const auto oldest = find_oldest(trace);
+    if (trace.confirms || oldest == trace.unanswered.end()) return;
+    const bool has_answer = std::string_view("NRTF").find(oldest->kind) != std::string_view::npos;
+    if (oldest->mnemonic == "TI" ||
+        (oldest->mnemonic == "BK" && (oldest->kind.empty() || !has_answer)))
+        answer_with_code(trace, oldest, "", steps);
 }
 
 void read_frame_received(trace_reader& trace, const router_message& message, traced_frame& frame,
@@ -210,7 +271,7 @@ void read_frame_received(trace_reader& trace, const router_message& message, tra
     const std::string_view mnemonic = mnemonic_of(message);
     const bool last = message.seq == '0' || message.seq == '\0';
     if (message.nak) {
-        answer_with_code(trace, find_refused(trace, ""), note_refusal(frame, message), steps);
+        read_bare_refusal(trace, note_refusal(frame, message), steps);
     } else if (message.ack) {
         frame.meaning = meaning::confirmation;
         read_ack(trace, steps);

@@ -2,8 +2,9 @@
 // people, the last frames in words.
 //
 // Nothing on the wire pairs an answer with its request but their order, and what both name. A
-// router that confirms each request, as it is asked to, leaves no doubt; with another, a refusal by
-// a bare NAK counts for the oldest request that may still be answered, and be refused.
+// router that confirms each request, as it is asked to, leaves no doubt but where an answer is
+// lost. A refusal by a bare NAK is told of a take when all requests from the oldest up to the next
+// that is answered were refused, or have been shown: one of a query is none of the take before it.
 #pragma once
 
 #include <cstdint>
@@ -72,8 +73,9 @@ struct request_sent {
     std::string mnemonic;
     std::string kind; // its first parameter
     int destination = 0;
-    int source = 0;     // of a take
-    bool shown = false; // it is in the answer to a query after the take: that was not refused
+    int source = 0;      // of a take
+    bool shown = false;  // it is in the answer to a query after the take: that was not refused
+    std::string refusal; // that names no request, and may be of this one; empty: none
 };
 
 struct trace_reader {
