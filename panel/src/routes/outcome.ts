@@ -15,7 +15,9 @@ const WORDS = {
   unknown: ['outcomeUnknown', 'outcomeUnknown'],
 } as const satisfies Record<Exclude<Outcome, 'open' | 'confirmed'>, readonly [Mark, TextKey]>;
 
-function wentWrong(speech: Speech, outcome: keyof typeof WORDS, detail: string): Ended {
+type Wrong = { readonly outcome: keyof typeof WORDS; readonly detail: string };
+
+export function wentWrong(speech: Speech, { outcome, detail }: Wrong): Ended {
   const [mark, key] = WORDS[outcome];
   const said = speech.say(key);
   return {
@@ -34,7 +36,7 @@ export function ended(
       mark: 'confirmedLate',
       words: speech.say('confirmedLate', { time: duration(speech, row.lateMs) }),
     };
-  if (outcome !== 'confirmed') return wentWrong(speech, outcome, row.detail ?? '');
+  if (outcome !== 'confirmed') return wentWrong(speech, { outcome, detail: row.detail ?? '' });
   if (row.unchanged === true) return { mark: 'confirmed', words: speech.say('alreadySo') };
   if (row.latencyMs === undefined) return { mark: 'confirmed', words: speech.say('confirmed') };
   return {
@@ -46,5 +48,5 @@ export function ended(
 // A problem is told while it lasts: a wish that is open, or has been confirmed, is none.
 export function problemWords(speech: Speech, { outcome, detail }: RouteProblem): Ended | undefined {
   if (outcome === 'open' || outcome === 'confirmed') return undefined;
-  return wentWrong(speech, outcome, detail);
+  return wentWrong(speech, { outcome, detail });
 }

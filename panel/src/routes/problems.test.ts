@@ -1,6 +1,15 @@
 import { expect, test } from 'vitest';
 
-import { ANA, changeData, chanceOf, problemOf, routerData, stageOf, TIME } from '../live/history';
+import {
+  ANA,
+  changeData,
+  chanceOf,
+  problemOf,
+  routerData,
+  stageOf,
+  TIME,
+  wishOf,
+} from '../live/history';
 import { beginRouter } from '../live/router_topic';
 import { english } from '../texts/english';
 import { speechOf } from '../texts/speech';
@@ -20,6 +29,14 @@ test('what went wrong, is unknown, or has changed since it was staged', () => {
   const [first, ...others] = stageOf('r1', [6, 7]).rows.map((row) => ({ ...row, changed: false }));
   const staged = first === undefined ? [] : [{ ...first, changed: true }, ...others];
   expect(problemsOf(beginRouter(data), staged)).toEqual([1, 4, 6]);
+});
+
+test('what is under way on a link that is lost', () => {
+  const data = routerData();
+  data.wishes = [{ kind: 'wish', destination: 3, wish: wishOf(6) }];
+  expect(problemsOf(beginRouter(data), [])).toEqual([]);
+  data.router = { ...data.router, link: { state: 'down', since: TIME } };
+  expect(problemsOf(beginRouter(data), [])).toEqual([3]);
 });
 
 test.each(Array.from({ length: 20 }, (_, seed) => seed))(

@@ -2,17 +2,20 @@
 // those of which nothing is known.
 import type { StageRow } from '../api/types';
 import { UNKNOWN_FACT, UNKNOWN_SOURCE, type RouterState } from '../live/router_topic';
+import { isLinkLost } from './lost';
 
 // In their order. Told without words, as all of them are looked through with each change.
 export function problemsOf(state: RouterState, staged: readonly StageRow[]): readonly number[] {
   const changed = new Set(staged.filter((row) => row.changed).map((row) => row.destination));
+  const isLost = isLinkLost(state.router);
   return state.destinations
     .map(({ index }) => index)
     .filter((index) => {
       const outcome = state.problems.get(index)?.outcome ?? 'open';
       const { source } = state.facts[index] ?? UNKNOWN_FACT;
       const isWrong = outcome !== 'open' && outcome !== 'confirmed';
-      return isWrong || source === UNKNOWN_SOURCE || changed.has(index);
+      const isLostOnTheWay = isLost && state.wishes.has(index);
+      return isWrong || isLostOnTheWay || source === UNKNOWN_SOURCE || changed.has(index);
     });
 }
 

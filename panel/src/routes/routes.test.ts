@@ -115,6 +115,15 @@ describe('facts', () => {
 });
 
 describe('wishes', () => {
+  test('one whose link is lost has timed out at once', () => {
+    const { wishes, isProblem } = shown((data) => {
+      wished(wishOf(6))(data);
+      down(data);
+    });
+    expect(wishes).toMatchObject([{ source: 6, mark: 'timedOut', words: 'Timed out: link lost' }]);
+    expect(isProblem).toBe(true);
+  });
+
   test.each([
     ['queued', 'queued', 'Queued'],
     ['held', 'queued', 'Queued'],

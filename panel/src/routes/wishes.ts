@@ -3,9 +3,10 @@ import type { OpenWish, StageRow } from '../api/types';
 import { NO_SOURCE, type RouterState } from '../live/router_topic';
 import { inSeconds } from '../texts/clock';
 import type { Circumstances } from './fact';
+import { isLinkLost, lostOnTheWay } from './lost';
 import type { Mark } from './marks';
 import { sourceName } from './names';
-import { problemWords } from './outcome';
+import { problemWords, wentWrong } from './outcome';
 
 export type WishShown = {
   readonly source: number; // an index or NO_SOURCE: where its mark stands
@@ -56,7 +57,14 @@ export function wishesShown(
   if (row !== undefined && staged === 'changed')
     add(row.source, row.sourceName, '', { mark: staged, words: speech.say(staged) });
   if (wish !== undefined)
-    add(wish.source, wish.sourceName, wish.person.name, openWords(circumstances, wish));
+    add(
+      wish.source,
+      wish.sourceName,
+      wish.person.name,
+      isLinkLost(state.router)
+        ? wentWrong(speech, lostOnTheWay(speech.say))
+        : openWords(circumstances, wish),
+    );
   if (row !== undefined && staged === 'staged')
     add(row.source, row.sourceName, '', { mark: staged, words: speech.say(staged) });
   return shown;

@@ -14,6 +14,7 @@ export const routes = {
   confirmedLate: 'Confirmed late after {time}',
   contradicted: 'Contradicted',
   timedOut: 'Timed out',
+  lostOnTheWay: 'link lost',
   notSent: 'Not sent',
   refused: 'Refused by the router',
   superseded: 'Not sent: a newer take of this destination took its place',
