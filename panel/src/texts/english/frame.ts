@@ -14,7 +14,6 @@ export const frame = {
   routers: 'Routers',
   health: 'Health',
   settings: 'Settings',
-  more: 'More',
   matrix: 'Matrix',
   xy: 'XY',
   list: 'List',

@@ -48,7 +48,6 @@ export const people = {
   afterDays: { one: 'After {n} day', other: 'After {n} days' },
   makeToken: 'Make a token',
   secretOnce: 'The secret of {token}. It is shown this once: copy it now.',
-  secret: 'Secret',
   copy: 'Copy',
   copied: 'Copied.',
   secretKept: 'I have it',

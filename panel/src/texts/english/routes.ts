@@ -27,7 +27,6 @@ export const routes = {
   lockedUntil: 'Locked by {person} until {time}',
   protectedBy: 'Protected by {person}',
   protectedByYou: 'Protected by you',
-  gone: 'No longer on this router',
   lockedCrossing: '{destination} is locked by {person}',
   lockedCrossingUntil: '{destination} is locked by {person} until {time}',
 } as const satisfies Record<string, Template>;

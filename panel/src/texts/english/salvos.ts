@@ -33,11 +33,9 @@ export const salvos = {
   noSalvoMatches: "No salvo matches '{search}'.",
   chooseSalvo: 'Choose a salvo, or begin a new one.',
   backToSalvos: '‹ Salvos',
-  salvoRows: 'Rows',
   salvoEmpty: 'No rows yet. Take them from the stage, from what is routed, or from a spreadsheet.',
   addRow: 'Add a row',
   add: 'Add',
-  chooseOne: 'Choose…',
   captureHint: 'What these destinations show now becomes rows.',
   captureLeft: {
     one: '{n} is left out, as what it shows now is not known: {names}',

@@ -8,7 +8,6 @@ export const stage = {
   stageLocked: '{n} locked',
   stageEmpty: 'Nothing staged. Press a crossing, or choose a destination and then a source.',
   stagedAgo: 'staged {age} ago',
-  stagedRoute: '{old} → {new}',
   remove: 'Remove',
   clear: 'Clear',
   dryRun: 'Dry run',

@@ -14,5 +14,4 @@ export const times = {
   sinceDay: 'since {clock} on {day}',
   old: '{age} old',
   dayAndClock: '{day}, {clock}',
-  ago: '{age} ago',
 } as const satisfies Record<string, Template>;
