@@ -100,7 +100,7 @@ inBrowser('axe finds nothing on the other screens', async (house) => {
     await open(`/settings?tab=${tab}`, 'Settings');
     await check(`the settings of ${tab}`);
   }
-  await open('/nowhere', 'Router control');
+  await open('/history/nowhere', 'Router control');
   await check('an address without a screen');
   await open('/first', 'The first administrator');
   await check('the first administrator');

@@ -48,7 +48,7 @@ inBrowser('a foreign lock is seen, and broken with a reason', async (house) => {
   await ana.keyboard.press('l');
   const dialog = ana.getByRole('dialog', { name: 'MON A' });
   await dialog
-    .getByText(/Locked by Ben L\. since \d\d:\d\d\. +'Live feed, do not touch\.'/)
+    .getByText(/Locked by Ben L\. since \d\d:\d\d\.\s+'Live feed, do not touch\.'/)
     .waitFor();
   await dialog.getByRole('button', { name: 'Break lock…' }).click();
   const breaking = dialog.getByRole('button', { name: 'Break lock', exact: true });

@@ -37,7 +37,8 @@ inBrowser('a link that is lost in the middle of a take ends it', async (house) =
   const server = await house.serve(['--demo']);
   const router = await house.route(deafTo(TAKES, house.folder()));
   const { page } = await enter(house, server, 'Ana K.');
-  await openRouter(page, router.port, 10_000);
+  await openRouter(page, router.port);
+  await page.waitForFunction("document.title === 'OB VAN · Routing'");
   router.tell('on deaf');
   await pressCrossing(page, 'CAM 4', 'MON A');
   await take(page, 'TAKE 1').click();
@@ -45,9 +46,7 @@ inBrowser('a link that is lost in the middle of a take ends it', async (house) =
     .getByText(/^Last take/)
     .waitFor();
   await router.end();
-  await stage(page)
-    .getByText(/^Timed out/)
-    .waitFor();
+  await stage(page).getByText('Timed out: link lost').waitFor();
 });
 
 inBrowser('the server is started anew while a wish is open', async (house) => {
