@@ -35,19 +35,19 @@ inBrowser('stage, take, undo, lock and salvo with the keyboard alone', async (ho
   ]);
 
   await keyboard.press('ArrowRight');
-  expect(await reader.says()).toBe('gridcell CAM 2 to MON A, not routed, now CAM 1');
+  await reader.says('gridcell CAM 2 to MON A, not routed, now CAM 1');
   await keyboard.press('Enter');
   await stage(page).getByText('CAM 1 → CAM 2').waitFor();
   await keyboard.press('Control+Enter');
   await page.getByText(/^MON A confirmed in \d+ milliseconds?$/).waitFor({ state: 'attached' });
   await shows(page, 'MON A', 'CAM 2');
-  expect(await reader.says()).toBe('gridcell CAM 2 to MON A, routed, now CAM 2');
+  await reader.says('gridcell CAM 2 to MON A, routed, now CAM 2');
 
   await keyboard.press('Control+z');
   await focus('button', 'Undo 1');
   await keyboard.press('Enter');
   await shows(page, 'MON A', 'CAM 1');
-  expect(await reader.says()).toBe('gridcell CAM 2 to MON A, not routed, now CAM 1');
+  await reader.says('gridcell CAM 2 to MON A, not routed, now CAM 1');
 
   await keyboard.press('l');
   await focus('button', 'Close');
@@ -58,7 +58,7 @@ inBrowser('stage, take, undo, lock and salvo with the keyboard alone', async (ho
   ]);
   await keyboard.press('Enter');
   await page.getByRole('gridcell', { name: 'Locked by Ana K.' }).waitFor();
-  expect(await reader.says()).toBe('gridcell CAM 2 to MON A, not routed, now CAM 1');
+  await reader.says('gridcell CAM 2 to MON A, not routed, now CAM 1');
   await keyboard.press('l');
   await reader.tabTo('button Unlock');
   await keyboard.press('Enter');

@@ -1,12 +1,14 @@
 // What a screen reader says of where the focus is: the browser's own role and name.
 import type { CDPSession, Page } from 'playwright-core';
+import { expect } from 'vitest';
 
 export type Reader = {
-  readonly says: () => Promise<string>; // "button Undo 1"
+  readonly says: (words: string) => Promise<void>; // "button Undo 1": waits until it does
   readonly tabTo: (place: string) => Promise<readonly string[]>; // all stops, this one too
 };
 
 const MOST_STOPS = 60;
+const WAIT = { timeout: 60_000 };
 const PRESENT = `(() => {
   const at = document.activeElement;
   return document.getElementById(at.getAttribute('aria-activedescendant') ?? '') ?? at;
@@ -25,15 +27,21 @@ async function read(session: CDPSession): Promise<string> {
 
 export async function readerOf(page: Page): Promise<Reader> {
   const session = await page.context().newCDPSession(page);
-  const says = () => read(session);
+  const present = () => read(session);
+  const next = async (before: string): Promise<string> => {
+    await page.keyboard.press('Tab');
+    await expect.poll(present, WAIT).not.toBe(before);
+    return present();
+  };
   return {
-    says,
+    says: async (words) => {
+      await expect.poll(present, WAIT).toBe(words);
+    },
     tabTo: async (place) => {
       const stops: string[] = [];
       while (stops.at(-1) !== place) {
         if (stops.length === MOST_STOPS) throw new Error(`no ${place}, but ${stops.join(', ')}`);
-        await page.keyboard.press('Tab');
-        stops.push(await says());
+        stops.push(await next(stops.at(-1) ?? (await present())));
       }
       return stops;
     },
