@@ -42,6 +42,11 @@ install_node_packages() {
     install_missing nodejs npm
 }
 
+# In which the panel is tried.
+install_browser_packages() {
+    install_missing chromium
+}
+
 # What draws the pictures of the bench and the soak.
 install_picture_packages() {
     install_missing gnuplot-nox
