@@ -49,6 +49,35 @@ inBrowser('a link that is lost in the middle of a take ends it', async (house) =
   await stage(page).getByText('Timed out: link lost').waitFor();
 });
 
+inBrowser('the link is lost in the middle of a salvo, and comes back', async (house) => {
+  const server = await house.serve(['--demo']);
+  const router = await house.route(deafTo(['TI 2', 'QI 2'], house.folder()));
+  const { page } = await enter(house, server, 'Ana K.');
+  await openRouter(page, router.port, 5000);
+  await pressCrossing(page, 'CAM 4', 'MON A');
+  await pressCrossing(page, 'CAM 5', 'MON B');
+  await page.getByRole('button', { name: 'Save as salvo' }).click();
+  await page.getByLabel('Name', { exact: true }).fill('Evening news');
+  await page.getByRole('button', { name: 'Save', exact: true }).click();
+  await page.getByRole('link', { name: 'Show' }).click();
+
+  const run = page.getByRole('complementary', { name: 'Run' });
+  await page.getByRole('button', { name: 'Dry run' }).click();
+  await run.getByText('2 will change').waitFor();
+  router.tell('on deaf');
+  await take(page, 'TAKE SALVO 2').click();
+  const progress = run.getByText('1 of 2 confirmed', { exact: true });
+  await progress.waitFor();
+  await router.end();
+  await run.getByText('Timed out: link lost').waitFor();
+
+  await house.route([], router.port);
+  await progress.waitFor({ state: 'detached' });
+  await page.getByRole('link', { name: 'Routing' }).click();
+  await shows(page, 'MON A', 'CAM 1');
+  await shows(page, 'MON B', 'CAM 2');
+});
+
 inBrowser('the server is started anew while a wish is open', async (house) => {
   const data = ['--data', house.folder()];
   const server = await house.serve(data);
