@@ -65,7 +65,7 @@ async function leaveFindings(visits: readonly Visit[], name: string): Promise<vo
   const place = join(PROGRAMS, 'panel/browser', name.replace(/[^A-Za-z0-9]+/g, '_'));
   for (const [i, { page, context }] of visits.entries()) {
     await page.screenshot({ path: `${place}-${i + 1}.png` }).catch(() => undefined);
-    await context.tracing.stop({ path: `${place}-${i + 1}.zip` });
+    await context.tracing.stop({ path: `${place}-${i + 1}.zip` }).catch(() => undefined);
   }
 }
 
