@@ -18,11 +18,12 @@ class BenchTest(SandboxTest):
         self.program("build/release/router_bench", MEASURER)
         self.program("bench/chart", 'cat "$1"')
         self.program("bin/gnuplot", "cat")
+        self.program("bin/npm", 'echo "${QUICK-0} $PROGRAMS $*" >panel.log')
 
     def test_measured(self):
         status, output = self.run_command("scripts/bench", "take", "--quick", "status")
         self.assertEqual(status, 0, output)
-        self.assertTrue(self.path("arguments.log").read_text().endswith(" take --quick status\n"))
+        self.assertTrue(self.path("arguments.log").read_text().endswith(" --quick take status\n"))
 
     def test_run_before_is_kept_to_compare_with(self):
         self.run_command("scripts/bench", "take")
@@ -61,6 +62,25 @@ class BenchTest(SandboxTest):
         terminal.expect("measures")
         terminal.type("\x03")
         self.assertEqual(terminal.status(), 130)
+
+    def test_panel(self):
+        status, output = self.run_command("scripts/bench", "panel")
+        self.assertEqual((status, self.path("arguments.log").exists()), (0, False), output)
+        measured = self.path("panel.log").read_text()
+        self.assertRegex(measured, "^0 /.*/build/release --prefix panel run --silent bench$")
+        self.run_command("scripts/bench", "--quick", "take", "panel")
+        self.assertRegex(self.path("panel.log").read_text(), "^1 ")
+        self.assertTrue(self.path("arguments.log").read_text().endswith(" --quick take\n"))
+
+    def test_panel_is_one_of_all(self):
+        self.run_command("scripts/bench", "take")
+        self.assertFalse(self.path("panel.log").exists())
+        self.run_command("scripts/bench")
+        self.assertTrue(self.path("panel.log").exists())
+
+    def test_panel_not_measured(self):
+        self.program("bin/npm", "exit 1")
+        self.assertEqual(self.run_command("scripts/bench", "panel")[0], 1)
 
     def test_arguments(self):
         self.expect_usage("scripts/bench")
