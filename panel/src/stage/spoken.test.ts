@@ -4,7 +4,7 @@ import type { Operation, OperationRow } from '../api/types';
 import { operationOf } from '../live/history';
 import { english } from '../texts/english';
 import { speechOf } from '../texts/speech';
-import { spoken } from './spoken';
+import { NOTHING, spoken } from './spoken';
 
 const speech = speechOf(english, 'en', 'UTC');
 const row = (more: Partial<OperationRow>): OperationRow => ({
@@ -21,19 +21,24 @@ const ended = (rows: readonly OperationRow[]): Operation => ({
 });
 
 test('nothing before it has ended', () => {
-  expect(spoken(speech, operationOf('01'))).toBe('');
+  expect(spoken(speech, operationOf('01'))).toEqual(NOTHING);
 });
 
 test('each row of a few', () => {
-  expect(spoken(speech, ended([row({}), row({ outcome: 'timedOut' })]))).toBe(
-    'MON 12 confirmed in 84 milliseconds. Timed out: MON 12',
-  );
-  expect(spoken(speech, ended([row({ outcome: 'notSent', detail: 'it is locked' })]))).toBe(
-    'MON 12: Not sent: it is locked',
-  );
+  expect(spoken(speech, ended([row({}), row({ outcome: 'timedOut' }), row({})]))).toEqual({
+    politely: 'MON 12 confirmed in 84 milliseconds. MON 12 confirmed in 84 milliseconds',
+    urgently: 'Timed out: MON 12',
+  });
+  expect(spoken(speech, ended([row({ outcome: 'notSent', detail: 'it is locked' })]))).toEqual({
+    politely: 'MON 12: Not sent: it is locked',
+    urgently: '',
+  });
 });
 
 test('of many the headline', () => {
   const rows = [row({}), row({}), row({}), row({ outcome: 'timedOut' })];
-  expect(spoken(speech, ended(rows))).toBe('3 of 4 confirmed, slowest 84 ms · 1 timed out');
+  expect(spoken(speech, ended(rows))).toEqual({
+    politely: '3 of 4 confirmed, slowest 84 ms · 1 timed out',
+    urgently: '',
+  });
 });

@@ -1,4 +1,5 @@
-// What is said aloud when a take has ended: each row of a few, else the headline.
+// What is said aloud when a take has ended: each row of a few, else the headline. What timed out
+// interrupts whatever is being said.
 import type { Operation, OperationRow } from '../api/types';
 import type { Speech } from '../texts/speech';
 import { headline, resultsShown } from './results';
@@ -17,13 +18,22 @@ function spokenRow(speech: Speech, row: OperationRow, words: string): string {
   return say('spokenResult', { destination, result: words });
 }
 
-// Empty while it has not ended.
-export function spoken(speech: Speech, operation: Operation): string {
-  if (operation.state !== 'ended') return '';
+export type Spoken = { readonly politely: string; readonly urgently: string };
+
+export const NOTHING: Spoken = { politely: '', urgently: '' };
+
+// Nothing while it has not ended.
+export function spoken(speech: Speech, operation: Operation): Spoken {
+  if (operation.state !== 'ended') return NOTHING;
   const shown = resultsShown(speech, operation, Date.parse(operation.wished));
-  if (shown.length > FEW)
-    return headline(speech, operation)
-      .map(({ words }) => words)
-      .join(' · ');
-  return shown.map(({ row, words }) => spokenRow(speech, row, words)).join('. ');
+  if (shown.length > FEW) {
+    const words = headline(speech, operation).map((part) => part.words);
+    return { ...NOTHING, politely: words.join(' · ') };
+  }
+  const sentences = (urgent: boolean) =>
+    shown
+      .filter(({ row }) => (row.outcome === 'timedOut') === urgent)
+      .map(({ row, words }) => spokenRow(speech, row, words))
+      .join('. ');
+  return { politely: sentences(false), urgently: sentences(true) };
 }
