@@ -5,7 +5,7 @@ import { routerOf, TIME } from '../live/history';
 import type { Fact } from '../live/router_topic';
 import { english } from '../texts/english';
 import { speechOf } from '../texts/speech';
-import { changedMeanwhile, JUDGED, middle, pill, strip } from './link';
+import { changedMeanwhile, JUDGED, lostAloud, middle, pill, strip } from './link';
 
 const speech = speechOf(english, 'en', 'UTC');
 const NOW = Date.parse(TIME) + 42_000;
@@ -48,6 +48,7 @@ test.each([
 
 test('the strip tells of a lost link, and of one that is read again', () => {
   const staleSince = at(-72_000);
+  expect(lostAloud(speech.say, router('down', { staleSince: TIME }))).toBe('Link to STUDIO A lost');
   expect(strip(speech, router('down', { staleSince: TIME }), NOW)).toBe(
     'Link to STUDIO A lost at 14:02:11. You see the last known routes, 0:42 old. Takes are not possible.',
   );
@@ -65,6 +66,8 @@ test('the strip tells of a lost link, and of one that is read again', () => {
 test('without a loss there is no strip', () => {
   expect(strip(speech, router('ready', { staleSince: TIME }), NOW)).toBe('');
   expect(strip(speech, router('connecting'), NOW)).toBe('');
+  expect(lostAloud(speech.say, router('ready', { staleSince: TIME }))).toBe('');
+  expect(lostAloud(speech.say, router('connecting'))).toBe('');
 });
 
 test('what changed while the link was down', () => {

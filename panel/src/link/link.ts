@@ -4,7 +4,7 @@ import type { Router } from '../api/types';
 import type { Fact } from '../live/router_topic';
 import { UNKNOWN_SOURCE } from '../live/router_topic';
 import { age, clock, duration, inSeconds, old } from '../texts/clock';
-import type { Speech } from '../texts/speech';
+import type { Say, Speech } from '../texts/speech';
 
 export const SLOW = 1000; // ms: the middle confirm time beyond which the link counts as slow
 export const JUDGED = 20; // by the last so many confirmed routes
@@ -50,10 +50,14 @@ export function pill(
   }
 }
 
+function isLost({ link, staleSince }: Router): boolean {
+  return link.state !== 'ready' && staleSince !== undefined;
+}
+
 // Empty while the link is up, and where it never was: then the empty view says what is missing.
 export function strip(speech: Speech, router: Router, now: number): string {
   const { link, name, staleSince } = router;
-  if (link.state === 'ready' || staleSince === undefined) return '';
+  if (!isLost(router) || staleSince === undefined) return '';
   const lostAt = Date.parse(staleSince);
   if (link.state !== 'reading')
     return speech.say('linkLost', {
@@ -66,6 +70,11 @@ export function strip(speech: Speech, router: Router, now: number): string {
     read: link.progress?.routesRead ?? 0,
     all: link.progress?.routes ?? router.routableDestinations,
   });
+}
+
+// The same, as it is said aloud: once, not with each second.
+export function lostAloud(say: Say, router: Router): string {
+  return isLost(router) ? say('spokenLinkLost', { router: router.name }) : '';
 }
 
 // Destinations that showed another source when the link was back. What was not known did not change.
