@@ -1,4 +1,6 @@
 // What happens to the link and to the server while somebody works.
+import { expect } from 'vitest';
+
 import { enter, found, openRouter, pressCrossing, shows, stage, take } from './deeds';
 import { inBrowser } from './house';
 import { deafTo } from './scenario';
@@ -118,4 +120,27 @@ inBrowser('a session ends in the middle of staging', async (house) => {
   await stage(page).getByText('CAM 1 → CAM 7').waitFor();
   await take(page, 'TAKE 1').click();
   await shows(page, 'MON A', 'CAM 7');
+});
+
+inBrowser('a view that breaks leaves the frame, and is loaded again', async (house) => {
+  const { page } = await enter(house, await house.serve(['--demo']), 'Ana K.');
+  await page.getByRole('link', { name: 'Health' }).click();
+  await page.evaluate(() => {
+    const good = window.ResizeObserver;
+    window.ResizeObserver = class extends good {
+      constructor(callback: ResizeObserverCallback) {
+        window.ResizeObserver = good;
+        super(callback);
+        throw new Error('broken once');
+      }
+    };
+  });
+  await page.getByRole('link', { name: 'Routing' }).click();
+  await page.getByText('This view stopped working. Routes are not affected.').waitFor();
+  await page.getByText('Link up').waitFor();
+  const details = page.getByRole('textbox', { name: 'Copy details' });
+  expect(await details.inputValue()).toContain('broken once');
+  await page.getByRole('button', { name: 'Reload the view' }).click();
+  await pressCrossing(page, 'CAM 4', 'MON A');
+  await take(page, 'TAKE 1').waitFor();
 });
