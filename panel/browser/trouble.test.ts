@@ -1,7 +1,7 @@
 // What happens to the link and to the server while somebody works.
 import { expect } from 'vitest';
 
-import { enter, found, openRouter, pressCrossing, shows, stage, take } from './deeds';
+import { enter, found, openRouter, pressCrossing, shows, signIn, stage, take } from './deeds';
 import { inBrowser } from './house';
 import { deafTo } from './scenario';
 
@@ -142,5 +142,29 @@ inBrowser('a view that breaks leaves the frame, and is loaded again', async (hou
   expect(await details.inputValue()).toContain('broken once');
   await page.getByRole('button', { name: 'Reload the view' }).click();
   await pressCrossing(page, 'CAM 4', 'MON A');
+  await take(page, 'TAKE 1').waitFor();
+});
+
+inBrowser('the server has a newer panel', async (house) => {
+  const server = await house.serve(['--demo']);
+  const { page } = await house.welcome(server);
+  let version = '"version":"$1"';
+  await page.routeWebSocket(/live/, (socket) => {
+    socket.connectToServer().onMessage((message) => {
+      socket.send(String(message).replace(/"version":"([^"]*)"/, version));
+    });
+  });
+  await page.reload();
+  await signIn(page, 'Ana K.');
+  await pressCrossing(page, 'CAM 4', 'MON A');
+  await take(page, 'TAKE 1').waitFor();
+  version = '"version":"99.0.0"';
+  const strip = page.getByText(
+    'The server has a newer panel. Reload when it suits you; your stage is kept.',
+  );
+  await strip.waitFor();
+  version = '"version":"$1"';
+  await page.getByRole('button', { name: 'Reload', exact: true }).click();
+  await strip.waitFor({ state: 'detached' });
   await take(page, 'TAKE 1').waitFor();
 });

@@ -12,6 +12,7 @@ export type Connection = {
   readonly delayMs: number | undefined; // there and back, of the last heartbeat
   readonly clockAheadMs: number; // the server's clock of 1970 minus this one
   readonly serverVersion: string | undefined;
+  readonly firstVersion: string | undefined; // of the server that this page came from
 };
 export type Doing =
   { readonly do: 'open' | 'close' } | { readonly do: 'send'; readonly message: object };
@@ -37,6 +38,7 @@ export function connect(now: number): Next {
     delayMs: undefined,
     clockAheadMs: 0,
     serverVersion: undefined,
+    firstVersion: undefined,
   };
   return { connection, doing: [{ do: 'open' }] };
 }
@@ -86,13 +88,14 @@ export function heardBeat(
   version: string | undefined,
   now: number,
 ): Connection {
-  const { awaitsBeat, beatAt, delayMs, serverVersion } = connection;
+  const { awaitsBeat, beatAt, delayMs, serverVersion, firstVersion } = connection;
   return {
     ...connection,
     awaitsBeat: false,
     delayMs: awaitsBeat ? now - beatAt : delayMs,
     clockAheadMs: Date.parse(time) - now,
     serverVersion: version ?? serverVersion,
+    firstVersion: firstVersion ?? version,
   };
 }
 

@@ -128,9 +128,12 @@ test('a restart of the server is noticed', () => {
 });
 
 test('a server with another panel is noticed', () => {
-  const live = after([opened, heard({ type: 'heartbeat', time: TIME, version: '1.3.0' })]).live;
-  expect([isOutdated(live, '1.2.0'), isOutdated(live, '1.3.0')]).toEqual([true, false]);
-  expect(isOutdated(after([opened]).live, '1.2.0')).toBe(false);
+  const beat = (version?: string) => heard({ type: 'heartbeat', time: TIME, version });
+  expect(isOutdated(after([opened]).live)).toBe(false);
+  expect(isOutdated(after([opened, beat('1.2.0'), beat('1.2.0'), beat()]).live)).toBe(false);
+  const live = after([opened, beat('1.2.0'), beat('1.3.0')]).live;
+  expect(isOutdated(live)).toBe(true);
+  expect(isOutdated(after([beat('1.2.0')], T, live).live)).toBe(false);
 });
 
 test('what is of a newer server is passed over', () => {

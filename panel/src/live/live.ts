@@ -143,7 +143,6 @@ export function step(live: Live, event: Event, now: number, chance: number): Liv
 }
 
 // The server's panel is another than this one.
-export function isOutdated(live: Live, version: string): boolean {
-  const { serverVersion } = live.connection;
-  return serverVersion !== undefined && serverVersion !== version;
+export function isOutdated({ connection }: Live): boolean {
+  return connection.serverVersion !== connection.firstVersion;
 }
