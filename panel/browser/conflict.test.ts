@@ -57,6 +57,10 @@ inBrowser('a foreign lock is seen, and broken with a reason', async (house) => {
   await dialog.getByLabel('Reason').fill('wrong studio');
   await breaking.click();
   await locked.waitFor({ state: 'detached' });
+  const told = ben.getByText("Ana K. broke your lock on MON A: 'wrong studio'");
+  await told.waitFor();
+  await ben.getByRole('button', { name: 'Close' }).click();
+  await told.waitFor({ state: 'detached' });
   await pressCrossing(ana, 'CAM 7', 'MON A');
   await take(ana, 'TAKE 1').click();
   await shows(ben, 'MON A', 'CAM 7');

@@ -44,5 +44,4 @@ export const undo = {
   },
   askToBreakLock: 'Break lock…',
   breakLock: 'Break lock',
-  lockBroken: "{person} broke your lock on {destination}: '{reason}'",
 } as const satisfies Record<string, Template>;
