@@ -186,7 +186,7 @@ async function printDelays({ page, stress }: Measured): Promise<void> {
   const [presses, messages]: [number[], number[]] = [[], []];
   for (let i = 0; i < OFTEN; ++i) {
     const mark = marked(page);
-    await pressCrossing(page, 'CAM 9', `MON ${inView(i)}`);
+    await pressCrossing(page, 'CAM 30', `MON ${inView(i)}`); // which none of them shows
     presses.push(await mark);
     const source = 40 + i;
     const frame = painted(page, `MON ${inView(i)}`, `CAM ${source + 1}`);

@@ -19,7 +19,7 @@ type Told = {
   data?: unknown;
 };
 const TOPIC = 'routers/r1';
-const TURN = 5; // ms
+const TURN = 20; // ms: what changes within it is told in one message
 
 const names = (kind: string, size: number) =>
   Array.from({ length: size }, (_, index) => ({
@@ -64,22 +64,25 @@ export async function enlarge(page: Page, size: number): Promise<Stress> {
       else tell({ ...told, data: enlarged(told.data as { router: object }, size) });
     });
   });
-  const route = (destination: number, source: number) => {
+  const route = (...routes: readonly (readonly [destination: number, source: number])[]) => {
     const since = performance.timeOrigin + performance.now();
-    sources[destination] = source;
-    const change = { kind: 'routes', routes: [[destination, source, Math.floor(since), null]] };
-    tell({ type: 'change', data: [change] });
+    for (const [destination, source] of routes) sources[destination] = source;
+    const tuples = routes.map((each) => [...each, Math.floor(since), null]);
+    tell({ type: 'change', data: [{ kind: 'routes', routes: tuples }] });
     return since;
   };
   let clock: NodeJS.Timeout | undefined;
   return {
-    route,
+    route: (destination, source) => route([destination, source]),
     begin: (perSecond) => {
       const begun = performance.now();
       let said = 0;
       clock = setInterval(() => {
         const due = ((performance.now() - begun) * perSecond) / 1000;
-        for (; said < due; said += 1) route((said * 7) % size, Math.floor(Math.random() * size));
+        const routes: [number, number][] = [];
+        for (; said < due; said += 1)
+          routes.push([(said * 7) % size, Math.floor(Math.random() * size)]);
+        route(...routes);
       }, TURN);
     },
     end: () => {
